@@ -1,0 +1,15 @@
+// The SQL text that decomposition sends about its target tables.
+#pragma once
+
+#include "orvxml/mapping_model.h"
+
+namespace orvxml {
+
+int prepare_tables(QrkStruct* ctx, rel* relinfo, char* tablespace, char* msg);
+int create_table(QrkStruct* ctx, tab* table, char* tablespace, char* msg);
+int check_table(QrkStruct* ctx, int num_cond, tab* table, char* msg);
+// Builds the INSERT text into `stmt` (`size` bytes). 0, or -57 with QRKG001E.
+int generate_SQLi(QrkStruct* ctx, tab* table, char* stmt, int size, char* msg);
+int isPriKey(QrkStruct* ctx, const char* column, const key_columns* keys);
+
+}  // namespace orvxml

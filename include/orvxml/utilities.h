@@ -1,0 +1,75 @@
+// Small shared utilities: the string class, the list class and the UTF-16 string functions that
+// accept null pointers, and the exception that stops a parse.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "orvxml/context.h"
+
+namespace orvxml {
+
+// Thrown by value inside a parse to stop it, caught by the function that started the parse.
+struct QRKException {
+  char message[kMessageSize];
+  QrkStruct* ctx;
+};
+
+// A heap string that may be null. After a failed allocation it is empty.
+class QRKString {
+ public:
+  QRKString() = default;
+  explicit QRKString(const char* source);
+  QRKString(const QRKString& other);
+  QRKString& operator=(const QRKString& other);
+  ~QRKString();
+  QRKString& operator=(const char* source);       // null: unchanged
+  QRKString& operator+=(const char* source);      // null: nothing
+  int find(const char* text) const;               // position of the first occurrence, or -1
+  // Replaces `count` characters at `position`; negative position or null text: unchanged.
+  void replace(int position, unsigned count, const char* text);
+  const char* c_str() const { return text_; }
+  int getLength() const { return length_; }
+  bool isNull() const { return text_ == nullptr; }
+
+ private:
+  char* text_ = nullptr;
+  int length_ = 0;
+};
+
+// A doubly linked list of copies of byte blocks.
+class QRKList {
+ public:
+  QRKList() = default;
+  ~QRKList() { clean(); }
+  QRKList(const QRKList&) = delete;
+  QRKList& operator=(const QRKList&) = delete;
+  int push_back(const void* data, int size);      // 0, or -1 out of memory
+  void* getNext();                                // cursor's data, then forward; null at the end
+  void* getPrev();                                // back, then that node's data; null at the head
+  int32_t getCount() const { return count_; }
+  void clean();
+
+ private:
+  struct Node;
+  Node* head_ = nullptr;
+  Node* tail_ = nullptr;
+  Node* cursor_ = nullptr;
+  int32_t count_ = 0;
+};
+
+// Null arguments: see each. n counts units.
+char16_t* QRK_wcscat(char16_t* dst, const char16_t* src);
+char16_t* QRK_wcsncat(char16_t* dst, const char16_t* src, int n);
+const char16_t* QRK_wcschr(const char16_t* s, char16_t c);
+int QRK_wcscmp(const char16_t* a, const char16_t* b);                   // null: 0
+int QRK_wcsncmp(const char16_t* a, const char16_t* b, int n);           // null: 0
+char16_t* QRK_wcscpy(char16_t* dst, const char16_t* src);               // null src: dst becomes empty
+char16_t* QRK_wcsncpy(char16_t* dst, const char16_t* src, int n);
+int QRK_wcslen(const char16_t* s);                                      // null: 0
+const char16_t* QRK_wcsstr(const char16_t* h, const char16_t* n);
+char16_t* QRK_wcsdup_function(const char16_t* s);                       // freed with free()
+// Last occurrence of c; the start of `s` when there is none.
+const char16_t* linuxwcsrchr(const char16_t* s, char16_t c);
+
+}  // namespace orvxml

@@ -1,0 +1,119 @@
+// What a database holds: schemas, tables, columns, keys, distinct types, routines, packages, table
+// spaces. Read from the database once and cached for the session; every DDL statement and every
+// rollback over one raises `version()` and drops the cache, so a pointer got from the catalog is
+// good until then. Compiled statements remember the version they were compiled at.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/sql/ast.h"
+#include "server/sql/types.h"
+
+namespace orv {
+
+struct Column {
+  std::string name;
+  SqlType type;                     // nullable included
+  bool hasDefault = false;
+  std::string defaultText;          // ORV SQL text of the default value
+};
+
+struct Key {
+  std::string name;
+  std::vector<int> columns;         // positions in the table
+};
+
+struct ForeignKey {
+  std::string name;
+  std::vector<int> columns;
+  std::string parentSchema;
+  std::string parentTable;
+  std::vector<std::string> parentColumns;
+  std::string onDelete;
+};
+
+struct CheckConstraint {
+  std::string name;
+  std::string text;
+};
+
+struct Table {
+  std::string schema;
+  std::string name;
+  char type = 'T';                  // 'T' table, 'V' view, 'A' alias, 'S' system view (SYSCAT)
+  std::string storedName;           // its name in the engine: "T" or "S.T"
+  std::vector<Column> columns;
+  std::optional<Key> primaryKey;
+  std::vector<Key> uniqueKeys;
+  std::vector<ForeignKey> foreignKeys;
+  std::vector<CheckConstraint> checks;
+  std::string tableSpace;
+  std::string baseSchema, baseTable;  // aliases
+  bool foreign = false;             // made by another program: types are read from its own DDL
+
+  int columnIndex(std::string_view column) const;   // -1 when there is none
+};
+
+struct DistinctType {
+  std::string schema;
+  std::string name;
+  SqlType source;
+  bool comparisons = false;
+};
+
+struct Procedure {
+  std::string schema;
+  std::string name;
+  std::string specific;
+  std::vector<ParameterDefinition> parameters;
+  std::string library;              // "orvxml"
+  std::string entry;                // "qrkShredXML"
+  std::string parameterStyle;
+};
+
+struct PackageSection {
+  std::string name;
+  std::string text;
+};
+struct Package {
+  std::string qualifier;
+  std::string name;
+  std::string token;
+};
+
+class Catalog {
+ public:
+  virtual ~Catalog() = default;
+
+  virtual uint64_t version() const = 0;
+  virtual int codePage() const = 0;                 // of the database
+  virtual const std::string& defaultSchema() const = 0;
+
+  // Null when there is none. An empty schema means the default schema; for types and procedures
+  // the function path is searched. Names are folded. Tables of other programs are found under
+  // their folded and under their own name.
+  virtual const Table* findTable(std::string_view schema, std::string_view name) const = 0;
+  virtual const DistinctType* findType(std::string_view schema, std::string_view name) const = 0;
+  virtual const Procedure* findProcedure(std::string_view schema, std::string_view name,
+                                         size_t parameters) const = 0;
+  virtual const Procedure* findSpecificProcedure(std::string_view schema,
+                                                 std::string_view specific) const = 0;
+  virtual std::vector<const Procedure*> proceduresNamed(std::string_view schema,
+                                                        std::string_view name) const = 0;
+  virtual bool tableSpaceExists(std::string_view name) const = 0;
+  virtual bool schemaExists(std::string_view name) const = 0;
+  virtual bool indexExists(std::string_view schema, std::string_view name) const = 0;
+  virtual std::optional<Package> findPackage(std::string_view qualifier,
+                                             std::string_view name) const = 0;
+
+  // The function path, for types and routines without a schema (SET CURRENT FUNCTION PATH).
+  virtual const std::vector<std::string>& functionPath() const = 0;
+};
+
+}  // namespace orv

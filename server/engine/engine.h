@@ -1,0 +1,92 @@
+// The one interface between the server layer and the database engine below it. It takes resolved
+// statements and plain values, never ORV text; nothing above it knows which engine runs.
+//
+// Everything throws SqlError with the SQLCODE of the server layer: -803 unique keys, -530 a child
+// without parent, -532 a parent with children, -407 null into NOT NULL, -545 a check constraint,
+// -433 (22001) a value too long, -413 (22003) numeric overflow, -420 (22018) text that is no
+// number, -180 / -181 (22007) malformed or impossible dates and times, -801 division by zero, -911
+// the database is locked by another process, -968 disk full, -901 anything else.
+//
+// Text is UTF-8 on this side; the code page of the database matters only for lengths in bytes.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/catalog/catalog.h"
+#include "server/sql/ast.h"
+
+namespace orv {
+
+// A value without ownership. DECIMAL is Text ("20.00"), dates and times are Text in the forms
+// "2026-11-24", "20.16.07" and "2026-11-24-20.16.07.000000"; binary is Blob; graphic types are
+// Text in UTF-8.
+struct ValueView {
+  enum class Kind : uint8_t { Null, Integer, Double, Text, Blob } kind = Kind::Null;
+  int64_t integer = 0;
+  double number = 0;
+  std::string_view text;            // Text and Blob
+
+  static ValueView null() { return {}; }
+  static ValueView of(int64_t value) { return {Kind::Integer, value, 0, {}}; }
+  static ValueView of(double value) { return {Kind::Double, 0, value, {}}; }
+  static ValueView ofText(std::string_view value) { return {Kind::Text, 0, 0, value}; }
+  static ValueView ofBlob(std::string_view value) { return {Kind::Blob, 0, 0, value}; }
+};
+
+// A statement ready to run: bind, then step until it is done, then reset before the next run.
+class EngineStatement {
+ public:
+  virtual ~EngineStatement() = default;
+
+  // `marker` from 0. The value has been converted to the marker's resolved type already; the bytes
+  // must stay valid until reset().
+  virtual void bind(int marker, const ValueView& value) = 0;
+  // True when a row is there, false at the end (and for statements without a result, which then
+  // have run). After a failure the statement is reset and has changed nothing.
+  virtual bool step() = 0;
+  // Column of the current row, from 0; valid until the next step() or reset().
+  virtual ValueView column(int index) = 0;
+  virtual void reset() = 0;
+  virtual int64_t changes() const = 0;     // rows changed by the last run
+};
+
+class Engine {
+ public:
+  virtual ~Engine() = default;
+
+  virtual Catalog& catalog() = 0;
+
+  // The unit of work. begin() is called before the first statement of one; commit and rollback end
+  // it. Open EngineStatements survive a commit only after reset().
+  virtual void begin() = 0;
+  virtual void commit() = 0;
+  virtual void rollback() = 0;
+  virtual bool inUnitOfWork() const = 0;
+  virtual void savepoint(std::string_view name) = 0;
+  virtual void releaseSavepoint(std::string_view name) = 0;
+  virtual void rollbackToSavepoint(std::string_view name) = 0;
+
+  // Select, Insert, Update, Delete.
+  virtual std::unique_ptr<EngineStatement> prepare(const Statement& resolved) = 0;
+
+  // Every CREATE, DROP, ALTER and GRANT; also records procedures. The statement has been resolved.
+  virtual void applyDdl(const Statement& resolved) = 0;
+
+  virtual void setFunctionPath(std::vector<std::string> path) = 0;
+  virtual void setDefaultSchema(std::string schema) = 0;
+  virtual void bindPackage(const Package& package, const std::vector<PackageSection>& sections) = 0;
+};
+
+// Opens the engine that `url` names ("sqlite:PATH" or a path: SQLite). `create` refuses an existing
+// file with -1005.
+struct EngineOptions {
+  bool create = false;
+  int codePage = 1208;              // for create
+};
+std::unique_ptr<Engine> openEngine(std::string_view url, const EngineOptions& options);
+
+}  // namespace orv

@@ -1,0 +1,271 @@
+// The tree of one SQL statement. The parser makes it from the text alone; the resolver then fills
+// in, in place, what the members marked "resolved" say: which table a name means, which type each
+// expression, marker and result column has. An engine reads resolved trees and never ORV text.
+//
+// Names are folded already: ordinary identifiers in upper case, delimited ones as written. A
+// QualifiedName without a schema has an empty one; the resolver fills in the schema that was meant
+// (in `resolvedSchema`, never in `schema`, so that the text can be told).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "server/sql/types.h"
+
+namespace orv {
+
+struct Table;          // server/catalog/catalog.h
+struct Procedure;
+struct Query;
+struct Expr;
+using ExprPtr = std::unique_ptr<Expr>;
+using QueryPtr = std::unique_ptr<Query>;
+
+struct QualifiedName {
+  std::string schema;
+  std::string name;
+  std::string resolvedSchema;    // resolved
+};
+
+// ---------------------------------------------------------------- expressions
+
+enum class ExprKind : uint8_t {
+  Literal,          // text, type
+  Null,
+  Default,          // DEFAULT, as a value of INSERT or UPDATE
+  Marker,           // ?: markerIndex
+  Column,           // name parts; resolved: source, columnIndex
+  Star,             // * in COUNT(*)
+  SpecialRegister,  // CURRENT DATE, CURRENT TIME, CURRENT TIMESTAMP, USER, CURRENT SCHEMA: op
+  Negate,           // - a
+  Arithmetic,       // a op b with + - * /
+  Concat,           // a || b
+  Compare,          // a op b with = <> < > <= >=
+  And,
+  Or,
+  Not,
+  IsNull,           // negated: IS NOT NULL
+  Between,          // a BETWEEN b AND c
+  In,               // a IN (list) or a IN (query)
+  Like,             // a LIKE b [ESCAPE c]
+  Exists,           // query
+  Scalar,           // (query)
+  Quantified,       // a op ANY|ALL (query): op, text = "ANY" or "ALL"
+  Case,             // [operand] pairs of WHEN/THEN in `args`, then ELSE when hasElse
+  Cast,             // CAST(a AS type)
+  Function,         // name(args); column functions have `aggregate` set by the resolver
+};
+
+struct TableRef;
+
+struct Expr {
+  ExprKind kind = ExprKind::Null;
+  SqlType type;                    // parsed for Literal and Cast; resolved for the rest
+  std::string op;                  // operator, special register ("CURRENT DATE"), as written above
+  std::string text;                // literal's value: digits as written, string content
+  bool negated = false;            // NOT BETWEEN, NOT IN, NOT LIKE, IS NOT NULL, NOT EXISTS
+  bool distinct = false;           // COUNT(DISTINCT a)
+  bool hasOperand = false;         // CASE operand WHEN
+  bool hasElse = false;
+  bool aggregate = false;          // resolved: a column function
+  int markerIndex = -1;            // from 0, in order of appearance
+  QualifiedName name;              // function; column: name = column, schema = qualifier's schema
+  std::string qualifier;           // column: table or correlation name before the period
+  std::vector<ExprPtr> args;
+  QueryPtr query;
+  size_t offset = 0;               // byte offset in the statement's text, for messages
+
+  const TableRef* source = nullptr;  // resolved: the table or derived table of a column
+  int columnIndex = -1;              // resolved: its position there, from 0
+};
+
+// ---------------------------------------------------------------- queries
+
+struct OutputColumn {
+  std::string name;                // empty when the query gives it none (an expression)
+  SqlType type;
+};
+
+enum class RefKind : uint8_t { BaseTable, Derived, Join, TableFunction };
+enum class JoinKind : uint8_t { Inner, Left, Right, Full };
+
+struct TableRef {
+  RefKind kind = RefKind::BaseTable;
+  QualifiedName name;              // BaseTable; TableFunction: the function's name
+  std::string correlation;         // AS name; empty when not given
+  std::vector<std::string> columnNames;  // AS T(c1, c2)
+  QueryPtr query;                  // Derived: (query) or TABLE(query) or TABLE(VALUES ...)
+  std::vector<ExprPtr> functionArgs;
+  JoinKind join = JoinKind::Inner; // Join
+  std::unique_ptr<TableRef> left;
+  std::unique_ptr<TableRef> right;
+  ExprPtr on;
+  size_t offset = 0;
+
+  const Table* table = nullptr;    // resolved: BaseTable
+  std::vector<OutputColumn> columns;  // resolved: for every kind but Join
+  std::string alias;               // resolved: a name unique in the whole statement, "T1", "T2"...
+};
+
+struct SelectItem {
+  ExprPtr expr;                    // null for * and T.*
+  bool star = false;
+  QualifiedName starQualifier;     // T.* ; empty name for a bare *
+  std::string as;
+};
+
+struct OrderItem {
+  ExprPtr expr;                    // a bare integer literal is a column number
+  bool descending = false;
+  int columnNumber = -1;           // resolved: the result column it means, from 0, else -1
+};
+
+enum class QueryKind : uint8_t { Select, Values, SetOperation };
+
+struct Query {
+  QueryKind kind = QueryKind::Select;
+
+  // Select
+  bool distinct = false;
+  std::vector<SelectItem> items;   // resolved: stars are replaced by their columns
+  std::vector<std::unique_ptr<TableRef>> from;
+  ExprPtr where;
+  std::vector<ExprPtr> groupBy;
+  ExprPtr having;
+
+  // Values
+  std::vector<std::vector<ExprPtr>> rows;
+
+  // SetOperation
+  std::string op;                  // "UNION", "EXCEPT", "INTERSECT"
+  bool all = false;
+  QueryPtr left;
+  QueryPtr right;
+
+  std::vector<OrderItem> orderBy;
+  std::optional<int64_t> fetchFirst;   // FETCH FIRST n ROWS ONLY
+
+  std::vector<OutputColumn> columns;   // resolved
+};
+
+// ---------------------------------------------------------------- statements
+
+enum class StatementKind : uint8_t {
+  Select,            // query; also a top-level VALUES
+  Insert,
+  Update,
+  Delete,
+  Call,
+  SetVariable,       // VALUES ... INTO is not needed: embedded SQL fetches instead
+  Commit,
+  Rollback,          // savepoint: ROLLBACK TO SAVEPOINT
+  Savepoint,
+  ReleaseSavepoint,
+  CreateTable,
+  DropTable,
+  AlterTable,
+  CreateIndex,
+  DropIndex,
+  CreateDistinctType,
+  DropDistinctType,
+  CreateTableSpace,
+  DropTableSpace,
+  CreateSchema,
+  DropSchema,
+  CreateProcedure,
+  DropProcedure,
+  Grant,             // recorded nowhere: accepted and without effect
+  SetFunctionPath,
+  SetSchema,
+};
+
+struct Assignment {                // SET column = value
+  std::string column;
+  ExprPtr value;
+  int columnIndex = -1;            // resolved
+};
+
+struct ColumnDefinition {
+  std::string name;
+  SqlType type;                    // distinct types: resolved to their source
+  QualifiedName typeName;          // a type written as a name (a distinct type); else empty
+  bool notNull = false;
+  bool primaryKey = false;
+  bool unique = false;
+  ExprPtr defaultValue;            // null when none; Kind Null for WITH DEFAULT alone
+  bool withDefault = false;
+  ExprPtr check;
+  QualifiedName references;        // column-level REFERENCES; empty name when none
+  std::vector<std::string> referencesColumns;
+  std::string onDelete;
+  size_t offset = 0;
+};
+
+struct KeyDefinition {
+  enum class Kind : uint8_t { Primary, Unique, Foreign, Check } kind = Kind::Primary;
+  std::string constraint;          // CONSTRAINT name; empty when not given
+  std::vector<std::string> columns;
+  QualifiedName references;        // Foreign
+  std::vector<std::string> referencesColumns;  // empty: the parent's primary key (resolved: filled)
+  std::string onDelete;            // "", "CASCADE", "SET NULL", "RESTRICT", "NO ACTION"
+  ExprPtr check;
+  std::string checkText;           // Check: its text as written, without parentheses
+};
+
+struct ParameterDefinition {
+  enum class Mode : uint8_t { In, Out, InOut } mode = Mode::In;
+  std::string name;
+  SqlType type;
+  QualifiedName typeName;
+};
+
+// CREATE PROCEDURE as written; the routines layer records it.
+struct ProcedureDefinition {
+  QualifiedName name;
+  std::string specific;            // generated when not given
+  std::vector<ParameterDefinition> parameters;
+  std::string externalName;        // 'library!entry'
+  std::string parameterStyle;      // "ORVDARI", "ORVSQL", "GENERAL", "GENERAL WITH NULLS"
+};
+
+struct MarkerInfo {
+  SqlType type;                    // resolved
+};
+
+struct Statement {
+  StatementKind kind = StatementKind::Select;
+  std::string text;                // as given
+
+  QueryPtr query;                  // Select; Insert from a query or VALUES
+  QualifiedName name;              // the object: table, index, type, procedure, savepoint, schema
+  const Table* table = nullptr;    // resolved: Insert, Update, Delete, DropTable, AlterTable, ...
+  std::unique_ptr<TableRef> target;  // Update, Delete: the table as a row source (alias = table name)
+  std::vector<std::string> insertColumns;   // resolved: filled when left out
+  std::vector<int> insertColumnIndexes;     // resolved: positions in the table
+  std::vector<Assignment> assignments;      // Update
+  ExprPtr where;                            // Update, Delete
+
+  std::vector<ColumnDefinition> columns;    // CreateTable, AlterTable ADD
+  std::vector<KeyDefinition> keys;          // CreateTable, AlterTable ADD
+  std::string tableSpace;                   // IN name
+  QualifiedName indexedTable;               // CreateIndex: ON table
+  std::vector<std::pair<std::string, bool>> indexColumns;  // name, descending
+  bool unique = false;                      // CreateIndex
+  SqlType sourceType;                       // CreateDistinctType
+  bool withComparisons = false;
+  ProcedureDefinition procedure;            // CreateProcedure
+  bool specific = false;                    // DropProcedure: DROP SPECIFIC PROCEDURE
+  bool dropSignatureGiven = false;          // DropProcedure name(types)
+  std::vector<SqlType> dropSignature;
+  std::vector<ExprPtr> callArguments;       // Call
+  const Procedure* routine = nullptr;       // resolved: Call
+  std::vector<std::string> path;            // SetFunctionPath
+
+  std::vector<MarkerInfo> markers;          // one per ?, resolved
+  bool hasResult() const { return kind == StatementKind::Select; }
+};
+
+}  // namespace orv
