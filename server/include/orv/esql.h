@@ -4,14 +4,16 @@
 // static sections. Every statement of the module, static or dynamic, runs under that package: when
 // it is not bound in the database of the current session, or bound with another token, the outcome
 // is SQLCODE -805. The module's static statements are written into a bind file by the build, from
-// the very table that the module uses (scripts: see writeBindFile).
+// the very table that the module uses (writeBindFile).
 //
 // Every call reports through an `sqlca` and throws nothing. All calls run on the session that is
 // current in the calling thread, inside its unit of work; without one the outcome is -1024.
 //
-// In the text of a section, input host variables and, in `... INTO`, nothing else: a section is a
-// query, a VALUES, a data change, or CONNECT; parameter markers `?` stand for input host variables
-// in order. Results are fetched into the output host variables given with the call.
+// A section is a query, a VALUES or a data change; parameter markers `?` stand for the input host
+// variables in order, and results go into the output host variables given with the call. Statements
+// about large objects are sections too: "VALUES LENGTH(CAST(? AS CLOB(2G)))" with a locator as
+// input, "VALUES SUBSTR(CAST(? AS CLOB(2G)), CAST(? AS INTEGER), CAST(? AS INTEGER))", and
+// "VALUES CAST(? AS CLOB(2G))" into a file reference, which the server then writes.
 #pragma once
 
 #include <cstdint>
@@ -116,6 +118,8 @@ class ORV_API Cursor {
 
 ORV_API void freeLocator(int32_t locator, sqlca& area);
 
+// The three forms of CONNECT need no bound package.
+//
 // CONNECT without operands: the properties of the connection as tokens of sqlerrmc (token 1 the
 // database name, 2 the database code page, 3 the authorization id, 9 the application code page).
 ORV_API void connectionProperties(const Module& module, sqlca& area);
