@@ -42,9 +42,9 @@ enum class ExprKind : uint8_t {
   SpecialRegister,  // CURRENT DATE, CURRENT TIME, CURRENT TIMESTAMP, USER, CURRENT SCHEMA: op
   Negate,           // - a
   Arithmetic,       // a op b with + - * /
-  Concat,           // a || b
+  Concat,           // a || b; the resolver turns CONCAT(a, b) into it
   Compare,          // a op b with = <> < > <= >=
-  And,
+  And,              // any number of operands: a long chain is one node
   Or,
   Not,
   IsNull,           // negated: IS NOT NULL
@@ -55,11 +55,15 @@ enum class ExprKind : uint8_t {
   Scalar,           // (query)
   Quantified,       // a op ANY|ALL (query): op, text = "ANY" or "ALL"
   Case,             // [operand] pairs of WHEN/THEN in `args`, then ELSE when hasElse
-  Cast,             // CAST(a AS type)
-  Function,         // name(args); column functions have `aggregate` set by the resolver
+  Cast,             // CAST(a AS type); name = the type's name when it is no built-in type. The
+                    // resolver turns conversion functions (INTEGER(a), ORVXML.XMLCLOB(a)) into it
+  Function,         // name(args): `function` says which; column functions have `aggregate` set
 };
 
 struct TableRef;
+
+// Trees are never higher, so that walks over them may recurse.
+inline constexpr int kMaxNesting = 500;
 
 struct Expr {
   ExprKind kind = ExprKind::Null;
@@ -77,7 +81,9 @@ struct Expr {
   std::vector<ExprPtr> args;
   QueryPtr query;
   size_t offset = 0;               // byte offset in the statement's text, for messages
+  int height = 1;                  // levels of nodes from here down, at most kMaxNesting
 
+  std::string function;              // resolved: the function's own name, UPPER also for UCASE
   const TableRef* source = nullptr;  // resolved: the table or derived table of a column
   int columnIndex = -1;              // resolved: its position there, from 0
 };
@@ -104,6 +110,7 @@ struct TableRef {
   std::unique_ptr<TableRef> right;
   ExprPtr on;
   size_t offset = 0;
+  int height = 1;                  // as in Expr
 
   const Table* table = nullptr;    // resolved: BaseTable
   std::vector<OutputColumn> columns;  // resolved: for every kind but Join
@@ -147,6 +154,7 @@ struct Query {
 
   std::vector<OrderItem> orderBy;
   std::optional<int64_t> fetchFirst;   // FETCH FIRST n ROWS ONLY
+  int height = 1;                      // as in Expr
 
   std::vector<OutputColumn> columns;   // resolved
 };
@@ -188,6 +196,8 @@ struct Assignment {                // SET column = value
   int columnIndex = -1;            // resolved
 };
 
+// Constraints of a column that are named, and all check constraints, stand among the keys of the
+// table instead.
 struct ColumnDefinition {
   std::string name;
   SqlType type;                    // distinct types: resolved to their source
@@ -197,7 +207,6 @@ struct ColumnDefinition {
   bool unique = false;
   ExprPtr defaultValue;            // null when none; Kind Null for WITH DEFAULT alone
   bool withDefault = false;
-  ExprPtr check;
   QualifiedName references;        // column-level REFERENCES; empty name when none
   std::vector<std::string> referencesColumns;
   std::string onDelete;
@@ -225,7 +234,8 @@ struct ParameterDefinition {
 // CREATE PROCEDURE as written; the routines layer records it.
 struct ProcedureDefinition {
   QualifiedName name;
-  std::string specific;            // generated when not given
+  std::string specific;            // resolved: generated when not given
+  std::string specificSchema;      // as written; resolved: checked against the name's schema
   std::vector<ParameterDefinition> parameters;
   std::string externalName;        // 'library!entry'
   std::string parameterStyle;      // "ORVDARI", "ORVSQL", "GENERAL", "GENERAL WITH NULLS"
@@ -242,7 +252,9 @@ struct Statement {
   QueryPtr query;                  // Select; Insert from a query or VALUES
   QualifiedName name;              // the object: table, index, type, procedure, savepoint, schema
   const Table* table = nullptr;    // resolved: Insert, Update, Delete, DropTable, AlterTable, ...
-  std::unique_ptr<TableRef> target;  // Update, Delete: the table as a row source (alias = table name)
+  // Update, Delete: the table as a row source; its alias is the table's stored name. CreateTable,
+  // AlterTable: the row source of check constraints, without a table.
+  std::unique_ptr<TableRef> target;
   std::vector<std::string> insertColumns;   // resolved: filled when left out
   std::vector<int> insertColumnIndexes;     // resolved: positions in the table
   std::vector<Assignment> assignments;      // Update
@@ -259,9 +271,9 @@ struct Statement {
   ProcedureDefinition procedure;            // CreateProcedure
   bool specific = false;                    // DropProcedure: DROP SPECIFIC PROCEDURE
   bool dropSignatureGiven = false;          // DropProcedure name(types)
-  std::vector<SqlType> dropSignature;
+  std::vector<ParameterDefinition> dropSignature;
   std::vector<ExprPtr> callArguments;       // Call
-  const Procedure* routine = nullptr;       // resolved: Call
+  const Procedure* routine = nullptr;       // resolved: Call, DropProcedure
   std::vector<std::string> path;            // SetFunctionPath
 
   std::vector<MarkerInfo> markers;          // one per ?, resolved

@@ -1,0 +1,293 @@
+#include "server/sql/lexer.h"
+
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include <utility>
+
+#include "server/sql/sql_error.h"
+
+namespace orv {
+namespace {
+
+constexpr UChar32 kIdeographicSpace = 0x3000;
+constexpr std::string_view kNotSign = "\xC2\xAC";
+
+bool isFullWidthLetter(UChar32 c) { return c >= 0xFF21 && c <= 0xFF5A; }
+
+void appendUtf8(std::string& out, UChar32 c) {
+  char bytes[U8_MAX_LENGTH];
+  int32_t used = 0;
+  U8_APPEND_UNSAFE(bytes, used, c);
+  out.append(bytes, static_cast<size_t>(used));
+}
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+bool isWordStart(UChar32 c) {
+  if (c < 0x80) return u_isalpha(c) || c == '_' || c == '$' || c == '#' || c == '@';
+  return u_isalpha(c);
+}
+bool isWordPart(UChar32 c) {
+  return isWordStart(c) || u_isdigit(c) || (c >= 0x80 && u_charType(c) == U_NON_SPACING_MARK);
+}
+
+int hexDigit(char c) {
+  if (isDigit(c)) return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+class Lexer {
+ public:
+  explicit Lexer(std::string_view text) : text_(text) {}
+
+  std::vector<Token> run() {
+    if (text_.size() > kMaxStatementBytes) throw SqlError(-101);
+    tokens_.reserve(text_.size() / 5 + 8);
+    for (skipBlanks(); at_ < text_.size(); skipBlanks()) scanToken();
+    add(TokenKind::End, text_.size(), "");
+    return std::move(tokens_);
+  }
+
+ private:
+  char peek(size_t ahead = 0) const {
+    return at_ + ahead < text_.size() ? text_[at_ + ahead] : '\0';
+  }
+
+  // The code point at the cursor; negative when the bytes are no UTF-8.
+  UChar32 codePoint(size_t* next) const {
+    size_t position = at_;
+    UChar32 c = 0;
+    U8_NEXT(text_.data(), position, text_.size(), c);
+    *next = position;
+    return c;
+  }
+
+  void add(TokenKind kind, size_t begin, std::string text) {
+    tokens_.push_back({kind, std::move(text), begin, at_});
+  }
+
+  // The text from `begin` on, short enough for a message.
+  std::string excerpt(size_t begin) const {
+    size_t end = std::min(begin + 20, text_.size());
+    U8_SET_CP_START(text_.data(), begin, end);
+    return std::string(text_.substr(begin, end - begin));
+  }
+
+  std::string previousText() const {
+    if (tokens_.empty()) return "BEGIN-OF-STATEMENT";
+    const Token& last = tokens_.back();
+    return std::string(text_.substr(last.begin, last.end - last.begin));
+  }
+
+  void skipBlanks() {
+    while (at_ < text_.size()) {
+      const char c = text_[at_];
+      if (c == ' ' || (c >= '\t' && c <= '\r')) {
+        ++at_;
+      } else if (c == '-' && peek(1) == '-') {
+        const size_t end = text_.find('\n', at_);
+        at_ = end == std::string_view::npos ? text_.size() : end;
+      } else if (c == '/' && peek(1) == '*') {
+        skipBlockComment();
+      } else {
+        size_t next = 0;
+        if (static_cast<unsigned char>(c) < 0x80 || codePoint(&next) != kIdeographicSpace) return;
+        at_ = next;
+      }
+    }
+  }
+
+  void skipBlockComment() {
+    const size_t begin = at_;
+    int depth = 0;
+    do {
+      if (at_ + 1 >= text_.size()) throw SqlError(-10, {excerpt(begin)});
+      if (peek() == '/' && peek(1) == '*') {
+        ++depth;
+        at_ += 2;
+      } else if (peek() == '*' && peek(1) == '/') {
+        --depth;
+        at_ += 2;
+      } else {
+        ++at_;
+      }
+    } while (depth > 0);
+  }
+
+  void scanToken() {
+    const char c = peek();
+    if (c == '"') return scanDelimited();
+    if (c == '\'') return scanString(TokenKind::String, at_);
+    if (peek(1) == '\'') {
+      const size_t begin = at_;
+      if (c == 'X' || c == 'x') return ++at_, scanString(TokenKind::HexString, begin);
+      if (c == 'G' || c == 'g' || c == 'N' || c == 'n') {
+        return ++at_, scanString(TokenKind::GraphicString, begin);
+      }
+    }
+    if (isDigit(c) || (c == '.' && isDigit(peek(1)))) return scanNumber();
+    size_t next = 0;
+    if (isWordStart(codePoint(&next))) return scanWord();
+    scanSymbol();
+  }
+
+  // Reads up to the closing `quote`; a doubled one stands for itself. The cursor is on the opening.
+  std::string quoted(char quote, size_t begin) {
+    std::string content;
+    ++at_;
+    for (;;) {
+      const size_t end = text_.find(quote, at_);
+      if (end == std::string_view::npos) throw SqlError(-10, {excerpt(begin)});
+      content.append(text_, at_, end - at_);
+      at_ = end + 1;
+      if (peek() != quote) return content;
+      content += quote;
+      ++at_;
+    }
+  }
+
+  void scanDelimited() {
+    const size_t begin = at_;
+    std::string name = quoted('"', begin);
+    if (name.empty()) throw SqlError(-104, {"\"\"", previousText(), "<identifier>"});
+    addName(TokenKind::Delimited, begin, std::move(name));
+  }
+
+  void addName(TokenKind kind, size_t begin, std::string name) {
+    if (name.size() > kMaxNameBytes) {
+      throw SqlError(-107, {excerpt(begin), std::to_string(kMaxNameBytes)});
+    }
+    add(kind, begin, std::move(name));
+  }
+
+  void scanString(TokenKind kind, size_t begin) {
+    std::string content = quoted('\'', begin);
+    if (kind == TokenKind::HexString) content = bytesOfHex(content, begin);
+    if (content.size() > kMaxStringBytes) throw SqlError(-102, {excerpt(begin)});
+    add(kind, begin, std::move(content));
+  }
+
+  std::string bytesOfHex(std::string_view digits, size_t begin) const {
+    if (digits.size() % 2 != 0) throw SqlError(-105, {excerpt(begin)});
+    std::string bytes;
+    bytes.reserve(digits.size() / 2);
+    for (size_t i = 0; i < digits.size(); i += 2) {
+      const int high = hexDigit(digits[i]);
+      const int low = hexDigit(digits[i + 1]);
+      if (high < 0 || low < 0) throw SqlError(-105, {excerpt(begin)});
+      bytes += static_cast<char>(high * 16 + low);
+    }
+    return bytes;
+  }
+
+  void skipDigits() {
+    while (isDigit(peek())) ++at_;
+  }
+
+  // number: digits [. [digits]] [E [+|-] digits] | . digits [E ...]
+  void scanNumber() {
+    const size_t begin = at_;
+    TokenKind kind = TokenKind::Integer;
+    skipDigits();
+    if (peek() == '.') {
+      kind = TokenKind::Decimal;
+      ++at_;
+      skipDigits();
+    }
+    if (peek() == 'E' || peek() == 'e') {
+      kind = TokenKind::Float;
+      ++at_;
+      if (peek() == '+' || peek() == '-') ++at_;
+      if (!isDigit(peek())) malformedNumber(begin);
+      skipDigits();
+    }
+    size_t next = 0;
+    if (at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(&next)))) {
+      malformedNumber(begin);
+    }
+    add(kind, begin, std::string(text_.substr(begin, at_ - begin)));
+  }
+
+  [[noreturn]] void malformedNumber(size_t begin) {
+    size_t next = at_;
+    while (at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(&next)))) {
+      at_ = peek() == '.' ? at_ + 1 : next;
+    }
+    throw SqlError(-103, {std::string(text_.substr(begin, std::min<size_t>(at_ - begin, 60)))});
+  }
+
+  void scanWord() {
+    const size_t begin = at_;
+    size_t next = at_;
+    while (at_ < text_.size() && isWordPart(codePoint(&next))) at_ = next;
+    addName(TokenKind::Word, begin, foldName(text_.substr(begin, at_ - begin)));
+  }
+
+  void scanSymbol() {
+    const size_t begin = at_;
+    const bool notSign = text_.substr(at_).starts_with(kNotSign);
+    if (notSign || peek() == '^' || peek() == '!') {
+      at_ += notSign ? kNotSign.size() : 1;
+      return scanNegatedComparison(begin);
+    }
+    static constexpr std::string_view kPairs[] = {"<>", "<=", ">=", "||"};
+    for (const std::string_view pair : kPairs) {
+      if (text_.substr(at_).starts_with(pair)) {
+        at_ += pair.size();
+        return add(TokenKind::Symbol, begin, std::string(pair));
+      }
+    }
+    const char c = peek();
+    constexpr std::string_view kSingles = "+-*/(),.;:=<>?";
+    if (c == '\0' || kSingles.find(c) == std::string_view::npos) badCharacter(begin);
+    ++at_;
+    add(c == '?' ? TokenKind::Marker : TokenKind::Symbol, begin, std::string(1, c));
+  }
+
+  // not-sign, ^ or ! before =, < or >
+  void scanNegatedComparison(size_t begin) {
+    const char c = peek();
+    ++at_;
+    if (c == '=') return add(TokenKind::Symbol, begin, "<>");
+    if (c == '<') return add(TokenKind::Symbol, begin, ">=");
+    if (c == '>') return add(TokenKind::Symbol, begin, "<=");
+    badCharacter(begin);
+  }
+
+  [[noreturn]] void badCharacter(size_t begin) const {
+    size_t end = begin;
+    UChar32 c = 0;
+    U8_NEXT(text_.data(), end, text_.size(), c);
+    throw SqlError(-7, {std::string(text_.substr(begin, end - begin)), previousText()});
+  }
+
+  std::string_view text_;
+  size_t at_ = 0;
+  std::vector<Token> tokens_;
+};
+
+}  // namespace
+
+std::vector<Token> scan(std::string_view text) { return Lexer(text).run(); }
+
+std::string foldName(std::string_view name) {
+  std::string folded;
+  folded.reserve(name.size());
+  for (size_t i = 0; i < name.size();) {
+    const char byte = name[i];
+    if (static_cast<unsigned char>(byte) < 0x80) {
+      folded += byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
+      ++i;
+      continue;
+    }
+    UChar32 c = 0;
+    U8_NEXT_OR_FFFD(name.data(), i, name.size(), c);
+    appendUtf8(folded, isFullWidthLetter(c) ? c : u_toupper(c));
+  }
+  return folded;
+}
+
+}  // namespace orv
