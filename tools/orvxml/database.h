@@ -1,0 +1,25 @@
+// The database that a subcommand works on, and the library's packages in it.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "orv/session.h"
+#include "settings.h"
+
+namespace orvxml::command {
+
+// Opens the database of the settings and makes its session current. Throws Failure; without a
+// database in the settings with kWrongUse.
+std::unique_ptr<orv::Session> openDatabase(const Settings& settings);
+
+// The URL of the settings; Failure with kWrongUse when there is none.
+const std::string& requireDatabase(const Settings& settings);
+
+// Binds the library's packages into the current session's database; commits nothing.
+void bindPackages();
+
+// Throws Failure with the server's message unless the outcome is a success or a warning.
+void require(const orv::Outcome& outcome, const std::string& where);
+
+}  // namespace orvxml::command

@@ -1,0 +1,109 @@
+// The command `orvxml`: makes databases, binds the library's packages, runs SQL, decomposes
+// documents and switches the trace.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+#include "admin_commands.h"
+#include "console.h"
+#include "settings.h"
+#include "shred_command.h"
+#include "sql_command.h"
+#include "text_encoding.h"
+
+namespace {
+
+using namespace orvxml::command;
+
+struct CommandLine {
+  Settings settings;
+  int codePage = kUtf8CodePage;
+  SqlOptions sql;
+  ShredOptions shred;
+  std::string traceDirectory;
+  ExitStatus status = kDone;
+};
+
+void addGlobalOptions(CLI::App& app, CommandLine& line) {
+  app.set_version_flag("--version", std::string("orvxml " ORVXML_VERSION));
+  app.add_option("--db", line.settings.database, "Database: a path or sqlite:PATH")
+      ->envname("ORVXML_DB")
+      ->type_name("URL");
+  app.add_flag("--json", line.settings.json, "Write data as JSON");
+  app.add_flag("--quiet", line.settings.quiet, "Write data, warnings and errors only");
+  app.require_subcommand(1);
+  app.fallthrough();
+}
+
+void addAdministration(CLI::App& app, CommandLine& line) {
+  CLI::App* create = app.add_subcommand("create", "Make a new database with the packages bound");
+  create->add_option("--code-page", line.codePage, "Code page of the database")
+      ->capture_default_str();
+  create->callback([&line] { createDatabase(line.settings, line.codePage); });
+
+  CLI::App* bind = app.add_subcommand("bind", "Bind the library's packages again");
+  bind->callback([&line] { bindDatabase(line.settings); });
+
+  CLI::App* trace = app.add_subcommand("trace", "Turn the trace of the instance on or off");
+  trace->require_subcommand(1);
+  CLI::App* on = trace->add_subcommand("on", "Write a trace file into a directory");
+  on->add_option("DIRECTORY", line.traceDirectory, "Where the trace file goes")->required();
+  on->callback([&line] { traceOn(line.settings, line.traceDirectory); });
+  CLI::App* off = trace->add_subcommand("off", "Write no trace any more");
+  off->callback([&line] { traceOff(line.settings); });
+}
+
+void addSql(CLI::App& app, CommandLine& line) {
+  CLI::App* sql = app.add_subcommand(
+      "sql", "Run SQL in one unit of work: from the arguments, a file, or standard input");
+  sql->add_option("STATEMENT", line.sql.statements, "Statements, separated by semicolons");
+  sql->add_option("--file", line.sql.file, "Read the statements from a file")->type_name("FILE");
+  sql->add_flag("--csv", line.sql.csv, "Write results as CSV");
+  sql->callback([&line] { runSql(line.settings, line.sql); });
+}
+
+void addShred(CLI::App& app, CommandLine& line) {
+  CLI::App* shred = app.add_subcommand(
+      "shred", "Decompose documents into rows, each document in a unit of work of its own");
+  shred->add_option("--dad", line.shred.dad, "File with the mapping")->type_name("FILE");
+  shred->add_option("--collection", line.shred.collection, "Enabled collection with the mapping")
+      ->type_name("NAME");
+  shred->add_flag("--keep-going", line.shred.keepGoing, "Go on after a document that failed");
+  shred->add_option("DOCUMENT", line.shred.documents, "XML documents; - is standard input");
+  shred->callback([&line] { line.status = runShred(line.settings, line.shred); });
+}
+
+int run(int argc, char** argv) {
+  CommandLine line;
+  CLI::App app{"The XML Annex of the ORV server from the command line.", "orvxml"};
+  addGlobalOptions(app, line);
+  addAdministration(app, line);
+  addSql(app, line);
+  addShred(app, line);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const bool wrong = error.get_exit_code() != 0;
+    app.exit(error);
+    return wrong ? kWrongUse : kDone;
+  }
+  checkOutput();
+  return line.status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Without an instance name no procedure runs; a first try should not need to know that.
+  setenv("ORVINSTANCE", "orvxml", 0);
+  try {
+    return run(argc, argv);
+  } catch (const Failure& failure) {
+    printMessage(failure.where(), failure.what());
+    return failure.status();
+  } catch (const std::exception& error) {
+    printMessage("orvxml", error.what());
+    return kFailed;
+  }
+}

@@ -1,0 +1,192 @@
+#include "shred_command.h"
+
+#include <cinttypes>
+#include <cstdio>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "console.h"
+#include "database.h"
+#include "input_file.h"
+#include "result_writer.h"
+#include "shredder.h"
+#include "text_encoding.h"
+#include "text_layout.h"
+
+namespace orvxml::command {
+
+namespace {
+
+using TableCounts = std::vector<std::pair<std::string, int64_t>>;
+
+struct Position {
+  std::string line, column;
+};
+
+// What became of one document.
+struct DocumentResult {
+  std::string name;
+  std::string where;  // in front of the message
+  std::string message;
+  int code = 0;
+  bool ok = false;
+  std::optional<Position> position;
+  TableCounts rows;
+};
+
+// The numbers that the parser's message carries: "... Parser error on line 3 column 7: ...".
+std::optional<Position> parserPosition(std::string_view message) {
+  const auto numberAfter = [&](std::string_view words) {
+    size_t at = message.find(words);
+    if (at == std::string_view::npos) return std::string();
+    at += words.size();
+    const size_t end = message.find_first_not_of("0123456789", at);
+    return std::string(message.substr(at, end == std::string_view::npos ? end : end - at));
+  };
+  if (message.find("QRKQ047E") == std::string_view::npos) return std::nullopt;
+  Position position{numberAfter("on line "), numberAfter(" column ")};
+  if (position.line.empty() || position.column.empty()) return std::nullopt;
+  return position;
+}
+
+std::string withoutFinalNewlines(std::string text) {
+  text.erase(text.find_last_not_of('\n') + 1);
+  return text;
+}
+
+class DocumentRun {
+ public:
+  DocumentRun(const Settings& settings, orv::Session& session, Mapping mapping, size_t total)
+      : settings_(settings),
+        session_(session),
+        shredder_(session, std::move(mapping)),
+        progress_(total, !settings.quiet) {}
+
+  // One document as one unit of work; its outcome is reported. True when it succeeded.
+  bool run(const std::string& path) {
+    DocumentResult result;
+    result.name = result.where = inputName(path);
+    try {
+      shred(documentAsUtf8(result.name, readWhole(path)), result);
+    } catch (const Failure& failure) {
+      result.ok = false;
+      result.where = failure.where();
+      result.message = failure.what();
+      result.code = -1;
+    }
+    if (!result.ok) session_.rollback();
+    progress_.documentEnded(result.ok);
+    report(result);
+    return result.ok;
+  }
+
+ private:
+  void shred(const std::string& document, DocumentResult& result) {
+    session_.resetInsertCounts();
+    ShredOutcome outcome = shredder_.shred(result.name, document);
+    result.code = outcome.code;
+    result.message = withoutFinalNewlines(std::move(outcome.message));
+    if (outcome.code < 0) {
+      session_.rollback();
+      locate(result);
+      return;
+    }
+    result.rows = session_.insertCounts();
+    require(session_.commit(), result.name);
+    result.ok = true;
+  }
+
+  // Says whose line and column a parser error counts.
+  void locate(DocumentResult& result) {
+    result.position = parserPosition(result.message);
+    if (!result.position) return;
+    const bool inMapping = shredder_.mappingIsMalformed();
+    session_.rollback();
+    result.where = (inMapping ? shredder_.mapping().name : result.name) + ':' +
+                   result.position->line + ':' + result.position->column;
+    if (inMapping) result.position.reset();
+  }
+
+  void report(const DocumentResult& result) {
+    if (!result.ok || !settings_.quiet) progress_.clear();
+    if (settings_.json) {
+      printJson(result);
+    } else if (result.ok && !settings_.quiet) {
+      printRows(result);
+    }
+    if (!result.ok) {
+      printMessage(result.where, result.message);
+    } else if (result.rows.empty()) {
+      progress_.clear();
+      printMessage(result.where,
+                   "warning: the document put no row into any table; do its element names and "
+                   "nesting match the mapping?");
+    }
+    checkOutput();
+  }
+
+  static void printRows(const DocumentResult& result) {
+    std::printf("%s: %s\n", result.name.c_str(), result.message.c_str());
+    size_t width = 0;
+    for (const auto& [table, count] : result.rows) width = std::max(width, displayWidth(table));
+    for (const auto& [table, count] : result.rows) {
+      const auto blanks = static_cast<int>(width - displayWidth(table));
+      std::printf("  %s%*s %8" PRId64 "\n", table.c_str(), blanks, "", count);
+    }
+  }
+
+  static void printJson(const DocumentResult& result) {
+    std::string text = "{\"document\": " + jsonString(result.name) +
+                       ", \"ok\": " + (result.ok ? "true" : "false") +
+                       ", \"code\": " + std::to_string(result.code) +
+                       ", \"message\": " + jsonString(result.message);
+    if (result.position) {
+      text += ", \"line\": " + result.position->line + ", \"column\": " + result.position->column;
+    }
+    text += ", \"rows\": {";
+    const char* separator = "";
+    for (const auto& [table, count] : result.rows) {
+      text += separator + jsonString(table) + ": " + std::to_string(count);
+      separator = ", ";
+    }
+    std::printf("%s}}\n", text.c_str());
+  }
+
+  const Settings& settings_;
+  orv::Session& session_;
+  Shredder shredder_;
+  Progress progress_;
+};
+
+Mapping readMapping(const ShredOptions& options) {
+  if (!options.collection.empty()) return {true, options.collection, ""};
+  const std::string name = inputName(options.dad);
+  return {false, name, documentAsUtf8(name, readWhole(options.dad))};
+}
+
+void checkOptions(const ShredOptions& options) {
+  if (options.dad.empty() == options.collection.empty()) {
+    throw Failure("", "give either --dad or --collection", kWrongUse);
+  }
+  if (options.documents.empty()) throw Failure("", "no document given", kWrongUse);
+}
+
+}  // namespace
+
+ExitStatus runShred(const Settings& settings, const ShredOptions& options) {
+  checkOptions(options);
+  requireDatabase(settings);
+  Mapping mapping = readMapping(options);
+  const std::unique_ptr<orv::Session> session = openDatabase(settings);
+  DocumentRun run(settings, *session, std::move(mapping), options.documents.size());
+  ExitStatus status = kDone;
+  for (const std::string& document : options.documents) {
+    if (run.run(document)) continue;
+    status = kFailed;
+    if (!options.keepGoing) break;
+  }
+  return status;
+}
+
+}  // namespace orvxml::command

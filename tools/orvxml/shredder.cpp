@@ -1,0 +1,96 @@
+#include "shredder.h"
+
+#include <cstring>
+#include <memory>
+
+#include "orvxml/context.h"
+#include "orvxml/procedures.h"
+#include "settings.h"
+#include "text_encoding.h"
+
+namespace orvxml::command {
+
+namespace {
+
+// Sizes of the registered procedures' parameters, in bytes.
+constexpr size_t kDadParameter = 100 * 1024;
+constexpr size_t kDocumentParameter = 1024 * 1024;
+constexpr int kNoSuchRoutine = -440;
+
+// A large object as the procedures take it: its length, then its bytes and a terminator.
+class ClobValue {
+ public:
+  explicit ClobValue(std::string_view text) : block_(new char[kHeader + text.size() + 1]) {
+    const auto length = static_cast<int32_t>(text.size());
+    std::memcpy(block_.get(), &length, kHeader);
+    std::memcpy(block_.get() + kHeader, text.data(), text.size());
+    block_[kHeader + text.size()] = '\0';
+  }
+  clob* get() { return reinterpret_cast<clob*>(block_.get()); }
+
+ private:
+  static constexpr size_t kHeader = offsetof(clob, data);
+  std::unique_ptr<char[]> block_;
+};
+
+int numberOf(const orv::ResultValue& value) {
+  return value ? static_cast<int>(std::strtol(value->c_str(), nullptr, 10)) : 0;
+}
+
+}  // namespace
+
+Shredder::Shredder(orv::Session& session, Mapping mapping)
+    : session_(session), mapping_(std::move(mapping)) {
+  databaseMapping_ = toCodePage(mapping_.name, mapping_.isCollection ? mapping_.name : mapping_.dad,
+                                session_.codePage());
+}
+
+ShredOutcome Shredder::shred(const std::string& name, const std::string& document) {
+  const std::string databaseDocument = toCodePage(name, document, session_.codePage());
+  if (registered_ && fitsParameters(databaseDocument)) {
+    const ShredOutcome outcome = callRegistered(document);
+    if (registered_) return outcome;
+  }
+  return callDirectly(databaseDocument);
+}
+
+bool Shredder::mappingIsMalformed() {
+  if (mapping_.isCollection) return false;
+  const ShredOutcome outcome = callDirectly("<document/>");
+  return outcome.message.find("QRKQ047E") != std::string::npos;
+}
+
+bool Shredder::fitsParameters(const std::string& document) const {
+  return document.size() <= kDocumentParameter && databaseMapping_.size() <= kDadParameter;
+}
+
+ShredOutcome Shredder::callRegistered(const std::string& document) {
+  const orv::CallResult result =
+      session_.call("ORVXML", mapping_.isCollection ? "QRKINSERTXML" : "QRKSHREDXML",
+                    {{mapping_.isCollection ? mapping_.name : mapping_.dad}, {document}, {}, {}});
+  if (result.outcome.sqlcode == kNoSuchRoutine) {
+    registered_ = false;
+    return {};
+  }
+  if (result.outcome.failed()) return {result.outcome.sqlcode, result.outcome.message};
+  if (result.outputs.size() != 4) return {-1, "the registered procedure has other parameters"};
+  return {numberOf(result.outputs[2]), result.outputs[3].value_or("")};
+}
+
+ShredOutcome Shredder::callDirectly(const std::string& document) {
+  ClobValue documentValue(document);
+  int code = 0;
+  char message[kMessageSize] = "";
+  short indicators[4] = {0, 0, 0, 0};
+  if (mapping_.isCollection) {
+    qrkInsertXML_STP(databaseMapping_.c_str(), documentValue.get(), &code, message, &indicators[0],
+                     &indicators[1], &indicators[2], &indicators[3]);
+  } else {
+    ClobValue dadValue(databaseMapping_);
+    qrkShredXML_STP(dadValue.get(), documentValue.get(), &code, message, &indicators[0],
+                    &indicators[1], &indicators[2], &indicators[3]);
+  }
+  return {code, fromCodePage(message, session_.codePage())};
+}
+
+}  // namespace orvxml::command

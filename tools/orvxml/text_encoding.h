@@ -1,0 +1,31 @@
+// Encodings of what the command reads: documents and mappings arrive in the encoding that they
+// declare, SQL in UTF-8, and the server takes text in UTF-8 or in the database's code page.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace orvxml::command {
+
+inline constexpr int kUtf8CodePage = 1208;
+
+// The character of UTF-8 text at `at`, which moves behind it; -1 for an ill-formed sequence.
+int32_t nextCharacter(std::string_view utf8, size_t& at);
+
+// An XML document as UTF-8, without a byte order mark. The encoding is that of the byte order mark,
+// else that of the XML declaration, else UTF-8. The declaration itself stays as it is: the parser
+// is told the encoding. Throws Failure, in front of it `name` and the line, when the encoding is
+// unknown, when bytes do not belong to it, or when the text holds U+0000.
+std::string documentAsUtf8(const std::string& name, std::string content);
+
+// UTF-8 text, without a byte order mark; as above.
+std::string plainTextAsUtf8(const std::string& name, std::string content);
+
+// UTF-8 text in a database's code page; Failure at the first character that has no place in it.
+std::string toCodePage(const std::string& name, std::string utf8, int codePage);
+
+// The server's text as UTF-8; what cannot be converted is replaced.
+std::string fromCodePage(std::string text, int codePage);
+
+}  // namespace orvxml::command
