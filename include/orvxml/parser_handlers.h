@@ -1,0 +1,235 @@
+// The parser's subclasses and the entity resolvers: they decide what of a document's outside the
+// parser sees (an empty DTD, or the DTD that the library supplies; never what a document names) and
+// stop documents that are out of proportion.
+//
+// Every parser class here is closed to the outside by its constructor: without an answer of the
+// installed resolver an external entity is an error, not an access. Limits end the parse with a
+// SAXParseException at the place that was reached, so callers report them as any parse error.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <xercesc/framework/MemoryManager.hpp>
+#include <xercesc/framework/XMLAttr.hpp>
+#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
+#include <xercesc/parsers/SAXParser.hpp>
+#include <xercesc/parsers/XercesDOMParser.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/util/RefVectorOf.hpp>
+#include <xercesc/util/SecurityManager.hpp>
+
+#include "orvxml/context.h"
+#include "orvxml/parser.h"
+
+namespace orvxml {
+
+// Reads the document's own DTD as empty. Install it as entity resolver and error handler.
+class qrkNonValidateHandler : public xercesc::DefaultHandler {
+ public:
+  explicit qrkNonValidateHandler(QrkStruct* context) : ctx(context) {}
+  // An empty buffer for the document's DTD; null for everything else.
+  xercesc::InputSource* resolveEntity(const XMLCh* publicId, const XMLCh* requested) override;
+  void error(const xercesc::SAXParseException& problem) override;       // throws a copy
+  void fatalError(const xercesc::SAXParseException& problem) override;  // throws a copy
+  void warning(const xercesc::SAXParseException&) override {}
+
+  QrkStruct* ctx;
+  std::optional<std::u16string> systemId;  // of the DOCTYPE; none until one is seen
+};
+
+// Supplies the DTD that a document is validated against, whatever entity is asked for.
+class qrkValidateHandler : public xercesc::DefaultHandler {
+ public:
+  enum DtdMode : int { kDtdIsFile = 0, kDtdIsText = 1 };
+  // `dtd`: text up to its terminator, or a file name in the database code page, or null (nothing
+  // is supplied). `dtdId` and `encoding` may be null. `dtd` must outlive the handler.
+  qrkValidateHandler(QrkStruct* context, const char* dtd, const XMLCh* dtdId, const XMLCh* encoding,
+                     int mode);
+  xercesc::InputSource* resolveEntity(const XMLCh* publicId, const XMLCh* requested) override;
+  void error(const xercesc::SAXParseException& problem) override;
+  void fatalError(const xercesc::SAXParseException& problem) override;
+  void warning(const xercesc::SAXParseException&) override {}
+
+  QrkStruct* ctx;
+  std::optional<std::u16string> systemId;  // the DTD id, then the DOCTYPE's system id
+
+ private:
+  xercesc::InputSource* suppliedDtd() const;
+  const char* dtd_;
+  std::u16string encoding_;  // empty: none
+  int mode_;
+};
+
+// Supplies nothing but the schema file itself: only a request for `schemaLocation`, as written, is
+// answered. `encoding` is the name of the database code page's encoding.
+class qrkSchemaHandler : public xercesc::DefaultHandler {
+ public:
+  qrkSchemaHandler(QrkStruct* context, const XMLCh* encoding,
+                   const XMLCh* schemaLocation = nullptr);
+  xercesc::InputSource* resolveEntity(const XMLCh* publicId, const XMLCh* requested) override;
+  void error(const xercesc::SAXParseException& problem) override;
+  void fatalError(const xercesc::SAXParseException& problem) override;
+  void warning(const xercesc::SAXParseException&) override {}
+
+  QrkStruct* ctx;
+
+ private:
+  std::u16string encoding_;
+  std::u16string schemaLocation_;  // empty: answer nothing
+};
+
+// Stores the system id of a DOCTYPE (null: none) in the resolver, when it is one that has use of
+// it.
+void rememberDoctype(xercesc::EntityResolver* resolver, const XMLCh* systemId);
+
+// Watches over one parse: depth, nodes, and how far entities and defaulted attributes blow the
+// document up. It is also the parser's memory manager: a single value grows inside the parser, out
+// of sight of every callback, so the largest single allocation is limited as well. A DOM document
+// keeps the guard as long as it lives.
+class DocumentGuard : public xercesc::MemoryManager {
+ public:
+  DocumentGuard() = default;
+  // Before a parse: the document's size in bytes (0 when unknown).
+  void start(uint64_t documentBytes);
+  // Where the parser stands; null from the end of the parse on.
+  void setLocator(const xercesc::Locator* locator) { locator_ = locator; }
+  // After a parse, however it ended: lifts the limits.
+  void finish();
+
+  void enterElement() {
+    if (++depth_ > kMaxElementDepth) refuseDepth();
+  }
+  void leaveElement() { --depth_; }
+  void addNodes(uint64_t count) {
+    if ((nodes_ += static_cast<int64_t>(count)) > kMaxDocumentNodes) refuseNodes();
+  }
+  // A reference to an entity with a replacement text of `length` characters.
+  void enterEntity(uint64_t length);
+  // The document declares entities or attributes: its attribute values are counted from here on.
+  void countAttributeValues() { countsValues_ = true; }
+  void addAttributes(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count) {
+    if (countsValues_) addAttributeValues(attributes, count);
+  }
+  void addValue(const XMLCh* text);
+
+  void* allocate(XMLSize_t size) override;
+  void deallocate(void* memory) override;
+  xercesc::MemoryManager* getExceptionMemoryManager() override;
+
+ private:
+  void addAttributeValues(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                          XMLSize_t count);
+  void addCharacters(uint64_t count);
+  [[noreturn]] void refuse(const XMLCh* text) const;
+  [[noreturn]] void refuseDepth() const;
+  [[noreturn]] void refuseNodes() const;
+
+  const xercesc::Locator* locator_ = nullptr;
+  int depth_ = 0;
+  bool countsValues_ = false;
+  int64_t nodes_ = 0;
+  int64_t expansions_ = 0;
+  uint64_t characters_ = 0;
+  uint64_t characterLimit_ = 0;
+  XMLSize_t allocationLimit_ = ~XMLSize_t{0};
+};
+
+// What a parser needs before its base class is built.
+struct GuardedParser {
+  GuardedParser();
+  std::shared_ptr<DocumentGuard> guard;
+  xercesc::SecurityManager security;
+};
+
+// Parses into a DOM tree: no validation, no name spaces, no entity reference nodes.
+class qrkNonValidateDOM : private GuardedParser, public xercesc::XercesDOMParser {
+ public:
+  explicit qrkNonValidateDOM(QrkStruct* context);
+  // For a document of `bytes` bytes; parses it and lifts the limits from what it built.
+  void parseDocument(const xercesc::InputSource& source, uint64_t bytes);
+  // The parsed document, which from here on belongs to the result; null when there is none.
+  DocumentOwner takeDocument();
+
+  void startDocument() override;
+  void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
+                   const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
+  void entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
+                  bool isIgnored) override;
+  void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& declared,
+              bool ignoring) override;
+  void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
+                    const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                    XMLSize_t count, bool isEmpty, bool isRoot) override;
+  void endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId, bool isRoot,
+                  const XMLCh* prefix) override;
+  void docCharacters(const XMLCh* text, XMLSize_t length, bool isCdata) override;
+  void docComment(const XMLCh* text) override;
+  void docPI(const XMLCh* target, const XMLCh* data) override;
+  void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
+
+ private:
+  QrkStruct* ctx_;
+};
+
+class qrkNonValidateSAX : private GuardedParser, public xercesc::SAXParser {
+ public:
+  explicit qrkNonValidateSAX(QrkStruct* context);
+  // The size of the next document in bytes, which its limits grow with; 0 when unknown.
+  void setDocumentSize(uint64_t bytes) { documentBytes_ = bytes; }
+
+  void startDocument() override;
+  void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
+                   const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
+  void entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
+                  bool isIgnored) override;
+  void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& declared,
+              bool ignoring) override;
+  void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
+                    const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                    XMLSize_t count, bool isEmpty, bool isRoot) override;
+  void endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId, bool isRoot,
+                  const XMLCh* prefix) override;
+  void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
+
+ private:
+  QrkStruct* ctx_;
+  uint64_t documentBytes_ = 0;
+};
+
+// Reads with SAX2 events. White space that the DTD makes ignorable reaches the content handler's
+// ignorableWhitespace once by this class and once by its base, when a content handler is set.
+class qrkSAX2XMLReaderImpl : private GuardedParser, public xercesc::SAX2XMLReaderImpl {
+ public:
+  explicit qrkSAX2XMLReaderImpl(QrkStruct* context);
+  // The size of the next document in bytes, which its limits grow with; 0 when unknown.
+  void setDocumentSize(uint64_t bytes) { documentBytes_ = bytes; }
+
+  void setContentHandler(xercesc::ContentHandler* handler) override;
+  void setEntityResolver(xercesc::EntityResolver* resolver) override;
+
+  void startDocument() override;
+  void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
+                   const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
+  void entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
+                  bool isIgnored) override;
+  void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& declared,
+              bool ignoring) override;
+  void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
+                    const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                    XMLSize_t count, bool isEmpty, bool isRoot) override;
+  void endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId, bool isRoot,
+                  const XMLCh* prefix) override;
+  void ignorableWhitespace(const XMLCh* text, XMLSize_t length, bool isCdata) override;
+  void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
+
+ private:
+  QrkStruct* ctx_;
+  uint64_t documentBytes_ = 0;
+  xercesc::ContentHandler* contentHandler_ = nullptr;
+  xercesc::EntityResolver* resolver_ = nullptr;
+  xercesc::DefaultHandler declarations_;  // makes the parser report the DOCTYPE at all
+};
+
+}  // namespace orvxml
