@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "orv/sqlda.h"
+#include "orvxml/export.h"
 
 extern "C" {
 
@@ -18,13 +19,15 @@ struct clob {
 
 // Decomposes one document by the mapping in dadBuf and inserts the rows into the mapped tables,
 // inside the caller's unit of work. SQLDA entries: dadBuf, XMLObj, returnCode, returnMsg.
-int qrkShredXML(void* reserved1, void* reserved2, sqlda* da);
+ORVXML_API int qrkShredXML(void* reserved1, void* reserved2, sqlda* da);
 // returnMsg holds 1024 bytes and is always terminated. Null DAD or document: QRKG004E.
-int qrkShredXML_STP(clob* dadBuf, clob* XMLObj, int* returnCode, char* returnMsg, short* dadInd,
-                    short* docInd, short* returnCodeInd, short* returnMsgInd);
+ORVXML_API int qrkShredXML_STP(clob* dadBuf, clob* XMLObj, int* returnCode, char* returnMsg,
+                               short* dadInd, short* docInd, short* returnCodeInd,
+                               short* returnMsgInd);
 // The same with the mapping of an enabled collection, by its name.
 // SQLDA entries: collectionName, XMLObj, returnCode, returnMsg.
-int qrkInsertXML(void* reserved1, void* reserved2, sqlda* da);
-int qrkInsertXML_STP(const char* collectionName, clob* XMLObj, int* returnCode, char* returnMsg,
-                     short* nameInd, short* docInd, short* returnCodeInd, short* returnMsgInd);
+ORVXML_API int qrkInsertXML(void* reserved1, void* reserved2, sqlda* da);
+ORVXML_API int qrkInsertXML_STP(const char* collectionName, clob* XMLObj, int* returnCode,
+                                char* returnMsg, short* nameInd, short* docInd,
+                                short* returnCodeInd, short* returnMsgInd);
 }

@@ -3,10 +3,15 @@
 #pragma once
 
 #include "orvxml/context.h"
+#include "orvxml/export.h"
 
 namespace orvxml {
 
 enum TraceRequest : int { kTraceOn = 900, kTraceInit = 901, kTraceOff = 902 };
+
+inline bool tracing(const QrkStruct* ctx) {
+  return ctx != nullptr && ctx->traceOn != 0;
+}
 
 // Returns the opened trace stream or null; *rc the outcome; `out` the message (1024 bytes) or, for
 // kTraceInit, the SQLSTATE (6 bytes).
@@ -21,16 +26,17 @@ int qrkTraceExit(QrkStruct* ctx);
 extern "C" {
 // Turn the trace of an instance on (into `directory`) or off. `instance` null: ORVINSTANCE.
 // `msg` holds 1024 bytes. 0, or -1 with *rc and `msg`.
-int qrkTraceOn(orvxml::QrkStruct* ctx, char* directory, char* instance, char* msg, int* rc);
-int qrkTraceOff(orvxml::QrkStruct* ctx, char* instance, char* msg, int* rc);
+ORVXML_API int qrkTraceOn(orvxml::QrkStruct* ctx, char* directory, char* instance, char* msg,
+                          int* rc);
+ORVXML_API int qrkTraceOff(orvxml::QrkStruct* ctx, char* instance, char* msg, int* rc);
 }
 
-// One trace line: the function's name and a tab pair, then the text (a newline is added).
-#define QRK_TRACE(ctx, ...)                                                              \
-  do {                                                                                   \
-    if ((ctx) != nullptr && (ctx)->traceOn) {                                            \
-      ::orvxml::qrkDebugPrintFunction((ctx), "%s:\t\t", __func__);                       \
-      ::orvxml::qrkDebugPrintFunction((ctx), __VA_ARGS__);                               \
-      ::orvxml::qrkDebugPrintFunction((ctx), "\n");                                      \
-    }                                                                                    \
+// One trace line: the function's name and a tab pair, then the text, to which a newline is added.
+// The format is a literal.
+#define QRK_TRACE(ctx, format, ...)                                                   \
+  do {                                                                                \
+    if (::orvxml::tracing(ctx)) {                                                     \
+      ::orvxml::qrkDebugPrintFunction((ctx), "%s:\t\t", __func__);                    \
+      ::orvxml::qrkDebugPrintFunction((ctx), format "\n" __VA_OPT__(, ) __VA_ARGS__); \
+    }                                                                                 \
   } while (false)
