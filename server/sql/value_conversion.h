@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -19,10 +20,15 @@ class TextLength {
   TextLength(const TextLength&) = delete;
   TextLength& operator=(const TextLength&) = delete;
   int64_t bytes(std::string_view utf8) const;      // length in the database code page
+  // The longest beginning of whole characters that takes at most `limit` bytes there.
+  std::string_view prefix(std::string_view utf8, int64_t limit) const;
+  // True when no text takes more bytes there than in UTF-8, so that the UTF-8 length is a bound.
+  bool neverLongerThanUtf8() const { return neverLonger_; }
 
  private:
   struct Converter;
   std::unique_ptr<Converter> converter_;           // null for 1208
+  bool neverLonger_ = true;
 };
 
 enum class ConversionMode : uint8_t {

@@ -1,0 +1,28 @@
+// Small questions about UTF-8 text that several conversions share. A character is never split;
+// malformed bytes count as one character each.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace orv {
+
+bool isUtf8(std::string_view bytes);
+bool isAscii(std::string_view text);
+
+// Bytes of the character that begins at `offset`.
+size_t utf8CharacterLength(std::string_view text, size_t offset);
+// The longest beginning of whole characters within `limit` bytes.
+std::string_view utf8Prefix(std::string_view text, size_t limit);
+
+// Length in UTF-16 code units, and the longest beginning within `limit` of them.
+int64_t utf16Units(std::string_view text);
+std::string_view utf16Prefix(std::string_view text, int64_t limit);
+
+// The beginning of a value for a message: at most 70 bytes.
+std::string_view shortened(std::string_view text);
+
+std::string hexDigits(std::string_view bytes);
+
+}  // namespace orv
