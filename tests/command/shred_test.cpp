@@ -1,0 +1,279 @@
+// `orvxml shred` and `trace`, run as a user runs them, on the invoice example.
+#include <nlohmann/json.hpp>
+
+#include "tests/support/command_runner.h"
+
+namespace orvxml::test {
+namespace {
+
+const std::string kExample = ORVXML_SOURCE_DIR "/examples/invoices/";
+const std::string kProcedures = ORVXML_SOURCE_DIR "/examples/procedures.sql";
+const std::string kDad = kExample + "invoices.dad";
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::string customer(const std::string& number, const std::string& name,
+                     const std::string& encoding = "") {
+  return "<?xml version=\"1.0\"" + (encoding.empty() ? "" : " encoding=\"" + encoding + '"') +
+         "?>\n<customer number=\"" + number + "\"><name>" + name + "</name></customer>\n";
+}
+
+class CommandShred : public testing::Test {
+ protected:
+  void SetUp() override { setUpDatabase({}); }
+
+  void setUpDatabase(const std::vector<std::string>& createOptions) {
+    std::filesystem::remove(place_.path("test.db"));
+    std::vector<std::string> create{"create"};
+    create.insert(create.end(), createOptions.begin(), createOptions.end());
+    ASSERT_EQ(place_.orvxml(create).status, 0);
+    sql(kExample + "tables.sql");
+  }
+  void sql(const std::string& file) {
+    const CommandResult result = place_.orvxml({"sql", "--file", file});
+    ASSERT_EQ(result.status, 0) << result.err;
+  }
+  CommandResult shred(std::vector<std::string> arguments, const std::string& input = "") const {
+    arguments.insert(arguments.begin(), {"shred", "--dad", kDad});
+    return place_.orvxml(arguments, input);
+  }
+  // The rows of a query as CSV without its header line.
+  std::string rows(const std::string& query) const {
+    const CommandResult result = place_.orvxml({"sql", "--quiet", "--csv", query});
+    EXPECT_EQ(result.status, 0) << result.err;
+    return result.out.substr(result.out.find('\n') + 1);
+  }
+  std::vector<std::string> documents() const {
+    return {kExample + "documents/c-1001.xml", kExample + "documents/c-1002.xml",
+            kExample + "documents/c-1003.xml"};
+  }
+  Workplace place_;
+};
+
+TEST_F(CommandShred, TheExampleFillsFourTables) {
+  const CommandResult result = shred(documents());
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  EXPECT_TRUE(contains(result.out,
+                       "c-1001.xml: QRKQ025I  XML decomposed successfully.\n"
+                       "  CUSTOMER            1\n"
+                       "  INVOICE             2\n"
+                       "  INVOICE_LINE        3\n"
+                       "  LINE_TAX            4\n"))
+      << result.out;
+  EXPECT_EQ(rows("select customer_no, name, street, city, country from customer order by 1"),
+            "C-1001,Müller & Söhne <Großhandel>,Straße des 17. Juni 135,Berlin,DE\r\n"
+            "C-1002,Ἀθηνᾶ's 雑貨店 🏺,Ερμού 12,Αθήνα,GR\r\n"
+            "C-1003,Café Señor Ångström,,Cádiz,ES\r\n");
+  EXPECT_EQ(rows("select invoice_no, remark, customer_no from invoice order by 1"),
+            "2024-0007,\"Deliver <before> noon & call first: \"\"5 > 4\"\"\",C-1001\r\n"
+            "2024-0012,Τιμές χωρίς ΦΠΑ — 税抜き,C-1002\r\n"
+            "2024-0019,,C-1003\r\n2024-0031,,C-1001\r\n");
+  EXPECT_EQ(rows("select l.invoice_no, l.line_no, l.unit_price, t.kind, t.amount"
+                 " from invoice_line l left join line_tax t"
+                 " on l.invoice_no = t.invoice_no and l.line_no = t.line_no order by 1, 2, 4"),
+            "2024-0007,1,149.50,VAT,56.81\r\n2024-0007,2,39.00,VAT,7.41\r\n"
+            "2024-0007,2,39.00,deposit,5.00\r\n2024-0012,1,1800.00,,\r\n"
+            "2024-0012,2,450.50,customs,200.02\r\n2024-0019,1,99.99,IVA,209.98\r\n"
+            "2024-0031,1,80.00,VAT,45.60\r\n");
+}
+
+TEST_F(CommandShred, RegisteredProcedureAndCollectionGiveTheSameRows) {
+  ASSERT_EQ(shred(documents()).status, 0);
+  const std::string query =
+      "select c.name, i.remark, l.description, t.amount from customer c, invoice i,"
+      " invoice_line l, line_tax t where c.customer_no = i.customer_no and i.invoice_no ="
+      " l.invoice_no and l.invoice_no = t.invoice_no and l.line_no = t.line_no order by 1, 3, 4";
+  const std::string direct = rows(query);
+
+  setUpDatabase({});
+  sql(kProcedures);
+  EXPECT_EQ(shred(documents()).status, 0);
+  EXPECT_EQ(rows(query), direct);
+
+  setUpDatabase({});
+  std::ifstream file(kDad);
+  std::ostringstream dad;
+  dad << file.rdbuf();
+  for (const bool registered : {false, true}) {
+    if (!registered) sql(kProcedures);
+    if (!registered) {
+      sql(place_.write("enable.sql",
+                       "insert into orvxml.xml_usage (table_schema, table_name, col_name, dad,"
+                       " access_mode, validation, trigger_suffix) values ('ORVXML', '', 'sales',"
+                       " '" +
+                           dad.str() +
+                           "', 1, 0, '');"
+                           "drop procedure orvxml.qrkInsertXML"));
+    }
+    std::vector<std::string> arguments{"shred", "--collection", "sales"};
+    for (const std::string& document : documents()) arguments.push_back(document);
+    const CommandResult result = place_.orvxml(arguments);
+    EXPECT_EQ(result.status, registered ? 1 : 0) << result.err;
+    EXPECT_EQ(rows(query), direct);
+  }
+  const CommandResult unknown =
+      place_.orvxml({"shred", "--collection", "none", documents().front()});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_TRUE(contains(unknown.err, "QRKQ028E")) << unknown.err;
+}
+
+TEST_F(CommandShred, EveryEncodingGivesTheSameText) {
+  const std::u16string name = u"Zoë €";
+  const std::string utf8 = "Zoë €";
+  const auto utf16 = [&](bool bigEndian, bool mark) {
+    std::string bytes;
+    const std::string head = customer("E-1", "", "UTF-16");
+    const size_t middle = head.find("</name>");
+    std::u16string text(head.begin(), head.begin() + static_cast<ptrdiff_t>(middle));
+    text += name;
+    text.append(head.begin() + static_cast<ptrdiff_t>(middle), head.end());
+    if (mark) text.insert(0, 1, u'\xFEFF');
+    for (const char16_t unit : text) {
+      const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit);
+      bytes += bigEndian ? high : low;
+      bytes += bigEndian ? low : high;
+    }
+    return bytes;
+  };
+  struct Case {
+    const char* label;
+    std::string document;
+  };
+  const Case cases[] = {
+      {"no encoding given", customer("E-1", utf8)},
+      {"byte order mark", "\xEF\xBB\xBF" + customer("E-1", utf8, "UTF-8")},
+      {"little endian", utf16(false, true)},
+      {"big endian", utf16(true, true)},
+      {"big endian without mark", utf16(true, false)},
+      {"windows-1252", customer("E-1", "Zo\xEB \x80", "windows-1252")},
+      {"untrue UTF-16", customer("E-1", utf8, "UTF-16")},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    const CommandResult result = shred({"-"}, c.document);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(rows("select name from customer where customer_no = 'E-1'"), utf8 + "\r\n");
+    place_.orvxml({"sql", "delete from customer"});
+  }
+}
+
+TEST_F(CommandShred, ADatabaseInAnotherCodePageTakesWhatItHolds) {
+  setUpDatabase({"--code-page", "819"});
+  for (const bool registered : {false, true}) {
+    SCOPED_TRACE(registered);
+    if (registered) sql(kProcedures);
+    const CommandResult fits = shred({"-"}, customer("L-1", "Müller"));
+    EXPECT_EQ(fits.status, 0) << fits.err;
+    EXPECT_EQ(rows("select name from customer"), "Müller\r\n");
+    const CommandResult other = shred({"-"}, "\n\n" + customer("L-2", "€").substr(22));
+    EXPECT_EQ(other.status, 1);
+    EXPECT_EQ(other.err,
+              "<stdin>:3: the character U+20AC is not in the database's code page 819\n");
+    EXPECT_EQ(rows("select count(*) from customer"), "1\r\n");
+    place_.orvxml({"sql", "delete from customer"});
+  }
+}
+
+TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
+  struct Case {
+    const char* label;
+    std::string document;  // a path
+    std::string dad;
+    const char* message;
+  };
+  const std::string good = place_.write("good.xml", customer("G", "g"));
+  const Case cases[] = {
+      {"missing", place_.path("absent.xml"), kDad, "absent.xml: No such file"},
+      {"directory", place_.path("."), kDad, "is a directory"},
+      {"empty", place_.write("empty.xml", ""), kDad, "empty.xml: is empty"},
+      {"zero character", place_.write("zero.xml", customer("Z", "z") + '\0'), kDad,
+       "zero.xml:3: byte 80 is the character U+0000"},
+      {"not UTF-8", place_.write("latin.xml", customer("Z", "\xE9")), kDad, "is not UTF-8"},
+      {"unknown encoding", place_.write("odd.xml", customer("Z", "z", "klingon")), kDad,
+       "unknown encoding \"klingon\""},
+      {"malformed document", place_.write("cut.xml", customer("Z", "z").substr(0, 60)), kDad,
+       "cut.xml:2:"},
+      {"document with no mapping", good, place_.path("absent.dad"), "absent.dad: No such file"},
+      {"malformed mapping", good, place_.write("cut.dad", "<DAD>\n<Xcollection>"), "cut.dad:2:"},
+      {"mapping without nodes", good, place_.write("no.dad", "<DAD><Xcollection/></DAD>"),
+       "good.xml: QRKQ000E"},
+      {"row refused",
+       place_.write("half.xml",
+                    "<customer number=\"H\"><name>h</name>"
+                    "<invoice number=\"1\"/></customer>"),
+       kDad, "half.xml: "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    const CommandResult result = place_.orvxml({"shred", "--dad", c.dad, c.document});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(contains(result.err, c.message)) << result.err;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(rows("select count(*) from customer"), "0\r\n");
+  }
+}
+
+TEST_F(CommandShred, EachDocumentIsAUnitOfWorkOfItsOwn) {
+  const std::string first = place_.write("1.xml", customer("1", "a"));
+  const std::string bad = place_.write("2.xml", "<customer number=\"2\">\n<name></customer>");
+  const std::string foreign = place_.write("3.xml", "<catalogue><entry/></catalogue>");
+  const std::string last = place_.write("4.xml", customer("4", "d"));
+
+  const CommandResult stopped = shred({first, bad, last});
+  EXPECT_EQ(stopped.status, 1);
+  EXPECT_EQ(rows("select customer_no from customer order by 1"), "1\r\n");
+
+  place_.orvxml({"sql", "delete from customer"});
+  const CommandResult result = shred({"--json", "--keep-going", first, bad, foreign, last});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_TRUE(contains(result.err, "3.xml: warning: the document put no row")) << result.err;
+  EXPECT_EQ(rows("select customer_no from customer order by 1"), "1\r\n4\r\n");
+  std::vector<nlohmann::json> reports;
+  std::istringstream lines(result.out);
+  for (std::string line; std::getline(lines, line);) reports.push_back(nlohmann::json::parse(line));
+  ASSERT_EQ(reports.size(), 4U);
+  EXPECT_EQ(reports[0]["rows"]["CUSTOMER"], 1);
+  EXPECT_EQ(reports[1]["ok"], false);
+  EXPECT_EQ(reports[1]["code"], -112);
+  EXPECT_EQ(reports[1]["line"], 2);
+  EXPECT_EQ(reports[2]["rows"].size(), 0U);
+  EXPECT_EQ(reports[3]["document"], last);
+}
+
+TEST_F(CommandShred, ADocumentLargerThanTheParameterGoesAroundIt) {
+  sql(kProcedures);
+  std::string document = "<customer number=\"B\"><name>big</name>\n";
+  for (int i = 0; i < 9000; ++i) {
+    document += "<invoice number=\"" + std::to_string(i) +
+                "\" issued=\"2024-01-01\" currency=\"EUR\"><remark>" + std::string(120, 'r') +
+                "</remark></invoice>\n";
+  }
+  const CommandResult result = shred({"-"}, document + "</customer>");
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(rows("select count(*) from invoice"), "9000\r\n");
+}
+
+TEST_F(CommandShred, TheTraceGoesWhereItWasTurnedOn) {
+  place_.environment = {"ORVINSTANCE=trace" + std::to_string(getpid())};
+  const std::string trace = "qrktrace" + std::to_string(getpid()) + ".trc";
+  const CommandResult nowhere = place_.orvxml({"trace", "on", place_.path("absent")});
+  EXPECT_EQ(nowhere.status, 1);
+  EXPECT_TRUE(contains(nowhere.err, "QRKC009E")) << nowhere.err;
+  ASSERT_EQ(place_.orvxml({"trace", "on", place_.path(".")}).status, 0);
+  EXPECT_EQ(shred({documents().front()}).status, 0);
+  EXPECT_EQ(place_.orvxml({"trace", "off"}).status, 0);
+  const std::string text = place_.read(trace);
+  EXPECT_TRUE(text.starts_with("*** Trace turned on ")) << text.substr(0, 80);
+  EXPECT_TRUE(contains(text, "decompose_element:\t\t"));
+  EXPECT_EQ(shred({documents().back()}).status, 0);
+  EXPECT_EQ(place_.read(trace), text);
+  const CommandResult off = place_.orvxml({"trace", "off"});
+  EXPECT_EQ(off.status, 1);
+  EXPECT_TRUE(contains(off.err, "QRKC008E")) << off.err;
+}
+
+}  // namespace
+}  // namespace orvxml::test
