@@ -20,7 +20,7 @@
 namespace orvxml::test {
 
 struct CommandResult {
-  int status = -1;   // exit status; 128 + signal when it was killed
+  int status = -1;  // exit status; 128 + signal when it was killed
   std::string out;
   std::string err;
 };
