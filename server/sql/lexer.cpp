@@ -1,35 +1,33 @@
 #include "server/sql/lexer.h"
 
 #include <unicode/uchar.h>
-#include <unicode/utf8.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "server/sql/sql_error.h"
+#include "server/sql/utf8.h"
 
 namespace orv {
 namespace {
 
-constexpr UChar32 kIdeographicSpace = 0x3000;
+constexpr char32_t kIdeographicSpace = 0x3000;
 constexpr std::string_view kNotSign = "\xC2\xAC";
 
-bool isFullWidthLetter(UChar32 c) { return c >= 0xFF21 && c <= 0xFF5A; }
-
-void appendUtf8(std::string& out, UChar32 c) {
-  char bytes[U8_MAX_LENGTH];
-  int32_t used = 0;
-  U8_APPEND_UNSAFE(bytes, used, c);
-  out.append(bytes, static_cast<size_t>(used));
-}
+bool isFullWidthLetter(char32_t c) { return c >= 0xFF21 && c <= 0xFF5A; }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-bool isWordStart(UChar32 c) {
-  if (c < 0x80) return u_isalpha(c) || c == '_' || c == '$' || c == '#' || c == '@';
-  return u_isalpha(c);
+bool isWordStart(char32_t c) {
+  if (c == kInvalidUtf8) return false;
+  if (c == '_' || c == '$' || c == '#' || c == '@') return true;
+  return u_isalpha(static_cast<UChar32>(c));
 }
-bool isWordPart(UChar32 c) {
-  return isWordStart(c) || u_isdigit(c) || (c >= 0x80 && u_charType(c) == U_NON_SPACING_MARK);
+bool isWordPart(char32_t c) {
+  if (isWordStart(c)) return true;
+  if (c == kInvalidUtf8) return false;
+  const auto codePoint = static_cast<UChar32>(c);
+  return u_isdigit(codePoint) || u_charType(codePoint) == U_NON_SPACING_MARK;
 }
 
 int hexDigit(char c) {
@@ -56,14 +54,7 @@ class Lexer {
     return at_ + ahead < text_.size() ? text_[at_ + ahead] : '\0';
   }
 
-  // The code point at the cursor; negative when the bytes are no UTF-8.
-  UChar32 codePoint(size_t* next) const {
-    size_t position = at_;
-    UChar32 c = 0;
-    U8_NEXT(text_.data(), position, text_.size(), c);
-    *next = position;
-    return c;
-  }
+  char32_t codePoint(size_t& next) const { return decodeUtf8(text_, at_, next); }
 
   void add(TokenKind kind, size_t begin, std::string text) {
     tokens_.push_back({kind, std::move(text), begin, at_});
@@ -72,7 +63,7 @@ class Lexer {
   // The text from `begin` on, short enough for a message.
   std::string excerpt(size_t begin) const {
     size_t end = std::min(begin + 20, text_.size());
-    U8_SET_CP_START(text_.data(), begin, end);
+    while (!isCharacterStart(text_, end)) --end;
     return std::string(text_.substr(begin, end - begin));
   }
 
@@ -94,7 +85,7 @@ class Lexer {
         skipBlockComment();
       } else {
         size_t next = 0;
-        if (static_cast<unsigned char>(c) < 0x80 || codePoint(&next) != kIdeographicSpace) return;
+        if (static_cast<unsigned char>(c) < 0x80 || codePoint(next) != kIdeographicSpace) return;
         at_ = next;
       }
     }
@@ -130,7 +121,7 @@ class Lexer {
     }
     if (isDigit(c) || (c == '.' && isDigit(peek(1)))) return scanNumber();
     size_t next = 0;
-    if (isWordStart(codePoint(&next))) return scanWord();
+    if (isWordStart(codePoint(next))) return scanWord();
     scanSymbol();
   }
 
@@ -205,7 +196,7 @@ class Lexer {
       skipDigits();
     }
     size_t next = 0;
-    if (at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(&next)))) {
+    if (at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(next)))) {
       malformedNumber(begin);
     }
     add(kind, begin, std::string(text_.substr(begin, at_ - begin)));
@@ -213,7 +204,7 @@ class Lexer {
 
   [[noreturn]] void malformedNumber(size_t begin) {
     size_t next = at_;
-    while (at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(&next)))) {
+    while (at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(next)))) {
       at_ = peek() == '.' ? at_ + 1 : next;
     }
     throw SqlError(-103, {std::string(text_.substr(begin, std::min<size_t>(at_ - begin, 60)))});
@@ -222,7 +213,7 @@ class Lexer {
   void scanWord() {
     const size_t begin = at_;
     size_t next = at_;
-    while (at_ < text_.size() && isWordPart(codePoint(&next))) at_ = next;
+    while (at_ < text_.size() && isWordPart(codePoint(next))) at_ = next;
     addName(TokenKind::Word, begin, foldName(text_.substr(begin, at_ - begin)));
   }
 
@@ -259,9 +250,9 @@ class Lexer {
 
   [[noreturn]] void badCharacter(size_t begin) const {
     size_t end = begin;
-    UChar32 c = 0;
-    U8_NEXT(text_.data(), end, text_.size(), c);
-    throw SqlError(-7, {std::string(text_.substr(begin, end - begin)), previousText()});
+    const bool valid = decodeUtf8(text_, begin, end) != kInvalidUtf8;
+    throw SqlError(-7, {valid ? std::string(text_.substr(begin, end - begin)) : "?",
+                        previousText()});
   }
 
   std::string_view text_;
@@ -276,16 +267,16 @@ std::vector<Token> scan(std::string_view text) { return Lexer(text).run(); }
 std::string foldName(std::string_view name) {
   std::string folded;
   folded.reserve(name.size());
-  for (size_t i = 0; i < name.size();) {
-    const char byte = name[i];
-    if (static_cast<unsigned char>(byte) < 0x80) {
-      folded += byte >= 'a' && byte <= 'z' ? static_cast<char>(byte - 'a' + 'A') : byte;
-      ++i;
-      continue;
+  size_t next = 0;
+  for (size_t at = 0; at < name.size(); at = next) {
+    const char32_t c = decodeUtf8(name, at, next);
+    if (c < 0x80) {
+      folded += static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+    } else if (c == kInvalidUtf8 || isFullWidthLetter(c)) {
+      folded.append(name, at, next - at);
+    } else {
+      appendUtf8(folded, static_cast<char32_t>(u_toupper(static_cast<UChar32>(c))));
     }
-    UChar32 c = 0;
-    U8_NEXT_OR_FFFD(name.data(), i, name.size(), c);
-    appendUtf8(folded, isFullWidthLetter(c) ? c : u_toupper(c));
   }
   return folded;
 }

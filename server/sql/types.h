@@ -46,6 +46,14 @@ struct SqlType {
   bool isDistinct() const { return !distinctName.empty(); }
 };
 
+inline SqlType makeType(TypeKind kind, int64_t length = 0, int scale = 0) {
+  SqlType type;
+  type.kind = kind;
+  type.length = length;
+  type.scale = scale;
+  return type;
+}
+
 bool isNumeric(TypeKind kind);
 bool isCharacter(TypeKind kind);       // Char, Varchar, LongVarchar, Clob
 bool isGraphic(TypeKind kind);
