@@ -32,7 +32,8 @@ Progress::Progress(size_t total, bool wanted)
     : start_(std::chrono::steady_clock::now()),
       lastDrawn_(start_),
       total_(total),
-      active_(wanted && total > 1 && isatty(STDERR_FILENO)) {}
+      active_(wanted && total > 1 && isatty(STDERR_FILENO)),
+      dataOnTerminal_(isatty(STDOUT_FILENO)) {}
 
 void Progress::documentEnded(bool ok) {
   ++(ok ? done_ : failed_);
@@ -48,6 +49,10 @@ void Progress::draw() {
                                  total_, done_, failed_, static_cast<double>(ended) / seconds);
   for (int i = width; i < shownWidth_; ++i) std::fputc(' ', stderr);
   shownWidth_ = width;
+}
+
+void Progress::clearForData() {
+  if (dataOnTerminal_) clear();
 }
 
 void Progress::clear() {

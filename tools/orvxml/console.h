@@ -24,8 +24,10 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
 
   void documentEnded(bool ok);
-  // Takes the line away, so that something else can be written there.
+  // Takes the line away before a message.
   void clear();
+  // The same before data, where standard output shares the terminal.
+  void clearForData();
 
  private:
   void draw();
@@ -35,6 +37,7 @@ class Progress {
   size_t failed_ = 0;
   int shownWidth_ = 0;
   bool active_;
+  bool dataOnTerminal_;
 };
 
 }  // namespace orvxml::command

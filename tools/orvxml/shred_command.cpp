@@ -76,8 +76,8 @@ class DocumentRun {
       result.code = -1;
     }
     if (!result.ok) session_.rollback();
-    progress_.documentEnded(result.ok);
     report(result);
+    progress_.documentEnded(result.ok);
     return result.ok;
   }
 
@@ -109,13 +109,14 @@ class DocumentRun {
   }
 
   void report(const DocumentResult& result) {
-    if (!result.ok || !settings_.quiet) progress_.clear();
+    progress_.clearForData();
     if (settings_.json) {
       printJson(result);
     } else if (result.ok && !settings_.quiet) {
       printRows(result);
     }
     if (!result.ok) {
+      progress_.clear();
       printMessage(result.where, result.message);
     } else if (result.rows.empty()) {
       progress_.clear();

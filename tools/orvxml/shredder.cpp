@@ -46,7 +46,10 @@ Shredder::Shredder(orv::Session& session, Mapping mapping)
 }
 
 ShredOutcome Shredder::shred(const std::string& name, const std::string& document) {
-  const std::string databaseDocument = toCodePage(name, document, session_.codePage());
+  std::string converted;
+  const bool convert = session_.codePage() != kUtf8CodePage;
+  if (convert) converted = toCodePage(name, document, session_.codePage());
+  const std::string& databaseDocument = convert ? converted : document;
   if (registered_ && fitsParameters(databaseDocument)) {
     const ShredOutcome outcome = callRegistered(document);
     if (registered_) return outcome;

@@ -177,7 +177,7 @@ std::string plainTextAsUtf8(const std::string& name, std::string content) {
   return content;
 }
 
-std::string toCodePage(const std::string& name, std::string utf8, int codePage) {
+std::string toCodePage(const std::string& name, const std::string& utf8, int codePage) {
   if (codePage == kUtf8CodePage) return utf8;
   checkConvertible(name, utf8);
   const Converter converter = openCodePage(codePage);

@@ -23,7 +23,7 @@ std::string documentAsUtf8(const std::string& name, std::string content);
 std::string plainTextAsUtf8(const std::string& name, std::string content);
 
 // UTF-8 text in a database's code page; Failure at the first character that has no place in it.
-std::string toCodePage(const std::string& name, std::string utf8, int codePage);
+std::string toCodePage(const std::string& name, const std::string& utf8, int codePage);
 
 // The server's text as UTF-8; what cannot be converted is replaced.
 std::string fromCodePage(std::string text, int codePage);
