@@ -1,9 +1,15 @@
 // Location paths: a small subset of XPath, compiled once (QrkQuery) and matched against the stack
 // of open elements (QrkCurrentPath) as a document is read.
+//
+//   /order/item[@type="book"]/price    elements, from the document element down
+//   //price   /order//note             elements at any depth below
+//   /order/@id   //@id                 an attribute of the selected elements, of any element
+//
+// Names are compared as written, prefixes included. "*" stands for any element, a predicate without
+// an attribute test ("[2]") is ignored.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,12 +23,16 @@ namespace orvxml {
 class QrkAttrs : public xercesc::Attributes {
  public:
   explicit QrkAttrs(QrkStruct* ctx) : ctx_(ctx) {}
+  // Replaces the copies held; their memory is used again.
   void initialize(const xercesc::Attributes& attributes);
-  XMLSize_t getLength() const override;
-  const XMLCh* getQName(XMLSize_t index) const override;
+  XMLSize_t getLength() const override { return count_; }
+  const XMLCh* getQName(XMLSize_t index) const override;  // null past the end
+  // Past the end these two throw a QRKException with QRKG001E.
   const XMLCh* getName(XMLSize_t index) const;
   const XMLCh* getValue(XMLSize_t index) const override;
-  const XMLCh* getValue(const XMLCh* qname) const override;   // null when there is none
+  const XMLCh* getValue(const XMLCh* qname) const override;  // null when there is none
+  // The value of the first attribute called `qname`; null when there is none.
+  const std::u16string* find(std::u16string_view qname) const;
   // Not supported: null, -1 or false.
   const XMLCh* getURI(XMLSize_t index) const override;
   const XMLCh* getLocalName(XMLSize_t index) const override;
@@ -36,6 +46,9 @@ class QrkAttrs : public xercesc::Attributes {
   const XMLCh* getValue(const XMLCh* uri, const XMLCh* local) const override;
 
  private:
+  void checkIndex(XMLSize_t index, int line) const;
+
+  size_t count_ = 0;  // the vectors may hold more, left from earlier elements
   std::vector<std::u16string> names_;
   std::vector<std::u16string> values_;
   QrkStruct* ctx_;
@@ -44,11 +57,12 @@ class QrkAttrs : public xercesc::Attributes {
 struct QrkCurrentPathNode {
   std::u16string name;
   QrkAttrs attrs;
-  QrkCurrentPathNode* next = nullptr;      // the open child
+  QrkCurrentPathNode* next = nullptr;  // the open child
   QrkCurrentPathNode* parent = nullptr;
 };
 
 // The stack of open elements, from the document element (head) to the innermost one (tail).
+// Out of memory: push throws a QRKException with QRKG002E.
 class QrkCurrentPath {
  public:
   explicit QrkCurrentPath(QrkStruct* context) : ctx(context) {}
@@ -56,11 +70,14 @@ class QrkCurrentPath {
   QrkCurrentPath(const QrkCurrentPath&) = delete;
   QrkCurrentPath& operator=(const QrkCurrentPath&) = delete;
   void push(const XMLCh* name, const xercesc::Attributes& attributes);
-  void pop();
+  void pop();  // nothing on an empty stack
 
   QrkCurrentPathNode* head = nullptr;
   QrkCurrentPathNode* tail = nullptr;
   QrkStruct* ctx;
+
+ private:
+  QrkCurrentPathNode* spare_ = nullptr;  // popped nodes, linked by `next`, for the next push
 };
 
 enum QrkQueryKind : int32_t { kSelectsAttribute = 0, kSelectsText = 1, kSelectsMarkup = 2 };
@@ -69,7 +86,9 @@ enum QrkMatch : int { kNoMatchBelow = 0, kMatchPossibleBelow = 1, kMatch = 2 };
 struct QrkQueryChunk;
 struct QrkQueryChunks;
 
-// A compiled path. `path` is cut in place and must live, unchanged, as long as the query.
+// A compiled path. Its steps point into `path`, which must live, unchanged, as long as the query.
+// Compiling takes time linear in the length of the path. Out of memory: the constructor throws a
+// QRKException with QRKG002E.
 class QrkQuery {
  public:
   QrkQuery(QrkStruct* ctx, XMLCh* path);
@@ -80,12 +99,12 @@ class QrkQuery {
   // QrkMatch for the innermost open element.
   int tryToMatch(const QrkCurrentPath& open) const;
 
-  int32_t state = 0;                       // 0, or the position of the syntax error
+  int32_t state = 0;  // 0, or the position of the syntax error
   int32_t kind = kSelectsText;
-  XMLCh* attrName = nullptr;
-  QrkQueryChunk* head = nullptr;
-  QrkQueryChunks* body = nullptr;
-  QrkQueryChunk* tail = nullptr;           // last step first
+  XMLCh* attrName = nullptr;       // owned; of a path that selects an attribute
+  QrkQueryChunk* head = nullptr;   // steps in front of the first "//"
+  QrkQueryChunks* body = nullptr;  // segments between the first and the last "//"
+  QrkQueryChunk* tail = nullptr;   // steps after the last "//", last step first
   QrkStruct* ctx;
   XMLCh* path;
 };

@@ -1,0 +1,279 @@
+// The SQL text that decomposition sends about its target tables: CREATE TABLE for a missing table,
+// the check of an existing one, and the INSERT that is prepared once per table.
+//
+// A statement is built in a buffer of fixed size. What does not fit sets a mark, and one test at
+// the end decides: a cut statement is never sent.
+#include "orvxml/target_table.h"
+
+#include <cstdlib>
+
+#include "orvxml/catalog_queries.h"
+#include "orvxml/code_pages.h"
+#include "orvxml/packages.h"
+#include "orvxml/sql_scanner.h"
+#include "orvxml/trace.h"
+
+namespace orvxml {
+
+const orv::esql::Module kQrktab = {"QRKTAB", "QTB00001", {}};
+
+namespace {
+
+constexpr char kModule[] = "qrktab";
+constexpr int kCreateSize = 2048;
+constexpr int kLongestCharacter = 4;  // bytes, in any code page
+constexpr int kTypeSchemaSize = 31;
+constexpr int kTypeNameSize = 27;
+constexpr int kTypeTextSize = 58;
+// Type schema, period, type name and terminator: every type text fits.
+static_assert(kTypeSchemaSize + kTypeNameSize <= kTypeTextSize);
+static_assert(kDataTypeSize <= kTypeTextSize);
+
+// A statement under construction.
+class StatementText {
+ public:
+  StatementText(QrkStruct* ctx, char* buffer, int size)
+      : ctx_(ctx), begin_(buffer), end_(buffer + size), cursor_(buffer) {
+    *buffer = 0;
+  }
+
+  StatementText& text(std::string_view piece) {
+    safetyadd(cursor_, end_, piece.data(), static_cast<int>(piece.size()));
+    return *this;
+  }
+  StatementText& name(const char* identifier) {
+    qrkAddOutputSqlId(ctx_, &cursor_, end_, identifier);
+    return *this;
+  }
+  StatementText& table(const char* schema, const char* table) {
+    if (*schema) name(schema).text(".");
+    return name(table);
+  }
+  // The separator behind the last item of a list gives way to `ch`.
+  StatementText& closeList(char ch) {
+    if (cursor_ != kWriteError && cursor_ > begin_) cursor_[-1] = ch;
+    return *this;
+  }
+  bool isComplete() const { return cursor_ != kWriteError && end_ - cursor_ >= kLongestCharacter; }
+
+ private:
+  QrkStruct* ctx_;
+  char* begin_;
+  char* end_;
+  char* cursor_;
+};
+
+std::string writtenName(const tab& table) {
+  return *table.schema ? std::string(table.schema) + '.' + table.name : table.name;
+}
+
+// The table that the foreign keys point at: that of a join whose partner is the column which
+// supplies the first foreign key, the key's own join before any other. Null when there is none.
+const join_partner* referencedTable(const tab& table) {
+  const foreign_key& key = table.fk[0];
+  if (!key.parent) return nullptr;
+  const auto pointsAtParent = [&](const join_info_entry& join) {
+    return join.foreign && std::strcmp(join.foreign[0].col, key.parent->col) == 0;
+  };
+  if (key.column && pointsAtParent(*key.column)) return &key.column->foreign[0];
+  for (int i = 0; table.join_info && i < table.num_join; ++i) {
+    if (pointsAtParent(table.join_info[i])) return &table.join_info[i].foreign[0];
+  }
+  return nullptr;
+}
+
+bool hasAllParents(const tab& table) {
+  return std::all_of(table.fk, table.fk + table.num_fk,
+                     [](const foreign_key& key) { return key.column && key.parent; });
+}
+
+// Every foreign key with its column and the column that supplies it, or QRKG001E.
+int checkForeignKeys(const Report& report, const tab& table) {
+  if (table.num_fk == 0) return 0;
+  if (hasAllParents(table) && referencedTable(table)) return 0;
+  QRK_TRACE(report.ctx,
+            "Can not find parent tab and col from '%s%s%s'->join_info for foreign key '%s'.\n"
+            "rel is inconsistent.",
+            table.schema, *table.schema ? "." : "", table.name,
+            table.fk[0].column ? table.fk[0].column->col : "");
+  return failInternal(report, kModule, __LINE__);
+}
+
+void addPrimaryKey(StatementText& sql, StatementText& index, const tab& table) {
+  if (table.pri_key.num == 0) return;
+  sql.text("PRIMARY KEY (");
+  index.table(table.schema, table.name).text("(");
+  for (int i = 0; i < table.pri_key.num; ++i) {
+    sql.name(table.pri_key.name[i]).text(",");
+    index.name(table.pri_key.name[i]).text(",");
+  }
+  sql.closeList(')').text(",");
+  index.closeList(')');
+}
+
+void addForeignKeys(QrkStruct* ctx, StatementText& sql, const tab& table) {
+  if (table.num_fk == 0) return;
+  const std::span<const foreign_key> keys(table.fk, static_cast<size_t>(table.num_fk));
+  for (const foreign_key& key : keys) {
+    if (isPriKey(ctx, key.column->col, &table.pri_key)) continue;
+    sql.name(key.column->col).text(" ").text(key.parent->dataType).text(", ");
+  }
+  sql.text("FOREIGN KEY (");
+  for (const foreign_key& key : keys) sql.name(key.column->col).text(",");
+  const join_partner* parent = referencedTable(table);
+  sql.closeList(')').text(" REFERENCES ").table(parent->schema, parent->tab).text("(");
+  for (const foreign_key& key : keys) sql.name(key.parent->col).text(",");
+  sql.closeList(')').text(",");
+}
+
+void addColumns(QrkStruct* ctx, StatementText& sql, const tab& table) {
+  for (int i = 0; i < table.num_col; ++i) {
+    const col2xml_entry& column = table.col2xml[i];
+    sql.name(column.col).text(" ").text(column.dataType);
+    sql.text(isPriKey(ctx, column.col, &table.pri_key) ? " NOT NULL," : ",");
+  }
+}
+
+// A type as the DAD writes it, as the catalog would name it, and its length (0: none).
+struct WrittenType {
+  std::string name;
+  long length = 0;
+};
+
+int readType(const Report& report, const char* dataType, WrittenType& type) {
+  const std::string_view whole = dataType;
+  const size_t parenthesis = whole.find('(');
+  char text[kTypeTextSize];
+  const std::string word(whole.substr(0, parenthesis));
+  if (qrk_toupper(report.ctx, word.c_str(), text, sizeof text) != 0) {
+    return failInternal(report, kModule, __LINE__);
+  }
+  if (parenthesis != whole.npos) type.length = std::strtol(dataType + parenthesis + 1, nullptr, 10);
+  const bool isFloat = std::strcmp(text, "FLOAT") == 0;
+  qrkConvertTypename(report.ctx, text,
+                     static_cast<int>(std::clamp(type.length, 0L, long{INT32_MAX})));
+  // The number behind FLOAT is a precision and has done its work: the name depends on it.
+  if (isFloat) type.length = 0;
+  type.name = text;
+  return 0;
+}
+
+int checkColumn(const Report& report, const tab& table, const col2xml_entry& column) {
+  char typeSchema[kTypeSchemaSize];
+  char typeName[kTypeNameSize];
+  long length = 0;
+  if (int rc = qrkGetCatalogColumnType(report.ctx, table.schema, table.name, column.col, typeSchema,
+                                       sizeof typeSchema, typeName, sizeof typeName, &length,
+                                       report.msg)) {
+    return rc;
+  }
+  WrittenType written;
+  if (int rc = readType(report, column.dataType, written)) return rc;
+  const std::string actual = *typeSchema ? std::string(typeSchema) + '.' + typeName : typeName;
+  if (written.name != actual) {
+    return fail(report, Msg::QRKQ022E, column.col, writtenName(table), typeName);
+  }
+  if (length >= 1 && written.length > length) {
+    return fail(report, Msg::QRKQ023E, column.col, writtenName(table), length);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int isPriKey(QrkStruct* ctx, const char* column, const key_columns* keys) {
+  bool found = false;
+  for (int i = 0; i < keys->num && !found; ++i) found = std::strcmp(column, keys->name[i]) == 0;
+  QRK_TRACE(ctx, "%s is%s a part of the primary key.", column, found ? "" : " not");
+  return found;
+}
+
+int prepare_tables(QrkStruct* ctx, rel* relinfo, char* tablespace, char* msg) {
+  for (int i = 0; i < relinfo->num_of_tables; ++i) {
+    tab* const table = relinfo->tab[i];
+    int exists = 0;
+    int rc = qrkTableExists(ctx, table->schema, table->name, &exists, msg);
+    if (rc < 0) return rc;
+    if (exists) {
+      rc = check_table(ctx, relinfo->num_cond, table, msg);
+      QRK_TRACE(ctx, "call check_table() returns %ld.", static_cast<long>(rc));
+    } else {
+      rc = create_table(ctx, table, tablespace, msg);
+      QRK_TRACE(ctx, "call create_table() returns %ld.", static_cast<long>(rc));
+    }
+    if (rc < 0) return rc;
+  }
+  return 0;
+}
+
+int create_table(QrkStruct* ctx, tab* table, char* tablespace, char* msg) {
+  const Report report{ctx, msg};
+  if (int rc = checkForeignKeys(report, *table)) return rc;
+  char statement[kCreateSize];
+  char indexText[kCreateSize];
+  StatementText sql(ctx, statement, sizeof statement);
+  StatementText index(ctx, indexText, sizeof indexText);
+  sql.text("CREATE TABLE ").table(table->schema, table->name).text("(");
+  addColumns(ctx, sql, *table);
+  addPrimaryKey(sql, index, *table);
+  addForeignKeys(ctx, sql, *table);
+  sql.closeList(')');
+  if (tablespace && *tablespace) sql.text(" IN ").text(tablespace);
+  if (!sql.isComplete() || !index.isComplete()) return failInternal(report, kModule, __LINE__);
+  QRK_TRACE(ctx, "sql_stmt = '%s'", statement);
+  sqlca area{};
+  orv::esql::executeImmediate(kQrktab, statement, area);
+  const int rc = area.sqlcode < 0 ? failDb(report, area, Msg::QRKQ024E, table->name) : 0;
+  if (table->pri_key.num > 0) {
+    QRK_TRACE(ctx, "Call qrkCreateIndex on %s", indexText);
+    qrkCreateIndex(ctx, indexText);
+  }
+  return rc;
+}
+
+int check_table(QrkStruct* ctx, int num_cond, tab* table, char* msg) {
+  const Report report{ctx, msg};
+  for (int i = 0; i < table->num_col; ++i) {
+    if (int rc = checkColumn(report, *table, table->col2xml[i])) return rc;
+  }
+  for (int i = 0; table->join_info && i < num_cond && *table->join_info[i].col; ++i) {
+    char typeSchema[kTypeSchemaSize];
+    char typeName[kTypeNameSize];
+    long length = 0;
+    if (int rc = qrkGetCatalogColumnType(ctx, table->schema, table->name, table->join_info[i].col,
+                                         typeSchema, sizeof typeSchema, typeName, sizeof typeName,
+                                         &length, msg)) {
+      return rc;
+    }
+  }
+  return 0;
+}
+
+int generate_SQLi(QrkStruct* ctx, tab* table, char* stmt, int size, char* msg) {
+  const Report report{ctx, msg};
+  if (!hasAllParents(*table)) return failInternal(report, kModule, __LINE__);
+  const std::span<const col2xml_entry> columns(table->col2xml, static_cast<size_t>(table->num_col));
+  const std::span<const foreign_key> keys(table->fk, static_cast<size_t>(table->num_fk));
+  StatementText sql(ctx, stmt, size);
+  sql.text("INSERT INTO ").table(table->schema, table->name).text("(");
+  for (const col2xml_entry& column : columns) sql.name(column.col).text(",");
+  for (const foreign_key& key : keys) sql.name(key.column->col).text(",");
+  sql.closeList(')').text(" SELECT * FROM TABLE(VALUES(");
+  for (const col2xml_entry& column : columns) {
+    sql.text("CAST(? AS ").text(column.dataType).text("),");
+  }
+  for (const foreign_key& key : keys) {
+    sql.text("CAST(? AS ").text(key.parent->dataType).text("),");
+  }
+  sql.closeList(' ').text(")) AS T");
+  if (*table->condition) sql.text(" WHERE ").text(table->condition);
+  int rc = 0;
+  if (!sql.isComplete()) {
+    *stmt = 0;
+    rc = failInternal(report, kModule, __LINE__);
+  }
+  QRK_TRACE(ctx, "Exits, sql_stmt='%s' errCode=%d.", stmt, rc);
+  return rc;
+}
+
+}  // namespace orvxml
