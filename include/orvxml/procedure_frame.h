@@ -1,0 +1,130 @@
+// The frame that every exported stored procedure runs in: a context set up and torn down around one
+// operation, its outcome turned into a code and a message, and the outcome delivered to the caller.
+//
+// Two conventions share it. `sqldaProcedure` serves procedures that receive a descriptor area: the
+// inputs come first, the last two entries are the return code and the message. `listProcedure`
+// serves the "_STP" forms, which receive every parameter with its null indicator. The operation is
+// `int operation(Call&)`: it returns a code and has written the message of a negative one. No
+// exception leaves the frame.
+#pragma once
+
+#include <initializer_list>
+#include <new>
+
+#include <xercesc/util/OutOfMemoryException.hpp>
+
+#include "orvxml/context.h"
+
+namespace orvxml {
+
+// One running procedure.
+struct Call {
+  QrkStruct ctx{};
+  char* msg = nullptr;  // kMessageSize bytes
+  char sqlState[kSqlStateSize] = "00000";
+  Report report() { return {&ctx, msg, nullptr, sqlState}; }
+};
+
+template <class... Args>
+int fail(Call& call, Msg message, const Args&... args) {
+  return fail(call.report(), message, args...);
+}
+
+struct ProcedureInfo {
+  const char* module;  // named by internal errors
+  Msg success;         // replaces the message of every code that is no failure
+  int inputs;          // parameters in front of the outputs
+};
+
+// What an "_STP" form gives back; any pointer may be null.
+struct Outputs {
+  int* returnCode;
+  char* returnMsg;  // kMessageSize bytes
+  short* returnCodeInd;
+  short* returnMsgInd;
+};
+
+inline constexpr short kInputNotReturned = -128;
+
+// True when the parameter is absent: a null value or a negative indicator.
+inline bool isNull(const void* value, const short* indicator) {
+  return value == nullptr || (indicator != nullptr && *indicator < 0);
+}
+inline bool isNull(const sqlvar& parameter) {
+  return isNull(parameter.sqldata, parameter.sqlind);
+}
+inline void setIndicator(short* indicator, short value) {
+  if (indicator) *indicator = value;
+}
+// Inputs do not travel back to the caller.
+inline void inputsNotReturned(std::initializer_list<short*> indicators) {
+  for (short* indicator : indicators) setIndicator(indicator, kInputNotReturned);
+}
+
+namespace detail {
+// Sets the context up and traces the start. 0, or the code of the failure.
+int beginCall(Call& call);
+// Completes the message: the success text, or a text for a failure that brought none. Returns the
+// code to report: 0 for every outcome that is no failure.
+int settleOutcome(Call& call, const ProcedureInfo& info, int code);
+// Traces the end and tears the context down, whose own result replaces a code of 0.
+int endCall(Call& call, int code);
+// False when `da` does not hold the inputs and the two outputs.
+bool hasParameters(const sqlda* da, const ProcedureInfo& info);
+// Writes the return code into its entry and sets the indicators of the inputs, of the code and of
+// the message.
+void setDescriptorOutputs(sqlda* da, const ProcedureInfo& info, int code);
+
+template <class Operation>
+int guarded(Call& call, const ProcedureInfo& info, Operation&& operation) {
+  try {
+    return operation(call);
+  } catch (const std::bad_alloc&) {
+    return fail(call, Msg::QRKG002E);
+  } catch (const xercesc::OutOfMemoryException&) {
+    return fail(call, Msg::QRKG002E);
+  } catch (...) {
+    return failInternal(call.report(), info.module, __LINE__);
+  }
+}
+}  // namespace detail
+
+// Runs `operation` in a context of its own and `deliver(call)` while the context still exists.
+// `msg` holds kMessageSize bytes and always receives a terminated text. Returns the code.
+template <class Operation, class Deliver>
+int procedure(const ProcedureInfo& info, char* msg, Operation&& operation, Deliver&& deliver) {
+  Call call;
+  call.msg = msg;
+  *msg = '\0';
+  int code = detail::beginCall(call);
+  if (code == 0) code = detail::guarded(call, info, operation);
+  code = detail::settleOutcome(call, info, code);
+  deliver(call);
+  return detail::endCall(call, code);
+}
+
+// Returns 1, as the server expects of a procedure of this convention.
+template <class Operation>
+int sqldaProcedure(const ProcedureInfo& info, sqlda* da, Operation&& operation) {
+  if (!detail::hasParameters(da, info)) return 1;
+  char msg[kMessageSize];
+  const int code = procedure(info, msg, operation, [&](Call& call) {
+    qrkSetOutputMessage(&call.ctx, &da->sqlvar[da->sqld - 1], msg);
+  });
+  detail::setDescriptorOutputs(da, info, code);
+  return 1;
+}
+
+// Returns the code. The message is written straight into the caller's buffer.
+template <class Operation>
+int listProcedure(const ProcedureInfo& info, const Outputs& outputs, Operation&& operation) {
+  char ownMsg[kMessageSize];
+  char* msg = outputs.returnMsg ? outputs.returnMsg : ownMsg;
+  setIndicator(outputs.returnCodeInd, 0);
+  setIndicator(outputs.returnMsgInd, 0);
+  const int code = procedure(info, msg, operation, [](Call&) {});
+  if (outputs.returnCode) *outputs.returnCode = code;
+  return code;
+}
+
+}  // namespace orvxml

@@ -1,0 +1,112 @@
+#include "dad_plan.h"
+
+#include "document_names.h"
+#include "orvxml/code_pages.h"
+#include "orvxml/row_extraction.h"
+
+namespace orvxml {
+
+namespace {
+
+int columnOf(const tab& table, const std::string& xmlName) {
+  for (int i = 0; i < table.num_col; ++i) {
+    if (xmlName == table.col2xml[i].xml) return i;
+  }
+  return -1;
+}
+
+class Planner {
+ public:
+  Planner(QrkStruct* ctx, rel* relinfo, const tab& table, DadPlan& plan)
+      : ctx_(ctx), rel_(relinfo), table_(table), plan_(plan) {}
+
+  // False when the walk stops at this child.
+  bool addChild(xercesc::DOMElement* child);
+  bool hasMappedChild() const { return hasMappedChild_; }
+
+ private:
+  bool addAttribute(xercesc::DOMElement* child);
+  bool addElement(xercesc::DOMElement* child);
+  void addText();
+  DadStep& add(StepKind kind, std::string name, std::u16string xmlName);
+
+  QrkStruct* ctx_;
+  rel* rel_;
+  const tab& table_;
+  DadPlan& plan_;
+  bool hasMappedChild_ = false;
+};
+
+bool Planner::addChild(xercesc::DOMElement* child) {
+  const std::u16string_view tag = child->getTagName();
+  if (tag == u"attribute_node") return addAttribute(child);
+  if (tag == u"element_node") return addElement(child);
+  if (tag == u"text_node") addText();
+  return true;
+}
+
+DadStep& Planner::add(StepKind kind, std::string name, std::u16string xmlName) {
+  DadStep& step = plan_.steps.emplace_back();
+  step.kind = kind;
+  step.name = std::move(name);
+  step.xmlName = std::move(xmlName);
+  return step;
+}
+
+void Planner::addText() {
+  hasMappedChild_ = true;
+  add(StepKind::Text, plan_.name, {}).column = columnOf(table_, plan_.name);
+}
+
+bool Planner::addAttribute(xercesc::DOMElement* child) {
+  hasMappedChild_ = true;
+  std::string name = dadName(ctx_, child);
+  if (name.empty()) {
+    add(StepKind::NamelessAttribute, {}, {});
+    return false;
+  }
+  if (!isInTab(ctx_, &table_, name.c_str())) return true;
+  const int column = columnOf(table_, name);
+  DadStep& step = add(StepKind::Attribute, std::move(name), child->getAttribute(u"name"));
+  step.column = column;
+  step.joinName = joinAttributeName(step.xmlName);
+  return true;
+}
+
+// The top element of another table is left to that table.
+bool Planner::addElement(xercesc::DOMElement* child) {
+  hasMappedChild_ = true;
+  std::string name = dadName(ctx_, child);
+  if (name.empty()) {
+    add(StepKind::NamelessElement, {}, {});
+    return false;
+  }
+  const tab* top = getTabofTopElement(rel_, name.c_str());
+  if (top != nullptr && top != &table_) return true;
+  add(StepKind::Element, std::move(name), child->getAttribute(u"name")).dadElement = child;
+  return true;
+}
+
+}  // namespace
+
+std::string dadName(QrkStruct* ctx, const xercesc::DOMElement* dadElement) {
+  std::string name;
+  if (!toDatabase(ctx, dadElement->getAttribute(u"name"), name)) name.clear();
+  return name;
+}
+
+DadPlan planElement(QrkStruct* ctx, rel* relinfo, const tab& table,
+                    const xercesc::DOMElement* dadElement, std::string name) {
+  DadPlan plan;
+  plan.name = std::move(name);
+  Planner planner(ctx, relinfo, table, plan);
+  for (auto* child = dadElement->getFirstElementChild(); child;
+       child = child->getNextElementSibling()) {
+    if (!planner.addChild(child)) return plan;
+  }
+  plan.wholeElement = !planner.hasMappedChild() && isInTab(ctx, &table, plan.name.c_str()) != 0;
+  if (plan.wholeElement) plan.wholeElementColumn = columnOf(table, plan.name);
+  return plan;
+}
+
+}  // namespace orvxml

@@ -1,0 +1,53 @@
+// What the mapping says about the element names of a document. A name is converted and compared
+// with the tables of the model once; afterwards a node costs one look-up by the address of its
+// name, which the document holds once per name.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "orvxml/mapping_model.h"
+
+namespace orvxml {
+
+struct NameInfo {
+  std::string text;           // in the database code page; empty when it does not convert
+  uint32_t inTables = 0;      // bit i: isInTab(tab[i], name)
+  uint32_t topElementOf = 0;  // bit i: the name is the top element of tab[i]
+};
+
+// A set of tables, or one table of the model, as bits.
+inline constexpr uint32_t tableBit(int index) {
+  return uint32_t{1} << index;
+}
+static_assert(QRK_NUMTAB_IN_REL <= 32);
+
+// The name of the attribute that carries the value of attribute `name` up to a top element.
+std::u16string joinAttributeName(std::u16string_view name);
+
+class DocumentNames {
+ public:
+  DocumentNames(QrkStruct* ctx, const rel* relinfo) : ctx_(ctx), rel_(relinfo) {}
+
+  const NameInfo& of(const xercesc::DOMNode* node) {
+    const XMLCh* name = node->getNodeName();
+    if (name != lastName_) {
+      lastInfo_ = &find(name);
+      lastName_ = name;
+    }
+    return *lastInfo_;
+  }
+
+ private:
+  const NameInfo& find(const XMLCh* name);
+
+  QrkStruct* ctx_;
+  const rel* rel_;
+  std::unordered_map<const XMLCh*, NameInfo> infos_;
+  const XMLCh* lastName_ = nullptr;
+  const NameInfo* lastInfo_ = nullptr;
+};
+
+}  // namespace orvxml

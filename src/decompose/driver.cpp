@@ -1,0 +1,273 @@
+#include "driver.h"
+
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "dad_header.h"
+#include "orvxml/catalog_queries.h"
+#include "orvxml/cli_handles.h"
+#include "orvxml/code_pages.h"
+#include "orvxml/locators.h"
+#include "orvxml/mapping_model.h"
+#include "orvxml/packages.h"
+#include "orvxml/parser.h"
+#include "orvxml/row_extraction.h"
+#include "orvxml/target_table.h"
+#include "orvxml/trace.h"
+#include "orvxml/validation.h"
+
+namespace orvxml {
+
+const orv::esql::Module kQrkrdbi{"QRKRDBI", "ORVRDBI1", {}};
+
+namespace {
+
+constexpr char kModule[] = "qrkrdbi";
+constexpr int kCollectionNameSize = 129;  // bytes, terminator included
+constexpr int kNotRegistered = -5;        // the DTD id is unknown
+constexpr int kInvalidDocument = -90;
+constexpr int kPackageNotBound = -805;
+
+// The code of a parse that has left its outcome in `sqlState`. A failed parse is never a success.
+int parseCode(QrkStruct* ctx, int rc, const char* sqlState) {
+  int code = 0;
+  qrkStateToCode(ctx, &code, sqlState);
+  return rc < 0 && code >= 0 ? rc : code;
+}
+
+// ---- The locator of a stored DAD: freed with its owner.
+class LocatorOwner {
+ public:
+  LocatorOwner() = default;
+  ~LocatorOwner() { release(); }
+  LocatorOwner(const LocatorOwner&) = delete;
+  LocatorOwner& operator=(const LocatorOwner&) = delete;
+  int32_t* address() { return &locator_; }
+  int32_t value() const { return locator_; }
+  void release() {
+    if (locator_ == 0) return;
+    sqlca area{};
+    orv::esql::freeLocator(locator_, area);
+    locator_ = 0;
+  }
+
+ private:
+  int32_t locator_ = 0;
+};
+
+// ---- One decomposition: the steps share the context, the model and the parsed documents.
+class Decomposition {
+ public:
+  Decomposition(QrkStruct* ctx, char* msg) : ctx_(ctx), msg_(msg), dtd_(ctx) {}
+  ~Decomposition() {
+    const int rc = qrkFreeRel(ctx_, &rel_);
+    QRK_TRACE(ctx_, "qrkFreeRel, errCode2=%ld, rc2=%d", static_cast<long>(rc), rc);
+  }
+  Decomposition(const Decomposition&) = delete;
+  Decomposition& operator=(const Decomposition&) = delete;
+
+  int run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled);
+  void releaseDtd() { dtd_.release(); }
+
+ private:
+  int parseDad(QrkOutbuf* dad, int dadFlag);
+  int validate(QrkOutbuf* doc);
+  int fetchDtd(const std::string& dtdid);
+  int buildMapping();
+  int findTopElement();
+  int mappingResult(int result, int code);
+  int parseDocument(QrkOutbuf* doc);
+  int checkTables();
+  int insertRows();
+  int sameCodePages() const {
+    return ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage ? 1 : 0;
+  }
+  Report report() { return {ctx_, msg_}; }
+
+  QrkStruct* ctx_;
+  char* msg_;
+  OutBuffer dtd_;
+  rel rel_{};
+  DOM_Document dad_;
+  DOM_Element top_;
+  DOM_Document document_;
+  DadHeader header_;
+  char sqlState_[kSqlStateSize] = "00000";
+};
+
+int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled) {
+  rel_.hdbc = hdbc;
+  if (int code = parseDad(dad, dadFlag)) return code;
+  if (int code = readDadHeader(ctx_, dad_, header_, msg_)) return code;
+  if (header_.validate) {
+    if (int code = validate(doc)) return code;
+  }
+  if (int code = buildMapping()) return code;
+  if (int code = parseDocument(doc)) return code;
+  if (notEnabled == 1) {
+    if (int code = checkTables()) return code;
+  }
+  return insertRows();
+}
+
+int Decomposition::parseDad(QrkOutbuf* dad, int dadFlag) {
+  char* content = qrkBufGetContent(ctx_, dad);
+  if (!content) return failInternal(report(), kModule, __LINE__);
+  const int rc = qrkDOM(ctx_, content, dadFlag, dad->loctype, dad_, sqlState_, msg_);
+  QRK_TRACE(ctx_, "call qrkDOM() returns %ld, sqlcode %s.", static_cast<long>(rc), sqlState_);
+  const int code = parseCode(ctx_, rc, sqlState_);
+  return code < 0 ? code : 0;
+}
+
+int Decomposition::fetchDtd(const std::string& dtdid) {
+  const int code = qrkGetDtdFileFromDtdId(ctx_, dtd_.get(), dtdid.c_str(), msg_);
+  if (code >= 0) return 0;
+  dtd_.release();
+  if (code == kNotRegistered) return 0;
+  SQLHANDLE none = SQL_NULL_HANDLE;
+  return qrkCLIError(ctx_, static_cast<short>(code), SQL_HANDLE_STMT, &none, " SQLFetch on dtd_ref",
+                     kModule, __LINE__, msg_);
+}
+
+int Decomposition::validate(QrkOutbuf* doc) {
+  char* content = qrkBufGetContent(ctx_, doc);
+  if (!content) return failInternal(report(), kModule, __LINE__);
+  int valid = 0;
+  if (header_.hasSchema) {
+    valid = qrkValidateSchema(ctx_, content, doc->loctype, sameCodePages(),
+                              header_.schemaLocation.data(), sqlState_, msg_);
+  } else {
+    std::string dtdid;
+    if (!toDatabase(ctx_, header_.dtdid, dtdid)) return fail(report(), Msg::QRKA010E, "");
+    if (!dtdid.empty()) {
+      if (int code = fetchDtd(dtdid)) return code;
+    }
+    char* dtd = dtd_->data ? qrkBufGetContent(ctx_, dtd_.get()) : nullptr;
+    valid = qrkValidate(ctx_, content, doc->loctype, sameCodePages(), dtd, sameCodePages(),
+                        dtdid.data(), sqlState_, msg_, dtd_->loctype);
+  }
+  if (valid != 0) return 0;
+  QRK_TRACE(ctx_, "qrkValidate returned QRK_INVALID.  msgtext='%s'", msg_);
+  return kInvalidDocument;
+}
+
+int Decomposition::findTopElement() {
+  const DOM_Element rootNode = dad_.getDocumentElement().firstDescendant(u"root_node");
+  if (rootNode.isNull()) return fail(report(), Msg::QRKQ000E, "root_node");
+  top_ = rootNode.firstDescendant(u"element_node");
+  if (top_.isNull()) return fail(report(), Msg::QRKQ000E, "element_node");
+  return 0;
+}
+
+// A step of the mapping model that fails with nothing but a code is a DAD that cannot be read.
+int Decomposition::mappingResult(int result, int code) {
+  if (result == 0 && code >= 0) return 0;
+  if (*msg_ == '\0') fail(report(), Msg::QRKQ012E);
+  return code < 0 ? code : -std::abs(result);
+}
+
+int Decomposition::buildMapping() {
+  if (int code = findTopElement()) return code;
+  *msg_ = '\0';
+  int code = 0;
+  int result = qrkSetRel(ctx_, &rel_, top_, kForDecomposition, &code, msg_);
+  QRK_TRACE(ctx_, "call qrkSetRel() returns %ld.", static_cast<long>(result));
+  if (int failure = mappingResult(result, code)) return failure;
+  code = 0;
+  result = qrkProcRel(ctx_, &rel_, top_, kForDecomposition, nullptr, &code, msg_);
+  QRK_TRACE(ctx_, "call qrkProcRel() returns %ld.", static_cast<long>(result));
+  return mappingResult(result, code);
+}
+
+int Decomposition::parseDocument(QrkOutbuf* doc) {
+  char* content = qrkBufGetContent(ctx_, doc);
+  if (!content) return failInternal(report(), kModule, __LINE__);
+  const int rc = qrkDOM(ctx_, content, sameCodePages(), doc->loctype, document_, sqlState_, msg_);
+  QRK_TRACE(ctx_, "call qrkDOM() returns %ld.", static_cast<long>(rc));
+  const int code = parseCode(ctx_, rc, sqlState_);
+  return code < 0 ? code : 0;
+}
+
+int Decomposition::checkTables() {
+  for (int i = 0; i < rel_.num_of_tables; ++i) {
+    const int code = check_table(ctx_, rel_.num_cond, rel_.tab[i], msg_);
+    QRK_TRACE(ctx_, "call check_table() returns %ld.", static_cast<long>(code));
+    if (code < 0) return code;
+  }
+  return 0;
+}
+
+int Decomposition::insertRows() {
+  QRK_NodeList xmlElements(ctx_);
+  int code = xmlElements.add(document_.getDocumentElement(), msg_);
+  QRK_TRACE(ctx_, "call xml_elements.add() returns %ld.", static_cast<long>(code));
+  if (code < 0) return code;
+  code = decompose_element(ctx_, &rel_, document_, nullptr, &xmlElements, &top_, msg_);
+  QRK_TRACE(ctx_, "call decompose_element() returns %ld.", static_cast<long>(code));
+  return code;
+}
+
+// ---- The stored DAD of a collection.
+int collectionFailure(const Report& report, const sqlca& area, const char* name) {
+  if (area.sqlcode == 100) return fail(report, Msg::QRKQ028E, name);
+  return failDb(report, area, area.sqlcode == kPackageNotBound ? Msg::QRKA073E : Msg::QRKQ052E);
+}
+
+// Opens `cursor` on the collection's DAD and fetches it. 0 or the message's code.
+int fetchDad(orv::esql::Statement& statement, orv::esql::Cursor& cursor, char* name,
+             LocatorOwner& locator, const Report& report) {
+  sqlca area{};
+  statement.prepare("select dad from orvxml.xml_usage where col_name = ?", area);
+  if (area.sqlcode < 0) return collectionFailure(report, area, name);
+  const orv::esql::HostVariable input[] = {orv::esql::stringVariable(name, kCollectionNameSize)};
+  cursor.open(input, area);
+  if (area.sqlcode < 0) return collectionFailure(report, area, name);
+  int16_t dadIndicator = 0;
+  const orv::esql::HostVariable output[] = {
+      orv::esql::clobLocatorVariable(locator.address(), &dadIndicator)};
+  cursor.fetch(output, area);
+  if (area.sqlcode == 100 || area.sqlcode < 0) return collectionFailure(report, area, name);
+  return dadIndicator < 0 ? fail(report, Msg::QRKQ029E, name) : 0;
+}
+
+}  // namespace
+
+int qrkDecomposeByName(QrkStruct* ctx, const char* collectionName, QrkOutbuf* doc, char* msg) {
+  QRK_TRACE(ctx, "Entered, collection_name=%s ", collectionName);
+  const Report report{ctx, msg};
+  const std::string_view fullName(collectionName);
+  char name[kCollectionNameSize] = "";
+  // A longer name than the column holds belongs to no collection.
+  if (fullName.size() >= sizeof name) return fail(report, Msg::QRKQ028E, fullName);
+  fullName.copy(name, sizeof name - 1);
+
+  OutBuffer dad(ctx);
+  orv::esql::Statement statement(kQrkrdbi);
+  orv::esql::Cursor cursor(statement);
+  LocatorOwner locator;
+  if (int code = fetchDad(statement, cursor, name, locator, report)) return code;
+  const int rc = qrkGetDadFileFromLocator(ctx, locator.value(), dad.get(), msg);
+  locator.release();
+  if (rc != 0) {
+    QRK_TRACE(ctx, "qrkGetDadFileFromLocator() failed w/ rc=%d", rc);
+    return failInternal(report, kModule, __LINE__);
+  }
+  const bool samePages = ctx->codePages->appCodePage == ctx->codePages->dbCodePage;
+  return qrkDecomposeByDAD(ctx, dad.get(), samePages ? 1 : 0, doc, 0, msg);
+}
+
+int qrkDecomposeByDAD(QrkStruct* ctx, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled,
+                      char* msg) {
+  QRK_TRACE(ctx, "Entered, notEnabled=%d", notEnabled);
+  CliConnection connection(ctx, kModule, msg);
+  Decomposition decomposition(ctx, msg);
+  int code = connection.open();
+  if (code == 0) code = decomposition.run(connection.handle(), dad, dadFlag, doc, notEnabled);
+  decomposition.releaseDtd();
+  code = connection.close(code);
+  QRK_TRACE(ctx, "Exits, errCode=%ld, rc=%d", static_cast<long>(code), code);
+  return code;
+}
+
+}  // namespace orvxml

@@ -1,0 +1,78 @@
+// The foreign-key values of a row, looked up from the row's document element towards the root.
+//
+// Rows that follow each other mostly hang below the same parent, so each key remembers the value of
+// the last parent. A value also depends on the join attributes that the walk adds to the document:
+// each addition ends what is remembered.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "document_names.h"
+
+namespace orvxml {
+
+// For each element of a document, the first element of a given tag below it.
+class FirstDescendants {
+ public:
+  explicit FirstDescendants(const xercesc::DOMElement* root) : root_(root) {}
+  // Null when `node` has no descendant of that tag.
+  const xercesc::DOMNode* find(const xercesc::DOMNode* node, const std::u16string& tag);
+
+ private:
+  using Index = std::unordered_map<const xercesc::DOMNode*, const xercesc::DOMNode*>;
+  Index build(const std::u16string& tag) const;
+
+  const xercesc::DOMElement* root_;
+  std::unordered_map<std::u16string, Index> byTag_;
+};
+
+// What the foreign keys of all tables share during one walk over a document.
+struct WalkState {
+  QrkStruct* ctx;
+  rel* relinfo;
+  char* msg;
+  DocumentOwner owner;  // keeps the document
+  DocumentNames names;
+  FirstDescendants descendants;
+  uint64_t joinAttributes = 0;  // added to the document so far
+
+  Report report() const { return {ctx, msg}; }
+};
+
+class ForeignKeyValues {
+ public:
+  ForeignKeyValues(WalkState& walk, const tab& table, int tableIndex);
+
+  int count() const { return static_cast<int>(keys_.size()); }
+  // Looks up the values of all keys for a row at `element`. 0 or the message's code.
+  int get_foreign_key_values(const xercesc::DOMElement* element);
+  // The value of key `k` of the last look-up; good until the next one.
+  std::string_view value(int k) const { return keys_[static_cast<size_t>(k)].value; }
+
+ private:
+  struct Key {
+    const foreign_key* definition;
+    std::u16string xmlName;   // the item that supplies the value
+    std::u16string joinName;  // its join attribute
+    std::string value;
+    const xercesc::DOMNode* parent = nullptr;  // of the element that `value` was looked up for
+    uint64_t joinAttributes = 0;               // at that time
+  };
+  struct Climb;
+
+  int get_foreign_key_value(Key& key, const xercesc::DOMElement* element);
+  int climb(const Key& key, Climb& at);
+  bool lookAt(const Key& key, Climb& at);
+  void lookAtAttribute(const Key& key, Climb& at);
+  void lookAtText(const Key& key, Climb& at);
+
+  WalkState& walk_;
+  uint32_t tableBit_;
+  std::vector<Key> keys_;
+};
+
+}  // namespace orvxml

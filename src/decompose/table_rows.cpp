@@ -1,0 +1,217 @@
+#include "table_rows.h"
+
+#include <cstdlib>
+#include <memory>
+
+#include "orvxml/code_pages.h"
+#include "orvxml/trace.h"
+#include "orvxml/xml_writer.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr char kModule[] = "qrkrdbi";
+constexpr size_t kMaxTagName = 64;  // characters of an element that holds a mapped attribute
+constexpr int kNoTagName = -1;
+constexpr int kNoText = -1;
+
+bool isTextNode(const xercesc::DOMNode* node) {
+  const auto type = node->getNodeType();
+  return type == xercesc::DOMNode::TEXT_NODE || type == xercesc::DOMNode::CDATA_SECTION_NODE;
+}
+
+// The text and CDATA children of `element` as one text. A single one is used where it stands.
+const XMLCh* textOf(const xercesc::DOMElement* element, std::u16string& joined) {
+  const XMLCh* first = nullptr;
+  bool several = false;
+  for (auto* child = element->getFirstChild(); child; child = child->getNextSibling()) {
+    if (!isTextNode(child)) continue;
+    const XMLCh* value = child->getNodeValue();
+    if (first && !several) joined = first;
+    if (first) {
+      several = true;
+      joined += value;
+    } else {
+      first = value;
+    }
+  }
+  return several ? joined.c_str() : first;
+}
+
+}  // namespace
+
+int TableRows::gen_rows(const QRK_NodeList& container, const Element* dadElement,
+                        const std::string& dadElementName) {
+  DadPlan plan = planElement(walk_.ctx, walk_.relinfo, table_, dadElement, dadElementName);
+  const QRK_NodeList::Node* node = container.head;
+  for (int i = 0; i < container.count && node; ++i, node = node->next) {
+    if (int code = get_rows(plan, node->element.element())) return code;
+  }
+  return 0;
+}
+
+int TableRows::get_rows(DadPlan& plan, Element* element) {
+  for (DadStep& step : plan.steps) {
+    if (int code = runStep(step, element)) return code;
+  }
+  return plan.wholeElement ? takeElement(plan, element) : 0;
+}
+
+int TableRows::runStep(DadStep& step, Element* element) {
+  switch (step.kind) {
+    case StepKind::Attribute:
+      return takeAttribute(step, element);
+    case StepKind::Text:
+      return takeText(step, element);
+    case StepKind::Element:
+      return rowsOfChildren(step, element);
+    case StepKind::NamelessAttribute:
+      return fail(walk_.report(), Msg::QRKQ006E);
+    case StepKind::NamelessElement:
+      return fail(walk_.report(), Msg::QRKQ014E);
+  }
+  return 0;
+}
+
+int TableRows::rowsOfChildren(DadStep& step, Element* element) {
+  for (Element* child = element->getFirstElementChild(); child;
+       child = child->getNextElementSibling()) {
+    if (step.xmlName != child->getTagName()) continue;
+    if (!step.below) {
+      step.below = std::make_unique<DadPlan>(
+          planElement(walk_.ctx, walk_.relinfo, table_, step.dadElement, step.name));
+    }
+    if (int code = get_rows(*step.below, child)) return code;
+  }
+  return 0;
+}
+
+// ---- One value
+
+int TableRows::takeAttribute(const DadStep& step, Element* element) {
+  const XMLCh* value = element->getAttribute(step.xmlName.c_str());
+  int code = step.column < 0 ? unknownItem(step.name) : 0;
+  if (code == 0 && *value == 0) code = attributeWithoutValue(element);
+  if (code == 0) code = get_coldata(step.column, value, element);
+  QRK_TRACE(walk_.ctx, "call get_coldata(QRK_ATTRIBUTE) returns %ld.", static_cast<long>(code));
+  return code < 0 ? code : add_attribute_to_DOM(element, step, value);
+}
+
+int TableRows::takeText(const DadStep& step, Element* element) {
+  int code = step.column < 0 ? unknownItem(step.name) : 0;
+  if (code == 0) code = get_coldata(step.column, textOf(element, joinedText_), element);
+  QRK_TRACE(walk_.ctx, "call get_coldata(QRK_TEXT) returns %ld.", static_cast<long>(code));
+  return code;
+}
+
+int TableRows::takeElement(const DadPlan& plan, Element* element) {
+  if (plan.wholeElementColumn < 0) return unknownItem(plan.name);
+  char* xml = nullptr;
+  int code = qrkDOMtoXML(walk_.ctx, DOM_Element(walk_.owner, element), &xml, walk_.msg);
+  const std::unique_ptr<char, decltype(&std::free)> owner(xml, &std::free);
+  if (code >= 0) code = xml ? place(plan.wholeElementColumn, rows_.copy(xml), element) : kNoText;
+  QRK_TRACE(walk_.ctx, "call get_coldata(QRK_ELEMENT) returns %ld.", static_cast<long>(code));
+  return code;
+}
+
+int TableRows::unknownItem(const std::string& xmlName) {
+  QRK_TRACE(walk_.ctx, "Failed to find '%s' in '%s'.", xmlName.c_str(), table_.name);
+  return failInternal(walk_.report(), kModule, __LINE__);
+}
+
+// Below the table's top element a missing attribute needs the top element above it.
+int TableRows::attributeWithoutValue(Element* element) {
+  if (isTopElement(element) || get_named_ancestor(element)) return 0;
+  return withoutAncestor(element);
+}
+
+int TableRows::withoutAncestor(const Element* element) {
+  return fail(walk_.report(), Msg::QRKQ044E, walk_.names.of(element).text, table_.top_element);
+}
+
+// `text` null or empty: the column gets no value.
+int TableRows::get_coldata(int column, const XMLCh* text, Element* element) {
+  if (text == nullptr || *text == 0) return place(column, Value{}, element);
+  if (!toDatabase(walk_.ctx, text, converted_)) return fail(walk_.report(), Msg::QRKG002E);
+  return place(column, rows_.copy(converted_), element);
+}
+
+// ---- Placement
+
+// The value completes the last row when its column is still empty there and the row has the same
+// parents; otherwise it begins a new row.
+int TableRows::place(int column, Value value, const Element* element) {
+  Value* row = rows_.count() > 0 ? rows_.last() : nullptr;
+  if (row && row[column].text) row = nullptr;
+  if (row) {
+    if (int code = keys_.get_foreign_key_values(element)) return code;
+    if (!isPrevRowKeyEqual(row)) row = nullptr;
+  }
+  if (!row) {
+    if (int code = newRow(element, row)) return code;
+  }
+  row[column] = value;
+  return 0;
+}
+
+// The foreign keys of the element that is placed are those of `previous`. A missing value on
+// either side counts as equal.
+bool TableRows::isPrevRowKeyEqual(Value* previous) const {
+  const Value* previousKeys = rows_.keys(previous);
+  for (int k = 0; k < keys_.count(); ++k) {
+    if (previousKeys[k].text && previousKeys[k].view() != keys_.value(k)) return false;
+  }
+  return true;
+}
+
+// A new row starts with every column empty and the foreign keys of its element.
+int TableRows::newRow(const Element* element, Value*& row) {
+  if (rows_.full()) {
+    QRK_TRACE(walk_.ctx, "QRK_MAX_ROWS limit exceeded %s:%d", kModule, __LINE__);
+    return fail(walk_.report(), Msg::QRKG017E, "QRK_MAX_ROWS", buildStamp(), kModule, __LINE__);
+  }
+  if (int code = keys_.get_foreign_key_values(element)) return code;
+  const Value* previous = rows_.count() > 0 ? rows_.keys(rows_.last()) : nullptr;
+  row = rows_.append();
+  Value* keys = rows_.keys(row);
+  for (int k = 0; k < keys_.count(); ++k) {
+    const std::string_view value = keys_.value(k);
+    const bool same = previous && previous[k].text && previous[k].view() == value;
+    keys[k] = same ? previous[k] : rows_.copy(value);
+  }
+  return 0;
+}
+
+// ---- Join attributes
+
+// Notes the value of an attribute below the table's top element at that top element, where the
+// foreign keys of other tables find it.
+int TableRows::add_attribute_to_DOM(Element* element, const DadStep& step, const XMLCh* value) {
+  const std::u16string_view tag = element->getTagName();
+  if (tag.size() > kMaxTagName || walk_.names.of(element).text.empty()) return kNoTagName;
+  if (isTopElement(element)) return 0;
+  Element* ancestor = get_named_ancestor(element);
+  if (!ancestor) return withoutAncestor(element);
+  QRK_TRACE(walk_.ctx, "top_xml_element name %s", walk_.names.of(ancestor).text.c_str());
+  if (*ancestor->getAttribute(step.joinName.c_str()) != 0) {
+    return fail(walk_.report(), Msg::QRKQ045E, walk_.names.of(ancestor).text, step.name);
+  }
+  if (*value == 0) return 0;
+  ancestor->setAttribute(step.joinName.c_str(), value);
+  ++walk_.joinAttributes;
+  return 0;
+}
+
+// The nearest ancestor that is a top element of the table, or null.
+xercesc::DOMElement* TableRows::get_named_ancestor(const Element* element) {
+  auto* node = element->getParentNode();
+  while (node && node->getNodeType() == xercesc::DOMNode::ELEMENT_NODE) {
+    auto* ancestor = static_cast<Element*>(node);
+    if (isTopElement(ancestor)) return ancestor;
+    node = node->getParentNode();
+  }
+  return nullptr;
+}
+
+}  // namespace orvxml

@@ -1,0 +1,75 @@
+#include "orvxml/cli_handles.h"
+
+#include "orvxml/trace.h"
+
+namespace orvxml {
+
+namespace {
+constexpr int32_t kUtf8CodePage = 1208;
+}
+
+CliConnection::~CliConnection() {
+  if (connected_) SQLDisconnect(hdbc_);
+  if (hdbc_ != SQL_NULL_HANDLE) SQLFreeHandle(SQL_HANDLE_DBC, hdbc_);
+  if (henv_ != SQL_NULL_HANDLE) SQLFreeHandle(SQL_HANDLE_ENV, henv_);
+}
+
+int CliConnection::failed(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE* handle, const char* what,
+                          int line) {
+  return qrkCLIError(ctx_, rc, type, handle, what, module_, line, msg_);
+}
+
+int CliConnection::open() {
+  if (int code = allocate()) return code;
+  if (int code = connect()) return code;
+  QRK_TRACE(ctx_, "CLI setup completed.");
+  return 0;
+}
+
+int CliConnection::allocate() {
+  SQLRETURN rc = SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &henv_);
+  if (rc < 0) {
+    return failed(rc, SQL_HANDLE_ENV, &henv_, "SQLAllocHandle for henv", __LINE__);
+  }
+  rc = SQLAllocHandle(SQL_HANDLE_DBC, henv_, &hdbc_);
+  if (rc < 0) {
+    return failed(rc, SQL_HANDLE_ENV, &henv_, "SQLAllocHandle for hdbc", __LINE__);
+  }
+  return 0;
+}
+
+int CliConnection::connect() {
+  SQLRETURN rc = SQLSetConnectOption(hdbc_, SQL_AUTOCOMMIT, SQL_AUTOCOMMIT_OFF);
+  if (rc < 0) {
+    return failed(rc, SQL_HANDLE_DBC, &hdbc_, "SQLSetConnectOption autocommit_off", __LINE__);
+  }
+  // A server that does not know the attribute behaves as if it were set.
+  if (ctx_->codePages->dbCodePage == kUtf8CodePage) {
+    SQLSetConnectAttr(hdbc_, SQL_ATTR_CODE_PAGE_CONVERSION, nullptr, SQL_IS_INTEGER);
+  }
+  rc = SQLConnect(hdbc_, nullptr, SQL_NTS, nullptr, SQL_NTS, nullptr, SQL_NTS);
+  if (rc < 0) return failed(rc, SQL_HANDLE_DBC, &hdbc_, "SQLConnect null", __LINE__);
+  connected_ = true;
+  return 0;
+}
+
+int CliConnection::close(int code) {
+  if (connected_) {
+    connected_ = false;
+    const SQLRETURN rc = SQLDisconnect(hdbc_);
+    if (rc < 0) code = failed(rc, SQL_HANDLE_DBC, &hdbc_, "SQLDisconnect for hdbc", __LINE__);
+  }
+  if (hdbc_ != SQL_NULL_HANDLE) {
+    const SQLRETURN rc = SQLFreeHandle(SQL_HANDLE_DBC, hdbc_);
+    if (rc < 0) code = failed(rc, SQL_HANDLE_DBC, &hdbc_, "SQLFreeHandle for hdbc", __LINE__);
+    hdbc_ = SQL_NULL_HANDLE;
+  }
+  if (henv_ != SQL_NULL_HANDLE) {
+    const SQLRETURN rc = SQLFreeHandle(SQL_HANDLE_ENV, henv_);
+    if (rc < 0) code = failed(rc, SQL_HANDLE_ENV, &henv_, "SQLFreeHandle for henv", __LINE__);
+    henv_ = SQL_NULL_HANDLE;
+  }
+  return code;
+}
+
+}  // namespace orvxml
