@@ -33,6 +33,8 @@ class QRKString {
   bool isNull() const { return text_ == nullptr; }
 
  private:
+  void adopt(char* text);                         // takes the heap string; null: empty
+
   char* text_ = nullptr;
   int length_ = 0;
 };

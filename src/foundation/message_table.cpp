@@ -12,7 +12,9 @@ struct Row {
   const char* text;
 };
 
-// A text begins with the message's ID and two blanks; every placeholder is a string.
+// One message a line. A text begins with the message's ID and two blanks; every placeholder is a
+// string.
+// clang-format off
 constexpr Row kRows[] = {
     {0, 0, "", ""},
     {1, 0, "00000", "QRKA000I  Enabling column %s. Please Wait."},
@@ -186,6 +188,7 @@ constexpr Row kRows[] = {
     {169, -142, "38X15", "QRKQ062E  No rows of result set for %s are left to produce a XML value for %s."},
     {170, 0, "", ""},
 };
+// clang-format on
 static_assert(sizeof(kRows) / sizeof(kRows[0]) == kMessageCount);
 
 constexpr bool rowsAreInOrder() {
