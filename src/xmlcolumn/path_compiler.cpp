@@ -103,7 +103,8 @@ class PathCompiler {
     parseSteps(query_.tail, begin, end);
     reverse(query_.tail);
     if (ofAnyDescendant_ && begin == end) {
-      query_.tail = new QrkQueryChunk{.filter = {.name = u"*"}};
+      query_.tail = new QrkQueryChunk;
+      query_.tail->filter.name = u"*";
     }
   }
 
