@@ -119,7 +119,7 @@ class QRK_NodeList {
 
   int add(const DOM_Element& element, char* msg);   // 0, or -58 with QRKG002E
   DOM_Element getNextItem();                        // null element at the end
-  void reset();                                     // frees the nodes; leaves the cursor
+  void reset();                                     // frees the nodes, rewinds the cursor
 
   Node* head = nullptr;
   Node* tail = nullptr;

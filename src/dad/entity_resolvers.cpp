@@ -1,0 +1,117 @@
+// What the parser gets instead of the outside: an empty DTD, the supplied DTD, the named schema.
+#include <cstring>
+
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+
+#include "orvxml/code_pages.h"
+#include "orvxml/parser_handlers.h"
+#include "orvxml/trace.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr size_t kEncodingNameLimit = 100;
+
+std::u16string boundedName(const XMLCh* name) {
+  if (!name) return {};
+  return std::u16string(std::u16string_view(name).substr(0, kEncodingNameLimit));
+}
+
+std::optional<std::u16string> optionalText(const XMLCh* text) {
+  if (!text) return std::nullopt;
+  return std::u16string(text);
+}
+
+xercesc::InputSource* memorySource(const char* text, const char16_t* systemId) {
+  auto* source = new xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(text),
+                                                std::strlen(text), systemId);
+  source->setCopyBufToStream(false);
+  return source;
+}
+
+}  // namespace
+
+void rememberDoctype(xercesc::EntityResolver* resolver, const XMLCh* systemId) {
+  if (auto* empty = dynamic_cast<qrkNonValidateHandler*>(resolver)) {
+    empty->systemId = optionalText(systemId);
+  } else if (auto* supplied = dynamic_cast<qrkValidateHandler*>(resolver)) {
+    supplied->systemId = optionalText(systemId);
+  }
+}
+
+xercesc::InputSource* qrkNonValidateHandler::resolveEntity(const XMLCh* /*publicId*/,
+                                                           const XMLCh* requested) {
+  if (!systemId || !requested) return nullptr;
+  if (*systemId != requested) {
+    QRK_TRACE(ctx, "dtdId and systemId do not match.\n");
+    return nullptr;
+  }
+  QRK_TRACE(ctx, "dtdId and systemId match.\n");
+  return memorySource("", u"IdForEmptyBuffer");
+}
+
+void qrkNonValidateHandler::error(const xercesc::SAXParseException& problem) {
+  throw xercesc::SAXParseException(problem);
+}
+
+void qrkNonValidateHandler::fatalError(const xercesc::SAXParseException& problem) {
+  throw xercesc::SAXParseException(problem);
+}
+
+qrkValidateHandler::qrkValidateHandler(QrkStruct* context, const char* dtd, const XMLCh* dtdId,
+                                       const XMLCh* encoding, int mode)
+    : ctx(context),
+      systemId(optionalText(dtdId)),
+      dtd_(dtd),
+      encoding_(boundedName(encoding)),
+      mode_(mode) {}
+
+xercesc::InputSource* qrkValidateHandler::resolveEntity(const XMLCh* /*publicId*/,
+                                                        const XMLCh* /*requested*/) {
+  std::string id;
+  if (systemId) toDatabase(ctx, *systemId, id);
+  QRK_TRACE(ctx, "systemId='%s'\n", id.c_str());
+  xercesc::InputSource* source = dtd_ ? suppliedDtd() : nullptr;
+  if (source && !encoding_.empty()) source->setEncoding(encoding_.c_str());
+  return source;
+}
+
+xercesc::InputSource* qrkValidateHandler::suppliedDtd() const {
+  if (mode_ == kDtdIsText) return memorySource(dtd_, u"IdForDtdDocBuffer");
+  std::u16string name;
+  if (!toUtf16(ctx, dtd_, name)) return nullptr;
+  return new xercesc::LocalFileInputSource(name.c_str());
+}
+
+void qrkValidateHandler::error(const xercesc::SAXParseException& problem) {
+  throw xercesc::SAXParseException(problem);
+}
+
+void qrkValidateHandler::fatalError(const xercesc::SAXParseException& problem) {
+  throw xercesc::SAXParseException(problem);
+}
+
+qrkSchemaHandler::qrkSchemaHandler(QrkStruct* context, const XMLCh* encoding,
+                                   const XMLCh* schemaLocation)
+    : ctx(context),
+      encoding_(boundedName(encoding)),
+      schemaLocation_(schemaLocation ? schemaLocation : u"") {}
+
+xercesc::InputSource* qrkSchemaHandler::resolveEntity(const XMLCh* /*publicId*/,
+                                                      const XMLCh* requested) {
+  if (!requested || schemaLocation_.empty() || schemaLocation_ != requested) return nullptr;
+  return new xercesc::LocalFileInputSource(requested);
+}
+
+void qrkSchemaHandler::error(const xercesc::SAXParseException& problem) {
+  throw xercesc::SAXParseException(problem);
+}
+
+void qrkSchemaHandler::fatalError(const xercesc::SAXParseException& problem) {
+  throw xercesc::SAXParseException(problem);
+}
+
+}  // namespace orvxml

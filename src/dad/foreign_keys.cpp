@@ -1,0 +1,101 @@
+// The foreign keys of the mapping model: a join column is one where the partner's table stands
+// higher in the document. Its value comes from the column that the document maps, found at the
+// partner or, by way of the partner's own joins, further up.
+#include <cstring>
+
+#include "orvxml/mapping_model.h"
+#include "orvxml/trace.h"
+#include "src/dad/dad_walk.h"
+
+namespace orvxml {
+
+using namespace dad;
+
+namespace {
+
+class ForeignKeys {
+ public:
+  ForeignKeys(const Report& report, rel& model) : report_(report), model_(model) {}
+
+  int findAll() {
+    for (int i = 0; i < model_.num_of_tables; ++i) {
+      tab& table = *model_.tab[i];
+      for (int j = 0; j < table.num_join; ++j) {
+        if (int rc = findForColumn(table, table.join_info[j])) return rc;
+      }
+    }
+    return 0;
+  }
+
+ private:
+  template <class... Args>
+  int error(Msg message, const Args&... args) {
+    fail(report_, message, args...);
+    return -1;
+  }
+
+  tab* tableOf(const join_partner& partner) {
+    return findTabByName(report_.ctx, &model_, partner.schema, partner.tab);
+  }
+
+  int findForColumn(tab& table, join_info_entry& column) {
+    for (int p = 0; p < column.num_join; ++p) {
+      const join_partner& partner = column.foreign[p];
+      tab* parent = tableOf(partner);
+      if (!parent || parent->level >= table.level) continue;
+      if (int rc = addForeignKey(table, column, *parent, partner)) return rc;
+    }
+    return 0;
+  }
+
+  int addForeignKey(tab& table, join_info_entry& column, tab& parent, const join_partner& partner) {
+    if (table.num_fk == kMaxForeignKeys) return failLimit(report_, "QRK_NUM_FK", __LINE__);
+    foreign_key& key = table.fk[table.num_fk++];
+    key = {&column, nullptr};
+    if (const col2xml_entry* own = findColumnMapping(&table, column.col)) {
+      return error(Msg::QRKQ056E, own->xml, own->col, table.name);
+    }
+    key.parent = findSource(table, parent, partner.col);
+    if (!key.parent) return error(Msg::QRKA059E, "UNKNOWN", column.col);
+    for (int i = 0; i + 1 < table.num_fk; ++i) {
+      if (table.fk[i].column == &column) {
+        QRK_TRACE(report_.ctx, "column %s of %s has several parents\n", column.col, table.name);
+      }
+    }
+    return 0;
+  }
+
+  // The mapped column that supplies the value. Each step goes to a table of a smaller level, so the
+  // chain ends.
+  col2xml_entry* findSource(const tab& child, tab& parent, const char* column) {
+    tab* at = &parent;
+    for (;;) {
+      if (col2xml_entry* mapped = findColumnMapping(at, column)) return mapped;
+      const join_info_entry* joins = qrkGetJoinInfo(report_.ctx, at, column);
+      const join_partner* up = joins ? partnerAbove(child, *at, *joins) : nullptr;
+      if (!up) return nullptr;
+      at = tableOf(*up);
+      column = up->col;
+    }
+  }
+
+  const join_partner* partnerAbove(const tab& child, const tab& at, const join_info_entry& joins) {
+    for (int p = 0; p < joins.num_join; ++p) {
+      const tab* above = tableOf(joins.foreign[p]);
+      if (above && above != &child && above->level < at.level) return &joins.foreign[p];
+    }
+    return nullptr;
+  }
+
+  const Report& report_;
+  rel& model_;
+};
+
+}  // namespace
+
+int qrkProcRel2(QrkStruct* ctx, rel* relinfo, int* errCode, char* msg) {
+  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
+  return ForeignKeys(report, *relinfo).findAll();
+}
+
+}  // namespace orvxml

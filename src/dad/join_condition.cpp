@@ -1,0 +1,204 @@
+// The join condition of the top RDB_node: equalities between qualified columns, joined by AND.
+//
+//   condition = equality { "AND" equality } ;
+//   equality  = name "=" name ;
+//   name      = [ [ schema "." ] table "." ] column ;
+#include <cstdlib>
+#include <cstring>
+
+#include "orvxml/catalog_queries.h"
+#include "orvxml/mapping_model.h"
+#include "orvxml/sql_scanner.h"
+#include "orvxml/trace.h"
+#include "src/dad/dad_walk.h"
+
+namespace orvxml {
+
+using namespace dad;
+
+namespace {
+
+constexpr size_t kQuotedTextLimit = 299;  // bytes of the text that a message quotes
+constexpr int kMaxParts = 3;
+
+struct JoinSide {
+  char parts[kMaxParts][kNamePartSize];  // schema, table, column; missing ones empty
+  const char* schema() const { return parts[0]; }
+  const char* table() const { return parts[1]; }
+  const char* column() const { return parts[2]; }
+};
+
+bool sameColumn(const JoinSide& a, const JoinSide& b) {
+  return cmpQualTblName(a.schema(), b.schema(), a.table(), b.table()) == 0 &&
+         std::strcmp(a.column(), b.column()) == 0;
+}
+
+// As much of `text` as fits the quotation in a message.
+std::string quoted(QrkStruct* ctx, const char16_t* text) {
+  std::u16string part(std::u16string_view(text).substr(0, kQuotedTextLimit));
+  std::string out;
+  while (!toDatabase(ctx, part, out) || out.size() > kQuotedTextLimit) {
+    if (part.empty()) return {};
+    part.pop_back();
+  }
+  return out;
+}
+
+class ConditionParser {
+ public:
+  ConditionParser(const Report& report, rel& model, int purpose, const char16_t* text)
+      : report_(report), model_(model), purpose_(purpose), cursor_(text) {
+    toDatabase(report.ctx, K_UC_SQL_WORD_AND, and_);
+  }
+
+  int parse() {
+    for (;;) {
+      JoinSide left, right;
+      next();
+      if (!parseName(left)) return unexpected();
+      if (token_.type != Type_Delimiter || *token_.startptr != u'=') return unexpected();
+      next();
+      if (!parseName(right)) return report(Msg::QRKQ015E);
+      const bool ended = token_.type == Type_EOF;
+      if (!ended && !(token_.type == Type_Identifier && and_ == token_.text)) return unexpected();
+      if (int rc = record(left, right)) return rc;
+      if (ended) return 0;
+    }
+  }
+
+ private:
+  void next() { qrkGetSqlToken(report_.ctx, &cursor_, &token_); }
+
+  int report(Msg message) {
+    fail(report_, message);
+    return -1;
+  }
+
+  int unexpected() {
+    fail(report_, Msg::QRKQ034E, quoted(report_.ctx, token_.startptr));
+    return -1;
+  }
+
+  bool parseName(JoinSide& side) {
+    char parts[kMaxParts][kNamePartSize];
+    int count = 0;
+    if (qrkParseSqlQualifiedId(report_.ctx, &cursor_, &token_, kMaxParts, &count, parts)) {
+      return false;
+    }
+    const int missing = kMaxParts - count;
+    for (int i = 0; i < missing; ++i) side.parts[i][0] = 0;
+    for (int i = missing; i < kMaxParts; ++i) std::strcpy(side.parts[i], parts[i - missing]);
+    return true;
+  }
+
+  int checkLengths(const JoinSide& left, const JoinSide& right) {
+    auto tooLong = [&](int part, int size) {
+      const auto room = static_cast<size_t>(size);
+      return std::strlen(left.parts[part]) >= room || std::strlen(right.parts[part]) >= room;
+    };
+    if (tooLong(0, kSchemaSize)) return report(Msg::QRKQ036E);
+    if (tooLong(1, kTableSize)) return report(Msg::QRKQ031E);
+    if (tooLong(2, kColumnSize)) return report(Msg::QRKQ032E);
+    return 0;
+  }
+
+  int record(const JoinSide& left, const JoinSide& right) {
+    if (int rc = checkLengths(left, right)) return rc;
+    if (sameColumn(left, right)) return 0;
+    if (int rc = recordSide(left, right)) return rc;
+    return recordSide(right, left);
+  }
+
+  int recordSide(const JoinSide& own, const JoinSide& partner) {
+    tab* table = findTabByName(report_.ctx, &model_, own.schema(), own.table());
+    if (!table) return report(Msg::QRKQ015E);
+    return qrkSetJoinInfoForeign(report_.ctx, &model_, purpose_, table, own.column(),
+                                 partner.schema(), partner.table(), partner.column(),
+                                 report_.errCode, report_.msg);
+  }
+
+  const Report& report_;
+  rel& model_;
+  const int purpose_;
+  const char16_t* cursor_;
+  QrkSqlToken token_{};
+  std::string and_;
+};
+
+bool hasPartner(const join_info_entry& entry, const char* schema, const char* table,
+                const char* col) {
+  for (int i = 0; i < entry.num_join; ++i) {
+    const join_partner& partner = entry.foreign[i];
+    if (cmpQualTblName(partner.schema, schema, partner.tab, table) == 0 &&
+        std::strcmp(partner.col, col) == 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// The type of the column at the other side: from its own join entry, else from the catalog.
+int fillPartnerType(const Report& report, rel* relinfo, join_info_entry& entry) {
+  const join_partner& partner = entry.foreign[0];
+  tab* other = findTabByName(report.ctx, relinfo, partner.schema, partner.tab);
+  const join_info_entry* known = other ? qrkGetJoinInfo(report.ctx, other, partner.col) : nullptr;
+  if (known) {
+    std::strcpy(entry.type, known->type);
+    return 0;
+  }
+  char column[4 * kColumnSize];
+  char typeSchema[kTableSize] = "";
+  long length = 0;
+  if (qrk_toupper(report.ctx, partner.col, column, sizeof column)) {
+    fail(report, Msg::QRKQ032E);
+    return -1;
+  }
+  const int rc = qrkGetCatalogColumnType(report.ctx, partner.schema, partner.tab, column,
+                                         typeSchema, sizeof typeSchema, entry.type,
+                                         sizeof entry.type, &length, report.msg);
+  *report.errCode = rc;
+  return rc;
+}
+
+}  // namespace
+
+int whereparser(QrkStruct* ctx, rel* relinfo, const char16_t* condition, int qrk_type, int* errCode,
+                char* msg) {
+  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
+  return ConditionParser(report, *relinfo, qrk_type, condition).parse();
+}
+
+int qrkSetJoinInfoForeign(QrkStruct* ctx, rel* relinfo, int qrk_type, tab* table, const char* col,
+                          const char* forSchema, const char* forTable, const char* forCol,
+                          int* errCode, char* msg) {
+  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
+  int slot = 0;
+  while (slot < relinfo->num_cond && table->join_info[slot].col[0] &&
+         std::strcmp(table->join_info[slot].col, col) != 0) {
+    ++slot;
+  }
+  if (slot == relinfo->num_cond) {
+    fail(report, Msg::QRKG004E);
+    return -1;
+  }
+  join_info_entry& entry = table->join_info[slot];
+  if (hasPartner(entry, forSchema, forTable, forCol)) return 0;
+  if (!entry.foreign) {
+    const auto capacity = static_cast<size_t>(relinfo->num_cond);
+    entry.foreign = static_cast<join_partner*>(std::calloc(capacity, sizeof(join_partner)));
+  }
+  if (!entry.foreign) {
+    fail(report, Msg::QRKG002E);
+    return -1;
+  }
+  std::strcpy(entry.col, col);
+  join_partner& partner = entry.foreign[entry.num_join++];
+  std::strcpy(partner.schema, forSchema);
+  std::strcpy(partner.tab, forTable);
+  std::strcpy(partner.col, forCol);
+  if (table->num_join < slot + 1) table->num_join = slot + 1;
+  if (qrk_type != kForComposition || entry.num_join > 1) return 0;
+  return fillPartnerType(report, relinfo, entry);
+}
+
+}  // namespace orvxml

@@ -1,0 +1,253 @@
+// The tables of the mapping model: made from the top RDB_node, looked up, freed.
+#include <cstdlib>
+#include <cstring>
+
+#include "orvxml/mapping_model.h"
+#include "orvxml/sql_scanner.h"
+#include "orvxml/trace.h"
+#include "src/dad/dad_walk.h"
+
+namespace orvxml {
+
+using namespace dad;
+
+namespace {
+
+constexpr int kInitialColumns = 20;
+constexpr int kOrderByLimit = 2559;          // characters
+constexpr int kOrderBySize = 2561;           // bytes
+constexpr int kKeyLimit = 1023;              // characters
+constexpr size_t kTopConditionLimit = 3999;  // characters
+constexpr int32_t kNoLevel = INT32_MAX;
+
+template <class T>
+T* allocate(size_t count) {
+  return static_cast<T*>(std::calloc(count, sizeof(T)));
+}
+
+void freeDescriptor(sqlda* descriptor) {
+  if (!descriptor) return;
+  for (int i = 0; i < descriptor->sqld; ++i) std::free(descriptor->sqlvar[i].sqldata);
+  std::free(descriptor);
+}
+
+void freeTable(tab* table, int numCond) {
+  if (!table) return;
+  std::free(table->col2xml);
+  std::free(table->stmt);
+  std::free(table->lengths);
+  std::free(table->indicators);
+  freeDescriptor(table->descriptor);
+  if (table->hstmt) SQLFreeHandle(SQL_HANDLE_STMT, table->hstmt);
+  if (table->orderBy_owned) std::free(table->orderBy);
+  for (int i = 0; table->join_info && i < numCond; ++i) std::free(table->join_info[i].foreign);
+  std::free(table->join_info);
+  std::free(table);
+}
+
+// Reads the tables of the top RDB_node into the model.
+class TableReader {
+ public:
+  TableReader(const Report& report, rel& model, int purpose)
+      : report_(report), model_(model), purpose_(purpose) {}
+
+  // 0, -1, or the scanner's code for a table or key name that does not split; such a name is
+  // reported once all tables have been read.
+  int readAll(const xercesc::DOMNode* topRdb) {
+    for (auto* child = topRdb->getFirstChild(); child; child = child->getNextSibling()) {
+      if (!hasTag(child, u"table")) continue;
+      if (int rc = readOne(asElement(child))) return rc;
+    }
+    return badNameCode_ ? failName(report_, badName_, badNameCode_) : 0;
+  }
+
+ private:
+  int outOfMemory() {
+    fail(report_, Msg::QRKG002E);
+    return -1;
+  }
+
+  int readOne(const xercesc::DOMElement* element) {
+    tab* table = allocate<tab>(1);
+    if (!table) return outOfMemory();
+    int rc = fill(*table, element);
+    if (!rc && model_.num_of_tables == QRK_NUMTAB_IN_REL) {
+      rc = failLimit(report_, "QRK_NUMTAB_IN_REL", __LINE__);
+    }
+    if (rc) {
+      freeTable(table, 0);
+      return rc;
+    }
+    model_.tab[model_.num_of_tables++] = table;
+    return 0;
+  }
+
+  int fill(tab& table, const xercesc::DOMElement* element) {
+    table.stmt = allocate<char>(kStatementSize);
+    table.col2xml = allocate<col2xml_entry>(kInitialColumns);
+    if (!table.stmt || !table.col2xml) return outOfMemory();
+    table.max_col = kInitialColumns;
+    table.level = kNoLevel;
+    const char16_t* name = boundedAttribute(element, u"name", kQualifiedNameLimit);
+    if (!name) {
+      fail(report_, Msg::QRKQ013E);
+      return -1;
+    }
+    if (int rc = qrkParseWQualTbl(report_.ctx, name, table.schema, sizeof table.schema, table.name,
+                                  sizeof table.name)) {
+      rememberBadName(name, rc);
+    }
+    if (int rc = readOrderBy(table, element)) return rc;
+    return purpose_ == kForDecomposition ? readKey(table, element) : 0;
+  }
+
+  int readOrderBy(tab& table, const xercesc::DOMElement* element) {
+    const char16_t* text = boundedAttribute(element, u"orderBy", kOrderByLimit);
+    const std::string columns = inDatabase(report_.ctx, text);
+    if (columns.empty()) return 0;
+    table.orderBy = allocate<char>(std::max<size_t>(kOrderBySize, columns.size() + 1));
+    if (!table.orderBy) return outOfMemory();
+    std::memcpy(table.orderBy, columns.c_str(), columns.size() + 1);
+    table.orderBy_owned = 1;
+    return 0;
+  }
+
+  int readKey(tab& table, const xercesc::DOMElement* element) {
+    const char16_t* key = boundedAttribute(element, u"key", kKeyLimit);
+    if (!key) return 0;
+    const char16_t* cursor = key;
+    QrkSqlToken token;
+    for (;;) {
+      qrkGetSqlToken(report_.ctx, &cursor, &token);
+      if (token.type == Type_EOF) return 0;
+      if (token.type != Type_Identifier && token.type != Type_DelimitedId) {
+        rememberBadName(key, kNotAnIdentifier);
+        return 0;
+      }
+      if (std::strlen(token.text) >= sizeof table.pri_key.name[0]) {
+        rememberBadName(key, kNameTooLong);
+        return 0;
+      }
+      if (table.pri_key.num == kMaxKeyColumns) return failLimit(report_, "QRK_NUM_KEYS", __LINE__);
+      std::strcpy(table.pri_key.name[table.pri_key.num++], token.text);
+    }
+  }
+
+  void rememberBadName(const char16_t* name, int code) {
+    if (badNameCode_) return;
+    badName_ = name;
+    badNameCode_ = code;
+  }
+
+  const Report& report_;
+  rel& model_;
+  const int purpose_;
+  const char16_t* badName_ = nullptr;
+  int badNameCode_ = 0;
+};
+
+// The normalised text of the join condition; empty when there is none.
+int readTopCondition(const Report& report, const DOM_Element& topRdb, std::u16string& condition) {
+  const DOM_Element element = topRdb.firstDescendant(u"condition");
+  if (element.isNull()) return 0;
+  condition = childText(element.node());
+  if (condition.size() > kTopConditionLimit) {
+    return failLimit(report, "QRK_CONDITION_LENGTH", __LINE__);
+  }
+  if (condition.empty()) return 0;
+  if (qrkCleanQueryUcs(report.ctx, condition.data(), report)) return -1;
+  condition.resize(std::u16string_view(condition.c_str()).size());
+  return 0;
+}
+
+int makeJoinInfo(const Report& report, rel& model) {
+  for (int i = 0; i < model.num_of_tables; ++i) {
+    auto* entries = allocate<join_info_entry>(static_cast<size_t>(model.num_cond));
+    if (!entries) {
+      fail(report, Msg::QRKG002E);
+      return -1;
+    }
+    model.tab[i]->join_info = entries;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int qrkSetRel(QrkStruct* ctx, rel* relinfo, DOM_Element dad, int qrk_type, int* errCode,
+              char* msg) {
+  QRK_TRACE(ctx, "Entered, qrk_type=%d\n", qrk_type);
+  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
+  *relinfo = rel{};
+  relinfo->level = -1;
+  auto missing = [&](const char* what) {
+    fail(report, Msg::QRKQ000E, what);
+    return -1;
+  };
+  if (dad.isNull()) return missing("root_node");
+  const DOM_Element topRdb = dad.firstDescendant(u"RDB_node");
+  std::u16string condition;
+  if (int rc = readTopCondition(report, topRdb, condition)) return rc;
+  if (topRdb.isNull()) return missing("RDB_node");
+  if (!topRdb.node()->hasChildNodes()) return missing("table & column");
+
+  if (int rc = TableReader(report, *relinfo, qrk_type).readAll(topRdb.node())) return rc;
+  relinfo->num_cond = static_cast<int32_t>(std::count(condition.begin(), condition.end(), u'='));
+  if (relinfo->num_cond > 0) {
+    if (int rc = makeJoinInfo(report, *relinfo)) return rc;
+  }
+  if (condition.empty()) return 0;
+  return whereparser(ctx, relinfo, condition.c_str(), qrk_type, errCode, msg);
+}
+
+int qrkFreeRel(QrkStruct* ctx, rel* relinfo) {
+  QRK_TRACE(ctx, "Entered\n");
+  for (tab*& table : relinfo->tab) {
+    freeTable(table, relinfo->num_cond);
+    table = nullptr;
+  }
+  std::free(relinfo->top_elements);
+  relinfo->top_elements = nullptr;
+  relinfo->num_of_tables = 0;
+  return 0;
+}
+
+tab* findTabByName(QrkStruct* /*ctx*/, rel* relinfo, const char* schema, const char* name) {
+  for (int i = 0; i < relinfo->num_of_tables; ++i) {
+    tab* table = relinfo->tab[i];
+    if (cmpQualTblName(table->schema, schema, table->name, name) == 0) return table;
+  }
+  return nullptr;
+}
+
+int qrkFindTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const char* name,
+                     tab** found, int* errCode, char* msg) {
+  *found = findTabByName(ctx, relinfo, schema, name);
+  if (*found) return 0;
+  fail(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKQ012E);
+  return -1;
+}
+
+join_info_entry* qrkGetJoinInfo(QrkStruct* /*ctx*/, tab* table, const char* col) {
+  for (int i = 0; i < table->num_join; ++i) {
+    if (std::strcmp(table->join_info[i].col, col) == 0) return &table->join_info[i];
+  }
+  return nullptr;
+}
+
+int isInTab(QrkStruct* /*ctx*/, const tab* table, const char* xmlName) {
+  if (std::strcmp(table->top_element, xmlName) == 0) return 1;
+  for (int i = 0; i < table->num_col; ++i) {
+    if (std::strcmp(table->col2xml[i].xml, xmlName) == 0) return 1;
+  }
+  return 0;
+}
+
+col2xml_entry* findColumnMapping(tab* table, const char* col) {
+  for (int i = 0; i < table->num_col; ++i) {
+    if (std::strcmp(table->col2xml[i].col, col) == 0) return &table->col2xml[i];
+  }
+  return nullptr;
+}
+
+}  // namespace orvxml

@@ -1,0 +1,199 @@
+// The parser front end: is the parser ready, parse into a DOM tree, name a parser's text.
+#include <cstring>
+#include <exception>
+#include <optional>
+
+#include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax/SAXException.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/XMLException.hpp>
+
+#include "orv/xmlinit.h"
+#include "orvxml/buffer.h"
+#include "orvxml/code_pages.h"
+#include "orvxml/parser.h"
+#include "orvxml/parser_handlers.h"
+#include "orvxml/trace.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr const char* kModule = "qrkSgDoc";
+constexpr const char* kParserState = "38X13";  // every failure of the parser, whatever its message
+constexpr const char* kSuccessState = "00000";
+constexpr size_t kFileNameLimit = 1024;  // UTF-16 units
+constexpr int kEncodingSize = 1025;
+constexpr int kTracedCharacters = 299;
+constexpr int kParseLine = 1649;
+
+void setState(char* sqlstate, const char* state) {
+  std::strcpy(sqlstate, state);
+}
+
+std::string converted(QrkStruct* ctx, const XMLCh* text) {
+  std::string out;
+  if (text) toDatabase(ctx, text, out);
+  return out;
+}
+
+// A failure of the parser: the message's own SQLSTATE does not matter.
+template <class... Args>
+int parserError(const Report& report, const Args&... position) {
+  fail(report, Msg::QRKQ047E, position...);
+  setState(report.sqlState, kParserState);
+  return -1;
+}
+
+int parserCrash(const Report& report, int line) {
+  failInternal(report, kModule, line);
+  setState(report.sqlState, kParserState);
+  return -1;
+}
+
+// The source of a parse and its size in bytes.
+struct Source {
+  std::unique_ptr<xercesc::InputSource> input;
+  uint64_t bytes = 0;
+};
+
+int openFile(const Report& report, const char* name, Source& source) {
+  uint32_t size = 0;
+  std::u16string wide;
+  if (!name || qrk_getFileSize(report.ctx, name, &size) || !isfile(report.ctx, name) ||
+      !toUtf16(report.ctx, name, wide) || wide.size() > kFileNameLimit) {
+    fail(report, Msg::QRKC001E);
+    return -1;
+  }
+  source.input = std::make_unique<xercesc::LocalFileInputSource>(wide.c_str());
+  source.bytes = size;
+  return 0;
+}
+
+void openText(const char* text, Source& source) {
+  source.bytes = std::strlen(text);
+  auto input = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text),
+                                                            source.bytes, u"IdForDocBuffer");
+  input->setCopyBufToStream(false);
+  source.input = std::move(input);
+}
+
+int overrideEncoding(const Report& report, Source& source) {
+  char16_t name[kEncodingSize];
+  const int32_t codePage = report.ctx->codePages->dbCodePage;
+  if (int rc =
+          QRK_getEncoding(report.ctx, codePage, name, kEncodingSize, report.sqlState, report.msg)) {
+    return rc;
+  }
+  QRK_TRACE(report.ctx, "overriding encoding\n");
+  source.input->setEncoding(name);
+  return 0;
+}
+
+// What a parse needs; built before it, because a failure to build is another one than to parse.
+struct Parse {
+  explicit Parse(QrkStruct* ctx) : handler(ctx), parser(ctx) {
+    parser.setErrorHandler(&handler);
+    parser.setEntityResolver(&handler);
+  }
+  qrkNonValidateHandler handler;
+  qrkNonValidateDOM parser;
+};
+
+int parse(const Report& report, Parse& parse, const Source& source, DOM_Document& result) {
+  try {
+    parse.parser.parseDocument(*source.input, source.bytes);
+    result = DOM_Document(parse.parser.takeDocument());
+    return 0;
+  } catch (const xercesc::SAXParseException& e) {
+    return parserError(report, e.getLineNumber(), e.getColumnNumber(),
+                       converted(report.ctx, e.getMessage()));
+  } catch (const xercesc::XMLException& e) {
+    return parserError(report, e.getSrcLine(), "", converted(report.ctx, e.getMessage()));
+  } catch (const xercesc::SAXException& e) {
+    return parserError(report, "", "", converted(report.ctx, e.getMessage()));
+  } catch (...) {
+    return parserCrash(report, kParseLine);
+  }
+}
+
+}  // namespace
+
+int qrkInitializeParser(QrkStruct* ctx, char* sqlstate, char* msg) {
+  if (isSharedLibInitSuccess()) {
+    QRK_TRACE(ctx, "Shared library has been initilized successfully \n");
+    return 0;
+  }
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  constexpr int kTransformerCrashed = -4, kSaxFailure = -3, kXmlFailure = -2, kCrashed = -1;
+  switch (getLastErrorCode()) {
+    case kTransformerCrashed:
+      QRK_TRACE(ctx, "Xalan XalanTransformer::initialize() crashed w/o any exception.\n");
+      return parserCrash(report, 1754);
+    case kSaxFailure:
+    case kXmlFailure: {
+      char text[kMessageSize] = "";
+      getLastErrorMessage(text);
+      QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() failed: %s\n", text);
+      return parserError(report, 0, 0, text);
+    }
+    case kCrashed:
+      QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() crashed w/o any XMLException.\n");
+      return parserCrash(report, 1763);
+    default:
+      QRK_TRACE(ctx, "The static init of parser or icu or xalan has failed\n");
+      return -1;
+  }
+}
+
+int qrkTerminateParser(QrkStruct* ctx) {
+  QRK_TRACE(ctx, "Entered\n");
+  return 0;
+}
+
+int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
+           char* sqlstate, char* msg) {
+  QRK_TRACE(ctx, "Entered, input docLoc=%d, input_src %d\ndoc='%.*s...'\n", inMemory, useDbEncoding,
+            kTracedCharacters, document ? document : "");
+  setState(sqlstate, kSuccessState);
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  Source source;
+  std::optional<Parse> state;
+  try {
+    if (!inMemory) {
+      if (int rc = openFile(report, document, source)) return rc;
+    } else if (document) {
+      openText(document, source);
+    } else {
+      fail(report, Msg::QRKG004E);
+      return -1;
+    }
+    state.emplace(ctx);
+    if (useDbEncoding && ctx && ctx->codePages) {
+      if (int rc = overrideEncoding(report, source)) return rc;
+    }
+  } catch (const std::exception&) {
+    fail(report, Msg::QRKG002E);
+    return -1;
+  } catch (const xercesc::OutOfMemoryException&) {
+    fail(report, Msg::QRKG002E);
+    return -1;
+  } catch (const xercesc::XMLException& e) {
+    return parserError(report, e.getSrcLine(), "", converted(ctx, e.getMessage()));
+  }
+  return parse(report, *state, source, result);
+}
+
+char* qrkConvXMLCh(QrkStruct* ctx, const XMLCh* text, char* out) {
+  if (!text) {
+    QRK_TRACE(ctx, "null text\n");
+    return out;
+  }
+  const int room = 4 * static_cast<int>(std::u16string_view(text).size()) + 4;
+  if (QRK_wcstombsFunction(ctx, out, text, room) < 0) *out = 0;
+  return out;
+}
+
+}  // namespace orvxml
