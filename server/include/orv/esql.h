@@ -85,15 +85,17 @@ class ORV_API Statement {
   Statement& operator=(const Statement&) = delete;
 
   void prepare(std::string_view text, sqlca& area);
-  // Describes the result columns; `area->sqln` entries are there. When they do not suffice, only
-  // `sqld` is set and the SQLCODE is 236.
+  // Describes the result columns; `descriptor->sqln` entries are there. As many as columns are
+  // needed, twice as many when a column is a large object or of a distinct type. When they do not
+  // suffice, only `sqld` is set and the SQLCODE is 236, or 237 (distinct types), 238 (large
+  // objects), 239 (both) when secondary entries are needed. `sqldata` and `sqlind` stay as they are.
   void describe(sqlda* descriptor, sqlca& area);
   void execute(Variables input, sqlca& area);
   void execute(const sqlda* input, sqlca& area);
 
  private:
   friend class Cursor;
-  std::unique_ptr<StatementState> state_;
+  std::shared_ptr<StatementState> state_;   // shared with the cursors over it
 };
 
 // A cursor over a static section or over a prepared statement. The destructor closes it.

@@ -1,0 +1,68 @@
+// Message retrieval and package binding.
+#include "orv/apie.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "server/esql/services.h"
+
+namespace {
+
+// Breaks the text into lines of at most `width` bytes, at blanks where there are any.
+std::string wrapped(std::string text, size_t width) {
+  size_t lineStart = 0;
+  while (text.size() - lineStart > width) {
+    const size_t blank = text.find_last_of(' ', lineStart + width);
+    if (blank != std::string::npos && blank > lineStart) {
+      text[blank] = '\n';
+      lineStart = blank + 1;
+      continue;
+    }
+    size_t end = lineStart + width;
+    while (end > lineStart + 1 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+    text.insert(end, 1, '\n');
+    lineStart = end + 1;
+  }
+  return text;
+}
+
+// The length of `text` cut to `room` bytes, not inside a UTF-8 character.
+size_t fittingLength(const std::string& text, size_t room) {
+  if (text.size() <= room) return text.size();
+  while (room > 0 && (static_cast<unsigned char>(text[room]) & 0xC0U) == 0x80U) --room;
+  return room;
+}
+
+int messageInto(char* buffer, int16_t capacity, int16_t lineWidth, const sqlca& area) {
+  std::string text = orv::messageOf(area);
+  if (text.empty()) {
+    buffer[0] = '\0';
+    return 0;
+  }
+  if (lineWidth > 0) text = wrapped(std::move(text), static_cast<size_t>(lineWidth));
+  text += '\n';
+  const size_t length = fittingLength(text, static_cast<size_t>(capacity) - 1);
+  std::memcpy(buffer, text.data(), length);
+  buffer[length] = '\0';
+  return static_cast<int>(length);
+}
+
+}  // namespace
+
+int sqlaintp_api(char* buffer, int16_t capacity, int16_t lineWidth, const char*,
+                 const sqlca* area) {
+  if (!buffer || !area || capacity < 1) return -1;
+  try {
+    return messageInto(buffer, capacity, lineWidth, *area);
+  } catch (...) {  // no memory for the text: there is none
+    buffer[0] = '\0';
+    return 0;
+  }
+}
+
+int sqlabndx(const char* bindFile, const char*, const sqlopt*, sqlca* area) {
+  if (!area) return -1;
+  orv::bindInto(bindFile, *area);
+  return area->sqlcode;
+}

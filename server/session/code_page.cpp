@@ -1,0 +1,251 @@
+#include "server/session/code_page.h"
+
+#include <unicode/ucnv.h>
+
+#include <array>
+#include <cstring>
+#include <utility>
+
+#include "server/sql/sql_error.h"
+
+namespace orv {
+namespace {
+
+constexpr int kUtf8 = 1208;
+constexpr char kShiftOut = 0x0E;
+constexpr char kShiftIn = 0x0F;
+
+// Code pages of which ICU has several variants: the ones that agree with what documents hold.
+constexpr std::array<std::pair<int, const char*>, 4> kVariants{{
+    {942, "shift_jis78"},
+    {943, "cp943c"},
+    {949, "cp949c"},
+    {1363, "cp1363"},
+}};
+
+UConverter* openConverter(int number) {
+  UErrorCode status = U_ZERO_ERROR;
+  for (const auto& [variant, name] : kVariants) {
+    if (variant == number) return ucnv_open(name, &status);
+  }
+  return ucnv_openCCSID(number, static_cast<UConverterPlatform>(0), &status);
+}
+
+[[noreturn]] void refuseText() {
+  throw SqlError(-191, "22504", {});
+}
+
+bool isContinuation(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+}
+
+// Length of the well-formed UTF-8 sequence at `p`, of which `left` bytes are there; 0 for none.
+size_t sequenceLength(const unsigned char* p, size_t left) {
+  const unsigned char lead = p[0];
+  if (lead < 0x80) return 1;
+  size_t length = 0;
+  unsigned char low = 0x80;
+  unsigned char high = 0xBF;
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3;
+    if (lead == 0xE0) low = 0xA0;
+    if (lead == 0xED) high = 0x9F;
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4;
+    if (lead == 0xF0) low = 0x90;
+    if (lead == 0xF4) high = 0x8F;
+  }
+  if (length == 0 || length > left || p[1] < low || p[1] > high) return 0;
+  for (size_t i = 2; i < length; ++i) {
+    if (p[i] < 0x80 || p[i] > 0xBF) return 0;
+  }
+  return length;
+}
+
+int32_t textLength(std::string_view text) {
+  if (text.size() > 0x3FFFFFFF) throw SqlError(-954);
+  return static_cast<int32_t>(text.size());
+}
+
+// Runs an ICU conversion that preflights, growing `storage` until the result fits.
+template <class Convert>
+std::string_view convertInto(std::string& storage, size_t guess, Convert convert) {
+  storage.resize(guess);
+  for (;;) {
+    UErrorCode status = U_ZERO_ERROR;
+    const int32_t length = convert(storage.data(), textLength(storage), &status);
+    if (status == U_BUFFER_OVERFLOW_ERROR) {
+      storage.resize(static_cast<size_t>(length) + 1);
+      continue;
+    }
+    if (U_FAILURE(status)) refuseText();
+    storage.resize(static_cast<size_t>(length));
+    return storage;
+  }
+}
+
+void appendUtf16(std::string& out, uint32_t unit) {
+  out += static_cast<char>(unit >> 8U);
+  out += static_cast<char>(unit & 0xFFU);
+}
+
+// Well-formed UTF-8 to big-endian UTF-16.
+void utf8ToUtf16(std::string_view utf8, std::string& out) {
+  for (size_t i = 0; i < utf8.size();) {
+    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data()) + i;
+    const size_t length = sequenceLength(p, utf8.size() - i);
+    if (length == 0) refuseText();
+    uint32_t c = length == 1 ? p[0] : p[0] & (0xFFU >> (length + 1));
+    for (size_t k = 1; k < length; ++k) c = (c << 6U) | (p[k] & 0x3FU);
+    if (c < 0x10000) {
+      appendUtf16(out, c);
+    } else {
+      appendUtf16(out, 0xD800 + ((c - 0x10000) >> 10U));
+      appendUtf16(out, 0xDC00 + ((c - 0x10000) & 0x3FFU));
+    }
+    i += length;
+  }
+}
+
+}  // namespace
+
+bool isValidUtf8(std::string_view text) {
+  const auto* p = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* end = p + text.size();
+  while (p < end) {
+    uint64_t block;
+    while (static_cast<size_t>(end - p) >= sizeof block) {
+      std::memcpy(&block, p, sizeof block);
+      if (block & 0x8080808080808080U) break;
+      p += sizeof block;
+    }
+    if (p == end) break;
+    const size_t length = sequenceLength(p, static_cast<size_t>(end - p));
+    if (length == 0) return false;
+    p += length;
+  }
+  return true;
+}
+
+struct CodePage::Converter {
+  explicit Converter(int number) : icu(openConverter(number)) {}
+  ~Converter() {
+    if (icu) ucnv_close(icu);
+  }
+  Converter(const Converter&) = delete;
+  Converter& operator=(const Converter&) = delete;
+
+  bool stateful() const { return ucnv_getType(icu) == UCNV_EBCDIC_STATEFUL; }
+
+  UConverter* icu;
+};
+
+CodePage::CodePage(int number) : number_(number) {
+  if (number == kUtf8) return;
+  converter_ = std::make_unique<Converter>(number);
+  const auto unsupported = [&] { throw SqlError(-332, {std::to_string(number), "1208"}); };
+  if (!converter_->icu || ucnv_getMinCharSize(converter_->icu) != 1) unsupported();
+  UErrorCode status = U_ZERO_ERROR;
+  ucnv_setToUCallBack(converter_->icu, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  ucnv_setFromUCallBack(converter_->icu, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
+                        &status);
+  if (U_FAILURE(status)) unsupported();
+}
+
+CodePage::~CodePage() = default;
+
+std::string_view CodePage::toUtf8(std::string_view native, std::string& storage) const {
+  if (isUtf8()) {
+    if (!isValidUtf8(native)) refuseText();
+    return native;
+  }
+  if (native.empty()) return native;
+  return convertInto(storage, native.size() * 2, [&](char* out, int32_t room, UErrorCode* status) {
+    return ucnv_toAlgorithmic(UCNV_UTF8, converter_->icu, out, room, native.data(),
+                              textLength(native), status);
+  });
+}
+
+std::string_view CodePage::fromUtf8(std::string_view utf8, std::string& storage) const {
+  if (isUtf8() || utf8.empty()) return utf8;
+  if (!isValidUtf8(utf8)) refuseText();
+  return convertInto(storage, utf8.size() + 8, [&](char* out, int32_t room, UErrorCode* status) {
+    return ucnv_fromAlgorithmic(converter_->icu, UCNV_UTF8, out, room, utf8.data(),
+                                textLength(utf8), status);
+  });
+}
+
+std::string_view CodePage::graphicToUtf8(std::string_view doubleBytes, std::string& storage) const {
+  if (doubleBytes.size() % 2 != 0) refuseText();
+  if (doubleBytes.empty()) return doubleBytes;
+  if (!isUtf8()) return doubleByteTextToUtf8(doubleBytes, storage);
+  UErrorCode open = U_ZERO_ERROR;
+  UConverter* utf16 = ucnv_open("UTF-16BE", &open);
+  if (!utf16) refuseText();
+  const std::unique_ptr<UConverter, decltype(&ucnv_close)> owner(utf16, &ucnv_close);
+  ucnv_setToUCallBack(utf16, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &open);
+  const auto convert = [&](char* out, int32_t room, UErrorCode* status) {
+    return ucnv_toAlgorithmic(UCNV_UTF8, utf16, out, room, doubleBytes.data(),
+                              textLength(doubleBytes), status);
+  };
+  return convertInto(storage, doubleBytes.size() * 2, convert);
+}
+
+std::string_view CodePage::graphicFromUtf8(std::string_view utf8, std::string& storage) const {
+  if (utf8.empty()) return utf8;
+  if (isUtf8()) {
+    storage.clear();
+    utf8ToUtf16(utf8, storage);
+    return storage;
+  }
+  std::string_view native = fromUtf8(utf8, storage);
+  if (converter_->stateful()) {
+    const bool shifted =
+        native.size() >= 2 && native.front() == kShiftOut && native.back() == kShiftIn;
+    if (!shifted) refuseText();
+    native = native.substr(1, native.size() - 2);
+    if (native.find(kShiftIn) != std::string_view::npos) refuseText();
+    return native;
+  }
+  for (size_t at = 0; at < native.size(); at += 2) {
+    if (cut(native.substr(at), 2) != 2 || cut(native.substr(at), 1) != 0) refuseText();
+  }
+  return native;
+}
+
+std::string_view CodePage::doubleByteTextToUtf8(std::string_view native,
+                                                std::string& storage) const {
+  const bool wrap =
+      !isUtf8() && converter_->stateful() && !native.empty() && native.front() != kShiftOut;
+  if (!wrap) return toUtf8(native, storage);
+  std::string shifted;
+  shifted.reserve(native.size() + 2);
+  shifted += kShiftOut;
+  shifted += native;
+  shifted += kShiftIn;
+  return toUtf8(shifted, storage);
+}
+
+size_t CodePage::cut(std::string_view native, size_t limit) const {
+  if (limit >= native.size()) return native.size();
+  if (isUtf8()) {
+    while (limit > 0 && isContinuation(native[limit])) --limit;
+    return limit;
+  }
+  if (ucnv_getMaxCharSize(converter_->icu) == 1) return limit;
+  const char* at = native.data();
+  const char* const end = at + native.size();
+  ucnv_resetToUnicode(converter_->icu);
+  for (;;) {
+    const char* const before = at;
+    UErrorCode status = U_ZERO_ERROR;
+    ucnv_getNextUChar(converter_->icu, &at, end, &status);
+    if (U_FAILURE(status) || static_cast<size_t>(at - native.data()) > limit) {
+      return static_cast<size_t>(before - native.data());
+    }
+  }
+}
+
+}  // namespace orv

@@ -1,0 +1,20 @@
+// Large objects that live in files of the server: what a file reference means.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "orv/sqlda.h"
+
+namespace orv {
+
+// The bytes of the file that a reference with kFileRead names. -452 when the name is malformed (a
+// NUL, empty, or longer than its field), or the file is no regular file or cannot be read.
+std::string readLargeObjectFile(const SqlFileReference& reference);
+
+// Writes the bytes as the reference's option says: a new file only (kFileCreate), replacing
+// (kFileOverwrite) or at the end (kFileAppend), and sets `data_length`. A file made here is
+// readable by its owner only. -452 as above; -968 when the file system is full.
+void writeLargeObjectFile(SqlFileReference& reference, std::string_view bytes);
+
+}  // namespace orv

@@ -1,0 +1,147 @@
+#include "server/session/session_state.h"
+
+#include <algorithm>
+
+#include "server/session/prepared_statement.h"
+#include "server/sql/sql_error.h"
+
+namespace orv {
+
+SessionState::SessionState(std::unique_ptr<Engine> engine, std::string databaseName)
+    : engine_(std::move(engine)),
+      codePage_(engine_->catalog().codePage()),
+      textLength_(engine_->catalog().codePage()),
+      databaseName_(std::move(databaseName)),
+      authorizationId_(engine_->catalog().defaultSchema()) {}
+
+SessionState::~SessionState() {
+  for (PreparedStatement* statement : live_) statement->detach();
+}
+
+void SessionState::enroll(PreparedStatement& statement) {
+  live_.push_back(&statement);
+}
+
+void SessionState::withdraw(PreparedStatement& statement) {
+  const auto at = std::find(live_.rbegin(), live_.rend(), &statement);
+  *at = live_.back();
+  live_.pop_back();
+}
+
+void SessionState::begin() {
+  if (engine_->inUnitOfWork()) return;
+  engine_->begin();
+  countsAtBegin_ = insertCounts_.mark();
+}
+
+void SessionState::commit() {
+  readAheadAll();
+  if (engine_->inUnitOfWork()) engine_->commit();
+  endUnitOfWork();
+}
+
+void SessionState::rollback() {
+  readAheadAll();
+  if (engine_->inUnitOfWork()) {
+    engine_->rollback();
+    insertCounts_.restore(countsAtBegin_);
+  }
+  knownPackages_.clear();
+  endUnitOfWork();
+}
+
+void SessionState::endUnitOfWork() {
+  locators_.clear();
+  savepoints_.clear();
+}
+
+void SessionState::readAheadAll() {
+  for (PreparedStatement* statement : live_) statement->readAhead();
+}
+
+void SessionState::protectResults(const TableUsage& change) {
+  for (PreparedStatement* statement : live_) {
+    if (statement->state_ == PreparedStatement::State::Walking &&
+        statement->compilation_->usage.conflictsWith(change)) {
+      statement->readAhead();
+    }
+  }
+}
+
+void SessionState::runDirectly(const Statement& resolved) {
+  switch (resolved.kind) {
+    case StatementKind::Commit:
+      return commit();
+    case StatementKind::Rollback:
+      return resolved.name.name.empty() ? rollback() : rollbackTo(resolved.name.name);
+    case StatementKind::Savepoint:
+      return setSavepoint(resolved.name.name);
+    case StatementKind::ReleaseSavepoint:
+      return releaseSavepoint(resolved.name.name);
+    case StatementKind::SetFunctionPath:
+      statements_.clear();
+      return engine_->setFunctionPath(resolved.path);
+    case StatementKind::SetSchema:
+      statements_.clear();
+      return engine_->setDefaultSchema(resolved.name.name);
+    default:
+      break;
+  }
+  readAheadAll();
+  begin();
+  engine_->applyDdl(resolved);
+  statements_.clear();
+}
+
+std::vector<SessionState::Savepoint>::iterator SessionState::findSavepoint(
+    const std::string& name) {
+  const auto at = std::find_if(savepoints_.rbegin(), savepoints_.rend(),
+                               [&](const Savepoint& point) { return point.name == name; });
+  if (at == savepoints_.rend()) throw SqlError(-880, {name});
+  return at.base() - 1;
+}
+
+void SessionState::setSavepoint(const std::string& name) {
+  begin();
+  engine_->savepoint(name);
+  savepoints_.push_back({name, insertCounts_.mark()});
+}
+
+void SessionState::releaseSavepoint(const std::string& name) {
+  const auto at = findSavepoint(name);
+  engine_->releaseSavepoint(name);
+  savepoints_.erase(at, savepoints_.end());
+}
+
+void SessionState::rollbackTo(const std::string& name) {
+  const auto at = findSavepoint(name);
+  readAheadAll();
+  engine_->rollbackToSavepoint(name);
+  insertCounts_.restore(at->counts);
+  savepoints_.erase(at + 1, savepoints_.end());
+  knownPackages_.clear();
+}
+
+void SessionState::requirePackage(std::string_view qualifier, std::string_view name,
+                                  std::string_view token) {
+  for (const Package& known : knownPackages_) {
+    if (known.name == name && known.token == token && known.qualifier == qualifier) return;
+  }
+  begin();
+  std::optional<Package> bound = catalog().findPackage(qualifier, name);
+  if (!bound || bound->token != token) {
+    const std::string qualified = std::string(qualifier) + "." + std::string(name);
+    throw SqlError(-805, {qualified, std::string(token)});
+  }
+  knownPackages_.push_back(std::move(*bound));
+}
+
+void SessionState::bindPackage(const Package& package,
+                               const std::vector<PackageSection>& sections) {
+  readAheadAll();
+  begin();
+  engine_->bindPackage(package, sections);
+  knownPackages_.clear();
+}
+
+}  // namespace orv

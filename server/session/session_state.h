@@ -1,0 +1,94 @@
+// The inside of a session: the engine and everything that belongs to one connection above it. Its
+// parts: the statement cache, the open results, the unit of work with its savepoints, the locators,
+// the insert counts and the bound packages. Everything throws SqlError; the edges (session, CLI,
+// embedded SQL) turn that into outcomes.
+//
+// Changes must not disturb a result that is being walked: before DDL, a rollback, a commit, or a
+// change of a table that it reads, an open result is read ahead into memory.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/engine/engine.h"
+#include "server/session/code_page.h"
+#include "server/session/current_session.h"
+#include "server/session/insert_counts.h"
+#include "server/session/locator_table.h"
+#include "server/session/statement_cache.h"
+#include "server/sql/value_conversion.h"
+
+namespace orv {
+
+class PreparedStatement;
+
+class SessionState {
+ public:
+  SessionState(std::unique_ptr<Engine> engine, std::string databaseName);
+  ~SessionState();
+  SessionState(const SessionState&) = delete;
+  SessionState& operator=(const SessionState&) = delete;
+
+  Engine& engine() { return *engine_; }
+  Catalog& catalog() { return engine_->catalog(); }
+  const CodePage& codePage() const { return codePage_; }
+  const TextLength& textLength() const { return textLength_; }
+  const std::string& databaseName() const { return databaseName_; }
+  const std::string& authorizationId() const { return authorizationId_; }
+  StatementCache& statements() { return statements_; }
+  LocatorTable& locators() { return locators_; }
+  InsertCounts& insertCounts() { return insertCounts_; }
+  const SessionSlotPtr& slot() const { return slot_; }
+
+  // Begins a unit of work unless one is under way.
+  void begin();
+  void commit();
+  void rollback();
+
+  // Runs a statement that is neither prepared by the engine nor a CALL.
+  void runDirectly(const Statement& resolved);
+
+  // Reads ahead every open result that `change` would disturb.
+  void protectResults(const TableUsage& change);
+
+  // The package must be bound in the database with this token: otherwise -805.
+  void requirePackage(std::string_view qualifier, std::string_view name, std::string_view token);
+  void bindPackage(const Package& package, const std::vector<PackageSection>& sections);
+
+  // Live statements, for the registrations that PreparedStatement makes.
+  void enroll(PreparedStatement& statement);
+  void withdraw(PreparedStatement& statement);
+
+  int activeCalls = 0;  // procedure calls under way
+
+ private:
+  struct Savepoint {
+    std::string name;
+    InsertCounts::Mark counts;
+  };
+
+  void readAheadAll();
+  void endUnitOfWork();
+  void setSavepoint(const std::string& name);
+  void releaseSavepoint(const std::string& name);
+  void rollbackTo(const std::string& name);
+  std::vector<Savepoint>::iterator findSavepoint(const std::string& name);
+
+  std::unique_ptr<Engine> engine_;
+  CodePage codePage_;
+  TextLength textLength_;
+  std::string databaseName_;
+  std::string authorizationId_;
+  StatementCache statements_;
+  LocatorTable locators_;
+  InsertCounts insertCounts_;
+  InsertCounts::Mark countsAtBegin_;
+  std::vector<Savepoint> savepoints_;
+  std::vector<Package> knownPackages_;  // found bound in this unit of work or before
+  std::vector<PreparedStatement*> live_;
+  SessionSlotPtr slot_ = std::make_shared<SessionSlot>();
+};
+
+}  // namespace orv

@@ -1,0 +1,133 @@
+#include "server/session/statement_cache.h"
+
+#include "orv/sqlcli.h"
+#include "server/sql/parser.h"
+#include "server/sql/resolver.h"
+
+namespace orv {
+namespace {
+
+bool isCastMarker(const Expr& expr, bool (*accepts)(TypeKind)) {
+  return expr.kind == ExprKind::Cast && accepts(expr.type.kind) && !expr.type.isDistinct() &&
+         expr.args.size() == 1 && expr.args[0]->kind == ExprKind::Marker;
+}
+
+bool isInteger(TypeKind kind) {
+  return kind == TypeKind::Integer;
+}
+
+LargeObjectForm largeObjectForm(const Statement& statement) {
+  const Query* query = statement.query.get();
+  const bool oneValue = statement.kind == StatementKind::Select && query &&
+                        query->kind == QueryKind::Values && query->rows.size() == 1 &&
+                        query->rows[0].size() == 1;
+  if (!oneValue) return LargeObjectForm::None;
+  const Expr& value = *query->rows[0][0];
+  if (isCastMarker(value, isLargeObject)) return LargeObjectForm::Value;
+  if (value.kind != ExprKind::Function || value.args.empty() || !value.name.schema.empty() ||
+      !isCastMarker(*value.args[0], isLargeObject)) {
+    return LargeObjectForm::None;
+  }
+  if (value.name.name == "LENGTH" && value.args.size() == 1) return LargeObjectForm::Length;
+  const bool substring = value.name.name == "SUBSTR" && value.args.size() == 3 &&
+                         isCastMarker(*value.args[1], isInteger) &&
+                         isCastMarker(*value.args[2], isInteger);
+  return substring ? LargeObjectForm::Substring : LargeObjectForm::None;
+}
+
+uint32_t describedSize(const SqlType& type) {
+  switch (type.kind) {
+    case TypeKind::SmallInt:
+      return 5;
+    case TypeKind::Integer:
+      return 10;
+    case TypeKind::BigInt:
+      return 19;
+    case TypeKind::Real:
+      return 7;
+    case TypeKind::Double:
+      return 15;
+    case TypeKind::Date:
+      return 10;
+    case TypeKind::Time:
+      return 8;
+    case TypeKind::Timestamp:
+      return 26;
+    case TypeKind::LongVarchar:
+    case TypeKind::LongVarcharBits:
+      return 32700;
+    case TypeKind::LongVarGraphic:
+      return 16350;
+    default:
+      return static_cast<uint32_t>(type.length);
+  }
+}
+
+bool enginePrepares(StatementKind kind) {
+  return kind == StatementKind::Select || kind == StatementKind::Insert ||
+         kind == StatementKind::Update || kind == StatementKind::Delete;
+}
+
+}  // namespace
+
+Description describe(const SqlType& type) {
+  Description description;
+  description.type = cliType(type);
+  description.size = describedSize(type);
+  if (type.kind == TypeKind::Decimal) description.digits = static_cast<int16_t>(type.scale);
+  if (type.kind == TypeKind::Timestamp) description.digits = 6;
+  description.nullable = type.nullable ? SQL_NULLABLE : SQL_NO_NULLS;
+  return description;
+}
+
+Compilation::Compilation(std::string_view statementText, const Catalog& catalog)
+    : text(statementText), statement(parseStatement(text)), catalogVersion(catalog.version()) {
+  resolve(*statement, catalog);
+  usage = tableUsage(*statement, catalog);
+  markers.reserve(statement->markers.size());
+  for (const MarkerInfo& marker : statement->markers) markers.push_back(describe(marker.type));
+  largeObjectForm = orv::largeObjectForm(*statement);
+  if (statement->kind == StatementKind::Insert && statement->table) {
+    const Table& table = *statement->table;
+    const bool plain = table.schema == catalog.defaultSchema();
+    insertedTable = plain ? table.name : table.schema + "." + table.name;
+  }
+}
+
+bool Compilation::isPrepared() const {
+  return enginePrepares(statement->kind);
+}
+
+const std::vector<OutputColumn>& Compilation::columns() const {
+  static const std::vector<OutputColumn> kNone;
+  return statement->hasResult() && statement->query ? statement->query->columns : kNone;
+}
+
+CompilationPtr StatementCache::get(std::string_view text, const Catalog& catalog) {
+  const auto at = byText_.find(text);
+  if (at != byText_.end()) {
+    const Order::iterator entry = at->second;
+    if ((*entry)->catalogVersion == catalog.version()) {
+      order_.splice(order_.begin(), order_, entry);
+      return *entry;
+    }
+    byText_.erase(at);
+    order_.erase(entry);
+  }
+  auto compilation = std::make_shared<Compilation>(text, catalog);
+  if (!compilation->isPrepared()) return compilation;
+  order_.push_front(compilation);
+  byText_.emplace(compilation->text, order_.begin());
+  if (order_.size() > kCapacity) {
+    byText_.erase(order_.back()->text);
+    order_.pop_back();
+  }
+  return compilation;
+}
+
+void StatementCache::clear() {
+  byText_.clear();
+  order_.clear();
+}
+
+}  // namespace orv

@@ -1,0 +1,80 @@
+#include "server/session/table_usage.h"
+
+#include <algorithm>
+
+namespace orv {
+namespace {
+
+class UsageCollector {
+ public:
+  UsageCollector(TableUsage& usage, const Catalog& catalog) : usage_(usage), catalog_(catalog) {}
+
+  void collect(const Query* query) {
+    if (!query) return;
+    for (const SelectItem& item : query->items) collect(item.expr.get());
+    for (const auto& ref : query->from) collect(ref.get());
+    collect(query->where.get());
+    for (const ExprPtr& expr : query->groupBy) collect(expr.get());
+    collect(query->having.get());
+    for (const auto& row : query->rows) {
+      for (const ExprPtr& expr : row) collect(expr.get());
+    }
+    for (const OrderItem& item : query->orderBy) collect(item.expr.get());
+    collect(query->left.get());
+    collect(query->right.get());
+  }
+
+  void collect(const Expr* expr) {
+    if (!expr) return;
+    for (const ExprPtr& argument : expr->args) collect(argument.get());
+    collect(expr->query.get());
+  }
+
+ private:
+  void collect(const TableRef* ref) {
+    if (!ref) return;
+    if (ref->table) add(*ref->table);
+    collect(ref->query.get());
+    for (const ExprPtr& argument : ref->functionArgs) collect(argument.get());
+    collect(ref->left.get());
+    collect(ref->right.get());
+    collect(ref->on.get());
+  }
+
+  void add(const Table& table) {
+    if (table.type == 'V') usage_.readsView = true;
+    auto& names = usage_.disturbedBy;
+    if (std::find(names.begin(), names.end(), table.storedName) != names.end()) return;
+    names.push_back(table.storedName);
+    for (const ForeignKey& key : table.foreignKeys) {
+      const bool cascades = key.onDelete == "CASCADE" || key.onDelete == "SET NULL";
+      const Table* parent =
+          cascades ? catalog_.findTable(key.parentSchema, key.parentTable) : nullptr;
+      if (parent) add(*parent);
+    }
+  }
+
+  TableUsage& usage_;
+  const Catalog& catalog_;
+};
+
+}  // namespace
+
+bool TableUsage::conflictsWith(const TableUsage& change) const {
+  return readsView || change.writesView ||
+         std::binary_search(disturbedBy.begin(), disturbedBy.end(), change.writes);
+}
+
+TableUsage tableUsage(const Statement& statement, const Catalog& catalog) {
+  TableUsage usage;
+  if (statement.kind == StatementKind::Select) {
+    UsageCollector(usage, catalog).collect(statement.query.get());
+    std::sort(usage.disturbedBy.begin(), usage.disturbedBy.end());
+  } else if (statement.table) {
+    usage.writes = statement.table->storedName;
+    usage.writesView = statement.table->type == 'V';
+  }
+  return usage;
+}
+
+}  // namespace orv
