@@ -17,7 +17,7 @@
 
 namespace orv {
 
-struct Table;          // server/catalog/catalog.h
+struct Table;  // server/catalog/catalog.h
 struct Procedure;
 struct Query;
 struct Expr;
@@ -27,13 +27,13 @@ using QueryPtr = std::unique_ptr<Query>;
 struct QualifiedName {
   std::string schema;
   std::string name;
-  std::string resolvedSchema;    // resolved
+  std::string resolvedSchema;  // resolved
 };
 
 // ---------------------------------------------------------------- expressions
 
 enum class ExprKind : uint8_t {
-  Literal,          // text, type
+  Literal,  // text, type
   Null,
   Default,          // DEFAULT, as a value of INSERT or UPDATE
   Marker,           // ?: markerIndex
@@ -47,17 +47,17 @@ enum class ExprKind : uint8_t {
   And,              // any number of operands: a long chain is one node
   Or,
   Not,
-  IsNull,           // negated: IS NOT NULL
-  Between,          // a BETWEEN b AND c
-  In,               // a IN (list) or a IN (query)
-  Like,             // a LIKE b [ESCAPE c]
-  Exists,           // query
-  Scalar,           // (query)
-  Quantified,       // a op ANY|ALL (query): op, text = "ANY" or "ALL"
-  Case,             // [operand] pairs of WHEN/THEN in `args`, then ELSE when hasElse
-  Cast,             // CAST(a AS type); name = the type's name when it is no built-in type. The
-                    // resolver turns conversion functions (INTEGER(a), ORVXML.XMLCLOB(a)) into it
-  Function,         // name(args): `function` says which; column functions have `aggregate` set
+  IsNull,      // negated: IS NOT NULL
+  Between,     // a BETWEEN b AND c
+  In,          // a IN (list) or a IN (query)
+  Like,        // a LIKE b [ESCAPE c]
+  Exists,      // query
+  Scalar,      // (query)
+  Quantified,  // a op ANY|ALL (query): op, text = "ANY" or "ALL"
+  Case,        // [operand] pairs of WHEN/THEN in `args`, then ELSE when hasElse
+  Cast,        // CAST(a AS type); name = the type's name when it is no built-in type. The
+               // resolver turns conversion functions (INTEGER(a), ORVXML.XMLCLOB(a)) into it
+  Function,    // name(args): `function` says which; column functions have `aggregate` set
 };
 
 struct TableRef;
@@ -67,21 +67,21 @@ inline constexpr int kMaxNesting = 500;
 
 struct Expr {
   ExprKind kind = ExprKind::Null;
-  SqlType type;                    // parsed for Literal and Cast; resolved for the rest
-  std::string op;                  // operator, special register ("CURRENT DATE"), as written above
-  std::string text;                // literal's value: digits as written, string content
-  bool negated = false;            // NOT BETWEEN, NOT IN, NOT LIKE, IS NOT NULL, NOT EXISTS
-  bool distinct = false;           // COUNT(DISTINCT a)
-  bool hasOperand = false;         // CASE operand WHEN
+  SqlType type;             // parsed for Literal and Cast; resolved for the rest
+  std::string op;           // operator, special register ("CURRENT DATE"), as written above
+  std::string text;         // literal's value: digits as written, string content
+  bool negated = false;     // NOT BETWEEN, NOT IN, NOT LIKE, IS NOT NULL, NOT EXISTS
+  bool distinct = false;    // COUNT(DISTINCT a)
+  bool hasOperand = false;  // CASE operand WHEN
   bool hasElse = false;
-  bool aggregate = false;          // resolved: a column function
-  int markerIndex = -1;            // from 0, in order of appearance
-  QualifiedName name;              // function; column: name = column, schema = qualifier's schema
-  std::string qualifier;           // column: table or correlation name before the period
+  bool aggregate = false;  // resolved: a column function
+  int markerIndex = -1;    // from 0, in order of appearance
+  QualifiedName name;      // function; column: name = column, schema = qualifier's schema
+  std::string qualifier;   // column: table or correlation name before the period
   std::vector<ExprPtr> args;
   QueryPtr query;
-  size_t offset = 0;               // byte offset in the statement's text, for messages
-  int height = 1;                  // levels of nodes from here down, at most kMaxNesting
+  size_t offset = 0;  // byte offset in the statement's text, for messages
+  int height = 1;     // levels of nodes from here down, at most kMaxNesting
 
   std::string function;              // resolved: the function's own name, UPPER also for UCASE
   const TableRef* source = nullptr;  // resolved: the table or derived table of a column
@@ -91,7 +91,7 @@ struct Expr {
 // ---------------------------------------------------------------- queries
 
 struct OutputColumn {
-  std::string name;                // empty when the query gives it none (an expression)
+  std::string name;  // empty when the query gives it none (an expression)
   SqlType type;
 };
 
@@ -100,34 +100,34 @@ enum class JoinKind : uint8_t { Inner, Left, Right, Full };
 
 struct TableRef {
   RefKind kind = RefKind::BaseTable;
-  QualifiedName name;              // BaseTable; TableFunction: the function's name
-  std::string correlation;         // AS name; empty when not given
+  QualifiedName name;                    // BaseTable; TableFunction: the function's name
+  std::string correlation;               // AS name; empty when not given
   std::vector<std::string> columnNames;  // AS T(c1, c2)
-  QueryPtr query;                  // Derived: (query) or TABLE(query) or TABLE(VALUES ...)
+  QueryPtr query;                        // Derived: (query) or TABLE(query) or TABLE(VALUES ...)
   std::vector<ExprPtr> functionArgs;
-  JoinKind join = JoinKind::Inner; // Join
+  JoinKind join = JoinKind::Inner;  // Join
   std::unique_ptr<TableRef> left;
   std::unique_ptr<TableRef> right;
   ExprPtr on;
   size_t offset = 0;
-  int height = 1;                  // as in Expr
+  int height = 1;  // as in Expr
 
-  const Table* table = nullptr;    // resolved: BaseTable
+  const Table* table = nullptr;       // resolved: BaseTable
   std::vector<OutputColumn> columns;  // resolved: for every kind but Join
-  std::string alias;               // resolved: a name unique in the whole statement, "T1", "T2"...
+  std::string alias;  // resolved: a name unique in the whole statement, "T1", "T2"...
 };
 
 struct SelectItem {
-  ExprPtr expr;                    // null for * and T.*
+  ExprPtr expr;  // null for * and T.*
   bool star = false;
-  QualifiedName starQualifier;     // T.* ; empty name for a bare *
+  QualifiedName starQualifier;  // T.* ; empty name for a bare *
   std::string as;
 };
 
 struct OrderItem {
-  ExprPtr expr;                    // a bare integer literal is a column number
+  ExprPtr expr;  // a bare integer literal is a column number
   bool descending = false;
-  int columnNumber = -1;           // resolved: the result column it means, from 0, else -1
+  int columnNumber = -1;  // resolved: the result column it means, from 0, else -1
 };
 
 enum class QueryKind : uint8_t { Select, Values, SetOperation };
@@ -137,7 +137,7 @@ struct Query {
 
   // Select
   bool distinct = false;
-  std::vector<SelectItem> items;   // resolved: stars are replaced by their columns
+  std::vector<SelectItem> items;  // resolved: stars are replaced by their columns
   std::vector<std::unique_ptr<TableRef>> from;
   ExprPtr where;
   std::vector<ExprPtr> groupBy;
@@ -147,29 +147,29 @@ struct Query {
   std::vector<std::vector<ExprPtr>> rows;
 
   // SetOperation
-  std::string op;                  // "UNION", "EXCEPT", "INTERSECT"
+  std::string op;  // "UNION", "EXCEPT", "INTERSECT"
   bool all = false;
   QueryPtr left;
   QueryPtr right;
 
   std::vector<OrderItem> orderBy;
-  std::optional<int64_t> fetchFirst;   // FETCH FIRST n ROWS ONLY
-  int height = 1;                      // as in Expr
+  std::optional<int64_t> fetchFirst;  // FETCH FIRST n ROWS ONLY
+  int height = 1;                     // as in Expr
 
-  std::vector<OutputColumn> columns;   // resolved
+  std::vector<OutputColumn> columns;  // resolved
 };
 
 // ---------------------------------------------------------------- statements
 
 enum class StatementKind : uint8_t {
-  Select,            // query; also a top-level VALUES
+  Select,  // query; also a top-level VALUES
   Insert,
   Update,
   Delete,
   Call,
-  SetVariable,       // VALUES ... INTO is not needed: embedded SQL fetches instead
+  SetVariable,  // VALUES ... INTO is not needed: embedded SQL fetches instead
   Commit,
-  Rollback,          // savepoint: ROLLBACK TO SAVEPOINT
+  Rollback,  // savepoint: ROLLBACK TO SAVEPOINT
   Savepoint,
   ReleaseSavepoint,
   CreateTable,
@@ -185,29 +185,29 @@ enum class StatementKind : uint8_t {
   DropSchema,
   CreateProcedure,
   DropProcedure,
-  Grant,             // recorded nowhere: accepted and without effect
+  Grant,  // recorded nowhere: accepted and without effect
   SetFunctionPath,
   SetSchema,
 };
 
-struct Assignment {                // SET column = value
+struct Assignment {  // SET column = value
   std::string column;
   ExprPtr value;
-  int columnIndex = -1;            // resolved
+  int columnIndex = -1;  // resolved
 };
 
 // Constraints of a column that are named, and all check constraints, stand among the keys of the
 // table instead.
 struct ColumnDefinition {
   std::string name;
-  SqlType type;                    // distinct types: resolved to their source
-  QualifiedName typeName;          // a type written as a name (a distinct type); else empty
+  SqlType type;            // distinct types: resolved to their source
+  QualifiedName typeName;  // a type written as a name (a distinct type); else empty
   bool notNull = false;
   bool primaryKey = false;
   bool unique = false;
-  ExprPtr defaultValue;            // null when none; Kind Null for WITH DEFAULT alone
+  ExprPtr defaultValue;  // null when none; Kind Null for WITH DEFAULT alone
   bool withDefault = false;
-  QualifiedName references;        // column-level REFERENCES; empty name when none
+  QualifiedName references;  // column-level REFERENCES; empty name when none
   std::vector<std::string> referencesColumns;
   std::string onDelete;
   size_t offset = 0;
@@ -215,13 +215,13 @@ struct ColumnDefinition {
 
 struct KeyDefinition {
   enum class Kind : uint8_t { Primary, Unique, Foreign, Check } kind = Kind::Primary;
-  std::string constraint;          // CONSTRAINT name; empty when not given
+  std::string constraint;  // CONSTRAINT name; empty when not given
   std::vector<std::string> columns;
-  QualifiedName references;        // Foreign
+  QualifiedName references;                    // Foreign
   std::vector<std::string> referencesColumns;  // empty: the parent's primary key (resolved: filled)
-  std::string onDelete;            // "", "CASCADE", "SET NULL", "RESTRICT", "NO ACTION"
+  std::string onDelete;                        // "", "CASCADE", "SET NULL", "RESTRICT", "NO ACTION"
   ExprPtr check;
-  std::string checkText;           // Check: its text as written, without parentheses
+  std::string checkText;  // Check: its text as written, without parentheses
 };
 
 struct ParameterDefinition {
@@ -234,49 +234,49 @@ struct ParameterDefinition {
 // CREATE PROCEDURE as written; the routines layer records it.
 struct ProcedureDefinition {
   QualifiedName name;
-  std::string specific;            // resolved: generated when not given
-  std::string specificSchema;      // as written; resolved: checked against the name's schema
+  std::string specific;        // resolved: generated when not given
+  std::string specificSchema;  // as written; resolved: checked against the name's schema
   std::vector<ParameterDefinition> parameters;
-  std::string externalName;        // 'library!entry'
-  std::string parameterStyle;      // "ORVDARI", "ORVSQL", "GENERAL", "GENERAL WITH NULLS"
+  std::string externalName;    // 'library!entry'
+  std::string parameterStyle;  // "ORVDARI", "ORVSQL", "GENERAL", "GENERAL WITH NULLS"
 };
 
 struct MarkerInfo {
-  SqlType type;                    // resolved
+  SqlType type;  // resolved
 };
 
 struct Statement {
   StatementKind kind = StatementKind::Select;
-  std::string text;                // as given
+  std::string text;  // as given
 
-  QueryPtr query;                  // Select; Insert from a query or VALUES
-  QualifiedName name;              // the object: table, index, type, procedure, savepoint, schema
-  const Table* table = nullptr;    // resolved: Insert, Update, Delete, DropTable, AlterTable, ...
+  QueryPtr query;                // Select; Insert from a query or VALUES
+  QualifiedName name;            // the object: table, index, type, procedure, savepoint, schema
+  const Table* table = nullptr;  // resolved: Insert, Update, Delete, DropTable, AlterTable, ...
   // Update, Delete: the table as a row source; its alias is the table's stored name. CreateTable,
   // AlterTable: the row source of check constraints, without a table.
   std::unique_ptr<TableRef> target;
-  std::vector<std::string> insertColumns;   // resolved: filled when left out
-  std::vector<int> insertColumnIndexes;     // resolved: positions in the table
-  std::vector<Assignment> assignments;      // Update
-  ExprPtr where;                            // Update, Delete
+  std::vector<std::string> insertColumns;  // resolved: filled when left out
+  std::vector<int> insertColumnIndexes;    // resolved: positions in the table
+  std::vector<Assignment> assignments;     // Update
+  ExprPtr where;                           // Update, Delete
 
-  std::vector<ColumnDefinition> columns;    // CreateTable, AlterTable ADD
-  std::vector<KeyDefinition> keys;          // CreateTable, AlterTable ADD
-  std::string tableSpace;                   // IN name
-  QualifiedName indexedTable;               // CreateIndex: ON table
+  std::vector<ColumnDefinition> columns;                   // CreateTable, AlterTable ADD
+  std::vector<KeyDefinition> keys;                         // CreateTable, AlterTable ADD
+  std::string tableSpace;                                  // IN name
+  QualifiedName indexedTable;                              // CreateIndex: ON table
   std::vector<std::pair<std::string, bool>> indexColumns;  // name, descending
-  bool unique = false;                      // CreateIndex
-  SqlType sourceType;                       // CreateDistinctType
+  bool unique = false;                                     // CreateIndex
+  SqlType sourceType;                                      // CreateDistinctType
   bool withComparisons = false;
-  ProcedureDefinition procedure;            // CreateProcedure
-  bool specific = false;                    // DropProcedure: DROP SPECIFIC PROCEDURE
-  bool dropSignatureGiven = false;          // DropProcedure name(types)
+  ProcedureDefinition procedure;    // CreateProcedure
+  bool specific = false;            // DropProcedure: DROP SPECIFIC PROCEDURE
+  bool dropSignatureGiven = false;  // DropProcedure name(types)
   std::vector<ParameterDefinition> dropSignature;
-  std::vector<ExprPtr> callArguments;       // Call
-  const Procedure* routine = nullptr;       // resolved: Call, DropProcedure
-  std::vector<std::string> path;            // SetFunctionPath
+  std::vector<ExprPtr> callArguments;  // Call
+  const Procedure* routine = nullptr;  // resolved: Call, DropProcedure
+  std::vector<std::string> path;       // SetFunctionPath
 
-  std::vector<MarkerInfo> markers;          // one per ?, resolved
+  std::vector<MarkerInfo> markers;  // one per ?, resolved
   bool hasResult() const { return kind == StatementKind::Select; }
 };
 

@@ -14,9 +14,13 @@ namespace {
 constexpr char32_t kIdeographicSpace = 0x3000;
 constexpr std::string_view kNotSign = "\xC2\xAC";
 
-bool isFullWidthLetter(char32_t c) { return c >= 0xFF21 && c <= 0xFF5A; }
+bool isFullWidthLetter(char32_t c) {
+  return c >= 0xFF21 && c <= 0xFF5A;
+}
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 bool isWordStart(char32_t c) {
   if (c == kInvalidUtf8) return false;
@@ -251,8 +255,8 @@ class Lexer {
   [[noreturn]] void badCharacter(size_t begin) const {
     size_t end = begin;
     const bool valid = decodeUtf8(text_, begin, end) != kInvalidUtf8;
-    throw SqlError(-7, {valid ? std::string(text_.substr(begin, end - begin)) : "?",
-                        previousText()});
+    throw SqlError(-7,
+                   {valid ? std::string(text_.substr(begin, end - begin)) : "?", previousText()});
   }
 
   std::string_view text_;
@@ -262,7 +266,9 @@ class Lexer {
 
 }  // namespace
 
-std::vector<Token> scan(std::string_view text) { return Lexer(text).run(); }
+std::vector<Token> scan(std::string_view text) {
+  return Lexer(text).run();
+}
 
 std::string foldName(std::string_view name) {
   std::string folded;

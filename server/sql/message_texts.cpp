@@ -53,8 +53,7 @@ constexpr std::array kMessages{
     MessageText{-204, "42704", "\"%1\" is an undefined name."},
     MessageText{-205, "42703", "The column \"%1\" is not defined in \"%2\"."},
     MessageText{-206, "42703", "\"%1\" is not valid in the context in which it is used."},
-    MessageText{-208, "42707",
-                "The ORDER BY item \"%1\" is not a column of the combined result."},
+    MessageText{-208, "42707", "The ORDER BY item \"%1\" is not a column of the combined result."},
     MessageText{-214, "42822",
                 "An ORDER BY item is not among the columns that SELECT DISTINCT lists."},
     MessageText{-302, "22001", "The value of input variable \"%1\" is too long for its use."},
@@ -77,7 +76,8 @@ constexpr std::array kMessages{
     MessageText{-412, "42823", "More than one column is returned by a subquery that takes one."},
     MessageText{-413, "22003", "A number is out of range for the type that it is converted to."},
     MessageText{-414, "42824", "An operand of LIKE is not a string."},
-    MessageText{-415, "42825", "Column \"%1\" of the combined queries has types that do not agree."},
+    MessageText{-415, "42825",
+                "Column \"%1\" of the combined queries has types that do not agree."},
     MessageText{-418, "42610", "A parameter marker stands where its type cannot be known."},
     MessageText{-420, "22018", "The text \"%1\" is not a valid \"%2\" value."},
     MessageText{-421, "42826", "The combined rows or queries differ in their number of columns."},
@@ -126,8 +126,9 @@ constexpr std::array kMessages{
     MessageText{-624, "42889", "The table \"%1\" has a primary key already."},
     MessageText{-628, "42613", "The clause \"%1\" is given twice or does not go with another."},
     MessageText{-673, "23515", "The rows of \"%1\" are not unique in the key columns."},
-    MessageText{-723, "09000",
-                "A statement of the trigger \"%1\" failed: SQLCODE \"%2\", SQLSTATE \"%3\", \"%4\"."},
+    MessageText{
+        -723, "09000",
+        "A statement of the trigger \"%1\" failed: SQLCODE \"%2\", SQLSTATE \"%3\", \"%4\"."},
     MessageText{-801, "22012", "Division by zero."},
     MessageText{-802, "22003", "Arithmetic overflow."},
     MessageText{-803, "23505", "The row repeats a value of the unique key \"%1\" of \"%2\"."},
@@ -144,8 +145,7 @@ constexpr std::array kMessages{
     MessageText{-904, "57011", "A resource is not available.  Reason: \"%1\"."},
     MessageText{-911, "40001",
                 "The unit of work was rolled back after waiting for a lock.  Reason: \"%1\"."},
-    MessageText{-913, "57033",
-                "The statement failed after waiting for a lock.  Reason: \"%1\"."},
+    MessageText{-913, "57033", "The statement failed after waiting for a lock.  Reason: \"%1\"."},
     MessageText{-952, "57014", "The statement was interrupted."},
     MessageText{-954, "57011", "There is not enough memory for the statement."},
     MessageText{-968, "57011", "The file system is full."},
@@ -167,8 +167,8 @@ static_assert(std::ranges::is_sorted(kMessages, std::ranges::greater{}, &Message
 }  // namespace
 
 const MessageText* findMessage(int sqlcode) {
-  const auto at = std::ranges::lower_bound(kMessages, sqlcode, std::ranges::greater{},
-                                           &MessageText::sqlcode);
+  const auto at =
+      std::ranges::lower_bound(kMessages, sqlcode, std::ranges::greater{}, &MessageText::sqlcode);
   return at != kMessages.end() && at->sqlcode == sqlcode ? &*at : nullptr;
 }
 

@@ -82,16 +82,15 @@ void Parser::parseRelease() {
 
 // SET [CURRENT] [FUNCTION] PATH [=] .. | SET [CURRENT] SCHEMA [=] (name | 'name')
 void Parser::parseSet() {
-  if (acceptWords("CURRENT FUNCTION PATH") || acceptWords("CURRENT PATH") ||
-      acceptWord("PATH") || acceptWord("CURRENT_PATH")) {
+  if (acceptWords("CURRENT FUNCTION PATH") || acceptWords("CURRENT PATH") || acceptWord("PATH") ||
+      acceptWord("CURRENT_PATH")) {
     return parseFunctionPath();
   }
   acceptWord("CURRENT");
   if (!acceptWord("SCHEMA") && !acceptWord("CURRENT_SCHEMA")) expectWord("SCHEMA");
   statement_->kind = StatementKind::SetSchema;
   acceptSymbol("=");
-  statement_->name.name =
-      token().kind == TokenKind::String ? parseStringConstant() : parseName();
+  statement_->name.name = token().kind == TokenKind::String ? parseStringConstant() : parseName();
 }
 
 // path: item {, item} with item: name | 'name' | SYSTEM PATH

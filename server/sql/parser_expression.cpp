@@ -106,7 +106,9 @@ ExprPtr Parser::makeAt(ExprKind kind, size_t offset) const {
   return expr;
 }
 
-ExprPtr Parser::make(ExprKind kind) const { return makeAt(kind, token().begin); }
+ExprPtr Parser::make(ExprKind kind) const {
+  return makeAt(kind, token().begin);
+}
 
 void Parser::addArgument(Expr& parent, ExprPtr argument) const {
   parent.height = std::max(parent.height, argument->height + 1);
@@ -297,7 +299,9 @@ ExprPtr Parser::parseIsNull(ExprPtr operand) {
 }
 
 // sum: term { ( + | - | || | CONCAT ) term }
-ExprPtr Parser::parseSum() { return parseSumFrom(parseTerm()); }
+ExprPtr Parser::parseSum() {
+  return parseSumFrom(parseTerm());
+}
 
 ExprPtr Parser::parseSumFrom(ExprPtr left) {
   for (;;) {
@@ -314,7 +318,9 @@ ExprPtr Parser::parseSumFrom(ExprPtr left) {
 }
 
 // term: factor { ( * | / ) factor }
-ExprPtr Parser::parseTerm() { return parseTermFrom(parseFactor()); }
+ExprPtr Parser::parseTerm() {
+  return parseTermFrom(parseFactor());
+}
 
 ExprPtr Parser::parseTermFrom(ExprPtr left) {
   while (isSymbol("*") || isSymbol("/")) {
@@ -420,8 +426,8 @@ ExprPtr Parser::parseLiteral() {
   }
   const bool tooManyDigits =
       expr->type.kind == TypeKind::Decimal && expr->type.length > kMaxPrecision;
-  const bool infinite = expr->type.kind == TypeKind::Double &&
-                        std::isinf(std::strtod(literal.text.c_str(), nullptr));
+  const bool infinite =
+      expr->type.kind == TypeKind::Double && std::isinf(std::strtod(literal.text.c_str(), nullptr));
   if (tooManyDigits || infinite) throw SqlError(-405, {literal.text.substr(0, 60)});
   advance();
   return expr;
@@ -443,8 +449,8 @@ ExprPtr Parser::parseWordPrimary() {
   }
   if (ExprPtr expr = parseSpecialRegister()) return expr;
   static constexpr std::string_view kNeverColumns[] = {
-      "SELECT", "FROM",  "WHERE", "GROUP", "ORDER", "HAVING", "UNION",  "EXCEPT", "INTERSECT",
-      "AND",    "OR",    "NOT",   "WHEN",  "THEN",  "ELSE",   "END",    "IN",     "LIKE",
+      "SELECT",  "FROM", "WHERE", "GROUP", "ORDER", "HAVING", "UNION",   "EXCEPT", "INTERSECT",
+      "AND",     "OR",   "NOT",   "WHEN",  "THEN",  "ELSE",   "END",     "IN",     "LIKE",
       "BETWEEN", "IS",   "AS",    "ON",    "SET",   "VALUES", "DISTINCT"};
   for (const std::string_view word : kNeverColumns) {
     if (isWord(word)) unexpected("<value>");

@@ -110,7 +110,7 @@ class Parser {
   void requirePredicate(const Expr& expr) const;
 
   // ---- queries
-  QueryPtr parseQuery();                 // with ORDER BY and FETCH FIRST
+  QueryPtr parseQuery();  // with ORDER BY and FETCH FIRST
   QueryPtr parseQueryRest(QueryPtr first);
   QueryPtr parseSetOperation(int minimum, QueryPtr first);
   QueryPtr parseQueryOperand();
@@ -121,7 +121,7 @@ class Parser {
   void parseFrom(Query& query);
   void parseGroupBy(Query& query);
   void parseOrderAndFetch(Query& query);
-  void parseQueryTail();                 // isolation and cursor clauses, without effect
+  void parseQueryTail();  // isolation and cursor clauses, without effect
   std::unique_ptr<TableRef> parseTableReference();
   std::unique_ptr<TableRef> parseJoins(std::unique_ptr<TableRef> left);
   std::optional<JoinKind> parseJoinOperator();

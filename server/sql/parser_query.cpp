@@ -245,7 +245,9 @@ std::vector<ExprPtr> Parser::parseValuesRow() {
 }
 
 // table reference: primary { [INNER | (LEFT | RIGHT | FULL) [OUTER]] JOIN reference ON condition }
-std::unique_ptr<TableRef> Parser::parseTableReference() { return parseJoins(parseTablePrimary()); }
+std::unique_ptr<TableRef> Parser::parseTableReference() {
+  return parseJoins(parseTablePrimary());
+}
 
 std::unique_ptr<TableRef> Parser::parseJoins(std::unique_ptr<TableRef> left) {
   for (;;) {
@@ -277,7 +279,8 @@ std::optional<JoinKind> Parser::parseJoinOperator() {
   return std::nullopt;
 }
 
-// primary: name [correlation] | TABLE ( .. ) [correlation] | ( query ) [correlation] | ( reference )
+// primary: name [correlation] | TABLE ( .. ) [correlation] | ( query ) [correlation] | ( reference
+// )
 std::unique_ptr<TableRef> Parser::parseTablePrimary() {
   const Nesting nesting(*this);
   if (isWord("TABLE") && isSymbol("(", 1)) return parseTableFunctionOrQuery();

@@ -8,29 +8,28 @@ namespace orv {
 namespace {
 
 // Options that say how the procedure behaves, read over: the server calls every procedure alike.
-constexpr std::string_view kBehaviour[] = {
-    "NOT DETERMINISTIC",
-    "DETERMINISTIC",
-    "NOT VARIANT",
-    "VARIANT",
-    "NOT FENCED",
-    "FENCED",
-    "NOT NULL CALL",
-    "NULL CALL",
-    "CALLED ON NULL INPUT",
-    "NO SQL",
-    "CONTAINS SQL",
-    "READS SQL DATA",
-    "MODIFIES SQL DATA",
-    "NO EXTERNAL ACTION",
-    "EXTERNAL ACTION",
-    "NO DBINFO",
-    "DBINFO",
-    "PROGRAM TYPE SUB",
-    "PROGRAM TYPE MAIN",
-    "THREADSAFE",
-    "NOT THREADSAFE",
-    "INHERIT SPECIAL REGISTERS"};
+constexpr std::string_view kBehaviour[] = {"NOT DETERMINISTIC",
+                                           "DETERMINISTIC",
+                                           "NOT VARIANT",
+                                           "VARIANT",
+                                           "NOT FENCED",
+                                           "FENCED",
+                                           "NOT NULL CALL",
+                                           "NULL CALL",
+                                           "CALLED ON NULL INPUT",
+                                           "NO SQL",
+                                           "CONTAINS SQL",
+                                           "READS SQL DATA",
+                                           "MODIFIES SQL DATA",
+                                           "NO EXTERNAL ACTION",
+                                           "EXTERNAL ACTION",
+                                           "NO DBINFO",
+                                           "DBINFO",
+                                           "PROGRAM TYPE SUB",
+                                           "PROGRAM TYPE MAIN",
+                                           "THREADSAFE",
+                                           "NOT THREADSAFE",
+                                           "INHERIT SPECIAL REGISTERS"};
 
 constexpr std::string_view kParameterStyles[] = {"ORVDARI", "ORVSQL"};
 
@@ -69,8 +68,8 @@ ParameterDefinition Parser::parseParameter() {
     parameter.mode = ParameterDefinition::Mode::InOut;
     advance();
   }
-  const bool typeAlone = areWords("LONG VARCHAR") || areWords("LONG VARGRAPHIC") ||
-                         areWords("DOUBLE PRECISION");
+  const bool typeAlone =
+      areWords("LONG VARCHAR") || areWords("LONG VARGRAPHIC") || areWords("DOUBLE PRECISION");
   if (isName(1) && !typeAlone && !isWord("AS", 1) && !isWord("FOR", 1) && !isWord("VARYING", 1)) {
     parameter.name = parseName();
   }
@@ -86,8 +85,8 @@ bool Parser::parseProcedureOption(ProcedureDefinition& procedure) {
   for (const std::string_view words : kBehaviour) {
     if (acceptWords(words)) return true;
   }
-  const bool resultSets = areWords("RESULT SETS") || areWords("RESULT SET") ||
-                          areWords("DYNAMIC RESULT");
+  const bool resultSets =
+      areWords("RESULT SETS") || areWords("RESULT SET") || areWords("DYNAMIC RESULT");
   if (!resultSets) return false;
   acceptWord("DYNAMIC");
   at_ += 2;
@@ -108,8 +107,7 @@ bool Parser::parseNamedProcedureOption(ProcedureDefinition& procedure) {
     expectWord("C");
   } else if (acceptWords("PARAMETER STYLE")) {
     if (acceptWord("GENERAL")) {
-      procedure.parameterStyle =
-          acceptWords("WITH NULLS") ? "GENERAL WITH NULLS" : "GENERAL";
+      procedure.parameterStyle = acceptWords("WITH NULLS") ? "GENERAL WITH NULLS" : "GENERAL";
       return true;
     }
     const auto* style = std::ranges::find_if(

@@ -77,7 +77,9 @@ std::string_view Parser::textOf(const Token& token) const {
   return text_.substr(token.begin, token.end - token.begin);
 }
 
-void Parser::unexpected(std::string_view expected) const { unexpectedAt(at_, expected); }
+void Parser::unexpected(std::string_view expected) const {
+  unexpectedAt(at_, expected);
+}
 
 // The token, the text before it (as much as a message holds, from a whole character on) and what
 // would have been right.

@@ -28,8 +28,7 @@ void Parser::parseTableOptions() {
       statement_->tableSpace = parseName();
     } else if (acceptWords("INDEX IN") || acceptWords("LONG IN")) {
       parseName();
-    } else if (!acceptWords("NOT LOGGED INITIALLY") &&
-               !acceptWords("DATA CAPTURE NONE") &&
+    } else if (!acceptWords("NOT LOGGED INITIALLY") && !acceptWords("DATA CAPTURE NONE") &&
                !acceptWords("DATA CAPTURE CHANGES")) {
       return;
     }
@@ -144,8 +143,8 @@ bool Parser::parseColumnOption(ColumnDefinition& column) {
              isWord("REFERENCES")) {
     parseColumnConstraint(column);
   } else {
-    return acceptWords("NOT LOGGED") || acceptWord("LOGGED") ||
-           acceptWords("NOT COMPACT") || acceptWord("COMPACT") || acceptWord("NULL");
+    return acceptWords("NOT LOGGED") || acceptWord("LOGGED") || acceptWords("NOT COMPACT") ||
+           acceptWord("COMPACT") || acceptWord("NULL");
   }
   return true;
 }
@@ -183,12 +182,14 @@ void Parser::parseColumnConstraint(ColumnDefinition& column) {
 }
 
 // default: [WITH] DEFAULT [constant | NULL | special register | function]
+// A default of NULL is none.
 void Parser::parseDefault(ColumnDefinition& column) {
   acceptWord("WITH");
   expectWord("DEFAULT");
+  if (acceptWord("NULL")) return;
   column.withDefault = true;
-  const bool ends = isSymbol(",") || isSymbol(")") || isSymbol(";") ||
-                    token().kind == TokenKind::End;
+  const bool ends =
+      isSymbol(",") || isSymbol(")") || isSymbol(";") || token().kind == TokenKind::End;
   const bool option = isWord("NOT") || isWord("CONSTRAINT") || isWord("PRIMARY") ||
                       isWord("UNIQUE") || isWord("CHECK") || isWord("REFERENCES") ||
                       isWord("LOGGED") || isWord("COMPACT") || isWord("ADD");

@@ -49,8 +49,9 @@ std::optional<SqlType> Parser::parseBuiltInType() {
     TypeKind kind;
   };
   static constexpr Simple kSimple[] = {
-      {"SMALLINT", TypeKind::SmallInt}, {"INTEGER", TypeKind::Integer}, {"INT", TypeKind::Integer},
-      {"BIGINT", TypeKind::BigInt},     {"REAL", TypeKind::Real},       {"DATE", TypeKind::Date},
+      {"SMALLINT", TypeKind::SmallInt}, {"INTEGER", TypeKind::Integer},
+      {"INT", TypeKind::Integer},       {"BIGINT", TypeKind::BigInt},
+      {"REAL", TypeKind::Real},         {"DATE", TypeKind::Date},
       {"TIME", TypeKind::Time},         {"TIMESTAMP", TypeKind::Timestamp}};
   for (const Simple& simple : kSimple) {
     if (acceptWord(simple.word)) return makeType(simple.kind);
@@ -69,7 +70,8 @@ std::optional<SqlType> Parser::parseBuiltInType() {
   if (acceptWord("GRAPHIC")) return parseGraphicType(TypeKind::Graphic);
   if (acceptWord("VARGRAPHIC")) return parseGraphicType(TypeKind::VarGraphic);
   if (acceptWord("DBCLOB")) return parseGraphicType(TypeKind::DbClob);
-  if (acceptWord("BLOB")) return makeType(TypeKind::Blob, parseLength(kDefaultLob, kMaxLob, "BLOB"));
+  if (acceptWord("BLOB"))
+    return makeType(TypeKind::Blob, parseLength(kDefaultLob, kMaxLob, "BLOB"));
   if (isWord("LONG")) return parseLongType();
   return std::nullopt;
 }
@@ -93,7 +95,8 @@ SqlType Parser::parseCharacterType(std::string_view word) {
 // LONG (VARCHAR [FOR BIT DATA] | VARGRAPHIC)
 SqlType Parser::parseLongType() {
   expectWord("LONG");
-  if (acceptWord("VARGRAPHIC")) return makeType(TypeKind::LongVarGraphic, kLongVarGraphicCharacters);
+  if (acceptWord("VARGRAPHIC"))
+    return makeType(TypeKind::LongVarGraphic, kLongVarGraphicCharacters);
   expectWord("VARCHAR");
   SqlType type = makeType(TypeKind::LongVarchar, kLongVarcharBytes);
   if (parseForBitData()) type.kind = TypeKind::LongVarcharBits;
@@ -102,7 +105,8 @@ SqlType Parser::parseLongType() {
 
 SqlType Parser::parseGraphicType(TypeKind kind) {
   if (kind == TypeKind::Graphic) return makeType(kind, parseLength(1, kMaxGraphic, "GRAPHIC"));
-  if (kind == TypeKind::DbClob) return makeType(kind, parseLength(kDefaultLob, kMaxDbClob, "DBCLOB"));
+  if (kind == TypeKind::DbClob)
+    return makeType(kind, parseLength(kDefaultLob, kMaxDbClob, "DBCLOB"));
   if (!isSymbol("(")) unexpected("(");
   return makeType(kind, parseLength(1, kMaxVarGraphic, "VARGRAPHIC"));
 }

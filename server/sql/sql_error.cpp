@@ -15,8 +15,8 @@ constexpr std::string_view kUnknownText = "The statement failed.  Details: \"%1\
 std::string fillIn(std::string_view text, const std::vector<std::string>& tokens) {
   std::string filled;
   for (size_t i = 0; i < text.size(); ++i) {
-    const bool place = text[i] == '%' && i + 1 < text.size() && text[i + 1] >= '1' &&
-                       text[i + 1] <= '9';
+    const bool place =
+        text[i] == '%' && i + 1 < text.size() && text[i + 1] >= '1' && text[i + 1] <= '9';
     if (!place) {
       filled += text[i];
       continue;

@@ -59,15 +59,27 @@ constexpr bool rowsFollowTheKinds() {
 }
 static_assert(rowsFollowTheKinds());
 
-const TypeRow& row(TypeKind kind) { return kTypes[static_cast<size_t>(kind)]; }
+const TypeRow& row(TypeKind kind) {
+  return kTypes[static_cast<size_t>(kind)];
+}
 
 }  // namespace
 
-bool isNumeric(TypeKind kind) { return kind >= TypeKind::SmallInt && kind <= TypeKind::Decimal; }
-bool isCharacter(TypeKind kind) { return kind >= TypeKind::Char && kind <= TypeKind::Clob; }
-bool isGraphic(TypeKind kind) { return kind >= TypeKind::Graphic && kind <= TypeKind::DbClob; }
-bool isBinary(TypeKind kind) { return kind >= TypeKind::CharBits && kind <= TypeKind::Blob; }
-bool isDatetime(TypeKind kind) { return kind >= TypeKind::Date && kind <= TypeKind::Timestamp; }
+bool isNumeric(TypeKind kind) {
+  return kind >= TypeKind::SmallInt && kind <= TypeKind::Decimal;
+}
+bool isCharacter(TypeKind kind) {
+  return kind >= TypeKind::Char && kind <= TypeKind::Clob;
+}
+bool isGraphic(TypeKind kind) {
+  return kind >= TypeKind::Graphic && kind <= TypeKind::DbClob;
+}
+bool isBinary(TypeKind kind) {
+  return kind >= TypeKind::CharBits && kind <= TypeKind::Blob;
+}
+bool isDatetime(TypeKind kind) {
+  return kind >= TypeKind::Date && kind <= TypeKind::Timestamp;
+}
 bool isLargeObject(TypeKind kind) {
   return kind == TypeKind::Clob || kind == TypeKind::DbClob || kind == TypeKind::Blob;
 }
@@ -103,6 +115,8 @@ int16_t sqlTypeCode(const SqlType& type) {
   return static_cast<int16_t>(code);
 }
 
-int16_t cliType(const SqlType& type) { return row(type.kind).cliCode; }
+int16_t cliType(const SqlType& type) {
+  return row(type.kind).cliCode;
+}
 
 }  // namespace orv

@@ -9,22 +9,22 @@
 namespace orv {
 
 enum class TypeKind : uint8_t {
-  Unknown,        // a marker or NULL before its context has typed it
+  Unknown,  // a marker or NULL before its context has typed it
   SmallInt,
   Integer,
   BigInt,
   Real,
   Double,
-  Decimal,        // length = precision (1..31), scale
-  Char,           // padded with blanks to its length
+  Decimal,  // length = precision (1..31), scale
+  Char,     // padded with blanks to its length
   Varchar,
-  LongVarchar,    // 32700 bytes
+  LongVarchar,  // 32700 bytes
   Clob,
   Graphic,
   VarGraphic,
   LongVarGraphic,
   DbClob,
-  CharBits,       // CHAR FOR BIT DATA
+  CharBits,  // CHAR FOR BIT DATA
   VarcharBits,
   LongVarcharBits,
   Blob,
@@ -38,7 +38,7 @@ struct SqlType {
   int64_t length = 0;
   int scale = 0;
   bool nullable = true;
-  bool locator = false;           // AS LOCATOR, in routine parameters
+  bool locator = false;  // AS LOCATOR, in routine parameters
   // A distinct type: kind, length and scale are those of its source type.
   std::string distinctSchema;
   std::string distinctName;
@@ -55,11 +55,11 @@ inline SqlType makeType(TypeKind kind, int64_t length = 0, int scale = 0) {
 }
 
 bool isNumeric(TypeKind kind);
-bool isCharacter(TypeKind kind);       // Char, Varchar, LongVarchar, Clob
+bool isCharacter(TypeKind kind);  // Char, Varchar, LongVarchar, Clob
 bool isGraphic(TypeKind kind);
-bool isBinary(TypeKind kind);          // ... FOR BIT DATA, Blob
+bool isBinary(TypeKind kind);  // ... FOR BIT DATA, Blob
 bool isDatetime(TypeKind kind);
-bool isLargeObject(TypeKind kind);     // Clob, DbClob, Blob
+bool isLargeObject(TypeKind kind);  // Clob, DbClob, Blob
 
 // The same type in every respect but nullability.
 bool sameType(const SqlType& a, const SqlType& b);

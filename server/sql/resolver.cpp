@@ -1,0 +1,276 @@
+// The entry, and the statements that change rows or call a procedure.
+#include "server/sql/resolver.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "server/sql/resolver_impl.h"
+#include "server/sql/sql_error.h"
+#include "server/sql/type_rules.h"
+
+namespace orv {
+namespace {
+
+constexpr int kMaxAliasChain = 16;
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+  return std::ranges::equal(
+      a, b, [](unsigned char x, unsigned char y) { return std::toupper(x) == std::toupper(y); });
+}
+
+OutputColumn outputColumn(const Column& column) {
+  return {column.name, column.type};
+}
+
+}  // namespace
+
+void resolve(Statement& statement, const Catalog& catalog) {
+  Resolver(statement, catalog).run();
+}
+
+void Resolver::run() {
+  using Kind = StatementKind;
+  switch (statement_.kind) {
+    case Kind::Select:
+      resolveQuery(*statement_.query, nullptr);
+      settleRest(*statement_.query);
+      break;
+    case Kind::Insert:
+      resolveInsert();
+      break;
+    case Kind::Update:
+      resolveUpdate();
+      break;
+    case Kind::Delete:
+      resolveDelete();
+      break;
+    case Kind::Call:
+      resolveCall();
+      break;
+    case Kind::CreateTable:
+      resolveCreateTable();
+      break;
+    case Kind::AlterTable:
+      resolveAlterTable();
+      break;
+    case Kind::DropTable:
+      resolveDropTable();
+      break;
+    case Kind::CreateIndex:
+      resolveCreateIndex();
+      break;
+    case Kind::DropIndex:
+      resolveDropIndex();
+      break;
+    case Kind::CreateDistinctType:
+      resolveCreateType();
+      break;
+    case Kind::DropDistinctType:
+      resolveDropType();
+      break;
+    case Kind::CreateTableSpace:
+      resolveNamed(catalog_.tableSpaceExists(statement_.name.name), false, "TABLESPACE");
+      break;
+    case Kind::DropTableSpace:
+      resolveNamed(catalog_.tableSpaceExists(statement_.name.name), true, "TABLESPACE");
+      break;
+    case Kind::CreateSchema:
+      resolveCreateSchema();
+      break;
+    case Kind::DropSchema:
+      resolveNamed(catalog_.schemaExists(statement_.name.name), true, "SCHEMA");
+      break;
+    case Kind::CreateProcedure:
+      resolveCreateProcedure();
+      break;
+    case Kind::DropProcedure:
+      resolveDropProcedure();
+      break;
+    default:
+      break;
+  }
+  for (const MarkerInfo& marker : statement_.markers) {
+    if (marker.type.kind == TypeKind::Unknown) throw SqlError(-418);
+  }
+}
+
+// ---------------------------------------------------------------- names
+
+const std::string& Resolver::schemaOf(const QualifiedName& name) const {
+  return name.schema.empty() ? catalog_.defaultSchema() : name.schema;
+}
+
+std::string Resolver::display(const QualifiedName& name) const {
+  return schemaOf(name) + "." + name.name;
+}
+
+// The table behind a name, which may be an alias of an alias.
+const Table& Resolver::findTable(QualifiedName& name) {
+  const Table* table = catalog_.findTable(name.schema, name.name);
+  for (int i = 0; table && table->type == 'A' && i < kMaxAliasChain; ++i) {
+    table = catalog_.findTable(table->baseSchema, table->baseTable);
+  }
+  if (!table || table->type == 'A') throw SqlError(-204, {display(name)});
+  name.resolvedSchema = table->schema;
+  return *table;
+}
+
+const Table& Resolver::findChangeableTable(QualifiedName& name, std::string_view action) {
+  const Table& table = findTable(name);
+  const std::string shown = table.schema + "." + table.name;
+  if (table.type == 'S') throw SqlError(-607, {std::string(action), shown});
+  if (table.type == 'V') throw SqlError(-150, {shown});
+  return table;
+}
+
+// Engines write aliases beside the target's stored name, which must not hide behind one of them.
+std::string Resolver::nextAlias() {
+  std::string alias;
+  do {
+    alias = "T" + std::to_string(++aliases_);
+  } while (statement_.table && equalsIgnoringCase(alias, statement_.table->storedName));
+  return alias;
+}
+
+void Resolver::resolveTypeName(SqlType& type, const QualifiedName& name) {
+  if (!name.name.empty()) {
+    const DistinctType* distinct = catalog_.findType(name.schema, name.name);
+    if (!distinct) throw SqlError(-204, {display(name)});
+    type.kind = distinct->source.kind;
+    type.length = distinct->source.length;
+    type.scale = distinct->source.scale;
+    type.distinctSchema = distinct->schema;
+    type.distinctName = distinct->name;
+  }
+  checkGraphic(type);
+}
+
+void Resolver::checkGraphic(const SqlType& type) const {
+  if (isGraphic(type.kind) && !supportsGraphic(catalog_.codePage())) {
+    throw SqlError(-1216, {std::to_string(catalog_.codePage())});
+  }
+}
+
+// ---------------------------------------------------------------- INSERT
+
+void Resolver::resolveInsert() {
+  const Table& table = findChangeableTable(statement_.name, "INSERT");
+  statement_.table = &table;
+  fillInsertColumns(table);
+  Columns target;
+  for (const int index : statement_.insertColumnIndexes) {
+    target.push_back(outputColumn(table.columns[static_cast<size_t>(index)]));
+  }
+  Query& query = *statement_.query;
+  resolveQuery(query, nullptr, &target);
+  if (query.columns.size() != target.size()) throw SqlError(-117);
+  for (size_t i = 0; i < target.size(); ++i) {
+    settleColumn(query, i, target[i].type);
+    if (query.kind == QueryKind::Values) {
+      for (const auto& row : query.rows) checkAssignable(*row[i], target[i]);
+    } else {
+      const bool constant =
+          query.kind == QueryKind::Select && isConstantOrMarker(*query.items[i].expr);
+      checkAssignable(query.columns[i].type, constant, target[i]);
+    }
+  }
+}
+
+void Resolver::fillInsertColumns(const Table& table) {
+  std::vector<std::string>& names = statement_.insertColumns;
+  if (names.empty()) {
+    for (const Column& column : table.columns) names.push_back(column.name);
+  }
+  std::vector<bool> taken(table.columns.size());
+  for (const std::string& name : names) {
+    const int index = table.columnIndex(name);
+    if (index < 0) throw SqlError(-206, {name});
+    const auto position = static_cast<size_t>(index);
+    if (taken[position]) throw SqlError(-121, {name});
+    taken[position] = true;
+    statement_.insertColumnIndexes.push_back(index);
+  }
+}
+
+// ---------------------------------------------------------------- UPDATE, DELETE
+
+void Resolver::resolveTarget(std::string_view action) {
+  const Table& table = findChangeableTable(statement_.name, action);
+  statement_.table = &table;
+  TableRef& target = *statement_.target;
+  target.name.resolvedSchema = table.schema;
+  target.table = &table;
+  target.alias = table.storedName;
+  for (const Column& column : table.columns) target.columns.push_back(outputColumn(column));
+}
+
+void Resolver::resolveUpdate() {
+  resolveTarget("UPDATE");
+  Scope scope;
+  scope.tables.push_back(statement_.target.get());
+  std::vector<bool> taken(statement_.table->columns.size());
+  for (Assignment& assignment : statement_.assignments) {
+    assignment.columnIndex = statement_.table->columnIndex(assignment.column);
+    if (assignment.columnIndex < 0) throw SqlError(-206, {assignment.column});
+    const auto position = static_cast<size_t>(assignment.columnIndex);
+    if (taken[position]) throw SqlError(-121, {assignment.column});
+    taken[position] = true;
+    if (assignment.value->kind == ExprKind::Default) continue;
+    resolveExpr(assignment.value, scope);
+    assign(assignment.value, statement_.target->columns[position]);
+  }
+  if (statement_.where) resolveExpr(statement_.where, scope);
+}
+
+void Resolver::resolveDelete() {
+  resolveTarget("DELETE");
+  Scope scope;
+  scope.tables.push_back(statement_.target.get());
+  if (statement_.where) resolveExpr(statement_.where, scope);
+}
+
+void Resolver::assign(ExprPtr& value, const OutputColumn& column) {
+  giveType(*value, column.type);
+  checkAssignable(*value, column);
+}
+
+void Resolver::checkAssignable(const Expr& value, const OutputColumn& column) const {
+  if (value.kind == ExprKind::Default || value.kind == ExprKind::Null) return;
+  checkAssignable(value.type, isConstantOrMarker(value), column);
+}
+
+// A distinct type takes its own values, values of its source type, and constants and markers that
+// its source type takes.
+void Resolver::checkAssignable(const SqlType& type, bool constant,
+                               const OutputColumn& column) const {
+  bool fits = baseAssignable(column.type, type, unicode());
+  if (!sameDistinct(type, column.type)) {
+    const bool sourceType = varyingType(type).kind == varyingType(column.type).kind;
+    fits = fits && !type.isDistinct() && (sourceType || constant);
+  }
+  if (!fits) throw SqlError(-408, {column.name});
+}
+
+// ---------------------------------------------------------------- CALL
+
+void Resolver::resolveCall() {
+  QualifiedName& name = statement_.name;
+  std::vector<ExprPtr>& arguments = statement_.callArguments;
+  const Procedure* procedure = catalog_.findProcedure(name.schema, name.name, arguments.size());
+  if (!procedure) {
+    throw SqlError(-440, {name.schema.empty() ? name.name : name.schema + "." + name.name});
+  }
+  statement_.routine = procedure;
+  name.resolvedSchema = procedure->schema;
+  Scope scope;
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    const ParameterDefinition& parameter = procedure->parameters[i];
+    resolveExpr(arguments[i], scope);
+    if (parameter.mode != ParameterDefinition::Mode::In && arguments[i]->kind != ExprKind::Marker) {
+      throw SqlError(-469, {procedure->name, std::to_string(i + 1)});
+    }
+    assign(arguments[i], {parameter.name, parameter.type});
+  }
+}
+
+}  // namespace orv

@@ -1,0 +1,151 @@
+// The resolver behind resolve(). One class holds the statement, the catalog and the counters; its
+// members are spread over resolver.cpp (statements that change rows, CALL), resolver_query.cpp,
+// resolver_expression.cpp, resolver_typing.cpp (markers, nulls and operands that must agree),
+// resolver_function.cpp, resolver_table.cpp (table definitions) and resolver_object.cpp (other
+// DDL).
+//
+// A marker or NULL has the type Unknown until its context gives it one: an expression is resolved
+// first, and whoever needs its type then calls giveType() on it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "server/catalog/catalog.h"
+#include "server/sql/ast.h"
+#include "server/sql/functions.h"
+
+namespace orv {
+
+// The tables whose columns an expression may name, and those of the queries around it.
+struct Scope {
+  const Scope* outer = nullptr;
+  std::vector<TableRef*> tables;
+  size_t firstVisible = 0;  // ON sees the tables of its own join only
+  bool aggregatesAllowed = false;
+  bool inAggregate = false;
+  bool hasAggregate = false;
+};
+
+class Resolver {
+ public:
+  Resolver(Statement& statement, const Catalog& catalog)
+      : statement_(statement), catalog_(catalog) {}
+  void run();
+
+ private:
+  // The columns of the target of INSERT: what its values are called and typed by.
+  using Columns = std::vector<OutputColumn>;
+
+  // ---- names
+  const Table& findTable(QualifiedName& name);
+  const Table& findChangeableTable(QualifiedName& name, std::string_view action);
+  const std::string& schemaOf(const QualifiedName& name) const;
+  std::string display(const QualifiedName& name) const;
+  std::string nextAlias();
+  void resolveTypeName(SqlType& type, const QualifiedName& name);
+  void checkGraphic(const SqlType& type) const;
+  bool unicode() const { return catalog_.codePage() == 1208; }
+
+  // ---- statements that change rows
+  void resolveInsert();
+  void fillInsertColumns(const Table& table);
+  void resolveUpdate();
+  void resolveDelete();
+  void resolveTarget(std::string_view action);
+  void resolveCall();
+  void assign(ExprPtr& value, const OutputColumn& column);
+  void checkAssignable(const Expr& value, const OutputColumn& column) const;
+  void checkAssignable(const SqlType& type, bool constant, const OutputColumn& column) const;
+
+  // ---- queries
+  void resolveQuery(Query& query, const Scope* outer, const Columns* target = nullptr);
+  void resolveSelect(Query& query, const Scope* outer, const Columns* target);
+  void resolveValues(Query& query, const Scope* outer, const Columns* target);
+  void resolveSetOperation(Query& query, const Scope* outer, const Columns* target);
+  void resolveFrom(TableRef& table, Scope& scope, const Columns* target);
+  void resolveJoin(TableRef& join, Scope& scope);
+  void resolveDerived(TableRef& table, const Scope* outer, const Columns* target);
+  void expandStars(Query& query, const Scope& scope);
+  void addStarColumns(const SelectItem& item, const Scope& scope, std::vector<SelectItem>& items);
+  void resolveOrderBy(Query& query, Scope* scope);
+  void resolveOrderItem(Query& query, OrderItem& item, Scope* scope);
+  int outputColumnNamed(const Query& query, std::string_view name) const;
+  void checkGrouping(const Query& query, const Scope& scope) const;
+  void rejectLargeObjects(const std::vector<OutputColumn>& columns) const;
+  void settleColumn(Query& query, size_t column, const SqlType& type);
+  void convertColumn(Query& query, size_t column, const SqlType& type);
+  void settleRest(Query& query);
+
+  // ---- expressions
+  void resolveArgs(Expr& expr, Scope& scope);
+  void resolveExpr(ExprPtr& expr, Scope& scope);
+  void resolveColumn(Expr& expr, const Scope& scope) const;
+  bool findColumn(Expr& expr, const Scope& scope) const;
+  bool names(const TableRef& table, std::string_view schema, std::string_view name) const;
+  void resolveRegister(Expr& expr) const;
+  void resolveNegate(Expr& expr);
+  void resolveArithmetic(Expr& expr);
+  void resolveConcat(Expr& expr);
+  void resolveLike(Expr& expr);
+  void resolveQueryExpr(Expr& expr, Scope& scope);
+  void resolveCase(Expr& expr, Scope& scope);
+  void resolveCast(Expr& expr);
+
+  // ---- typing
+  void giveType(Expr& expr, const SqlType& type);
+  void giveTypeToArgs(Expr& expr, const SqlType& type);
+  void requireType(Expr& expr);
+  void compareAll(Expr& expr, std::string_view op, size_t first, size_t step = 1);
+  void checkComparable(const Expr& a, const Expr& b, std::string_view op) const;
+  SqlType combine(const std::vector<ExprPtr*>& values, int sqlcode,
+                  const std::vector<std::string>& tokens);
+  void convertTo(ExprPtr& expr, const SqlType& type) const;
+
+  // ---- functions
+  void resolveFunction(ExprPtr& expr, Scope& scope);
+  void resolveStripSide(Expr& expr) const;
+  void checkArguments(Expr& expr, const BuiltInFunction& function);
+  void resolveAggregate(Expr& expr, const BuiltInFunction& function, Scope& scope);
+  void resolveTypeFunction(Expr& expr, Scope& scope);
+  void typeResult(Expr& expr, const BuiltInFunction& function);
+  SqlType resultType(Expr& expr, const BuiltInFunction& function);
+  void turnIntoCast(Expr& expr, const BuiltInFunction& function);
+  int64_t constantArgument(const Expr& expr, size_t index) const;
+
+  // ---- definitions
+  void resolveCreateTable();
+  void resolveAlterTable();
+  void resolveColumnDefinitions();
+  void resolveDefault(ColumnDefinition& column);
+  void addDefinitions(Table& table) const;
+  void addKey(Table& table, const KeyDefinition& key) const;
+  std::vector<int> keyColumns(const Table& table, const std::vector<std::string>& columns) const;
+  void resolveForeignKeys(const Table& self);
+  void resolveForeignKey(const Table& self, const std::vector<std::string>& columns,
+                         QualifiedName& parentName, std::vector<std::string>& parentColumns,
+                         const std::string& constraint);
+  void resolveChecks(const Table& self);
+  void resolveCreateIndex();
+  void resolveDropIndex();
+  void resolveDropTable();
+  void resolveCreateType();
+  void resolveDropType();
+  void resolveCreateSchema();
+  void resolveCreateProcedure();
+  void resolveDropProcedure();
+  std::string freeSpecificName(const ProcedureDefinition& procedure) const;
+  void requireSchemaOfUsers(const std::string& schema, const QualifiedName& object) const;
+  void resolveNamed(bool exists, bool wanted, std::string_view type) const;
+
+  Statement& statement_;
+  const Catalog& catalog_;
+  int aliases_ = 0;
+};
+
+// The same value wherever both can be evaluated: equal columns, constants and operators.
+bool sameExpr(const Expr& a, const Expr& b);
+bool isConstantOrMarker(const Expr& expr);
+
+}  // namespace orv

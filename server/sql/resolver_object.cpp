@@ -1,0 +1,107 @@
+// Definitions of types, schemas, table spaces and procedures.
+#include <algorithm>
+
+#include "server/sql/resolver_impl.h"
+#include "server/sql/sql_error.h"
+
+namespace orv {
+
+// Schemas of the system take no objects of users.
+void Resolver::requireSchemaOfUsers(const std::string& schema, const QualifiedName& object) const {
+  if (schema.starts_with("SYS")) throw SqlError(-553, {display(object)});
+}
+
+// An object with one-part name: `exists` must be as `wanted`.
+void Resolver::resolveNamed(bool exists, bool wanted, std::string_view type) const {
+  if (exists == wanted) return;
+  if (wanted) throw SqlError(-204, {statement_.name.name});
+  throw SqlError(-601, {statement_.name.name, std::string(type)});
+}
+
+void Resolver::resolveCreateSchema() {
+  if (statement_.name.name.starts_with("SYS")) throw SqlError(-553, {statement_.name.name});
+  resolveNamed(catalog_.schemaExists(statement_.name.name), false, "SCHEMA");
+}
+
+void Resolver::resolveCreateType() {
+  QualifiedName& name = statement_.name;
+  name.resolvedSchema = schemaOf(name);
+  requireSchemaOfUsers(name.resolvedSchema, name);
+  checkGraphic(statement_.sourceType);
+  if (catalog_.findType(name.resolvedSchema, name.name)) {
+    throw SqlError(-601, {display(name), "DISTINCT TYPE"});
+  }
+}
+
+void Resolver::resolveDropType() {
+  QualifiedName& name = statement_.name;
+  const DistinctType* type = catalog_.findType(name.schema, name.name);
+  if (!type) throw SqlError(-204, {display(name)});
+  name.resolvedSchema = type->schema;
+}
+
+// ---------------------------------------------------------------- procedures
+
+// Procedures of one name differ in their number of parameters.
+void Resolver::resolveCreateProcedure() {
+  ProcedureDefinition& procedure = statement_.procedure;
+  const std::string& schema = schemaOf(procedure.name);
+  procedure.name.resolvedSchema = schema;
+  statement_.name.resolvedSchema = schema;
+  requireSchemaOfUsers(schema, procedure.name);
+  if (!procedure.specificSchema.empty() && procedure.specificSchema != schema) {
+    throw SqlError(-455, {procedure.specificSchema, schema});
+  }
+  for (ParameterDefinition& parameter : procedure.parameters) {
+    resolveTypeName(parameter.type, parameter.typeName);
+  }
+  const std::string& external = procedure.externalName;
+  const size_t mark = external.find('!');
+  if (mark == 0 || mark == std::string::npos || mark + 1 == external.size()) {
+    throw SqlError(-449, {display(procedure.name)});
+  }
+  if (catalog_.findProcedure(schema, procedure.name.name, procedure.parameters.size())) {
+    throw SqlError(-454, {display(procedure.name)});
+  }
+  if (procedure.specific.empty()) {
+    procedure.specific = freeSpecificName(procedure);
+  } else if (catalog_.findSpecificProcedure(schema, procedure.specific)) {
+    throw SqlError(-601, {schema + "." + procedure.specific, "PROCEDURE"});
+  }
+}
+
+// The procedure's own name, with a number behind it when that is taken.
+std::string Resolver::freeSpecificName(const ProcedureDefinition& procedure) const {
+  const std::string& schema = procedure.name.resolvedSchema;
+  std::string name = procedure.name.name;
+  for (int number = 1; catalog_.findSpecificProcedure(schema, name); ++number) {
+    name = procedure.name.name + std::to_string(number);
+  }
+  return name;
+}
+
+void Resolver::resolveDropProcedure() {
+  QualifiedName& name = statement_.name;
+  if (statement_.specific) {
+    statement_.routine = catalog_.findSpecificProcedure(schemaOf(name), name.name);
+  } else {
+    for (ParameterDefinition& parameter : statement_.dropSignature) {
+      resolveTypeName(parameter.type, parameter.typeName);
+    }
+    for (const Procedure* candidate : catalog_.proceduresNamed(name.schema, name.name)) {
+      const bool same =
+          !statement_.dropSignatureGiven ||
+          std::ranges::equal(candidate->parameters, statement_.dropSignature,
+                             [](const ParameterDefinition& a, const ParameterDefinition& b) {
+                               return sameType(a.type, b.type);
+                             });
+      if (!same) continue;
+      if (statement_.routine) throw SqlError(-476, {display(name)});
+      statement_.routine = candidate;
+    }
+  }
+  if (!statement_.routine) throw SqlError(-204, {display(name)});
+  name.resolvedSchema = statement_.routine->schema;
+}
+
+}  // namespace orv
