@@ -1,0 +1,226 @@
+#include "orvxml/validation.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/leak_suppressions.h"
+#include "tests/support/temporary_folder.h"
+
+namespace orvxml {
+namespace {
+
+using test::TemporaryFolder;
+
+struct Verdict {
+  int valid = -1;
+  std::string sqlState;
+  std::string message;
+};
+
+class ValidationTest : public testing::Test {
+ protected:
+  ValidationTest() { context_.callFrom = CALL_FROM_STP; }
+
+  Verdict byDtd(std::string document, const char* dtd, bool documentInMemory = true,
+                bool dtdInMemory = true, std::string id = "order.dtd") {
+    Verdict verdict;
+    char msg[kMessageSize] = "old";
+    char state[kSqlStateSize] = "old";
+    std::string dtdText = dtd ? dtd : "";
+    verdict.valid =
+        qrkValidate(&context_, document.data(), documentInMemory, 0, dtd ? dtdText.data() : nullptr,
+                    0, id.data(), state, msg, dtdInMemory);
+    verdict.sqlState = state;
+    verdict.message = msg;
+    return verdict;
+  }
+
+  Verdict bySchema(std::string document, const std::string& schema) {
+    Verdict verdict;
+    char msg[kMessageSize] = "old";
+    char state[kSqlStateSize] = "old";
+    std::u16string location(schema.begin(), schema.end());
+    verdict.valid =
+        qrkValidateSchema(&context_, document.data(), 1, 0, location.data(), state, msg);
+    verdict.sqlState = state;
+    verdict.message = msg;
+    return verdict;
+  }
+
+  // An invalid document: `part` stands in the message.
+  static void expectRejected(const Verdict& verdict, const std::string& part) {
+    EXPECT_EQ(verdict.valid, 0);
+    EXPECT_EQ(verdict.sqlState, "38X13");
+    EXPECT_EQ(verdict.message.substr(0, 8), "QRKQ047E");
+    EXPECT_NE(verdict.message.find(part), std::string::npos) << verdict.message;
+  }
+  static void expectValid(const Verdict& verdict) {
+    EXPECT_EQ(verdict.valid, 1) << verdict.message;
+    EXPECT_EQ(verdict.sqlState, "00000");
+    EXPECT_EQ(verdict.message, "");
+  }
+
+  QrkStruct context_{};
+  TemporaryFolder folder_;
+};
+
+constexpr char kDtd[] =
+    "<!ELEMENT a (b*)>\n<!ATTLIST a x CDATA #IMPLIED>\n<!ELEMENT b (#PCDATA)>\n";
+constexpr char kDoctype[] = "<!DOCTYPE a SYSTEM 'nowhere/order.dtd'>\n";
+
+TEST_F(ValidationTest, DocumentsAreJudgedByTheSuppliedDtd) {
+  struct Case {
+    const char* label;
+    std::string document;
+    const char* dtd;
+    const char* rejectedFor;  // null: valid
+  };
+  const std::string nested = std::string(kDoctype) + [] {
+    std::string open, close;
+    for (int i = 0; i < 2000; ++i) open += "<a>", close += "</a>";
+    return open + close;
+  }();
+  const Case cases[] = {
+      {"valid", std::string(kDoctype) + "<a x='1'><b>t</b></a>", kDtd, nullptr},
+      {"undeclared element", std::string(kDoctype) + "<a>\n  <c/></a>", kDtd,
+       "line 3 column 5: no declaration found for element 'c'"},
+      {"undeclared attribute", std::string(kDoctype) + "<a y='1'/>", kDtd, "line 2"},
+      {"malformed", std::string(kDoctype) + "<a><b></a>", kDtd, "line 2 column 9: "},
+      {"no DOCTYPE, no grammar", "<a/>", kDtd, "line 1"},
+      {"malformed DTD", std::string(kDoctype) + "<a/>", "<!ELEMENT a", "line 1"},
+      {"the document's own reference to a file of the system",
+       "<!DOCTYPE a SYSTEM 'file:///etc/passwd'><a/>", kDtd, nullptr},
+      {"the network", "<!DOCTYPE a SYSTEM 'http://127.0.0.1:1/a.dtd'><a/>", kDtd, nullptr},
+      {"a DTD that reads itself", std::string(kDoctype) + "<a/>",
+       "<!ENTITY % m SYSTEM 'm.mod'>%m;<!ELEMENT a EMPTY>", "line 1"},
+      {"no DTD: the internal subset counts",
+       "<!DOCTYPE a SYSTEM 'nowhere.dtd' [<!ELEMENT a EMPTY>]><a/>", nullptr, nullptr},
+      {"no DTD: invalid by the internal subset", "<!DOCTYPE a [<!ELEMENT a EMPTY>]><a><b/></a>",
+       nullptr, "line 1"},
+      {"no DTD at all", "<a/>", nullptr, "line 1"},
+      {"nested too deeply", nested, "<!ELEMENT a (a*)>", "nested too deeply"},
+      {"entities that explode",
+       "<!DOCTYPE a [<!ELEMENT a (#PCDATA)><!ENTITY b 'xxxxxxxxxx'>"
+       "<!ENTITY c '&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;'><!ENTITY d '&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;'>"
+       "<!ENTITY e '&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;'><!ENTITY f '&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;'>"
+       "<!ENTITY g '&f;&f;&f;&f;&f;&f;&f;&f;&f;&f;'><!ENTITY h '&g;&g;&g;&g;&g;&g;&g;&g;&g;&g;'>"
+       "]><a>&h;</a>",
+       nullptr, "entit"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    const Verdict verdict = byDtd(c.document, c.dtd);
+    if (c.rejectedFor) {
+      expectRejected(verdict, c.rejectedFor);
+    } else {
+      expectValid(verdict);
+    }
+  }
+}
+
+TEST_F(ValidationTest, FilesHoldDocumentAndDtd) {
+  const std::string document = folder_.write("d.xml", std::string(kDoctype) + "<a><b/></a>");
+  const std::string dtd = folder_.write("order.dtd", kDtd);
+  expectValid(byDtd(document, dtd.c_str(), false, false));
+  expectRejected(byDtd(document, folder_.path("none.dtd").c_str(), false, false), "");
+  for (const std::string& name : {folder_.path("none.xml"), folder_.path()}) {
+    const Verdict missing = byDtd(name, kDtd, false);
+    EXPECT_EQ(missing.valid, 0);
+    EXPECT_EQ(missing.sqlState, "38X01");
+    EXPECT_EQ(missing.message, "QRKC001E  The specified file is not found.\n");
+  }
+}
+
+TEST_F(ValidationTest, AnUnreadableDtdIdRejectsTheDocumentUnread) {
+  const Verdict verdict = byDtd("<a", kDtd, true, true, "\xFF\xFE");
+  EXPECT_EQ(verdict.valid, 0);
+  EXPECT_EQ(verdict.sqlState, "00000");
+  EXPECT_EQ(verdict.message, "QRKD000E  An invalid XML document is rejected.\n");
+}
+
+TEST_F(ValidationTest, NoFileThatTheDocumentNamesIsRead) {
+  const std::string secret = folder_.write("secret.txt", "secret");
+  const std::string document =
+      "<!DOCTYPE a [<!ELEMENT a (#PCDATA)><!ENTITY s SYSTEM '" + secret + "'>]><a>&s;</a>";
+  expectRejected(byDtd(document, nullptr), "");
+  const std::string schema = folder_.write("a.xsd",
+                                           "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>"
+                                           "<xs:element name='a' type='xs:string'/></xs:schema>");
+  expectRejected(bySchema("<!DOCTYPE a [<!ENTITY s SYSTEM '" + secret + "'>]><a>&s;</a>", schema),
+                 "");
+}
+
+std::string schemaText(const std::string& body) {
+  return "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>" + body + "</xs:schema>";
+}
+
+TEST_F(ValidationTest, DocumentsAreJudgedByTheNamedSchema) {
+  const std::string schema = folder_.write(
+      "sub/a.xsd",
+      schemaText("<xs:include schemaLocation='types/amount.xsd'/><xs:element name='a'>"
+                 "<xs:complexType><xs:sequence><xs:element name='n' type='Amount' "
+                 "maxOccurs='unbounded'/></xs:sequence></xs:complexType></xs:element>"));
+  folder_.write("sub/types/amount.xsd",
+                schemaText("<xs:simpleType name='Amount'><xs:restriction base='xs:integer'>"
+                           "<xs:maxInclusive value='9'/></xs:restriction></xs:simpleType>"));
+  const std::string other =
+      folder_.write("other.xsd", schemaText("<xs:element name='other' type='xs:string'/>"));
+  struct Case {
+    const char* label;
+    std::string document;
+    const char* rejectedFor;
+  };
+  const std::string instance = " xmlns:i='http://www.w3.org/2001/XMLSchema-instance'";
+  const Case cases[] = {
+      {"valid", "<a><n>1</n><n>9</n></a>", nullptr},
+      {"a value out of range", "<a>\n<n>10</n></a>", "line 2"},
+      {"an element out of place", "<a><m/></a>", "line 1"},
+      {"another root", "<b/>", "line 1"},
+      {"a root of another name space", "<a xmlns='urn:x'><n>1</n></a>", "line 1"},
+      {"malformed", "<a><n>1</n>", "line 1"},
+      {"the DOCTYPE's DTD stays closed",
+       "<!DOCTYPE a SYSTEM 'http://127.0.0.1:1/a.dtd'><a><n>1</n></a>", nullptr},
+      {"the document's hint at another schema",
+       "<other" + instance + " i:noNamespaceSchemaLocation='" + other + "'/>", "line 1"},
+      {"the document's hint for another name space",
+       "<x:other xmlns:x='urn:x'" + instance + " i:schemaLocation='urn:x " + other + "'/>",
+       "line 1"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    const Verdict verdict = bySchema(c.document, schema);
+    if (c.rejectedFor) {
+      expectRejected(verdict, c.rejectedFor);
+    } else {
+      expectValid(verdict);
+    }
+  }
+}
+
+TEST_F(ValidationTest, SchemasReachNoFurtherThanTheirFolder) {
+  folder_.write("amount.xsd", schemaText("<xs:simpleType name='Amount'><xs:restriction "
+                                         "base='xs:integer'/></xs:simpleType>"));
+  const std::string outside = folder_.path("amount.xsd");
+  for (const std::string& location : {std::string("../amount.xsd"), outside, "file://" + outside,
+                                      std::string("http://h/a.xsd")}) {
+    const std::string schema =
+        folder_.write("sub/a.xsd", schemaText("<xs:include schemaLocation='" + location +
+                                              "'/><xs:element name='a' type='Amount'/>"));
+    SCOPED_TRACE(location);
+    expectRejected(bySchema("<a>1</a>", schema), "Amount");
+  }
+}
+
+TEST_F(ValidationTest, WithoutItsSchemaNoDocumentIsValid) {
+  const Verdict missing = bySchema("<a/>", folder_.path("none.xsd"));
+  EXPECT_EQ(missing.valid, 0);
+  EXPECT_EQ(missing.sqlState, "38X01");
+  EXPECT_EQ(missing.message, "QRKC001E  The specified file is not found.\n");
+  for (const char* text : {"", "no schema", "<xs:schema xmlns:xs='urn:x'/>"}) {
+    expectRejected(bySchema("<a/>", folder_.write("bad.xsd", text)), "");
+  }
+}
+
+}  // namespace
+}  // namespace orvxml
