@@ -1,6 +1,6 @@
 // The encoding name that XML declarations use for a code page.
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,17 +17,38 @@ struct EncodingName {
   const char16_t* name;  // null: the converter's own name
 };
 
-// The first row of a code page counts.
-constexpr std::array<EncodingName, 29> kEncodingNames{{
-    {1208, u"UTF-8"},     {-1, u"UTF-16"},      {367, u"us-ascii"},   {819, u"iso-8859-1"},
-    {850, nullptr},       {1252, nullptr},      {1250, nullptr},      {1251, nullptr},
-    {1254, nullptr},      {1255, nullptr},      {1256, nullptr},      {1257, nullptr},
-    {37, nullptr},        {1383, u"GB2312"},    {943, u"Shift_JIS"},  {932, u"Shift_JIS"},
-    {950, u"Big5"},       {970, u"EUC-KR"},     {954, u"EUC-JP"},     {33722, u"EUC-JP"},
-    {964, u"EUC-TW"},     {912, u"iso-8859-2"}, {915, u"iso-8859-5"}, {1089, u"iso-8859-6"},
-    {813, u"iso-8859-7"}, {916, u"iso-8859-8"}, {920, u"iso-8859-9"}, {1046, u"cp1046"},
-    {-2, nullptr},
-}};
+// clang-format off
+constexpr EncodingName kEncodingNames[] = {
+    {1208, u"UTF-8"},
+    {-1, u"UTF-16"},
+    {367, u"us-ascii"},
+    {819, u"iso-8859-1"},
+    {850, nullptr},
+    {1252, nullptr},
+    {1250, nullptr},
+    {1251, nullptr},
+    {1254, nullptr},
+    {1255, nullptr},
+    {1256, nullptr},
+    {1257, nullptr},
+    {37, nullptr},
+    {1383, u"GB2312"},
+    {943, u"Shift_JIS"},
+    {932, u"Shift_JIS"},
+    {950, u"Big5"},
+    {970, u"EUC-KR"},
+    {954, u"EUC-JP"},
+    {33722, u"EUC-JP"},
+    {964, u"EUC-TW"},
+    {912, u"iso-8859-2"},
+    {915, u"iso-8859-5"},
+    {1089, u"iso-8859-6"},
+    {813, u"iso-8859-7"},
+    {916, u"iso-8859-8"},
+    {920, u"iso-8859-9"},
+    {1046, u"cp1046"},
+};
+// clang-format on
 
 struct CloseConverter {
   void operator()(UConverter* converter) const { ucnv_close(converter); }
@@ -35,11 +56,10 @@ struct CloseConverter {
 using Converter = std::unique_ptr<UConverter, CloseConverter>;
 
 const EncodingName* findRow(int32_t codePage) {
-  const auto end = kEncodingNames.end() - 1;
-  const auto row = std::find_if(kEncodingNames.begin(), end, [&](const EncodingName& entry) {
-    return entry.codePage == codePage;
-  });
-  return row == end ? nullptr : &*row;
+  const auto* row =
+      std::find_if(std::begin(kEncodingNames), std::end(kEncodingNames),
+                   [&](const EncodingName& entry) { return entry.codePage == codePage; });
+  return row == std::end(kEncodingNames) ? nullptr : row;
 }
 
 // The converter's name for a code page, or null. The converter of the database has it at hand.
