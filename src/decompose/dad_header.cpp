@@ -1,4 +1,4 @@
-#include "dad_header.h"
+#include "src/decompose/dad_header.h"
 
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>

@@ -1,8 +1,8 @@
-#include "dad_plan.h"
+#include "src/decompose/dad_plan.h"
 
-#include "document_names.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/row_extraction.h"
+#include "src/decompose/document_names.h"
 
 namespace orvxml {
 

@@ -1,4 +1,4 @@
-#include "document_names.h"
+#include "src/decompose/document_names.h"
 
 #include "orvxml/code_pages.h"
 

@@ -1,10 +1,9 @@
-#include "driver.h"
+#include "src/decompose/driver.h"
 
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
-#include "dad_header.h"
 #include "orvxml/catalog_queries.h"
 #include "orvxml/cli_handles.h"
 #include "orvxml/code_pages.h"
@@ -16,6 +15,7 @@
 #include "orvxml/target_table.h"
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
+#include "src/decompose/dad_header.h"
 
 namespace orvxml {
 
@@ -97,13 +97,13 @@ class Decomposition {
 };
 
 int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled) {
-  rel_.hdbc = hdbc;
   if (int code = parseDad(dad, dadFlag)) return code;
   if (int code = readDadHeader(ctx_, dad_, header_, msg_)) return code;
   if (header_.validate) {
     if (int code = validate(doc)) return code;
   }
   if (int code = buildMapping()) return code;
+  rel_.hdbc = hdbc;
   if (int code = parseDocument(doc)) return code;
   if (notEnabled == 1) {
     if (int code = checkTables()) return code;

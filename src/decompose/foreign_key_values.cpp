@@ -1,4 +1,4 @@
-#include "foreign_key_values.h"
+#include "src/decompose/foreign_key_values.h"
 
 #include <cstdio>
 

@@ -11,7 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "document_names.h"
+#include "src/decompose/document_names.h"
 
 namespace orvxml {
 

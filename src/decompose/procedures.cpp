@@ -6,10 +6,10 @@
 #include <cstring>
 #include <memory>
 
-#include "driver.h"
 #include "orvxml/buffer.h"
 #include "orvxml/procedure_frame.h"
 #include "orvxml/trace.h"
+#include "src/decompose/driver.h"
 
 namespace orvxml {
 

@@ -4,12 +4,12 @@
 #include <cstring>
 #include <string>
 
-#include "dad_plan.h"
-#include "foreign_key_values.h"
 #include "orvxml/target_table.h"
 #include "orvxml/trace.h"
-#include "row_insert.h"
-#include "table_rows.h"
+#include "src/decompose/dad_plan.h"
+#include "src/decompose/foreign_key_values.h"
+#include "src/decompose/row_insert.h"
+#include "src/decompose/table_rows.h"
 
 namespace orvxml {
 

@@ -1,4 +1,4 @@
-#include "row_insert.h"
+#include "src/decompose/row_insert.h"
 
 #include "orvxml/trace.h"
 

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "row_list.h"
+#include "src/decompose/row_list.h"
 
 namespace orvxml {
 

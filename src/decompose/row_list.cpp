@@ -1,4 +1,4 @@
-#include "row_list.h"
+#include "src/decompose/row_list.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "table_rows.h"
+#include "src/decompose/table_rows.h"
 
 #include <cstdlib>
 #include <memory>

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "dad_plan.h"
-#include "foreign_key_values.h"
-#include "row_list.h"
+#include "src/decompose/dad_plan.h"
+#include "src/decompose/foreign_key_values.h"
+#include "src/decompose/row_list.h"
 
 namespace orvxml {
 

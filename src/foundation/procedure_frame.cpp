@@ -14,9 +14,26 @@ int beginCall(Call& call) {
   return 0;
 }
 
+namespace {
+
+// The message of a failure that brought none: the one of its code when that stands without
+// arguments, else an internal error.
+void giveMessage(Call& call, const ProcedureInfo& info, int code) {
+  const Report report{&call.ctx, call.msg};
+  for (int i = 1; i < kMessageCount; ++i) {
+    const auto row = static_cast<size_t>(i);
+    if (qrkErrCodeTable[row] != code || std::strchr(qrkMsgTable[row], '%')) continue;
+    fail(report, static_cast<Msg>(i));
+    return;
+  }
+  failInternal(report, info.module, __LINE__);
+}
+
+}  // namespace
+
 int settleOutcome(Call& call, const ProcedureInfo& info, int code) {
   if (code >= 0) return report(Report{&call.ctx, call.msg}, info.success);
-  if (*call.msg == '\0') failInternal(Report{&call.ctx, call.msg}, info.module, __LINE__);
+  if (*call.msg == '\0') giveMessage(call, info, code);
   return code;
 }
 

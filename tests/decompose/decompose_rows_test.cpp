@@ -1,0 +1,186 @@
+// Which rows come out of which document, what stays behind after a failure, and that nothing else
+// does.
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+
+#include "orvxml/row_extraction.h"
+#include "orvxml/trace.h"
+#include "tests/decompose/mapping_texts.h"
+#include "tests/support/decompose_calls.h"
+#include "tests/support/temporary_folder.h"
+
+namespace orvxml::test {
+namespace {
+
+const CallOutcome kDone{0, "QRKQ025I  XML decomposed successfully."};
+
+// p holds k and a; c below it holds v and w.
+std::string parentWith(const std::string& content) {
+  return dad(element("p", tables("pc", "p.k = c.k") + attribute("k", column("p", "k")) + content));
+}
+
+TEST(DecomposeRows, ValuesBecomeRows) {
+  const std::string childTexts =
+      element("c", attribute("v", column("c", "v")) + element("w", text(column("c", "w"))));
+  struct {
+    const char* label;
+    std::string dad;
+    const char* document;
+    const char* query;
+    Rows rows;
+  } cases[] = {
+      {"an attribute missing on the top element",
+       parentWith(attribute("a", column("p", "a"))),
+       "<p k='1'/>",
+       "select k, a from p",
+       {{"1", "NULL"}}},
+      {"an attribute missing below the top element",
+       parentWith(element("e", attribute("a", column("p", "a")))),
+       "<p k='1'><e/></p>",
+       "select k, a from p",
+       {{"1", "NULL"}}},
+      {"an empty attribute and an empty text",
+       parentWith(childTexts),
+       "<p k='1'><c v=''><w></w></c></p>",
+       "select k, v, w from c",
+       {{"1", "NULL", "NULL"}}},
+      {"siblings make rows, a later value fills the last one",
+       parentWith(element(
+           "c", element("v", text(column("c", "v"))) + element("w", text(column("c", "w"))))),
+       "<p k='1'><c><w>w0</w><v>v1</v><v>v2</v><w>w2</w></c></p>",
+       "select k, v, w from c order by v",
+       {{"1", "v1", "w0"}, {"1", "v2", "w2"}}},
+      {"another parent begins a row of its own",
+       dad(element("r", tables("pc", "p.k = c.k") +
+                            element("p", attribute("k", column("p", "k")) + childTexts))),
+       "<r><p k='1'><c v='a'/></p><p k='2'><c><w>b</w></c></p></r>",
+       "select k, v, w from c order by k",
+       {{"1", "a", "NULL"}, {"2", "NULL", "b"}}},
+      {"a key is looked for past the table's own elements",
+       dad(element("p", tables("pc", "p.k = c.k") + attribute("k", column("p", "k")) +
+                            element("c", attribute("v", column("c", "v")) +
+                                             element("w", text(column("c", "w")))))),
+       "<p k='1'><c v='a' k='no'><w>b</w></c></p>",
+       "select k, v, w from c",
+       {{"1", "a", "b"}}},
+      {"text, CDATA and text are one value",
+       parentWith(childTexts),
+       "<p k='1'><c><w>a<!-- - -->&lt;<![CDATA[&]]>\xC3\xBC</w></c></p>",
+       "select w from c",
+       {{"a<&\xC3\xBC"}}},
+      {"an instruction of the child's name is no child",
+       parentWith(childTexts),
+       "<p k='1'><?c v='x'?><c v='y'/></p>",
+       "select v from c",
+       {{"y"}}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.label);
+    DecomposeDatabase db;
+    db.runScript(
+        "create table p (k varchar(4), a varchar(4));"
+        "create table c (k varchar(4), v varchar(4), w varchar(5));");
+    EXPECT_EQ(callListForm("qrkShredXML", c.dad, c.document), kDone);
+    EXPECT_EQ(db.rows(c.query), c.rows);
+  }
+}
+
+std::string manyChildren(int count) {
+  std::string document = "<p k='1'>";
+  for (int i = 0; i < count; ++i) document += "<c v='" + std::to_string(i % 1000) + "'/>";
+  return document + "</p>";
+}
+
+TEST(DecomposeRows, OneElementOfTheMappingHoldsAtMostTenThousandTwoHundredFortyRows) {
+  DecomposeDatabase db;
+  db.runScript(kParentAndChild);
+  EXPECT_EQ(callListForm("qrkShredXML", parentAndChild(), manyChildren(QRK_MAX_ROWS)), kDone);
+  EXPECT_EQ(db.rows("select count(*) from c"), (Rows{{"10240"}}));
+  const CallOutcome outcome =
+      callListForm("qrkShredXML", parentAndChild(), manyChildren(QRK_MAX_ROWS + 1));
+  EXPECT_EQ(outcome.code, -124);
+  EXPECT_TRUE(outcome.message.starts_with(
+      "QRKG017E  The limit for QRK_MAX_ROWS has been exceeded in build "))
+      << outcome.message;
+  EXPECT_EQ(db.rows("select count(*) from p"), (Rows{{"2"}}));
+}
+
+TEST(DecomposeRows, RowsBeforeAFailureStayPending) {
+  DecomposeDatabase db;
+  db.runScript(kParentAndChild);
+  db.run("insert into p values ('own', null)");
+  const std::string tooLong = "<p k='1'><c v='x'/><c v='12345'/></p>";
+  EXPECT_EQ(db.call("qrkShredXML", parentAndChild(), tooLong).code, -86);
+  EXPECT_FALSE(db.session().commit().failed());
+  EXPECT_EQ(db.rows("select k from p order by k"), (Rows{{"1"}, {"own"}}));
+  EXPECT_EQ(db.rows("select v from c"), (Rows{{"x"}}));
+
+  EXPECT_EQ(db.call("qrkShredXML", parentAndChild(), "<p k='2'/>"), kDone);
+  EXPECT_FALSE(db.session().rollback().failed());
+  EXPECT_EQ(db.rows("select count(*) from p"), (Rows{{"2"}}));
+}
+
+// A document above the threshold travels through a temporary file, which goes with the call.
+TEST(DecomposeRows, NoTemporaryFileIsLeftBehind) {
+  const TemporaryFolder folder;
+  setenv("ORVQRKTEMP", folder.path().c_str(), 1);
+  const std::string large = manyChildren(9000);
+  ASSERT_GT(large.size(), static_cast<size_t>(kMinFileThreshold));
+  DecomposeDatabase db;
+  db.runScript(kParentAndChild);
+  EXPECT_EQ(callListForm("qrkShredXML", parentAndChild(), large), kDone);
+  EXPECT_EQ(db.rows("select count(*) from c"), (Rows{{"9000"}}));
+  EXPECT_EQ(callListForm("qrkShredXML", parentAndChild(), large + "<").code, -85);
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+  unsetenv("ORVQRKTEMP");
+}
+
+// In a code page with shift states a graphic value has no shift bytes, a character value keeps
+// them.
+TEST(DecomposeRows, GraphicValuesLoseTheirShiftBytes) {
+  constexpr int kStatefulCodePage = 1399;
+  DecomposeDatabase db(kStatefulCodePage);
+  db.run("create table p (k varchar(12), g vargraphic(4), h vargraphic(4))");
+  const std::string mapping =
+      dad(element("p", tables("p") + attribute("k", column("p", "k", "varchar(12)")) +
+                           attribute("g", column("p", "g", "vargraphic(4)")) +
+                           attribute("h", column("p", "h", "vargraphic(4)"))));
+  const std::string value = "\xE6\x97\xA5\xE6\x9C\xAC";
+  EXPECT_EQ(db.call("qrkShredXML", mapping, "<p k='" + value + "' g='" + value + "' h=''/>"),
+            kDone);
+  EXPECT_EQ(db.rows("select k, g, h from p"), (Rows{{value, value, "NULL"}}));
+  EXPECT_EQ(db.rows("select length(k), length(g) from p"), (Rows{{"6", "2"}}));
+}
+
+// The rows are the same while every step is traced.
+TEST(DecomposeRows, TraceShowsTheSteps) {
+  const TemporaryFolder folder;
+  char instance[] = "orvxmltest";
+  char message[kMessageSize];
+  int code = 0;
+  ASSERT_EQ(qrkTraceOn(nullptr, const_cast<char*>(folder.path().c_str()), instance, message, &code),
+            0)
+      << message;
+  DecomposeDatabase db;
+  db.runScript(kParentAndChild);
+  EXPECT_EQ(callListForm("qrkShredXML", parentAndChild(), "<p k='1'><c v='x'/><c v='y'/></p>"),
+            kDone);
+  qrkTraceOff(nullptr, instance, message, &code);
+  EXPECT_EQ(db.rows("select k, v from c order by v"), (Rows{{"1", "x"}, {"1", "y"}}));
+  std::string trace;
+  for (const auto& file : std::filesystem::directory_iterator(folder.path())) {
+    trace += readFile(file.path());
+  }
+  for (const char* line :
+       {"Entered the stored procedure.", "codepage is 1208", "Entered, notEnabled=1",
+        "CLI setup completed.", "call qrkSetRel() returns 0.", "parent_name='p'", "K='1'",
+        "call get_coldata(QRK_ATTRIBUTE) returns 0.", "BindParam#2 K:1:1\n",
+        "call SQLExecute() returns 0.", "stored procedure exits."}) {
+    EXPECT_NE(trace.find(line), std::string::npos) << line;
+  }
+}
+
+}  // namespace
+}  // namespace orvxml::test

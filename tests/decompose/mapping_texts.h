@@ -1,0 +1,44 @@
+// Small DADs for tests, put together from their parts.
+#pragma once
+
+#include <string>
+
+namespace orvxml::test {
+
+inline std::string column(const std::string& table, const std::string& name,
+                          const std::string& type = "varchar(4)") {
+  return "<RDB_node><table name=\"" + table + "\"/><column name=\"" + name + "\" type=\"" + type +
+         "\"/></RDB_node>";
+}
+inline std::string attribute(const std::string& name, const std::string& rdbNode) {
+  return "<attribute_node name=\"" + name + "\">" + rdbNode + "</attribute_node>";
+}
+inline std::string text(const std::string& rdbNode) {
+  return "<text_node>" + rdbNode + "</text_node>";
+}
+inline std::string element(const std::string& name, const std::string& content) {
+  return "<element_node name=\"" + name + "\">" + content + "</element_node>";
+}
+// The tables and their join condition, in front of the mapping of the top element.
+inline std::string tables(const std::string& names, const std::string& condition = "") {
+  std::string node = "<RDB_node>";
+  for (const char name : names) node += std::string("<table name=\"") + name + "\"/>";
+  if (!condition.empty()) node += "<condition>" + condition + "</condition>";
+  return node + "</RDB_node>";
+}
+inline std::string dad(const std::string& topElement, const std::string& header = "") {
+  return "<DAD>" + header + "<Xcollection><root_node>" + topElement +
+         "</root_node></Xcollection></DAD>";
+}
+
+// Parents with their children: p has the attribute k, c below it the attribute v.
+inline const char kParentAndChild[] =
+    "create table p (k varchar(4), a varchar(4));"
+    "create table c (k varchar(4), v varchar(4), w varchar(4));";
+inline std::string parentAndChild(const std::string& header = "") {
+  return dad(element("p", tables("pc", "p.k = c.k") + attribute("k", column("p", "k")) +
+                              element("c", attribute("v", column("c", "v")))),
+             header);
+}
+
+}  // namespace orvxml::test
