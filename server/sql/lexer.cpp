@@ -200,10 +200,17 @@ class Lexer {
       skipDigits();
     }
     size_t next = 0;
-    if (at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(next)))) {
-      malformedNumber(begin);
-    }
+    const bool goesOn = at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(next)));
+    if (goesOn && !(kind == TokenKind::Integer && isLengthUnit())) malformedNumber(begin);
     add(kind, begin, std::string(text_.substr(begin, at_ - begin)));
+  }
+
+  // The K, M or G of a length in parentheses, CLOB(100K).
+  bool isLengthUnit() const {
+    constexpr std::string_view kUnits = "KkMmGg";
+    const size_t after = text_.find_first_not_of(' ', at_ + 1);
+    return kUnits.find(peek()) != std::string_view::npos && after != std::string_view::npos &&
+           text_[after] == ')';
   }
 
   [[noreturn]] void malformedNumber(size_t begin) {

@@ -1,0 +1,131 @@
+// A catalog in memory, filled by the test, for what needs names and types but no database.
+#pragma once
+
+#include <algorithm>
+#include <deque>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "server/catalog/catalog.h"
+#include "server/sql/parser.h"
+
+namespace orv {
+
+class FakeCatalog : public Catalog {
+ public:
+  // Adds a table from "S.T" and column definitions in SQL ("A INTEGER NOT NULL, B CHAR(3)").
+  Table& addTable(const std::string& schema, const std::string& name,
+                  const std::string& definitions) {
+    const auto statement =
+        parseStatement("CREATE TABLE \"" + schema + "\".\"" + name + "\"(" + definitions + ")");
+    Table& table = tables.emplace_back();
+    table.schema = schema;
+    table.name = name;
+    table.storedName = schema == schema_ ? name : schema + "." + name;
+    for (const ColumnDefinition& definition : statement->columns) {
+      Column& column = table.columns.emplace_back();
+      column.name = definition.name;
+      column.type = definition.type;
+      column.type.nullable = !definition.notNull;
+      const DistinctType* distinct = findType(definition.typeName.schema, definition.typeName.name);
+      if (!distinct) continue;
+      column.type = distinct->source;
+      column.type.distinctSchema = distinct->schema;
+      column.type.distinctName = distinct->name;
+    }
+    for (const KeyDefinition& key : statement->keys) {
+      Key added{key.constraint, {}};
+      for (const std::string& column : key.columns) {
+        added.columns.push_back(table.columnIndex(column));
+      }
+      if (key.kind == KeyDefinition::Kind::Primary) table.primaryKey = added;
+      if (key.kind == KeyDefinition::Kind::Unique) table.uniqueKeys.push_back(added);
+    }
+    return table;
+  }
+
+  void addType(const std::string& schema, const std::string& name, SqlType source) {
+    types.push_back({schema, name, source, true});
+  }
+
+  void addProcedure(const std::string& text) {
+    const auto statement = parseStatement(text);
+    Procedure& procedure = procedures.emplace_back();
+    procedure.schema = statement->name.schema;
+    procedure.name = statement->name.name;
+    procedure.specific = statement->procedure.specific;
+    procedure.parameters = statement->procedure.parameters;
+  }
+
+  uint64_t version() const override { return 1; }
+  int codePage() const override { return page; }
+  const std::string& defaultSchema() const override { return schema_; }
+
+  const Table* findTable(std::string_view schema, std::string_view name) const override {
+    return find(tables, schema.empty() ? schema_ : schema, name);
+  }
+  const DistinctType* findType(std::string_view schema, std::string_view name) const override {
+    if (!schema.empty()) return find(types, schema, name);
+    for (const std::string& part : path_) {
+      if (const DistinctType* type = find(types, part, name)) return type;
+    }
+    return nullptr;
+  }
+  const Procedure* findProcedure(std::string_view schema, std::string_view name,
+                                 size_t parameters) const override {
+    for (const Procedure* candidate : proceduresNamed(schema, name)) {
+      if (candidate->parameters.size() == parameters) return candidate;
+    }
+    return nullptr;
+  }
+  const Procedure* findSpecificProcedure(std::string_view schema,
+                                         std::string_view specific) const override {
+    for (const Procedure& procedure : procedures) {
+      if (procedure.schema == schema && procedure.specific == specific) return &procedure;
+    }
+    return nullptr;
+  }
+  std::vector<const Procedure*> proceduresNamed(std::string_view schema,
+                                                std::string_view name) const override {
+    std::vector<const Procedure*> found;
+    for (const Procedure& procedure : procedures) {
+      const bool wanted = schema.empty() || procedure.schema == schema;
+      if (wanted && procedure.name == name) found.push_back(&procedure);
+    }
+    return found;
+  }
+  bool tableSpaceExists(std::string_view name) const override {
+    return tableSpaces.count(std::string(name)) > 0;
+  }
+  bool schemaExists(std::string_view name) const override { return name == schema_; }
+  bool indexExists(std::string_view, std::string_view name) const override {
+    return indexes.count(std::string(name)) > 0;
+  }
+  std::optional<Package> findPackage(std::string_view, std::string_view) const override {
+    return std::nullopt;
+  }
+  const std::vector<std::string>& functionPath() const override { return path_; }
+
+  int page = 1208;
+  std::deque<Table> tables;
+  std::deque<DistinctType> types;
+  std::deque<Procedure> procedures;
+  std::set<std::string> tableSpaces;
+  std::set<std::string> indexes;
+
+ private:
+  template <typename Object>
+  static const Object* find(const std::deque<Object>& objects, std::string_view schema,
+                            std::string_view name) {
+    const auto at = std::ranges::find_if(objects, [&](const Object& object) {
+      return object.schema == schema && object.name == name;
+    });
+    return at == objects.end() ? nullptr : &*at;
+  }
+
+  std::string schema_ = "USER1";
+  std::vector<std::string> path_{"ORVXML", "SYSNTQ", "SYSFUN"};
+};
+
+}  // namespace orv
