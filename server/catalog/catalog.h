@@ -22,6 +22,8 @@ struct Column {
   SqlType type;                     // nullable included
   bool hasDefault = false;
   std::string defaultText;          // ORV SQL text of the default value
+  std::string storedName;           // its name in the engine: differs when names differ in case only
+  std::string storedDefault;        // the default value as the engine's SQL; empty when unknown
 };
 
 struct Key {
@@ -41,6 +43,16 @@ struct ForeignKey {
 struct CheckConstraint {
   std::string name;
   std::string text;
+};
+
+struct Index {
+  std::string schema;
+  std::string name;
+  std::string storedName;
+  std::string tableSchema;
+  std::string tableName;
+  bool unique = false;
+  std::vector<std::pair<std::string, bool>> columns;  // name, descending
 };
 
 struct Table {

@@ -223,28 +223,4 @@ std::string_view datetimeText(std::string_view text, TypeKind kind, std::string&
   return storage;
 }
 
-int64_t dayNumber(const DatetimeParts& parts) {
-  int64_t years = parts.year - 1;
-  int64_t days = years * 365 + years / 4 - years / 100 + years / 400;
-  for (int month = 1; month < parts.month; ++month) days += daysInMonth(parts.year, month);
-  return days + parts.day;
-}
-
-DatetimeParts dateOfDayNumber(int64_t day) {
-  if (day < 1 || day > 3652059) throw SqlError(-183);
-  DatetimeParts parts;
-  parts.year = static_cast<int>((day - 1) / 366) + 1;
-  parts.month = 1;
-  parts.day = 1;
-  DatetimeParts next = parts;
-  for (next.year = parts.year + 1; dayNumber(next) <= day; ++next.year) parts.year = next.year;
-  int64_t left = day - dayNumber(parts);
-  while (left >= daysInMonth(parts.year, parts.month)) {
-    left -= daysInMonth(parts.year, parts.month);
-    ++parts.month;
-  }
-  parts.day = static_cast<int>(left) + 1;
-  return parts;
-}
-
 }  // namespace orv

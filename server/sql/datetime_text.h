@@ -28,9 +28,6 @@ void writeDatetime(const DatetimeParts& parts, TypeKind kind, std::string& out);
 // of `storage`.
 std::string_view datetimeText(std::string_view text, TypeKind kind, std::string& storage);
 
-// Days since 0001-01-01, which is day 1, and back.
-int64_t dayNumber(const DatetimeParts& parts);
-DatetimeParts dateOfDayNumber(int64_t day);
 int daysInMonth(int year, int month);
 
 }  // namespace orv

@@ -1,0 +1,55 @@
+// The content of one database's catalog in memory, as an engine has read it: plain lists, and the
+// lookups over them. It is built once, finished with `index()`, and never changed after that, so
+// that compiled statements may share and keep it.
+#pragma once
+
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "server/catalog/catalog.h"
+
+namespace orv {
+
+class CatalogData {
+ public:
+  int codePage = 1208;
+  std::string defaultSchema = "APP";
+  std::set<std::string, std::less<>> schemas;
+  std::set<std::string, std::less<>> tableSpaces;
+  std::vector<std::unique_ptr<Table>> tables;  // system views included
+  std::vector<std::unique_ptr<Index>> indexes;
+  std::vector<std::unique_ptr<DistinctType>> types;
+  std::vector<std::unique_ptr<Procedure>> procedures;
+  std::vector<Package> packages;
+
+  // Prepares the lookups; call once after filling the lists.
+  void index();
+
+  // Exact schema and name first; then, for objects of other programs, the name in another case.
+  const Table* findTable(std::string_view schema, std::string_view name) const;
+  const Table* findStored(std::string_view storedName) const;
+  const Index* findIndex(std::string_view schema, std::string_view name) const;
+  const DistinctType* findType(std::string_view schema, std::string_view name) const;
+  const Procedure* findProcedure(std::string_view schema, std::string_view name,
+                                 size_t parameters) const;
+  const Procedure* findSpecificProcedure(std::string_view schema, std::string_view specific) const;
+  std::vector<const Procedure*> proceduresNamed(std::string_view schema,
+                                                std::string_view name) const;
+
+ private:
+  std::unordered_map<std::string, const Table*> byName_;
+  std::unordered_map<std::string, const Table*> byFoldedName_;  // of other programs
+  std::unordered_map<std::string, const Table*> byStoredName_;  // folded: the engine ignores case
+};
+
+// Upper case for ASCII letters only, as engines that ignore the case of names compare them.
+std::string foldAscii(std::string_view name);
+
+// A name for the engine that equals none in `taken` (folded names); `taken` gets it.
+std::string uniqueStoredName(std::string_view wanted, std::set<std::string, std::less<>>& taken);
+
+}  // namespace orv

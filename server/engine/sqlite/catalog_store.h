@@ -1,0 +1,45 @@
+// The catalog in the database file. What SQLite does not keep itself (schemas, ORV types, names of
+// constraints, distinct types, procedures, packages, table spaces) stands in tables of our own,
+// whose names begin with "SYSNTQ."; they are made by the first change that needs them, so that a
+// file of another program is only read until then.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "server/catalog/catalog_data.h"
+#include "server/engine/engine.h"
+#include "server/engine/sqlite/connection.h"
+
+namespace orv::sqlite {
+
+// Makes our tables where they are missing.
+void createCatalogTables(sqlite3* database, int codePage, std::string_view defaultSchema);
+bool hasCatalogTables(sqlite3* database);
+// Raised by every change of the catalog; 0 without our tables.
+int64_t catalogGeneration(sqlite3* database);
+void raiseCatalogGeneration(sqlite3* database);
+
+// Everything that the file holds: our tables' content, and the tables, views, keys and indexes that
+// other programs made, with types read from their declarations.
+std::shared_ptr<CatalogData> loadCatalog(sqlite3* database);
+
+// ---- Writing. Each adds or removes the rows of one object.
+void recordSchema(sqlite3* database, std::string_view schema);
+void recordTable(sqlite3* database, const Table& table);
+void recordColumn(sqlite3* database, const Table& table, size_t column);
+void recordKey(sqlite3* database, const Table& table, char kind, const Key& key);
+void recordForeignKey(sqlite3* database, const Table& table, const ForeignKey& key);
+void recordCheck(sqlite3* database, const Table& table, const CheckConstraint& check);
+void eraseTable(sqlite3* database, const Table& table);
+void eraseForeignKey(sqlite3* database, const Table& table, const ForeignKey& key);
+void recordIndex(sqlite3* database, const Index& index);
+void eraseIndex(sqlite3* database, const Index& index);
+void recordType(sqlite3* database, const DistinctType& type);
+void eraseType(sqlite3* database, const DistinctType& type);
+void recordProcedure(sqlite3* database, const Procedure& procedure);
+void eraseProcedure(sqlite3* database, const Procedure& procedure);
+void recordPackage(sqlite3* database, const Package& package,
+                   const std::vector<PackageSection>& sections);
+
+}  // namespace orv::sqlite

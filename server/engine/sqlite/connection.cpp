@@ -1,0 +1,226 @@
+#include "server/engine/sqlite/connection.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <charconv>
+
+namespace orv::sqlite {
+namespace {
+
+constexpr int kBusyMilliseconds = 5000;
+constexpr char kFailureMark = '\x01';
+constexpr char kTokenEnd = '\x1f';
+
+// The parts of a failure's text after the mark; nothing when the text is SQLite's own.
+std::vector<std::string> failureParts(std::string_view text) {
+  std::vector<std::string> parts;
+  if (text.empty() || text.front() != kFailureMark) return parts;
+  text.remove_prefix(1);
+  for (;;) {
+    size_t end = text.find(kTokenEnd);
+    if (end == std::string_view::npos) return parts;
+    parts.emplace_back(text.substr(0, end));
+    text.remove_prefix(end + 1);
+  }
+}
+
+int toNumber(std::string_view text) {
+  int number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
+SqlError resourceFailure(int rc, const std::string& text) {
+  switch (rc & 0xff) {
+    case SQLITE_BUSY:
+      return SqlError(-911, {"2"});
+    case SQLITE_LOCKED:
+      return SqlError(-913, {text});
+    case SQLITE_FULL:
+      return SqlError(-968);
+    case SQLITE_NOMEM:
+      return SqlError(-954);
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+      return SqlError(-970, {text});
+    case SQLITE_INTERRUPT:
+      return SqlError(-952);
+    case SQLITE_ABORT:
+      return SqlError(-501);
+    case SQLITE_TOOBIG:
+      return SqlError(-101);
+    case SQLITE_NOTADB:
+    case SQLITE_CANTOPEN:
+      return SqlError(-1026, {text});
+    case SQLITE_CORRUPT:
+      return SqlError(-902, {text});
+    default:
+      break;
+  }
+  // SQLite's limits on one statement.
+  if (text.find("maximum depth") != std::string::npos || text.starts_with("too many")) {
+    return SqlError(-101);
+  }
+  return SqlError(-901, {text});
+}
+
+}  // namespace
+
+void reportFailure(sqlite3_context* context, const SqlError& error) {
+  std::string text(1, kFailureMark);
+  text.append(std::to_string(error.sqlcode())).push_back(kTokenEnd);
+  text.append(error.sqlstate()).push_back(kTokenEnd);
+  for (const std::string& token : error.tokens()) {
+    for (char c : token) {
+      // SQLite cuts an error text at a zero byte.
+      if (c != '\0' && c != kTokenEnd) text.push_back(c);
+    }
+    text.push_back(kTokenEnd);
+  }
+  sqlite3_result_error(context, text.data(), static_cast<int>(text.size()));
+}
+
+SqlError failure(sqlite3* database, int rc, const ConstraintReader* constraints) {
+  std::string text = sqlite3_errmsg(database);
+  std::vector<std::string> parts = failureParts(text);
+  if (parts.size() >= 2) {
+    return SqlError(toNumber(parts[0]), parts[1], {parts.begin() + 2, parts.end()});
+  }
+  if (constraints && (rc & 0xff) == SQLITE_CONSTRAINT) return (*constraints)(rc, text);
+  return resourceFailure(rc, text);
+}
+
+Command::Command(sqlite3* database, std::string_view sql) : database_(database) {
+  sqlite3_stmt* statement = nullptr;
+  int rc = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()), 0, &statement,
+                              nullptr);
+  statement_.reset(statement);
+  if (rc != SQLITE_OK) throw failure(database, rc);
+}
+
+Command& Command::bind(std::string_view text) {
+  sqlite3_bind_text(statement_.get(), ++bound_, text.empty() ? "" : text.data(),
+                    static_cast<int>(text.size()), SQLITE_TRANSIENT);
+  return *this;
+}
+
+Command& Command::bind(int64_t number) {
+  sqlite3_bind_int64(statement_.get(), ++bound_, number);
+  return *this;
+}
+
+Command& Command::bindNull() {
+  sqlite3_bind_null(statement_.get(), ++bound_);
+  return *this;
+}
+
+bool Command::step(const ConstraintReader* constraints) {
+  int rc = sqlite3_step(statement_.get());
+  if (rc == SQLITE_ROW) return true;
+  if (rc == SQLITE_DONE) return false;
+  SqlError error = failure(database_, rc, constraints);
+  sqlite3_reset(statement_.get());
+  throw error;
+}
+
+void Command::run(const ConstraintReader* constraints) {
+  while (step(constraints)) {
+  }
+  reset();
+}
+
+void Command::reset() {
+  sqlite3_reset(statement_.get());
+  bound_ = 0;
+}
+
+std::string Command::text(int column) const {
+  const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
+  if (!bytes) return {};
+  return {bytes, static_cast<size_t>(sqlite3_column_bytes(statement_.get(), column))};
+}
+
+int64_t Command::integer(int column) const {
+  return sqlite3_column_int64(statement_.get(), column);
+}
+
+bool Command::isNull(int column) const {
+  return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL;
+}
+
+void execute(sqlite3* database, std::string_view sql) {
+  Command(database, sql).run();
+}
+
+namespace {
+
+bool isMemory(const std::string& path) {
+  return path == ":memory:";
+}
+
+// Makes the empty file, so that two creators cannot both succeed.
+void createFile(const std::string& path) {
+  int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  if (file < 0) throw SqlError(errno == EEXIST ? -1005 : -1051, {path});
+  ::close(file);
+}
+
+void requireFile(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) throw SqlError(-1013, {path});
+  if (!S_ISREG(status.st_mode)) throw SqlError(-1026, {path});
+}
+
+void setUp(sqlite3* database) {
+  struct Option {
+    int option;
+    int on;
+  };
+  static constexpr Option kOptions[] = {
+      {SQLITE_DBCONFIG_DQS_DML, 0},        {SQLITE_DBCONFIG_DQS_DDL, 0},
+      {SQLITE_DBCONFIG_ENABLE_FKEY, 1},    {SQLITE_DBCONFIG_DEFENSIVE, 1},
+      {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0}, {SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0}};
+  for (const Option& option : kOptions) {
+    sqlite3_db_config(database, option.option, option.on, nullptr);
+  }
+  sqlite3_extended_result_codes(database, 1);
+  sqlite3_busy_timeout(database, kBusyMilliseconds);
+  sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
+}
+
+// The first read of the file: it tells whether this is a database.
+void requireDatabase(sqlite3* database, const std::string& path) {
+  try {
+    execute(database, "PRAGMA schema_version");
+  } catch (const SqlError& error) {
+    if (error.sqlcode() == -1026 || error.sqlcode() == -902) throw SqlError(-1026, {path});
+    throw;
+  }
+}
+
+}  // namespace
+
+DatabaseHandle openDatabase(const std::string& path, bool create) {
+  if (!isMemory(path)) {
+    if (create) {
+      createFile(path);
+    } else {
+      requireFile(path);
+    }
+  }
+  // A path is a path: without the URI flag nothing in it is read as an option.
+  sqlite3* database = nullptr;
+  int rc =
+      sqlite3_open_v2(path.c_str(), &database,
+                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  DatabaseHandle handle(database);
+  if (rc != SQLITE_OK) throw SqlError(-1026, {path});
+  setUp(database);
+  requireDatabase(database, path);
+  if (create && !isMemory(path)) execute(database, "PRAGMA journal_mode=WAL");
+  return handle;
+}
+
+}  // namespace orv::sqlite

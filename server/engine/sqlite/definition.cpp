@@ -1,0 +1,179 @@
+#include "server/engine/sqlite/definition.h"
+
+#include <algorithm>
+
+#include "server/engine/sqlite/catalog_store.h"
+#include "server/engine/sqlite/sql_text.h"
+#include "server/engine/sqlite/table_definition.h"
+
+namespace orv::sqlite {
+namespace {
+
+std::string qualified(std::string_view schema, std::string_view name) {
+  return std::string(schema) + "." + std::string(name);
+}
+
+[[noreturn]] void failInUse(std::string object, std::string user) {
+  throw SqlError(-478, {std::move(object), std::move(user)});
+}
+
+void createIndex(sqlite3* database, const CatalogData& catalog, const Statement& statement) {
+  const Table& table = *statement.table;
+  Index index;
+  index.schema = statement.name.resolvedSchema;
+  index.name = statement.name.name;
+  index.storedName = storedNameFor(database, catalog, index.schema, index.name);
+  SqlText sql;
+  sql << "CREATE ";
+  if (statement.unique) sql << "UNIQUE ";
+  sql << "INDEX " << Name{index.storedName} << " ON " << Name{table.storedName} << "(";
+  Comma comma;
+  for (const auto& [name, descending] : statement.indexColumns) {
+    sql << comma << Name{table.columns[static_cast<size_t>(table.columnIndex(name))].storedName};
+    if (descending) sql << " DESC";
+  }
+  sql << ")";
+  ConstraintReader repeated = [&](int, std::string_view) {
+    return SqlError(-673, {qualified(table.schema, table.name)});
+  };
+  executeChecked(database, sql.text(), repeated);
+  recordSchema(database, index.schema);
+  recordIndex(database, index);
+}
+
+// An index that carries a key stays as long as the key.
+void dropIndex(sqlite3* database, const CatalogData& catalog, const Statement& statement) {
+  const Index& index = *catalog.findIndex(statement.name.resolvedSchema, statement.name.name);
+  const Table* table = catalog.findTable(index.tableSchema, index.tableName);
+  if (table) {
+    auto carries = [&](const Key& key) { return key.name == index.name; };
+    bool key = (table->primaryKey && carries(*table->primaryKey)) ||
+               std::any_of(table->uniqueKeys.begin(), table->uniqueKeys.end(), carries);
+    if (key) failInUse(qualified(index.schema, index.name), qualified(table->schema, table->name));
+  }
+  SqlText sql;
+  sql << "DROP INDEX " << Name{index.storedName};
+  execute(database, sql.text());
+  eraseIndex(database, index);
+}
+
+void createType(sqlite3* database, const Statement& statement) {
+  DistinctType type;
+  type.schema = statement.name.resolvedSchema;
+  type.name = statement.name.name;
+  type.source = statement.sourceType;
+  type.comparisons = statement.withComparisons;
+  recordSchema(database, type.schema);
+  recordType(database, type);
+}
+
+bool isOfType(const SqlType& type, const DistinctType& distinct) {
+  return type.distinctSchema == distinct.schema && type.distinctName == distinct.name;
+}
+
+void dropType(sqlite3* database, const CatalogData& catalog, const Statement& statement) {
+  const DistinctType& type = *catalog.findType(statement.name.resolvedSchema, statement.name.name);
+  for (const auto& table : catalog.tables) {
+    for (const Column& column : table->columns) {
+      if (isOfType(column.type, type)) {
+        failInUse(qualified(type.schema, type.name), qualified(table->schema, table->name));
+      }
+    }
+  }
+  for (const auto& procedure : catalog.procedures) {
+    for (const ParameterDefinition& parameter : procedure->parameters) {
+      if (isOfType(parameter.type, type)) {
+        failInUse(qualified(type.schema, type.name),
+                  qualified(procedure->schema, procedure->specific));
+      }
+    }
+  }
+  eraseType(database, type);
+}
+
+void createTableSpace(sqlite3* database, const Statement& statement) {
+  Command(database, R"(INSERT INTO "SYSNTQ.TABLESPACES" VALUES(?))")
+      .bind(statement.name.name)
+      .run();
+}
+
+void dropTableSpace(sqlite3* database, const CatalogData& catalog, const Statement& statement) {
+  for (const auto& table : catalog.tables) {
+    if (table->tableSpace == statement.name.name) {
+      failInUse(statement.name.name, qualified(table->schema, table->name));
+    }
+  }
+  Command(database, R"(DELETE FROM "SYSNTQ.TABLESPACES" WHERE NAME=?)")
+      .bind(statement.name.name)
+      .run();
+}
+
+template <typename Objects>
+void requireNoneIn(const Objects& objects, const std::string& schema) {
+  for (const auto& object : objects) {
+    if (object->schema == schema) failInUse(schema, qualified(object->schema, object->name));
+  }
+}
+
+void dropSchema(sqlite3* database, const CatalogData& catalog, const Statement& statement) {
+  const std::string& schema = statement.name.name;
+  requireNoneIn(catalog.tables, schema);
+  requireNoneIn(catalog.types, schema);
+  requireNoneIn(catalog.procedures, schema);
+  requireNoneIn(catalog.indexes, schema);
+  Command(database, R"(DELETE FROM "SYSNTQ.SCHEMAS" WHERE NAME=?)").bind(schema).run();
+}
+
+void createProcedure(sqlite3* database, const Statement& statement) {
+  const ProcedureDefinition& definition = statement.procedure;
+  Procedure procedure;
+  procedure.schema = definition.name.resolvedSchema;
+  procedure.name = definition.name.name;
+  procedure.specific = definition.specific;
+  procedure.parameters = definition.parameters;
+  procedure.parameterStyle = definition.parameterStyle;
+  size_t mark = definition.externalName.find('!');
+  procedure.library = definition.externalName.substr(0, mark);
+  procedure.entry = definition.externalName.substr(mark + 1);
+  recordSchema(database, procedure.schema);
+  recordProcedure(database, procedure);
+}
+
+}  // namespace
+
+void applyDefinition(sqlite3* database, const CatalogData& catalog,
+                     const std::string& currentSchema, const Statement& statement) {
+  TableDefinition table(database, catalog, currentSchema, statement);
+  switch (statement.kind) {
+    case StatementKind::CreateTable:
+      return table.create();
+    case StatementKind::AlterTable:
+      return table.alter();
+    case StatementKind::DropTable:
+      return table.drop();
+    case StatementKind::CreateIndex:
+      return createIndex(database, catalog, statement);
+    case StatementKind::DropIndex:
+      return dropIndex(database, catalog, statement);
+    case StatementKind::CreateDistinctType:
+      return createType(database, statement);
+    case StatementKind::DropDistinctType:
+      return dropType(database, catalog, statement);
+    case StatementKind::CreateTableSpace:
+      return createTableSpace(database, statement);
+    case StatementKind::DropTableSpace:
+      return dropTableSpace(database, catalog, statement);
+    case StatementKind::CreateSchema:
+      return recordSchema(database, statement.name.name);
+    case StatementKind::DropSchema:
+      return dropSchema(database, catalog, statement);
+    case StatementKind::CreateProcedure:
+      return createProcedure(database, statement);
+    case StatementKind::DropProcedure:
+      return eraseProcedure(database, *statement.routine);
+    default:
+      throw SqlError(-901, {"not a definition"});
+  }
+}
+
+}  // namespace orv::sqlite

@@ -1,0 +1,135 @@
+#include "server/engine/sqlite/engine_statement.h"
+
+#include "server/engine/sqlite/connection.h"
+#include "server/sql/value_conversion.h"
+
+namespace orv::sqlite {
+namespace {
+
+// Whether a value of this storage class is one of the type as it stands.
+bool fits(int storageClass, TypeKind kind) {
+  switch (storageClass) {
+    case SQLITE_INTEGER:
+      return kind == TypeKind::SmallInt || kind == TypeKind::Integer || kind == TypeKind::BigInt;
+    case SQLITE_FLOAT:
+      return kind == TypeKind::Real || kind == TypeKind::Double;
+    case SQLITE_TEXT:
+      return !isBinary(kind) && (!isNumeric(kind) || kind == TypeKind::Decimal);
+    default:
+      return isBinary(kind);
+  }
+}
+
+}  // namespace
+
+SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment,
+                                 const std::string& sql, std::vector<int> requiredMarkers,
+                                 std::vector<SqlType> columns, ConstraintNames constraints)
+    : database_(database),
+      environment_(environment),
+      requiredMarkers_(std::move(requiredMarkers)),
+      nullMarkers_(requiredMarkers_.size(), true),
+      columns_(std::move(columns)),
+      converted_(columns_.size()),
+      constraints_(std::move(constraints)) {
+  sqlite3_stmt* statement = nullptr;
+  int rc = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
+                              SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+  statement_.reset(statement);
+  if (rc != SQLITE_OK) throw failure(database, rc);
+  reads_ = sqlite3_column_count(statement) > 0;
+}
+
+void SqliteStatement::bind(int marker, const ValueView& value) {
+  for (size_t i = 0; i < requiredMarkers_.size(); ++i) {
+    if (requiredMarkers_[i] == marker) nullMarkers_[i] = value.kind == ValueView::Kind::Null;
+  }
+  sqlite3_stmt* statement = statement_.get();
+  int number = marker + 1;
+  int rc = SQLITE_OK;
+  // A null pointer would bind NULL, which an empty text is not.
+  const char* bytes = value.text.data() ? value.text.data() : "";
+  switch (value.kind) {
+    case ValueView::Kind::Null:
+      rc = sqlite3_bind_null(statement, number);
+      break;
+    case ValueView::Kind::Integer:
+      rc = sqlite3_bind_int64(statement, number, value.integer);
+      break;
+    case ValueView::Kind::Double:
+      rc = sqlite3_bind_double(statement, number, value.number);
+      break;
+    case ValueView::Kind::Text:
+      rc = sqlite3_bind_text64(statement, number, bytes, value.text.size(), SQLITE_STATIC,
+                               SQLITE_UTF8);
+      break;
+    case ValueView::Kind::Blob:
+      rc = sqlite3_bind_blob64(statement, number, bytes, value.text.size(), SQLITE_STATIC);
+      break;
+  }
+  if (rc != SQLITE_OK) throw failure(database_, rc);
+}
+
+void SqliteStatement::requireValues() {
+  for (size_t i = 0; i < requiredMarkers_.size(); ++i) {
+    if (!nullMarkers_[i]) continue;
+    sqlite3_reset(statement_.get());
+    throw constraints_.nullKeyFailure();
+  }
+}
+
+bool SqliteStatement::step() {
+  if (!requiredMarkers_.empty()) requireValues();
+  int rc = sqlite3_step(statement_.get());
+  if (rc == SQLITE_ROW) return true;
+  if (rc != SQLITE_DONE) fail(rc);
+  changes_ = reads_ ? 0 : sqlite3_changes64(database_);
+  return false;
+}
+
+void SqliteStatement::fail(int rc) {
+  changes_ = 0;
+  ConstraintReader reader = [this](int code, std::string_view text) {
+    return constraints_.failure(code, text);
+  };
+  SqlError error = failure(database_, rc, &reader);
+  sqlite3_reset(statement_.get());
+  throw error;
+}
+
+ValueView SqliteStatement::column(int index) {
+  sqlite3_stmt* statement = statement_.get();
+  int storageClass = sqlite3_column_type(statement, index);
+  ValueView value;
+  switch (storageClass) {
+    case SQLITE_NULL:
+      return value;
+    case SQLITE_INTEGER:
+      value = ValueView::of(int64_t{sqlite3_column_int64(statement, index)});
+      break;
+    case SQLITE_FLOAT:
+      value = ValueView::of(sqlite3_column_double(statement, index));
+      break;
+    case SQLITE_TEXT: {
+      const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, index));
+      value =
+          ValueView::ofText({text, static_cast<size_t>(sqlite3_column_bytes(statement, index))});
+      break;
+    }
+    default: {
+      const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, index));
+      value = ValueView::ofBlob(
+          {bytes ? bytes : "", static_cast<size_t>(sqlite3_column_bytes(statement, index))});
+    }
+  }
+  auto position = static_cast<size_t>(index);
+  if (position >= columns_.size() || fits(storageClass, columns_[position].kind)) return value;
+  return convertValue(value, columns_[position], environment_.length(), ConversionMode::Cast,
+                      converted_[position]);
+}
+
+void SqliteStatement::reset() {
+  sqlite3_reset(statement_.get());
+}
+
+}  // namespace orv::sqlite

@@ -1,0 +1,47 @@
+// One prepared statement: values in, rows out, without copies on the way.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <vector>
+
+#include "server/engine/engine.h"
+#include "server/engine/sqlite/constraint_failure.h"
+#include "server/engine/sqlite/functions.h"
+
+namespace orv::sqlite {
+
+class SqliteStatement : public EngineStatement {
+ public:
+  // `requiredMarkers` may not be null. `columns` are the result's types.
+  SqliteStatement(sqlite3* database, Environment& environment, const std::string& sql,
+                  std::vector<int> requiredMarkers, std::vector<SqlType> columns,
+                  ConstraintNames constraints);
+
+  void bind(int marker, const ValueView& value) override;
+  bool step() override;
+  ValueView column(int index) override;
+  void reset() override;
+  int64_t changes() const override { return changes_; }
+
+ private:
+  struct Finalize {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+  };
+  [[noreturn]] void fail(int rc);
+  void requireValues();
+
+  sqlite3* database_;
+  Environment& environment_;
+  std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+  std::vector<int> requiredMarkers_;
+  std::vector<bool> nullMarkers_;  // parallel to requiredMarkers_
+  std::vector<SqlType> columns_;
+  std::vector<std::string> converted_;  // values that were not stored in their type's class
+  ConstraintNames constraints_;
+  bool reads_;
+  int64_t changes_ = 0;
+};
+
+}  // namespace orv::sqlite

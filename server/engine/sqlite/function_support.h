@@ -1,0 +1,46 @@
+// What the sources of our SQL functions share: reading arguments, and the barrier that turns what
+// is thrown inside a function into its failure.
+#pragma once
+
+#include <new>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/decimal.h"
+#include "server/engine/sqlite/functions.h"
+
+namespace orv::sqlite {
+
+using Function = void (*)(sqlite3_context*, int, sqlite3_value**);
+
+template <Function body>
+void guarded(sqlite3_context* context, int count, sqlite3_value** values) {
+  try {
+    body(context, count, values);
+  } catch (const SqlError& error) {
+    reportFailure(context, error);
+  } catch (const std::bad_alloc&) {
+    sqlite3_result_error_nomem(context);
+  }
+}
+
+// All functions are deterministic.
+struct FunctionEntry {
+  const char* name;
+  int arguments;  // -1: any number
+  Function function;
+};
+
+void registerFunctions(sqlite3* database, Environment& environment,
+                       std::span<const FunctionEntry> entries);
+
+Environment& environmentOf(sqlite3_context* context);
+bool anyNull(sqlite3_value** values, int count);
+// The argument as text, whatever its kind; empty for NULL.
+std::string_view textArgument(sqlite3_value* value);
+// The argument as an exact number; -802 when it has more digits than arithmetic takes.
+Decimal decimalArgument(sqlite3_value* value);
+
+}  // namespace orv::sqlite

@@ -1,0 +1,337 @@
+// Conversion, arithmetic, LIKE, and the decimal collation.
+#include "server/engine/sqlite/functions.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/decimal.h"
+#include "server/engine/sqlite/function_support.h"
+#include "server/sql/utf8_text.h"
+
+namespace orv::sqlite {
+namespace {
+
+// kind, length, scale as integers from argument `first` on.
+SqlType typeArgument(sqlite3_value** values, int first) {
+  SqlType type;
+  type.kind = static_cast<TypeKind>(sqlite3_value_int(values[first]));
+  type.length = sqlite3_value_int64(values[first + 1]);
+  type.scale = sqlite3_value_int(values[first + 2]);
+  return type;
+}
+
+bool sameValue(const ValueView& a, const ValueView& b) {
+  if (a.kind != b.kind) return false;
+  switch (a.kind) {
+    case ValueView::Kind::Integer:
+      return a.integer == b.integer;
+    case ValueView::Kind::Text:
+    case ValueView::Kind::Blob:
+      return a.text.data() == b.text.data() && a.text.size() == b.text.size();
+    default:
+      return a.kind == ValueView::Kind::Null;
+  }
+}
+
+template <ConversionMode mode>
+void convert(sqlite3_context* context, int, sqlite3_value** values) {
+  Environment& environment = environmentOf(context);
+  ValueView value = viewOf(values[0]);
+  ValueView result =
+      convertValue(value, typeArgument(values, 1), environment.length(), mode, environment.storage);
+  if (sameValue(value, result)) {
+    sqlite3_result_value(context, values[0]);
+  } else {
+    setResult(context, result);
+  }
+}
+
+void notNull(sqlite3_context* context, int, sqlite3_value** values) {
+  if (sqlite3_value_type(values[0]) == SQLITE_NULL) {
+    throw SqlError(-407, {std::string(viewOf(values[1]).text)});
+  }
+  sqlite3_result_value(context, values[0]);
+}
+
+[[noreturn]] void failOverflow() {
+  throw SqlError(-802);
+}
+
+int64_t integerArithmetic(char op, int64_t a, int64_t b) {
+  int64_t result = 0;
+  bool overflow = false;
+  switch (op) {
+    case '+':
+      overflow = __builtin_add_overflow(a, b, &result);
+      break;
+    case '-':
+      overflow = __builtin_sub_overflow(a, b, &result);
+      break;
+    case '*':
+      overflow = __builtin_mul_overflow(a, b, &result);
+      break;
+    default:
+      if (b == 0) throw SqlError(-801);
+      overflow = b == -1 && a == INT64_MIN;
+      if (!overflow) result = a / b;
+      break;
+  }
+  if (overflow) failOverflow();
+  return result;
+}
+
+double floatingArithmetic(char op, double a, double b) {
+  double result = 0;
+  switch (op) {
+    case '+':
+      result = a + b;
+      break;
+    case '-':
+      result = a - b;
+      break;
+    case '*':
+      result = a * b;
+      break;
+    default:
+      if (b == 0) throw SqlError(-801);
+      result = a / b;
+      break;
+  }
+  if (!std::isfinite(result)) failOverflow();
+  return result;
+}
+
+std::optional<Decimal> decimalArithmetic(char op, const Decimal& a, const Decimal& b, int scale) {
+  switch (op) {
+    case '+':
+      return Decimal::add(a, b, scale);
+    case '-':
+      return Decimal::add(a, b.negated(), scale);
+    case '*':
+      return Decimal::multiply(a, b, scale);
+    default:
+      if (b.isZero()) throw SqlError(-801);
+      return Decimal::divide(a, b, scale);
+  }
+}
+
+void checkIntegerRange(int64_t value, TypeKind kind) {
+  if (kind == TypeKind::Integer && (value < INT32_MIN || value > INT32_MAX)) failOverflow();
+  if (kind == TypeKind::SmallInt && (value < INT16_MIN || value > INT16_MAX)) failOverflow();
+}
+
+// ORV_ARITHMETIC(op, kind, precision, scale, a, b)
+void arithmetic(sqlite3_context* context, int, sqlite3_value** values) {
+  if (anyNull(values + 4, 2)) return;
+  char op = viewOf(values[0]).text.front();
+  SqlType type = typeArgument(values, 1);
+  switch (type.kind) {
+    case TypeKind::Decimal: {
+      std::optional<Decimal> result =
+          decimalArithmetic(op, decimalArgument(values[4]), decimalArgument(values[5]), type.scale);
+      std::optional<std::string> text;
+      if (result) text = result->text(static_cast<int>(type.length));
+      if (!text) failOverflow();
+      setResult(context, ValueView::ofText(*text));
+      return;
+    }
+    case TypeKind::Real:
+    case TypeKind::Double:
+      sqlite3_result_double(context, floatingArithmetic(op, sqlite3_value_double(values[4]),
+                                                        sqlite3_value_double(values[5])));
+      return;
+    default: {
+      int64_t result =
+          integerArithmetic(op, sqlite3_value_int64(values[4]), sqlite3_value_int64(values[5]));
+      checkIntegerRange(result, type.kind);
+      sqlite3_result_int64(context, result);
+    }
+  }
+}
+
+void concatBytes(sqlite3_context* context, int count, sqlite3_value** values) {
+  if (anyNull(values, count)) return;
+  std::string& bytes = environmentOf(context).storage;
+  bytes.clear();
+  for (int i = 0; i < count; ++i) bytes.append(viewOf(values[i]).text);
+  setResult(context, ValueView::ofBlob(bytes));
+}
+
+// LIKE: % any characters, _ one character, the escape character before either of them or itself.
+class LikePattern {
+ public:
+  LikePattern(std::string_view pattern, std::string_view escape) : pattern_(pattern) {
+    if (escape.empty()) return;
+    if (utf8CharacterLength(escape, 0) != escape.size()) throw SqlError(-130, "22025", {});
+    escape_ = escape;
+  }
+
+  // Only the last % met is ever tried again, so the work is at most text times pattern.
+  bool matches(std::string_view text) const {
+    size_t at = 0;
+    size_t pattern = 0;
+    size_t retryText = std::string_view::npos;
+    size_t retryPattern = 0;
+    while (at < text.size() || pattern < pattern_.size()) {
+      if (pattern < pattern_.size() && pattern_[pattern] == '%') {
+        retryPattern = ++pattern;
+        retryText = at;
+        continue;
+      }
+      if (at < text.size() && matchOne(text, at, pattern)) continue;
+      if (retryText == std::string_view::npos || retryText >= text.size()) return false;
+      retryText += utf8CharacterLength(text, retryText);
+      at = retryText;
+      pattern = retryPattern;
+    }
+    return true;
+  }
+
+ private:
+  // Matches one character and moves on in both texts.
+  bool matchOne(std::string_view text, size_t& at, size_t& pattern) const {
+    if (pattern >= pattern_.size()) return false;
+    size_t length = utf8CharacterLength(text, at);
+    size_t literal = pattern;
+    if (!escape_.empty() && pattern_.substr(pattern).starts_with(escape_)) {
+      literal += escape_.size();
+      if (literal >= pattern_.size() || (pattern_[literal] != '%' && pattern_[literal] != '_' &&
+                                         !pattern_.substr(literal).starts_with(escape_))) {
+        throw SqlError(-130, "22025", {});
+      }
+    } else if (pattern_[pattern] == '_') {
+      at += length;
+      ++pattern;
+      return true;
+    }
+    size_t literalLength = utf8CharacterLength(pattern_, literal);
+    if (text.substr(at, length) != pattern_.substr(literal, literalLength)) return false;
+    at += length;
+    pattern = literal + literalLength;
+    return true;
+  }
+
+  std::string_view pattern_;
+  std::string_view escape_;
+};
+
+// ORV_LIKE(value, pattern [, escape])
+void like(sqlite3_context* context, int count, sqlite3_value** values) {
+  if (anyNull(values, count)) return;
+  std::string_view escape = count > 2 ? viewOf(values[2]).text : std::string_view();
+  if (count > 2 && escape.empty()) throw SqlError(-130, "22025", {});
+  LikePattern pattern(textArgument(values[1]), escape);
+  sqlite3_result_int(context, pattern.matches(textArgument(values[0])) ? 1 : 0);
+}
+
+int compareDecimalTexts(void*, int leftSize, const void* left, int rightSize, const void* right) {
+  return compareDecimals({static_cast<const char*>(left), static_cast<size_t>(leftSize)},
+                         {static_cast<const char*>(right), static_cast<size_t>(rightSize)});
+}
+
+}  // namespace
+
+ValueView viewOf(sqlite3_value* value) {
+  switch (sqlite3_value_type(value)) {
+    case SQLITE_INTEGER:
+      return ValueView::of(int64_t{sqlite3_value_int64(value)});
+    case SQLITE_FLOAT:
+      return ValueView::of(sqlite3_value_double(value));
+    case SQLITE_TEXT:
+      return ValueView::ofText({reinterpret_cast<const char*>(sqlite3_value_text(value)),
+                                static_cast<size_t>(sqlite3_value_bytes(value))});
+    case SQLITE_BLOB: {
+      const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
+      auto size = static_cast<size_t>(sqlite3_value_bytes(value));
+      return ValueView::ofBlob(size == 0 ? std::string_view("", 0) : std::string_view(bytes, size));
+    }
+    default:
+      return ValueView::null();
+  }
+}
+
+void setResult(sqlite3_context* context, const ValueView& value) {
+  switch (value.kind) {
+    case ValueView::Kind::Null:
+      sqlite3_result_null(context);
+      break;
+    case ValueView::Kind::Integer:
+      sqlite3_result_int64(context, value.integer);
+      break;
+    case ValueView::Kind::Double:
+      sqlite3_result_double(context, value.number);
+      break;
+    case ValueView::Kind::Text:
+      sqlite3_result_text64(context, value.text.empty() ? "" : value.text.data(), value.text.size(),
+                            SQLITE_TRANSIENT, SQLITE_UTF8);
+      break;
+    case ValueView::Kind::Blob:
+      sqlite3_result_blob64(context, value.text.empty() ? "" : value.text.data(), value.text.size(),
+                            SQLITE_TRANSIENT);
+      break;
+  }
+}
+
+Environment& environmentOf(sqlite3_context* context) {
+  return *static_cast<Environment*>(sqlite3_user_data(context));
+}
+
+bool anyNull(sqlite3_value** values, int count) {
+  for (int i = 0; i < count; ++i) {
+    if (sqlite3_value_type(values[i]) == SQLITE_NULL) return true;
+  }
+  return false;
+}
+
+std::string_view textArgument(sqlite3_value* value) {
+  const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(value));
+  if (!bytes) return {};
+  return {bytes, static_cast<size_t>(sqlite3_value_bytes(value))};
+}
+
+Decimal decimalArgument(sqlite3_value* value) {
+  std::optional<Decimal> decimal;
+  if (sqlite3_value_type(value) == SQLITE_FLOAT) {
+    // A number that another program stored: the shortest numeral that reads back is what it meant.
+    char digits[400];
+    auto [end, error] = std::to_chars(digits, digits + sizeof digits, sqlite3_value_double(value),
+                                      std::chars_format::fixed);
+    decimal = Decimal::parse({digits, static_cast<size_t>(end - digits)});
+  } else {
+    decimal = Decimal::parse(textArgument(value));
+  }
+  if (!decimal) failOverflow();
+  return *decimal;
+}
+
+void registerFunctions(sqlite3* database, Environment& environment,
+                       std::span<const FunctionEntry> entries) {
+  for (const FunctionEntry& entry : entries) {
+    int flags = SQLITE_UTF8 | SQLITE_INNOCUOUS | SQLITE_DETERMINISTIC;
+    int rc = sqlite3_create_function_v2(database, entry.name, entry.arguments, flags, &environment,
+                                        entry.function, nullptr, nullptr, nullptr);
+    if (rc != SQLITE_OK) throw failure(database, rc);
+  }
+}
+
+void registerConversions(sqlite3* database, Environment& environment) {
+  static constexpr FunctionEntry kEntries[] = {
+      {"ORV_ASSIGN", 4, guarded<convert<ConversionMode::Assignment>>},
+      {"ORV_CAST", 4, guarded<convert<ConversionMode::Cast>>},
+      {"ORV_NOT_NULL", 2, guarded<notNull>},
+      {"ORV_ARITHMETIC", 6, guarded<arithmetic>},
+      {"ORV_CONCAT_BYTES", -1, guarded<concatBytes>},
+      {"ORV_LIKE", 2, guarded<like>},
+      {"ORV_LIKE", 3, guarded<like>},
+  };
+  registerFunctions(database, environment, kEntries);
+}
+
+void registerCollation(sqlite3* database) {
+  int rc = sqlite3_create_collation_v2(database, "ORV_DECIMAL", SQLITE_UTF8, nullptr,
+                                       compareDecimalTexts, nullptr);
+  if (rc != SQLITE_OK) throw failure(database, rc);
+}
+
+}  // namespace orv::sqlite

@@ -1,0 +1,38 @@
+// The SQL functions of our own that rendered statements use, and what they share. Each is named
+// ORV_...; all are harmless in a schema, so that checks and defaults may hold them.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <string>
+
+#include "server/engine/engine.h"
+#include "server/sql/value_conversion.h"
+
+namespace orv::sqlite {
+
+// What the functions of one connection share. It outlives the connection's statements.
+class Environment {
+ public:
+  explicit Environment(int codePage) : length_(std::make_unique<TextLength>(codePage)) {}
+
+  const TextLength& length() const { return *length_; }
+  void setCodePage(int codePage) { length_ = std::make_unique<TextLength>(codePage); }
+
+  std::string storage;  // the conversion functions' own
+
+ private:
+  std::unique_ptr<TextLength> length_;
+};
+
+ValueView viewOf(sqlite3_value* value);
+void setResult(sqlite3_context* context, const ValueView& value);
+
+void registerConversions(sqlite3* database, Environment& environment);  // and arithmetic
+void registerAggregates(sqlite3* database, Environment& environment);
+void registerStrings(sqlite3* database, Environment& environment);
+void registerNumbers(sqlite3* database, Environment& environment);  // and dates
+void registerCollation(sqlite3* database);
+
+}  // namespace orv::sqlite

@@ -1,0 +1,191 @@
+// INSERT, UPDATE and DELETE. Values that are certain to be of their column's type already, markers
+// above all, are written as they are: an INSERT of markers becomes a plain INSERT ... VALUES.
+#include "server/engine/sqlite/renderer.h"
+
+namespace orv::sqlite {
+namespace {
+
+bool isBareValues(const Query& q) {
+  return q.kind == QueryKind::Values && q.orderBy.empty() && !q.fetchFirst;
+}
+
+// SELECT over one row of TABLE(VALUES(...)), with or without WHERE; the row's source, else null.
+const TableRef* singleRowSource(const Query& q) {
+  bool simple = q.kind == QueryKind::Select && !q.distinct && q.from.size() == 1 &&
+                q.groupBy.empty() && !q.having && q.orderBy.empty() && !q.fetchFirst;
+  if (!simple) return nullptr;
+  const TableRef& table = *q.from.front();
+  if (table.kind != RefKind::Derived || !isBareValues(*table.query)) return nullptr;
+  if (table.query->rows.size() != 1) return nullptr;
+  for (const SelectItem& item : q.items) {
+    // A column function would make one row out of none.
+    if (item.expr->kind != ExprKind::Column || item.expr->source != &table) return nullptr;
+  }
+  return &table;
+}
+
+// SQLite keeps a single INTEGER key in place of its row number.
+bool isRowNumber(const Table& table, const Column& column) {
+  return !table.foreign && column.type.kind == TypeKind::Integer && table.primaryKey &&
+         table.primaryKey->columns.size() == 1 &&
+         &table.columns[static_cast<size_t>(table.primaryKey->columns.front())] == &column;
+}
+
+const Column& insertColumn(const Statement& s, size_t position) {
+  return s.table->columns[static_cast<size_t>(s.insertColumnIndexes[position])];
+}
+
+std::string qualifiedColumn(const Table& table, const Column& column) {
+  return table.schema + "." + table.name + "." + column.name;
+}
+
+}  // namespace
+
+void Renderer::statement(const Statement& s) {
+  switch (s.kind) {
+    case StatementKind::Insert:
+      insert(s);
+      break;
+    case StatementKind::Update:
+      update(s);
+      break;
+    case StatementKind::Delete:
+      remove(s);
+      break;
+    default:
+      query(*s.query);
+  }
+}
+
+void Renderer::insert(const Statement& s) {
+  out_ << "INSERT INTO " << Name{s.table->storedName} << "(";
+  Comma comma;
+  for (size_t i = 0; i < s.insertColumnIndexes.size(); ++i) {
+    out_ << comma << Name{insertColumn(s, i).storedName};
+  }
+  out_ << ")";
+  const Query& q = *s.query;
+  if (isBareValues(q)) {
+    out_ << " VALUES ";
+    Comma rowComma;
+    for (const auto& row : q.rows) {
+      out_ << rowComma;
+      insertRow(s, row);
+    }
+    return;
+  }
+  inlined_ = singleRowSource(q);
+  if (inlined_ && !q.where) {
+    out_ << " VALUES (";
+    Comma valueComma;
+    for (size_t i = 0; i < q.items.size(); ++i) {
+      out_ << valueComma;
+      auto source = static_cast<size_t>(q.items[i].expr->columnIndex);
+      assigned(*inlined_->query->rows.front()[source], *s.table, insertColumn(s, i), true);
+    }
+    out_ << ")";
+    return;
+  }
+  insertSelect(s);
+}
+
+void Renderer::insertRow(const Statement& s, const std::vector<ExprPtr>& row) {
+  out_ << "(";
+  Comma comma;
+  for (size_t i = 0; i < row.size(); ++i) {
+    out_ << comma;
+    assigned(*row[i], *s.table, insertColumn(s, i), true);
+  }
+  out_ << ")";
+}
+
+void Renderer::insertSelect(const Statement& s) {
+  const Query& q = *s.query;
+  if (q.kind != QueryKind::Select || q.distinct || !q.orderBy.empty() || q.fetchFirst) {
+    insertThrough(s);
+    return;
+  }
+  out_ << " SELECT ";
+  Comma comma;
+  for (size_t i = 0; i < q.items.size(); ++i) {
+    out_ << comma;
+    const Expr* value = q.items[i].expr.get();
+    if (value->kind == ExprKind::Column && value->source == inlined_ && inlined_) {
+      value = inlined_->query->rows.front()[static_cast<size_t>(value->columnIndex)].get();
+    }
+    assigned(*value, *s.table, insertColumn(s, i), false);
+  }
+  selectBody(q);
+}
+
+// The query as it is, and its columns converted around it.
+void Renderer::insertThrough(const Statement& s) {
+  const Query& q = *s.query;
+  TableRef source;
+  source.kind = RefKind::Derived;
+  source.alias = "Q";
+  out_ << " SELECT ";
+  Comma comma;
+  for (size_t i = 0; i < q.columns.size(); ++i) {
+    out_ << comma;
+    Expr value;
+    value.kind = ExprKind::Column;
+    value.type = q.columns[i].type;
+    value.source = &source;
+    value.columnIndex = static_cast<int>(i);
+    assigned(value, *s.table, insertColumn(s, i), false);
+  }
+  out_ << " FROM (";
+  query(q);
+  out_ << ") AS \"Q\"";
+}
+
+void Renderer::update(const Statement& s) {
+  out_ << "UPDATE " << Name{s.table->storedName} << " SET ";
+  Comma comma;
+  for (const Assignment& assignment : s.assignments) {
+    const Column& target = s.table->columns[static_cast<size_t>(assignment.columnIndex)];
+    out_ << comma << Name{target.storedName} << "=";
+    assigned(*assignment.value, *s.table, target, false);
+  }
+  if (s.where) {
+    out_ << " WHERE ";
+    expression(*s.where);
+  }
+}
+
+void Renderer::remove(const Statement& s) {
+  out_ << "DELETE FROM " << Name{s.table->storedName};
+  if (s.where) {
+    out_ << " WHERE ";
+    expression(*s.where);
+  }
+}
+
+// `always`: the value is stored whenever the statement runs.
+void Renderer::assigned(const Expr& e, const Table& table, const Column& column, bool always) {
+  if (e.kind == ExprKind::Default) {
+    if (column.storedDefault.empty()) {
+      out_ << "NULL";
+    } else {
+      out_ << "(" << Verbatim{column.storedDefault} << ")";
+    }
+    return;
+  }
+  const Expr* value = &e;
+  while (value->kind == ExprKind::Cast && value->args[0]->kind == ExprKind::Marker &&
+         sameType(value->type, value->args[0]->type)) {
+    value = value->args[0].get();
+  }
+  bool guarded =
+      isRowNumber(table, column) && (value->kind == ExprKind::Null || value->type.nullable);
+  if (guarded && value->kind == ExprKind::Marker && always) {
+    requiredMarkers_.push_back(value->markerIndex);
+    guarded = false;
+  }
+  if (guarded) out_ << "ORV_NOT_NULL(";
+  converted(*value, column.type, ConversionMode::Assignment);
+  if (guarded) out_ << "," << TextLiteral{qualifiedColumn(table, column)} << ")";
+}
+
+}  // namespace orv::sqlite

@@ -1,0 +1,176 @@
+// Functions: built-in scalar functions as ORV_ functions, and column functions.
+#include "server/engine/sqlite/renderer.h"
+#include "server/engine/sqlite/string_unit.h"
+#include "server/sql/sql_error.h"
+
+namespace orv::sqlite {
+namespace {
+
+bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
+  for (std::string_view candidate : names) {
+    if (candidate == name) return true;
+  }
+  return false;
+}
+
+bool isFloating(TypeKind kind) {
+  return kind == TypeKind::Real || kind == TypeKind::Double;
+}
+
+// Bytes that a value of a type without a length takes.
+int storedLength(const SqlType& type) {
+  switch (type.kind) {
+    case TypeKind::SmallInt:
+      return 2;
+    case TypeKind::Integer:
+    case TypeKind::Real:
+    case TypeKind::Date:
+      return 4;
+    case TypeKind::BigInt:
+    case TypeKind::Double:
+      return 8;
+    case TypeKind::Time:
+      return 3;
+    case TypeKind::Timestamp:
+      return 10;
+    case TypeKind::Decimal:
+      return static_cast<int>(type.length) / 2 + 1;
+    default:
+      return 0;
+  }
+}
+
+// The kind that YEAR, HOUR and so on read their argument as.
+TypeKind partKind(std::string_view function, const SqlType& type) {
+  if (isDatetime(type.kind)) return type.kind;
+  bool ofDay = isOneOf(function, {"HOUR", "MINUTE", "SECOND"});
+  return ofDay ? TypeKind::Time : TypeKind::Timestamp;
+}
+
+}  // namespace
+
+void Renderer::function(const Expr& e) {
+  const std::string& name = e.function;
+  if (e.aggregate) return aggregate(e);
+  if (name == "LENGTH") return length(e);
+  if (name == "NULLIF") return nullIf(e);
+  if (unitFunction(e)) return;
+  if (name == "TIMESTAMP" && e.args.size() == 1) {
+    return converted(*e.args[0], e.type, ConversionMode::Cast);
+  }
+  if (name == "COALESCE") {
+    out_ << "COALESCE(";
+  } else {
+    // What grows may outgrow its type.
+    bool grows = name == "REPLACE" || name == "REPEAT";
+    if (grows) {
+      out_ << "ORV_ASSIGN(ORV_" << Verbatim{name} << "(";
+      argumentList(e);
+      out_ << "),";
+      typeArguments(e.type);
+      out_ << ")";
+      return;
+    }
+    out_ << "ORV_" << Verbatim{name} << "(";
+  }
+  if (isOneOf(name, {"ABS", "SIGN", "CEIL", "FLOOR", "ROUND", "TRUNCATE", "MOD"})) {
+    typeArguments(e.type);
+    out_ << ",";
+  } else if (isOneOf(name, {"HEX", "DIGITS"})) {
+    SqlType type = e.args[0]->type;
+    if (name == "DIGITS") type.length = e.type.length;
+    typeArguments(type);
+    out_ << ",";
+  } else if (isOneOf(name, {"YEAR", "MONTH", "DAY", "HOUR", "MINUTE", "SECOND"})) {
+    out_ << static_cast<int>(partKind(name, e.args[0]->type)) << ",";
+  }
+  argumentList(e);
+  out_ << ")";
+}
+
+// SUBSTR, LEFT, RIGHT, LOCATE, POSSTR: the unit of counting first.
+bool Renderer::unitFunction(const Expr& e) {
+  const std::string& name = e.function;
+  bool searches = name == "LOCATE" || name == "POSSTR";
+  if (!searches && !isOneOf(name, {"SUBSTR", "LEFT", "RIGHT"})) return false;
+  const Expr& text = *e.args[name == "LOCATE" ? 1 : 0];
+  out_ << "ORV_" << Verbatim{searches ? "LOCATE" : name} << "("
+       << static_cast<int>(unitOf(text.type.kind)) << ",";
+  if (name == "POSSTR") {
+    expression(*e.args[1]);
+    out_ << ",";
+    expression(*e.args[0]);
+  } else {
+    argumentList(e);
+  }
+  out_ << ")";
+  return true;
+}
+
+void Renderer::length(const Expr& e) {
+  const Expr& value = *e.args[0];
+  if (int fixed = storedLength(value.type)) {
+    out_ << "CASE WHEN ";
+    expression(value);
+    out_ << " IS NOT NULL THEN " << fixed << " END";
+    return;
+  }
+  out_ << "ORV_LENGTH(" << static_cast<int>(unitOf(value.type.kind)) << ",";
+  expression(value);
+  out_ << ")";
+}
+
+void Renderer::nullIf(const Expr& e) {
+  out_ << "CASE WHEN ";
+  comparison(*e.args[0], "=", *e.args[1]);
+  out_ << " THEN NULL ELSE ";
+  expression(*e.args[0]);
+  out_ << " END";
+}
+
+void Renderer::aggregate(const Expr& e) {
+  if (e.function == "SUM") {
+    if (isFloating(e.type.kind)) return sum(e);
+    // The total of INTEGERs is an INTEGER again: adding nothing checks that it is one.
+    out_ << "ORV_ARITHMETIC('+',";
+    typeArguments(e.type);
+    out_ << ",";
+    sum(e);
+    out_ << ",0)";
+    return;
+  }
+  if (e.function == "AVG") {
+    out_ << "ORV_ARITHMETIC('/',";
+    typeArguments(e.type);
+    out_ << ",";
+    sum(e);
+    out_ << ",";
+  }
+  bool average = e.function == "AVG";
+  out_ << Verbatim{average ? "COUNT" : e.function} << "(";
+  if (e.distinct) out_ << "DISTINCT ";
+  argumentList(e);
+  bool extreme = e.function == "MIN" || e.function == "MAX";
+  if (extreme && e.type.kind == TypeKind::Decimal) out_ << " COLLATE ORV_DECIMAL";
+  out_ << ")";
+  if (average) out_ << ")";
+}
+
+void Renderer::sum(const Expr& e) {
+  switch (e.args[0]->type.kind) {
+    case TypeKind::Real:
+    case TypeKind::Double:
+      out_ << "SUM(";
+      break;
+    case TypeKind::Decimal:
+      out_ << "ORV_SUM_DECIMAL(";
+      break;
+    default:
+      out_ << "ORV_SUM_INTEGER(";
+  }
+  if (e.distinct) out_ << "DISTINCT ";
+  argumentList(e);
+  out_ << ")";
+}
+
+}  // namespace orv::sqlite

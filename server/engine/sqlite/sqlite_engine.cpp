@@ -1,0 +1,171 @@
+#include "server/engine/sqlite/sqlite_engine.h"
+
+#include <unistd.h>
+
+#include "server/engine/sqlite/catalog_store.h"
+#include "server/engine/sqlite/definition.h"
+#include "server/engine/sqlite/engine_statement.h"
+#include "server/engine/sqlite/renderer.h"
+
+namespace orv::sqlite {
+namespace {
+
+constexpr std::string_view kChangeSavepoint = "SYSNTQ.CHANGE";
+constexpr std::string_view kDefaultSchema = "APP";
+
+// Removes the file of a database that could not be created.
+class CreatedFile {
+ public:
+  explicit CreatedFile(const std::string& path) : path_(path) {}
+  ~CreatedFile() {
+    if (!kept_) ::unlink(path_.c_str());
+  }
+  CreatedFile(const CreatedFile&) = delete;
+  CreatedFile& operator=(const CreatedFile&) = delete;
+  void keep() { kept_ = true; }
+
+ private:
+  std::string path_;
+  bool kept_ = false;
+};
+
+}  // namespace
+
+SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options)
+    : environment_(std::make_unique<Environment>(options.create ? options.codePage : 1208)),
+      database_(openDatabase(path, options.create)) {
+  CreatedFile created(path);
+  if (!options.create || path == ":memory:") created.keep();
+  sqlite3* database = database_.get();
+  registerCollation(database);
+  registerConversions(database, *environment_);
+  registerAggregates(database, *environment_);
+  registerStrings(database, *environment_);
+  registerNumbers(database, *environment_);
+  catalogSource_ = [this] { return catalog_->data(); };
+  registerSystemTables(database, catalogSource_);
+  if (options.create) {
+    execute(database, "BEGIN IMMEDIATE");
+    createCatalogTables(database, options.codePage, kDefaultSchema);
+    execute(database, "COMMIT");
+  }
+  catalog_ = std::make_unique<SqliteCatalog>(database);
+  environment_->setCodePage(catalog_->codePage());
+  created.keep();
+}
+
+bool SqliteEngine::inUnitOfWork() const {
+  return sqlite3_get_autocommit(database_.get()) == 0;
+}
+
+void SqliteEngine::begin() {
+  if (inUnitOfWork()) return;
+  catalog_->lookForChanges();
+  catalogChanged_ = false;
+  execute(database_.get(), "BEGIN");
+}
+
+void SqliteEngine::commit() {
+  if (!inUnitOfWork()) return;
+  try {
+    execute(database_.get(), "COMMIT");
+  } catch (const SqlError& error) {
+    // -911 says that the unit of work is gone.
+    if (error.sqlcode() == -911) rollback();
+    throw;
+  }
+  catalogChanged_ = false;
+}
+
+void SqliteEngine::rollback() {
+  if (inUnitOfWork()) execute(database_.get(), "ROLLBACK");
+  if (catalogChanged_) catalog_->invalidate();
+  catalogChanged_ = false;
+}
+
+void SqliteEngine::savepointCommand(std::string_view verb, std::string_view name) {
+  SqlText sql;
+  sql << Verbatim{verb} << " " << Name{name};
+  try {
+    execute(database_.get(), sql.text());
+  } catch (const SqlError& error) {
+    if (error.what() &&
+        std::string_view(error.what()).find("no such savepoint") != std::string_view::npos) {
+      throw SqlError(-880, {std::string(name)});
+    }
+    throw;
+  }
+}
+
+void SqliteEngine::savepoint(std::string_view name) {
+  savepointCommand("SAVEPOINT", name);
+}
+
+void SqliteEngine::releaseSavepoint(std::string_view name) {
+  savepointCommand("RELEASE", name);
+}
+
+void SqliteEngine::rollbackToSavepoint(std::string_view name) {
+  savepointCommand("ROLLBACK TO", name);
+  if (catalogChanged_) catalog_->invalidate();
+}
+
+std::unique_ptr<EngineStatement> SqliteEngine::prepare(const Statement& resolved) {
+  std::shared_ptr<const CatalogData> data = catalog_->data();
+  Renderer renderer(*data, catalog_->defaultSchema());
+  renderer.statement(resolved);
+  std::vector<SqlType> columns;
+  if (resolved.hasResult()) {
+    for (const OutputColumn& column : resolved.query->columns) columns.push_back(column.type);
+  }
+  std::vector<int> required = renderer.requiredMarkers();
+  return std::make_unique<SqliteStatement>(database_.get(), *environment_, renderer.take(),
+                                           std::move(required), std::move(columns),
+                                           ConstraintNames(resolved, data));
+}
+
+template <typename Change>
+void SqliteEngine::changeCatalog(Change change) {
+  bool own = !inUnitOfWork();
+  if (own) begin();
+  sqlite3* database = database_.get();
+  savepointCommand("SAVEPOINT", kChangeSavepoint);
+  try {
+    createCatalogTables(database, catalog_->codePage(), catalog_->data()->defaultSchema);
+    change();
+    raiseCatalogGeneration(database);
+    savepointCommand("RELEASE", kChangeSavepoint);
+  } catch (const SqlError&) {
+    if (inUnitOfWork()) {
+      savepointCommand("ROLLBACK TO", kChangeSavepoint);
+      savepointCommand("RELEASE", kChangeSavepoint);
+    }
+    catalog_->invalidate();
+    throw;
+  }
+  catalogChanged_ = true;
+  catalog_->invalidate();
+}
+
+void SqliteEngine::applyDdl(const Statement& resolved) {
+  if (resolved.kind == StatementKind::Grant) return;
+  // The tree points into the content that it was resolved with.
+  std::shared_ptr<const CatalogData> data = catalog_->data();
+  changeCatalog(
+      [&] { applyDefinition(database_.get(), *data, catalog_->defaultSchema(), resolved); });
+}
+
+void SqliteEngine::setFunctionPath(std::vector<std::string> path) {
+  catalog_->setFunctionPath(std::move(path));
+}
+
+void SqliteEngine::setDefaultSchema(std::string schema) {
+  catalog_->setDefaultSchema(std::move(schema));
+}
+
+void SqliteEngine::bindPackage(const Package& package,
+                               const std::vector<PackageSection>& sections) {
+  changeCatalog([&] { recordPackage(database_.get(), package, sections); });
+}
+
+}  // namespace orv::sqlite

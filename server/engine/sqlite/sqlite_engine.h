@@ -1,0 +1,50 @@
+// The SQLite engine: one connection with its functions, catalog and unit of work.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "server/engine/engine.h"
+#include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/functions.h"
+#include "server/engine/sqlite/sqlite_catalog.h"
+#include "server/engine/sqlite/system_tables.h"
+
+namespace orv::sqlite {
+
+class SqliteEngine : public Engine {
+ public:
+  // Opens or creates the database at `path`; see openDatabase().
+  SqliteEngine(const std::string& path, const EngineOptions& options);
+
+  Catalog& catalog() override { return *catalog_; }
+
+  void begin() override;
+  void commit() override;
+  void rollback() override;
+  bool inUnitOfWork() const override;
+  void savepoint(std::string_view name) override;
+  void releaseSavepoint(std::string_view name) override;
+  void rollbackToSavepoint(std::string_view name) override;
+
+  std::unique_ptr<EngineStatement> prepare(const Statement& resolved) override;
+  void applyDdl(const Statement& resolved) override;
+  void setFunctionPath(std::vector<std::string> path) override;
+  void setDefaultSchema(std::string schema) override;
+  void bindPackage(const Package& package, const std::vector<PackageSection>& sections) override;
+
+ private:
+  void savepointCommand(std::string_view verb, std::string_view name);
+  // Runs a change of the catalog so that it happens wholly or not at all.
+  template <typename Change>
+  void changeCatalog(Change change);
+
+  // What the connection's functions and tables refer to outlives it.
+  std::unique_ptr<Environment> environment_;
+  CatalogSource catalogSource_;
+  DatabaseHandle database_;
+  std::unique_ptr<SqliteCatalog> catalog_;
+  bool catalogChanged_ = false;  // in this unit of work
+};
+
+}  // namespace orv::sqlite
