@@ -71,11 +71,10 @@ std::string writtenName(const tab& table) {
 // supplies the first foreign key, the key's own join before any other. Null when there is none.
 const join_partner* referencedTable(const tab& table) {
   const foreign_key& key = table.fk[0];
-  if (!key.parent) return nullptr;
   const auto pointsAtParent = [&](const join_info_entry& join) {
     return join.foreign && std::strcmp(join.foreign[0].col, key.parent->col) == 0;
   };
-  if (key.column && pointsAtParent(*key.column)) return &key.column->foreign[0];
+  if (pointsAtParent(*key.column)) return &key.column->foreign[0];
   for (int i = 0; table.join_info && i < table.num_join; ++i) {
     if (pointsAtParent(table.join_info[i])) return &table.join_info[i].foreign[0];
   }
@@ -85,18 +84,6 @@ const join_partner* referencedTable(const tab& table) {
 bool hasAllParents(const tab& table) {
   return std::all_of(table.fk, table.fk + table.num_fk,
                      [](const foreign_key& key) { return key.column && key.parent; });
-}
-
-// Every foreign key with its column and the column that supplies it, or QRKG001E.
-int checkForeignKeys(const Report& report, const tab& table) {
-  if (table.num_fk == 0) return 0;
-  if (hasAllParents(table) && referencedTable(table)) return 0;
-  QRK_TRACE(report.ctx,
-            "Can not find parent tab and col from '%s%s%s'->join_info for foreign key '%s'.\n"
-            "rel is inconsistent.",
-            table.schema, *table.schema ? "." : "", table.name,
-            table.fk[0].column ? table.fk[0].column->col : "");
-  return failInternal(report, kModule, __LINE__);
 }
 
 void addPrimaryKey(StatementText& sql, StatementText& index, const tab& table) {
@@ -111,19 +98,28 @@ void addPrimaryKey(StatementText& sql, StatementText& index, const tab& table) {
   index.closeList(')');
 }
 
-void addForeignKeys(QrkStruct* ctx, StatementText& sql, const tab& table) {
-  if (table.num_fk == 0) return;
+// The foreign keys of a table that has some; QRKG001E when nothing supplies one of them.
+int addForeignKeys(const Report& report, StatementText& sql, const tab& table) {
+  const join_partner* const parent = hasAllParents(table) ? referencedTable(table) : nullptr;
+  if (!parent) {
+    QRK_TRACE(report.ctx,
+              "Can not find parent tab and col from '%s%s%s'->join_info for foreign key '%s'.\n"
+              "rel is inconsistent.",
+              table.schema, *table.schema ? "." : "", table.name,
+              table.fk[0].column ? table.fk[0].column->col : "");
+    return failInternal(report, kModule, __LINE__);
+  }
   const std::span<const foreign_key> keys(table.fk, static_cast<size_t>(table.num_fk));
   for (const foreign_key& key : keys) {
-    if (isPriKey(ctx, key.column->col, &table.pri_key)) continue;
+    if (isPriKey(report.ctx, key.column->col, &table.pri_key)) continue;
     sql.name(key.column->col).text(" ").text(key.parent->dataType).text(", ");
   }
   sql.text("FOREIGN KEY (");
   for (const foreign_key& key : keys) sql.name(key.column->col).text(",");
-  const join_partner* parent = referencedTable(table);
   sql.closeList(')').text(" REFERENCES ").table(parent->schema, parent->tab).text("(");
   for (const foreign_key& key : keys) sql.name(key.parent->col).text(",");
   sql.closeList(')').text(",");
+  return 0;
 }
 
 void addColumns(QrkStruct* ctx, StatementText& sql, const tab& table) {
@@ -208,7 +204,6 @@ int prepare_tables(QrkStruct* ctx, rel* relinfo, char* tablespace, char* msg) {
 
 int create_table(QrkStruct* ctx, tab* table, char* tablespace, char* msg) {
   const Report report{ctx, msg};
-  if (int rc = checkForeignKeys(report, *table)) return rc;
   char statement[kCreateSize];
   char indexText[kCreateSize];
   StatementText sql(ctx, statement, sizeof statement);
@@ -216,7 +211,9 @@ int create_table(QrkStruct* ctx, tab* table, char* tablespace, char* msg) {
   sql.text("CREATE TABLE ").table(table->schema, table->name).text("(");
   addColumns(ctx, sql, *table);
   addPrimaryKey(sql, index, *table);
-  addForeignKeys(ctx, sql, *table);
+  if (table->num_fk > 0) {
+    if (int rc = addForeignKeys(report, sql, *table)) return rc;
+  }
   sql.closeList(')');
   if (tablespace && *tablespace) sql.text(" IN ").text(tablespace);
   if (!sql.isComplete() || !index.isComplete()) return failInternal(report, kModule, __LINE__);

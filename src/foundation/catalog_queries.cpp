@@ -213,7 +213,7 @@ void qrkConvertTypename(QrkStruct* ctx, char* type, int length) {
     const bool inRange =
         synonym.minLength == 0 || (length >= synonym.minLength && length <= synonym.maxLength);
     if (synonym.written == type && inRange) {
-      std::strcpy(type, synonym.name);
+      std::memcpy(type, synonym.name, std::strlen(synonym.name) + 1);
       break;
     }
   }

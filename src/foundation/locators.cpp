@@ -44,6 +44,13 @@ class ClobDescriptor {
   int16_t indicator_ = 0;
 };
 
+// A step of reading a piece of a locator failed.
+int failPiece(const Report& report, const sqlca& area, const char* step, int line) {
+  QRK_TRACE(report.ctx, "%s", step);
+  failDbInternal(report, area, kModule, line);
+  return -1;
+}
+
 int contentIntoBuffer(QrkStruct* ctx, int32_t locator, uint32_t length, QrkOutbuf* buf, char* msg) {
   int code = 0;
   if (buf->loctype == QRK_LOC_MEMORY) {
@@ -115,21 +122,18 @@ int qrkLocatorToBuf(QrkStruct* ctx, int32_t locator, int32_t length, char* buffe
     return -1;
   }
   sqlca area{};
-  const auto failed = [&](const char* step, int line) {
-    QRK_TRACE(ctx, "%s", step);
-    failDbInternal(report, area, kModule, line);
-    return -1;
-  };
   orv::esql::Cursor cursor(kQrksuwo, section::kLocatorPiece);
   const HostVariable input[] = {clobLocatorVariable(&locator), integerVariable(&start),
                                 integerVariable(&length)};
   cursor.open(input, area);
-  if (area.sqlcode < 0) return failed("Cursor open error", __LINE__);
+  if (area.sqlcode < 0) return failPiece(report, area, "Cursor open error", __LINE__);
   ClobDescriptor piece(buffer, length);
   cursor.fetch(piece.descriptor(), area);
-  if (area.sqlcode != 0 || piece.length() != length) return failed("Fetch error", __LINE__);
+  if (area.sqlcode != 0 || piece.length() != length) {
+    return failPiece(report, area, "Fetch error", __LINE__);
+  }
   cursor.close(area);
-  if (area.sqlcode < 0) return failed("Cursor close error", __LINE__);
+  if (area.sqlcode < 0) return failPiece(report, area, "Cursor close error", __LINE__);
   buffer[length] = 0;
   QRK_TRACE(ctx, "Document Retrieval Success");
   return 0;
