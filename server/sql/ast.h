@@ -127,7 +127,8 @@ struct SelectItem {
 struct OrderItem {
   ExprPtr expr;  // a bare integer literal is a column number
   bool descending = false;
-  int columnNumber = -1;  // resolved: the result column it means, from 0, else -1
+  int columnNumber = -1;  // resolved: the result column it means, from 0; then `expr` is not to be
+                          // read. -1: an expression over the tables
 };
 
 enum class QueryKind : uint8_t { Select, Values, SetOperation };

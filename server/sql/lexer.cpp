@@ -7,6 +7,7 @@
 
 #include "server/sql/sql_error.h"
 #include "server/sql/utf8.h"
+#include "server/sql/utf8_text.h"
 
 namespace orv {
 namespace {
@@ -66,15 +67,13 @@ class Lexer {
 
   // The text from `begin` on, short enough for a message.
   std::string excerpt(size_t begin) const {
-    size_t end = std::min(begin + 20, text_.size());
-    while (!isCharacterStart(text_, end)) --end;
-    return std::string(text_.substr(begin, end - begin));
+    return std::string(utf8Prefix(text_.substr(begin), 20));
   }
 
   std::string previousText() const {
     if (tokens_.empty()) return "BEGIN-OF-STATEMENT";
     const Token& last = tokens_.back();
-    return std::string(text_.substr(last.begin, last.end - last.begin));
+    return std::string(utf8Prefix(text_.substr(last.begin, last.end - last.begin), 60));
   }
 
   void skipBlanks() {
@@ -218,7 +217,7 @@ class Lexer {
     while (at_ < text_.size() && (peek() == '.' || isWordPart(codePoint(next)))) {
       at_ = peek() == '.' ? at_ + 1 : next;
     }
-    throw SqlError(-103, {std::string(text_.substr(begin, std::min<size_t>(at_ - begin, 60)))});
+    throw SqlError(-103, {std::string(utf8Prefix(text_.substr(begin, at_ - begin), 60))});
   }
 
   void scanWord() {

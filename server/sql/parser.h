@@ -9,9 +9,9 @@
 namespace orv {
 
 // Parses one statement; a trailing semicolon is accepted. Throws SqlError -104 with the offending
-// token, what stands before it and what was expected; -103 for malformed numbers, -010 for an
-// unterminated string, -107 for a name over 128 bytes, -101 for more than 2 MB of text or nesting
-// beyond 500 levels.
+// token, what stands before it and what was expected; what scan() throws; -405 a constant out of
+// range, -604 a length or precision that a type does not have, -628 a clause given twice, -101 more
+// than kMaxNesting levels.
 std::unique_ptr<Statement> parseStatement(std::string_view text);
 
 }  // namespace orv

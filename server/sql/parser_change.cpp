@@ -39,7 +39,6 @@ void Parser::parseUpdate() {
       columns = parseNameList();
     } else {
       columns.push_back(parseName());
-      if (acceptSymbol(".")) columns.back() = parseName();
     }
     expectSymbol("=");
     const size_t valuesAt = at_;

@@ -6,6 +6,7 @@
 
 #include "server/sql/parser_impl.h"
 #include "server/sql/sql_error.h"
+#include "server/sql/utf8_text.h"
 
 namespace orv {
 namespace {
@@ -78,16 +79,6 @@ SqlType decimalType(std::string_view text) {
   type.length = static_cast<int64_t>(text.size()) - (point == std::string_view::npos ? 0 : 1);
   if (point != std::string_view::npos) type.scale = static_cast<int>(text.size() - point - 1);
   return type;
-}
-
-// The length of UTF-8 text as graphic types count: in UTF-16 units.
-int64_t doubleByteLength(std::string_view utf8) {
-  int64_t units = 0;
-  for (const char c : utf8) {
-    const auto byte = static_cast<unsigned char>(c);
-    if ((byte & 0xC0) != 0x80) units += byte >= 0xF0 ? 2 : 1;
-  }
-  return units;
 }
 
 // "1." and ".5" as "1" and "0.5".
@@ -421,7 +412,7 @@ ExprPtr Parser::parseLiteral() {
       break;
     default:
       expr->type.kind = TypeKind::VarGraphic;
-      expr->type.length = doubleByteLength(literal.text);
+      expr->type.length = utf16Units(literal.text);
       break;
   }
   const bool tooManyDigits =

@@ -5,6 +5,7 @@
 #include "server/sql/parser_impl.h"
 #include "server/sql/sql_error.h"
 #include "server/sql/utf8.h"
+#include "server/sql/utf8_text.h"
 
 namespace orv {
 
@@ -86,7 +87,7 @@ void Parser::unexpected(std::string_view expected) const {
 void Parser::unexpectedAt(size_t index, std::string_view expected) const {
   constexpr size_t kShown = 24;
   const Token& bad = tokens_[std::min(index, tokens_.size() - 1)];
-  std::string found(textOf(bad).substr(0, 60));
+  std::string found(utf8Prefix(textOf(bad), 60));
   if (bad.kind == TokenKind::End) found = "END-OF-STATEMENT";
   std::string before = "BEGIN-OF-STATEMENT";
   if (index > 0) {
