@@ -35,20 +35,19 @@ constexpr std::string_view kParameterStyles[] = {"ORVDARI", "ORVSQL"};
 
 }  // namespace
 
-// create procedure: CREATE PROCEDURE name ( [parameter {, parameter}] ) { option }
+// create procedure: CREATE PROCEDURE name [ ( [parameter {, parameter}] ) ] { option }
 // An external name is needed; without one the entry would be anyone's guess.
 void Parser::parseCreateProcedure() {
   statement_->kind = StatementKind::CreateProcedure;
   ProcedureDefinition& procedure = statement_->procedure;
   procedure.name = parseQualifiedName();
   statement_->name = procedure.name;
-  expectSymbol("(");
-  if (!isSymbol(")")) {
+  if (acceptSymbol("(") && !acceptSymbol(")")) {
     do {
       procedure.parameters.push_back(parseParameter());
     } while (acceptSymbol(","));
+    expectSymbol(")");
   }
-  expectSymbol(")");
   while (parseProcedureOption(procedure)) {
   }
   if (procedure.externalName.empty()) unexpected("EXTERNAL NAME");
