@@ -141,8 +141,8 @@ void Statement::describe(sqlda* descriptor, sqlca& area) {
     const std::vector<OutputColumn>& columns = statement.compilation().columns();
     const int warning = describeColumns(columns, descriptor);
     if (warning == 0) return;
-    report(area, SqlError(warning, "01005",
-                          {std::to_string(descriptor->sqln), std::to_string(columns.size())}));
+    report(area,
+           SqlError(warning, {std::to_string(descriptor->sqln), std::to_string(columns.size())}));
   });
 }
 
@@ -169,7 +169,7 @@ class CursorState {
     query_ = std::make_unique<PreparedStatement>(session, text(session));
     if (!query_->compilation().statement->hasResult()) {
       query_.reset();
-      throw SqlError(-517, "07005", {});
+      throw SqlError(-517);
     }
     answer_ = LargeObjectAnswer::find(query_->compilation(), input, session);
     open_ = true;

@@ -49,7 +49,7 @@ std::optional<LargeObjectAnswer> LargeObjectAnswer::find(const Compilation& stat
     const int64_t start = integerInput(input[1], session);
     const int64_t count = integerInput(input[2], session);
     const auto size = static_cast<int64_t>(answer.bytes_->size());
-    if (start < 1 || count < 0 || start - 1 + count > size) throw SqlError(-138, "22011", {});
+    if (start < 1 || count < 0 || start - 1 + count > size) throw SqlError(-138);
     answer.start_ = static_cast<size_t>(start - 1);
     answer.count_ = static_cast<size_t>(count);
   }

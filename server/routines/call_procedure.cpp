@@ -21,7 +21,7 @@ std::string qualifiedName(const Procedure& procedure) {
 class ActiveCall {
  public:
   explicit ActiveCall(SessionState& session) : session_(session), scope_(session.slot()) {
-    if (session.activeCalls >= kMaxDepth) throw SqlError(-724, "54038", {"PROCEDURE"});
+    if (session.activeCalls >= kMaxDepth) throw SqlError(-724, {"PROCEDURE"});
     ++session_.activeCalls;
   }
   ~ActiveCall() { --session_.activeCalls; }

@@ -79,12 +79,6 @@ CallOutputs runCallStatement(SessionState& session, Statement& call,
   const Procedure procedure = *call.routine;  // the call may change the catalog
   const size_t count = procedure.parameters.size();
   if (call.callArguments.size() != count) throw SqlError(-440, {procedure.name});
-  for (size_t i = 0; i < count; ++i) {
-    const bool output = procedure.parameters[i].mode != Mode::In;
-    if (output && !isBareMarker(*call.callArguments[i])) {
-      throw SqlError(-469, {procedure.name, procedure.parameters[i].name});
-    }
-  }
   std::vector<OwnedValue> evaluated(count);
   ArgumentEvaluation(call).run(session.engine(), evaluated);
   std::vector<ValueView> inputs;

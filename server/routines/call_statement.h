@@ -15,8 +15,7 @@ struct CallOutputs {
 };
 
 // Runs a resolved CALL. `markers` holds the value of each parameter marker, converted to its type;
-// only output parameters may do without. Arguments that are expressions are evaluated first; an
-// output parameter takes a marker and nothing else (-469).
+// only output parameters may do without. Arguments that are expressions are evaluated first.
 CallOutputs runCallStatement(SessionState& session, Statement& call,
                              const std::vector<std::optional<ValueView>>& markers);
 

@@ -58,7 +58,7 @@ int sqludf_substr(const sqludf_locator* locator, int32_t start, int32_t length,
   return answering([&](SessionState& session) {
     if (!buffer || !returned) throw SqlError(-804, {"buffer"});
     *returned = 0;
-    if (start < 1 || length < 0) throw SqlError(-138, "22011", {});
+    if (start < 1 || length < 0) throw SqlError(-138);
     const LocatorValue::Bytes bytes = valueOf(session, locator).native(session.codePage());
     const size_t from = std::min(static_cast<size_t>(start - 1), bytes->size());
     const size_t count =

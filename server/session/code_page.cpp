@@ -32,7 +32,7 @@ UConverter* openConverter(int number) {
 }
 
 [[noreturn]] void refuseText() {
-  throw SqlError(-191, "22504", {});
+  throw SqlError(-191);
 }
 
 bool isContinuation(char c) {

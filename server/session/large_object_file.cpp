@@ -16,7 +16,7 @@ namespace {
 constexpr size_t kMaxLargeObject = 0x7FFFFFFF;
 
 [[noreturn]] void refuse(const std::string& name, const std::string& reason) {
-  throw SqlError(-452, "428A1", {name, reason});
+  throw SqlError(-452, {name, reason});
 }
 
 std::string checkedName(const SqlFileReference& reference) {

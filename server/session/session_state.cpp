@@ -75,7 +75,7 @@ void SessionState::runDirectly(const Statement& resolved) {
     case StatementKind::Rollback:
       return resolved.name.name.empty() ? rollback() : rollbackTo(resolved.name.name);
     case StatementKind::Savepoint:
-      return setSavepoint(resolved.name.name);
+      return setSavepoint(resolved.name.name, resolved.unique);
     case StatementKind::ReleaseSavepoint:
       return releaseSavepoint(resolved.name.name);
     case StatementKind::SetFunctionPath:
@@ -101,7 +101,10 @@ std::vector<SessionState::Savepoint>::iterator SessionState::findSavepoint(
   return at.base() - 1;
 }
 
-void SessionState::setSavepoint(const std::string& name) {
+void SessionState::setSavepoint(const std::string& name, bool unique) {
+  const bool taken = std::any_of(savepoints_.begin(), savepoints_.end(),
+                                 [&](const Savepoint& point) { return point.name == name; });
+  if (unique && taken) throw SqlError(-881, {name});
   begin();
   engine_->savepoint(name);
   savepoints_.push_back({name, insertCounts_.mark()});

@@ -71,7 +71,7 @@ class SessionState {
 
   void readAheadAll();
   void endUnitOfWork();
-  void setSavepoint(const std::string& name);
+  void setSavepoint(const std::string& name, bool unique);
   void releaseSavepoint(const std::string& name);
   void rollbackTo(const std::string& name);
   std::vector<Savepoint>::iterator findSavepoint(const std::string& name);
