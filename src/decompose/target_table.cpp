@@ -67,16 +67,20 @@ std::string writtenName(const tab& table) {
   return *table.schema ? std::string(table.schema) + '.' + table.name : table.name;
 }
 
-// The table that the foreign keys point at: that of a join whose partner is the column which
-// supplies the first foreign key, the key's own join before any other. Null when there is none.
+// The table that the foreign keys point at: the one whose column supplies the first foreign key, by
+// the key's own join before any other. Null when there is none.
 const join_partner* referencedTable(const tab& table) {
   const foreign_key& key = table.fk[0];
-  const auto pointsAtParent = [&](const join_info_entry& join) {
-    return join.foreign && std::strcmp(join.foreign[0].col, key.parent->col) == 0;
+  const auto suppliesKey = [&](const join_partner& partner) {
+    return std::strcmp(partner.col, key.parent->col) == 0;
   };
-  if (pointsAtParent(*key.column)) return &key.column->foreign[0];
+  const std::span<const join_partner> own(key.column->foreign,
+                                          static_cast<size_t>(key.column->num_join));
+  const auto partner = std::find_if(own.begin(), own.end(), suppliesKey);
+  if (partner != own.end()) return &*partner;
   for (int i = 0; table.join_info && i < table.num_join; ++i) {
-    if (pointsAtParent(table.join_info[i])) return &table.join_info[i].foreign[0];
+    const join_info_entry& join = table.join_info[i];
+    if (join.num_join > 0 && suppliesKey(join.foreign[0])) return &join.foreign[0];
   }
   return nullptr;
 }
