@@ -1,5 +1,6 @@
 // Values and search conditions. Both are one grammar, because an opening parenthesis does not tell
 // which of them it holds; requireValue() and requirePredicate() tell them apart afterwards.
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>

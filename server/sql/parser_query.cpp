@@ -1,4 +1,6 @@
 // Queries and the tables they read.
+#include <algorithm>
+
 #include "server/sql/parser_impl.h"
 #include "server/sql/sql_error.h"
 

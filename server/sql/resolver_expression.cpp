@@ -1,5 +1,6 @@
 // Expressions: columns find their tables, every node gets its type.
 #include <algorithm>
+#include <utility>
 
 #include "server/sql/resolver_impl.h"
 #include "server/sql/sql_error.h"

@@ -1,6 +1,7 @@
 // Function calls: which function is meant, what its arguments must be, what it returns.
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 #include "server/sql/resolver_impl.h"
 #include "server/sql/sql_error.h"

@@ -142,6 +142,7 @@ class Resolver {
   Statement& statement_;
   const Catalog& catalog_;
   int aliases_ = 0;
+  int typedMarkers_ = 0;
 };
 
 // The same value wherever both can be evaluated: equal columns, constants and operators.

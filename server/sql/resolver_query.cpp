@@ -1,6 +1,7 @@
 // Queries: which tables they read, what columns they have, how they are grouped and sorted.
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 #include "server/sql/resolver_impl.h"
 #include "server/sql/sql_error.h"

@@ -1,6 +1,7 @@
 // Definitions of tables and indexes.
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 #include "server/sql/resolver_impl.h"
 #include "server/sql/sql_error.h"

@@ -1,5 +1,6 @@
 // Types that come from the context: markers, nulls, and operands and results that must agree.
 #include <algorithm>
+#include <utility>
 
 #include "server/sql/resolver_impl.h"
 #include "server/sql/sql_error.h"
@@ -35,6 +36,7 @@ void Resolver::giveType(Expr& expr, const SqlType& type) {
     case ExprKind::Marker:
       statement_.markers[static_cast<size_t>(expr.markerIndex)].type = type;
       statement_.markers[static_cast<size_t>(expr.markerIndex)].type.nullable = true;
+      ++typedMarkers_;
       break;
     case ExprKind::Negate:
       giveType(*expr.args[0], type);
@@ -68,14 +70,9 @@ void Resolver::giveTypeToArgs(Expr& expr, const SqlType& type) {
 // For places that give no type: an untyped NULL becomes a string, an untyped marker is an error.
 void Resolver::requireType(Expr& expr) {
   if (!isUnknown(expr)) return;
-  const auto untyped = [this] {
-    return std::ranges::count_if(statement_.markers, [](const MarkerInfo& marker) {
-      return marker.type.kind == TypeKind::Unknown;
-    });
-  };
-  const auto before = untyped();
+  const int before = typedMarkers_;
   giveType(expr, makeType(TypeKind::Varchar, 1));
-  if (untyped() != before) throw SqlError(-418);
+  if (typedMarkers_ != before) throw SqlError(-418);
 }
 
 // Makes args[first], args[first + step], ... comparable with args[0]: the first that has a type
