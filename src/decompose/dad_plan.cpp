@@ -84,6 +84,7 @@ bool Planner::addElement(xercesc::DOMElement* child) {
   const tab* top = getTabofTopElement(rel_, name.c_str());
   if (top != nullptr && top != &table_) return true;
   add(StepKind::Element, std::move(name), child->getAttribute(u"name")).dadElement = child;
+  plan_.searchesChildren = true;
   return true;
 }
 

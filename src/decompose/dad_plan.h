@@ -32,9 +32,10 @@ struct DadStep {
 };
 
 struct DadPlan {
-  std::string name;            // of the element_node
-  std::vector<DadStep> steps;  // in DAD order
-  bool wholeElement = false;   // the element itself, written out, is the value
+  std::string name;               // of the element_node
+  std::vector<DadStep> steps;     // in DAD order
+  bool searchesChildren = false;  // some step is for child elements
+  bool wholeElement = false;      // the element itself, written out, is the value
   int wholeElementColumn = -1;
 };
 

@@ -14,7 +14,9 @@ const NameInfo& DocumentNames::find(const XMLCh* name) {
   const auto [entry, isNew] = infos_.try_emplace(name);
   NameInfo& info = entry->second;
   if (!isNew) return info;
-  if (!toDatabase(ctx_, name, info.text)) info.text.clear();
+  const std::u16string_view units = name;
+  info.length = units.size();
+  if (!toDatabase(ctx_, units, info.text)) info.text.clear();
   for (int i = 0; i < rel_->num_of_tables; ++i) {
     const tab* table = rel_->tab[i];
     if (isInTab(ctx_, table, info.text.c_str())) info.inTables |= tableBit(i);

@@ -14,6 +14,7 @@ namespace orvxml {
 
 struct NameInfo {
   std::string text;           // in the database code page; empty when it does not convert
+  size_t length = 0;          // characters in the document
   uint32_t inTables = 0;      // bit i: isInTab(tab[i], name)
   uint32_t topElementOf = 0;  // bit i: the name is the top element of tab[i]
 };

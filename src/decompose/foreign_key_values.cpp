@@ -1,5 +1,6 @@
 #include "src/decompose/foreign_key_values.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "orvxml/code_pages.h"
@@ -55,6 +56,7 @@ struct ForeignKeyValues::Climb {
   const xercesc::DOMNode* node;
   const NameInfo* name;
   bool found = false;
+  bool recalled = false;  // the rest of the climb is known already
   const XMLCh* value = nullptr;
 };
 
@@ -68,43 +70,33 @@ ForeignKeyValues::ForeignKeyValues(WalkState& walk, const tab& table, int tableI
   }
 }
 
-int ForeignKeyValues::get_foreign_key_values(const xercesc::DOMElement* element) {
+int ForeignKeyValues::get_foreign_key_values(const xercesc::DOMNode* parent) {
   for (Key& key : keys_) {
-    const int rc = get_foreign_key_value(key, element);
+    const int rc = get_foreign_key_value(key, parent);
     QRK_TRACE(walk_.ctx, "call get_foreign_key_value() returns %ld.", static_cast<long>(rc));
     if (rc < 0) return rc;
-    QRK_TRACE(walk_.ctx, "%s='%s'", key.definition->column->col, key.value.c_str());
+    QRK_TRACE(walk_.ctx, "%s='%s'", key.definition->column->col, key.known[0].value.c_str());
   }
   return 0;
 }
 
-// A trace shows every climb, so nothing is taken from memory while it is on.
-int ForeignKeyValues::get_foreign_key_value(Key& key, const xercesc::DOMElement* element) {
-  const xercesc::DOMNode* parent = element->getParentNode();
-  if (parent && parent == key.parent && key.joinAttributes == walk_.joinAttributes &&
-      !walk_.ctx->traceOn) {
-    return 0;
+int ForeignKeyValues::get_foreign_key_value(Key& key, const xercesc::DOMNode* parent) {
+  if (key.joinAttributes != walk_.joinAttributes) {
+    for (Known& known : key.known) known.start = nullptr;
+    key.joinAttributes = walk_.joinAttributes;
   }
-  key.parent = nullptr;
+  if (recall(key, parent)) return 0;
   if (!parent) {
     std::snprintf(walk_.msg, kMessageSize, "%s", kNoParent);
     return kInternalError;
   }
   Climb at{parent, nullptr};
   if (int code = climb(key, at)) return code;
-  if (!at.found) {
-    return fail(walk_.report(), Msg::QRKQ043E, key.definition->parent->xml, at.name->text);
-  }
-  if (!at.value || !toDatabase(walk_.ctx, at.value, key.value)) {
-    return fail(walk_.report(), Msg::QRKG002E);
-  }
-  key.parent = parent;
-  key.joinAttributes = walk_.joinAttributes;
-  return 0;
+  return remember(key, parent, at);
 }
 
 // Towards the root until a value is found, and past elements that belong to the table itself.
-int ForeignKeyValues::climb(const Key& key, Climb& at) {
+int ForeignKeyValues::climb(Key& key, Climb& at) {
   bool goOn = true;
   while (goOn) {
     at.name = &walk_.names.of(at.node);
@@ -113,8 +105,39 @@ int ForeignKeyValues::climb(const Key& key, Climb& at) {
     if (!lookAt(key, at)) return failInternal(walk_.report(), kModule, __LINE__);
     at.node = at.node->getParentNode();
     goOn = isElement(at.node) && (!at.found || (at.name->inTables & tableBit_) != 0);
+    at.recalled = goOn && !at.found && recall(key, at.node);
+    goOn = goOn && !at.recalled;
   }
   return 0;
+}
+
+int ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Climb& at) {
+  if (!at.found && !at.recalled) {
+    return fail(walk_.report(), Msg::QRKQ043E, key.definition->parent->xml, at.name->text);
+  }
+  Known& oldest = key.known.back();
+  oldest.start = nullptr;
+  if (at.recalled) {
+    oldest.value = key.known.front().value;
+  } else if (!at.value || !toDatabase(walk_.ctx, at.value, oldest.value)) {
+    return fail(walk_.report(), Msg::QRKG002E);
+  }
+  oldest.start = start;
+  std::rotate(key.known.begin(), key.known.end() - 1, key.known.end());
+  return 0;
+}
+
+// Brings what is known of `start` to the front. A trace shows every climb, so nothing is known
+// while it is on.
+bool ForeignKeyValues::recall(Key& key, const xercesc::DOMNode* start) const {
+  if (walk_.ctx->traceOn || !start) return false;
+  for (size_t i = 0; i < key.known.size(); ++i) {
+    if (key.known[i].start != start) continue;
+    const auto found = key.known.begin() + static_cast<std::ptrdiff_t>(i);
+    std::rotate(key.known.begin(), found, found + 1);
+    return true;
+  }
+  return false;
 }
 
 // False when the key names no item that could supply a value.

@@ -1,10 +1,11 @@
 // The foreign-key values of a row, looked up from the row's document element towards the root.
 //
-// Rows that follow each other mostly hang below the same parent, so each key remembers the value of
-// the last parent. A value also depends on the join attributes that the walk adds to the document:
-// each addition ends what is remembered.
+// Rows that follow each other mostly hang below the same few elements, so each key remembers the
+// values that it found last, by the element where the climb to them began. A value also depends on
+// the join attributes that the walk adds to the document: each addition ends what is remembered.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -48,27 +49,34 @@ class ForeignKeyValues {
   ForeignKeyValues(WalkState& walk, const tab& table, int tableIndex);
 
   int count() const { return static_cast<int>(keys_.size()); }
-  // Looks up the values of all keys for a row at `element`. 0 or the message's code.
-  int get_foreign_key_values(const xercesc::DOMElement* element);
+  // Looks up the values of all keys for a row at an element with this parent. 0 or the message's
+  // code.
+  int get_foreign_key_values(const xercesc::DOMNode* parent);
   // The value of key `k` of the last look-up; good until the next one.
-  std::string_view value(int k) const { return keys_[static_cast<size_t>(k)].value; }
+  std::string_view value(int k) const { return keys_[static_cast<size_t>(k)].known[0].value; }
 
  private:
+  // What climbing from `start` gives.
+  struct Known {
+    const xercesc::DOMNode* start = nullptr;
+    std::string value;
+  };
   struct Key {
     const foreign_key* definition;
-    std::u16string xmlName;   // the item that supplies the value
-    std::u16string joinName;  // its join attribute
-    std::string value;
-    const xercesc::DOMNode* parent = nullptr;  // of the element that `value` was looked up for
-    uint64_t joinAttributes = 0;               // at that time
+    std::u16string xmlName;       // the item that supplies the value
+    std::u16string joinName;      // its join attribute
+    std::array<Known, 3> known;   // the one used last in front
+    uint64_t joinAttributes = 0;  // of the walk when they were found
   };
   struct Climb;
 
-  int get_foreign_key_value(Key& key, const xercesc::DOMElement* element);
-  int climb(const Key& key, Climb& at);
+  int get_foreign_key_value(Key& key, const xercesc::DOMNode* parent);
+  int climb(Key& key, Climb& at);
+  int remember(Key& key, const xercesc::DOMNode* start, const Climb& at);
   bool lookAt(const Key& key, Climb& at);
   void lookAtAttribute(const Key& key, Climb& at);
   void lookAtText(const Key& key, Climb& at);
+  bool recall(Key& key, const xercesc::DOMNode* start) const;
 
   WalkState& walk_;
   uint32_t tableBit_;

@@ -46,26 +46,41 @@ int TableRows::gen_rows(const QRK_NodeList& container, const Element* dadElement
   DadPlan plan = planElement(walk_.ctx, walk_.relinfo, table_, dadElement, dadElementName);
   const QRK_NodeList::Node* node = container.head;
   for (int i = 0; i < container.count && node; ++i, node = node->next) {
-    if (int code = get_rows(plan, node->element.element())) return code;
+    Element* element = node->element.element();
+    if (int code = get_rows(plan, element, element->getParentNode())) return code;
   }
   return 0;
 }
 
-int TableRows::get_rows(DadPlan& plan, Element* element) {
+int TableRows::get_rows(DadPlan& plan, Element* element, const xercesc::DOMNode* parent) {
+  const size_t firstChild = children_.size();
+  collectChildren(plan, element);
+  const Place place{element, parent, firstChild, children_.size()};
   for (DadStep& step : plan.steps) {
-    if (int code = runStep(step, element)) return code;
+    if (int code = runStep(step, place)) return code;
   }
-  return plan.wholeElement ? takeElement(plan, element) : 0;
+  children_.resize(firstChild);
+  return plan.wholeElement ? takeElement(plan, place) : 0;
 }
 
-int TableRows::runStep(DadStep& step, Element* element) {
+// A step from sibling to sibling costs the parser more than a comparison costs us: children are
+// looked up once, whatever the number of names that are searched among them.
+void TableRows::collectChildren(const DadPlan& plan, const Element* element) {
+  if (!plan.searchesChildren) return;
+  for (auto* child = element->getFirstChild(); child; child = child->getNextSibling()) {
+    if (child->getNodeType() != xercesc::DOMNode::ELEMENT_NODE) continue;
+    children_.push_back({static_cast<Element*>(child), child->getNodeName()});
+  }
+}
+
+int TableRows::runStep(DadStep& step, const Place& place) {
   switch (step.kind) {
     case StepKind::Attribute:
-      return takeAttribute(step, element);
+      return takeAttribute(step, place);
     case StepKind::Text:
-      return takeText(step, element);
+      return takeText(step, place);
     case StepKind::Element:
-      return rowsOfChildren(step, element);
+      return rowsOfChildren(step, place);
     case StepKind::NamelessAttribute:
       return fail(walk_.report(), Msg::QRKQ006E);
     case StepKind::NamelessElement:
@@ -74,43 +89,43 @@ int TableRows::runStep(DadStep& step, Element* element) {
   return 0;
 }
 
-int TableRows::rowsOfChildren(DadStep& step, Element* element) {
-  for (Element* child = element->getFirstElementChild(); child;
-       child = child->getNextElementSibling()) {
-    if (step.xmlName != child->getTagName()) continue;
+int TableRows::rowsOfChildren(DadStep& step, const Place& place) {
+  for (size_t i = place.firstChild; i < place.childrenEnd; ++i) {
+    const Child child = children_[i];
+    if (step.xmlName != child.name) continue;
     if (!step.below) {
       step.below = std::make_unique<DadPlan>(
           planElement(walk_.ctx, walk_.relinfo, table_, step.dadElement, step.name));
     }
-    if (int code = get_rows(*step.below, child)) return code;
+    if (int code = get_rows(*step.below, child.element, place.element)) return code;
   }
   return 0;
 }
 
 // ---- One value
 
-int TableRows::takeAttribute(const DadStep& step, Element* element) {
-  const XMLCh* value = element->getAttribute(step.xmlName.c_str());
+int TableRows::takeAttribute(const DadStep& step, const Place& place) {
+  const XMLCh* value = place.element->getAttribute(step.xmlName.c_str());
   int code = step.column < 0 ? unknownItem(step.name) : 0;
-  if (code == 0 && *value == 0) code = attributeWithoutValue(element);
-  if (code == 0) code = get_coldata(step.column, value, element);
+  if (code == 0 && *value == 0) code = attributeWithoutValue(place.element);
+  if (code == 0) code = get_coldata(step.column, value, place);
   QRK_TRACE(walk_.ctx, "call get_coldata(QRK_ATTRIBUTE) returns %ld.", static_cast<long>(code));
-  return code < 0 ? code : add_attribute_to_DOM(element, step, value);
+  return code < 0 ? code : add_attribute_to_DOM(place.element, step, value);
 }
 
-int TableRows::takeText(const DadStep& step, Element* element) {
+int TableRows::takeText(const DadStep& step, const Place& place) {
   int code = step.column < 0 ? unknownItem(step.name) : 0;
-  if (code == 0) code = get_coldata(step.column, textOf(element, joinedText_), element);
+  if (code == 0) code = get_coldata(step.column, textOf(place.element, joinedText_), place);
   QRK_TRACE(walk_.ctx, "call get_coldata(QRK_TEXT) returns %ld.", static_cast<long>(code));
   return code;
 }
 
-int TableRows::takeElement(const DadPlan& plan, Element* element) {
+int TableRows::takeElement(const DadPlan& plan, const Place& place) {
   if (plan.wholeElementColumn < 0) return unknownItem(plan.name);
   char* xml = nullptr;
-  int code = qrkDOMtoXML(walk_.ctx, DOM_Element(walk_.owner, element), &xml, walk_.msg);
+  int code = qrkDOMtoXML(walk_.ctx, DOM_Element(walk_.owner, place.element), &xml, walk_.msg);
   const std::unique_ptr<char, decltype(&std::free)> owner(xml, &std::free);
-  if (code >= 0) code = xml ? place(plan.wholeElementColumn, rows_.copy(xml), element) : kNoText;
+  if (code >= 0) code = xml ? store(plan.wholeElementColumn, rows_.copy(xml), place) : kNoText;
   QRK_TRACE(walk_.ctx, "call get_coldata(QRK_ELEMENT) returns %ld.", static_cast<long>(code));
   return code;
 }
@@ -131,31 +146,29 @@ int TableRows::withoutAncestor(const Element* element) {
 }
 
 // `text` null or empty: the column gets no value.
-int TableRows::get_coldata(int column, const XMLCh* text, Element* element) {
-  if (text == nullptr || *text == 0) return place(column, Value{}, element);
+int TableRows::get_coldata(int column, const XMLCh* text, const Place& place) {
+  if (text == nullptr || *text == 0) return store(column, Value{}, place);
   if (!toDatabase(walk_.ctx, text, converted_)) return fail(walk_.report(), Msg::QRKG002E);
-  return place(column, rows_.copy(converted_), element);
+  return store(column, rows_.copy(converted_), place);
 }
-
-// ---- Placement
 
 // The value completes the last row when its column is still empty there and the row has the same
 // parents; otherwise it begins a new row.
-int TableRows::place(int column, Value value, const Element* element) {
+int TableRows::store(int column, Value value, const Place& place) {
   Value* row = rows_.count() > 0 ? rows_.last() : nullptr;
   if (row && row[column].text) row = nullptr;
   if (row) {
-    if (int code = keys_.get_foreign_key_values(element)) return code;
+    if (int code = keys_.get_foreign_key_values(place.parent)) return code;
     if (!isPrevRowKeyEqual(row)) row = nullptr;
   }
   if (!row) {
-    if (int code = newRow(element, row)) return code;
+    if (int code = newRow(place, row)) return code;
   }
   row[column] = value;
   return 0;
 }
 
-// The foreign keys of the element that is placed are those of `previous`. A missing value on
+// The foreign keys last looked up are those of `previous`. A missing value on
 // either side counts as equal.
 bool TableRows::isPrevRowKeyEqual(Value* previous) const {
   const Value* previousKeys = rows_.keys(previous);
@@ -166,12 +179,12 @@ bool TableRows::isPrevRowKeyEqual(Value* previous) const {
 }
 
 // A new row starts with every column empty and the foreign keys of its element.
-int TableRows::newRow(const Element* element, Value*& row) {
+int TableRows::newRow(const Place& place, Value*& row) {
   if (rows_.full()) {
     QRK_TRACE(walk_.ctx, "QRK_MAX_ROWS limit exceeded %s:%d", kModule, __LINE__);
     return fail(walk_.report(), Msg::QRKG017E, "QRK_MAX_ROWS", buildStamp(), kModule, __LINE__);
   }
-  if (int code = keys_.get_foreign_key_values(element)) return code;
+  if (int code = keys_.get_foreign_key_values(place.parent)) return code;
   const Value* previous = rows_.count() > 0 ? rows_.keys(rows_.last()) : nullptr;
   row = rows_.append();
   Value* keys = rows_.keys(row);
@@ -188,8 +201,8 @@ int TableRows::newRow(const Element* element, Value*& row) {
 // Notes the value of an attribute below the table's top element at that top element, where the
 // foreign keys of other tables find it.
 int TableRows::add_attribute_to_DOM(Element* element, const DadStep& step, const XMLCh* value) {
-  const std::u16string_view tag = element->getTagName();
-  if (tag.size() > kMaxTagName || walk_.names.of(element).text.empty()) return kNoTagName;
+  const NameInfo& name = walk_.names.of(element);
+  if (name.length > kMaxTagName || name.text.empty()) return kNoTagName;
   if (isTopElement(element)) return 0;
   Element* ancestor = get_named_ancestor(element);
   if (!ancestor) return withoutAncestor(element);

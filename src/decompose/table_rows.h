@@ -26,19 +26,32 @@ class TableRows {
  private:
   using Element = xercesc::DOMElement;
 
-  int get_rows(DadPlan& plan, Element* element);
-  int runStep(DadStep& step, Element* element);
-  int rowsOfChildren(DadStep& step, Element* element);
+  // A document element that is being searched, with what its values need of its surroundings.
+  struct Place {
+    Element* element;
+    const xercesc::DOMNode* parent;
+    size_t firstChild;  // of its element children in `children_`
+    size_t childrenEnd;
+  };
+  struct Child {
+    Element* element;
+    const XMLCh* name;
+  };
 
-  int takeAttribute(const DadStep& step, Element* element);
-  int takeText(const DadStep& step, Element* element);
-  int takeElement(const DadPlan& plan, Element* element);
+  int get_rows(DadPlan& plan, Element* element, const xercesc::DOMNode* parent);
+  void collectChildren(const DadPlan& plan, const Element* element);
+  int runStep(DadStep& step, const Place& place);
+  int rowsOfChildren(DadStep& step, const Place& place);
+
+  int takeAttribute(const DadStep& step, const Place& place);
+  int takeText(const DadStep& step, const Place& place);
+  int takeElement(const DadPlan& plan, const Place& place);
   int unknownItem(const std::string& xmlName);
   int attributeWithoutValue(Element* element);
 
-  int get_coldata(int column, const XMLCh* text, Element* element);
-  int place(int column, Value value, const Element* element);
-  int newRow(const Element* element, Value*& row);
+  int get_coldata(int column, const XMLCh* text, const Place& place);
+  int store(int column, Value value, const Place& place);
+  int newRow(const Place& place, Value*& row);
   bool isPrevRowKeyEqual(Value* previous) const;
 
   int add_attribute_to_DOM(Element* element, const DadStep& step, const XMLCh* value);
@@ -53,8 +66,9 @@ class TableRows {
   uint32_t tableBit_;
   RowList rows_;
   ForeignKeyValues keys_;
-  std::string converted_;      // the value being placed
-  std::u16string joinedText_;  // text of an element with several text nodes
+  std::vector<Child> children_;  // of the elements on the way down, one after the other
+  std::string converted_;        // the value being placed
+  std::u16string joinedText_;    // text of an element with several text nodes
 };
 
 }  // namespace orvxml
