@@ -12,10 +12,10 @@
 namespace orvxml {
 namespace {
 
-using test::CallContext;
-using test::Folder;
-using test::readFile;
-using test::Variable;
+using unittest::CallContext;
+using unittest::Folder;
+using unittest::readFile;
+using unittest::Variable;
 
 unsigned modeOf(const std::string& path) {
   struct stat status;
@@ -64,7 +64,7 @@ TEST_F(BufferTest, GrowsUntilItsLimitAndMovesIntoAFile) {
   EXPECT_EQ(qrkBufAppend(&call.ctx, &buf, "late"), -1);
 
   EXPECT_EQ(qrkBufRelease(&call.ctx, &buf), 0);
-  EXPECT_EQ(folder.fileCount(), 0U);
+  EXPECT_EQ(unittest::fileCount(folder), 0U);
   EXPECT_EQ(qrkBufRelease(&call.ctx, &buf), 0);
 }
 
@@ -139,7 +139,7 @@ TEST_F(BufferTest, AFullDiskLosesNothing) {
     EXPECT_EQ(qrkBufAppend(&call.ctx, &buf, text.c_str()), -1);
     EXPECT_EQ(buf.loctype, QRK_LOC_MEMORY);
     EXPECT_EQ(buf.data, text);
-    EXPECT_EQ(folder.fileCount(), 0U);
+    EXPECT_EQ(unittest::fileCount(folder), 0U);
 
     QrkOutbuf file{};
     ASSERT_EQ(qrkBufAcquire(&call.ctx, &file, 60000, 0, QRK_LOC_FILE, &call.code, call.msg, 0), 0);
@@ -147,7 +147,7 @@ TEST_F(BufferTest, AFullDiskLosesNothing) {
     EXPECT_EQ(call.code, -49);
     EXPECT_STREQ(call.state, "38X03");
     qrkBufRelease(&call.ctx, &file);
-    EXPECT_EQ(qrk_buf2file(&call.ctx, text.data(), 60000, (folder / "named").c_str(), call.state,
+    EXPECT_EQ(qrk_buf2file(&call.ctx, text.data(), 60000, folder.path("named").c_str(), call.state,
                            call.msg),
               -1);
     EXPECT_STREQ(call.msg, "QRKC003E  Unable to write to the specified file.\n");

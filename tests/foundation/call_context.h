@@ -11,8 +11,9 @@
 #include <string>
 
 #include "orvxml/context.h"
+#include "tests/support/temporary_folder.h"
 
-namespace orvxml::test {
+namespace orvxml::unittest {
 
 // An environment variable for the time of a test; null: not set.
 class Variable {
@@ -31,35 +32,16 @@ class Variable {
   std::optional<std::string> old_;
 };
 
-// An empty directory, removed with what is in it.
-class Folder {
- public:
-  Folder() {
-    std::string name = std::filesystem::temp_directory_path() / "orvxml-test-XXXXXX";
-    path_ = mkdtemp(name.data());
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
+using Folder = test::TemporaryFolder;
 
-  std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-  const std::string& path() const { return path_; }
-  size_t fileCount() const {
-    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(path_), {}));
-  }
-
- private:
-  std::string path_;
-};
+inline size_t fileCount(const Folder& folder) {
+  return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder.path()), {}));
+}
 
 inline std::string readFile(const std::string& path) {
   std::ostringstream text;
   text << std::ifstream(path).rdbuf();
   return text.str();
-}
-
-inline void writeFile(const std::string& path, const std::string& text) {
-  std::ofstream(path) << text;
 }
 
 struct CallContext {
@@ -83,4 +65,4 @@ struct CallContext {
   int rc = 0;
 };
 
-}  // namespace orvxml::test
+}  // namespace orvxml::unittest

@@ -11,7 +11,7 @@ namespace orvxml {
 namespace {
 
 using namespace std::string_literals;
-using test::CallContext;
+using unittest::CallContext;
 
 TEST(CodePageTest, BuffersBetweenApplicationAndDatabase) {
   struct Case {

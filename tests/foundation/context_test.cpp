@@ -6,8 +6,8 @@
 namespace orvxml {
 namespace {
 
-using test::CallContext;
-using test::Variable;
+using unittest::CallContext;
+using unittest::Variable;
 
 TEST(ContextTest, TheThresholdHasAFloor) {
   const std::pair<const char*, int> cases[] = {

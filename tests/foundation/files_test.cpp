@@ -9,8 +9,8 @@
 namespace orvxml {
 namespace {
 
-using test::CallContext;
-using test::Folder;
+using unittest::CallContext;
+using unittest::Folder;
 
 TEST(FileTest, PathsBecomeAbsoluteWithinTheirField) {
   const std::string here = std::filesystem::current_path();
@@ -40,10 +40,10 @@ TEST(FileTest, PathsBecomeAbsoluteWithinTheirField) {
 
 TEST(FileTest, SmallFilesAreReadIntoAField) {
   const Folder folder;
-  test::writeFile(folder / "largest", std::string(kMaxVarcharFile, 'x'));
-  test::writeFile(folder / "larger", std::string(kMaxVarcharFile + 1, 'x'));
-  test::writeFile(folder / "latin", "caf\xE9 ");
-  test::writeFile(folder / "broken", "caf\xE9 ");
+  folder.write("largest", std::string(kMaxVarcharFile, 'x'));
+  folder.write("larger", std::string(kMaxVarcharFile + 1, 'x'));
+  folder.write("latin", "caf\xE9 ");
+  folder.write("broken", "caf\xE9 ");
   struct Case {
     const char* name;
     const char* encoding;
@@ -65,7 +65,7 @@ TEST(FileTest, SmallFilesAreReadIntoAField) {
     CallContext call(c.encoding);
     std::vector<char> text(static_cast<size_t>(c.room), '#');
     call.state[0] = 0;
-    const int rc = qrk_file2varchar(&call.ctx, (folder / c.name).c_str(), text.data(), c.room,
+    const int rc = qrk_file2varchar(&call.ctx, folder.path(c.name).c_str(), text.data(), c.room,
                                     call.state, call.msg);
     EXPECT_EQ(rc == 0, *c.state == 0);
     EXPECT_STREQ(call.state, c.state);

@@ -9,9 +9,9 @@
 namespace orvxml {
 namespace {
 
-using test::CallContext;
-using test::Folder;
-using test::Variable;
+using unittest::CallContext;
+using unittest::Folder;
+using unittest::Variable;
 
 int indexOf(Msg message) {
   return static_cast<int>(message);
@@ -67,16 +67,16 @@ TEST(MessageTest, FitsItsCaller) {
 
 TEST(MessageTest, ComesFromTheCatalogWhenItsPlaceholdersMatch) {
   const Folder folder;
-  test::writeFile(folder / "qrk.msg",
-                  "$set 1\n"
-                  "5 QRKA004E  Datenbank %s geht nicht.\n"
-                  "8 QRKA007E  %s und %s\n"
-                  "10 QRKA009E  %n\n"
-                  "17 QRKA016E  100%% von %s\n");
-  const std::string command = "gencat " + folder / "qrk.cat" + " " + folder / "qrk.msg";
+  folder.write("qrk.msg",
+               "$set 1\n"
+               "5 QRKA004E  Datenbank %s geht nicht.\n"
+               "8 QRKA007E  %s und %s\n"
+               "10 QRKA009E  %n\n"
+               "17 QRKA016E  100%% von %s\n");
+  const std::string command = "gencat " + folder.path("qrk.cat") + " " + folder.path("qrk.msg");
   if (std::system(command.c_str()) != 0) GTEST_SKIP() << "no gencat";
   const Variable language("LANG", nullptr);
-  const Variable path("NLSPATH", (folder / "%N").c_str());
+  const Variable path("NLSPATH", folder.path("%N").c_str());
   struct Case {
     Msg message;
     const char* expected;

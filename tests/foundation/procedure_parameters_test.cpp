@@ -9,7 +9,7 @@
 namespace orvxml {
 namespace {
 
-using test::CallContext;
+using unittest::CallContext;
 
 // A descriptor with one parameter and its secondary entry.
 struct Descriptor {

@@ -9,7 +9,7 @@
 namespace orvxml {
 namespace {
 
-using test::CallContext;
+using unittest::CallContext;
 
 struct Token {
   int32_t type;

@@ -11,10 +11,10 @@
 namespace orvxml {
 namespace {
 
-using test::CallContext;
-using test::Folder;
-using test::readFile;
-using test::Variable;
+using unittest::CallContext;
+using unittest::Folder;
+using unittest::readFile;
+using unittest::Variable;
 
 class TraceTest : public testing::Test {
  protected:
@@ -38,7 +38,7 @@ class TraceTest : public testing::Test {
   std::string instance = "test" + std::to_string(getpid());
   std::string control = "/tmp/qrk" + instance + ".ctl";
   Folder folder;
-  std::string file = folder / ("qrk" + instance + ".trc");
+  std::string file = folder.path("qrk" + instance + ".trc");
   char msg[kMessageSize] = "";
   char state[kSqlStateSize] = "";
   int rc = 1;
@@ -70,14 +70,14 @@ TEST_F(TraceTest, CallsWriteWhileItIsOn) {
 }
 
 TEST_F(TraceTest, ADirectoryThatDoesNotExistIsRefused) {
-  EXPECT_EQ(turnOn(folder / "none"), -1);
+  EXPECT_EQ(turnOn(folder.path("none")), -1);
   EXPECT_EQ(rc, -97);
-  EXPECT_EQ(msg, "QRKC009E  Unable to create file to " + folder / "none" + " directory.\n");
+  EXPECT_EQ(msg, "QRKC009E  Unable to create file to " + folder.path("none") + " directory.\n");
   EXPECT_FALSE(std::filesystem::exists(control));
 }
 
 TEST_F(TraceTest, CallsFailWhileTheTraceIsBroken) {
-  test::writeFile(control, folder / "none/trace\nsecond line");
+  std::ofstream(control) << folder.path("none/trace\nsecond line");
   EXPECT_EQ(initialise(), -49);
   EXPECT_STREQ(state, "38X03");
 
@@ -89,8 +89,8 @@ TEST_F(TraceTest, CallsFailWhileTheTraceIsBroken) {
 }
 
 TEST_F(TraceTest, AControlFileIsAPlainFileOfTheControlDirectory) {
-  const std::string target = folder / "target";
-  test::writeFile(target, "precious");
+  const std::string target = folder.path("target");
+  std::ofstream(target) << "precious";
   std::filesystem::create_symlink(target, control);
   EXPECT_EQ(initialise(), -1);
   EXPECT_EQ(turnOn(folder.path()), -1);
