@@ -196,10 +196,6 @@ TEST_F(CatalogQueriesTest, UsageRowsHoldDadsFromMemoryAndFiles) {
   EXPECT_EQ(insert("MEMORY", "a.dtd", "<DAD/>", QRK_LOC_MEMORY), 0) << message();
   const std::string large = "<DAD>" + std::string(90000, ' ') + "</DAD>";
   EXPECT_EQ(insert("FILE", nullptr, large, QRK_LOC_FILE), 0) << message();
-  EXPECT_EQ(db_.rows("SELECT COL_NAME, DTDID, DAD, ACCESS_MODE, VALIDATION, DEFAULT_VIEW, "
-                     "TRIGGER_SUFFIX FROM ORVXML.XML_USAGE ORDER BY ACCESS_MODE, DTDID")
-                .size(),
-            2u);
   EXPECT_EQ(db_.rows("SELECT DAD, DTDID, DEFAULT_VIEW, TRIGGER_SUFFIX FROM ORVXML.XML_USAGE WHERE "
                      "COL_NAME = 'MEMORY'"),
             (Rows{{"<DAD/>", "a.dtd", "NULL", "0       "}}));
@@ -270,20 +266,6 @@ TEST(TypeNamesTest, SynonymsBecomeCatalogNames) {
     std::strcpy(type, c.written);
     qrkConvertTypename(nullptr, type, c.length);
     EXPECT_STREQ(type, c.name) << c.written << '(' << c.length << ')';
-  }
-}
-
-TEST(TypeNamesTest, TypesOfQuotedConstants) {
-  for (const char* type : {"CHAR", "CHARACTER(3)", "VARCHAR(3)", "DATE", "TIME", "TIMESTAMP"}) {
-    EXPECT_EQ(isQuotedSQLType(type), 1) << type;
-    EXPECT_EQ(isGraphicQuotedSQLType(type), 0) << type;
-  }
-  for (const char* type : {"GRAPHIC(2)", "VARGRAPHIC(2)"}) {
-    EXPECT_EQ(isQuotedSQLType(type), 1) << type;
-    EXPECT_EQ(isGraphicQuotedSQLType(type), 1) << type;
-  }
-  for (const char* type : {"INTEGER", "DECIMAL", "CLOB", "LONG VARCHAR", ""}) {
-    EXPECT_EQ(isQuotedSQLType(type), 0) << type;
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tests/support/database.h"
 #include "tests/support/leak_suppressions.h"
 #include "tests/support/temporary_folder.h"
 
@@ -137,6 +138,21 @@ TEST_F(ValidationTest, AnUnreadableDtdIdRejectsTheDocumentUnread) {
   EXPECT_EQ(verdict.valid, 0);
   EXPECT_EQ(verdict.sqlState, "00000");
   EXPECT_EQ(verdict.message, "QRKD000E  An invalid XML document is rejected.\n");
+}
+
+TEST(ValidationEncodingTest, TheDatabaseCodePageWinsWhenAskedFor) {
+  const test::Database db(819);
+  test::CallContext call;
+  std::string document = "<!DOCTYPE \xE9 SYSTEM 'e.dtd'><\xE9/>";
+  std::string dtd = "<!ELEMENT \xE9 EMPTY>";
+  char id[] = "\xE9.dtd";
+  for (const int inDatabase : {1, 0}) {
+    EXPECT_EQ(qrkValidate(call, document.data(), 1, inDatabase, dtd.data(), 1, id, call.sqlState,
+                          call.msg, 1),
+              inDatabase)
+        << call.msg;
+    EXPECT_STREQ(call.sqlState, inDatabase ? "00000" : "38X13");
+  }
 }
 
 TEST_F(ValidationTest, NoFileThatTheDocumentNamesIsRead) {
