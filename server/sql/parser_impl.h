@@ -1,8 +1,8 @@
 // The recursive-descent parser behind parseStatement(). One class holds the tokens and the cursor;
 // its members are spread over one file per group of statements: parser.cpp (dispatch and units of
-// work), parser_support.cpp (tokens, names, errors), parser_expression.cpp, parser_query.cpp,
-// parser_change.cpp (INSERT, UPDATE, DELETE, CALL), parser_type.cpp, parser_table.cpp,
-// parser_object.cpp (other DDL) and parser_routine.cpp.
+// work), parser_support.cpp (tokens, names, errors), parser_expression.cpp and parser_primary.cpp,
+// parser_query.cpp, parser_change.cpp (INSERT, UPDATE, DELETE, CALL), parser_type.cpp,
+// parser_table.cpp, parser_object.cpp (other DDL) and parser_routine.cpp.
 //
 // No rule ever backtracks, so that parsing takes time in proportion to the text. Two things bound
 // the stack: `Nesting` counts the open rules, and every node knows its height.
