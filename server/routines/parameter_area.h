@@ -4,6 +4,8 @@
 // the layout, never through what the procedure may have made of the area, and only when the guards
 // are whole.
 //
+// An output is null until the procedure sets its indicator to 0.
+//
 // Large objects: `sqldata` is the bytes, the length stands where the secondary entry's
 // `sqldatalen` points.
 #pragma once

@@ -368,11 +368,9 @@ TEST_F(EsqlTest, DescriptorsDescribeAndCarryRows) {
   EXPECT_STREQ(text, "d");
   EXPECT_EQ(id, 1);
   EXPECT_EQ(std::string(document, static_cast<size_t>(length)), "document");
-  descriptor->sqln = 4;  // no room for secondary entries any more
   cursor.fetch(descriptor, area);
   EXPECT_EQ(area.sqlcode, 100);
-  cursor.close(area);
-  cursor.open({}, area);
+  descriptor->sqln = 4;  // no room for secondary entries any more
   cursor.fetch(descriptor, area);
   EXPECT_EQ(area.sqlcode, -804);
   cursor.fetch(static_cast<sqlda*>(nullptr), area);

@@ -21,7 +21,10 @@ char* text(sqlda* area, int parameter) {
   return area->sqlvar[parameter].sqldata + 2;
 }
 
+void notNull(sqlda* area, int parameter) { *area->sqlvar[parameter].sqlind = 0; }
+
 void setText(sqlda* area, int parameter, const char* value) {
+  notNull(area, parameter);
   at<uint16_t>(area, parameter) = static_cast<uint16_t>(std::strlen(value));
   std::memcpy(text(area, parameter), value, std::strlen(value));
 }
@@ -38,6 +41,7 @@ PROCEDURE(capitals) {
     return kReturned;
   }
   at<int32_t>(area, 1) *= 2;
+  notNull(area, 2);
   const uint16_t length = at<uint16_t>(area, 2) = at<uint16_t>(area, 0);
   for (int i = 0; i < length; ++i) {
     text(area, 2)[i] = static_cast<char>(std::toupper(text(area, 0)[i]));
@@ -61,6 +65,7 @@ PROCEDURE(reversed) {
     area->sqlvar[1].sqldata[i] = area->sqlvar[0].sqldata[length - 1 - i];
   }
   *out->sqldatalen = length;
+  notNull(area, 1);
   char description[60];
   std::snprintf(description, sizeof description, "%d %d %d %lld %d %d %.4s", area->sqln, area->sqld,
                 area->sqlvar[0].sqltype, static_cast<long long>(out->sqllonglen),
@@ -73,6 +78,8 @@ PROCEDURE(reversed) {
 PROCEDURE(misbehave) {
   const char what = text(area, 0)[0];
   const int length = area->sqlvar[1].sqllen;
+  notNull(area, 1);
+  notNull(area, 2);
   switch (what) {
     case 'o':  // one byte beyond the memory of the second
       std::memset(text(area, 1), 'x', static_cast<size_t>(length) + 1);
@@ -96,9 +103,9 @@ PROCEDURE(misbehave) {
       setText(area, 1, "a\xff");
       break;
     case 'd':  // the descriptor itself; the values stay good
-      std::memset(area->sqlvar, 0x5a, sizeof(sqlvar));
-      area->sqld = 9999;
       setText(area, 1, "fine");
+      std::memset(area->sqlvar, 0x5a, 2 * sizeof(sqlvar));
+      area->sqld = 9999;
       break;
     case 't':
       throw std::runtime_error("thrown");

@@ -238,7 +238,7 @@ TEST(SessionTest, CodePagesConvertBothWaysOrRefuse) {
   };
   const Case cases[] = {
       {1208, "a\u00e4\u20ac", "a\xc3\xa4\xe2\x82\xac", 5, 3},
-      {1252, "a\u00e4\u20ac", "a\xe4\x80", 2, 2},
+      {1252, "a\u00e4\u00e9", "a\xe4\xe9", 2, 2},
       {943, "a\u65e5\u672c", "a\x93\xfa\x96\x7b", 4, 3},
       {37, "a1", "\x81\xf1", 1, 1},
   };
