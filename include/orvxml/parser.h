@@ -143,8 +143,9 @@ char* qrkConvXMLCh(QrkStruct* ctx, const XMLCh* text, char* out);
 
 // Limits on documents from outside.
 inline constexpr int kMaxElementDepth = 1000;
-inline constexpr int64_t kMaxEntityExpansions = 100000;
-inline constexpr int64_t kMaxEntityCharacters = 50'000'000;   // text that entities expand to
+inline constexpr int64_t kMaxEntityExpansions = 100000;       // and one for every 64 bytes
+inline constexpr int64_t kMaxEntityCharacters = 10'000'000;   // beyond the document's own size
+inline constexpr int kMaxNames = 50000;   // element names, and attribute names: look-up is linear
 inline constexpr int64_t kMaxDocumentNodes = 50'000'000;      // elements, attributes and text nodes
 
 }  // namespace orvxml

@@ -7,12 +7,15 @@
 // SAXParseException at the place that was reached, so callers report them as any parse error.
 #pragma once
 
+#include <bitset>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/framework/XMLAttr.hpp>
+#include <xercesc/framework/XMLElementDecl.hpp>
+#include <xercesc/internal/XMLScanner.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/parsers/SAXParser.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
@@ -84,152 +87,173 @@ class qrkSchemaHandler : public xercesc::DefaultHandler {
 // it.
 void rememberDoctype(xercesc::EntityResolver* resolver, const XMLCh* systemId);
 
-// Watches over one parse: depth, nodes, and how far entities and defaulted attributes blow the
-// document up. It is also the parser's memory manager: a single value grows inside the parser, out
-// of sight of every callback, so the largest single allocation is limited as well. A DOM document
-// keeps the guard as long as it lives.
+// Watches over one parse: depth, nodes, names, and how far entities and defaults blow the document
+// up. It is also the parser's memory manager: a single value grows inside the parser, out of sight
+// of every callback, so the largest single allocation is limited as well. A DOM document keeps the
+// guard as long as it lives.
 class DocumentGuard : public xercesc::MemoryManager {
  public:
-  DocumentGuard() = default;
-  // Before a parse: the document's size in bytes (0 when unknown).
-  void start(uint64_t documentBytes);
-  // Where the parser stands; null from the end of the parse on.
-  void setLocator(const xercesc::Locator* locator) { locator_ = locator; }
+  // References to entities that a document of this size may make.
+  static int64_t expansionLimit(uint64_t documentBytes);
+
+  // At the start of a parse: the document's size in bytes, and where the parser stands.
+  void start(uint64_t documentBytes, const xercesc::Locator* locator);
   // After a parse, however it ended: lifts the limits.
   void finish();
 
-  void enterElement() {
+  void enterElement(const xercesc::XMLElementDecl& declared) {
     if (++depth_ > kMaxElementDepth) refuseDepth();
+    if (declared.getId() > kMaxNames) refuseNames();
   }
   void leaveElement() { --depth_; }
+  void addAttributes(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count);
   void addNodes(uint64_t count) {
     if ((nodes_ += static_cast<int64_t>(count)) > kMaxDocumentNodes) refuseNodes();
   }
   // A reference to an entity with a replacement text of `length` characters.
   void enterEntity(uint64_t length);
-  // The document declares entities or attributes: its attribute values are counted from here on.
-  void countAttributeValues() { countsValues_ = true; }
-  void addAttributes(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count) {
-    if (countsValues_) addAttributeValues(attributes, count);
-  }
+  // `length` characters, or a value, that entities may have made.
+  void addCharacters(uint64_t length);
   void addValue(const XMLCh* text);
+
+  // Around the internal subset. A DTD that the library supplies may declare what it likes.
+  void enterSubset() { inSubset_ = true; }
+  void leaveSubset() { inSubset_ = false; }
+  // A declaration; `mayRepeat`: perhaps it repeats an earlier one.
+  void addDeclaration(bool mayRepeat);
+  void addSubsetText(uint64_t length) {
+    if (inSubset_) addCharacters(length);
+  }
+  void declareEntity(const xercesc::DTDEntityDecl& declared, bool isParameter);
+  void declareAttribute(const xercesc::DTDAttDef& declared);
 
   void* allocate(XMLSize_t size) override;
   void deallocate(void* memory) override;
   xercesc::MemoryManager* getExceptionMemoryManager() override;
 
  private:
-  void addAttributeValues(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                          XMLSize_t count);
-  void addCharacters(uint64_t count);
+  static constexpr size_t kNameSlots = size_t{1} << 18;
+
+  void addName(const XMLCh* name);
   [[noreturn]] void refuse(const XMLCh* text) const;
   [[noreturn]] void refuseDepth() const;
   [[noreturn]] void refuseNodes() const;
+  [[noreturn]] void refuseNames() const;
 
   const xercesc::Locator* locator_ = nullptr;
   int depth_ = 0;
-  bool countsValues_ = false;
+  bool inSubset_ = false;
+  bool countsValues_ = false;  // entities or defaults are declared
   int64_t nodes_ = 0;
   int64_t expansions_ = 0;
+  int64_t expansionLimit_ = 0;
   uint64_t characters_ = 0;
   uint64_t characterLimit_ = 0;
+  uint64_t longestParameterEntity_ = 0;
+  int nestedParameterReferences_ = 0;
+  std::bitset<kNameSlots> names_;  // hashes of the attribute names met
+  int nameCount_ = 0;
   XMLSize_t allocationLimit_ = ~XMLSize_t{0};
 };
 
 // What a parser needs before its base class is built.
 struct GuardedParser {
   GuardedParser();
+  // Before a parse: the size of the document in bytes, which its limits grow with.
+  void expectDocument(uint64_t bytes);
+
   std::shared_ptr<DocumentGuard> guard;
-  xercesc::SecurityManager security;
+  xercesc::SecurityManager security;  // ends endless expansion inside the parser
+  uint64_t documentBytes = 0;
+  xercesc::DefaultHandler declarations;  // with it a SAX parser reports the DOCTYPE at all
 };
 
+// The callbacks that the parser classes share: they tell the entity resolver of the DOCTYPE and the
+// guard of everything. A reference to an entity that is not declared is an error also where the
+// document names an external DTD, for that reads as empty: dropping it would lose text.
+template <class Base>
+class GuardedCallbacks : protected GuardedParser, public Base {
+ public:
+  void startDocument() override;
+  void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
+                   const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
+  void doctypeComment(const XMLCh* text) override;
+  void doctypePI(const XMLCh* target, const XMLCh* data) override;
+  void doctypeWhitespace(const XMLCh* text, XMLSize_t length) override;
+  void elementDecl(const xercesc::DTDElementDecl& declared, bool isIgnored) override;
+  void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& declared,
+              bool ignoring) override;
+  void entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
+                  bool isIgnored) override;
+  void notationDecl(const xercesc::XMLNotationDecl& declared, bool isIgnored) override;
+  void startIntSubset() override;
+  void endIntSubset() override;
+  void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
+                    const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                    XMLSize_t count, bool isEmpty, bool isRoot) override;
+  void endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId, bool isRoot,
+                  const XMLCh* prefix) override;
+  void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
+
+ protected:
+  template <class... Args>
+  explicit GuardedCallbacks(Args... args) : Base(args..., guard.get()) {}
+  virtual xercesc::XMLScanner& scanner() = 0;
+
+ private:
+  void requireEntities();
+};
+
+extern template class GuardedCallbacks<xercesc::XercesDOMParser>;
+extern template class GuardedCallbacks<xercesc::SAXParser>;
+extern template class GuardedCallbacks<xercesc::SAX2XMLReaderImpl>;
+
 // Parses into a DOM tree: no validation, no name spaces, no entity reference nodes.
-class qrkNonValidateDOM : private GuardedParser, public xercesc::XercesDOMParser {
+class qrkNonValidateDOM : public GuardedCallbacks<xercesc::XercesDOMParser> {
  public:
   explicit qrkNonValidateDOM(QrkStruct* context);
-  // For a document of `bytes` bytes; parses it and lifts the limits from what it built.
+  // Parses a document of `bytes` bytes and lifts the limits from what it built.
   void parseDocument(const xercesc::InputSource& source, uint64_t bytes);
   // The parsed document, which from here on belongs to the result; null when there is none.
   DocumentOwner takeDocument();
 
-  void startDocument() override;
-  void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
-                   const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
-  void entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
-                  bool isIgnored) override;
-  void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& declared,
-              bool ignoring) override;
-  void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                    const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                    XMLSize_t count, bool isEmpty, bool isRoot) override;
-  void endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId, bool isRoot,
-                  const XMLCh* prefix) override;
   void docCharacters(const XMLCh* text, XMLSize_t length, bool isCdata) override;
   void docComment(const XMLCh* text) override;
   void docPI(const XMLCh* target, const XMLCh* data) override;
-  void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
 
  private:
-  QrkStruct* ctx_;
+  xercesc::XMLScanner& scanner() override { return *getScanner(); }
 };
 
-class qrkNonValidateSAX : private GuardedParser, public xercesc::SAXParser {
+class qrkNonValidateSAX : public GuardedCallbacks<xercesc::SAXParser> {
  public:
   explicit qrkNonValidateSAX(QrkStruct* context);
   // The size of the next document in bytes, which its limits grow with; 0 when unknown.
-  void setDocumentSize(uint64_t bytes) { documentBytes_ = bytes; }
-
-  void startDocument() override;
-  void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
-                   const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
-  void entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
-                  bool isIgnored) override;
-  void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& declared,
-              bool ignoring) override;
-  void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                    const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                    XMLSize_t count, bool isEmpty, bool isRoot) override;
-  void endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId, bool isRoot,
-                  const XMLCh* prefix) override;
-  void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
+  void setDocumentSize(uint64_t bytes) { expectDocument(bytes); }
 
  private:
-  QrkStruct* ctx_;
-  uint64_t documentBytes_ = 0;
+  xercesc::XMLScanner& scanner() override;
 };
 
 // Reads with SAX2 events. White space that the DTD makes ignorable reaches the content handler's
-// ignorableWhitespace once by this class and once by its base, when a content handler is set.
-class qrkSAX2XMLReaderImpl : private GuardedParser, public xercesc::SAX2XMLReaderImpl {
+// ignorableWhitespace once by this class and once by its base.
+class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl> {
  public:
   explicit qrkSAX2XMLReaderImpl(QrkStruct* context);
   // The size of the next document in bytes, which its limits grow with; 0 when unknown.
-  void setDocumentSize(uint64_t bytes) { documentBytes_ = bytes; }
+  void setDocumentSize(uint64_t bytes) { expectDocument(bytes); }
 
   void setContentHandler(xercesc::ContentHandler* handler) override;
   void setEntityResolver(xercesc::EntityResolver* resolver) override;
-
-  void startDocument() override;
   void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
                    const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
-  void entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
-                  bool isIgnored) override;
-  void attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& declared,
-              bool ignoring) override;
-  void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                    const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                    XMLSize_t count, bool isEmpty, bool isRoot) override;
-  void endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId, bool isRoot,
-                  const XMLCh* prefix) override;
   void ignorableWhitespace(const XMLCh* text, XMLSize_t length, bool isCdata) override;
-  void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
 
  private:
-  QrkStruct* ctx_;
-  uint64_t documentBytes_ = 0;
+  xercesc::XMLScanner& scanner() override;
+
   xercesc::ContentHandler* contentHandler_ = nullptr;
   xercesc::EntityResolver* resolver_ = nullptr;
-  xercesc::DefaultHandler declarations_;  // makes the parser report the DOCTYPE at all
 };
 
 }  // namespace orvxml

@@ -1,8 +1,6 @@
 // The three parser subclasses: each is closed to the outside, tells the entity resolver about the
 // DOCTYPE, and reports what it meets to the guard.
-#include <xercesc/framework/XMLEntityDecl.hpp>
-#include <xercesc/internal/XMLScanner.hpp>
-#include <xercesc/sax/Locator.hpp>
+#include <xercesc/framework/XMLNotationDecl.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/DTD/DTDAttDef.hpp>
 #include <xercesc/validators/DTD/DTDEntityDecl.hpp>
@@ -14,62 +12,167 @@ namespace orvxml {
 
 namespace {
 
-// Only entities and attribute defaults let values be longer than what the document says; until one
-// is declared, attribute values need no counting.
-void declareEntity(DocumentGuard& guard, bool isParameter) {
-  if (!isParameter) guard.countAttributeValues();
-}
-
-void declareAttribute(DocumentGuard& guard, const xercesc::DTDAttDef& declared) {
-  if (!declared.getValue()) return;
-  guard.countAttributeValues();
-  guard.addValue(declared.getValue());
-}
-
-void referToEntity(DocumentGuard& guard, const xercesc::XMLEntityDecl& entity) {
-  guard.enterEntity(entity.isExternal() ? 0 : entity.getValueLen());
-}
-
-// Hands on the two calls with which a parse begins, to learn where the parser keeps its position.
-class LocatorProbe : public xercesc::DefaultHandler {
- public:
-  explicit LocatorProbe(xercesc::ContentHandler& handler) : handler_(handler) {}
-  void setDocumentLocator(const xercesc::Locator* locator) override {
-    locator_ = locator;
-    handler_.setDocumentLocator(locator);
+// The reader keeps its scanner private and offers no other way to the position in the document
+// before a handler exists, or to the treatment of undeclared entities. Naming a private member in
+// an explicit instantiation is allowed, and stops compiling when the member is gone.
+template <xercesc::XMLScanner* xercesc::SAX2XMLReaderImpl::*scanner>
+struct ScannerAccess {
+  friend xercesc::XMLScanner& scannerOf(xercesc::SAX2XMLReaderImpl& reader) {
+    return *(reader.*scanner);
   }
-  void startDocument() override { handler_.startDocument(); }
-  const xercesc::Locator* locator() const { return locator_; }
-
- private:
-  xercesc::ContentHandler& handler_;
-  const xercesc::Locator* locator_ = nullptr;
 };
+xercesc::XMLScanner& scannerOf(xercesc::SAX2XMLReaderImpl& reader);
+template struct ScannerAccess<&xercesc::SAX2XMLReaderImpl::fScanner>;
 
 }  // namespace
 
 GuardedParser::GuardedParser() : guard(std::make_shared<DocumentGuard>()) {
-  security.setEntityExpansionLimit(kMaxEntityExpansions);
+  expectDocument(0);
 }
+
+void GuardedParser::expectDocument(uint64_t bytes) {
+  documentBytes = bytes;
+  security.setEntityExpansionLimit(static_cast<XMLSize_t>(DocumentGuard::expansionLimit(bytes)));
+}
+
+// ---- What they share
+
+template <class Base>
+void GuardedCallbacks<Base>::startDocument() {
+  guard->start(documentBytes, scanner().getLocator());
+  Base::startDocument();
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
+                                         const XMLCh* systemId, bool hasIntSubset,
+                                         bool hasExtSubset) {
+  rememberDoctype(this->getEntityResolver(), systemId);
+  requireEntities();
+  Base::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::doctypeComment(const XMLCh* text) {
+  guard->addDeclaration(false);
+  guard->addSubsetText(xercesc::XMLString::stringLen(text));
+  Base::doctypeComment(text);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::doctypePI(const XMLCh* target, const XMLCh* data) {
+  guard->addSubsetText(xercesc::XMLString::stringLen(target));
+  guard->addSubsetText(xercesc::XMLString::stringLen(data));
+  Base::doctypePI(target, data);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::doctypeWhitespace(const XMLCh* text, XMLSize_t length) {
+  guard->addSubsetText(length);
+  Base::doctypeWhitespace(text, length);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::elementDecl(const xercesc::DTDElementDecl& declared, bool isIgnored) {
+  // The parser reports a repeated element declaration as a new one.
+  guard->addDeclaration(true);
+  Base::elementDecl(declared, isIgnored);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::attDef(const xercesc::DTDElementDecl& element,
+                                    const xercesc::DTDAttDef& declared, bool ignoring) {
+  guard->addDeclaration(ignoring);
+  guard->declareAttribute(declared);
+  Base::attDef(element, declared, ignoring);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
+                                        bool isIgnored) {
+  guard->addDeclaration(isIgnored);
+  guard->declareEntity(declared, isParameter);
+  Base::entityDecl(declared, isParameter, isIgnored);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::notationDecl(const xercesc::XMLNotationDecl& declared,
+                                          bool isIgnored) {
+  guard->addDeclaration(isIgnored);
+  Base::notationDecl(declared, isIgnored);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::startIntSubset() {
+  guard->enterSubset();
+  Base::startIntSubset();
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::endIntSubset() {
+  guard->leaveSubset();
+  // References to parameter entities in the subset have changed the scanner's mind.
+  requireEntities();
+  Base::endIntSubset();
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::requireEntities() {
+  scanner().setHasNoDTD(true);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::startElement(const xercesc::XMLElementDecl& declared,
+                                          unsigned int uriId, const XMLCh* prefix,
+                                          const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                                          XMLSize_t count, bool isEmpty, bool isRoot) {
+  constexpr bool kBuildsTree = std::is_same_v<Base, xercesc::XercesDOMParser>;
+  guard->enterElement(declared);
+  guard->addAttributes(attributes, count);
+  if constexpr (kBuildsTree) guard->addNodes(1 + count);
+  Base::startElement(declared, uriId, prefix, attributes, count, isEmpty, isRoot);
+  // The tree builder calls endElement for an empty element, the others do not.
+  if (!kBuildsTree && isEmpty) guard->leaveElement();
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
+                                        bool isRoot, const XMLCh* prefix) {
+  guard->leaveElement();
+  Base::endElement(declared, uriId, isRoot, prefix);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::startEntityReference(const xercesc::XMLEntityDecl& entity) {
+  guard->enterEntity(entity.isExternal() ? 0 : entity.getValueLen());
+  Base::startEntityReference(entity);
+}
+
+template class GuardedCallbacks<xercesc::XercesDOMParser>;
+template class GuardedCallbacks<xercesc::SAXParser>;
+template class GuardedCallbacks<xercesc::SAX2XMLReaderImpl>;
 
 // ---- qrkNonValidateDOM
 
 qrkNonValidateDOM::qrkNonValidateDOM(QrkStruct* context)
-    : XercesDOMParser(nullptr, guard.get()), ctx_(context) {
-  QRK_TRACE(ctx_, "new qrkNonValidateDOM\n");
+    : GuardedCallbacks(static_cast<xercesc::XMLValidator*>(nullptr)) {
+  QRK_TRACE(context, "new qrkNonValidateDOM\n");
   setValidationScheme(Val_Never);
   setDoNamespaces(false);
   setCreateEntityReferenceNodes(false);
+  // The external DTD reads as empty, which the scanner can have without opening anything.
+  setLoadExternalDTD(false);
   setDisableDefaultEntityResolution(true);
   setSecurityManager(&security);
 }
 
 void qrkNonValidateDOM::parseDocument(const xercesc::InputSource& source, uint64_t bytes) {
   struct Watch {
-    explicit Watch(DocumentGuard& watched, uint64_t size) : guard(watched) { guard.start(size); }
     ~Watch() { guard.finish(); }
     DocumentGuard& guard;
-  } watch(*guard, bytes);
+  };
+  const Watch watch{*guard};
+  expectDocument(bytes);
   parse(source);
 }
 
@@ -77,45 +180,6 @@ DocumentOwner qrkNonValidateDOM::takeDocument() {
   xercesc::DOMDocument* document = adoptDocument();
   if (!document) return nullptr;
   return DocumentOwner(document, [memory = guard](xercesc::DOMDocument* d) { d->release(); });
-}
-
-void qrkNonValidateDOM::startDocument() {
-  guard->setLocator(getScanner()->getLocator());
-  XercesDOMParser::startDocument();
-}
-
-void qrkNonValidateDOM::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
-                                    const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) {
-  rememberDoctype(getEntityResolver(), systemId);
-  XercesDOMParser::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
-}
-
-void qrkNonValidateDOM::entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
-                                   bool isIgnored) {
-  declareEntity(*guard, isParameter);
-  XercesDOMParser::entityDecl(declared, isParameter, isIgnored);
-}
-
-void qrkNonValidateDOM::attDef(const xercesc::DTDElementDecl& element,
-                               const xercesc::DTDAttDef& declared, bool ignoring) {
-  declareAttribute(*guard, declared);
-  XercesDOMParser::attDef(element, declared, ignoring);
-}
-
-void qrkNonValidateDOM::startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                                     const XMLCh* prefix,
-                                     const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                                     XMLSize_t count, bool isEmpty, bool isRoot) {
-  guard->enterElement();
-  guard->addNodes(1 + count);
-  guard->addAttributes(attributes, count);
-  XercesDOMParser::startElement(declared, uriId, prefix, attributes, count, isEmpty, isRoot);
-}
-
-void qrkNonValidateDOM::endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                                   bool isRoot, const XMLCh* prefix) {
-  guard->leaveElement();
-  XercesDOMParser::endElement(declared, uriId, isRoot, prefix);
 }
 
 void qrkNonValidateDOM::docCharacters(const XMLCh* text, XMLSize_t length, bool isCdata) {
@@ -133,73 +197,33 @@ void qrkNonValidateDOM::docPI(const XMLCh* target, const XMLCh* data) {
   XercesDOMParser::docPI(target, data);
 }
 
-void qrkNonValidateDOM::startEntityReference(const xercesc::XMLEntityDecl& entity) {
-  referToEntity(*guard, entity);
-  XercesDOMParser::startEntityReference(entity);
-}
-
 // ---- qrkNonValidateSAX
 
 qrkNonValidateSAX::qrkNonValidateSAX(QrkStruct* context)
-    : SAXParser(nullptr, guard.get()), ctx_(context) {
-  QRK_TRACE(ctx_, "new qrkNonValidateSAX\n");
+    : GuardedCallbacks(static_cast<xercesc::XMLValidator*>(nullptr)) {
+  QRK_TRACE(context, "new qrkNonValidateSAX\n");
+  setLoadExternalDTD(false);
   setDisableDefaultEntityResolution(true);
   setSecurityManager(&security);
+  setDTDHandler(&declarations);
 }
 
-void qrkNonValidateSAX::startDocument() {
-  guard->start(documentBytes_);
-  guard->setLocator(getScanner().getLocator());
-  SAXParser::startDocument();
-}
-
-void qrkNonValidateSAX::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
-                                    const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) {
-  rememberDoctype(getEntityResolver(), systemId);
-  SAXParser::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
-}
-
-void qrkNonValidateSAX::entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
-                                   bool isIgnored) {
-  declareEntity(*guard, isParameter);
-  SAXParser::entityDecl(declared, isParameter, isIgnored);
-}
-
-void qrkNonValidateSAX::attDef(const xercesc::DTDElementDecl& element,
-                               const xercesc::DTDAttDef& declared, bool ignoring) {
-  declareAttribute(*guard, declared);
-  SAXParser::attDef(element, declared, ignoring);
-}
-
-void qrkNonValidateSAX::startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                                     const XMLCh* prefix,
-                                     const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                                     XMLSize_t count, bool isEmpty, bool isRoot) {
-  guard->enterElement();
-  guard->addAttributes(attributes, count);
-  SAXParser::startElement(declared, uriId, prefix, attributes, count, isEmpty, isRoot);
-  if (isEmpty) guard->leaveElement();
-}
-
-void qrkNonValidateSAX::endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                                   bool isRoot, const XMLCh* prefix) {
-  guard->leaveElement();
-  SAXParser::endElement(declared, uriId, isRoot, prefix);
-}
-
-void qrkNonValidateSAX::startEntityReference(const xercesc::XMLEntityDecl& entity) {
-  referToEntity(*guard, entity);
-  SAXParser::startEntityReference(entity);
+xercesc::XMLScanner& qrkNonValidateSAX::scanner() {
+  return const_cast<xercesc::XMLScanner&>(getScanner());
 }
 
 // ---- qrkSAX2XMLReaderImpl
 
-qrkSAX2XMLReaderImpl::qrkSAX2XMLReaderImpl(QrkStruct* context)
-    : SAX2XMLReaderImpl(guard.get()), ctx_(context) {
-  QRK_TRACE(ctx_, "new qrkSAX2XMLReaderImpl\n");
+qrkSAX2XMLReaderImpl::qrkSAX2XMLReaderImpl(QrkStruct* context) {
+  QRK_TRACE(context, "new qrkSAX2XMLReaderImpl\n");
+  setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);  // unless it validates
   setFeature(xercesc::XMLUni::fgXercesDisableDefaultEntityResolution, true);
   setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
-  setDTDHandler(&declarations_);
+  setDTDHandler(&declarations);
+}
+
+xercesc::XMLScanner& qrkSAX2XMLReaderImpl::scanner() {
+  return scannerOf(*this);
 }
 
 void qrkSAX2XMLReaderImpl::setContentHandler(xercesc::ContentHandler* handler) {
@@ -212,59 +236,17 @@ void qrkSAX2XMLReaderImpl::setEntityResolver(xercesc::EntityResolver* resolver) 
   SAX2XMLReaderImpl::setEntityResolver(resolver);
 }
 
-void qrkSAX2XMLReaderImpl::startDocument() {
-  guard->start(documentBytes_);
-  if (!contentHandler_) return SAX2XMLReaderImpl::startDocument();
-  LocatorProbe probe(*contentHandler_);
-  SAX2XMLReaderImpl::setContentHandler(&probe);
-  SAX2XMLReaderImpl::startDocument();
-  SAX2XMLReaderImpl::setContentHandler(contentHandler_);
-  guard->setLocator(probe.locator());
-}
-
 void qrkSAX2XMLReaderImpl::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
                                        const XMLCh* systemId, bool hasIntSubset,
                                        bool hasExtSubset) {
+  // The base forgets the resolver when a resolver of its newer kind is installed.
   rememberDoctype(resolver_, systemId);
-  SAX2XMLReaderImpl::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
-}
-
-void qrkSAX2XMLReaderImpl::entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
-                                      bool isIgnored) {
-  declareEntity(*guard, isParameter);
-  SAX2XMLReaderImpl::entityDecl(declared, isParameter, isIgnored);
-}
-
-void qrkSAX2XMLReaderImpl::attDef(const xercesc::DTDElementDecl& element,
-                                  const xercesc::DTDAttDef& declared, bool ignoring) {
-  declareAttribute(*guard, declared);
-  SAX2XMLReaderImpl::attDef(element, declared, ignoring);
-}
-
-void qrkSAX2XMLReaderImpl::startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                                        const XMLCh* prefix,
-                                        const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                                        XMLSize_t count, bool isEmpty, bool isRoot) {
-  guard->enterElement();
-  guard->addAttributes(attributes, count);
-  SAX2XMLReaderImpl::startElement(declared, uriId, prefix, attributes, count, isEmpty, isRoot);
-  if (isEmpty) guard->leaveElement();
-}
-
-void qrkSAX2XMLReaderImpl::endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
-                                      bool isRoot, const XMLCh* prefix) {
-  guard->leaveElement();
-  SAX2XMLReaderImpl::endElement(declared, uriId, isRoot, prefix);
+  GuardedCallbacks::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
 }
 
 void qrkSAX2XMLReaderImpl::ignorableWhitespace(const XMLCh* text, XMLSize_t length, bool isCdata) {
   if (contentHandler_) contentHandler_->ignorableWhitespace(text, length);
   SAX2XMLReaderImpl::ignorableWhitespace(text, length, isCdata);
-}
-
-void qrkSAX2XMLReaderImpl::startEntityReference(const xercesc::XMLEntityDecl& entity) {
-  referToEntity(*guard, entity);
-  SAX2XMLReaderImpl::startEntityReference(entity);
 }
 
 }  // namespace orvxml

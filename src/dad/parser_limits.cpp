@@ -5,6 +5,8 @@
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLString.hpp>
+#include <xercesc/validators/DTD/DTDAttDef.hpp>
+#include <xercesc/validators/DTD/DTDEntityDecl.hpp>
 
 #include "orvxml/parser_handlers.h"
 
@@ -16,18 +18,36 @@ namespace {
 // buffer that has just doubled.
 constexpr uint64_t kBytesPerDocumentByte = 8;
 constexpr uint64_t kBytesPerEntityCharacter = 4;
+constexpr uint64_t kBytesPerExpansion = 64;
+// What a node that the document does not spell out counts besides its text.
+constexpr uint64_t kCharactersPerDefault = 32;
+// The shortest declaration is longer.
+constexpr uint64_t kCharactersPerDeclaration = 8;
+// With so many, the longest chain of them expands some hundred times.
+constexpr int kMaxNestedParameterReferences = 16;
+constexpr size_t kHashFactor = 0x9E3779B97F4A7C15;
 
 }  // namespace
 
-void DocumentGuard::start(uint64_t documentBytes) {
-  locator_ = nullptr;
+int64_t DocumentGuard::expansionLimit(uint64_t documentBytes) {
+  return kMaxEntityExpansions + static_cast<int64_t>(documentBytes / kBytesPerExpansion);
+}
+
+void DocumentGuard::start(uint64_t documentBytes, const xercesc::Locator* locator) {
+  locator_ = locator;
   depth_ = 0;
+  inSubset_ = false;
   countsValues_ = false;
   nodes_ = 0;
   expansions_ = 0;
+  expansionLimit_ = expansionLimit(documentBytes);
   characters_ = 0;
   // Without entities a document yields no more characters than it has bytes.
   characterLimit_ = documentBytes + kMaxEntityCharacters;
+  longestParameterEntity_ = 0;
+  nestedParameterReferences_ = 0;
+  names_.reset();
+  nameCount_ = 0;
   allocationLimit_ =
       documentBytes * kBytesPerDocumentByte + kMaxEntityCharacters * kBytesPerEntityCharacter;
 }
@@ -37,23 +57,66 @@ void DocumentGuard::finish() {
   allocationLimit_ = ~XMLSize_t{0};
 }
 
-void DocumentGuard::enterEntity(uint64_t length) {
-  if (++expansions_ > kMaxEntityExpansions) refuse(u"The document refers to entities too often.");
-  addCharacters(length);
+void DocumentGuard::addAttributes(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
+                                  XMLSize_t count) {
+  for (XMLSize_t i = 0; i < count; ++i) {
+    const xercesc::XMLAttr* attribute = attributes.elementAt(i);
+    addName(attribute->getName());
+    if (!countsValues_) continue;
+    addValue(attribute->getValue());
+    if (!attribute->getSpecified()) addCharacters(kCharactersPerDefault);
+  }
 }
 
-void DocumentGuard::addAttributeValues(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
-                                       XMLSize_t count) {
-  for (XMLSize_t i = 0; i < count; ++i) addValue(attributes.elementAt(i)->getValue());
+void DocumentGuard::addName(const XMLCh* name) {
+  size_t hash = 0;
+  for (; *name; ++name) hash = hash * kHashFactor + *name;
+  // The low bits of a product depend on the low bits of its factors alone.
+  hash = (hash ^ (hash >> 32)) % kNameSlots;
+  if (names_[hash]) return;
+  names_[hash] = true;
+  if (++nameCount_ > kMaxNames) refuseNames();
+}
+
+void DocumentGuard::enterEntity(uint64_t length) {
+  if (++expansions_ > expansionLimit_) refuse(u"The document refers to entities too often.");
+  addCharacters(length);
 }
 
 void DocumentGuard::addValue(const XMLCh* text) {
   addCharacters(xercesc::XMLString::stringLen(text));
 }
 
-void DocumentGuard::addCharacters(uint64_t count) {
-  characters_ += count;
+void DocumentGuard::addCharacters(uint64_t length) {
+  characters_ += length;
   if (characters_ > characterLimit_) refuse(u"The document's entities expand to too much text.");
+}
+
+void DocumentGuard::addDeclaration(bool mayRepeat) {
+  // No callback tells of parameter entities that are referred to, but declarations come again.
+  const uint64_t repeated = mayRepeat ? longestParameterEntity_ : 0;
+  addSubsetText(std::max(repeated, kCharactersPerDeclaration));
+}
+
+void DocumentGuard::declareEntity(const xercesc::DTDEntityDecl& declared, bool isParameter) {
+  if (!isParameter) countsValues_ = true;
+  if (!inSubset_ || !declared.getValue()) return;
+  addCharacters(declared.getValueLen());
+  if (!isParameter) return;
+  longestParameterEntity_ = std::max<uint64_t>(longestParameterEntity_, declared.getValueLen());
+  const std::u16string_view value(declared.getValue(), declared.getValueLen());
+  for (size_t at = 0; (at = value.find(u'%', at)) != value.npos; ++at) {
+    const bool isReference = at + 1 < value.size() && value[at + 1] > u' ';
+    if (isReference && ++nestedParameterReferences_ > kMaxNestedParameterReferences) {
+      refuse(u"The document's parameter entities refer to each other too often.");
+    }
+  }
+}
+
+void DocumentGuard::declareAttribute(const xercesc::DTDAttDef& declared) {
+  if (!declared.getValue()) return;
+  countsValues_ = true;
+  addSubsetText(xercesc::XMLString::stringLen(declared.getValue()));
 }
 
 void DocumentGuard::refuse(const XMLCh* text) const {
@@ -67,6 +130,10 @@ void DocumentGuard::refuseDepth() const {
 
 void DocumentGuard::refuseNodes() const {
   refuse(u"The document has too many nodes.");
+}
+
+void DocumentGuard::refuseNames() const {
+  refuse(u"The document has too many different names.");
 }
 
 void* DocumentGuard::allocate(XMLSize_t size) {
