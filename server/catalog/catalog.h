@@ -67,9 +67,11 @@ struct Table {
   std::vector<CheckConstraint> checks;
   std::string tableSpace;
   std::string baseSchema, baseTable;  // aliases
-  bool foreign = false;             // made by another program: types are read from its own DDL
+  bool foreign = false;             // made by another program: types are read from its own DDL, and
+                                    // its names are folded, the storedNames being as it wrote them
 
-  int columnIndex(std::string_view column) const;   // -1 when there is none
+  // -1 when there is none. Columns of other programs are found under every spelling.
+  int columnIndex(std::string_view column) const;
 };
 
 struct DistinctType {
@@ -109,7 +111,7 @@ class Catalog {
 
   // Null when there is none. An empty schema means the default schema; for types and procedures
   // the function path is searched. Names are folded. Tables of other programs are found under
-  // their folded and under their own name.
+  // their folded name and under every other spelling of it.
   virtual const Table* findTable(std::string_view schema, std::string_view name) const = 0;
   virtual const DistinctType* findType(std::string_view schema, std::string_view name) const = 0;
   virtual const Procedure* findProcedure(std::string_view schema, std::string_view name,

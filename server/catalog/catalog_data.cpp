@@ -26,10 +26,10 @@ int Table::columnIndex(std::string_view column) const {
     if (columns[i].name == column) return static_cast<int>(i);
   }
   if (!foreign) return -1;
-  // Names of other programs stand in any case; the engine keeps them apart regardless of it.
+  // Other programs write names in any case; the engine keeps them apart regardless of it.
   std::string folded = foldAscii(column);
   for (size_t i = 0; i < columns.size(); ++i) {
-    if (foldAscii(columns[i].name) == folded) return static_cast<int>(i);
+    if (foldAscii(columns[i].storedName) == folded) return static_cast<int>(i);
   }
   return -1;
 }
@@ -38,7 +38,7 @@ void CatalogData::index() {
   for (const auto& table : tables) {
     byName_.emplace(keyOf(table->schema, table->name), table.get());
     if (table->foreign) {
-      byFoldedName_.emplace(keyOf(table->schema, foldAscii(table->name)), table.get());
+      byFoldedName_.emplace(keyOf(table->schema, foldAscii(table->storedName)), table.get());
     }
     byStoredName_.emplace(foldAscii(table->storedName), table.get());
   }

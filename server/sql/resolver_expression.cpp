@@ -119,8 +119,19 @@ bool Resolver::findColumn(Expr& expr, const Scope& scope) const {
       expr.columnIndex = static_cast<int>(column);
       expr.type = table.columns[column].type;
     }
+    findForeignColumn(expr, table);
   }
   return expr.source != nullptr;
+}
+
+// Columns of other programs' tables are found under their own spelling as well.
+void Resolver::findForeignColumn(Expr& expr, const TableRef& table) const {
+  if (expr.source || !table.table || !table.table->foreign) return;
+  const int column = table.table->columnIndex(expr.name.name);
+  if (column < 0) return;
+  expr.source = &table;
+  expr.columnIndex = column;
+  expr.type = table.columns[static_cast<size_t>(column)].type;
 }
 
 void Resolver::resolveRegister(Expr& expr) const {

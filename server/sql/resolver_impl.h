@@ -83,6 +83,7 @@ class Resolver {
   void resolveExpr(ExprPtr& expr, Scope& scope);
   void resolveColumn(Expr& expr, const Scope& scope) const;
   bool findColumn(Expr& expr, const Scope& scope) const;
+  void findForeignColumn(Expr& expr, const TableRef& table) const;
   bool names(const TableRef& table, std::string_view schema, std::string_view name) const;
   void resolveRegister(Expr& expr) const;
   void resolveNegate(Expr& expr);

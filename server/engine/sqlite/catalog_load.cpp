@@ -2,6 +2,7 @@
 // say about them, then the keys and indexes of other programs' tables.
 #include <algorithm>
 #include <map>
+#include <set>
 #include <unordered_map>
 
 #include "server/catalog/declared_type.h"
@@ -9,6 +10,7 @@
 #include "server/engine/sqlite/catalog_store.h"
 #include "server/engine/sqlite/sql_text.h"
 #include "server/sql/datetime_text.h"
+#include "server/sql/lexer.h"
 
 namespace orv::sqlite {
 namespace {
@@ -168,7 +170,8 @@ class Loader {
       auto record = tableRecords_.find(table->storedName);
       table->foreign = record == tableRecords_.end();
       table->schema = table->foreign ? data_->defaultSchema : record->second.schema;
-      table->name = table->foreign ? table->storedName : record->second.name;
+      table->name =
+          table->foreign ? foreignName(tableNames_, table->storedName) : record->second.name;
       if (!table->foreign) table->tableSpace = record->second.tableSpace;
       data_->schemas.insert(table->schema);
       // A view over something that is gone, or a table of an unknown module, cannot be used and
@@ -187,12 +190,12 @@ class Loader {
   void loadColumns(Table& table, Command& columns) {
     std::map<int64_t, int> keyColumns;
     int autoNumbered = -1;
+    std::set<std::string> names;
     auto records = columnRecords_.find(table.storedName);
     while (columns.step()) {
       if (columns.integer(5) == 1) continue;  // hidden column of a virtual table
       Column column;
       column.storedName = columns.text(0);
-      column.name = column.storedName;
       column.hasDefault = !columns.isNull(3);
       column.defaultText = columns.text(3);
       column.storedDefault = column.defaultText;
@@ -202,7 +205,10 @@ class Loader {
         known = record != records->second.end();
         if (known) applyRecord(column, record->second);
       }
-      if (!known) column.type = foreignType(columns.text(1));
+      if (!known) {
+        column.name = foreignName(names, column.storedName);
+        column.type = foreignType(columns.text(1));
+      }
       column.type.nullable = columns.integer(2) == 0;
       if (int64_t position = columns.integer(4)) {
         keyColumns[position] = static_cast<int>(table.columns.size());
@@ -231,6 +237,12 @@ class Loader {
     column.hasDefault = record.hasDefault;
     column.defaultText = record.defaultText;
     column.storedDefault = record.storedDefault;
+  }
+
+  // Names of other programs stand in any case; ordinary words, which are folded, shall find them.
+  static std::string foreignName(std::set<std::string>& names, const std::string& stored) {
+    std::string folded = foldName(stored);
+    return names.insert(folded).second ? folded : stored;
   }
 
   // Lengths of other programs are no promises, so fixed ones become varying.
@@ -316,12 +328,12 @@ class Loader {
         ForeignKey key;
         key.name = table.name + "_FK" + std::to_string(current + 1);
         key.parentSchema = table.schema;
-        key.parentTable = rows.text(1);
+        key.parentTable = foldName(rows.text(1));
         key.onDelete = rows.text(4) == "NO ACTION" ? "" : rows.text(4);
         table.foreignKeys.push_back(std::move(key));
       }
       table.foreignKeys.back().columns.push_back(table.columnIndex(rows.text(2)));
-      if (!rows.isNull(3)) table.foreignKeys.back().parentColumns.push_back(rows.text(3));
+      if (!rows.isNull(3)) table.foreignKeys.back().parentColumns.push_back(foldName(rows.text(3)));
     }
   }
 
@@ -394,6 +406,7 @@ class Loader {
   sqlite3* database_;
   std::shared_ptr<CatalogData> data_;
   bool own_ = false;
+  std::set<std::string> tableNames_;
   std::unordered_map<std::string, Table> tableRecords_;
   std::unordered_map<std::string, std::unordered_map<std::string, ColumnRecord>> columnRecords_;
   std::unordered_map<std::string, Table*> ownTables_;

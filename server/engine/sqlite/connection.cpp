@@ -154,6 +154,10 @@ void execute(sqlite3* database, std::string_view sql) {
   Command(database, sql).run();
 }
 
+void executeChecked(sqlite3* database, std::string_view sql, const ConstraintReader& constraints) {
+  Command(database, sql).run(&constraints);
+}
+
 namespace {
 
 bool isMemory(const std::string& path) {

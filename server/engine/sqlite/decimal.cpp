@@ -113,8 +113,7 @@ std::optional<Decimal> Decimal::multiply(const Decimal& a, const Decimal& b, int
   std::string digits = productDigits(a.digits_, b.digits_);
   int excess = a.scale_ + b.scale_ - scale;
   if (excess > 0) {
-    auto cut = std::min(static_cast<size_t>(excess), digits.size());
-    digits.resize(digits.size() - cut);
+    digits.erase(digits.size() - std::min(static_cast<size_t>(excess), digits.size()));
   } else {
     digits.append(static_cast<size_t>(-excess), '0');
   }
@@ -130,7 +129,7 @@ std::optional<Decimal> Decimal::divide(const Decimal& a, const Decimal& b, int s
   if (shift >= 0) {
     digits.append(static_cast<size_t>(shift), '0');
   } else {
-    digits.resize(digits.size() - std::min(static_cast<size_t>(-shift), digits.size()));
+    digits.erase(digits.size() - std::min(static_cast<size_t>(-shift), digits.size()));
   }
   std::string quotient;
   Uint128 remainder = 0;

@@ -1,10 +1,16 @@
 #include "server/engine/sqlite/engine_statement.h"
 
+#include <chrono>
+#include <thread>
+
 #include "server/engine/sqlite/connection.h"
 #include "server/sql/value_conversion.h"
 
 namespace orv::sqlite {
 namespace {
+
+constexpr std::chrono::milliseconds kLockWait{5000};
+constexpr std::chrono::milliseconds kLockPause{10};
 
 // Whether a value of this storage class is one of the type as it stands.
 bool fits(int storageClass, TypeKind kind) {
@@ -82,9 +88,27 @@ bool SqliteStatement::step() {
   if (!requiredMarkers_.empty()) requireValues();
   int rc = sqlite3_step(statement_.get());
   if (rc == SQLITE_ROW) return true;
+  if (rc == SQLITE_BUSY && sqlite3_txn_state(database_, "main") == SQLITE_TXN_READ) {
+    rc = waitForLock();
+  }
+  if (rc == SQLITE_ROW) return true;
   if (rc != SQLITE_DONE) fail(rc);
   changes_ = reads_ ? 0 : sqlite3_changes64(database_);
   return false;
+}
+
+// SQLite itself does not wait when the unit of work has read already, lest two wait for each other:
+// here the wait is bounded.
+int SqliteStatement::waitForLock() {
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point end = Clock::now() + kLockWait;
+  int rc = SQLITE_BUSY;
+  while (rc == SQLITE_BUSY && Clock::now() < end) {
+    sqlite3_reset(statement_.get());
+    std::this_thread::sleep_for(kLockPause);
+    rc = sqlite3_step(statement_.get());
+  }
+  return rc;
 }
 
 void SqliteStatement::fail(int rc) {

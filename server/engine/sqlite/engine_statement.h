@@ -30,6 +30,7 @@ class SqliteStatement : public EngineStatement {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
   };
   [[noreturn]] void fail(int rc);
+  int waitForLock();
   void requireValues();
 
   sqlite3* database_;

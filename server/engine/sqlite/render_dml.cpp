@@ -1,6 +1,9 @@
 // INSERT, UPDATE and DELETE. Values that are certain to be of their column's type already, markers
 // above all, are written as they are: an INSERT of markers becomes a plain INSERT ... VALUES.
+#include <algorithm>
+
 #include "server/engine/sqlite/renderer.h"
+#include "server/sql/sql_error.h"
 
 namespace orv::sqlite {
 namespace {
@@ -29,6 +32,16 @@ bool isRowNumber(const Table& table, const Column& column) {
   return !table.foreign && column.type.kind == TypeKind::Integer && table.primaryKey &&
          table.primaryKey->columns.size() == 1 &&
          &table.columns[static_cast<size_t>(table.primaryKey->columns.front())] == &column;
+}
+
+// The row number column when an INSERT leaves it out: SQLite would number the row by itself.
+const Column* omittedRowNumber(const Statement& s) {
+  if (!s.table->primaryKey) return nullptr;
+  int position = s.table->primaryKey->columns.front();
+  const Column& column = s.table->columns[static_cast<size_t>(position)];
+  const auto& given = s.insertColumnIndexes;
+  bool present = std::find(given.begin(), given.end(), position) != given.end();
+  return !present && isRowNumber(*s.table, column) ? &column : nullptr;
 }
 
 const Column& insertColumn(const Statement& s, size_t position) {
@@ -63,6 +76,10 @@ void Renderer::insert(const Statement& s) {
   for (size_t i = 0; i < s.insertColumnIndexes.size(); ++i) {
     out_ << comma << Name{insertColumn(s, i).storedName};
   }
+  if (const Column* key = omittedRowNumber(s)) {
+    if (key->storedDefault.empty()) throw SqlError(-407, {qualifiedColumn(*s.table, *key)});
+    out_ << comma << Name{key->storedName};
+  }
   out_ << ")";
   const Query& q = *s.query;
   if (isBareValues(q)) {
@@ -83,6 +100,7 @@ void Renderer::insert(const Statement& s) {
       auto source = static_cast<size_t>(q.items[i].expr->columnIndex);
       assigned(*inlined_->query->rows.front()[source], *s.table, insertColumn(s, i), true);
     }
+    omittedKey(s, valueComma);
     out_ << ")";
     return;
   }
@@ -96,7 +114,13 @@ void Renderer::insertRow(const Statement& s, const std::vector<ExprPtr>& row) {
     out_ << comma;
     assigned(*row[i], *s.table, insertColumn(s, i), true);
   }
+  omittedKey(s, comma);
   out_ << ")";
+}
+
+void Renderer::omittedKey(const Statement& s, Comma& comma) {
+  const Column* key = omittedRowNumber(s);
+  if (key) out_ << comma << "(" << Verbatim{key->storedDefault} << ")";
 }
 
 void Renderer::insertSelect(const Statement& s) {
@@ -115,6 +139,7 @@ void Renderer::insertSelect(const Statement& s) {
     }
     assigned(*value, *s.table, insertColumn(s, i), false);
   }
+  omittedKey(s, comma);
   selectBody(q);
 }
 
@@ -135,6 +160,7 @@ void Renderer::insertThrough(const Statement& s) {
     value.columnIndex = static_cast<int>(i);
     assigned(value, *s.table, insertColumn(s, i), false);
   }
+  omittedKey(s, comma);
   out_ << " FROM (";
   query(q);
   out_ << ") AS \"Q\"";

@@ -90,6 +90,7 @@ class Renderer {
   void insertRow(const Statement& s, const std::vector<ExprPtr>& row);
   void insertSelect(const Statement& s);
   void insertThrough(const Statement& s);
+  void omittedKey(const Statement& s, Comma& comma);
   void update(const Statement& s);
   void remove(const Statement& s);
   void assigned(const Expr& e, const Table& table, const Column& column, bool always);
