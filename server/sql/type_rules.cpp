@@ -149,6 +149,7 @@ bool baseAssignable(const SqlType& target, const SqlType& value, bool unicode) {
 }
 
 bool baseCastable(const SqlType& target, const SqlType& value) {
+  if (value.kind == TypeKind::Blob) return isBinary(target.kind);
   if (isNumeric(target.kind)) return isNumeric(value.kind) || isShortCharacter(value.kind);
   if (isDatetime(target.kind)) {
     return target.kind == value.kind || isShortCharacter(value.kind) ||

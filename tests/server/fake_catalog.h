@@ -27,12 +27,13 @@ class FakeCatalog : public Catalog {
       Column& column = table.columns.emplace_back();
       column.name = definition.name;
       column.type = definition.type;
-      column.type.nullable = !definition.notNull;
       const DistinctType* distinct = findType(definition.typeName.schema, definition.typeName.name);
-      if (!distinct) continue;
-      column.type = distinct->source;
-      column.type.distinctSchema = distinct->schema;
-      column.type.distinctName = distinct->name;
+      if (distinct) {
+        column.type = distinct->source;
+        column.type.distinctSchema = distinct->schema;
+        column.type.distinctName = distinct->name;
+      }
+      column.type.nullable = !definition.notNull;
     }
     for (const KeyDefinition& key : statement->keys) {
       Key added{key.constraint, {}};

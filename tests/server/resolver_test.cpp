@@ -370,6 +370,86 @@ TEST_F(ResolverTest, DefinitionsAreCompleted) {
   EXPECT_EQ(resolved("DROP PROCEDURE orvxml.p(INTEGER)")->routine->parameters.size(), 1U);
 }
 
+// What the library sends: each text resolves, to these result columns and markers.
+TEST_F(ResolverTest, StatementsOfTheLibraryResolve) {
+  catalog_.addTable("ORVXML", "DTD_REF",
+                    "DTDID VARCHAR(128) NOT NULL, CONTENT ORVXML.XMLCLOB NOT NULL, "
+                    "USAGE_COUNT INT NOT NULL, AUTHOR VARCHAR(128)");
+  catalog_.addTable(
+      "ORVXML", "XML_USAGE",
+      "TABLE_SCHEMA CHAR(31) NOT NULL, TABLE_NAME CHAR(129) NOT NULL, COL_NAME "
+      "CHAR(31) NOT NULL, DTDID VARCHAR(128), DAD CLOB(100K), ACCESS_MODE INT NOT "
+      "NULL, VALIDATION INT NOT NULL, DEFAULT_VIEW CHAR(128), TRIGGER_SUFFIX CHAR(8)");
+  catalog_.addTable("USER1", "PART_TAB",
+                    "PART_KEY INTEGER NOT NULL, COLOR CHAR(6), PRICE DECIMAL(10,2), ORDER_KEY "
+                    "INTEGER, DOC ORVXML.XMLVARCHAR, QRKROOT_ID CHAR(13) FOR BIT DATA");
+  struct Case {
+    const char *text, *columns, *markers;
+  };
+  const Case kCases[] = {
+      {"SELECT content FROM orvxml.dtd_ref WHERE dtdid=?", "CONTENT ORVXML.XMLCLOB!",
+       "VARCHAR(128)"},
+      {"select dad from orvxml.xml_usage where col_name = ?", "DAD CLOB(102400)", "CHAR(31)"},
+      {"SELECT DAD FROM ORVXML.XML_USAGE WHERE TABLE_NAME = 'QRK_COLLECTION' AND COL_NAME = ?",
+       "DAD CLOB(102400)", "CHAR(31)"},
+      {"SELECT COL_NAME, DAD,  DEFAULT_VIEW, DTDID, TRIGGER_SUFFIX FROM ORVXML.XML_USAGE WHERE "
+       "table_schema = ? AND table_name = ? AND col_name = ?",
+       "COL_NAME CHAR(31)!, DAD CLOB(102400), DEFAULT_VIEW CHAR(128), DTDID VARCHAR(128), "
+       "TRIGGER_SUFFIX CHAR(8)",
+       "CHAR(31), CHAR(129), CHAR(31)"},
+      {"SELECT COUNT(*) FROM ORVXML.XML_USAGE WHERE TRIGGER_SUFFIX = ?", "INTEGER!", "CHAR(8)"},
+      {"SELECT COLNAME FROM syscat.columns WHERE tabname = 'T' AND tabname = USER",
+       "COLNAME VARCHAR(128)", ""},
+      {"SELECT \"PART_TAB\".\"COLOR\", \"PART_TAB\".\"PART_KEY\" FROM \"PART_TAB\" WHERE "
+       "PRICE > 20 AND \"PART_TAB\".\"ORDER_KEY\" = ?  ORDER BY \"PART_TAB\".\"COLOR\"",
+       "COLOR CHAR(6), PART_KEY INTEGER!", "INTEGER"},
+      {"SELECT \"A\" FROM (SELECT t.a, x FROM t, s.u WHERE t.a = u.a) qrk_tab_exp ORDER BY \"A\"",
+       "A INTEGER!", ""},
+      {"SELECT \"A\", \"X\" FROM (SELECT * FROM (SELECT t.a, x FROM t, s.u) qrk_tab_exp WHERE A=?) "
+       "qrk_tab_exp ORDER BY \"X\"",
+       "A INTEGER!, X VARCHAR(20)", "INTEGER"},
+      {"SELECT count(QRKROOT_ID) FROM user1.part_tab", "INTEGER!", ""},
+      {"VALUES LENGTH(CAST(? AS CLOB(2G)))", "INTEGER", "CLOB(2147483647)"},
+      {"VALUES CAST(? AS CLOB(2G))", "CLOB(2147483647)", "CLOB(2147483647)"},
+      {"UPDATE orvxml.dtd_ref SET usage_count=usage_count+1 WHERE dtdid = ?", "", "VARCHAR(128)"},
+      {"UPDATE user1.part_tab SET QRKROOT_ID=NULL", "", ""},
+      {"DELETE FROM ORVXML.XML_USAGE WHERE table_schema = ? AND table_name = ?", "",
+       "CHAR(31), CHAR(129)"},
+      {"INSERT INTO part_tab (\"DOC\", \"PART_KEY\") VALUES (?, ?)", "",
+       "ORVXML.XMLVARCHAR, INTEGER"},
+      {"INSERT INTO \"USER1\".\"PART_TAB\"(\"PART_KEY\",\"PRICE\",\"ORDER_KEY\") SELECT * FROM "
+       "TABLE(VALUES(CAST(? AS integer),CAST(? AS decimal(10,2)),CAST(? AS integer) )) AS T WHERE "
+       "PRICE > 2500.00",
+       "PART_KEY INTEGER, PRICE DECIMAL(10,2), ORDER_KEY INTEGER",
+       "INTEGER, DECIMAL(10,2), INTEGER"},
+      {"ALTER TABLE part_tab ADD QRK_VALID INTEGER", "", ""},
+      {"CREATE TABLE side (QRKROOT_ID CHAR(13) FOR BIT DATA NOT NULL, QRK_SEQNO integer, c "
+       "clob(1M) "
+       "not logged) IN TS",
+       "", ""},
+      {"create distinct type orvxml.XMLFile as varchar(512) with comparisons", "", ""},
+      {"SET CURRENT FUNCTION PATH = ORVXML, SYSNTQ, SYSFUN", "", ""},
+      {"grant update on orvxml.xml_usage to ORVXML", "", ""},
+      {"create procedure orvxml.qrkGenXML(in dadBuf clob(100K), in resultTable varchar(128), in "
+       "overrideType integer, in override varchar(32672), in maxRows integer, out numRows integer, "
+       "out returnCode integer, out returnMsg varchar(1024)) external name 'orvxml!qrkGenXML' "
+       "specific ORVXML.QRKGENXML1 language C parameter style ORVDARI not deterministic fenced "
+       "null "
+       "call",
+       "", ""},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.text);
+    try {
+      const auto statement = resolved(c.text);
+      EXPECT_EQ(statement->query && *c.columns ? columns(*statement) : "", c.columns);
+      EXPECT_EQ(markers(*statement), c.markers);
+    } catch (const SqlError& error) {
+      ADD_FAILURE() << error.what();
+    }
+  }
+}
+
 TEST_F(ResolverTest, GraphicDataNeedsADoubleByteDatabase) {
   const char* kTexts[] = {"CREATE DISTINCT TYPE orvxml.QRKDBCSTEST AS GRAPHIC(1)",
                           "CREATE TABLE n(a VARGRAPHIC(5))", "SELECT G'x' FROM t",
