@@ -28,6 +28,7 @@ constexpr int kCollectionNameSize = 129;  // bytes, terminator included
 constexpr int kNotRegistered = -5;        // the DTD id is unknown
 constexpr int kInvalidDocument = -90;
 constexpr int kPackageNotBound = -805;
+constexpr std::string_view kValueTooLong = "22001";  // a name that the column cannot hold
 
 // The code of a parse that has left its outcome in `sqlState`. A failed parse is never a success.
 int parseCode(QrkStruct* ctx, int rc, const char* sqlState) {
@@ -210,7 +211,8 @@ int Decomposition::insertRows() {
 
 // ---- The stored DAD of a collection.
 int collectionFailure(const Report& report, const sqlca& area, const char* name) {
-  if (area.sqlcode == 100) return fail(report, Msg::QRKQ028E, name);
+  const std::string_view state(area.sqlstate, sizeof area.sqlstate);
+  if (area.sqlcode == 100 || state == kValueTooLong) return fail(report, Msg::QRKQ028E, name);
   return failDb(report, area, area.sqlcode == kPackageNotBound ? Msg::QRKA073E : Msg::QRKQ052E);
 }
 

@@ -166,9 +166,9 @@ TEST(DecomposeMessages, DocumentsThatDoNotFit) {
        "QRKQ045E  Subtree under element p contain multiple attributes named a."},
       {"an attribute outside of the top element",
        dad(element("r",
-                   tables("p") + element("x", attribute("k", column("p", "k"))) +
-                       element("y", text(column("p", "a")) + attribute("k", column("p", "k"))))),
-       "<r><x k='1'/><y k='2'>t</y></r>", -126,
+                   tables("c") + element("x", attribute("v", column("c", "v"))) +
+                       element("y", text(column("c", "w")) + attribute("k", column("c", "k"))))),
+       "<r><x v='1'/><y k='2'>t</y></r>", -126,
        "QRKQ044E  Element y does not have an ancestor element x."},
       {"an element name longer than a mapped one can be",
        dad(element("p", p + element(longName, attribute("a", column("p", "a"))))),

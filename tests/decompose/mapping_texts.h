@@ -16,8 +16,13 @@ inline std::string attribute(const std::string& name, const std::string& rdbNode
 inline std::string text(const std::string& rdbNode) {
   return "<text_node>" + rdbNode + "</text_node>";
 }
-inline std::string element(const std::string& name, const std::string& content) {
-  return "<element_node name=\"" + name + "\">" + content + "</element_node>";
+inline std::string element(const std::string& name, const std::string& content,
+                           const std::string& more = "") {
+  return "<element_node name=\"" + name + "\"" + more + ">" + content + "</element_node>";
+}
+// One that may occur several times, so that it can stand for a row.
+inline std::string repeated(const std::string& name, const std::string& content) {
+  return element(name, content, " multi_occurrence=\"YES\"");
 }
 // The tables and their join condition, in front of the mapping of the top element.
 inline std::string tables(const std::string& names, const std::string& condition = "") {
