@@ -4,34 +4,37 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "server/esql/services.h"
 
 namespace {
 
-// Breaks the text into lines of at most `width` bytes, at blanks where there are any.
-std::string wrapped(std::string text, size_t width) {
-  size_t lineStart = 0;
-  while (text.size() - lineStart > width) {
-    const size_t blank = text.find_last_of(' ', lineStart + width);
-    if (blank != std::string::npos && blank > lineStart) {
-      text[blank] = '\n';
-      lineStart = blank + 1;
-      continue;
-    }
-    size_t end = lineStart + width;
-    while (end > lineStart + 1 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
-    text.insert(end, 1, '\n');
-    lineStart = end + 1;
-  }
-  return text;
-}
-
 // The length of `text` cut to `room` bytes, not inside a UTF-8 character.
-size_t fittingLength(const std::string& text, size_t room) {
+size_t fittingLength(std::string_view text, size_t room) {
   if (text.size() <= room) return text.size();
   while (room > 0 && (static_cast<unsigned char>(text[room]) & 0xC0U) == 0x80U) --room;
   return room;
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+  while (text.starts_with(' ')) text.remove_prefix(1);
+  while (text.ends_with(' ')) text.remove_suffix(1);
+  return text;
+}
+
+// Breaks the text into lines of at most `width` bytes, at blanks where there are any.
+std::string wrapped(std::string_view text, size_t width) {
+  std::string lines;
+  while (text.size() > width) {
+    size_t end = text.find_last_of(' ', width);
+    if (end == std::string_view::npos) end = std::max<size_t>(fittingLength(text, width), 1);
+    lines += withoutBlanks(text.substr(0, end));
+    lines += '\n';
+    text = withoutBlanks(text.substr(end));
+  }
+  lines += text;
+  return lines;
 }
 
 int messageInto(char* buffer, int16_t capacity, int16_t lineWidth, const sqlca& area) {
@@ -40,7 +43,7 @@ int messageInto(char* buffer, int16_t capacity, int16_t lineWidth, const sqlca& 
     buffer[0] = '\0';
     return 0;
   }
-  if (lineWidth > 0) text = wrapped(std::move(text), static_cast<size_t>(lineWidth));
+  if (lineWidth > 0) text = wrapped(text, static_cast<size_t>(lineWidth));
   text += '\n';
   const size_t length = fittingLength(text, static_cast<size_t>(capacity) - 1);
   std::memcpy(buffer, text.data(), length);

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "orv/apie.h"
 #include "orv/esql.h"
 #include "orv/sqludf.h"
 #include "server/esql/bind_file.h"
@@ -599,6 +600,34 @@ TEST_F(EsqlTest, MessageTokensFitTheAreaWithWholeCharacters) {
     EXPECT_EQ(stateOf(area), "42704");
     EXPECT_EQ(std::string(area.sqlcaid, 8), "SQLCA   ");
   }
+}
+
+TEST_F(EsqlTest, MessageTextsAreWrappedAndCut) {
+  resetArea(area);
+  char text[60];
+  EXPECT_EQ(sqlaintp_api(text, 60, 0, "orvsql.mo", &area), 0);
+  EXPECT_STREQ(text, "");
+  fillArea(area, SqlError(-204, {"S.T\u00e4"}), nullptr);
+  struct Case {
+    int16_t capacity, lineWidth;
+    const char* text;
+  };
+  const Case cases[] = {
+      {60, 0, "ORV0204E  \"S.T\u00e4\" is an undefined name.  SQLSTATE=42704\n"},
+      {60, 20, "ORV0204E  \"S.T\u00e4\" is\nan undefined name.\nSQLSTATE=42704\n"},
+      {60, 7, "ORV0204\nE\n\"S.T\u00e4\"\nis an\nundefin\ned\nname.\nSQLSTAT\nE=42704\n"},
+      {16, 0, "ORV0204E  \"S.T"},
+      {1, 0, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.lineWidth);
+    EXPECT_EQ(sqlaintp_api(text, c.capacity, c.lineWidth, "orvsql.mo", &area),
+              static_cast<int>(std::strlen(c.text)));
+    EXPECT_STREQ(text, c.text);
+  }
+  EXPECT_EQ(sqlaintp_api(nullptr, 60, 0, "", &area), -1);
+  EXPECT_EQ(sqlaintp_api(text, 60, 0, "", nullptr), -1);
+  EXPECT_EQ(sqlaintp_api(text, 0, 0, "", &area), -1);
 }
 
 }  // namespace

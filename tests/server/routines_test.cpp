@@ -45,6 +45,7 @@ TEST_F(RoutinesTest, ValuesGoInAndComeBack) {
   const Result result = session.run("CALL CAPITALS('a' || 'bc', ?, ?)", -313);
   EXPECT_TRUE(result.rows.empty());
   session.run("CALL CAPITALS('abc', 1, ?)", -469);
+  session.run("CALL CAPITALS(CAST(? AS VARCHAR(5)), ?, ?)", -418);
 
   declare(session,
           "SAME (INOUT A SMALLINT, INOUT B BIGINT, INOUT C DOUBLE, INOUT D REAL,"
@@ -75,6 +76,9 @@ TEST_F(RoutinesTest, LargeObjectsHaveTheirLengthInTheSecondaryEntry) {
   EXPECT_EQ(call(session, "REVERSED", {"abc", "", ""}),
             (Values{"NULL", "cba", "6 3 409 1048576 449 60 DOCU"}));
   EXPECT_EQ(call(session, "REVERSED", {"", "", ""})[1], "");
+  const Result result = session.run("CALL REVERSED('a' || 'bc', ?, ?)");
+  EXPECT_EQ(rowsOf(result), (Rows{{"cba", "6 3 409 1048576 449 60 DOCU"}}));
+  EXPECT_EQ(result.columns[0].name, "B");
   std::string document(102400, 'x');
   document[0] = 'y';
   EXPECT_EQ(call(session, "REVERSED", {document, "", ""})[1].back(), 'y');

@@ -76,7 +76,8 @@ class ORV_API Session {
   void makeCurrent();
   static Session* current();
 
-  // Runs one statement (without its semicolon). `text` is UTF-8.
+  // Runs one statement (without its semicolon). `text` is UTF-8. Parameter markers may stand only
+  // for the output parameters of a CALL, whose values are then the one row of the result.
   Result run(std::string_view text);
   // As `run`, but hands each row to `onRow` as it comes and keeps none; `onRow` returns false to
   // stop. `onColumns` is called once before the first row.
@@ -94,8 +95,8 @@ class ORV_API Session {
   int codePage() const;
   const std::string& databaseName() const;
 
-  // Rows inserted since the session opened or since the last resetInsertCounts(), by table
-  // ("T" or "S.T"), in the order of the first insert.
+  // Rows inserted since the session opened or since the last resetInsertCounts() and not rolled
+  // back, by table ("T" or "S.T"), in the order of the first insert.
   std::vector<std::pair<std::string, int64_t>> insertCounts() const;
   void resetInsertCounts();
 

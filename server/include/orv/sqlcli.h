@@ -64,7 +64,8 @@ enum : SQLSMALLINT {
   SQL_C_CHAR = 1,             // text in the database code page
   SQL_C_LONG = 4,             // SQLINTEGER
   SQL_C_CLOB_LOCATOR = 41,    // SQLINTEGER
-  SQL_C_DBCHAR = -350,        // double-byte characters
+  SQL_C_DBCHAR = -350,        // double-byte characters of the database code page; shift codes may be
+                              // missing. In a UTF-8 database: UTF-8.
 };
 
 enum : SQLSMALLINT { SQL_PARAM_INPUT = 1 };
