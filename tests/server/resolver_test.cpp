@@ -325,7 +325,7 @@ TEST_F(ResolverTest, WrongStatementsGetTheirCodes) {
       {"CREATE TABLE n(a INTEGER CHECK (b > 1))", -206, "B"},
       {"CREATE TABLE n(a INTEGER, CONSTRAINT k CHECK (EXISTS (SELECT a FROM t)))", -546, "K"},
       {"CREATE TABLE n(a INTEGER) IN nix", -204, "NIX"},
-      {"CREATE TABLE sysntq2.n(a INTEGER)", -553, "SYSNTQ2.N"},
+      {"CREATE TABLE sysx.n(a INTEGER)", -553, "SYSX.N"},
       {"ALTER TABLE t ADD a INTEGER", -612, "A"},
       {"ALTER TABLE t ADD k INTEGER NOT NULL", -193, "K"},
       {"ALTER TABLE t ADD PRIMARY KEY (h)", -624, "USER1.T"},
