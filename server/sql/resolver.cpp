@@ -28,70 +28,44 @@ void resolve(Statement& statement, const Catalog& catalog) {
   Resolver(statement, catalog).run();
 }
 
+// Statements that are not listed hold no names of the catalog.
 void Resolver::run() {
   using Kind = StatementKind;
-  switch (statement_.kind) {
-    case Kind::Select:
-      resolveQuery(*statement_.query, nullptr);
-      settleRest(*statement_.query);
-      break;
-    case Kind::Insert:
-      resolveInsert();
-      break;
-    case Kind::Update:
-      resolveUpdate();
-      break;
-    case Kind::Delete:
-      resolveDelete();
-      break;
-    case Kind::Call:
-      resolveCall();
-      break;
-    case Kind::CreateTable:
-      resolveCreateTable();
-      break;
-    case Kind::AlterTable:
-      resolveAlterTable();
-      break;
-    case Kind::DropTable:
-      resolveDropTable();
-      break;
-    case Kind::CreateIndex:
-      resolveCreateIndex();
-      break;
-    case Kind::DropIndex:
-      resolveDropIndex();
-      break;
-    case Kind::CreateDistinctType:
-      resolveCreateType();
-      break;
-    case Kind::DropDistinctType:
-      resolveDropType();
-      break;
-    case Kind::CreateTableSpace:
-      resolveNamed(catalog_.tableSpaceExists(statement_.name.name), false, "TABLESPACE");
-      break;
-    case Kind::DropTableSpace:
-      resolveNamed(catalog_.tableSpaceExists(statement_.name.name), true, "TABLESPACE");
-      break;
-    case Kind::CreateSchema:
-      resolveCreateSchema();
-      break;
-    case Kind::DropSchema:
-      resolveNamed(catalog_.schemaExists(statement_.name.name), true, "SCHEMA");
-      break;
-    case Kind::CreateProcedure:
-      resolveCreateProcedure();
-      break;
-    case Kind::DropProcedure:
-      resolveDropProcedure();
-      break;
-    default:
-      break;
+  struct Step {
+    Kind kind;
+    void (Resolver::*resolve)();
+  };
+  static constexpr Step kSteps[] = {
+      {Kind::Select, &Resolver::resolveQueryStatement},
+      {Kind::Insert, &Resolver::resolveInsert},
+      {Kind::Update, &Resolver::resolveUpdate},
+      {Kind::Delete, &Resolver::resolveDelete},
+      {Kind::Call, &Resolver::resolveCall},
+      {Kind::CreateTable, &Resolver::resolveCreateTable},
+      {Kind::AlterTable, &Resolver::resolveAlterTable},
+      {Kind::DropTable, &Resolver::resolveDropTable},
+      {Kind::CreateIndex, &Resolver::resolveCreateIndex},
+      {Kind::DropIndex, &Resolver::resolveDropIndex},
+      {Kind::CreateDistinctType, &Resolver::resolveCreateType},
+      {Kind::DropDistinctType, &Resolver::resolveDropType},
+      {Kind::CreateTableSpace, &Resolver::resolveTableSpace},
+      {Kind::DropTableSpace, &Resolver::resolveTableSpace},
+      {Kind::CreateSchema, &Resolver::resolveSchema},
+      {Kind::DropSchema, &Resolver::resolveSchema},
+      {Kind::CreateProcedure, &Resolver::resolveCreateProcedure},
+      {Kind::DropProcedure, &Resolver::resolveDropProcedure},
+  };
+  for (const Step& step : kSteps) {
+    if (step.kind == statement_.kind) (this->*step.resolve)();
   }
   for (const MarkerInfo& marker : statement_.markers) {
     if (marker.type.kind == TypeKind::Unknown) throw SqlError(-418);
   }
+}
+
+void Resolver::resolveQueryStatement() {
+  resolveQuery(*statement_.query, nullptr);
+  settleRest(*statement_.query);
 }
 
 // ---------------------------------------------------------------- names

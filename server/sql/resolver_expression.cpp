@@ -36,53 +36,58 @@ void Resolver::resolveArgs(Expr& expr, Scope& scope) {
 }
 
 void Resolver::resolveExpr(ExprPtr& expr, Scope& scope) {
-  switch (expr->kind) {
+  if (resolveLeaf(*expr, scope)) return;
+  if (expr->kind == ExprKind::Function) return resolveFunction(expr, scope);
+  if (expr->kind == ExprKind::Case) return resolveCase(*expr, scope);
+  if (expr->query) return resolveQueryExpr(*expr, scope);
+  resolveArgs(*expr, scope);
+  resolveOperator(*expr);
+}
+
+// Expressions without operands; false for the others.
+bool Resolver::resolveLeaf(Expr& expr, const Scope& scope) const {
+  switch (expr.kind) {
     case ExprKind::Literal:
-      if (isGraphic(expr->type.kind)) checkGraphic(expr->type);
-      return;
+      checkGraphic(expr.type);
+      return true;
     case ExprKind::Null:
     case ExprKind::Marker:
-      return;
+      return true;
     case ExprKind::Default:
     case ExprKind::Star:
-      throw SqlError(-104, {expr->kind == ExprKind::Star ? "*" : "DEFAULT", "(", "<value>"});
+      throw SqlError(-104, {expr.kind == ExprKind::Star ? "*" : "DEFAULT", "(", "<value>"});
     case ExprKind::Column:
-      return resolveColumn(*expr, scope);
+      resolveColumn(expr, scope);
+      return true;
     case ExprKind::SpecialRegister:
-      return resolveRegister(*expr);
-    case ExprKind::Function:
-      return resolveFunction(expr, scope);
-    case ExprKind::Case:
-      return resolveCase(*expr, scope);
-    case ExprKind::Exists:
-    case ExprKind::Scalar:
-    case ExprKind::Quantified:
-    case ExprKind::In:
-      if (expr->query) return resolveQueryExpr(*expr, scope);
-      break;
+      resolveRegister(expr);
+      return true;
     default:
-      break;
+      return false;
   }
-  resolveArgs(*expr, scope);
-  switch (expr->kind) {
+}
+
+// The operands are resolved. AND, OR and NOT ask nothing of theirs.
+void Resolver::resolveOperator(Expr& expr) {
+  switch (expr.kind) {
     case ExprKind::Negate:
-      return resolveNegate(*expr);
+      return resolveNegate(expr);
     case ExprKind::Arithmetic:
-      return resolveArithmetic(*expr);
+      return resolveArithmetic(expr);
     case ExprKind::Concat:
-      return resolveConcat(*expr);
+      return resolveConcat(expr);
     case ExprKind::Compare:
-      return compareAll(*expr, expr->op, 1);
+      return compareAll(expr, expr.op, 1);
     case ExprKind::Between:
-      return compareAll(*expr, "BETWEEN", 1);
+      return compareAll(expr, "BETWEEN", 1);
     case ExprKind::In:
-      return compareAll(*expr, "IN", 1);
+      return compareAll(expr, "IN", 1);
     case ExprKind::Like:
-      return resolveLike(*expr);
+      return resolveLike(expr);
     case ExprKind::IsNull:
-      return requireType(*expr->args[0]);
+      return requireType(*expr.args[0]);
     case ExprKind::Cast:
-      return resolveCast(*expr);
+      return resolveCast(expr);
     default:
       return;
   }

@@ -60,6 +60,7 @@ class Resolver {
   void checkAssignable(const SqlType& type, bool constant, const OutputColumn& column) const;
 
   // ---- queries
+  void resolveQueryStatement();
   void resolveQuery(Query& query, const Scope* outer, const Columns* target = nullptr);
   void resolveSelect(Query& query, const Scope* outer, const Columns* target);
   void resolveValues(Query& query, const Scope* outer, const Columns* target);
@@ -81,6 +82,8 @@ class Resolver {
   // ---- expressions
   void resolveArgs(Expr& expr, Scope& scope);
   void resolveExpr(ExprPtr& expr, Scope& scope);
+  bool resolveLeaf(Expr& expr, const Scope& scope) const;
+  void resolveOperator(Expr& expr);
   void resolveColumn(Expr& expr, const Scope& scope) const;
   bool findColumn(Expr& expr, const Scope& scope) const;
   void findForeignColumn(Expr& expr, const TableRef& table) const;
@@ -133,7 +136,8 @@ class Resolver {
   void resolveDropTable();
   void resolveCreateType();
   void resolveDropType();
-  void resolveCreateSchema();
+  void resolveTableSpace();
+  void resolveSchema();
   void resolveCreateProcedure();
   void resolveDropProcedure();
   std::string freeSpecificName(const ProcedureDefinition& procedure) const;

@@ -18,9 +18,16 @@ void Resolver::resolveNamed(bool exists, bool wanted, std::string_view type) con
   throw SqlError(-601, {statement_.name.name, std::string(type)});
 }
 
-void Resolver::resolveCreateSchema() {
-  if (statement_.name.name.starts_with("SYS")) throw SqlError(-553, {statement_.name.name});
-  resolveNamed(catalog_.schemaExists(statement_.name.name), false, "SCHEMA");
+void Resolver::resolveTableSpace() {
+  const bool wanted = statement_.kind == StatementKind::DropTableSpace;
+  resolveNamed(catalog_.tableSpaceExists(statement_.name.name), wanted, "TABLESPACE");
+}
+
+void Resolver::resolveSchema() {
+  const std::string& name = statement_.name.name;
+  const bool wanted = statement_.kind == StatementKind::DropSchema;
+  if (!wanted && name.starts_with("SYS")) throw SqlError(-553, {name});
+  resolveNamed(catalog_.schemaExists(name), wanted, "SCHEMA");
 }
 
 void Resolver::resolveCreateType() {
