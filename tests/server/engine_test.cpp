@@ -142,6 +142,7 @@ TEST_F(EngineTest, QueriesOfEveryShape) {
           {"SELECT CASE K WHEN 1 THEN 'I' WHEN 2 THEN 'II' ELSE '+' END, COALESCE(V, '?'), "
            "NULLIF(K, 2) FROM A",
            "I|one|1\nII|two|-\n+|?|3"},
+          {"SELECT NULLIF(K, 2.0), NULLIF(V, 'one  ') FROM A", "1|-\n-|two\n3|-"},
           {"VALUES (1, 'a'), (2, 'b')", "1|a\n2|b"},
           {"SELECT * FROM TABLE(VALUES(1, CAST(? AS DECIMAL(5,2)))) AS T(X, Y) WHERE Y > 1",
            "1|2.50",
@@ -150,6 +151,29 @@ TEST_F(EngineTest, QueriesOfEveryShape) {
           {"SELECT COUNT(*), COUNT(V), COUNT(DISTINCT 1) FROM A WHERE K > 5", "0|0|0"},
           {"SELECT MAX(K) FROM A WHERE K > 5", "-"},
       });
+}
+
+TEST_F(EngineTest, DeepNestingCostsNoMoreThanItsLengthAndEndsInAMessage) {
+  auto nested = [](int levels) {
+    std::string value = "1";
+    for (int i = 0; i < levels; ++i) {
+      value = "CASE WHEN " + value + " BETWEEN 1 AND 1.0 THEN NULLIF(1, 2) ELSE 0 END";
+    }
+    return "SELECT " + value + " FROM N";
+  };
+  std::string average = "1";
+  for (int i = 0; i < 4; ++i) average = "(SELECT AVG(" + average + ") FROM N)";
+  std::string sum = "I";
+  std::string any = "I = 0";
+  for (int i = 1; i < 400; ++i) sum += " + " + std::to_string(i);
+  for (int i = 1; i < 5000; ++i) any += " OR I = " + std::to_string(i);
+  runSteps(database_, {{"CREATE TABLE N(I INTEGER)", "ok"},
+                       {"INSERT INTO N VALUES(1)", "1 rows"},
+                       {nested(10).c_str(), "1"},
+                       {nested(90).c_str(), "-101 54001"},
+                       {("SELECT " + average + " FROM N").c_str(), "1"},
+                       {("SELECT " + sum + " FROM N").c_str(), "79801"},
+                       {("SELECT I FROM N WHERE " + any).c_str(), "1"}});
 }
 
 TEST_F(EngineTest, DatesTimesAndBinaryData) {

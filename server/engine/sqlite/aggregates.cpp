@@ -9,6 +9,8 @@
 namespace orv::sqlite {
 namespace {
 
+constexpr int kSumDigits = 31;
+
 // The state of an aggregate lives in memory that SQLite gives zeroed and frees itself, so it must
 // be usable as zeros and trivially destructible.
 template <typename State>
@@ -43,13 +45,15 @@ void finishInteger(sqlite3_context* context) {
 }
 
 struct DecimalSum {
-  Decimal* total;  // owned; released by finishDecimal, which is always called
+  Decimal* total;  // owned; released by the function that finishes, which is always called
+  int64_t count;
 };
 
 void addDecimal(sqlite3_context* context, int, sqlite3_value** values) {
   auto* state = stateOf<DecimalSum>(context);
   if (anyNull(values, 1)) return;
   Decimal value = decimalArgument(values[0]);
+  ++state->count;
   if (!state->total) {
     state->total = new Decimal(value);
     return;
@@ -60,18 +64,43 @@ void addDecimal(sqlite3_context* context, int, sqlite3_value** values) {
   *state->total = *sum;
 }
 
+// The sum; for an average with the number of values behind it, for ORV_QUOTIENT to divide.
+template <bool average>
 void finishDecimal(sqlite3_context* context) {
   auto* state = existingState<DecimalSum>(context);
   if (!state || !state->total) return;
   std::unique_ptr<Decimal> total(std::exchange(state->total, nullptr));
   try {
-    std::optional<std::string> text = total->text(31);
+    std::optional<std::string> text = total->text(kSumDigits);
     if (!text) throw SqlError(-802);
+    if (average) text->append("/").append(std::to_string(state->count));
     setResult(context, ValueView::ofText(*text));
   } catch (const SqlError& error) {
     reportFailure(context, error);
   } catch (const std::bad_alloc&) {
     sqlite3_result_error_nomem(context);
+  }
+}
+
+// ORV_QUOTIENT("sum/count", kind, precision, scale)
+void quotient(sqlite3_context* context, int, sqlite3_value** values) {
+  if (anyNull(values, 4)) return;
+  std::string_view text = textArgument(values[0]);
+  size_t slash = text.find('/');
+  auto scale = static_cast<int>(sqlite3_value_int64(values[3]));
+  std::optional<Decimal> sum = Decimal::parse(text.substr(0, slash));
+  std::optional<Decimal> count = Decimal::parse(text.substr(slash + 1));
+  std::optional<Decimal> result;
+  if (sum && count) result = Decimal::divide(*sum, *count, scale);
+  bool decimal = static_cast<TypeKind>(sqlite3_value_int(values[1])) == TypeKind::Decimal;
+  auto precision = decimal ? static_cast<int>(sqlite3_value_int64(values[2])) : kSumDigits;
+  std::optional<std::string> shown;
+  if (result) shown = result->text(precision);
+  if (!shown) throw SqlError(-802);
+  if (decimal) {
+    setResult(context, ValueView::ofText(*shown));
+  } else {
+    sqlite3_result_int64(context, std::stoll(*shown));
   }
 }
 
@@ -106,7 +135,8 @@ struct AggregateEntry {
 void registerAggregates(sqlite3* database, Environment& environment) {
   static constexpr AggregateEntry kEntries[] = {
       {"ORV_SUM_INTEGER", guarded<addInteger>, finishInteger},
-      {"ORV_SUM_DECIMAL", guarded<addDecimal>, finishDecimal},
+      {"ORV_SUM_DECIMAL", guarded<addDecimal>, finishDecimal<false>},
+      {"ORV_AVERAGE", guarded<addDecimal>, finishDecimal<true>},
       {"ORV_SINGLE", guarded<addRow>, finishSingle},
   };
   for (const AggregateEntry& entry : kEntries) {
@@ -114,6 +144,8 @@ void registerAggregates(sqlite3* database, Environment& environment) {
                                         &environment, nullptr, entry.step, entry.finish, nullptr);
     if (rc != SQLITE_OK) throw failure(database, rc);
   }
+  static constexpr FunctionEntry kQuotient[] = {{"ORV_QUOTIENT", 4, guarded<quotient>}};
+  registerFunctions(database, environment, kQuotient);
 }
 
 }  // namespace orv::sqlite

@@ -60,7 +60,8 @@ SqlError resourceFailure(int rc, const std::string& text) {
       break;
   }
   // SQLite's limits on one statement.
-  if (text.find("maximum depth") != std::string::npos || text.starts_with("too many")) {
+  if (text.find("maximum depth") != std::string::npos || text.starts_with("too many") ||
+      text.starts_with("parser stack overflow")) {
     return SqlError(-101);
   }
   return SqlError(-901, {text});

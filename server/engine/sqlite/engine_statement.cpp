@@ -28,30 +28,41 @@ bool fits(int storageClass, TypeKind kind) {
 
 }  // namespace
 
-SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment,
-                                 const std::string& sql, std::vector<int> requiredMarkers,
-                                 std::vector<SqlType> columns, ConstraintNames constraints)
-    : database_(database),
-      environment_(environment),
-      requiredMarkers_(std::move(requiredMarkers)),
-      nullMarkers_(requiredMarkers_.size(), true),
-      columns_(std::move(columns)),
-      converted_(columns_.size()),
-      constraints_(std::move(constraints)) {
+SqliteStatement::Handle SqliteStatement::prepared(sqlite3* database, const std::string& sql) {
   sqlite3_stmt* statement = nullptr;
   int rc = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
                               SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
-  statement_.reset(statement);
+  Handle handle(statement);
   if (rc != SQLITE_OK) throw failure(database, rc);
-  reads_ = sqlite3_column_count(statement) > 0;
+  return handle;
+}
+
+SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment, Program program,
+                                 ConstraintNames constraints)
+    : database_(database),
+      environment_(environment),
+      statement_(prepared(database, program.sql)),
+      requiredMarkers_(std::move(program.requiredMarkers)),
+      nullMarkers_(requiredMarkers_.size(), true),
+      columns_(std::move(program.columns)),
+      converted_(columns_.size()),
+      constraints_(std::move(constraints)),
+      reads_(sqlite3_column_count(statement_.get()) > 0) {
+  if (program.condition.empty()) return;
+  condition_ = prepared(database, program.condition);
+  conditionMarkers_ = sqlite3_bind_parameter_count(condition_.get());
 }
 
 void SqliteStatement::bind(int marker, const ValueView& value) {
   for (size_t i = 0; i < requiredMarkers_.size(); ++i) {
     if (requiredMarkers_[i] == marker) nullMarkers_[i] = value.kind == ValueView::Kind::Null;
   }
-  sqlite3_stmt* statement = statement_.get();
   int number = marker + 1;
+  bindTo(statement_.get(), number, value);
+  if (number <= conditionMarkers_) bindTo(condition_.get(), number, value);
+}
+
+void SqliteStatement::bindTo(sqlite3_stmt* statement, int number, const ValueView& value) {
   int rc = SQLITE_OK;
   // A null pointer would bind NULL, which an empty text is not.
   const char* bytes = value.text.data() ? value.text.data() : "";
@@ -84,7 +95,18 @@ void SqliteStatement::requireValues() {
   }
 }
 
+bool SqliteStatement::conditionHolds() {
+  int rc = sqlite3_step(condition_.get());
+  if (rc != SQLITE_ROW && rc != SQLITE_DONE) fail(rc);
+  sqlite3_reset(condition_.get());
+  return rc == SQLITE_ROW;
+}
+
 bool SqliteStatement::step() {
+  if (condition_ && !conditionHolds()) {
+    changes_ = 0;
+    return false;
+  }
   if (!requiredMarkers_.empty()) requireValues();
   int rc = sqlite3_step(statement_.get());
   if (rc == SQLITE_ROW) return true;
@@ -117,7 +139,7 @@ void SqliteStatement::fail(int rc) {
     return constraints_.failure(code, text);
   };
   SqlError error = failure(database_, rc, &reader);
-  sqlite3_reset(statement_.get());
+  reset();
   throw error;
 }
 
@@ -154,6 +176,7 @@ ValueView SqliteStatement::column(int index) {
 
 void SqliteStatement::reset() {
   sqlite3_reset(statement_.get());
+  if (condition_) sqlite3_reset(condition_.get());
 }
 
 }  // namespace orv::sqlite

@@ -14,9 +14,14 @@ namespace orv::sqlite {
 
 class SqliteStatement : public EngineStatement {
  public:
-  // `requiredMarkers` may not be null. `columns` are the result's types.
-  SqliteStatement(sqlite3* database, Environment& environment, const std::string& sql,
-                  std::vector<int> requiredMarkers, std::vector<SqlType> columns,
+  // The texts of what runs. `columns` are the result's types.
+  struct Program {
+    std::string sql;
+    std::string condition;             // a query without whose row nothing is run; may be empty
+    std::vector<int> requiredMarkers;  // that may not be null
+    std::vector<SqlType> columns;
+  };
+  SqliteStatement(sqlite3* database, Environment& environment, Program program,
                   ConstraintNames constraints);
 
   void bind(int marker, const ValueView& value) override;
@@ -29,13 +34,19 @@ class SqliteStatement : public EngineStatement {
   struct Finalize {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
   };
+  using Handle = std::unique_ptr<sqlite3_stmt, Finalize>;
+  static Handle prepared(sqlite3* database, const std::string& sql);
+  void bindTo(sqlite3_stmt* statement, int number, const ValueView& value);
+  bool conditionHolds();
   [[noreturn]] void fail(int rc);
   int waitForLock();
   void requireValues();
 
   sqlite3* database_;
   Environment& environment_;
-  std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+  Handle statement_;
+  Handle condition_;
+  int conditionMarkers_ = 0;  // numbers that the condition knows: 1 to this
   std::vector<int> requiredMarkers_;
   std::vector<bool> nullMarkers_;  // parallel to requiredMarkers_
   std::vector<SqlType> columns_;

@@ -1,11 +1,7 @@
-// Conversion, arithmetic, LIKE, and the decimal collation.
+// Conversion, LIKE, and the decimal collation; and what all sources of functions share.
 #include "server/engine/sqlite/functions.h"
 
-#include <charconv>
-#include <cmath>
-
 #include "server/engine/sqlite/connection.h"
-#include "server/engine/sqlite/decimal.h"
 #include "server/engine/sqlite/function_support.h"
 #include "server/sql/utf8_text.h"
 
@@ -52,102 +48,6 @@ void notNull(sqlite3_context* context, int, sqlite3_value** values) {
     throw SqlError(-407, {std::string(viewOf(values[1]).text)});
   }
   sqlite3_result_value(context, values[0]);
-}
-
-[[noreturn]] void failOverflow() {
-  throw SqlError(-802);
-}
-
-int64_t integerArithmetic(char op, int64_t a, int64_t b) {
-  int64_t result = 0;
-  bool overflow = false;
-  switch (op) {
-    case '+':
-      overflow = __builtin_add_overflow(a, b, &result);
-      break;
-    case '-':
-      overflow = __builtin_sub_overflow(a, b, &result);
-      break;
-    case '*':
-      overflow = __builtin_mul_overflow(a, b, &result);
-      break;
-    default:
-      if (b == 0) throw SqlError(-801);
-      overflow = b == -1 && a == INT64_MIN;
-      if (!overflow) result = a / b;
-      break;
-  }
-  if (overflow) failOverflow();
-  return result;
-}
-
-double floatingArithmetic(char op, double a, double b) {
-  double result = 0;
-  switch (op) {
-    case '+':
-      result = a + b;
-      break;
-    case '-':
-      result = a - b;
-      break;
-    case '*':
-      result = a * b;
-      break;
-    default:
-      if (b == 0) throw SqlError(-801);
-      result = a / b;
-      break;
-  }
-  if (!std::isfinite(result)) failOverflow();
-  return result;
-}
-
-std::optional<Decimal> decimalArithmetic(char op, const Decimal& a, const Decimal& b, int scale) {
-  switch (op) {
-    case '+':
-      return Decimal::add(a, b, scale);
-    case '-':
-      return Decimal::add(a, b.negated(), scale);
-    case '*':
-      return Decimal::multiply(a, b, scale);
-    default:
-      if (b.isZero()) throw SqlError(-801);
-      return Decimal::divide(a, b, scale);
-  }
-}
-
-void checkIntegerRange(int64_t value, TypeKind kind) {
-  if (kind == TypeKind::Integer && (value < INT32_MIN || value > INT32_MAX)) failOverflow();
-  if (kind == TypeKind::SmallInt && (value < INT16_MIN || value > INT16_MAX)) failOverflow();
-}
-
-// ORV_ARITHMETIC(op, kind, precision, scale, a, b)
-void arithmetic(sqlite3_context* context, int, sqlite3_value** values) {
-  if (anyNull(values + 4, 2)) return;
-  char op = viewOf(values[0]).text.front();
-  SqlType type = typeArgument(values, 1);
-  switch (type.kind) {
-    case TypeKind::Decimal: {
-      std::optional<Decimal> result =
-          decimalArithmetic(op, decimalArgument(values[4]), decimalArgument(values[5]), type.scale);
-      std::optional<std::string> text;
-      if (result) text = result->text(static_cast<int>(type.length));
-      if (!text) failOverflow();
-      setResult(context, ValueView::ofText(*text));
-      return;
-    }
-    case TypeKind::Real:
-    case TypeKind::Double:
-      sqlite3_result_double(context, floatingArithmetic(op, sqlite3_value_double(values[4]),
-                                                        sqlite3_value_double(values[5])));
-      return;
-    default: {
-      int64_t result =
-          integerArithmetic(op, sqlite3_value_int64(values[4]), sqlite3_value_int64(values[5]));
-      checkIntegerRange(result, type.kind);
-      sqlite3_result_int64(context, result);
-    }
-  }
 }
 
 void concatBytes(sqlite3_context* context, int count, sqlite3_value** values) {
@@ -290,21 +190,6 @@ std::string_view textArgument(sqlite3_value* value) {
   return {bytes, static_cast<size_t>(sqlite3_value_bytes(value))};
 }
 
-Decimal decimalArgument(sqlite3_value* value) {
-  std::optional<Decimal> decimal;
-  if (sqlite3_value_type(value) == SQLITE_FLOAT) {
-    // A number that another program stored: the shortest numeral that reads back is what it meant.
-    char digits[400];
-    auto [end, error] = std::to_chars(digits, digits + sizeof digits, sqlite3_value_double(value),
-                                      std::chars_format::fixed);
-    decimal = Decimal::parse({digits, static_cast<size_t>(end - digits)});
-  } else {
-    decimal = Decimal::parse(textArgument(value));
-  }
-  if (!decimal) failOverflow();
-  return *decimal;
-}
-
 void registerFunctions(sqlite3* database, Environment& environment,
                        std::span<const FunctionEntry> entries) {
   for (const FunctionEntry& entry : entries) {
@@ -320,7 +205,6 @@ void registerConversions(sqlite3* database, Environment& environment) {
       {"ORV_ASSIGN", 4, guarded<convert<ConversionMode::Assignment>>},
       {"ORV_CAST", 4, guarded<convert<ConversionMode::Cast>>},
       {"ORV_NOT_NULL", 2, guarded<notNull>},
-      {"ORV_ARITHMETIC", 6, guarded<arithmetic>},
       {"ORV_CONCAT_BYTES", -1, guarded<concatBytes>},
       {"ORV_LIKE", 2, guarded<like>},
       {"ORV_LIKE", 3, guarded<like>},

@@ -29,7 +29,8 @@ class Environment {
 ValueView viewOf(sqlite3_value* value);
 void setResult(sqlite3_context* context, const ValueView& value);
 
-void registerConversions(sqlite3* database, Environment& environment);  // and arithmetic
+void registerConversions(sqlite3* database, Environment& environment);  // and LIKE
+void registerArithmetic(sqlite3* database, Environment& environment);
 void registerAggregates(sqlite3* database, Environment& environment);
 void registerStrings(sqlite3* database, Environment& environment);
 void registerNumbers(sqlite3* database, Environment& environment);  // and dates

@@ -1,6 +1,7 @@
 // INSERT, UPDATE and DELETE. Values that are certain to be of their column's type already, markers
 // above all, are written as they are: an INSERT of markers becomes a plain INSERT ... VALUES.
 #include <algorithm>
+#include <utility>
 
 #include "server/engine/sqlite/renderer.h"
 #include "server/sql/sql_error.h"
@@ -12,6 +13,21 @@ bool isBareValues(const Query& q) {
   return q.kind == QueryKind::Values && q.orderBy.empty() && !q.fetchFirst;
 }
 
+// A value that may be written in every place where its column is named.
+bool isSmall(const Expr& value) {
+  switch (value.kind) {
+    case ExprKind::Marker:
+    case ExprKind::Null:
+      return true;
+    case ExprKind::Cast:
+      return isSmall(*value.args[0]);
+    case ExprKind::Literal:
+      return value.text.size() <= 64;
+    default:
+      return false;
+  }
+}
+
 // SELECT over one row of TABLE(VALUES(...)), with or without WHERE; the row's source, else null.
 const TableRef* singleRowSource(const Query& q) {
   bool simple = q.kind == QueryKind::Select && !q.distinct && q.from.size() == 1 &&
@@ -20,6 +36,10 @@ const TableRef* singleRowSource(const Query& q) {
   const TableRef& table = *q.from.front();
   if (table.kind != RefKind::Derived || !isBareValues(*table.query)) return nullptr;
   if (table.query->rows.size() != 1) return nullptr;
+  const auto& row = table.query->rows.front();
+  if (!std::all_of(row.begin(), row.end(), [](const ExprPtr& e) { return isSmall(*e); })) {
+    return nullptr;
+  }
   for (const SelectItem& item : q.items) {
     // A column function would make one row out of none.
     if (item.expr->kind != ExprKind::Column || item.expr->source != &table) return nullptr;
@@ -92,7 +112,8 @@ void Renderer::insert(const Statement& s) {
     return;
   }
   inlined_ = singleRowSource(q);
-  if (inlined_ && !q.where) {
+  if (inlined_) {
+    if (q.where) condition(*q.where);
     out_ << " VALUES (";
     Comma valueComma;
     for (size_t i = 0; i < q.items.size(); ++i) {
@@ -105,6 +126,15 @@ void Renderer::insert(const Statement& s) {
     return;
   }
   insertSelect(s);
+}
+
+// The condition of a single row, as a query of its own. SQLite secures an INSERT ... SELECT against
+// the failure of a later row, which costs as much as the insert itself.
+void Renderer::condition(const Expr& where) {
+  SqlText insert = std::exchange(out_, SqlText());
+  out_ << "SELECT 1 WHERE ";
+  expression(where);
+  condition_ = std::exchange(out_, std::move(insert)).take();
 }
 
 void Renderer::insertRow(const Statement& s, const std::vector<ExprPtr>& row) {
@@ -133,11 +163,7 @@ void Renderer::insertSelect(const Statement& s) {
   Comma comma;
   for (size_t i = 0; i < q.items.size(); ++i) {
     out_ << comma;
-    const Expr* value = q.items[i].expr.get();
-    if (value->kind == ExprKind::Column && value->source == inlined_ && inlined_) {
-      value = inlined_->query->rows.front()[static_cast<size_t>(value->columnIndex)].get();
-    }
-    assigned(*value, *s.table, insertColumn(s, i), false);
+    assigned(*q.items[i].expr, *s.table, insertColumn(s, i), false);
   }
   omittedKey(s, comma);
   selectBody(q);

@@ -8,6 +8,9 @@
 namespace orv::sqlite {
 namespace {
 
+// Operators in one call: a function takes at most 100 arguments.
+constexpr size_t kMaxChain = 19;
+
 bool isInteger(TypeKind kind) {
   return kind == TypeKind::SmallInt || kind == TypeKind::Integer || kind == TypeKind::BigInt;
 }
@@ -85,7 +88,7 @@ void Renderer::expression(const Expr& e) {
     case ExprKind::Negate:
       return negate(e);
     case ExprKind::Arithmetic:
-      return arithmetic(e.op, e.type, *e.args[0], *e.args[1]);
+      return arithmetic(e);
     case ExprKind::Concat:
       return concat(e);
     case ExprKind::Compare:
@@ -194,20 +197,30 @@ void Renderer::specialRegister(const Expr& e) {
 void Renderer::negate(const Expr& e) {
   const Expr& operand = *e.args[0];
   if (operand.kind == ExprKind::Literal) return literal(operand, true);
-  out_ << "ORV_ARITHMETIC('-',";
-  typeArguments(e.type);
-  out_ << ",0,";
+  out_ << "ORV_ARITHMETIC(0,";
   expression(operand);
+  out_ << ",'-',";
+  typeArguments(e.type);
   out_ << ")";
 }
 
-void Renderer::arithmetic(std::string_view op, const SqlType& type, const Expr& a, const Expr& b) {
-  out_ << "ORV_ARITHMETIC(" << TextLiteral{op} << ",";
-  typeArguments(type);
-  out_ << ",";
-  expression(a);
-  out_ << ",";
-  expression(b);
+// A chain such as a + b - c becomes one call of many arguments: SQLite's parser allows far fewer
+// levels than a sum may have terms.
+void Renderer::arithmetic(const Expr& e) {
+  std::vector<const Expr*> steps;
+  const Expr* first = &e;
+  while (first->kind == ExprKind::Arithmetic && steps.size() < kMaxChain) {
+    steps.push_back(first);
+    first = first->args[0].get();
+  }
+  out_ << "ORV_ARITHMETIC(";
+  expression(*first);
+  for (size_t i = steps.size(); i-- > 0;) {
+    out_ << ",";
+    expression(*steps[i]->args[1]);
+    out_ << "," << TextLiteral{steps[i]->op} << ",";
+    typeArguments(steps[i]->type);
+  }
   out_ << ")";
 }
 
@@ -304,24 +317,35 @@ void Renderer::comparison(const Expr& a, std::string_view op, const Expr& b) {
   out_ << ")";
 }
 
+// How `value` compares with args[first], args[first + step], ... of `e` up to `last`, all in one
+// way: Floating wins over Decimal, and Decimal over Plain.
+Renderer::Comparison Renderer::commonComparison(const Expr& value, const Expr& e, size_t first,
+                                                size_t last, size_t step) {
+  Comparison kind = Comparison::Plain;
+  for (size_t i = first; i < last; i += step) {
+    Comparison next = comparisonOf(value.type, e.args[i]->type);
+    if (kind == Comparison::Plain || next == Comparison::Floating) kind = next;
+  }
+  return kind;
+}
+
 void Renderer::between(const Expr& e) {
+  const Expr& value = *e.args[0];
+  Comparison kind = commonComparison(value, e, 1, 3, 1);
   out_ << "(";
-  if (e.negated) out_ << "NOT ";
-  out_ << "(";
-  comparison(*e.args[0], ">=", *e.args[1]);
+  operand(value, kind);
+  collation(kind, baseColumn(value) != nullptr);
+  if (e.negated) out_ << " NOT";
+  out_ << " BETWEEN ";
+  operand(*e.args[1], kind);
   out_ << " AND ";
-  comparison(*e.args[0], "<=", *e.args[2]);
-  out_ << "))";
+  operand(*e.args[2], kind);
+  out_ << ")";
 }
 
 void Renderer::inList(const Expr& e) {
   const Expr& value = *e.args[0];
-  Comparison kind = Comparison::Plain;
-  for (size_t i = 1; i < e.args.size(); ++i) {
-    // Floating wins over Decimal, and Decimal over Plain, whatever the order of the elements.
-    Comparison next = comparisonOf(value.type, e.args[i]->type);
-    if (kind == Comparison::Plain || next == Comparison::Floating) kind = next;
-  }
+  Comparison kind = commonComparison(value, e, 1, e.args.size(), 1);
   out_ << "(";
   operand(value, kind);
   collation(kind, baseColumn(value) != nullptr);
@@ -400,16 +424,20 @@ void Renderer::quantified(const Expr& e) {
 }
 
 void Renderer::caseExpression(const Expr& e) {
-  size_t at = e.hasOperand ? 1 : 0;
+  size_t first = e.hasOperand ? 1 : 0;
   size_t pairsEnd = e.args.size() - (e.hasElse ? 1 : 0);
+  Comparison kind = Comparison::Plain;
   out_ << "CASE";
-  for (; at + 1 < pairsEnd; at += 2) {
+  if (e.hasOperand) {
+    const Expr& value = *e.args[0];
+    kind = commonComparison(value, e, 1, pairsEnd, 2);
+    out_ << " ";
+    operand(value, kind);
+    collation(kind, baseColumn(value) != nullptr);
+  }
+  for (size_t at = first; at + 1 < pairsEnd; at += 2) {
     out_ << " WHEN ";
-    if (e.hasOperand) {
-      comparison(*e.args[0], "=", *e.args[at]);
-    } else {
-      expression(*e.args[at]);
-    }
+    operand(*e.args[at], kind);
     out_ << " THEN ";
     converted(*e.args[at + 1], e.type, ConversionMode::Cast);
   }

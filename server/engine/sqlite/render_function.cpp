@@ -121,55 +121,51 @@ void Renderer::length(const Expr& e) {
 }
 
 void Renderer::nullIf(const Expr& e) {
-  out_ << "CASE WHEN ";
-  comparison(*e.args[0], "=", *e.args[1]);
-  out_ << " THEN NULL ELSE ";
-  expression(*e.args[0]);
-  out_ << " END";
+  const Expr& value = *e.args[0];
+  Comparison kind = comparisonOf(value.type, e.args[1]->type);
+  // What was cast for the comparison alone is cast back.
+  bool back = !castFor(value.type, kind).empty();
+  if (back) out_ << "ORV_CAST(";
+  out_ << "NULLIF(";
+  operand(value, kind);
+  collation(kind, baseColumn(value) != nullptr);
+  out_ << ",";
+  operand(*e.args[1], kind);
+  out_ << ")";
+  if (!back) return;
+  out_ << ",";
+  typeArguments(value.type);
+  out_ << ")";
 }
 
 void Renderer::aggregate(const Expr& e) {
-  if (e.function == "SUM") {
-    if (isFloating(e.type.kind)) return sum(e);
-    // The total of INTEGERs is an INTEGER again: adding nothing checks that it is one.
-    out_ << "ORV_ARITHMETIC('+',";
-    typeArguments(e.type);
-    out_ << ",";
-    sum(e);
-    out_ << ",0)";
-    return;
-  }
-  if (e.function == "AVG") {
-    out_ << "ORV_ARITHMETIC('/',";
-    typeArguments(e.type);
-    out_ << ",";
-    sum(e);
-    out_ << ",";
-  }
-  bool average = e.function == "AVG";
-  out_ << Verbatim{average ? "COUNT" : e.function} << "(";
-  if (e.distinct) out_ << "DISTINCT ";
-  argumentList(e);
-  bool extreme = e.function == "MIN" || e.function == "MAX";
-  if (extreme && e.type.kind == TypeKind::Decimal) out_ << " COLLATE ORV_DECIMAL";
+  if (e.function == "AVG") return average(e);
+  if (e.function != "SUM") return aggregateCall(e.function, e);
+  TypeKind operand = e.args[0]->type.kind;
+  if (isFloating(operand)) return aggregateCall("SUM", e);
+  // The total of INTEGERs is an INTEGER again: adding nothing checks that it is one.
+  out_ << "ORV_ARITHMETIC(";
+  aggregateCall(operand == TypeKind::Decimal ? "ORV_SUM_DECIMAL" : "ORV_SUM_INTEGER", e);
+  out_ << ",0,'+',";
+  typeArguments(e.type);
   out_ << ")";
-  if (average) out_ << ")";
 }
 
-void Renderer::sum(const Expr& e) {
-  switch (e.args[0]->type.kind) {
-    case TypeKind::Real:
-    case TypeKind::Double:
-      out_ << "SUM(";
-      break;
-    case TypeKind::Decimal:
-      out_ << "ORV_SUM_DECIMAL(";
-      break;
-    default:
-      out_ << "ORV_SUM_INTEGER(";
-  }
+void Renderer::average(const Expr& e) {
+  if (isFloating(e.args[0]->type.kind)) return aggregateCall("AVG", e);
+  out_ << "ORV_QUOTIENT(";
+  aggregateCall("ORV_AVERAGE", e);
+  out_ << ",";
+  typeArguments(e.type);
+  out_ << ")";
+}
+
+void Renderer::aggregateCall(std::string_view name, const Expr& e) {
+  out_ << Verbatim{name} << "(";
   if (e.distinct) out_ << "DISTINCT ";
   argumentList(e);
+  bool extreme = name == "MIN" || name == "MAX";
+  if (extreme && e.type.kind == TypeKind::Decimal) out_ << " COLLATE ORV_DECIMAL";
   out_ << ")";
 }
 

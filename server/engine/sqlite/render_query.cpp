@@ -161,7 +161,7 @@ void Renderer::columnList(size_t count) {
 }
 
 void Renderer::from(const Query& q) {
-  if (q.from.empty() || (inlined_ && q.from.front().get() == inlined_)) return;
+  if (q.from.empty()) return;
   out_ << " FROM ";
   // SQLite joins strictly from left to right, the comma included: what must not take in the tables
   // before it stands in parentheses.

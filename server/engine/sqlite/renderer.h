@@ -5,6 +5,8 @@
 // as TEXT. Columns of subqueries are called "C1", "C2", ... by position, because their own names
 // may be missing or repeated. Whatever SQLite would do by rules of its own (comparison of decimals,
 // padding, division, conversion) is written with our collations and functions.
+//
+// No part of a tree is written twice: nested parts that are would grow without bound.
 #pragma once
 
 #include <string>
@@ -33,6 +35,8 @@ class Renderer {
   void converted(const Expr& e, const SqlType& type, ConversionMode mode);
 
   std::string take() { return out_.take(); }
+  // A query that must give a row for the statement to be run at all; empty when there is none.
+  const std::string& conditionQuery() const { return condition_; }
   // Markers that must not be null, because SQLite would take a null for "the next number".
   const std::vector<int>& requiredMarkers() const { return requiredMarkers_; }
 
@@ -40,6 +44,8 @@ class Renderer {
   // How two values compare.
   enum class Comparison { Plain, Text, Decimal, Floating, Bytes };
   static Comparison comparisonOf(const SqlType& a, const SqlType& b);
+  static Comparison commonComparison(const Expr& value, const Expr& e, size_t first, size_t last,
+                                     size_t step);
   static std::string_view castFor(const SqlType& type, Comparison comparison);
 
   // ---- render_query.cpp
@@ -61,7 +67,7 @@ class Renderer {
   void column(const Expr& e);
   void specialRegister(const Expr& e);
   void negate(const Expr& e);
-  void arithmetic(std::string_view op, const SqlType& type, const Expr& a, const Expr& b);
+  void arithmetic(const Expr& e);
   void concat(const Expr& e);
   void chain(const Expr& e, size_t first, size_t last);
   void operand(const Expr& e, Comparison comparison);
@@ -80,13 +86,15 @@ class Renderer {
   // ---- render_function.cpp
   void function(const Expr& e);
   void aggregate(const Expr& e);
-  void sum(const Expr& e);
+  void average(const Expr& e);
+  void aggregateCall(std::string_view name, const Expr& e);
   void length(const Expr& e);
   void nullIf(const Expr& e);
   bool unitFunction(const Expr& e);
 
   // ---- render_dml.cpp
   void insert(const Statement& s);
+  void condition(const Expr& where);
   void insertRow(const Statement& s, const std::vector<ExprPtr>& row);
   void insertSelect(const Statement& s);
   void insertThrough(const Statement& s);
@@ -101,6 +109,7 @@ class Renderer {
   // The one row VALUES of an INSERT whose values are written in place of its columns.
   const TableRef* inlined_ = nullptr;
   SqlText out_;
+  std::string condition_;
   std::vector<int> requiredMarkers_;
 };
 

@@ -39,6 +39,7 @@ SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options
   sqlite3* database = database_.get();
   registerCollation(database);
   registerConversions(database, *environment_);
+  registerArithmetic(database, *environment_);
   registerAggregates(database, *environment_);
   registerStrings(database, *environment_);
   registerNumbers(database, *environment_);
@@ -89,10 +90,9 @@ void SqliteEngine::savepointCommand(std::string_view verb, std::string_view name
   try {
     execute(database_.get(), sql.text());
   } catch (const SqlError& error) {
-    if (error.what() &&
-        std::string_view(error.what()).find("no such savepoint") != std::string_view::npos) {
-      throw SqlError(-880, {std::string(name)});
-    }
+    bool unknown =
+        !error.tokens().empty() && error.tokens().front().starts_with("no such savepoint");
+    if (unknown) throw SqlError(-880, {std::string(name)});
     throw;
   }
 }
@@ -114,13 +114,16 @@ std::unique_ptr<EngineStatement> SqliteEngine::prepare(const Statement& resolved
   std::shared_ptr<const CatalogData> data = catalog_->data();
   Renderer renderer(*data, catalog_->defaultSchema());
   renderer.statement(resolved);
-  std::vector<SqlType> columns;
+  SqliteStatement::Program program;
   if (resolved.hasResult()) {
-    for (const OutputColumn& column : resolved.query->columns) columns.push_back(column.type);
+    for (const OutputColumn& column : resolved.query->columns) {
+      program.columns.push_back(column.type);
+    }
   }
-  std::vector<int> required = renderer.requiredMarkers();
-  return std::make_unique<SqliteStatement>(database_.get(), *environment_, renderer.take(),
-                                           std::move(required), std::move(columns),
+  program.condition = renderer.conditionQuery();
+  program.requiredMarkers = renderer.requiredMarkers();
+  program.sql = renderer.take();
+  return std::make_unique<SqliteStatement>(database_.get(), *environment_, std::move(program),
                                            ConstraintNames(resolved, data));
 }
 
