@@ -29,13 +29,11 @@ std::string statementText(const StatementHandle& handle, const SQLCHAR* text, SQ
   return std::string(utf8);
 }
 
-// A statement that was run directly before is kept when its text comes again.
-void prepare(StatementHandle& handle, std::string text) {
+void prepare(StatementHandle& handle, const std::string& text) {
   if (handle.hasCursor()) throw CliError("24000");
   handle.executed = false;
-  orv::SessionState& session = handle.connection.session();
-  if (handle.prepared && handle.prepared->compilation().text == text) return;
   handle.prepared.reset();
+  orv::SessionState& session = handle.connection.session();
   handle.prepared = std::make_unique<PreparedStatement>(session, text);
 }
 
@@ -216,7 +214,10 @@ SQLRETURN SQLPrepare(SQLHSTMT number, SQLCHAR* text, SQLINTEGER length) {
 SQLRETURN SQLExecDirect(SQLHSTMT number, SQLCHAR* text, SQLINTEGER length) {
   StatementHandle* const handle = statement(number);
   return call(handle, [&] {
-    prepare(*handle, statementText(*handle, text, length));
+    const std::string wanted = statementText(*handle, text, length);
+    // What was run before is kept when its text comes again.
+    const bool kept = handle->prepared && handle->prepared->compilation().text == wanted;
+    if (!kept) prepare(*handle, wanted);
     return run(*handle);
   });
 }

@@ -31,7 +31,8 @@ void* load(const std::string& name) {
   static const std::string kFolder = ownFolder();
   for (const std::string& folder : {kFolder, std::string()}) {
     for (const char* suffix : {".so.1", ".so"}) {
-      const std::string file = folder + "lib" + name + suffix;
+      std::string file = folder;
+      file.append("lib").append(name).append(suffix);
       if (void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) return library;
     }
   }

@@ -281,7 +281,7 @@ int16_t descriptorLength(const SqlType& type) {
     case TypeKind::Timestamp:
       return 26;
     case TypeKind::Decimal:
-      return static_cast<int16_t>(type.scale * 256 + type.length);
+      return static_cast<int16_t>(int64_t{type.scale} * 256 + type.length);
     case TypeKind::LongVarchar:
     case TypeKind::LongVarcharBits:
       return kLongVarcharLength;
@@ -370,8 +370,9 @@ ValueView loadHostValue(const HostArea& area, bool binary, SessionState& session
       return loadGraphic(boundedText(data, capacity * 2, capacity * 2), session, storage);
     case kSqlVargraphic:
     case kSqlLongVargraphic:
-      return loadGraphic(boundedText(data + 2, loadNumber<uint16_t>(data) * 2, capacity * 2),
-                         session, storage);
+      return loadGraphic(
+          boundedText(data + 2, int64_t{loadNumber<uint16_t>(data)} * 2, capacity * 2), session,
+          storage);
     case kSqlClobFile:
     case kSqlBlobFile:
     case kSqlDbclobFile:

@@ -22,7 +22,7 @@ constexpr size_t kMaxLargeObject = 0x7FFFFFFF;
 std::string checkedName(const SqlFileReference& reference) {
   const size_t length = reference.name_length;
   if (length == 0 || length > sizeof reference.name) refuse("", "name length");
-  const std::string name(reference.name, length);
+  std::string name(reference.name, length);
   if (name.find('\0') != std::string::npos) refuse("", "name");
   return name;
 }

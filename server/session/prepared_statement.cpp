@@ -78,20 +78,22 @@ void PreparedStatement::runPrepared() {
   if (!query) here.protectResults(compilation_->usage);
   here.begin();
   if (!engineStatement_) leaseEngineStatement();
-  state_ = State::Walking;  // so that close() resets, whatever happens below
   try {
     for (size_t i = 0; i < values_.size(); ++i) {
       engineStatement_->bind(static_cast<int>(i), values_[i]);
     }
-    if (query) return;
+    if (query) {
+      state_ = State::Walking;
+      return;
+    }
     while (engineStatement_->step()) {
     }
     rowCount_ = engineStatement_->changes();
   } catch (...) {
-    close();
+    engineStatement_->reset();
     throw;
   }
-  close();
+  engineStatement_->reset();
   countInserted();
 }
 
