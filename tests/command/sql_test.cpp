@@ -16,7 +16,7 @@ TEST(CommandUse, WrongUseIsStatusTwoAndTouchesNothing) {
     const char* message;
   };
   const Case cases[] = {
-      {{}, "subcommand"},
+      {{}, "no command"},
       {{"frobnicate"}, "frobnicate"},
       {{"create", "--code-page", "many"}, "many"},
       {{"--db", "", "create"}, "--db"},
@@ -77,7 +77,8 @@ class CommandSql : public testing::Test {
     ASSERT_EQ(place_.orvxml({"create"}).status, 0);
     const CommandResult made = place_.orvxml(
         {"sql",
-         "create table item (id integer not null primary key, name varchar(40), price decimal(9,2),"
+         "create table item (id integer not null primary key, name varchar(40), price "
+         "decimal(20,2),"
          " raw varchar(8) for bit data);"
          "insert into item values (1, 'plain', 20.00, x'00FF'), (20, '雑貨', -0.50, null),"
          " (3, 'say \"a, b\"', null, null), (4, '', 9007199254740993, null)"});

@@ -32,7 +32,7 @@ void addGlobalOptions(CLI::App& app, CommandLine& line) {
       ->type_name("URL");
   app.add_flag("--json", line.settings.json, "Write data as JSON");
   app.add_flag("--quiet", line.settings.quiet, "Write data, warnings and errors only");
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);
   app.fallthrough();
 }
 
@@ -87,6 +87,9 @@ int run(int argc, char** argv) {
     const bool wrong = error.get_exit_code() != 0;
     app.exit(error);
     return wrong ? kWrongUse : kDone;
+  }
+  if (app.get_subcommands().empty()) {
+    throw Failure("", "no command given; orvxml --help lists them", kWrongUse);
   }
   checkOutput();
   return line.status;
