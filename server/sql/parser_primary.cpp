@@ -157,6 +157,7 @@ ExprPtr Parser::parseLiteral() {
 
 ExprPtr Parser::parseWordPrimary() {
   if (isSymbol("(", 1)) {
+    if (isWord("CASE")) return parseCase();
     if (isWord("CAST")) return parseCast();
     if (isWord("EXISTS")) return parseExists();
     if (isWord("TRIM")) return parseTrim();

@@ -46,6 +46,20 @@ std::string shown(const QualifiedName& name) {
   return name.schema.empty() ? name.name : name.schema + "." + name.name;
 }
 
+// Digits of the greatest value, which an integer type does not declare.
+int64_t digitCount(const SqlType& type) {
+  switch (type.kind) {
+    case TypeKind::SmallInt:
+      return 5;
+    case TypeKind::Integer:
+      return 10;
+    case TypeKind::BigInt:
+      return 19;
+    default:
+      return type.length;
+  }
+}
+
 }  // namespace
 
 void Resolver::resolveFunction(ExprPtr& expr, Scope& scope) {
@@ -195,7 +209,7 @@ SqlType Resolver::resultType(Expr& expr, const BuiltInFunction& function) {
     case ResultRule::HexText:
       return makeType(TypeKind::Varchar, std::min(2 * byteLength(first), kMaxVarchar));
     case ResultRule::Digits:
-      return makeType(TypeKind::Char, asDecimal(first).length);
+      return makeType(TypeKind::Char, digitCount(first));
     case ResultRule::Number:
       return *commonBase(first, expr.args[1]->type);
     case ResultRule::Timestamp:

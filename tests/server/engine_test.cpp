@@ -142,6 +142,9 @@ TEST_F(EngineTest, QueriesOfEveryShape) {
           {"SELECT CASE K WHEN 1 THEN 'I' WHEN 2 THEN 'II' ELSE '+' END, COALESCE(V, '?'), "
            "NULLIF(K, 2) FROM A",
            "I|one|1\nII|two|-\n+|?|3"},
+          {"SELECT CASE (SELECT MIN(K) FROM B) WHEN K THEN 'least' END, DIGITS(K) FROM A WHERE K = "
+           "2",
+           "least|0000000002"},
           {"SELECT NULLIF(K, 2.0), NULLIF(V, 'one  ') FROM A", "1|-\n-|two\n3|-"},
           {"VALUES (1, 'a'), (2, 'b')", "1|a\n2|b"},
           {"SELECT * FROM TABLE(VALUES(1, CAST(? AS DECIMAL(5,2)))) AS T(X, Y) WHERE Y > 1",
@@ -150,6 +153,12 @@ TEST_F(EngineTest, QueriesOfEveryShape) {
           {"SELECT Y.N FROM (SELECT V AS N, V AS N2, K + 1 FROM A) AS Y WHERE Y.N2 = 'two'", "two"},
           {"SELECT COUNT(*), COUNT(V), COUNT(DISTINCT 1) FROM A WHERE K > 5", "0|0|0"},
           {"SELECT MAX(K) FROM A WHERE K > 5", "-"},
+          {"UPDATE A SET K = K + (SELECT COUNT(*) FROM A X WHERE X.K < A.K), V = (SELECT MIN(V) "
+           "FROM A X WHERE X.K < A.K) WHERE K > 1",
+           "2 rows"},
+          {"SELECT K, V FROM A", "1|one\n3|one\n5|one"},
+          {"DELETE FROM A WHERE K > (SELECT MIN(K) FROM A X WHERE X.V = A.V)", "2 rows"},
+          {"SELECT K FROM A", "1"},
       });
 }
 

@@ -56,6 +56,7 @@ std::string nameList(const Names& names) {
 
 std::string columnList(const Table& table, const std::vector<int>& columns) {
   std::vector<std::string> names;
+  names.reserve(columns.size());
   for (int column : columns) names.push_back(table.columns[static_cast<size_t>(column)].name);
   return nameList(names);
 }

@@ -59,8 +59,9 @@ SqlError ConstraintNames::failure(int extendedCode, std::string_view text) const
       return uniqueFailure(afterColon(text));
     case SQLITE_CONSTRAINT_NOTNULL: {
       std::string column(afterColon(text));
-      std::vector<int> found = table_ ? columnsOf(*table_, column) : std::vector<int>();
-      if (!found.empty()) {
+      std::vector<int> found;
+      if (table_) found = columnsOf(*table_, column);
+      if (table_ && !found.empty()) {
         column = tableName() + "." + table_->columns[static_cast<size_t>(found.front())].name;
       }
       return SqlError(-407, {column});

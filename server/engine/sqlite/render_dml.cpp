@@ -5,6 +5,7 @@
 
 #include "server/engine/sqlite/renderer.h"
 #include "server/sql/sql_error.h"
+#include "server/sql/tree_walk.h"
 
 namespace orv::sqlite {
 namespace {
@@ -62,6 +63,31 @@ const Column* omittedRowNumber(const Statement& s) {
   const auto& given = s.insertColumnIndexes;
   bool present = std::find(given.begin(), given.end(), position) != given.end();
   return !present && isRowNumber(*s.table, column) ? &column : nullptr;
+}
+
+// Whether a new value comes from other rows of the table that is being changed: SQLite would read
+// rows that it has changed already.
+bool readsTarget(const Statement& s) {
+  bool found = false;
+  for (const Assignment& assignment : s.assignments) {
+    walk(*assignment.value, [&](const Expr& e) {
+      found = found || (e.kind == ExprKind::Column && e.source != s.target.get() &&
+                        e.source->table == s.table);
+      return Walk::Enter;
+    });
+  }
+  return found;
+}
+
+// A name of the row's number that no column hides.
+std::string_view rowNumberName(const Table& table) {
+  for (std::string_view name : {"rowid", "_rowid_", "oid"}) {
+    bool hidden = std::any_of(table.columns.begin(), table.columns.end(), [&](const Column& c) {
+      return foldAscii(c.storedName) == foldAscii(name);
+    });
+    if (!hidden) return name;
+  }
+  return "rowid";
 }
 
 const Column& insertColumn(const Statement& s, size_t position) {
@@ -194,16 +220,42 @@ void Renderer::insertThrough(const Statement& s) {
 
 void Renderer::update(const Statement& s) {
   out_ << "UPDATE " << Name{s.table->storedName} << " SET ";
+  bool ahead = readsTarget(s);
   Comma comma;
+  int position = 0;
   for (const Assignment& assignment : s.assignments) {
     const Column& target = s.table->columns[static_cast<size_t>(assignment.columnIndex)];
     out_ << comma << Name{target.storedName} << "=";
-    assigned(*assignment.value, *s.table, target, false);
+    if (ahead) {
+      out_ << "\"Q\".\"C" << ++position << "\"";
+    } else {
+      assigned(*assignment.value, *s.table, target, false);
+    }
   }
+  if (ahead) return updateFromValues(s);
   if (s.where) {
     out_ << " WHERE ";
     expression(*s.where);
   }
+}
+
+// All new values are computed before the first row changes.
+void Renderer::updateFromValues(const Statement& s) {
+  Name number{rowNumberName(*s.table)};
+  out_ << " FROM (SELECT " << number << " AS \"R\"";
+  int position = 0;
+  for (const Assignment& assignment : s.assignments) {
+    const Column& target = s.table->columns[static_cast<size_t>(assignment.columnIndex)];
+    out_ << ",";
+    assigned(*assignment.value, *s.table, target, false);
+    out_ << " AS \"C" << ++position << "\"";
+  }
+  out_ << " FROM " << Name{s.table->storedName};
+  if (s.where) {
+    out_ << " WHERE ";
+    expression(*s.where);
+  }
+  out_ << ") AS \"Q\" WHERE " << Name{s.table->storedName} << "." << number << "=\"Q\".\"R\"";
 }
 
 void Renderer::remove(const Statement& s) {

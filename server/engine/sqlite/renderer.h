@@ -100,6 +100,7 @@ class Renderer {
   void insertThrough(const Statement& s);
   void omittedKey(const Statement& s, Comma& comma);
   void update(const Statement& s);
+  void updateFromValues(const Statement& s);
   void remove(const Statement& s);
   void assigned(const Expr& e, const Table& table, const Column& column, bool always);
 
