@@ -260,6 +260,34 @@ TEST(EngineCatalogTest, FilesOfOtherProgramsAreUsedAsTheyAre) {
   runSteps(database, {{"SELECT C, LATER, X FROM MINE, NEW WHERE C = 9", "9|-|3"}});
 }
 
+TEST(EngineCatalogTest, CatalogsThatChangedHandsAreReadOrRefused) {
+  TemporaryFolder folder;
+  std::string path = folder.path("edited.db");
+  {
+    EngineDatabase database(path);
+    runSteps(database,
+             {{"CREATE TABLE T(A INTEGER NOT NULL PRIMARY KEY, B DECIMAL(5,2), C DATE)", "ok"},
+              {"CREATE TABLE GONE(A INTEGER)", "ok"}});
+    database.engine().commit();
+  }
+  sqlite(path, "ALTER TABLE T DROP COLUMN C; DROP TABLE GONE; INSERT INTO T VALUES(1, 1.5)");
+  {
+    EngineDatabase database(path, false);
+    runSteps(database, {{"SELECT A, B FROM T", "1|1.50"},
+                        {"SELECT C FROM T", "-206 42703 C"},
+                        {"CREATE TABLE GONE(B INTEGER)", "ok"},
+                        {"INSERT INTO GONE SELECT A FROM T", "1 rows"}});
+    database.engine().commit();
+  }
+  sqlite(path, "UPDATE \"SYSNTQ.DATABASE\" SET VALUE = 99 WHERE NAME = 'FORMAT'");
+  try {
+    EngineDatabase database(path, false);
+    ADD_FAILURE() << "a format of the future";
+  } catch (const SqlError& error) {
+    EXPECT_EQ(error.sqlcode(), -902);
+  }
+}
+
 TEST(EngineCatalogTest, ReadOnlyFilesAreRead) {
   if (geteuid() == 0) GTEST_SKIP() << "everything is writable for this user";
   TemporaryFolder folder;

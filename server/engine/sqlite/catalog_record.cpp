@@ -113,7 +113,9 @@ void recordSchema(sqlite3* database, std::string_view schema) {
 }
 
 void recordTable(sqlite3* database, const Table& table) {
-  Command(database, R"(INSERT INTO "SYSNTQ.TABLES" VALUES(?,?,?,?))")
+  // Another program may have dropped a table of this name and left our rows.
+  eraseTable(database, table);
+  Command(database, R"(INSERT OR REPLACE INTO "SYSNTQ.TABLES" VALUES(?,?,?,?))")
       .bind(table.storedName)
       .bind(table.schema)
       .bind(table.name)
@@ -170,7 +172,7 @@ void eraseForeignKey(sqlite3* database, const Table& table, const ForeignKey& ke
 }
 
 void recordIndex(sqlite3* database, const Index& index) {
-  Command(database, R"(INSERT INTO "SYSNTQ.INDEXES" VALUES(?,?,?,
+  Command(database, R"(INSERT OR REPLACE INTO "SYSNTQ.INDEXES" VALUES(?,?,?,
                        (SELECT tbl_name FROM sqlite_schema WHERE type='index' AND name=?1)))")
       .bind(index.storedName)
       .bind(index.schema)

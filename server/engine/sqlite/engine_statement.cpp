@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "server/engine/sqlite/connection.h"
+#include "server/sql/numeral.h"
 #include "server/sql/value_conversion.h"
 
 namespace orv::sqlite {
@@ -12,17 +13,20 @@ namespace {
 constexpr std::chrono::milliseconds kLockWait{5000};
 constexpr std::chrono::milliseconds kLockPause{10};
 
-// Whether a value of this storage class is one of the type as it stands.
-bool fits(int storageClass, TypeKind kind) {
-  switch (storageClass) {
-    case SQLITE_INTEGER:
-      return kind == TypeKind::SmallInt || kind == TypeKind::Integer || kind == TypeKind::BigInt;
-    case SQLITE_FLOAT:
-      return kind == TypeKind::Real || kind == TypeKind::Double;
-    case SQLITE_TEXT:
-      return !isBinary(kind) && (!isNumeric(kind) || kind == TypeKind::Decimal);
+// Whether the value is one of the type as it stands. Another program may have stored anything.
+bool fits(const ValueView& value, const SqlType& type) {
+  switch (value.kind) {
+    case ValueView::Kind::Integer:
+      return type.kind >= TypeKind::SmallInt && type.kind <= TypeKind::BigInt;
+    case ValueView::Kind::Double:
+      return type.kind == TypeKind::Real || type.kind == TypeKind::Double;
+    case ValueView::Kind::Text:
+      if (type.kind == TypeKind::Decimal) {
+        return isCanonicalDecimal(value.text, static_cast<int>(type.length), type.scale);
+      }
+      return !isBinary(type.kind) && !isNumeric(type.kind);
     default:
-      return isBinary(kind);
+      return isBinary(type.kind);
   }
 }
 
@@ -169,7 +173,7 @@ ValueView SqliteStatement::column(int index) {
     }
   }
   auto position = static_cast<size_t>(index);
-  if (position >= columns_.size() || fits(storageClass, columns_[position].kind)) return value;
+  if (position >= columns_.size() || fits(value, columns_[position])) return value;
   return convertValue(value, columns_[position], environment_.length(), ConversionMode::Cast,
                       converted_[position]);
 }
