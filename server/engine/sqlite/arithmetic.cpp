@@ -83,8 +83,11 @@ double doubleOf(const ValueView& value) {
       return static_cast<double>(value.integer);
     case ValueView::Kind::Double:
       return value.number;
-    default:
-      return Numeral::parse(value.text, type).toDouble().value_or(0);
+    default: {
+      std::optional<double> number = Numeral::parse(value.text, type).toDouble();
+      if (!number) failOverflow();
+      return *number;
+    }
   }
 }
 

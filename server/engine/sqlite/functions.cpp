@@ -144,7 +144,7 @@ ValueView viewOf(sqlite3_value* value) {
     case SQLITE_BLOB: {
       const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
       auto size = static_cast<size_t>(sqlite3_value_bytes(value));
-      return ValueView::ofBlob(size == 0 ? std::string_view("", 0) : std::string_view(bytes, size));
+      return ValueView::ofBlob({bytes ? bytes : "", size});
     }
     default:
       return ValueView::null();
