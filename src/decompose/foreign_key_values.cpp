@@ -1,6 +1,5 @@
 #include "src/decompose/foreign_key_values.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "orvxml/code_pages.h"
@@ -15,12 +14,11 @@ constexpr int kInternalError = -57;
 constexpr char kNoParent[] = "Error: Could not find foreign key value in XML.";
 
 bool isElement(const xercesc::DOMNode* node) {
-  return node != nullptr && node->getNodeType() == xercesc::DOMNode::ELEMENT_NODE;
+  return node->getNodeType() == xercesc::DOMNode::ELEMENT_NODE;
 }
 
-const XMLCh* attributeOf(const xercesc::DOMNode* node, const std::u16string& name) {
-  if (!isElement(node)) return u"";
-  return static_cast<const xercesc::DOMElement*>(node)->getAttribute(name.c_str());
+const XMLCh* attributeOf(const Lineage& at, const std::u16string& name) {
+  return at.isElement() ? at.element()->getAttribute(name.c_str()) : u"";
 }
 
 }  // namespace
@@ -53,7 +51,7 @@ const xercesc::DOMNode* FirstDescendants::find(const xercesc::DOMNode* node,
 
 // Where a climb stands: the node looked at, its name, and what was found so far.
 struct ForeignKeyValues::Climb {
-  const xercesc::DOMNode* node;
+  const Lineage* node;
   const NameInfo* name;
   bool found = false;
   bool recalled = false;  // the rest of the climb is known already
@@ -70,42 +68,42 @@ ForeignKeyValues::ForeignKeyValues(WalkState& walk, const tab& table, int tableI
   }
 }
 
-int ForeignKeyValues::get_foreign_key_values(const xercesc::DOMNode* parent) {
+int ForeignKeyValues::get_foreign_key_values(const Lineage* parent) {
   for (Key& key : keys_) {
     const int rc = get_foreign_key_value(key, parent);
     QRK_TRACE(walk_.ctx, "call get_foreign_key_value() returns %ld.", static_cast<long>(rc));
     if (rc < 0) return rc;
-    QRK_TRACE(walk_.ctx, "%s='%s'", key.definition->column->col, key.known[0].value.c_str());
+    QRK_TRACE(walk_.ctx, "%s='%s'", key.definition->column->col, key.value().c_str());
   }
   return 0;
 }
 
-int ForeignKeyValues::get_foreign_key_value(Key& key, const xercesc::DOMNode* parent) {
+int ForeignKeyValues::get_foreign_key_value(Key& key, const Lineage* parent) {
   if (key.joinAttributes != walk_.joinAttributes) {
     for (Known& known : key.known) known.start = nullptr;
     key.joinAttributes = walk_.joinAttributes;
   }
-  if (recall(key, parent)) return 0;
   if (!parent) {
     std::snprintf(walk_.msg, kMessageSize, "%s", kNoParent);
     return kInternalError;
   }
+  if (recall(key, parent->node)) return 0;
   Climb at{parent, nullptr};
   if (int code = climb(key, at)) return code;
-  return remember(key, parent, at);
+  return remember(key, parent->node, at);
 }
 
 // Towards the root until a value is found, and past elements that belong to the table itself.
 int ForeignKeyValues::climb(Key& key, Climb& at) {
   bool goOn = true;
   while (goOn) {
-    at.name = &walk_.names.of(at.node);
+    at.name = &walk_.names.of(at.node->node);
     if (at.name->text.empty()) return failInternal(walk_.report(), kModule, __LINE__);
     QRK_TRACE(walk_.ctx, "parent_name='%s'", at.name->text.c_str());
     if (!lookAt(key, at)) return failInternal(walk_.report(), kModule, __LINE__);
-    at.node = at.node->getParentNode();
-    goOn = isElement(at.node) && (!at.found || (at.name->inTables & tableBit_) != 0);
-    at.recalled = goOn && !at.found && recall(key, at.node);
+    at.node = at.node->parent;
+    goOn = at.node && at.node->isElement() && (!at.found || (at.name->inTables & tableBit_) != 0);
+    at.recalled = goOn && !at.found && recall(key, at.node->node);
     goOn = goOn && !at.recalled;
   }
   return 0;
@@ -115,26 +113,27 @@ int ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Cl
   if (!at.found && !at.recalled) {
     return fail(walk_.report(), Msg::QRKQ043E, key.definition->parent->xml, at.name->text);
   }
-  Known& oldest = key.known.back();
-  oldest.start = nullptr;
+  const size_t slot = key.next == key.current ? (key.next + 1) % key.known.size() : key.next;
+  Known& known = key.known[slot];
+  known.start = nullptr;
   if (at.recalled) {
-    oldest.value = key.known.front().value;
-  } else if (!at.value || !toDatabase(walk_.ctx, at.value, oldest.value)) {
+    known.value = key.value();
+  } else if (!at.value || !toDatabase(walk_.ctx, at.value, known.value)) {
     return fail(walk_.report(), Msg::QRKG002E);
   }
-  oldest.start = start;
-  std::rotate(key.known.begin(), key.known.end() - 1, key.known.end());
+  known.start = start;
+  key.current = slot;
+  key.next = (slot + 1) % key.known.size();
   return 0;
 }
 
-// Brings what is known of `start` to the front. A trace shows every climb, so nothing is known
-// while it is on.
+// Makes what is known of `start` current. A trace shows every climb, so nothing is known while it
+// is on.
 bool ForeignKeyValues::recall(Key& key, const xercesc::DOMNode* start) const {
-  if (walk_.ctx->traceOn || !start) return false;
+  if (walk_.ctx->traceOn) return false;
   for (size_t i = 0; i < key.known.size(); ++i) {
     if (key.known[i].start != start) continue;
-    const auto found = key.known.begin() + static_cast<std::ptrdiff_t>(i);
-    std::rotate(key.known.begin(), found, found + 1);
+    key.current = i;
     return true;
   }
   return false;
@@ -157,15 +156,15 @@ bool ForeignKeyValues::lookAt(const Key& key, Climb& at) {
 
 // A level without a value leaves the value of a lower one in place.
 void ForeignKeyValues::lookAtAttribute(const Key& key, Climb& at) {
-  const XMLCh* value = attributeOf(at.node, key.xmlName);
-  if (*value == 0 && at.name->topElementOf != 0) value = attributeOf(at.node, key.joinName);
+  const XMLCh* value = attributeOf(*at.node, key.xmlName);
+  if (*value == 0 && at.name->topElementOf != 0) value = attributeOf(*at.node, key.joinName);
   if (*value == 0) return;
   at.found = true;
   at.value = value;
 }
 
 void ForeignKeyValues::lookAtText(const Key& key, Climb& at) {
-  const xercesc::DOMNode* element = walk_.descendants.find(at.node, key.xmlName);
+  const xercesc::DOMNode* element = walk_.descendants.find(at.node->node, key.xmlName);
   const xercesc::DOMNode* content = element ? element->getFirstChild() : nullptr;
   if (!content) return;
   at.found = true;

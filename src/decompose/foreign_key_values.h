@@ -51,9 +51,9 @@ class ForeignKeyValues {
   int count() const { return static_cast<int>(keys_.size()); }
   // Looks up the values of all keys for a row at an element with this parent. 0 or the message's
   // code.
-  int get_foreign_key_values(const xercesc::DOMNode* parent);
+  int get_foreign_key_values(const Lineage* parent);
   // The value of key `k` of the last look-up; good until the next one.
-  std::string_view value(int k) const { return keys_[static_cast<size_t>(k)].known[0].value; }
+  std::string_view value(int k) const { return keys_[static_cast<size_t>(k)].value(); }
 
  private:
   // What climbing from `start` gives.
@@ -63,14 +63,18 @@ class ForeignKeyValues {
   };
   struct Key {
     const foreign_key* definition;
-    std::u16string xmlName;       // the item that supplies the value
-    std::u16string joinName;      // its join attribute
-    std::array<Known, 3> known;   // the one used last in front
+    std::u16string xmlName;   // the item that supplies the value
+    std::u16string joinName;  // its join attribute
+    std::array<Known, 3> known;
+    size_t current = 0;           // the one used last
+    size_t next = 0;              // the one to be replaced next
     uint64_t joinAttributes = 0;  // of the walk when they were found
+
+    const std::string& value() const { return known[current].value; }
   };
   struct Climb;
 
-  int get_foreign_key_value(Key& key, const xercesc::DOMNode* parent);
+  int get_foreign_key_value(Key& key, const Lineage* parent);
   int climb(Key& key, Climb& at);
   int remember(Key& key, const xercesc::DOMNode* start, const Climb& at);
   bool lookAt(const Key& key, Climb& at);

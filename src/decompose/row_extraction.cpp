@@ -2,7 +2,10 @@
 #include "orvxml/row_extraction.h"
 
 #include <cstring>
+#include <deque>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "orvxml/target_table.h"
 #include "orvxml/trace.h"
@@ -15,35 +18,51 @@ namespace orvxml {
 
 namespace {
 
-// Appends to `result` the children called `childName` of all elements of `container`, in document
-// order. Only direct children are looked at.
-int qrk_getNodeList(const QRK_NodeList& container, const XMLCh* childName, QRK_NodeList& result,
-                    char* msg) {
-  const std::u16string_view wanted = childName;
-  const QRK_NodeList::Node* node = container.head;
-  for (int i = 0; i < container.count && node; ++i, node = node->next) {
-    auto* child = node->element.element()->getFirstElementChild();
-    for (; child; child = child->getNextElementSibling()) {
-      if (wanted != child->getTagName()) continue;
-      if (int code = result.add(DOM_Element(node->element.owner(), child), msg)) return code;
+using Container = std::vector<Lineage>;
+
+// The children called `childName` of all elements of `container`, in document order. Only direct
+// children are looked at.
+Container qrk_getNodeList(const Container& container, std::u16string_view childName) {
+  Container result;
+  for (const Lineage& selected : container) {
+    auto* child = selected.node->getFirstChild();
+    for (; child; child = child->getNextSibling()) {
+      if (child->getNodeType() != xercesc::DOMNode::ELEMENT_NODE) continue;
+      if (childName != child->getNodeName()) continue;
+      result.push_back({child, &selected});
     }
   }
-  return 0;
+  return result;
+}
+
+// The elements of the caller's list. Their ancestors go into `ancestors`, which keeps its places.
+Container containerOf(const QRK_NodeList& list, std::deque<Lineage>& ancestors) {
+  Container container;
+  const QRK_NodeList::Node* node = list.head;
+  for (int i = 0; i < list.count && node; ++i, node = node->next) {
+    container.push_back({node->element.node(), nullptr});
+    const Lineage** parent = &container.back().parent;
+    for (auto* up = node->element.node()->getParentNode(); up; up = up->getParentNode()) {
+      Lineage& ancestor = ancestors.emplace_back(Lineage{up, nullptr});
+      *parent = &ancestor;
+      parent = &ancestor.parent;
+    }
+  }
+  return container;
 }
 
 class Walk {
  public:
   explicit Walk(WalkState& state) : state_(state) {}
 
-  int decompose(tab* parentTable, const QRK_NodeList& container,
+  int decompose(tab* parentTable, const Container& container,
                 const xercesc::DOMElement* dadElement);
 
  private:
   int tableOf(const char* name) const;
-  int insertRows(int tableIndex, const QRK_NodeList& container,
-                 const xercesc::DOMElement* dadElement, const std::string& name);
-  int decomposeChild(tab* owner, const QRK_NodeList& container,
-                     const xercesc::DOMElement* dadChild);
+  int insertRows(int tableIndex, const Container& container, const xercesc::DOMElement* dadElement,
+                 const std::string& name);
+  int decomposeChild(tab* owner, const Container& container, const xercesc::DOMElement* dadChild);
 
   WalkState& state_;
 };
@@ -57,7 +76,7 @@ int Walk::tableOf(const char* name) const {
   return found;
 }
 
-int Walk::decompose(tab* parentTable, const QRK_NodeList& container,
+int Walk::decompose(tab* parentTable, const Container& container,
                     const xercesc::DOMElement* dadElement) {
   const std::string name = dadName(state_.ctx, dadElement);
   if (name.empty()) return fail(state_.report(), Msg::QRKQ014E);
@@ -75,7 +94,7 @@ int Walk::decompose(tab* parentTable, const QRK_NodeList& container,
   return 0;
 }
 
-int Walk::insertRows(int tableIndex, const QRK_NodeList& container,
+int Walk::insertRows(int tableIndex, const Container& container,
                      const xercesc::DOMElement* dadElement, const std::string& name) {
   tab* table = state_.relinfo->tab[tableIndex];
   if (*table->stmt == '\0') {
@@ -94,7 +113,7 @@ int Walk::insertRows(int tableIndex, const QRK_NodeList& container,
   return inserter.close();
 }
 
-int Walk::decomposeChild(tab* owner, const QRK_NodeList& container,
+int Walk::decomposeChild(tab* owner, const Container& container,
                          const xercesc::DOMElement* dadChild) {
   const std::string name = dadName(state_.ctx, dadChild);
   if (name.empty()) return fail(state_.report(), Msg::QRKQ014E);
@@ -102,12 +121,7 @@ int Walk::decomposeChild(tab* owner, const QRK_NodeList& container,
   if (!owner) {
     QRK_TRACE(state_.ctx, "There is no current_tab or parent_tab for '%s'", name.c_str());
   }
-  QRK_NodeList selected(state_.ctx);
-  if (int code =
-          qrk_getNodeList(container, dadChild->getAttribute(u"name"), selected, state_.msg)) {
-    return code;
-  }
-  return decompose(owner, selected, dadChild);
+  return decompose(owner, qrk_getNodeList(container, dadChild->getAttribute(u"name")), dadChild);
 }
 
 }  // namespace
@@ -121,7 +135,9 @@ int decompose_element(QrkStruct* ctx, rel* relinfo, DOM_Document& doc, tab* pare
                   root.owner(),
                   DocumentNames(ctx, relinfo),
                   FirstDescendants(root.element())};
-  return Walk(state).decompose(parent_tab, *xml_container, dad_element->element());
+  std::deque<Lineage> ancestors;
+  const Container container = containerOf(*xml_container, ancestors);
+  return Walk(state).decompose(parent_tab, container, dad_element->element());
 }
 
 tab* getTabofTopElement(rel* relinfo, const char* name) {

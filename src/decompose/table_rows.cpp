@@ -41,21 +41,19 @@ const XMLCh* textOf(const xercesc::DOMElement* element, std::u16string& joined) 
 
 }  // namespace
 
-int TableRows::gen_rows(const QRK_NodeList& container, const Element* dadElement,
+int TableRows::gen_rows(const std::vector<Lineage>& container, const Element* dadElement,
                         const std::string& dadElementName) {
   DadPlan plan = planElement(walk_.ctx, walk_.relinfo, table_, dadElement, dadElementName);
-  const QRK_NodeList::Node* node = container.head;
-  for (int i = 0; i < container.count && node; ++i, node = node->next) {
-    Element* element = node->element.element();
-    if (int code = get_rows(plan, element, element->getParentNode())) return code;
+  for (const Lineage& selected : container) {
+    if (int code = get_rows(plan, selected)) return code;
   }
   return 0;
 }
 
-int TableRows::get_rows(DadPlan& plan, Element* element, const xercesc::DOMNode* parent) {
+int TableRows::get_rows(DadPlan& plan, const Lineage& at) {
   const size_t firstChild = children_.size();
-  collectChildren(plan, element);
-  const Place place{element, parent, firstChild, children_.size()};
+  collectChildren(plan, at.element());
+  const Place place{at, firstChild, children_.size()};
   for (DadStep& step : plan.steps) {
     if (int code = runStep(step, place)) return code;
   }
@@ -97,7 +95,7 @@ int TableRows::rowsOfChildren(DadStep& step, const Place& place) {
       step.below = std::make_unique<DadPlan>(
           planElement(walk_.ctx, walk_.relinfo, table_, step.dadElement, step.name));
     }
-    if (int code = get_rows(*step.below, child.element, place.element)) return code;
+    if (int code = get_rows(*step.below, {child.element, &place.self})) return code;
   }
   return 0;
 }
@@ -105,17 +103,17 @@ int TableRows::rowsOfChildren(DadStep& step, const Place& place) {
 // ---- One value
 
 int TableRows::takeAttribute(const DadStep& step, const Place& place) {
-  const XMLCh* value = place.element->getAttribute(step.xmlName.c_str());
+  const XMLCh* value = place.element()->getAttribute(step.xmlName.c_str());
   int code = step.column < 0 ? unknownItem(step.name) : 0;
-  if (code == 0 && *value == 0) code = attributeWithoutValue(place.element);
+  if (code == 0 && *value == 0) code = attributeWithoutValue(place.self);
   if (code == 0) code = get_coldata(step.column, value, place);
   QRK_TRACE(walk_.ctx, "call get_coldata(QRK_ATTRIBUTE) returns %ld.", static_cast<long>(code));
-  return code < 0 ? code : add_attribute_to_DOM(place.element, step, value);
+  return code < 0 ? code : add_attribute_to_DOM(place.self, step, value);
 }
 
 int TableRows::takeText(const DadStep& step, const Place& place) {
   int code = step.column < 0 ? unknownItem(step.name) : 0;
-  if (code == 0) code = get_coldata(step.column, textOf(place.element, joinedText_), place);
+  if (code == 0) code = get_coldata(step.column, textOf(place.element(), joinedText_), place);
   QRK_TRACE(walk_.ctx, "call get_coldata(QRK_TEXT) returns %ld.", static_cast<long>(code));
   return code;
 }
@@ -123,7 +121,7 @@ int TableRows::takeText(const DadStep& step, const Place& place) {
 int TableRows::takeElement(const DadPlan& plan, const Place& place) {
   if (plan.wholeElementColumn < 0) return unknownItem(plan.name);
   char* xml = nullptr;
-  int code = qrkDOMtoXML(walk_.ctx, DOM_Element(walk_.owner, place.element), &xml, walk_.msg);
+  int code = qrkDOMtoXML(walk_.ctx, DOM_Element(walk_.owner, place.element()), &xml, walk_.msg);
   const std::unique_ptr<char, decltype(&std::free)> owner(xml, &std::free);
   if (code >= 0) code = xml ? store(plan.wholeElementColumn, rows_.copy(xml), place) : kNoText;
   QRK_TRACE(walk_.ctx, "call get_coldata(QRK_ELEMENT) returns %ld.", static_cast<long>(code));
@@ -136,13 +134,13 @@ int TableRows::unknownItem(const std::string& xmlName) {
 }
 
 // Below the table's top element a missing attribute needs the top element above it.
-int TableRows::attributeWithoutValue(Element* element) {
-  if (isTopElement(element) || get_named_ancestor(element)) return 0;
-  return withoutAncestor(element);
+int TableRows::attributeWithoutValue(const Lineage& at) {
+  if (isTopElement(at) || get_named_ancestor(at)) return 0;
+  return withoutAncestor(at);
 }
 
-int TableRows::withoutAncestor(const Element* element) {
-  return fail(walk_.report(), Msg::QRKQ044E, walk_.names.of(element).text, table_.top_element);
+int TableRows::withoutAncestor(const Lineage& at) {
+  return fail(walk_.report(), Msg::QRKQ044E, walk_.names.of(at.node).text, table_.top_element);
 }
 
 // `text` null or empty: the column gets no value.
@@ -158,7 +156,7 @@ int TableRows::store(int column, Value value, const Place& place) {
   Value* row = rows_.count() > 0 ? rows_.last() : nullptr;
   if (row && row[column].text) row = nullptr;
   if (row) {
-    if (int code = keys_.get_foreign_key_values(place.parent)) return code;
+    if (int code = keys_.get_foreign_key_values(place.self.parent)) return code;
     if (!isPrevRowKeyEqual(row)) row = nullptr;
   }
   if (!row) {
@@ -184,7 +182,7 @@ int TableRows::newRow(const Place& place, Value*& row) {
     QRK_TRACE(walk_.ctx, "QRK_MAX_ROWS limit exceeded %s:%d", kModule, __LINE__);
     return fail(walk_.report(), Msg::QRKG017E, "QRK_MAX_ROWS", buildStamp(), kModule, __LINE__);
   }
-  if (int code = keys_.get_foreign_key_values(place.parent)) return code;
+  if (int code = keys_.get_foreign_key_values(place.self.parent)) return code;
   const Value* previous = rows_.count() > 0 ? rows_.keys(rows_.last()) : nullptr;
   row = rows_.append();
   Value* keys = rows_.keys(row);
@@ -200,12 +198,12 @@ int TableRows::newRow(const Place& place, Value*& row) {
 
 // Notes the value of an attribute below the table's top element at that top element, where the
 // foreign keys of other tables find it.
-int TableRows::add_attribute_to_DOM(Element* element, const DadStep& step, const XMLCh* value) {
-  const NameInfo& name = walk_.names.of(element);
+int TableRows::add_attribute_to_DOM(const Lineage& at, const DadStep& step, const XMLCh* value) {
+  const NameInfo& name = walk_.names.of(at.node);
   if (name.length > kMaxTagName || name.text.empty()) return kNoTagName;
-  if (isTopElement(element)) return 0;
-  Element* ancestor = get_named_ancestor(element);
-  if (!ancestor) return withoutAncestor(element);
+  if (isTopElement(at)) return 0;
+  Element* ancestor = get_named_ancestor(at);
+  if (!ancestor) return withoutAncestor(at);
   QRK_TRACE(walk_.ctx, "top_xml_element name %s", walk_.names.of(ancestor).text.c_str());
   if (*ancestor->getAttribute(step.joinName.c_str()) != 0) {
     return fail(walk_.report(), Msg::QRKQ045E, walk_.names.of(ancestor).text, step.name);
@@ -217,12 +215,9 @@ int TableRows::add_attribute_to_DOM(Element* element, const DadStep& step, const
 }
 
 // The nearest ancestor that is a top element of the table, or null.
-xercesc::DOMElement* TableRows::get_named_ancestor(const Element* element) {
-  auto* node = element->getParentNode();
-  while (node && node->getNodeType() == xercesc::DOMNode::ELEMENT_NODE) {
-    auto* ancestor = static_cast<Element*>(node);
-    if (isTopElement(ancestor)) return ancestor;
-    node = node->getParentNode();
+xercesc::DOMElement* TableRows::get_named_ancestor(const Lineage& at) {
+  for (const Lineage* up = at.parent; up && up->isElement(); up = up->parent) {
+    if (isTopElement(*up)) return up->element();
   }
   return nullptr;
 }

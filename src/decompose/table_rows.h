@@ -18,27 +18,28 @@ class TableRows {
         rows_(table),
         keys_(walk, table, tableIndex) {}
 
-  // The rows of all elements of the container, in list order. 0 or the message's code.
-  int gen_rows(const QRK_NodeList& container, const xercesc::DOMElement* dadElement,
+  // The rows of all elements of the container, in their order. 0 or the message's code.
+  int gen_rows(const std::vector<Lineage>& container, const xercesc::DOMElement* dadElement,
                const std::string& dadElementName);
   RowList& rows() { return rows_; }
 
  private:
   using Element = xercesc::DOMElement;
 
-  // A document element that is being searched, with what its values need of its surroundings.
+  // A document element that is being searched.
   struct Place {
-    Element* element;
-    const xercesc::DOMNode* parent;
+    Lineage self;
     size_t firstChild;  // of its element children in `children_`
     size_t childrenEnd;
+
+    Element* element() const { return self.element(); }
   };
   struct Child {
     Element* element;
     const XMLCh* name;
   };
 
-  int get_rows(DadPlan& plan, Element* element, const xercesc::DOMNode* parent);
+  int get_rows(DadPlan& plan, const Lineage& at);
   void collectChildren(const DadPlan& plan, const Element* element);
   int runStep(DadStep& step, const Place& place);
   int rowsOfChildren(DadStep& step, const Place& place);
@@ -47,19 +48,19 @@ class TableRows {
   int takeText(const DadStep& step, const Place& place);
   int takeElement(const DadPlan& plan, const Place& place);
   int unknownItem(const std::string& xmlName);
-  int attributeWithoutValue(Element* element);
+  int attributeWithoutValue(const Lineage& at);
 
   int get_coldata(int column, const XMLCh* text, const Place& place);
   int store(int column, Value value, const Place& place);
   int newRow(const Place& place, Value*& row);
   bool isPrevRowKeyEqual(Value* previous) const;
 
-  int add_attribute_to_DOM(Element* element, const DadStep& step, const XMLCh* value);
-  Element* get_named_ancestor(const Element* element);
-  bool isTopElement(const Element* element) {
-    return (walk_.names.of(element).topElementOf & tableBit_) != 0;
+  int add_attribute_to_DOM(const Lineage& at, const DadStep& step, const XMLCh* value);
+  Element* get_named_ancestor(const Lineage& at);
+  bool isTopElement(const Lineage& at) {
+    return (walk_.names.of(at.node).topElementOf & tableBit_) != 0;
   }
-  int withoutAncestor(const Element* element);
+  int withoutAncestor(const Lineage& at);
 
   WalkState& walk_;
   tab& table_;
