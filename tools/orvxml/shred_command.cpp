@@ -118,6 +118,9 @@ class DocumentRun {
     if (!result.ok) {
       progress_.clear();
       printMessage(result.where, result.message);
+      if (result.message.find("ORV0805E") != std::string::npos) {
+        printMessage("", "the database lacks the library's packages: run orvxml bind");
+      }
     } else if (result.rows.empty()) {
       progress_.clear();
       printMessage(result.where,
