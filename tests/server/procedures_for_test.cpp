@@ -21,7 +21,9 @@ char* text(sqlda* area, int parameter) {
   return area->sqlvar[parameter].sqldata + 2;
 }
 
-void notNull(sqlda* area, int parameter) { *area->sqlvar[parameter].sqlind = 0; }
+void notNull(sqlda* area, int parameter) {
+  *area->sqlvar[parameter].sqlind = 0;
+}
 
 void setText(sqlda* area, int parameter, const char* value) {
   notNull(area, parameter);
