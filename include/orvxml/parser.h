@@ -143,7 +143,7 @@ char* qrkConvXMLCh(QrkStruct* ctx, const XMLCh* text, char* out);
 
 // Limits on documents from outside.
 inline constexpr int kMaxElementDepth = 1000;
-inline constexpr int64_t kMaxEntityExpansions = 100000;       // and one for every 64 bytes
+inline constexpr int64_t kMaxEntityExpansions = 10000;        // beyond one for every 3 bytes
 inline constexpr int64_t kMaxEntityCharacters = 10'000'000;   // beyond the document's own size
 inline constexpr int kMaxNames = 50000;   // element names, and attribute names: look-up is linear
 inline constexpr int64_t kMaxDocumentNodes = 50'000'000;      // elements, attributes and text nodes

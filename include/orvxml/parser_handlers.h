@@ -19,6 +19,7 @@
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/parsers/SAXParser.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
+#include <xercesc/sax/HandlerBase.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/util/RefVectorOf.hpp>
 #include <xercesc/util/SecurityManager.hpp>
@@ -146,9 +147,9 @@ class DocumentGuard : public xercesc::MemoryManager {
   bool countsValues_ = false;  // entities or defaults are declared
   int64_t nodes_ = 0;
   int64_t expansions_ = 0;
-  int64_t expansionLimit_ = 0;
+  int64_t expansionLimit_ = INT64_MAX;
   uint64_t characters_ = 0;
-  uint64_t characterLimit_ = 0;
+  uint64_t characterLimit_ = UINT64_MAX;
   uint64_t longestParameterEntity_ = 0;
   int nestedParameterReferences_ = 0;
   std::bitset<kNameSlots> names_;  // hashes of the attribute names met
@@ -165,7 +166,6 @@ struct GuardedParser {
   std::shared_ptr<DocumentGuard> guard;
   xercesc::SecurityManager security;  // ends endless expansion inside the parser
   uint64_t documentBytes = 0;
-  xercesc::DefaultHandler declarations;  // with it a SAX parser reports the DOCTYPE at all
 };
 
 // The callbacks that the parser classes share: they tell the entity resolver of the DOCTYPE and the
@@ -225,6 +225,8 @@ class qrkNonValidateDOM : public GuardedCallbacks<xercesc::XercesDOMParser> {
   xercesc::XMLScanner& scanner() override { return *getScanner(); }
 };
 
+// An event parser reports only what somebody listens to: this class and the next one install
+// handlers of their own, which a user replaces but does not remove, so that the guard hears all.
 class qrkNonValidateSAX : public GuardedCallbacks<xercesc::SAXParser> {
  public:
   explicit qrkNonValidateSAX(QrkStruct* context);
@@ -233,6 +235,8 @@ class qrkNonValidateSAX : public GuardedCallbacks<xercesc::SAXParser> {
 
  private:
   xercesc::XMLScanner& scanner() override;
+
+  xercesc::HandlerBase listener_;
 };
 
 // Reads with SAX2 events. White space that the DTD makes ignorable reaches the content handler's
@@ -252,6 +256,7 @@ class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl>
  private:
   xercesc::XMLScanner& scanner() override;
 
+  xercesc::DefaultHandler listener_;
   xercesc::ContentHandler* contentHandler_ = nullptr;
   xercesc::EntityResolver* resolver_ = nullptr;
 };

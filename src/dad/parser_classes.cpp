@@ -205,7 +205,8 @@ qrkNonValidateSAX::qrkNonValidateSAX(QrkStruct* context)
   setLoadExternalDTD(false);
   setDisableDefaultEntityResolution(true);
   setSecurityManager(&security);
-  setDTDHandler(&declarations);
+  setDocumentHandler(&listener_);
+  setDTDHandler(&listener_);
 }
 
 xercesc::XMLScanner& qrkNonValidateSAX::scanner() {
@@ -219,7 +220,8 @@ qrkSAX2XMLReaderImpl::qrkSAX2XMLReaderImpl(QrkStruct* context) {
   setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);  // unless it validates
   setFeature(xercesc::XMLUni::fgXercesDisableDefaultEntityResolution, true);
   setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
-  setDTDHandler(&declarations);
+  SAX2XMLReaderImpl::setContentHandler(&listener_);
+  setDTDHandler(&listener_);
 }
 
 xercesc::XMLScanner& qrkSAX2XMLReaderImpl::scanner() {

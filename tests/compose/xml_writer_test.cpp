@@ -1,0 +1,295 @@
+// Text of composed documents: tags, header, escaping, serialised subtrees.
+#include "orvxml/xml_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "orv/esql.h"
+#include "orvxml/locators.h"
+#include "orvxml/packages.h"
+#include "tests/foundation/call_context.h"
+#include "tests/support/database.h"
+#include "tests/support/temporary_folder.h"
+
+namespace orvxml {
+namespace {
+
+using unittest::CallContext;
+
+std::string repeat(const std::string& text, int times) {
+  std::string out;
+  while (times-- > 0) out += text;
+  return out;
+}
+
+DOM_Document parsed(CallContext& call, std::string text) {
+  DOM_Document document;
+  EXPECT_EQ(qrkDOM(&call.ctx, text.data(), 0, 1, document, call.state, call.msg), 0) << call.msg;
+  return document;
+}
+
+// A buffer in memory of a context, and what is in it.
+struct Output {
+  explicit Output(QrkStruct* ctx) : buffer(ctx) {
+    int code = 0;
+    char msg[kMessageSize];
+    EXPECT_EQ(qrkBufAcquire(ctx, buffer.get(), 16, kNoSizeLimit, QRK_LOC_MEMORY, &code, msg, 0), 0);
+  }
+  std::string text() { return buffer->data; }
+  OutBuffer buffer;
+};
+
+TEST(XmlWriterTest, TagsFitOrAreNotWritten) {
+  struct Case {
+    const char* label;
+    int outSize, indent, lineFeed, closeStart;
+    const char *start, *end;  // empty: does not fit
+  };
+  const Case cases[] = {
+      {"plain", 99, 0, 0, 0, "<ab", "</ab>"},
+      {"on a line", 99, 2, 1, 0, "\n  <ab", "\n  </ab>"},
+      {"closing the start tag", 99, 1, 1, 1, "\n <ab", "\n> </ab>"},
+      {"the end tag just fits", 6, 0, 0, 0, "<ab", "</ab>"},
+      {"the start tag just fits", 5, 0, 1, 0, "\n<ab", ""},
+      {"one too few", 3, 0, 0, 0, "", ""},
+      {"no room", 0, 0, 0, 0, "", ""},
+      {"indented beyond it", 99, 2'000'000'000, 0, 0, "", ""},
+  };
+  CallContext call;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    char out[100] = "";
+    EXPECT_EQ(writeXMLStartTag(&call.ctx, out, c.outSize, c.indent, u"ab", c.lineFeed),
+              static_cast<int>(strlen(c.start)));
+    EXPECT_STREQ(out, c.start);
+    out[0] = 0;
+    EXPECT_EQ(writeXMLEndTag(&call.ctx, out, c.outSize, c.indent, u"ab", c.lineFeed, c.closeStart),
+              static_cast<int>(strlen(c.end)));
+    EXPECT_STREQ(out, c.end);
+  }
+  // Three characters, but six bytes and a terminator.
+  char out[7] = "";
+  EXPECT_EQ(writeXMLStartTag(&call.ctx, out, 5, 0, u"\u00E9\u00E9", 0), 0);
+  EXPECT_EQ(writeXMLStartTag(&call.ctx, out, 6, 0, u"\u00E9\u00E9", 0), 5);
+}
+
+TEST(XmlWriterTest, BoundedCopyTreatsOverlongAsAbsent) {
+  char16_t out[4] = u"???";
+  EXPECT_EQ(cpyFromRawBuffer(out, u"abc", 4), 3);
+  EXPECT_EQ(std::u16string(out), u"abc");
+  EXPECT_EQ(cpyFromRawBuffer(out, u"abcd", 4), 0);
+  EXPECT_EQ(std::u16string(out), u"");
+  EXPECT_EQ(cpyFromRawBuffer(out, DOMString(), 4), 0);
+}
+
+TEST(XmlWriterTest, HeaderIsWhatTheDadSays) {
+  const std::string prolog = "<prolog>?xml version=\"1.0\"?</prolog>";
+  const std::string longest(1019 - 21, 'd');
+  struct Case {
+    const char* label;
+    std::string parts;
+    int code;
+    std::string text;  // header, or the message
+  };
+  const Case cases[] = {
+      {"prolog alone", prolog, 0, "<?xml version=\"1.0\"?>"},
+      {"all of it",
+       "<stylesheet>?s?</stylesheet><doctype>!DOCTYPE a SYSTEM &quot;a.dtd&quot;</doctype>" +
+           prolog,
+       0, "<?xml version=\"1.0\"?>\n<!DOCTYPE a SYSTEM \"a.dtd\">\n<?s?>"},
+      {"in a CDATA section", "<prolog><![CDATA[?xml?]]></prolog>", 0, "<?xml?>"},
+      {"no prolog", "", -61, "QRKQ000E  prolog is missing from the DAD file.\n"},
+      {"an empty prolog", "<prolog/>", -61, "QRKQ000E  prolog is missing from the DAD file.\n"},
+      {"an empty doctype", prolog + "<doctype/>", -61,
+       "QRKQ000E  doctype is missing from the DAD file.\n"},
+      {"an empty stylesheet", prolog + "<stylesheet/>", -61,
+       "QRKQ000E  stylesheet is missing from the DAD file.\n"},
+      {"just fits", prolog + "<doctype>" + longest + "d</doctype>", 0,
+       "<?xml version=\"1.0\"?>\n<" + longest + "d>"},
+      {"one too long", prolog + "<doctype>" + longest + "dd</doctype>", -124,
+       "QRKG017E  The limit for QRK_HEADER_SIZE has been exceeded in build "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    CallContext call;
+    const DOM_Document dad = parsed(
+        call, "<DAD><prolog>outside</prolog><Xcollection>" + c.parts + "</Xcollection></DAD>");
+    char header[kHeaderSize] = "?";
+    EXPECT_EQ(qrkGenDocHeader(&call.ctx, dad.getDocumentElement(), header, &call.code, call.msg),
+              c.code ? -1 : 0);
+    EXPECT_EQ(call.code, c.code);
+    EXPECT_EQ(std::string(c.code ? call.msg : header).substr(0, c.text.size()), c.text);
+  }
+}
+
+TEST(XmlWriterTest, SubtreesSerialise) {
+  struct Case {
+    const char *label, *document, *text;
+  };
+  const Case cases[] = {
+      {"only attributes", "<a z='1' b='&lt;&#34;&apos;'/>",
+       "<a b=\"&lt;&quot;&apos;\" z=\"1\"></a>"},
+      {"text, CDATA, comment, instruction", "<a>&lt;1<![CDATA[<2>]]><!--3--><?p d?><?q?></a>",
+       "<a>&lt;1&lt;2&gt;<!--3--><?p d?><?q?></a>"},
+      {"nesting", "<a><b><c/>x</b><d/></a>", "<a><b><c></c>x</b><d></d></a>"},
+      {"entities", "<!DOCTYPE a [<!ENTITY e 'v&#38;#60;'>]><a>&e;</a>", "<a>v&lt;</a>"},
+      {"other characters", "<a>\xC3\xA9\xF0\x9F\x98\x80</a>", "<a>\xC3\xA9\xF0\x9F\x98\x80</a>"},
+  };
+  CallContext call;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    char* xml = nullptr;
+    const DOM_Document document = parsed(call, c.document);
+    EXPECT_EQ(qrkDOMtoXML(&call.ctx, document.getDocumentElement(), &xml, call.msg), 0);
+    EXPECT_STREQ(xml, c.text);
+    free(xml);
+  }
+  char* xml = nullptr;
+  EXPECT_EQ(qrkDOMtoXML(&call.ctx, DOM_Element(), &xml, call.msg), -14);
+  const DOM_Document document = parsed(call, "<a><b/><c>x</c></a>");
+  EXPECT_EQ(
+      qrkDOMtoXML(&call.ctx, document.getDocumentElement().firstDescendant(u"b"), &xml, call.msg),
+      0);
+  EXPECT_STREQ(xml, "<b></b>");
+  free(xml);
+}
+
+TEST(XmlWriterTest, SerialisingHasOneLimitTheStartTag) {
+  CallContext call;
+  const std::string deep = repeat("<a>", kMaxElementDepth) + repeat("</a>", kMaxElementDepth);
+  const std::string large = "<a>" + repeat("<b>some text &amp; more</b>", 20'000) + "</a>";
+  const std::string fits = "<a b=\"" + std::string(1023 - 8, 'v') + "\"></a>";
+  for (const std::string& document : {deep, large, fits}) {
+    Output out(&call.ctx);
+    DOM_Element root = parsed(call, document).getDocumentElement();
+    EXPECT_EQ(qrkDOMtoXML1(&call.ctx, &root, out.buffer.get(), call.msg), 0);
+    EXPECT_EQ(out.text(), document);
+  }
+  Output out(&call.ctx);
+  call.msg[0] = 0;
+  DOM_Element root =
+      parsed(call, "<a b=\"" + std::string(1024 - 8, 'v') + "\"/>").getDocumentElement();
+  EXPECT_EQ(qrkDOMtoXML1(&call.ctx, &root, out.buffer.get(), call.msg), -58);
+  EXPECT_STREQ(call.msg, "");
+}
+
+TEST(XmlWriterTest, EscapingIntoBuffers) {
+  CallContext call;
+  const char16_t text[] = u"a<b & \"c\" > '\u20AC'";
+  const std::string escaped = "a&lt;b &amp; &quot;c&quot; &gt; &apos;\xE2\x82\xAC&apos;";
+  for (const int capacity : {1, 20, 200}) {
+    char* out = static_cast<char*>(malloc(static_cast<size_t>(capacity)));
+    EXPECT_EQ(qrkEntityReplace(&call.ctx, &out, text, capacity, &call.code, call.msg), 0);
+    EXPECT_EQ(out, escaped);
+    free(out);
+  }
+  auto* wide = static_cast<char16_t*>(malloc(4 * sizeof(char16_t)));
+  int capacity = 4;
+  EXPECT_EQ(qrkEntityReplaceUCSRealloc(&call.ctx, &wide, u"a&b", &capacity, &call.code, call.msg),
+            0);
+  EXPECT_EQ(std::u16string(wide), u"a&amp;b");
+  EXPECT_EQ(capacity, 8);
+  EXPECT_EQ(qrkEntityReplaceUCS(&call.ctx, wide, u"a&b", capacity, &call.code, call.msg), 8);
+  EXPECT_EQ(qrkEntityReplaceUCS(&call.ctx, wide, u"a&bc", capacity, &call.code, call.msg), -1);
+  EXPECT_EQ(call.code, -58);
+  free(wide);
+}
+
+TEST(XmlWriterTest, ChunksEscapeInTheDatabaseCodePage) {
+  struct Case {
+    const char* encoding;
+    int codePage;
+    std::string chunk, escaped;
+  };
+  const Case cases[] = {
+      {"UTF-8", 1208, "<\xF0\x9F\x98\x80>", "&lt;\xF0\x9F\x98\x80&gt;"},
+      {"Shift_JIS", 943, "<\x83\x5C\x83\x7C>", "&lt;\x83\x5C\x83\x7C&gt;"},
+      {"UTF-8", 1208, "", ""},
+      {"UTF-8", 1208, repeat("\xF0\x9F\x98\x80x", 10'000), repeat("\xF0\x9F\x98\x80x", 10'000)},
+  };
+  for (const Case& c : cases) {
+    CallContext call(c.encoding, c.codePage);
+    Output out(&call.ctx);
+    EXPECT_EQ(
+        qrkEntityReplaceChunk(&call.ctx, c.chunk.c_str(), out.buffer.get(), &call.code, call.msg),
+        0)
+        << call.msg;
+    EXPECT_EQ(out.text(), c.escaped);
+  }
+  CallContext call;
+  Output out(&call.ctx);
+  for (const char* broken : {"\xFFx", "x\xC3"}) {
+    EXPECT_EQ(qrkEntityReplaceChunk(&call.ctx, broken, out.buffer.get(), &call.code, call.msg), -1);
+    EXPECT_EQ(call.code, -135);
+    EXPECT_EQ(std::string(call.msg).find("QRKQ055E  ICU error: "), 0u) << call.msg;
+  }
+}
+
+// A locator for `content`, which a table receives from a file.
+int32_t locatorFor(test::Database& database, QrkStruct* ctx, const std::string& content) {
+  const test::TemporaryFolder folder;
+  database.run("CREATE TABLE docs (doc CLOB(1M))");
+  int code = 0;
+  char msg[kMessageSize] = "";
+  EXPECT_EQ(qrkInsertDocFromFile(ctx, "INSERT INTO docs (doc) VALUES (?)",
+                                 folder.write("doc", content).c_str(),
+                                 static_cast<int32_t>(content.size()), 0, 0, "docs", &code, msg),
+            0)
+      << msg;
+  sqlca area{};
+  int32_t locator = 0;
+  orv::esql::Statement statement(kQrksuwo);
+  statement.prepare("SELECT doc FROM docs", area);
+  orv::esql::Cursor cursor(statement);
+  cursor.open({}, area);
+  const orv::esql::HostVariable output = orv::esql::clobLocatorVariable(&locator);
+  cursor.fetch(orv::esql::Variables(&output, 1), area);
+  EXPECT_EQ(area.sqlcode, 0);
+  cursor.close(area);
+  database.run("DROP TABLE docs");
+  return locator;
+}
+
+TEST(XmlWriterTest, LargeObjectsKeepCharactersThatChunksCut) {
+  test::Database database;
+  test::CallContext call;
+  const std::string smile = "\xF0\x9F\x98\x80";
+  const std::string contents[] = {"",
+                                  "<",
+                                  std::string(131'073, 'x'),
+                                  std::string(131'070, 'x') + smile + "<",
+                                  std::string(131'072, 'x') + smile,
+                                  "x" + repeat(smile, 70'000)};
+  for (const std::string& content : contents) {
+    SCOPED_TRACE(content.size());
+    std::string expected = content;
+    for (size_t at = 0; (at = expected.find('<', at)) != std::string::npos;) {
+      expected.replace(at, 1, "&lt;");
+    }
+    const int32_t locator = locatorFor(database, call, content);
+    Output out(call);
+    int code = 0;
+    EXPECT_EQ(qrkEntityReplaceUsingLocator(call, locator, out.buffer.get(), &code, call.msg), 0)
+        << call.msg;
+    EXPECT_TRUE(out.text() == expected);
+  }
+}
+
+TEST(XmlWriterTest, Trimming) {
+  const std::pair<const char*, const char*> cases[] = {
+      {" \t\n\v\f\ra b\n", "a b"}, {"   ", ""}, {"", ""}, {"ab", "ab"}, {"\xC3\xA9 ", "\xC3\xA9"}};
+  for (const auto& [text, trimmed] : cases) {
+    std::string narrow = text;
+    EXPECT_EQ(stripwhitespace(narrow.data()), static_cast<int>(strlen(trimmed)));
+    EXPECT_STREQ(narrow.c_str(), trimmed);
+  }
+  std::u16string wide = u"\u2003 a\u00A0b \n";
+  EXPECT_EQ(u_stripwhitespace(wide.data()), 3);
+  EXPECT_EQ(std::u16string(wide.c_str()), u"a\u00A0b");
+  EXPECT_EQ(stripwhitespace(nullptr), -1);
+  EXPECT_EQ(u_stripwhitespace(nullptr), -1);
+}
+
+}  // namespace
+}  // namespace orvxml
