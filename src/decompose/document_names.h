@@ -1,5 +1,4 @@
-// The document's elements as the walk sees them: their ancestors, and what the mapping says about
-// their names. A name is converted and compared
+// What the mapping says about the element names of a document. A name is converted and compared
 // with the tables of the model once; afterwards a node costs one look-up by the address of its
 // name, which the document holds once per name.
 #pragma once
@@ -12,16 +11,6 @@
 #include "orvxml/mapping_model.h"
 
 namespace orvxml {
-
-// A node of the document with its way to the root. The parser finds a node's parent slowly; whoever
-// walks down the document knows it. The topmost one is the document itself.
-struct Lineage {
-  xercesc::DOMNode* node;
-  const Lineage* parent;
-
-  bool isElement() const { return node->getNodeType() == xercesc::DOMNode::ELEMENT_NODE; }
-  xercesc::DOMElement* element() const { return static_cast<xercesc::DOMElement*>(node); }
-};
 
 struct NameInfo {
   std::string text;           // in the database code page; empty when it does not convert

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "src/decompose/document_names.h"
+#include "src/decompose/selection.h"
 
 namespace orvxml {
 

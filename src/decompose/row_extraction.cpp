@@ -5,6 +5,7 @@
 #include <deque>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "orvxml/target_table.h"
@@ -12,27 +13,24 @@
 #include "src/decompose/dad_plan.h"
 #include "src/decompose/foreign_key_values.h"
 #include "src/decompose/row_insert.h"
+#include "src/decompose/selection.h"
 #include "src/decompose/table_rows.h"
 
 namespace orvxml {
 
 namespace {
 
-using Container = std::vector<Lineage>;
-
-// The children called `childName` of all elements of `container`, in document order. Only direct
+// Gives each branch what it selects among the children of all elements of `container`. Only direct
 // children are looked at.
-Container qrk_getNodeList(const Container& container, std::u16string_view childName) {
-  Container result;
-  for (const Lineage& selected : container) {
-    auto* child = selected.node->getFirstChild();
-    for (; child; child = child->getNextSibling()) {
+void qrk_getNodeList(const Container& container, std::vector<Branch>& branches) {
+  if (branches.empty()) return;
+  for (const Lineage& parent : container) {
+    for (auto* child = parent.node->getFirstChild(); child; child = child->getNextSibling()) {
       if (child->getNodeType() != xercesc::DOMNode::ELEMENT_NODE) continue;
-      if (childName != child->getNodeName()) continue;
-      result.push_back({child, &selected});
+      const XMLCh* name = child->getNodeName();
+      for (Branch& branch : branches) branch.offer(child, name, parent);
     }
   }
-  return result;
 }
 
 // The elements of the caller's list. Their ancestors go into `ancestors`, which keeps its places.
@@ -60,9 +58,10 @@ class Walk {
 
  private:
   int tableOf(const char* name) const;
-  int insertRows(int tableIndex, const Container& container, const xercesc::DOMElement* dadElement,
-                 const std::string& name);
-  int decomposeChild(tab* owner, const Container& container, const xercesc::DOMElement* dadChild);
+  bool branchesOf(const xercesc::DOMElement* dadElement, const tab* owner,
+                  std::vector<Branch>& branches) const;
+  int insertRows(int tableIndex, const Container& container, std::vector<Branch>& branches,
+                 const xercesc::DOMElement* dadElement, const std::string& name);
 
   WalkState& state_;
 };
@@ -81,20 +80,40 @@ int Walk::decompose(tab* parentTable, const Container& container,
   const std::string name = dadName(state_.ctx, dadElement);
   if (name.empty()) return fail(state_.report(), Msg::QRKQ014E);
   const int tableIndex = tableOf(name.c_str());
-  tab* owner = parentTable;
-  if (tableIndex >= 0) {
-    owner = state_.relinfo->tab[tableIndex];
-    if (int code = insertRows(tableIndex, container, dadElement, name)) return code;
+  tab* owner = tableIndex >= 0 ? state_.relinfo->tab[tableIndex] : parentTable;
+  std::vector<Branch> branches;
+  const bool allNamed = branchesOf(dadElement, owner, branches);
+  if (tableIndex < 0) {
+    qrk_getNodeList(container, branches);
+  } else if (int code = insertRows(tableIndex, container, branches, dadElement, name)) {
+    return code;
   }
+  for (Branch& branch : branches) {
+    const Container selected = std::move(branch.selected);
+    if (int code = decompose(owner, selected, branch.dadElement)) return code;
+  }
+  return allNamed ? 0 : fail(state_.report(), Msg::QRKQ014E);
+}
+
+// The element_nodes below whose values `owner` does not take itself, up to the first one without
+// a name; false when there is such a one.
+bool Walk::branchesOf(const xercesc::DOMElement* dadElement, const tab* owner,
+                      std::vector<Branch>& branches) const {
   for (auto* child = dadElement->getFirstElementChild(); child;
        child = child->getNextElementSibling()) {
     if (std::u16string_view(child->getTagName()) != u"element_node") continue;
-    if (int code = decomposeChild(owner, container, child)) return code;
+    const std::string name = dadName(state_.ctx, child);
+    if (name.empty()) return false;
+    if (owner && isInTab(state_.ctx, owner, name.c_str())) continue;
+    if (!owner) {
+      QRK_TRACE(state_.ctx, "There is no current_tab or parent_tab for '%s'", name.c_str());
+    }
+    branches.push_back({child, child->getAttribute(u"name"), {}});
   }
-  return 0;
+  return true;
 }
 
-int Walk::insertRows(int tableIndex, const Container& container,
+int Walk::insertRows(int tableIndex, const Container& container, std::vector<Branch>& branches,
                      const xercesc::DOMElement* dadElement, const std::string& name) {
   tab* table = state_.relinfo->tab[tableIndex];
   if (*table->stmt == '\0') {
@@ -103,7 +122,7 @@ int Walk::insertRows(int tableIndex, const Container& container,
     }
   }
   TableRows collected(state_, *table, tableIndex);
-  if (int code = collected.gen_rows(container, dadElement, name)) return code;
+  if (int code = collected.gen_rows(container, branches, dadElement, name)) return code;
   RowInserter inserter(state_.ctx, state_.relinfo, *table, state_.msg);
   if (int code = inserter.prepare()) return code;
   RowList& rows = collected.rows();
@@ -111,17 +130,6 @@ int Walk::insertRows(int tableIndex, const Container& container,
     if (int code = inserter.qrkrow_to_stmt(rows.row(i))) return code;
   }
   return inserter.close();
-}
-
-int Walk::decomposeChild(tab* owner, const Container& container,
-                         const xercesc::DOMElement* dadChild) {
-  const std::string name = dadName(state_.ctx, dadChild);
-  if (name.empty()) return fail(state_.report(), Msg::QRKQ014E);
-  if (owner && isInTab(state_.ctx, owner, name.c_str())) return 0;
-  if (!owner) {
-    QRK_TRACE(state_.ctx, "There is no current_tab or parent_tab for '%s'", name.c_str());
-  }
-  return decompose(owner, qrk_getNodeList(container, dadChild->getAttribute(u"name")), dadChild);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "src/decompose/table_rows.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -39,32 +40,58 @@ const XMLCh* textOf(const xercesc::DOMElement* element, std::u16string& joined) 
   return several ? joined.c_str() : first;
 }
 
+// The parser lays a document out in document order: between two neighbouring elements of a
+// container mostly stands what is below the first. Asking for it early hides the time that memory
+// takes.
+void prefetchElement(const Container& container, size_t index) {
+  constexpr uintptr_t kCacheLine = 64;
+  constexpr uintptr_t kMost = 4096;
+  if (index + 1 >= container.size()) return;
+  const auto from = reinterpret_cast<uintptr_t>(container[index].node);
+  const auto next = reinterpret_cast<uintptr_t>(container[index + 1].node);
+  if (next < from) return;
+  const uintptr_t to = from + std::min(next - from, kMost);
+  for (uintptr_t at = from; at < to; at += kCacheLine) {
+    __builtin_prefetch(reinterpret_cast<const void*>(at));
+  }
+}
+
 }  // namespace
 
-int TableRows::gen_rows(const std::vector<Lineage>& container, const Element* dadElement,
-                        const std::string& dadElementName) {
+int TableRows::gen_rows(const Container& container, std::vector<Branch>& branches,
+                        const Element* dadElement, const std::string& dadElementName) {
   DadPlan plan = planElement(walk_.ctx, walk_.relinfo, table_, dadElement, dadElementName);
-  for (const Lineage& selected : container) {
-    if (int code = get_rows(plan, selected)) return code;
+  for (size_t i = 0; i < container.size(); ++i) {
+    const Lineage& at = container[i];
+    prefetchElement(container, i + 1);
+    children_.clear();
+    if (plan.searchesChildren || !branches.empty()) collectChildren(at.element());
+    for (Branch& branch : branches) {
+      for (const Child& child : children_) branch.offer(child.element, child.name, at);
+    }
+    if (int code = rowsOfPlace(plan, {at, 0, children_.size()})) return code;
   }
   return 0;
 }
 
 int TableRows::get_rows(DadPlan& plan, const Lineage& at) {
   const size_t firstChild = children_.size();
-  collectChildren(plan, at.element());
-  const Place place{at, firstChild, children_.size()};
+  if (plan.searchesChildren) collectChildren(at.element());
+  const int code = rowsOfPlace(plan, {at, firstChild, children_.size()});
+  children_.resize(firstChild);
+  return code;
+}
+
+int TableRows::rowsOfPlace(DadPlan& plan, const Place& place) {
   for (DadStep& step : plan.steps) {
     if (int code = runStep(step, place)) return code;
   }
-  children_.resize(firstChild);
   return plan.wholeElement ? takeElement(plan, place) : 0;
 }
 
-// A step from sibling to sibling costs the parser more than a comparison costs us: children are
-// looked up once, whatever the number of names that are searched among them.
-void TableRows::collectChildren(const DadPlan& plan, const Element* element) {
-  if (!plan.searchesChildren) return;
+// Going from sibling to sibling costs more than comparing names: children are looked up once,
+// whatever the number of names that are searched among them.
+void TableRows::collectChildren(const Element* element) {
   for (auto* child = element->getFirstChild(); child; child = child->getNextSibling()) {
     if (child->getNodeType() != xercesc::DOMNode::ELEMENT_NODE) continue;
     children_.push_back({static_cast<Element*>(child), child->getNodeName()});

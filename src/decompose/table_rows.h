@@ -6,6 +6,7 @@
 #include "src/decompose/dad_plan.h"
 #include "src/decompose/foreign_key_values.h"
 #include "src/decompose/row_list.h"
+#include "src/decompose/selection.h"
 
 namespace orvxml {
 
@@ -18,9 +19,10 @@ class TableRows {
         rows_(table),
         keys_(walk, table, tableIndex) {}
 
-  // The rows of all elements of the container, in their order. 0 or the message's code.
-  int gen_rows(const std::vector<Lineage>& container, const xercesc::DOMElement* dadElement,
-               const std::string& dadElementName);
+  // The rows of all elements of the container, in their order. On the way each branch takes what
+  // it selects below them. 0 or the message's code.
+  int gen_rows(const Container& container, std::vector<Branch>& branches,
+               const xercesc::DOMElement* dadElement, const std::string& dadElementName);
   RowList& rows() { return rows_; }
 
  private:
@@ -40,7 +42,8 @@ class TableRows {
   };
 
   int get_rows(DadPlan& plan, const Lineage& at);
-  void collectChildren(const DadPlan& plan, const Element* element);
+  void collectChildren(const Element* element);
+  int rowsOfPlace(DadPlan& plan, const Place& place);
   int runStep(DadStep& step, const Place& place);
   int rowsOfChildren(DadStep& step, const Place& place);
 
