@@ -48,7 +48,7 @@ struct join_info_entry {
   char col[129];
   char type[kDataTypeSize];      // composition only
   int32_t num_join;
-  join_partner* foreign;         // num_cond entries
+  join_partner* foreign;         // num_cond entries; null while there are none
 };
 
 struct foreign_key {

@@ -120,8 +120,10 @@ class DocumentGuard : public xercesc::MemoryManager {
   // Around the internal subset. A DTD that the library supplies may declare what it likes.
   void enterSubset() { inSubset_ = true; }
   void leaveSubset() { inSubset_ = false; }
-  // A declaration; `mayRepeat`: perhaps it repeats an earlier one.
-  void addDeclaration(bool mayRepeat);
+  // A declaration of a kind that may be new, repeats an earlier one, or is an element's: then the
+  // parser does not tell.
+  enum Declaration : uint64_t { kNew = 0, kRepeated = 1, kElement = 8 };
+  void addDeclaration(Declaration kind);
   void addSubsetText(uint64_t length) {
     if (inSubset_) addCharacters(length);
   }

@@ -55,7 +55,7 @@ class HeaderWriter {
 }  // namespace
 
 int qrkGenDocHeader(QrkStruct* ctx, const DOM_Element& dad, char* header, int* errCode, char* msg) {
-  QRK_TRACE(ctx, "Entered\n");
+  QRK_TRACE(ctx, "Entered");
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
   const DOM_Element collection = dad.firstDescendant(u"Xcollection");
   const DOM_Element& mapping = collection.isNull() ? dad : collection;

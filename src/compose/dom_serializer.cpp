@@ -79,7 +79,7 @@ class Serializer {
     }
     text_.append(K_UC_R_ABRACE);
     if (text_.size() - start < kTagSize) return 0;
-    QRK_TRACE(report_.ctx, "start tag of %zu characters\n", text_.size() - start);
+    QRK_TRACE(report_.ctx, "start tag of %zu characters", text_.size() - start);
     return codeOf(Msg::QRKG002E);
   }
 

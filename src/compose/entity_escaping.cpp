@@ -65,7 +65,7 @@ class PiecewiseEscaper {
 
  private:
   int conversionError() {
-    QRK_TRACE(report_.ctx, "Conversion error. %s\n", u_errorName(status_));
+    QRK_TRACE(report_.ctx, "Conversion error. %s", u_errorName(status_));
     fail(report_, Msg::QRKQ055E, static_cast<int>(status_));
     return -1;
   }

@@ -263,7 +263,7 @@ int collectColumns(const Report& report, rel& model, const DOM_Element& root, in
 
 int qrkProcRel(QrkStruct* ctx, rel* relinfo, DOM_Element root, int qrk_type,
                override_list* overrides, int* errCode, char* msg) {
-  QRK_TRACE(ctx, "Entered, qrk_type=%d\n", qrk_type);
+  QRK_TRACE(ctx, "Entered, qrk_type=%d", qrk_type);
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
   if (root.isNull()) {
     fail(report, Msg::QRKQ000E, "element_node");

@@ -25,6 +25,12 @@ std::optional<std::u16string> optionalText(const XMLCh* text) {
   return std::u16string(text);
 }
 
+std::string converted(QrkStruct* ctx, const std::optional<std::u16string>& text) {
+  std::string out;
+  if (text) toDatabase(ctx, *text, out);
+  return out;
+}
+
 xercesc::InputSource* memorySource(const char* text, const char16_t* systemId) {
   auto* source = new xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(text),
                                                 std::strlen(text), systemId);
@@ -46,10 +52,10 @@ xercesc::InputSource* qrkNonValidateHandler::resolveEntity(const XMLCh* /*public
                                                            const XMLCh* requested) {
   if (!systemId || !requested) return nullptr;
   if (*systemId != requested) {
-    QRK_TRACE(ctx, "dtdId and systemId do not match.\n");
+    QRK_TRACE(ctx, "dtdId and systemId do not match.");
     return nullptr;
   }
-  QRK_TRACE(ctx, "dtdId and systemId match.\n");
+  QRK_TRACE(ctx, "dtdId and systemId match.");
   return memorySource("", u"IdForEmptyBuffer");
 }
 
@@ -71,9 +77,7 @@ qrkValidateHandler::qrkValidateHandler(QrkStruct* context, const char* dtd, cons
 
 xercesc::InputSource* qrkValidateHandler::resolveEntity(const XMLCh* /*publicId*/,
                                                         const XMLCh* /*requested*/) {
-  std::string id;
-  if (systemId) toDatabase(ctx, *systemId, id);
-  QRK_TRACE(ctx, "systemId='%s'\n", id.c_str());
+  QRK_TRACE(ctx, "systemId='%s'", converted(ctx, systemId).c_str());
   xercesc::InputSource* source = dtd_ ? suppliedDtd() : nullptr;
   if (source && !encoding_.empty()) source->setEncoding(encoding_.c_str());
   return source;

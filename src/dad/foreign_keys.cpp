@@ -59,7 +59,7 @@ class ForeignKeys {
     if (!key.parent) return error(Msg::QRKA059E, "UNKNOWN", column.col);
     for (int i = 0; i + 1 < table.num_fk; ++i) {
       if (table.fk[i].column == &column) {
-        QRK_TRACE(report_.ctx, "column %s of %s has several parents\n", column.col, table.name);
+        QRK_TRACE(report_.ctx, "column %s of %s has several parents", column.col, table.name);
       }
     }
     return 0;

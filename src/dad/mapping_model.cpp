@@ -176,10 +176,14 @@ int makeJoinInfo(const Report& report, rel& model) {
 
 int qrkSetRel(QrkStruct* ctx, rel* relinfo, DOM_Element dad, int qrk_type, int* errCode,
               char* msg) {
-  QRK_TRACE(ctx, "Entered, qrk_type=%d\n", qrk_type);
+  QRK_TRACE(ctx, "Entered, qrk_type=%d", qrk_type);
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  *relinfo = rel{};
+  // The connection stays: the caller may have set it already.
   relinfo->level = -1;
+  relinfo->num_of_tables = 0;
+  relinfo->num_cond = 0;
+  std::fill_n(relinfo->tab, QRK_NUMTAB_IN_REL, nullptr);
+  relinfo->top_elements = nullptr;
   auto missing = [&](const char* what) {
     fail(report, Msg::QRKQ000E, what);
     return -1;
@@ -201,7 +205,7 @@ int qrkSetRel(QrkStruct* ctx, rel* relinfo, DOM_Element dad, int qrk_type, int* 
 }
 
 int qrkFreeRel(QrkStruct* ctx, rel* relinfo) {
-  QRK_TRACE(ctx, "Entered\n");
+  QRK_TRACE(ctx, "Entered");
   for (tab*& table : relinfo->tab) {
     freeTable(table, relinfo->num_cond);
     table = nullptr;

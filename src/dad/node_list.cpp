@@ -39,7 +39,7 @@ const char16_t* boundedAttribute(const xercesc::DOMElement* element, const char1
 int QRK_NodeList::add(const DOM_Element& element, char* msg) {
   Node* node = new (std::nothrow) Node{element};
   if (!node) {
-    QRK_TRACE(ctx, "out of memory.\n");
+    QRK_TRACE(ctx, "out of memory.");
     return fail(Report{.ctx = ctx, .msg = msg}, Msg::QRKG002E);
   }
   (tail ? tail->next : head) = node;

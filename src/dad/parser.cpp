@@ -87,7 +87,7 @@ int overrideEncoding(const Report& report, Source& source) {
           QRK_getEncoding(report.ctx, codePage, name, kEncodingSize, report.sqlState, report.msg)) {
     return rc;
   }
-  QRK_TRACE(report.ctx, "overriding encoding\n");
+  QRK_TRACE(report.ctx, "overriding encoding");
   source.input->setEncoding(name);
   return 0;
 }
@@ -123,39 +123,39 @@ int parse(const Report& report, Parse& parse, const Source& source, DOM_Document
 
 int qrkInitializeParser(QrkStruct* ctx, char* sqlstate, char* msg) {
   if (isSharedLibInitSuccess()) {
-    QRK_TRACE(ctx, "Shared library has been initilized successfully \n");
+    QRK_TRACE(ctx, "Shared library has been initilized successfully ");
     return 0;
   }
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
   constexpr int kTransformerCrashed = -4, kSaxFailure = -3, kXmlFailure = -2, kCrashed = -1;
   switch (getLastErrorCode()) {
     case kTransformerCrashed:
-      QRK_TRACE(ctx, "Xalan XalanTransformer::initialize() crashed w/o any exception.\n");
+      QRK_TRACE(ctx, "Xalan XalanTransformer::initialize() crashed w/o any exception.");
       return parserCrash(report, 1754);
     case kSaxFailure:
     case kXmlFailure: {
       char text[kMessageSize] = "";
       getLastErrorMessage(text);
-      QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() failed: %s\n", text);
+      QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() failed: %s", text);
       return parserError(report, 0, 0, text);
     }
     case kCrashed:
-      QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() crashed w/o any XMLException.\n");
+      QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() crashed w/o any XMLException.");
       return parserCrash(report, 1763);
     default:
-      QRK_TRACE(ctx, "The static init of parser or icu or xalan has failed\n");
+      QRK_TRACE(ctx, "The static init of parser or icu or xalan has failed");
       return -1;
   }
 }
 
 int qrkTerminateParser(QrkStruct* ctx) {
-  QRK_TRACE(ctx, "Entered\n");
+  QRK_TRACE(ctx, "Entered");
   return 0;
 }
 
 int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
            char* sqlstate, char* msg) {
-  QRK_TRACE(ctx, "Entered, input docLoc=%d, input_src %d\ndoc='%.*s...'\n", inMemory, useDbEncoding,
+  QRK_TRACE(ctx, "Entered, input docLoc=%d, input_src %d\ndoc='%.*s...'", inMemory, useDbEncoding,
             kTracedCharacters, document ? document : "");
   setState(sqlstate, kSuccessState);
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
@@ -188,7 +188,7 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
 
 char* qrkConvXMLCh(QrkStruct* ctx, const XMLCh* text, char* out) {
   if (!text) {
-    QRK_TRACE(ctx, "null text\n");
+    QRK_TRACE(ctx, "null text");
     return out;
   }
   const int room = 4 * static_cast<int>(std::u16string_view(text).size()) + 4;

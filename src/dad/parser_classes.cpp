@@ -54,7 +54,7 @@ void GuardedCallbacks<Base>::doctypeDecl(const xercesc::DTDElementDecl& root, co
 
 template <class Base>
 void GuardedCallbacks<Base>::doctypeComment(const XMLCh* text) {
-  guard->addDeclaration(false);
+  guard->addDeclaration(DocumentGuard::kNew);
   guard->addSubsetText(xercesc::XMLString::stringLen(text));
   Base::doctypeComment(text);
 }
@@ -74,15 +74,14 @@ void GuardedCallbacks<Base>::doctypeWhitespace(const XMLCh* text, XMLSize_t leng
 
 template <class Base>
 void GuardedCallbacks<Base>::elementDecl(const xercesc::DTDElementDecl& declared, bool isIgnored) {
-  // The parser reports a repeated element declaration as a new one.
-  guard->addDeclaration(true);
+  guard->addDeclaration(DocumentGuard::kElement);
   Base::elementDecl(declared, isIgnored);
 }
 
 template <class Base>
 void GuardedCallbacks<Base>::attDef(const xercesc::DTDElementDecl& element,
                                     const xercesc::DTDAttDef& declared, bool ignoring) {
-  guard->addDeclaration(ignoring);
+  guard->addDeclaration(ignoring ? DocumentGuard::kRepeated : DocumentGuard::kNew);
   guard->declareAttribute(declared);
   Base::attDef(element, declared, ignoring);
 }
@@ -90,7 +89,7 @@ void GuardedCallbacks<Base>::attDef(const xercesc::DTDElementDecl& element,
 template <class Base>
 void GuardedCallbacks<Base>::entityDecl(const xercesc::DTDEntityDecl& declared, bool isParameter,
                                         bool isIgnored) {
-  guard->addDeclaration(isIgnored);
+  guard->addDeclaration(isIgnored ? DocumentGuard::kRepeated : DocumentGuard::kNew);
   guard->declareEntity(declared, isParameter);
   Base::entityDecl(declared, isParameter, isIgnored);
 }
@@ -98,7 +97,7 @@ void GuardedCallbacks<Base>::entityDecl(const xercesc::DTDEntityDecl& declared, 
 template <class Base>
 void GuardedCallbacks<Base>::notationDecl(const xercesc::XMLNotationDecl& declared,
                                           bool isIgnored) {
-  guard->addDeclaration(isIgnored);
+  guard->addDeclaration(isIgnored ? DocumentGuard::kRepeated : DocumentGuard::kNew);
   Base::notationDecl(declared, isIgnored);
 }
 
@@ -156,7 +155,7 @@ template class GuardedCallbacks<xercesc::SAX2XMLReaderImpl>;
 
 qrkNonValidateDOM::qrkNonValidateDOM(QrkStruct* context)
     : GuardedCallbacks(static_cast<xercesc::XMLValidator*>(nullptr)) {
-  QRK_TRACE(context, "new qrkNonValidateDOM\n");
+  QRK_TRACE(context, "new qrkNonValidateDOM");
   setValidationScheme(Val_Never);
   setDoNamespaces(false);
   setCreateEntityReferenceNodes(false);
@@ -201,7 +200,7 @@ void qrkNonValidateDOM::docPI(const XMLCh* target, const XMLCh* data) {
 
 qrkNonValidateSAX::qrkNonValidateSAX(QrkStruct* context)
     : GuardedCallbacks(static_cast<xercesc::XMLValidator*>(nullptr)) {
-  QRK_TRACE(context, "new qrkNonValidateSAX\n");
+  QRK_TRACE(context, "new qrkNonValidateSAX");
   setLoadExternalDTD(false);
   setDisableDefaultEntityResolution(true);
   setSecurityManager(&security);
@@ -216,7 +215,7 @@ xercesc::XMLScanner& qrkNonValidateSAX::scanner() {
 // ---- qrkSAX2XMLReaderImpl
 
 qrkSAX2XMLReaderImpl::qrkSAX2XMLReaderImpl(QrkStruct* context) {
-  QRK_TRACE(context, "new qrkSAX2XMLReaderImpl\n");
+  QRK_TRACE(context, "new qrkSAX2XMLReaderImpl");
   setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);  // unless it validates
   setFeature(xercesc::XMLUni::fgXercesDisableDefaultEntityResolution, true);
   setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);

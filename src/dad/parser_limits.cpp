@@ -93,10 +93,10 @@ void DocumentGuard::addCharacters(uint64_t length) {
   if (characters_ > characterLimit_) refuse(u"The document's entities expand to too much text.");
 }
 
-void DocumentGuard::addDeclaration(bool mayRepeat) {
+void DocumentGuard::addDeclaration(Declaration kind) {
   // No callback tells of parameter entities that are referred to, but declarations come again.
-  const uint64_t repeated = mayRepeat ? longestParameterEntity_ : 0;
-  addSubsetText(std::max(repeated, kCharactersPerDeclaration));
+  // An element's content model costs the parser several times its text.
+  addSubsetText(std::max(kind * longestParameterEntity_, kCharactersPerDeclaration));
 }
 
 void DocumentGuard::declareEntity(const xercesc::DTDEntityDecl& declared, bool isParameter) {
