@@ -11,7 +11,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -77,7 +76,7 @@ std::string document(int lines) {
 std::unique_ptr<clob, void (*)(void*)> asClob(const std::string& text) {
   auto* value = static_cast<clob*>(std::malloc(sizeof(clob) + text.size()));
   value->length = static_cast<int32_t>(text.size());
-  std::memcpy(value->data, text.data(), text.size());
+  text.copy(value->data, text.size());
   return {value, &std::free};
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 
 #include "orvxml/code_pages.h"
@@ -44,16 +45,14 @@ const XMLCh* textOf(const xercesc::DOMElement* element, std::u16string& joined) 
 // container mostly stands what is below the first. Asking for it early hides the time that memory
 // takes.
 void prefetchElement(const Container& container, size_t index) {
-  constexpr uintptr_t kCacheLine = 64;
-  constexpr uintptr_t kMost = 4096;
+  constexpr size_t kCacheLine = 64;
+  constexpr size_t kMost = 4096;
   if (index + 1 >= container.size()) return;
-  const auto from = reinterpret_cast<uintptr_t>(container[index].node);
-  const auto next = reinterpret_cast<uintptr_t>(container[index + 1].node);
-  if (next < from) return;
-  const uintptr_t to = from + std::min(next - from, kMost);
-  for (uintptr_t at = from; at < to; at += kCacheLine) {
-    __builtin_prefetch(reinterpret_cast<const void*>(at));
-  }
+  const char* from = reinterpret_cast<const char*>(container[index].node);
+  const char* next = reinterpret_cast<const char*>(container[index + 1].node);
+  if (std::less<>()(next, from)) return;
+  const size_t size = std::min(static_cast<size_t>(next - from), kMost);
+  for (size_t at = 0; at < size; at += kCacheLine) __builtin_prefetch(from + at);
 }
 
 }  // namespace

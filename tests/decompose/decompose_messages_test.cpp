@@ -233,6 +233,9 @@ TEST(DecomposeMessages, Collections) {
   db.run("drop table orvxml.xml_usage");
   expectOutcome(callListForm("qrkInsertXML", "good", kDocument), -132,
                 "ORV*QRKM001W  A ORV error occurred.*QRKQ052E  *");
+  DecomposeDatabase unbound(1208, false);
+  expectOutcome(callListForm("qrkInsertXML", "good", kDocument), -104,
+                "ORV*QRKM001W  A ORV error occurred.*QRKA073E  The database is not bound. *");
 }
 
 TEST(DecomposeMessages, ShortMessageParameterGetsTheCutMessage) {

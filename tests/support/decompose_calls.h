@@ -74,7 +74,8 @@ inline CallOutcome callListForm(const std::string& procedure, const Text& first,
 // A database with the schema ORVXML as decomposition needs it.
 class DecomposeDatabase : public Database {
  public:
-  explicit DecomposeDatabase(int codePage = 1208) : Database(codePage) {
+  explicit DecomposeDatabase(int codePage = 1208, bool bound = true)
+      : Database(codePage, ":memory:", bound) {
     runScript(readFile(ORVXML_SOURCE_DIR "/examples/procedures.sql"));
   }
 
