@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_set>
 
 #include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/framework/XMLAttr.hpp>
@@ -94,6 +95,9 @@ void rememberDoctype(xercesc::EntityResolver* resolver, const XMLCh* systemId);
 // guard as long as it lives.
 class DocumentGuard : public xercesc::MemoryManager {
  public:
+  DocumentGuard() = default;
+  ~DocumentGuard() override;
+
   // References to entities that a document of this size may make.
   static int64_t expansionLimit(uint64_t documentBytes);
 
@@ -130,6 +134,11 @@ class DocumentGuard : public xercesc::MemoryManager {
   void declareEntity(const xercesc::DTDEntityDecl& declared, bool isParameter);
   void declareAttribute(const xercesc::DTDAttDef& declared);
 
+  // The parser forgets to free its note of an external DTD, which it makes right in front of
+  // reading it: what it allocates meanwhile is freed with the guard, if it is still there.
+  void watchAllocations() { isWatching_ = true; }
+  void stopWatching() { isWatching_ = false; }
+
   void* allocate(XMLSize_t size) override;
   void deallocate(void* memory) override;
   xercesc::MemoryManager* getExceptionMemoryManager() override;
@@ -138,6 +147,7 @@ class DocumentGuard : public xercesc::MemoryManager {
   static constexpr size_t kNameSlots = size_t{1} << 18;
 
   void addName(const XMLCh* name);
+  void watch(void* memory);
   [[noreturn]] void refuse(const XMLCh* text) const;
   [[noreturn]] void refuseDepth() const;
   [[noreturn]] void refuseNodes() const;
@@ -157,6 +167,8 @@ class DocumentGuard : public xercesc::MemoryManager {
   std::bitset<kNameSlots> names_;  // hashes of the attribute names met
   int nameCount_ = 0;
   XMLSize_t allocationLimit_ = ~XMLSize_t{0};
+  bool isWatching_ = false;
+  std::unordered_set<void*> watched_;
 };
 
 // What a parser needs before its base class is built.
@@ -190,6 +202,7 @@ class GuardedCallbacks : protected GuardedParser, public Base {
   void notationDecl(const xercesc::XMLNotationDecl& declared, bool isIgnored) override;
   void startIntSubset() override;
   void endIntSubset() override;
+  void startExtSubset() override;
   void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
                     const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
                     XMLSize_t count, bool isEmpty, bool isRoot) override;

@@ -49,6 +49,7 @@ void GuardedCallbacks<Base>::doctypeDecl(const xercesc::DTDElementDecl& root, co
                                          bool hasExtSubset) {
   rememberDoctype(this->getEntityResolver(), systemId);
   requireEntities();
+  if (hasExtSubset && !hasIntSubset) guard->watchAllocations();
   Base::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
 }
 
@@ -110,9 +111,16 @@ void GuardedCallbacks<Base>::startIntSubset() {
 template <class Base>
 void GuardedCallbacks<Base>::endIntSubset() {
   guard->leaveSubset();
+  guard->watchAllocations();
   // References to parameter entities in the subset have changed the scanner's mind.
   requireEntities();
   Base::endIntSubset();
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::startExtSubset() {
+  guard->stopWatching();
+  Base::startExtSubset();
 }
 
 template <class Base>
@@ -125,6 +133,7 @@ void GuardedCallbacks<Base>::startElement(const xercesc::XMLElementDecl& declare
                                           unsigned int uriId, const XMLCh* prefix,
                                           const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
                                           XMLSize_t count, bool isEmpty, bool isRoot) {
+  guard->stopWatching();
   constexpr bool kBuildsTree = std::is_same_v<Base, xercesc::XercesDOMParser>;
   guard->enterElement(declared);
   guard->addAttributes(attributes, count);

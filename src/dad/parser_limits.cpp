@@ -30,6 +30,19 @@ constexpr size_t kHashFactor = 0x9E3779B97F4A7C15;
 
 }  // namespace
 
+DocumentGuard::~DocumentGuard() {
+  for (void* memory : watched_) ::operator delete(memory);
+}
+
+void DocumentGuard::watch(void* memory) {
+  try {
+    watched_.insert(memory);
+  } catch (const std::bad_alloc&) {
+    ::operator delete(memory);
+    throw;
+  }
+}
+
 int64_t DocumentGuard::expansionLimit(uint64_t documentBytes) {
   return kMaxEntityExpansions + static_cast<int64_t>(documentBytes / kBytesPerExpansion);
 }
@@ -140,13 +153,16 @@ void DocumentGuard::refuseNames() const {
 void* DocumentGuard::allocate(XMLSize_t size) {
   if (size > allocationLimit_) refuse(u"A value of the document expands to too much text.");
   try {
-    return ::operator new(size);
+    void* memory = ::operator new(size);
+    if (isWatching_) watch(memory);
+    return memory;
   } catch (const std::bad_alloc&) {
     throw xercesc::OutOfMemoryException();
   }
 }
 
 void DocumentGuard::deallocate(void* memory) {
+  if (!watched_.empty()) watched_.erase(memory);
   ::operator delete(memory);
 }
 
