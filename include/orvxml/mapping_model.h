@@ -26,7 +26,7 @@ inline constexpr int kConditionSize = 1008;
 enum MappingPurpose : int { kForComposition = 0, kForDecomposition = 1 };
 enum XmlItemType : int32_t { QRK_ATTRIBUTE = 0, QRK_TEXT = 1, QRK_ELEMENT = 2 };
 
-struct override_list;            // conditions that a caller of composition passes
+struct override_list;  // conditions that a caller of composition passes
 
 struct col2xml_entry {
   char col[129];
@@ -46,14 +46,14 @@ struct join_partner {
 
 struct join_info_entry {
   char col[129];
-  char type[kDataTypeSize];      // composition only
+  char type[kDataTypeSize];  // composition only
   int32_t num_join;
-  join_partner* foreign;         // num_cond entries; null while there are none
+  join_partner* foreign;  // num_cond entries; null while there are none
 };
 
 struct foreign_key {
-  join_info_entry* column;       // the table's own join column
-  col2xml_entry* parent;         // the column that supplies value and type; null until found
+  join_info_entry* column;  // the table's own join column
+  col2xml_entry* parent;    // the column that supplies value and type; null until found
 };
 
 struct key_columns {
@@ -75,18 +75,18 @@ struct tab {
   foreign_key fk[kMaxForeignKeys];
   int32_t level;
   char top_element[kXmlNameSize];
-  char* stmt;                    // kStatementSize bytes
+  char* stmt;  // kStatementSize bytes
   int32_t num_param;
   join_parameter param[16];
   char* orderBy;
   int32_t orderBy_owned;
   SQLHSTMT hstmt;
-  sqlda* descriptor;             // "sqlda" in composition
+  sqlda* descriptor;  // "sqlda" in composition
   int32_t num_col;
   int32_t max_col;
   col2xml_entry* col2xml;
   int32_t num_join;
-  join_info_entry* join_info;    // num_cond entries, or null
+  join_info_entry* join_info;  // num_cond entries, or null
   char condition[kConditionSize];
   int32_t cursor_open;
   int32_t* lengths;
@@ -102,14 +102,15 @@ struct rel {
   char** top_elements;
 };
 
-int qrkSetRel(QrkStruct* ctx, rel* relinfo, DOM_Element dad, int qrk_type, int* errCode, char* msg);
-int qrkProcRel(QrkStruct* ctx, rel* relinfo, DOM_Element root, int qrk_type,
+int qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, int qrk_type, int* errCode,
+              char* msg);
+int qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_type,
                override_list* overrides, int* errCode, char* msg);
 int qrkFreeRel(QrkStruct* ctx, rel* relinfo);
 
 // 0, or -1 with QRKQ012E.
-int qrkFindTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const char* name, tab** found,
-                     int* errCode, char* msg);
+int qrkFindTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const char* name,
+                     tab** found, int* errCode, char* msg);
 tab* findTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const char* name);
 join_info_entry* qrkGetJoinInfo(QrkStruct* ctx, tab* table, const char* col);
 // 1 when `xmlName` is the table's top element or the xml name of one of its columns.
@@ -119,7 +120,8 @@ int isInTab(QrkStruct* ctx, const tab* table, const char* xmlName);
 int qrkIsNodeMultiOccur(QrkStruct* ctx, const DOM_Element& element);
 int qrkIsNodeIntermediate(QrkStruct* ctx, const DOM_Node& node);
 int qrkIsTrivial(QrkStruct* ctx, const DOM_Element& element);
-int qrkHasChildFromOtherTab(QrkStruct* ctx, const DOM_Element& element, const tab* table, int depth);
+int qrkHasChildFromOtherTab(QrkStruct* ctx, const DOM_Element& element, const tab* table,
+                            int depth);
 int qrkFindTabForIntermediate(QrkStruct* ctx, const DOM_Element& element, const char* itemName,
                               rel* relinfo, tab** found, const Report& report);
 int qrkGetTabFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rdb, char* schema,

@@ -18,13 +18,15 @@ namespace orvxml {
 class DOMString {
  public:
   DOMString() = default;
-  DOMString(const char16_t* text) : text_(text) {}                 // borrowed
+  DOMString(const char16_t* text) : text_(text) {}  // borrowed
   explicit DOMString(std::u16string text)
       : owned_(std::make_shared<const std::u16string>(std::move(text))), text_(owned_->c_str()) {}
   bool isNull() const { return text_ == nullptr; }
   bool empty() const { return text_ == nullptr || *text_ == 0; }
   const char16_t* rawBuffer() const { return text_; }
-  std::u16string_view view() const { return text_ ? std::u16string_view(text_) : std::u16string_view(); }
+  std::u16string_view view() const {
+    return text_ ? std::u16string_view(text_) : std::u16string_view();
+  }
   int length() const { return static_cast<int>(view().size()); }
   bool equals(std::u16string_view other) const { return view() == other; }
 
@@ -42,9 +44,7 @@ class DOM_Node {
   DOM_Node() = default;
   DOM_Node(DocumentOwner owner, xercesc::DOMNode* node) : owner_(std::move(owner)), node_(node) {}
   bool isNull() const { return node_ == nullptr; }
-  bool isElement() const {
-    return node_ && node_->getNodeType() == xercesc::DOMNode::ELEMENT_NODE;
-  }
+  bool isElement() const { return node_ && node_->getNodeType() == xercesc::DOMNode::ELEMENT_NODE; }
   xercesc::DOMNode* node() const { return node_; }
   const DocumentOwner& owner() const { return owner_; }
 
@@ -69,7 +69,9 @@ class DOM_Element : public DOM_Node {
   DOM_Element(DocumentOwner owner, xercesc::DOMElement* element)
       : DOM_Node(std::move(owner), element) {}
   xercesc::DOMElement* element() const { return static_cast<xercesc::DOMElement*>(node()); }
-  DOMString getTagName() const { return element() ? DOMString(element()->getTagName()) : DOMString(); }
+  DOMString getTagName() const {
+    return element() ? DOMString(element()->getTagName()) : DOMString();
+  }
   // Empty text when there is no such attribute.
   DOMString getAttribute(const char16_t* name) const {
     return element() ? DOMString(element()->getAttribute(name)) : DOMString();
@@ -82,7 +84,8 @@ class DOM_Element : public DOM_Node {
 };
 
 inline DOM_Element DOM_Node::asElement() const {
-  return isElement() ? DOM_Element(owner_, static_cast<xercesc::DOMElement*>(node_)) : DOM_Element();
+  return isElement() ? DOM_Element(owner_, static_cast<xercesc::DOMElement*>(node_))
+                     : DOM_Element();
 }
 
 class DOM_Document {
@@ -102,7 +105,8 @@ class DOM_Document {
 xercesc::DOMNode* nextInDocumentOrder(const xercesc::DOMNode* root, xercesc::DOMNode* node);
 // The value of a DAD element's attribute `name` ("name", "type", ...), or null when it is absent,
 // empty or has more than `limit` characters.
-const char16_t* boundedAttribute(const xercesc::DOMElement* element, const char16_t* name, int limit);
+const char16_t* boundedAttribute(const xercesc::DOMElement* element, const char16_t* name,
+                                 int limit);
 
 // A list of elements, walked by a cursor.
 class QRK_NodeList {
@@ -117,9 +121,9 @@ class QRK_NodeList {
     Node* next = nullptr;
   };
 
-  int add(const DOM_Element& element, char* msg);   // 0, or -58 with QRKG002E
-  DOM_Element getNextItem();                        // null element at the end
-  void reset();                                     // frees the nodes, rewinds the cursor
+  int add(const DOM_Element& element, char* msg);  // 0, or -58 with QRKG002E
+  DOM_Element getNextItem();                       // null element at the end
+  void reset();                                    // frees the nodes, rewinds the cursor
 
   Node* head = nullptr;
   Node* tail = nullptr;
@@ -128,13 +132,13 @@ class QRK_NodeList {
   QrkStruct* ctx;
 };
 
-int qrkInitializeParser(QrkStruct* ctx, char* sqlstate, char* msg);   // 0 or -1
-int qrkTerminateParser(QrkStruct* ctx);                               // 0
+int qrkInitializeParser(QrkStruct* ctx, char* sqlstate, char* msg);  // 0 or -1
+int qrkTerminateParser(QrkStruct* ctx);                              // 0
 
-// Parses the terminated text (inMemory 1) or the file (0) `document` into `result`. useDbEncoding 1:
-// in the encoding of the database code page. 0, or -1 with message and SQLSTATE; `result` is then
-// unchanged. Nothing that the document names is opened; depth, entity expansion and node counts
-// beyond the limits give QRKQ047E.
+// Parses the terminated text (inMemory 1) or the file (0) `document` into `result`. useDbEncoding
+// 1: in the encoding of the database code page. 0, or -1 with message and SQLSTATE; `result` is
+// then unchanged. Nothing that the document names is opened; depth, entity expansion and node
+// counts beyond the limits give QRKQ047E.
 int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
            char* sqlstate, char* msg);
 
@@ -143,9 +147,9 @@ char* qrkConvXMLCh(QrkStruct* ctx, const XMLCh* text, char* out);
 
 // Limits on documents from outside.
 inline constexpr int kMaxElementDepth = 1000;
-inline constexpr int64_t kMaxEntityExpansions = 10000;        // beyond one for every 3 bytes
-inline constexpr int64_t kMaxEntityCharacters = 10'000'000;   // beyond the document's own size
-inline constexpr int kMaxNames = 50000;   // element names, and attribute names: look-up is linear
-inline constexpr int64_t kMaxDocumentNodes = 50'000'000;      // elements, attributes and text nodes
+inline constexpr int64_t kMaxEntityExpansions = 10000;       // beyond one for every 3 bytes
+inline constexpr int64_t kMaxEntityCharacters = 10'000'000;  // beyond the document's own size
+inline constexpr int kMaxNames = 50000;  // element names, and attribute names: look-up is linear
+inline constexpr int64_t kMaxDocumentNodes = 50'000'000;  // elements, attributes and text nodes
 
 }  // namespace orvxml

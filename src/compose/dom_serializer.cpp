@@ -1,7 +1,7 @@
 // The serialiser: a parsed subtree back into text. It walks without recursion, so depth is no
 // matter, and hands the text on in large pieces.
 #include <cstdlib>
-#include <cstring>
+#include <utility>
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"

@@ -1,6 +1,9 @@
 // Escaping of character data: the five characters of XML's predefined entities, nothing else.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <vector>
 
 #include "orvxml/code_pages.h"
 #include "orvxml/locators.h"
@@ -55,8 +58,8 @@ class PiecewiseEscaper {
       char16_t units[kDecodedUnits];
       char16_t* target = units;
       status_ = U_ZERO_ERROR;
-      ucnv_toUnicode(decoder_.get(), &target, units + kDecodedUnits, &piece, end, nullptr, isLast,
-                     &status_);
+      ucnv_toUnicode(decoder_.get(), &target, units + kDecodedUnits, &piece, end, nullptr,
+                     static_cast<UBool>(isLast), &status_);
       if (U_FAILURE(status_) && status_ != U_BUFFER_OVERFLOW_ERROR) return conversionError();
       if (int rc = append({units, static_cast<size_t>(target - units)})) return rc;
     } while (status_ == U_BUFFER_OVERFLOW_ERROR);

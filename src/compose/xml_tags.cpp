@@ -1,4 +1,6 @@
 // Tags of composed documents, and the bounded copy of a parser's text.
+#include <algorithm>
+
 #include "orvxml/code_pages.h"
 #include "orvxml/xml_writer.h"
 

@@ -1,5 +1,6 @@
 // The columns of the mapping model: the walk over the element tree that collects them, and the
 // conditions that stand with them or come from the caller of composition.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -152,7 +153,7 @@ class ColumnCollector {
   int growColumns(tab& table) {
     if (table.num_col < table.max_col) return 0;
     if (table.num_col >= kMaxColumnsPerTable) return error(Msg::QRKQ039E);
-    const auto size = static_cast<size_t>(table.max_col + kColumnsStep);
+    const auto size = static_cast<size_t>(table.max_col) + kColumnsStep;
     void* grown = std::realloc(table.col2xml, size * sizeof(col2xml_entry));
     if (!grown) return error(Msg::QRKG002E);
     table.col2xml = static_cast<col2xml_entry*>(grown);
@@ -261,7 +262,7 @@ int collectColumns(const Report& report, rel& model, const DOM_Element& root, in
 
 }  // namespace
 
-int qrkProcRel(QrkStruct* ctx, rel* relinfo, DOM_Element root, int qrk_type,
+int qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_type,
                override_list* overrides, int* errCode, char* msg) {
   QRK_TRACE(ctx, "Entered, qrk_type=%d", qrk_type);
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};

@@ -1,4 +1,5 @@
 // The tables of the mapping model: made from the top RDB_node, looked up, freed.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -174,7 +175,7 @@ int makeJoinInfo(const Report& report, rel& model) {
 
 }  // namespace
 
-int qrkSetRel(QrkStruct* ctx, rel* relinfo, DOM_Element dad, int qrk_type, int* errCode,
+int qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, int qrk_type, int* errCode,
               char* msg) {
   QRK_TRACE(ctx, "Entered, qrk_type=%d", qrk_type);
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};

@@ -1,4 +1,5 @@
 // The guard over one parse: counters that the parsers' callbacks feed, and the limits on them.
+#include <algorithm>
 #include <new>
 
 #include <xercesc/sax/Locator.hpp>
