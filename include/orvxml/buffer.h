@@ -14,8 +14,8 @@ namespace orvxml {
 
 enum QrkLocation : int32_t { QRK_LOC_FILE = 0, QRK_LOC_MEMORY = 1 };
 inline constexpr uint32_t kNoSizeLimit = 0xFFFFFFFF;
-inline constexpr int kPathSize = 1024;            // bytes of an absolute path, terminator included
-inline constexpr int kMaxVarcharFile = 32672;     // bytes
+inline constexpr int kPathSize = 1024;         // bytes of an absolute path, terminator included
+inline constexpr int kMaxVarcharFile = 32672;  // bytes
 
 struct QrkOutbuf {
   char* data;          // memory: the terminated content; file: its path; null after release
@@ -56,7 +56,7 @@ class OutBuffer {
 };
 
 int qrkGetTmpDir(QrkStruct* ctx);
-char* qrk_tempFilename(QrkStruct* ctx);           // heap string, freed with free(), or null
+char* qrk_tempFilename(QrkStruct* ctx);  // heap string, freed with free(), or null
 int qrkGetAbsPath(QrkStruct* ctx, const char* name, char* out);
 FILE* xml_fopen(QrkStruct* ctx, const char* name, const char* mode);
 int qrk_getFileSize(QrkStruct* ctx, const char* name, uint32_t* size);

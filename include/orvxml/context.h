@@ -24,9 +24,9 @@
 
 namespace orvxml {
 
-inline constexpr int kMessageSize = 1024;         // bytes of a message buffer, terminator included
-inline constexpr int kUdfMessageSize = 70;        // bytes of a message for a function, newline included
-inline constexpr int kSqlStateSize = 6;           // bytes of an SQLSTATE buffer
+inline constexpr int kMessageSize = 1024;   // bytes of a message buffer, terminator included
+inline constexpr int kUdfMessageSize = 70;  // bytes of a message for a function, newline included
+inline constexpr int kSqlStateSize = 6;     // bytes of an SQLSTATE buffer
 inline constexpr int32_t kMinFileThreshold = 131072;
 
 enum CALL_FROM : int32_t { CALL_FROM_UDF = 0, CALL_FROM_STP = 1 };
@@ -35,19 +35,19 @@ struct QrkCodePages {
   int32_t appCodePage;
   int32_t dbCodePage;
   UConverter* appConverter;
-  UConverter* dbConverter;        // may be the same converter as appConverter
+  UConverter* dbConverter;  // may be the same converter as appConverter
 };
 
 // One per call. The entry point declares it zero-filled as a local.
 struct QrkStruct {
-  int32_t traceOn;                // 1 while a trace file is open
+  int32_t traceOn;  // 1 while a trace file is open
   char traceFileName[516];
   FILE* traceFile;
   CALL_FROM callFrom;
-  QrkCodePages* codePages;        // owned; null before initialisation
-  char* savedTmpdirEnv;           // owned heap string "TMPDIR=..." or null
-  char* tempDir;                  // owned heap string or null
-  int32_t fileThreshold;          // bytes; never below kMinFileThreshold
+  QrkCodePages* codePages;  // owned; null before initialisation
+  char* savedTmpdirEnv;     // owned heap string "TMPDIR=..." or null
+  char* tempDir;            // owned heap string or null
+  int32_t fileThreshold;    // bytes; never below kMinFileThreshold
 };
 
 // Sets up `ctx`: environment settings, trace, code pages and converters, parser check. `dbinfo` and
@@ -63,18 +63,23 @@ int qrkGetEnv(QrkStruct* ctx);
 // ---- Where a failure is reported: any member but `ctx` and `msg` may be left null.
 struct Report {
   QrkStruct* ctx = nullptr;
-  char* msg = nullptr;            // kMessageSize bytes
-  int* errCode = nullptr;         // receives the message's code
-  char* sqlState = nullptr;       // kSqlStateSize bytes; receives the message's SQLSTATE
+  char* msg = nullptr;       // kMessageSize bytes
+  int* errCode = nullptr;    // receives the message's code
+  char* sqlState = nullptr;  // kSqlStateSize bytes; receives the message's SQLSTATE
 };
 
 namespace detail {
 int failWith(const Report& report, Msg message, const char* const* arguments, size_t count);
-inline std::string argumentText(std::string_view text) { return std::string(text); }
-inline std::string argumentText(const char* text) { return text ? text : ""; }
+inline std::string argumentText(std::string_view text) {
+  return std::string(text);
+}
+inline std::string argumentText(const char* text) {
+  return text ? text : "";
+}
 template <class T>
-  requires std::is_arithmetic_v<T>
-std::string argumentText(T number) { return std::to_string(number); }
+requires std::is_arithmetic_v<T> std::string argumentText(T number) {
+  return std::to_string(number);
+}
 }  // namespace detail
 
 // Writes the text of `message` with its arguments (strings or numbers) into report.msg, its code

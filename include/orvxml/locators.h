@@ -6,7 +6,7 @@
 
 namespace orvxml {
 
-inline constexpr int kLocatorChunk = 131072;      // bytes read at once from a locator
+inline constexpr int kLocatorChunk = 131072;  // bytes read at once from a locator
 inline constexpr uint32_t kMaxDocumentFile = 2'000'000'000;
 
 // ---- Stored-procedure side. `buf` is acquired here; the caller releases it.
@@ -16,7 +16,8 @@ int qrkGetLocatorLength(QrkStruct* ctx, int32_t locator, int32_t* length, int* e
 // `length` bytes from position `start` (from 1) into `buffer` (`length` + 1 bytes), terminated.
 int qrkLocatorToBuf(QrkStruct* ctx, int32_t locator, int32_t length, char* buffer, int* errCode,
                     char* msg, int32_t start);
-int qrkLocatorToFile(QrkStruct* ctx, int32_t locator, const char* fileName, int* errCode, char* msg);
+int qrkLocatorToFile(QrkStruct* ctx, int32_t locator, const char* fileName, int* errCode,
+                     char* msg);
 // One chunk of at most kLocatorChunk bytes from `start` into `buffer`.
 int qrkGetChunkFromLocator(QrkStruct* ctx, int32_t locator, int32_t start, int32_t total,
                            char* buffer, int* errCode, char* msg);

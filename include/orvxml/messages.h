@@ -1,5 +1,5 @@
-// The messages by name. A message is one row of the message table (src/foundation/message_table.cpp):
-// its code, its SQLSTATE and its text.
+// The messages by name. A message is one row of the message table
+// (src/foundation/message_table.cpp): its code, its SQLSTATE and its text.
 #pragma once
 
 #include <array>
@@ -186,7 +186,11 @@ enum class Msg : int {
   QRKQ062E = 169,
 };
 
-inline int32_t codeOf(Msg message) { return qrkErrCodeTable[static_cast<size_t>(message)]; }
-inline const char* sqlStateOf(Msg message) { return qrkSqlStateTable[static_cast<size_t>(message)]; }
+inline int32_t codeOf(Msg message) {
+  return qrkErrCodeTable[static_cast<size_t>(message)];
+}
+inline const char* sqlStateOf(Msg message) {
+  return qrkSqlStateTable[static_cast<size_t>(message)];
+}
 
 }  // namespace orvxml

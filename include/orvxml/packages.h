@@ -8,10 +8,10 @@
 
 namespace orvxml {
 
-extern const orv::esql::Module kQrksuwo;    // catalog and locator statements (server_statements.cpp)
-extern const orv::esql::Module kQrkcnuwo;   // connection properties (code_pages.cpp)
-extern const orv::esql::Module kQrkrdbi;    // decomposition (decompose/driver.cpp)
-extern const orv::esql::Module kQrktab;     // target tables (decompose/target_table.cpp)
+extern const orv::esql::Module kQrksuwo;   // catalog and locator statements (server_statements.cpp)
+extern const orv::esql::Module kQrkcnuwo;  // connection properties (code_pages.cpp)
+extern const orv::esql::Module kQrkrdbi;   // decomposition (decompose/driver.cpp)
+extern const orv::esql::Module kQrktab;    // target tables (decompose/target_table.cpp)
 
 // All of them, for the bind files.
 std::span<const orv::esql::Module* const> packages();

@@ -5,7 +5,7 @@
 
 namespace orvxml {
 
-inline constexpr int QRK_MAX_ROWS = 10240;        // rows of one table at one DAD element
+inline constexpr int QRK_MAX_ROWS = 10240;  // rows of one table at one DAD element
 
 // Inserts the rows of one DAD element_node for all elements of `xml_container`, then those of the
 // DAD elements below it. 0, or the code of the message.

@@ -2,6 +2,7 @@
 // identifiers. It splits, folds and length-checks names as the server does.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include "orvxml/context.h"
@@ -31,16 +32,16 @@ enum : int {
   kNameTooLong = -114,
 };
 
-inline constexpr int kNamePartSize = 256;         // bytes of a token's text, terminator included
-inline constexpr int kSchemaSize = 31;            // bytes, terminator included
+inline constexpr int kNamePartSize = 256;  // bytes of a token's text, terminator included
+inline constexpr int kSchemaSize = 31;     // bytes, terminator included
 inline constexpr int kTableSize = 129;
 inline constexpr int kColumnSize = 129;
 
 struct QrkSqlToken {
   int32_t type;
   const char16_t* startptr;
-  const char16_t* endptr;       // last character of the token
-  char text[kNamePartSize];     // the name, for identifier tokens; else empty
+  const char16_t* endptr;    // last character of the token
+  char text[kNamePartSize];  // the name, for identifier tokens; else empty
 };
 
 extern const char16_t K_UC_SQL_SELFDELIMITINGTOKENS[];
@@ -52,20 +53,21 @@ void qrkGetSqlToken(QrkStruct* ctx, const char16_t** cursor, QrkSqlToken* token)
 // `maxParts` slots of 256 bytes.
 int qrkParseSqlQualifiedId(QrkStruct* ctx, const char16_t** cursor, QrkSqlToken* token,
                            int maxParts, int* count, char (*parts)[kNamePartSize]);
-int qrkParseWQualTbl(QrkStruct* ctx, const char16_t* text, char* schema, int schemaSize, char* table,
-                     int tableSize);
+int qrkParseWQualTbl(QrkStruct* ctx, const char16_t* text, char* schema, int schemaSize,
+                     char* table, int tableSize);
 int qrkParseQualTbl(QrkStruct* ctx, const char* text, char* schema, int schemaSize, char* table,
                     int tableSize);
 int qrkParseWCol(QrkStruct* ctx, const char16_t* text, char* column, int columnSize);
 int qrkParseCol(QrkStruct* ctx, const char* text, char* column, int columnSize);
-int cmpQualTblName(const char* schemaA, const char* schemaB, const char* tableA, const char* tableB);
+int cmpQualTblName(const char* schemaA, const char* schemaB, const char* tableA,
+                   const char* tableB);
 int wcmpQualTblName(const char16_t* schemaA, const char16_t* schemaB, const char16_t* tableA,
                     const char16_t* tableB);
 // Normalises white space outside quotes in place. 0, or -57 with QRKG001E for a null query.
 int qrkCleanQueryUcs(QrkStruct* ctx, char16_t* query, const Report& report);
 
 // Marks of a statement under construction, tested once at its end.
-inline char* const kWriteError = reinterpret_cast<char*>(~uintptr_t{0});
+inline char* const kWriteError = std::bit_cast<char*>(~uintptr_t{0});
 // Appends `name` as a delimited identifier; sets the error mark or (write position = end) the
 // overflow mark; does nothing on a marked position.
 void qrkAddOutputSqlId(QrkStruct* ctx, char** cursor, const char* end, const char* name);

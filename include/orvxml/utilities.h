@@ -23,9 +23,9 @@ class QRKString {
   QRKString(const QRKString& other);
   QRKString& operator=(const QRKString& other);
   ~QRKString();
-  QRKString& operator=(const char* source);       // null: unchanged
-  QRKString& operator+=(const char* source);      // null: nothing
-  int find(const char* text) const;               // position of the first occurrence, or -1
+  QRKString& operator=(const char* source);   // null: unchanged
+  QRKString& operator+=(const char* source);  // null: nothing
+  int find(const char* text) const;           // position of the first occurrence, or -1
   // Replaces `count` characters at `position`; negative position or null text: unchanged.
   void replace(int position, unsigned count, const char* text);
   const char* c_str() const { return text_; }
@@ -33,7 +33,7 @@ class QRKString {
   bool isNull() const { return text_ == nullptr; }
 
  private:
-  void adopt(char* text);                         // takes the heap string; null: empty
+  void adopt(char* text);  // takes the heap string; null: empty
 
   char* text_ = nullptr;
   int length_ = 0;
@@ -46,9 +46,9 @@ class QRKList {
   ~QRKList() { clean(); }
   QRKList(const QRKList&) = delete;
   QRKList& operator=(const QRKList&) = delete;
-  int push_back(const void* data, int size);      // 0, or -1 out of memory
-  void* getNext();                                // cursor's data, then forward; null at the end
-  void* getPrev();                                // back, then that node's data; null at the head
+  int push_back(const void* data, int size);  // 0, or -1 out of memory
+  void* getNext();                            // cursor's data, then forward; null at the end
+  void* getPrev();                            // back, then that node's data; null at the head
   int32_t getCount() const { return count_; }
   void clean();
 
@@ -64,13 +64,13 @@ class QRKList {
 char16_t* QRK_wcscat(char16_t* dst, const char16_t* src);
 char16_t* QRK_wcsncat(char16_t* dst, const char16_t* src, int n);
 const char16_t* QRK_wcschr(const char16_t* s, char16_t c);
-int QRK_wcscmp(const char16_t* a, const char16_t* b);                   // null: 0
-int QRK_wcsncmp(const char16_t* a, const char16_t* b, int n);           // null: 0
-char16_t* QRK_wcscpy(char16_t* dst, const char16_t* src);               // null src: dst becomes empty
+int QRK_wcscmp(const char16_t* a, const char16_t* b);          // null: 0
+int QRK_wcsncmp(const char16_t* a, const char16_t* b, int n);  // null: 0
+char16_t* QRK_wcscpy(char16_t* dst, const char16_t* src);      // null src: dst becomes empty
 char16_t* QRK_wcsncpy(char16_t* dst, const char16_t* src, int n);
-int QRK_wcslen(const char16_t* s);                                      // null: 0
+int QRK_wcslen(const char16_t* s);  // null: 0
 const char16_t* QRK_wcsstr(const char16_t* h, const char16_t* n);
-char16_t* QRK_wcsdup_function(const char16_t* s);                       // freed with free()
+char16_t* QRK_wcsdup_function(const char16_t* s);  // freed with free()
 // Last occurrence of c; the start of `s` when there is none.
 const char16_t* linuxwcsrchr(const char16_t* s, char16_t c);
 

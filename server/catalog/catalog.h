@@ -19,16 +19,16 @@ namespace orv {
 
 struct Column {
   std::string name;
-  SqlType type;                     // nullable included
+  SqlType type;  // nullable included
   bool hasDefault = false;
-  std::string defaultText;          // ORV SQL text of the default value
-  std::string storedName;           // its name in the engine: differs when names differ in case only
-  std::string storedDefault;        // the default value as the engine's SQL; empty when unknown
+  std::string defaultText;    // ORV SQL text of the default value
+  std::string storedName;     // its name in the engine: differs when names differ in case only
+  std::string storedDefault;  // the default value as the engine's SQL; empty when unknown
 };
 
 struct Key {
   std::string name;
-  std::vector<int> columns;         // positions in the table
+  std::vector<int> columns;  // positions in the table
 };
 
 struct ForeignKey {
@@ -58,8 +58,8 @@ struct Index {
 struct Table {
   std::string schema;
   std::string name;
-  char type = 'T';                  // 'T' table, 'V' view, 'A' alias, 'S' system view (SYSCAT)
-  std::string storedName;           // its name in the engine: "T" or "S.T"
+  char type = 'T';         // 'T' table, 'V' view, 'A' alias, 'S' system view (SYSCAT)
+  std::string storedName;  // its name in the engine: "T" or "S.T"
   std::vector<Column> columns;
   std::optional<Key> primaryKey;
   std::vector<Key> uniqueKeys;
@@ -67,8 +67,8 @@ struct Table {
   std::vector<CheckConstraint> checks;
   std::string tableSpace;
   std::string baseSchema, baseTable;  // aliases
-  bool foreign = false;             // made by another program: types are read from its own DDL, and
-                                    // its names are folded, the storedNames being as it wrote them
+  bool foreign = false;  // made by another program: types are read from its own DDL, and
+                         // its names are folded, the storedNames being as it wrote them
 
   // -1 when there is none. Columns of other programs are found under every spelling.
   int columnIndex(std::string_view column) const;
@@ -86,8 +86,8 @@ struct Procedure {
   std::string name;
   std::string specific;
   std::vector<ParameterDefinition> parameters;
-  std::string library;              // "orvxml"
-  std::string entry;                // "qrkShredXML"
+  std::string library;  // "orvxml"
+  std::string entry;    // "qrkShredXML"
   std::string parameterStyle;
 };
 
@@ -106,7 +106,7 @@ class Catalog {
   virtual ~Catalog() = default;
 
   virtual uint64_t version() const = 0;
-  virtual int codePage() const = 0;                 // of the database
+  virtual int codePage() const = 0;  // of the database
   virtual const std::string& defaultSchema() const = 0;
 
   // Null when there is none. An empty schema means the default schema; for types and procedures

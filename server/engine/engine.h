@@ -28,7 +28,7 @@ struct ValueView {
   enum class Kind : uint8_t { Null, Integer, Double, Text, Blob } kind = Kind::Null;
   int64_t integer = 0;
   double number = 0;
-  std::string_view text;            // Text and Blob
+  std::string_view text;  // Text and Blob
 
   static ValueView null() { return {}; }
   static ValueView of(int64_t value) { return {Kind::Integer, value, 0, {}}; }
@@ -51,7 +51,7 @@ class EngineStatement {
   // Column of the current row, from 0; valid until the next step() or reset().
   virtual ValueView column(int index) = 0;
   virtual void reset() = 0;
-  virtual int64_t changes() const = 0;     // rows changed by the last run
+  virtual int64_t changes() const = 0;  // rows changed by the last run
 };
 
 class Engine {
@@ -85,7 +85,7 @@ class Engine {
 // file with -1005.
 struct EngineOptions {
   bool create = false;
-  int codePage = 1208;              // for create
+  int codePage = 1208;  // for create
 };
 std::unique_ptr<Engine> openEngine(std::string_view url, const EngineOptions& options);
 

@@ -32,7 +32,7 @@ struct Token {
   size_t end = 0;
 };
 
-inline constexpr size_t kMaxStatementBytes = 2 * 1024 * 1024;
+inline constexpr size_t kMaxStatementBytes = size_t{2} * 1024 * 1024;
 inline constexpr size_t kMaxNameBytes = 128;
 inline constexpr size_t kMaxStringBytes = 32672;
 

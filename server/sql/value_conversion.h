@@ -19,7 +19,7 @@ class TextLength {
   ~TextLength();
   TextLength(const TextLength&) = delete;
   TextLength& operator=(const TextLength&) = delete;
-  int64_t bytes(std::string_view utf8) const;      // length in the database code page
+  int64_t bytes(std::string_view utf8) const;  // length in the database code page
   // The longest beginning of whole characters that takes at most `limit` bytes there.
   std::string_view prefix(std::string_view utf8, int64_t limit) const;
   // True when no text takes more bytes there than in UTF-8, so that the UTF-8 length is a bound.
@@ -27,13 +27,13 @@ class TextLength {
 
  private:
   struct Converter;
-  std::unique_ptr<Converter> converter_;           // null for 1208
+  std::unique_ptr<Converter> converter_;  // null for 1208
   bool neverLonger_ = true;
 };
 
 enum class ConversionMode : uint8_t {
-  Assignment,   // too long is 22001 unless only blanks are lost
-  Cast,         // too long is cut (on a character boundary)
+  Assignment,  // too long is 22001 unless only blanks are lost
+  Cast,        // too long is cut (on a character boundary)
 };
 
 // Converts `value` to `type`. The result's text points into `value` or into `storage`, which is

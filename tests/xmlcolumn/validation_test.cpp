@@ -5,7 +5,6 @@
 #include <string>
 
 #include "tests/support/database.h"
-#include "tests/support/leak_suppressions.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvxml {

@@ -29,19 +29,20 @@
 namespace orv::esql {
 
 struct Section {
-  const char* name;          // unique in its module
-  const char* text;          // ORV SQL
+  const char* name;  // unique in its module
+  const char* text;  // ORV SQL
 };
 
 struct Module {
-  const char* package;       // e.g. "QRKSUWO"; its qualifier is ORVXML
-  const char* token;         // consistency token, 8 characters
+  const char* package;  // e.g. "QRKSUWO"; its qualifier is ORVXML
+  const char* token;    // consistency token, 8 characters
   std::span<const Section> sections;
 };
 
 // One host variable: a type code of sqlda.h (odd codes accepted), its length (capacity in bytes for
-// kSqlCString and the large objects, as in a sqlvar otherwise), its address, its null indicator (may be null: then a null
-// value gives SQLCODE -305). A kSqlClob variable is a 32-bit length followed by the bytes.
+// kSqlCString and the large objects, as in a sqlvar otherwise), its address, its null indicator
+// (may be null: then a null value gives SQLCODE -305). A kSqlClob variable is a 32-bit length
+// followed by the bytes.
 struct HostVariable {
   int16_t type;
   int32_t length;
@@ -88,14 +89,15 @@ class ORV_API Statement {
   // Describes the result columns; `descriptor->sqln` entries are there. As many as columns are
   // needed, twice as many when a column is a large object or of a distinct type. When they do not
   // suffice, only `sqld` is set and the SQLCODE is 236, or 237 (distinct types), 238 (large
-  // objects), 239 (both) when secondary entries are needed. `sqldata` and `sqlind` stay as they are.
+  // objects), 239 (both) when secondary entries are needed. `sqldata` and `sqlind` stay as they
+  // are.
   void describe(sqlda* descriptor, sqlca& area);
   void execute(Variables input, sqlca& area);
   void execute(const sqlda* input, sqlca& area);
 
  private:
   friend class Cursor;
-  std::shared_ptr<StatementState> state_;   // shared with the cursors over it
+  std::shared_ptr<StatementState> state_;  // shared with the cursors over it
 };
 
 // A cursor over a static section or over a prepared statement. The destructor closes it.

@@ -20,10 +20,10 @@ namespace orv {
 
 // The outcome of one statement or call.
 struct Outcome {
-  int sqlcode = 0;                     // 0 success, 100 no row, > 0 warning, < 0 failure
+  int sqlcode = 0;  // 0 success, 100 no row, > 0 warning, < 0 failure
   std::string sqlstate = "00000";
-  std::vector<std::string> tokens;     // what the message's text is about
-  std::string message;                 // "ORV0204E  ..." with tokens filled in; empty on success
+  std::vector<std::string> tokens;  // what the message's text is about
+  std::string message;              // "ORV0204E  ..." with tokens filled in; empty on success
   bool failed() const { return sqlcode < 0; }
 };
 
@@ -31,7 +31,7 @@ enum class ColumnClass { Number, Text, Binary };
 
 struct ResultColumn {
   std::string name;
-  std::string typeName;                // e.g. "VARCHAR(30)", "DECIMAL(10,2)", "ORVXML.XMLCLOB"
+  std::string typeName;  // e.g. "VARCHAR(30)", "DECIMAL(10,2)", "ORVXML.XMLCLOB"
   ColumnClass columnClass;
 };
 
@@ -40,20 +40,20 @@ using ResultValue = std::optional<std::string>;
 
 struct Result {
   Outcome outcome;
-  std::vector<ResultColumn> columns;   // empty for statements without a result
+  std::vector<ResultColumn> columns;  // empty for statements without a result
   std::vector<std::vector<ResultValue>> rows;
-  int64_t rowCount = 0;                // rows inserted, updated or deleted
+  int64_t rowCount = 0;  // rows inserted, updated or deleted
 };
 
 // One argument of a procedure call. For output parameters `value` is ignored on input.
 struct Argument {
-  std::optional<std::string> value;    // text (UTF-8), decimal text for numbers
+  std::optional<std::string> value;  // text (UTF-8), decimal text for numbers
 };
 
 struct CallResult {
   Outcome outcome;
-  std::vector<ResultValue> outputs;    // one per parameter; input parameters stay empty
-  std::vector<std::string> names;      // parameter names
+  std::vector<ResultValue> outputs;  // one per parameter; input parameters stay empty
+  std::vector<std::string> names;    // parameter names
 };
 
 class SessionState;

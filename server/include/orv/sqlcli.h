@@ -61,16 +61,20 @@ enum : SQLSMALLINT {
 
 // C types of bound variables.
 enum : SQLSMALLINT {
-  SQL_C_CHAR = 1,             // text in the database code page
-  SQL_C_LONG = 4,             // SQLINTEGER
-  SQL_C_CLOB_LOCATOR = 41,    // SQLINTEGER
-  SQL_C_DBCHAR = -350,        // double-byte characters of the database code page; shift codes may be
-                              // missing. In a UTF-8 database: UTF-8.
+  SQL_C_CHAR = 1,           // text in the database code page
+  SQL_C_LONG = 4,           // SQLINTEGER
+  SQL_C_CLOB_LOCATOR = 41,  // SQLINTEGER
+  SQL_C_DBCHAR = -350,      // double-byte characters of the database code page; shift codes may be
+                            // missing. In a UTF-8 database: UTF-8.
 };
 
 enum : SQLSMALLINT { SQL_PARAM_INPUT = 1 };
 enum : SQLUSMALLINT { SQL_AUTOCOMMIT = 102 };
-enum : SQLINTEGER { SQL_AUTOCOMMIT_OFF = 0, SQL_AUTOCOMMIT_ON = 1, SQL_ATTR_CODE_PAGE_CONVERSION = 115 };
+enum : SQLINTEGER {
+  SQL_AUTOCOMMIT_OFF = 0,
+  SQL_AUTOCOMMIT_ON = 1,
+  SQL_ATTR_CODE_PAGE_CONVERSION = 115
+};
 enum : SQLSMALLINT { SQL_NO_NULLS = 0, SQL_NULLABLE = 1 };
 enum : SQLINTEGER { SQL_IS_INTEGER = -6 };
 

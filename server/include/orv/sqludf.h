@@ -11,7 +11,7 @@ struct sqludf_dbinfo {
   char dbname[128];
   uint16_t authidlen;
   char authid[128];
-  int32_t codepage;            // of the database
+  int32_t codepage;  // of the database
 };
 
 using sqludf_locator = int32_t;
