@@ -204,6 +204,13 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
        "cut.xml:2:"},
       {"document with no mapping", good, place_.path("absent.dad"), "absent.dad: No such file"},
       {"malformed mapping", good, place_.write("cut.dad", "<DAD>\n<Xcollection>"), "cut.dad:2:"},
+      {"invalid document",
+       place_.write("invalid.xml",
+                    "<!DOCTYPE customer [<!ELEMENT customer EMPTY>]>\n<customer>v"
+                    "</customer>"),
+       place_.write("valid.dad", "<DAD><validation>YES</validation>" +
+                                     dadText().substr(dadText().find("<Xcollection>"))),
+       "invalid.xml:2:"},
       {"mapping without nodes", good, place_.write("no.dad", "<DAD><Xcollection/></DAD>"),
        "good.xml: QRKQ000E"},
       {"row refused",

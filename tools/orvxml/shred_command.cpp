@@ -50,9 +50,8 @@ std::optional<Position> parserPosition(std::string_view message) {
   return position;
 }
 
-std::string withoutFinalNewlines(std::string text) {
-  text.erase(text.find_last_not_of('\n') + 1);
-  return text;
+std::string labelOf(const Mapping& mapping) {
+  return mapping.isCollection ? "mapping of collection " + mapping.name : mapping.name;
 }
 
 class DocumentRun {
@@ -76,6 +75,7 @@ class DocumentRun {
       result.code = -1;
     }
     if (!result.ok) session_.rollback();
+    result.message.erase(result.message.find_last_not_of('\n') + 1);
     report(result);
     progress_.documentEnded(result.ok);
     return result.ok;
@@ -86,7 +86,7 @@ class DocumentRun {
     session_.resetInsertCounts();
     ShredOutcome outcome = shredder_.shred(result.name, document);
     result.code = outcome.code;
-    result.message = withoutFinalNewlines(std::move(outcome.message));
+    result.message = std::move(outcome.message);
     if (outcome.code < 0) {
       session_.rollback();
       locate(result);
@@ -101,9 +101,9 @@ class DocumentRun {
   void locate(DocumentResult& result) {
     result.position = parserPosition(result.message);
     if (!result.position) return;
-    const bool inMapping = shredder_.mappingIsMalformed();
+    const bool inMapping = shredder_.isAboutMapping(result.message);
     session_.rollback();
-    result.where = (inMapping ? shredder_.mapping().name : result.name) + ':' +
+    result.where = (inMapping ? labelOf(shredder_.mapping()) : result.name) + ':' +
                    result.position->line + ':' + result.position->column;
     if (inMapping) result.position.reset();
   }

@@ -57,10 +57,9 @@ ShredOutcome Shredder::shred(const std::string& name, const std::string& documen
   return callDirectly(databaseDocument);
 }
 
-bool Shredder::mappingIsMalformed() {
-  if (mapping_.isCollection) return false;
-  const ShredOutcome outcome = callDirectly("<document/>");
-  return outcome.message.find("QRKQ047E") != std::string::npos;
+bool Shredder::isAboutMapping(const std::string& parserMessage) {
+  // Well-formed, and of a name that a validated document does not have.
+  return callDirectly("<orvxml-probe/>").message == parserMessage;
 }
 
 bool Shredder::fitsParameters(const std::string& document) const {

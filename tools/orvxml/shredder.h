@@ -30,9 +30,9 @@ class Shredder {
   // Decomposes one document in UTF-8; `name` stands in messages. Commits and rolls back nothing.
   ShredOutcome shred(const std::string& name, const std::string& document);
 
-  // Whether the mapping itself is what the parser rejects: tells it from the document after a
-  // parser error. Leaves pending rows behind where it is not, so the caller rolls back.
-  bool mappingIsMalformed();
+  // Whether a parser error with this message is about the mapping and not about the document: the
+  // mapping gives it with every document. May leave rows pending, so the caller rolls back.
+  bool isAboutMapping(const std::string& parserMessage);
 
   const Mapping& mapping() const { return mapping_; }
 
