@@ -57,14 +57,15 @@ TEST_F(RealDocument, EveryLanguageBecomesARow) {
        "select count(*) from language where scope = 'M' and part2 is not null"},
   };
   for (const Case& c : counts) EXPECT_EQ(value(c.query), xpath(c.path)) << c.query;
-  for (const std::string position : {"1", "1234", "5678", "last()"}) {
+  const auto expectSameEntry = [this](const std::string& position) {
     const std::string entry = "//iso_639_3_entry[" + position + "]/@";
-    EXPECT_EQ(
-        value("select name || '/' || reference_name || '/' || kind from language where id = '" +
-              xpath("string(" + entry + "id)") + "'"),
-        xpath("concat(" + entry + "name, '/', " + entry + "reference_name, '/', " + entry +
-              "type)"));
-  }
+    EXPECT_EQ(value("select name || '/' || reference_name || '/' || kind from language"
+                    " where id = '" +
+                    xpath("string(" + entry + "id)") + "'"),
+              xpath("concat(" + entry + "name, '/', " + entry + "reference_name, '/', " + entry +
+                    "type)"));
+  };
+  for (const char* position : {"1", "1234", "5678", "last()"}) expectSameEntry(position);
 }
 
 TEST_F(RealDocument, EveryMediaTypeWithWhatHangsBelowIt) {

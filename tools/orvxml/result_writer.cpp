@@ -27,6 +27,7 @@ class TableWriter : public ResultWriter {
     rows_.clear();
     widths_.clear();
     std::vector<std::string> names;
+    names.reserve(columns.size());
     for (const ResultColumn& column : columns) names.push_back(onOneLine(column.name));
     for (const std::string& name : names) widths_.push_back(displayWidth(name));
     rows_.push_back(std::move(names));

@@ -13,8 +13,8 @@ namespace orvxml::command {
 namespace {
 
 // Sizes of the registered procedures' parameters, in bytes.
-constexpr size_t kDadParameter = 100 * 1024;
-constexpr size_t kDocumentParameter = 1024 * 1024;
+constexpr size_t kDadParameter = size_t{100} << 10;
+constexpr size_t kDocumentParameter = size_t{1} << 20;
 constexpr int kNoSuchRoutine = -440;
 
 // A large object as the procedures take it: its length, then its bytes and a terminator.
@@ -51,7 +51,7 @@ ShredOutcome Shredder::shred(const std::string& name, const std::string& documen
   if (convert) converted = toCodePage(name, document, session_.codePage());
   const std::string& databaseDocument = convert ? converted : document;
   if (registered_ && fitsParameters(databaseDocument)) {
-    const ShredOutcome outcome = callRegistered(document);
+    ShredOutcome outcome = callRegistered(document);
     if (registered_) return outcome;
   }
   return callDirectly(databaseDocument);

@@ -72,7 +72,7 @@ DetectedEncoding byteOrderMark(std::string_view text) {
 }
 
 DetectedEncoding detectEncoding(std::string_view text) {
-  if (const DetectedEncoding mark = byteOrderMark(text); mark.markLength > 0) return mark;
+  if (DetectedEncoding mark = byteOrderMark(text); mark.markLength > 0) return mark;
   using namespace std::string_view_literals;
   if (text.starts_with("\0<\0?"sv)) return {"UTF-16BE"};
   if (text.starts_with("<\0?\0"sv)) return {"UTF-16LE"};
