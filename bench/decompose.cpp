@@ -128,6 +128,8 @@ class BareDatabase {
  public:
   explicit BareDatabase(const std::filesystem::path& path) {
     require(sqlite3_open(path.c_str(), &db_) == SQLITE_OK, "cannot open a database");
+    // The tables declare foreign keys, and the server checks them: so does the bare database.
+    run("PRAGMA foreign_keys=on");
     run(readFile(kExample + "tables.sql").c_str());
   }
   ~BareDatabase() { sqlite3_close(db_); }
