@@ -22,8 +22,7 @@ std::vector<Connection>& threadConnections() {
 constexpr size_t kNameLength = 18;  // so that all tokens fit the area
 constexpr size_t kUserLength = 18;
 
-// Tokens 1 to 10; 4 to 8 and 10 (release, territory, platform, agent, its index, partition) are
-// not used and stand so that the others are where they belong.
+// Tokens 1 to 10. Nothing reads 4 to 8 and 10: they stand so that the others are where they belong.
 void reportProperties(SessionState& session, sqlca& area) {
   static const CodePage kUtf8(1208);
   const auto shortened = [&](const std::string& text, size_t limit) {
