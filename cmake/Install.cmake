@@ -17,5 +17,7 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/orvxmlConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/orvxmlConfig.cmake ${CMAKE_BINARY_DIR}/orvxmlConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/orvxml)
+# The prefix is told from where the file lies, so that an installed tree may be moved.
+file(RELATIVE_PATH pkgconfig_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 configure_file(cmake/orvxml.pc.in ${CMAKE_BINARY_DIR}/orvxml.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/orvxml.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -82,6 +82,14 @@ TEST(UnboundDatabaseTest, AsksForTheBind) {
                                   "before enabling it.\n"),
             std::string::npos)
       << msg;
+
+  char column[129] = "";
+  int rc = 0;
+  EXPECT_EQ(qrkGetColumnName(&context, "", "T", column, &rc, msg), -18);
+  EXPECT_NE(std::string(msg).find("QRKA024E  The XML Annex encountered an internal error while "
+                                  "accessing the system catalog tables.\n"),
+            std::string::npos)
+      << msg;
 }
 
 TEST_F(CatalogQueriesTest, ColumnsHaveTypeSchemaNameAndLength) {

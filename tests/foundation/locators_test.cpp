@@ -161,6 +161,29 @@ TEST_F(LocatorsTest, FileNamesLongerThanAReferenceAreRefused) {
   EXPECT_EQ(code_, -56);
 }
 
+TEST_F(LocatorsTest, FilesBeyondTheLargeObjectLimitAreRefused) {
+  struct Case {
+    uint64_t size;
+    int index;
+    const char* sqlState;
+  };
+  // The first one passes the limit and does not fit the area.
+  for (const Case& c : {Case{2'000'000'000, 85, "38X39"}, Case{2'000'000'001, 78, "38X06"},
+                        Case{5'000'000'000, 78, "38X06"}}) {
+    SCOPED_TRACE(c.size);
+    const std::string file = folder_.write("sparse", "");
+    std::filesystem::resize_file(file, c.size);
+    char area[5];
+    uint32_t length = 99;
+    int index = 0;
+    char state[kSqlStateSize] = "00000";
+    EXPECT_EQ(qrk_file2lob(call_, file.c_str(), area, sizeof area, &length, state, &index), -1);
+    EXPECT_EQ(index, c.index);
+    EXPECT_STREQ(state, c.sqlState);
+    EXPECT_EQ(length, 0U);
+  }
+}
+
 TEST_F(LocatorsTest, FilesFillALargeObjectUpToItsCapacity) {
   struct Case {
     const char* label;
