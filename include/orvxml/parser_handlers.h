@@ -111,6 +111,8 @@ class DocumentGuard : public xercesc::MemoryManager {
     if (declared.getId() > kMaxNames) refuseNames();
   }
   void leaveElement() { --depth_; }
+  // The version that the XML declaration names: one that the tree does not know ends the parse.
+  void declareVersion(const XMLCh* version) const;
   void addAttributes(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count);
   void addNodes(uint64_t count) {
     if ((nodes_ += static_cast<int64_t>(count)) > kMaxDocumentNodes) refuseNodes();
@@ -235,6 +237,8 @@ class qrkNonValidateDOM : public GuardedCallbacks<xercesc::XercesDOMParser> {
   void docCharacters(const XMLCh* text, XMLSize_t length, bool isCdata) override;
   void docComment(const XMLCh* text) override;
   void docPI(const XMLCh* target, const XMLCh* data) override;
+  void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
+               const XMLCh* actualEncoding) override;
 
  private:
   xercesc::XMLScanner& scanner() override { return *getScanner(); }

@@ -205,6 +205,12 @@ void qrkNonValidateDOM::docPI(const XMLCh* target, const XMLCh* data) {
   XercesDOMParser::docPI(target, data);
 }
 
+void qrkNonValidateDOM::XMLDecl(const XMLCh* version, const XMLCh* encoding,
+                                const XMLCh* standalone, const XMLCh* actualEncoding) {
+  guard->declareVersion(version);
+  XercesDOMParser::XMLDecl(version, encoding, standalone, actualEncoding);
+}
+
 // ---- qrkNonValidateSAX
 
 qrkNonValidateSAX::qrkNonValidateSAX(QrkStruct* context)

@@ -139,6 +139,11 @@ void DocumentGuard::refuse(const XMLCh* text) const {
   throw xercesc::SAXParseException(text, *locator_);
 }
 
+void DocumentGuard::declareVersion(const XMLCh* version) const {
+  const std::u16string_view name(version ? version : u"");
+  if (!name.empty() && name != u"1.0" && name != u"1.1") refuse(u"The XML version is unknown.");
+}
+
 void DocumentGuard::refuseDepth() const {
   refuse(u"The document's elements are nested too deeply.");
 }

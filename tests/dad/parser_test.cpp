@@ -106,6 +106,7 @@ TEST(ParserTest, BadDocumentsAreRefusedWithTheirPlace) {
       {"the same, behind a parameter entity",
        "<!DOCTYPE a SYSTEM 'd' [<!ENTITY % p ' '>%p;]><a b='&x;'/>", "entity 'x' not found"},
       {"a wrong byte", "<a>\xFF</a>", "line "},
+      {"an unknown version", "<?xml version='1.x'?><a/>", "line 1 column 22:"},
       {"an unknown encoding", "<?xml version='1.0' encoding='none'?><a/>", "line 1 column 38:"},
       {"a recursive entity", "<!DOCTYPE a [<!ENTITY x '&y;'><!ENTITY y '&x;'>]><a>&x;</a>",
        "recursive entity"},

@@ -44,7 +44,15 @@ void checkUtf8(const std::string& name, std::string_view text) {
   }
 }
 
-// The value of `encoding` in an XML declaration of ASCII characters; empty when there is none.
+bool isEncodingName(std::string_view name) {
+  return std::all_of(name.begin(), name.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' ||
+           c == '_' || c == '-';
+  });
+}
+
+// The value of `encoding` in an XML declaration of ASCII characters; empty when there is none or it
+// is no name, which is for the parser to tell.
 std::string declaredEncoding(std::string_view text) {
   if (!text.starts_with("<?xml")) return {};
   const std::string_view declaration = text.substr(0, text.find("?>"));
@@ -54,7 +62,8 @@ std::string declaredEncoding(std::string_view text) {
   if (at == std::string_view::npos) return {};
   const size_t end = declaration.find(declaration[at], at + 1);
   if (end == std::string_view::npos) return {};
-  return std::string(declaration.substr(at + 1, end - at - 1));
+  const std::string_view value = declaration.substr(at + 1, end - at - 1);
+  return isEncodingName(value) ? std::string(value) : std::string();
 }
 
 struct DetectedEncoding {
