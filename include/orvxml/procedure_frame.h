@@ -75,16 +75,25 @@ bool hasParameters(const sqlda* da, const ProcedureInfo& info);
 // the message.
 void setDescriptorOutputs(sqlda* da, const ProcedureInfo& info, int code);
 
-template <class Operation>
-int guarded(Call& call, const ProcedureInfo& info, Operation&& operation) {
+// Writes the text of a message without arguments, as the table has it, and returns its code. Needs
+// no memory.
+int plainOutcome(Call& call, Msg message);
+
+// Runs `step`; an exception becomes the message and the code of a failure.
+template <class Step>
+int guarded(Call& call, const ProcedureInfo& info, Step&& step) {
   try {
-    return operation(call);
-  } catch (const std::bad_alloc&) {
-    return fail(call, Msg::QRKG002E);
-  } catch (const xercesc::OutOfMemoryException&) {
-    return fail(call, Msg::QRKG002E);
+    try {
+      return step();
+    } catch (const std::bad_alloc&) {
+      return plainOutcome(call, Msg::QRKG002E);
+    } catch (const xercesc::OutOfMemoryException&) {
+      return plainOutcome(call, Msg::QRKG002E);
+    } catch (...) {
+      return failInternal(call.report(), info.module, __LINE__);
+    }
   } catch (...) {
-    return failInternal(call.report(), info.module, __LINE__);
+    return plainOutcome(call, Msg::QRKG002E);
   }
 }
 }  // namespace detail
@@ -96,9 +105,11 @@ int procedure(const ProcedureInfo& info, char* msg, Operation&& operation, Deliv
   Call call;
   call.msg = msg;
   *msg = '\0';
-  int code = detail::beginCall(call);
-  if (code == 0) code = detail::guarded(call, info, operation);
-  code = detail::settleOutcome(call, info, code);
+  int code = detail::guarded(call, info, [&] {
+    const int begun = detail::beginCall(call);
+    return begun == 0 ? operation(call) : begun;
+  });
+  code = detail::guarded(call, info, [&] { return detail::settleOutcome(call, info, code); });
   deliver(call);
   return detail::endCall(call, code);
 }

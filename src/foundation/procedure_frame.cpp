@@ -1,10 +1,17 @@
 #include "orvxml/procedure_frame.h"
 
+#include <cstdio>
 #include <cstring>
 
 #include "orvxml/trace.h"
 
 namespace orvxml::detail {
+
+int plainOutcome(Call& call, Msg message) {
+  std::snprintf(call.msg, kMessageSize, "%s\n", qrkMsgTable[static_cast<size_t>(message)]);
+  std::snprintf(call.sqlState, kSqlStateSize, "%s", sqlStateOf(message));
+  return codeOf(message);
+}
 
 int beginCall(Call& call) {
   const int code = qrkInit(&call.ctx, CALL_FROM_STP, nullptr, call.sqlState, nullptr);

@@ -78,7 +78,7 @@ void finishDecimal(sqlite3_context* context) {
   } catch (const SqlError& error) {
     reportFailure(context, error);
   } catch (const std::bad_alloc&) {
-    sqlite3_result_error_nomem(context);
+    reportNoMemory(context);
   }
 }
 

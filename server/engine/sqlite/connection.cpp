@@ -69,7 +69,7 @@ SqlError resourceFailure(int rc, const std::string& text) {
 
 }  // namespace
 
-void reportFailure(sqlite3_context* context, const SqlError& error) {
+std::string failureText(const SqlError& error) {
   std::string text(1, kFailureMark);
   text.append(std::to_string(error.sqlcode())).push_back(kTokenEnd);
   text.append(error.sqlstate()).push_back(kTokenEnd);
@@ -80,7 +80,22 @@ void reportFailure(sqlite3_context* context, const SqlError& error) {
     }
     text.push_back(kTokenEnd);
   }
+  return text;
+}
+
+const char* noMemoryText() noexcept {
+  static constexpr char kText[] = {kFailureMark, '-', '9', '5', '4',       kTokenEnd, '5',
+                                   '7',          '0', '1', '1', kTokenEnd, '\0'};
+  return kText;
+}
+
+void reportFailure(sqlite3_context* context, const SqlError& error) {
+  const std::string text = failureText(error);
   sqlite3_result_error(context, text.data(), static_cast<int>(text.size()));
+}
+
+void reportNoMemory(sqlite3_context* context) noexcept {
+  sqlite3_result_error(context, noMemoryText(), -1);
 }
 
 SqlError failure(sqlite3* database, int rc, const ConstraintReader* constraints) {

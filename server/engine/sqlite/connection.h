@@ -17,6 +17,11 @@ namespace orv::sqlite {
 // A failure inside one of our own SQL functions travels as the error text of the function, which
 // is all that SQLite carries: this writes it, and failure() reads it back.
 void reportFailure(sqlite3_context* context, const SqlError& error);
+std::string failureText(const SqlError& error);
+// The same for exhausted memory. SQLite's own way of saying it would give up the whole unit of
+// work.
+void reportNoMemory(sqlite3_context* context) noexcept;
+const char* noMemoryText() noexcept;
 
 // Names what a constraint's violation is about; see ConstraintNames in constraint_failure.h.
 using ConstraintReader = std::function<SqlError(int extendedCode, std::string_view text)>;

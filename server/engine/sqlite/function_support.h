@@ -22,7 +22,7 @@ void guarded(sqlite3_context* context, int count, sqlite3_value** values) {
   } catch (const SqlError& error) {
     reportFailure(context, error);
   } catch (const std::bad_alloc&) {
-    sqlite3_result_error_nomem(context);
+    reportNoMemory(context);
   }
 }
 

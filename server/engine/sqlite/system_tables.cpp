@@ -56,7 +56,7 @@ int declare(sqlite3* database, const SystemView& view) {
 }
 
 int connect(sqlite3* database, void* module, int, const char* const*, sqlite3_vtab** table,
-            char**) {
+            char** text) {
   try {
     auto& m = *static_cast<Module*>(module);
     int rc = declare(database, *m.view);
@@ -64,7 +64,8 @@ int connect(sqlite3* database, void* module, int, const char* const*, sqlite3_vt
     sqlite3_vtab_config(database, SQLITE_VTAB_INNOCUOUS);
     return rc;
   } catch (const std::bad_alloc&) {
-    return SQLITE_NOMEM;
+    *text = sqlite3_mprintf("%s", noMemoryText());
+    return SQLITE_ERROR;
   }
 }
 
@@ -89,9 +90,15 @@ int bestIndex(sqlite3_vtab* table, sqlite3_index_info* info) {
   return SQLITE_OK;
 }
 
-int openCursor(sqlite3_vtab*, sqlite3_vtab_cursor** cursor) {
+int failed(sqlite3_vtab* table, const char* text) {
+  sqlite3_free(table->zErrMsg);
+  table->zErrMsg = sqlite3_mprintf("%s", text);
+  return SQLITE_ERROR;
+}
+
+int openCursor(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
   *cursor = new (std::nothrow) Cursor();
-  return *cursor ? SQLITE_OK : SQLITE_NOMEM;
+  return *cursor ? SQLITE_OK : failed(table, noMemoryText());
 }
 
 int closeCursor(sqlite3_vtab_cursor* cursor) {
@@ -137,11 +144,9 @@ int filter(sqlite3_vtab_cursor* base, int given, const char*, int, sqlite3_value
     cursor.end = static_cast<size_t>(last - rows.begin());
     return SQLITE_OK;
   } catch (const SqlError& error) {
-    sqlite3_free(base->pVtab->zErrMsg);
-    base->pVtab->zErrMsg = sqlite3_mprintf("%s", error.what());
-    return SQLITE_ERROR;
+    return failed(base->pVtab, failureText(error).c_str());
   } catch (const std::bad_alloc&) {
-    return SQLITE_NOMEM;
+    return failed(base->pVtab, noMemoryText());
   }
 }
 

@@ -1,0 +1,90 @@
+// Files that cannot grow any more, as on a full disk: the failure has its message, nothing is left
+// behind, and the caller's rows and database stay what they were.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "tests/support/decompose_calls.h"
+#include "tests/support/temporary_folder.h"
+
+namespace orvxml::test {
+namespace {
+
+// While it lives, no file of this process grows beyond `bytes`.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  void (*handler_)(int);
+  rlimit before_{};
+};
+
+constexpr char kExample[] = ORVXML_SOURCE_DIR "/examples/invoices/";
+
+TEST(FullDiskTest, ADocumentThatFindsNoRoomInATemporaryFile) {
+  const TemporaryFolder folder;
+  setenv("ORVQRKTEMP", folder.path().c_str(), 1);
+  DecomposeDatabase db;
+  db.runScript(readFile(std::string(kExample) + "tables.sql"));
+  db.run("insert into customer (customer_no, name) values ('MINE', 'pending')");
+  const std::string dad = readFile(std::string(kExample) + "invoices.dad");
+  const std::string document = readFile(std::string(kExample) + "documents/c-1001.xml") + "<!--" +
+                               std::string(2 * kMinFileThreshold, 'x') + "-->";
+  for (const rlim_t room : {rlim_t{0}, rlim_t{100'000}, rlim_t{2 * kMinFileThreshold}}) {
+    SCOPED_TRACE(room);
+    CallOutcome outcome{};
+    {
+      const FileSizeLimit limit(room);
+      outcome = callListForm("qrkShredXML", dad, document);
+    }
+    EXPECT_EQ(outcome, (CallOutcome{-49, "QRKC003E  Unable to write to the specified file."}));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    EXPECT_EQ(db.rows("select customer_no from customer"), (Rows{{"MINE"}}));
+  }
+  EXPECT_EQ(callListForm("qrkShredXML", dad, document).code, 0);
+  EXPECT_EQ(db.rows("select count(*) from customer"), (Rows{{"2"}}));
+  unsetenv("ORVQRKTEMP");
+}
+
+TEST(FullDiskTest, ADatabaseFileThatCannotGrow) {
+  const TemporaryFolder folder;
+  Database db(1208, folder.path("db"));
+  db.run("create table t (n integer not null primary key, v varchar(2000))");
+  db.run("insert into t values (1, 'kept')");
+  db.run("commit");
+  bool failed = false;
+  {
+    const FileSizeLimit limit(512 * 1024);
+    for (int n = 2; n < 2000 && !failed; ++n) {
+      const std::string number = std::to_string(n);
+      failed = db.session()
+                   .run("insert into t values (" + number + ", repeat('x', 2000))")
+                   .outcome.failed();
+      if (n % 50 == 0 && !failed) failed = db.session().commit().failed();
+    }
+    db.session().rollback();
+  }
+  EXPECT_TRUE(failed);
+  EXPECT_EQ(db.rows("select v from t where n = 1"), (Rows{{"kept"}}));
+  // Only whole units of work are there, and the file goes on working.
+  EXPECT_EQ(db.rows("select mod(max(n), 50) from t where n > 1"), (Rows{{"0"}}));
+  db.run("insert into t values (5000, 'later')");
+  db.run("commit");
+  EXPECT_EQ(db.rows("select v from t where n = 5000"), (Rows{{"later"}}));
+}
+
+}  // namespace
+}  // namespace orvxml::test
