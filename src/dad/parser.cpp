@@ -3,19 +3,17 @@
 #include <exception>
 #include <optional>
 
-#include <xercesc/framework/LocalFileInputSource.hpp>
-#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
 #include "orv/xmlinit.h"
-#include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/parser.h"
 #include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
+#include "src/dad/document_source.h"
 
 namespace orvxml {
 
@@ -24,7 +22,6 @@ namespace {
 constexpr const char* kModule = "qrkSgDoc";
 constexpr const char* kParserState = "38X13";  // every failure of the parser, whatever its message
 constexpr const char* kSuccessState = "00000";
-constexpr size_t kFileNameLimit = 1024;  // UTF-16 units
 constexpr int kEncodingSize = 1025;
 constexpr int kTracedCharacters = 299;
 constexpr int kParseLine = 1649;
@@ -53,34 +50,7 @@ int parserCrash(const Report& report, int line) {
   return -1;
 }
 
-// The source of a parse and its size in bytes.
-struct Source {
-  std::unique_ptr<xercesc::InputSource> input;
-  uint64_t bytes = 0;
-};
-
-int openFile(const Report& report, const char* name, Source& source) {
-  uint32_t size = 0;
-  std::u16string wide;
-  if (!name || qrk_getFileSize(report.ctx, name, &size) || !isfile(report.ctx, name) ||
-      !toUtf16(report.ctx, name, wide) || wide.size() > kFileNameLimit) {
-    fail(report, Msg::QRKC001E);
-    return -1;
-  }
-  source.input = std::make_unique<xercesc::LocalFileInputSource>(wide.c_str());
-  source.bytes = size;
-  return 0;
-}
-
-void openText(const char* text, Source& source) {
-  source.bytes = std::strlen(text);
-  auto input = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text),
-                                                            source.bytes, u"IdForDocBuffer");
-  input->setCopyBufToStream(false);
-  source.input = std::move(input);
-}
-
-int overrideEncoding(const Report& report, Source& source) {
+int overrideEncoding(const Report& report, DocumentSource& source) {
   char16_t name[kEncodingSize];
   const int32_t codePage = report.ctx->codePages->dbCodePage;
   if (int rc =
@@ -102,7 +72,7 @@ struct Parse {
   qrkNonValidateDOM parser;
 };
 
-int parse(const Report& report, Parse& parse, const Source& source, DOM_Document& result) {
+int parse(const Report& report, Parse& parse, const DocumentSource& source, DOM_Document& result) {
   try {
     parse.parser.parseDocument(*source.input, source.bytes);
     result = DOM_Document(parse.parser.takeDocument());
@@ -159,17 +129,10 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
             kTracedCharacters, document ? document : "");
   setState(sqlstate, kSuccessState);
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  Source source;
+  DocumentSource source;
+  if (!openDocument(report, document, inMemory != 0, source)) return -1;
   std::optional<Parse> state;
   try {
-    if (!inMemory) {
-      if (int rc = openFile(report, document, source)) return rc;
-    } else if (document) {
-      openText(document, source);
-    } else {
-      fail(report, Msg::QRKG004E);
-      return -1;
-    }
     state.emplace(ctx);
     if (useDbEncoding && ctx && ctx->codePages) {
       if (int rc = overrideEncoding(report, source)) return rc;

@@ -1,40 +1,17 @@
 #include "src/xmlcolumn/document_parse.h"
 
+#include <cstring>
 #include <new>
 
-#include <xercesc/framework/LocalFileInputSource.hpp>
-#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
-#include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
 
 namespace orvxml {
 namespace {
 
 constexpr char kParserState[] = "38X13";  // of every parser error, whatever its message
-
-bool openFile(const Report& report, const char* name, DocumentSource& source) {
-  uint32_t size = 0;
-  std::u16string wide;
-  if (qrk_getFileSize(report.ctx, name, &size) != 0 || !isfile(report.ctx, name) ||
-      !toUtf16(report.ctx, name, wide) || wide.size() > kFileNameLimit) {
-    fail(report, Msg::QRKC001E);
-    return false;
-  }
-  source.input = std::make_unique<xercesc::LocalFileInputSource>(wide.c_str());
-  source.bytes = size;
-  return true;
-}
-
-void openText(const char* text, DocumentSource& source) {
-  source.bytes = std::strlen(text);
-  auto input = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text),
-                                                            source.bytes, u"IdForDocBuffer");
-  input->setCopyBufToStream(false);
-  source.input = std::move(input);
-}
 
 template <class Line, class Column>
 bool parserError(const Report& report, Line line, Column column, const XMLCh* text) {
@@ -54,26 +31,6 @@ bool outOfMemory(const Report& report) {
 
 void setSqlState(const Report& report, const char* state) {
   if (report.sqlState) std::memcpy(report.sqlState, state, kSqlStateSize);
-}
-
-bool openDocument(const Report& report, const char* document, bool isText, DocumentSource& source) {
-  if (!document) {
-    fail(report, Msg::QRKG004E);
-    return false;
-  }
-  try {
-    if (!isText) return openFile(report, document, source);
-    openText(document, source);
-    return true;
-  } catch (const std::bad_alloc&) {
-    return outOfMemory(report);
-  } catch (const xercesc::OutOfMemoryException&) {
-    return outOfMemory(report);
-  } catch (const xercesc::XMLException&) {
-    // The name of a file that the parser cannot make a path of.
-    fail(report, Msg::QRKC001E);
-    return false;
-  }
 }
 
 bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,

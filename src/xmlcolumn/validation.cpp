@@ -15,6 +15,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
+#include "src/dad/document_source.h"
 #include "src/xmlcolumn/document_parse.h"
 
 namespace orvxml {
