@@ -2,6 +2,7 @@
 #include "server/engine/sqlite/renderer.h"
 #include "server/engine/sqlite/string_unit.h"
 #include "server/sql/sql_error.h"
+#include "server/sql/type_rules.h"
 
 namespace orv::sqlite {
 namespace {
@@ -15,29 +16,6 @@ bool isOneOf(std::string_view name, std::initializer_list<std::string_view> name
 
 bool isFloating(TypeKind kind) {
   return kind == TypeKind::Real || kind == TypeKind::Double;
-}
-
-// Bytes that a value of a type without a length takes.
-int storedLength(const SqlType& type) {
-  switch (type.kind) {
-    case TypeKind::SmallInt:
-      return 2;
-    case TypeKind::Integer:
-    case TypeKind::Real:
-    case TypeKind::Date:
-      return 4;
-    case TypeKind::BigInt:
-    case TypeKind::Double:
-      return 8;
-    case TypeKind::Time:
-      return 3;
-    case TypeKind::Timestamp:
-      return 10;
-    case TypeKind::Decimal:
-      return static_cast<int>(type.length) / 2 + 1;
-    default:
-      return 0;
-  }
 }
 
 // The kind that YEAR, HOUR and so on read their argument as.
@@ -109,10 +87,10 @@ bool Renderer::unitFunction(const Expr& e) {
 
 void Renderer::length(const Expr& e) {
   const Expr& value = *e.args[0];
-  if (int fixed = storedLength(value.type)) {
+  if (isNumeric(value.type.kind) || isDatetime(value.type.kind)) {
     out_ << "CASE WHEN ";
     expression(value);
-    out_ << " IS NOT NULL THEN " << fixed << " END";
+    out_ << " IS NOT NULL THEN " << byteLength(value.type) << " END";
     return;
   }
   out_ << "ORV_LENGTH(" << static_cast<int>(unitOf(value.type.kind)) << ",";
