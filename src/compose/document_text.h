@@ -1,0 +1,64 @@
+// The text of a document under construction: collects small pieces and hands them to the document's
+// buffer in large ones, and writes values so that the document always parses.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "orvxml/buffer.h"
+#include "orvxml/context.h"
+#include "orvxml/parser.h"
+
+namespace orvxml {
+
+class DocumentText {
+ public:
+  // Pieces handed on are never longer than this, so that a document moves into a file no sooner
+  // than its size asks for.
+  static constexpr size_t kPieceSize = 8192;
+
+  DocumentText(QrkStruct* ctx, int* errCode, char* msg) : report_{ctx, msg, errCode} {
+    text_.reserve(kPieceSize);
+  }
+
+  // Starts a new document in `out`, which has been acquired.
+  void begin(QrkOutbuf* out);
+
+  // Appends markup that is right as it stands, in the database code page. 0, or -1 with QRKQ002E
+  // when the buffer refuses it.
+  int append(std::string_view markup) {
+    if (text_.size() + markup.size() > kPieceSize) return appendLong(markup);
+    text_.append(markup);
+    return 0;
+  }
+
+  // Appends a value of the database code page with the five characters of markup replaced by their
+  // entities. `column` names its source in the message for text that XML cannot carry or that is no
+  // text of the code page: QRKQ055E. 0 or -1.
+  int appendValue(std::string_view value, std::string_view column);
+  // The same for a character large object, read in pieces through its locator.
+  int appendLargeObject(int32_t locator, std::string_view column);
+
+  // Hands everything on. 0, or -1 with QRKQ002E.
+  int flush();
+
+ private:
+  int appendLong(std::string_view markup);
+  int appendConverted(std::string_view value, std::string_view column);
+  int appendEscapedUnits(std::u16string_view units, std::string_view column);
+
+  Report report_;
+  QrkOutbuf* out_ = nullptr;
+  std::string text_;
+  bool isUtf8_ = false;  // the database code page
+};
+
+// An element or attribute name as XML allows it.
+bool isXmlName(std::u16string_view name);
+
+// qrkGenDocHeader, and the certainty that a document with this header and the root element `root`
+// parses: QRKQ047E with the parser's words otherwise. `header` holds kHeaderSize bytes. 0 or -1.
+int checkedDocHeader(QrkStruct* ctx, const DOM_Element& dad, const DOM_Element& root, char* header,
+                     int* errCode, char* msg);
+
+}  // namespace orvxml
