@@ -11,6 +11,8 @@ namespace orvxml {
 
 inline constexpr int kMaxOverrides = 128;
 inline constexpr int kPredicateSize = 1028;  // bytes, terminator included
+// In a predicate: no condition at all.
+inline constexpr char16_t K_UC_NO_CONDITION[] = u"NO_CONDITION";
 
 struct override_cond {
   QrkQuery* query;                 // owned; points into path_str
