@@ -17,12 +17,10 @@ class DocumentText {
   // than its size asks for.
   static constexpr size_t kPieceSize = 8192;
 
-  DocumentText(QrkStruct* ctx, int* errCode, char* msg) : report_{ctx, msg, errCode} {
-    text_.reserve(kPieceSize);
-  }
+  DocumentText(QrkStruct* ctx, int* errCode, char* msg);
 
-  // Starts a new document in `out`, which has been acquired.
-  void begin(QrkOutbuf* out);
+  // Starts a new document in `out`, which has been acquired, with its header. 0 or -1.
+  int begin(QrkOutbuf* out, std::string_view header);
 
   // Appends markup that is right as it stands, in the database code page. 0, or -1 with QRKQ002E
   // when the buffer refuses it.
@@ -44,13 +42,21 @@ class DocumentText {
 
  private:
   int appendLong(std::string_view markup);
+  size_t plainLength(std::string_view value) const;
   int appendConverted(std::string_view value, std::string_view column);
-  int appendEscapedUnits(std::u16string_view units, std::string_view column);
+  int appendUnits(std::u16string_view units, std::string_view column);
+  int handOn(std::string_view piece);
+  int refuse(std::string_view column, char32_t ch);
+  int refuseText(std::string_view column, const char* reason);
+  bool isAllowed(char32_t ch) const;
 
   Report report_;
   QrkOutbuf* out_ = nullptr;
   std::string text_;
-  bool isUtf8_ = false;  // the database code page
+  std::u16string units_;      // of a value under conversion
+  bool isUtf8_;               // the database code page
+  bool hasPlainAscii_;        // ASCII characters have their ASCII bytes and no others use these
+  bool isVersion11_ = false;  // XML 1.1 restricts more characters
 };
 
 // An element or attribute name as XML allows it.

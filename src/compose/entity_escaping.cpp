@@ -9,13 +9,13 @@
 #include "orvxml/locators.h"
 #include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
+#include "src/compose/piecewise_decoder.h"
 
 namespace orvxml {
 
 namespace {
 
 constexpr const char* kModule = "qrkdom";
-constexpr int kDecodedUnits = 16384;
 
 int outOfMemory(const Report& report) {
   fail(report, Msg::QRKG002E);
@@ -28,69 +28,34 @@ std::u16string escaped(const char16_t* text) {
   return out;
 }
 
-struct ConverterCloser {
-  void operator()(UConverter* converter) const { ucnv_close(converter); }
-};
-
-// Escapes text that arrives in pieces: a character may be cut by the end of a piece.
+// Escapes text that arrives in pieces.
 class PiecewiseEscaper {
  public:
-  PiecewiseEscaper(const Report& report, QrkOutbuf* out) : report_(report), out_(out) {
-    // A converter of its own, because that of the context keeps no state between conversions.
-    const QrkStruct* ctx = report.ctx;
-    if (ctx && ctx->codePages && ctx->codePages->dbConverter) {
-      decoder_.reset(ucnv_clone(ctx->codePages->dbConverter, &status_));
-    } else {
-      decoder_.reset(ucnv_open("UTF-8", &status_));
-    }
-    if (decoder_) {
-      ucnv_reset(decoder_.get());
-      ucnv_setToUCallBack(decoder_.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-                          &status_);
-    }
-  }
+  PiecewiseEscaper(const Report& report, QrkOutbuf* out)
+      : report_(report), out_(out), decoder_(report.ctx) {}
 
-  // `isLast` tells that no more pieces come, so that a character cut short is an error. 0 or -1.
-  int add(const char* piece, size_t length, bool isLast) {
-    if (U_FAILURE(status_)) return conversionError();
-    const char* const end = piece + length;
-    do {
-      char16_t units[kDecodedUnits];
-      char16_t* target = units;
-      status_ = U_ZERO_ERROR;
-      ucnv_toUnicode(decoder_.get(), &target, units + kDecodedUnits, &piece, end, nullptr,
-                     static_cast<UBool>(isLast), &status_);
-      if (U_FAILURE(status_) && status_ != U_BUFFER_OVERFLOW_ERROR) return conversionError();
-      if (int rc = append({units, static_cast<size_t>(target - units)})) return rc;
-    } while (status_ == U_BUFFER_OVERFLOW_ERROR);
-    return 0;
+  // `isLast` tells that no more pieces come. 0 or -1.
+  int add(std::string_view piece, bool isLast) {
+    const int rc =
+        decoder_.decode(piece, isLast, [this](std::u16string_view text) { return append(text); });
+    return rc == PiecewiseDecoder::kNotText ? conversionError(decoder_.errorName()) : rc;
   }
 
  private:
-  int conversionError() {
-    QRK_TRACE(report_.ctx, "Conversion error. %s", u_errorName(status_));
-    fail(report_, Msg::QRKQ055E, static_cast<int>(status_));
+  int conversionError(const char* reason) {
+    QRK_TRACE(report_.ctx, "Conversion error. %s", reason);
+    fail(report_, Msg::QRKQ055E, reason);
     return -1;
   }
 
   int append(std::u16string_view text) {
-    // A terminator inside the text would end it; a surrogate waits for its other half.
-    if (text.find(u'\0') != text.npos) {
-      status_ = U_INVALID_CHAR_FOUND;
-      return conversionError();
-    }
-    appendEscaped(pending_, text);
-    std::u16string held;
-    if (!pending_.empty() && U16_IS_LEAD(pending_.back())) {
-      held = pending_.back();
-      pending_.pop_back();
-    }
+    std::u16string written;
+    appendEscaped(written, text);
     std::string bytes;
-    if (!toDatabase(report_.ctx, pending_, bytes)) {
-      status_ = U_INVALID_CHAR_FOUND;
-      return conversionError();
+    // A terminator inside the text would end it.
+    if (text.find(u'\0') != text.npos || !toDatabase(report_.ctx, written, bytes)) {
+      return conversionError(u_errorName(U_INVALID_CHAR_FOUND));
     }
-    pending_ = std::move(held);
     if (qrkBufAppend(report_.ctx, out_, bytes.c_str()) == 0) return 0;
     failInternal(report_, kModule, __LINE__);
     return -1;
@@ -98,9 +63,7 @@ class PiecewiseEscaper {
 
   const Report& report_;
   QrkOutbuf* const out_;
-  std::unique_ptr<UConverter, ConverterCloser> decoder_;
-  UErrorCode status_ = U_ZERO_ERROR;
-  std::u16string pending_;
+  PiecewiseDecoder decoder_;
 };
 
 }  // namespace
@@ -180,7 +143,7 @@ int qrkEntityReplaceUCS(QrkStruct* ctx, char16_t* dst, const char16_t* src, int 
 int qrkEntityReplaceChunk(QrkStruct* ctx, const char* chunk, QrkOutbuf* out, int* errCode,
                           char* msg) {
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  return PiecewiseEscaper(report, out).add(chunk, std::strlen(chunk), true);
+  return PiecewiseEscaper(report, out).add(chunk, true);
 }
 
 int qrkEntityReplaceUsingLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* out, int* errCode,
@@ -197,7 +160,7 @@ int qrkEntityReplaceUsingLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* out
       return rc;
     }
     done += size;
-    if (int rc = escaper.add(chunk.data(), static_cast<size_t>(size), done == length)) return rc;
+    if (int rc = escaper.add({chunk.data(), static_cast<size_t>(size)}, done == length)) return rc;
   }
   return 0;
 }

@@ -1,0 +1,250 @@
+#include "src/compose/document_text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <vector>
+
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
+#include <xercesc/util/XMLChar.hpp>
+
+#include "orvxml/code_pages.h"
+#include "orvxml/locators.h"
+#include "orvxml/xml_writer.h"
+#include "src/compose/piecewise_decoder.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr int32_t kUtf8CodePage = 1208;
+
+// What a byte of ASCII text is in a document.
+enum class ByteClass : uint8_t { Plain, Entity, Control, NotAscii };
+
+constexpr ByteClass classOf(int byte) {
+  if (byte >= 0x80) return ByteClass::NotAscii;
+  if (byte == '"' || byte == '&' || byte == '\'' || byte == '<' || byte == '>') {
+    return ByteClass::Entity;
+  }
+  const bool control = byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r';
+  return control ? ByteClass::Control : ByteClass::Plain;
+}
+
+constexpr auto kByteClasses = [] {
+  std::array<ByteClass, 256> classes{};
+  for (int byte = 0; byte < 256; ++byte) classes[static_cast<size_t>(byte)] = classOf(byte);
+  return classes;
+}();
+
+ByteClass classOf(char byte) {
+  return kByteClasses[static_cast<unsigned char>(byte)];
+}
+
+std::string_view entityOf(char byte) {
+  switch (byte) {
+    case '"':
+      return "&quot;";
+    case '&':
+      return "&amp;";
+    case '\'':
+      return "&apos;";
+    case '<':
+      return "&lt;";
+    default:
+      return "&gt;";
+  }
+}
+
+// Whether every printable ASCII character has its ASCII byte in the code page, alone and in a row:
+// not so where such bytes introduce others.
+bool keepsAscii(QrkStruct* ctx) {
+  std::string ascii("\t\n\r");
+  for (char c = ' '; c <= '~'; ++c) ascii += c;
+  std::u16string units;
+  return toUtf16(ctx, ascii, units) && std::u16string(ascii.begin(), ascii.end()) == units;
+}
+
+bool isUtf8Database(const QrkStruct* ctx) {
+  return !ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage;
+}
+
+// The next character of `text`, which moves `at` behind it; negative for a malformed one.
+UChar32 nextCharacter(std::string_view text, size_t& at) {
+  UChar32 ch = 0;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"  // inside the macro
+  U8_NEXT(text.data(), at, text.size(), ch);
+#pragma GCC diagnostic pop
+  return ch;
+}
+
+}  // namespace
+
+DocumentText::DocumentText(QrkStruct* ctx, int* errCode, char* msg)
+    : report_{ctx, msg, errCode},
+      isUtf8_(isUtf8Database(ctx)),
+      hasPlainAscii_(isUtf8_ || keepsAscii(ctx)) {
+  text_.reserve(kPieceSize);
+}
+
+int DocumentText::begin(QrkOutbuf* out, std::string_view header) {
+  out_ = out;
+  text_.clear();
+  const std::string_view declaration = header.substr(0, header.find('>'));
+  isVersion11_ =
+      declaration.starts_with("<?xml") && (declaration.find("\"1.1\"") != std::string_view::npos ||
+                                           declaration.find("'1.1'") != std::string_view::npos);
+  return append(header);
+}
+
+int DocumentText::handOn(std::string_view piece) {
+  // The buffer takes terminated text.
+  const std::string terminated(piece);
+  if (qrkBufAppend(report_.ctx, out_, terminated.c_str()) == 0) return 0;
+  fail(report_, Msg::QRKQ002E);
+  return -1;
+}
+
+int DocumentText::flush() {
+  if (text_.empty()) return 0;
+  if (qrkBufAppend(report_.ctx, out_, text_.c_str()) != 0) {
+    fail(report_, Msg::QRKQ002E);
+    return -1;
+  }
+  text_.clear();
+  return 0;
+}
+
+int DocumentText::appendLong(std::string_view markup) {
+  if (int rc = flush()) return rc;
+  while (markup.size() > kPieceSize) {
+    if (int rc = handOn(markup.substr(0, kPieceSize))) return rc;
+    markup.remove_prefix(kPieceSize);
+  }
+  text_.append(markup);
+  return 0;
+}
+
+bool DocumentText::isAllowed(char32_t ch) const {
+  if (ch < 0x20) return ch == '\t' || ch == '\n' || ch == '\r';
+  if (isVersion11_ && ch >= 0x7F && ch < 0xA0 && ch != 0x85) return false;
+  return !U_IS_SURROGATE(ch) && ch != 0xFFFE && ch != 0xFFFF && ch <= 0x10FFFF;
+}
+
+int DocumentText::refuse(std::string_view column, char32_t ch) {
+  char name[16];
+  std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(ch));
+  fail(report_, Msg::QRKQ055E,
+       "column " + std::string(column) + " holds " + name + ", which XML cannot carry");
+  return -1;
+}
+
+int DocumentText::refuseText(std::string_view column, const char* reason) {
+  fail(report_, Msg::QRKQ055E,
+       "column " + std::string(column) + " holds no text of the database code page (" + reason +
+           ")");
+  return -1;
+}
+
+// How many bytes from the start are written as they stand.
+size_t DocumentText::plainLength(std::string_view value) const {
+  size_t at = 0;
+  while (at < value.size()) {
+    const ByteClass kind = classOf(value[at]);
+    if (kind == ByteClass::Plain && (value[at] != 0x7F || !isVersion11_)) {
+      ++at;
+      continue;
+    }
+    if (kind != ByteClass::NotAscii || !isUtf8_) break;
+    size_t next = at;
+    const UChar32 ch = nextCharacter(value, next);
+    if (ch < 0 || !isAllowed(static_cast<char32_t>(ch))) break;
+    at = next;
+  }
+  return at;
+}
+
+int DocumentText::appendValue(std::string_view value, std::string_view column) {
+  while (!value.empty()) {
+    const size_t plain = hasPlainAscii_ ? plainLength(value) : 0;
+    if (plain > 0) {
+      if (int rc = append(value.substr(0, plain))) return rc;
+      value.remove_prefix(plain);
+      continue;
+    }
+    if (hasPlainAscii_ && classOf(value.front()) == ByteClass::Entity) {
+      if (int rc = append(entityOf(value.front()))) return rc;
+      value.remove_prefix(1);
+      continue;
+    }
+    if (!isUtf8_) return appendConverted(value, column);
+    size_t next = 0;
+    const UChar32 ch = nextCharacter(value, next);
+    return ch < 0 ? refuseText(column, "malformed UTF-8")
+                  : refuse(column, static_cast<char32_t>(ch));
+  }
+  return 0;
+}
+
+int DocumentText::appendConverted(std::string_view value, std::string_view column) {
+  if (!toUtf16(report_.ctx, value, units_)) return refuseText(column, "it does not convert");
+  return appendUnits(units_, column);
+}
+
+int DocumentText::appendUnits(std::u16string_view units, std::string_view column) {
+  for (size_t at = 0; at < units.size();) {
+    UChar32 ch = 0;
+    U16_NEXT(units.data(), at, units.size(), ch);
+    if (!isAllowed(static_cast<char32_t>(ch))) return refuse(column, static_cast<char32_t>(ch));
+  }
+  std::u16string escaped;
+  appendEscaped(escaped, units);
+  std::string bytes;
+  if (!toDatabase(report_.ctx, escaped, bytes)) return refuseText(column, "it does not convert");
+  return append(bytes);
+}
+
+int DocumentText::appendLargeObject(int32_t locator, std::string_view column) {
+  QrkStruct* const ctx = report_.ctx;
+  int32_t length = 0;
+  if (qrkGetLocatorLength(ctx, locator, &length, report_.errCode, report_.msg)) return -1;
+  std::vector<char> piece(static_cast<size_t>(std::clamp(length, 0, kLocatorChunk)) + 1);
+  PiecewiseDecoder decoder(ctx);
+  for (int32_t done = 0; done < length;) {
+    const int32_t size = std::min(length - done, kLocatorChunk);
+    if (qrkGetChunkFromLocator(ctx, locator, done + 1, length, piece.data(), report_.errCode,
+                               report_.msg)) {
+      return -1;
+    }
+    done += size;
+    const int rc =
+        decoder.decode({piece.data(), static_cast<size_t>(size)}, done == length,
+                       [&](std::u16string_view units) { return appendUnits(units, column); });
+    if (rc == PiecewiseDecoder::kNotText) return refuseText(column, decoder.errorName());
+    if (rc) return rc;
+  }
+  return 0;
+}
+
+bool isXmlName(std::u16string_view name) {
+  return !name.empty() && xercesc::XMLChar1_0::isValidName(name.data(), name.size());
+}
+
+int checkedDocHeader(QrkStruct* ctx, const DOM_Element& dad, const DOM_Element& root, char* header,
+                     int* errCode, char* msg) {
+  if (int rc = qrkGenDocHeader(ctx, dad, header, errCode, msg)) return rc;
+  const std::u16string_view rootName = root.getAttribute(u"name").view();
+  std::string name = "document";
+  // A name that is none is reported where the element is written.
+  if (isXmlName(rootName)) toDatabase(ctx, rootName, name);
+  std::string sample = std::string(header) + "\n<" + name + "/>";
+  DOM_Document parsed;
+  char sqlState[kSqlStateSize] = "00000";
+  if (qrkDOM(ctx, sample.data(), 1, QRK_LOC_MEMORY, parsed, sqlState, msg) == 0) return 0;
+  *errCode = codeOf(Msg::QRKQ047E);
+  return -1;
+}
+
+}  // namespace orvxml
