@@ -4,7 +4,8 @@
 namespace orvxml {
 
 std::span<const orv::esql::Module* const> packages() {
-  static const orv::esql::Module* const kPackages[] = {&kQrksuwo, &kQrkcnuwo, &kQrkrdbi, &kQrktab};
+  static const orv::esql::Module* const kPackages[] = {&kQrksuwo, &kQrkcnuwo, &kQrkrdbi, &kQrktab,
+                                                       &kQrksqlda};
   return kPackages;
 }
 
