@@ -8,6 +8,7 @@
 #include "orv/esql.h"
 #include "orvxml/locators.h"
 #include "orvxml/packages.h"
+#include "src/compose/document_text.h"
 #include "tests/foundation/call_context.h"
 #include "tests/support/database.h"
 #include "tests/support/temporary_folder.h"
@@ -273,6 +274,13 @@ TEST(XmlWriterTest, LargeObjectsKeepCharactersThatChunksCut) {
     EXPECT_EQ(qrkEntityReplaceUsingLocator(call, locator, out.buffer.get(), &code, call.msg), 0)
         << call.msg;
     EXPECT_TRUE(out.text() == expected);
+
+    Output document(call);
+    DocumentText text(call, &code, call.msg);
+    EXPECT_EQ(text.begin(document.buffer.get(), ""), 0);
+    EXPECT_EQ(text.appendLargeObject(locator, "DOCS.DOC"), 0) << call.msg;
+    EXPECT_EQ(text.flush(), 0);
+    EXPECT_TRUE(document.text() == expected);
   }
 }
 

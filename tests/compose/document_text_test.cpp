@@ -1,0 +1,196 @@
+// The text of documents under construction: values that must leave a document that parses, and the
+// pieces in which it goes into the buffer.
+#include "src/compose/document_text.h"
+
+#include <gtest/gtest.h>
+
+#include "orvxml/code_pages.h"
+#include "orvxml/xml_writer.h"
+#include "tests/foundation/call_context.h"
+
+namespace orvxml {
+namespace {
+
+using unittest::CallContext;
+
+struct Written {
+  int rc;
+  int code;
+  std::string text;  // the message of a failure
+  bool operator==(const Written&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Written& written) {
+  return out << written.rc << ' ' << written.code << " '" << written.text << "'";
+}
+
+class TextTest {
+ public:
+  explicit TextTest(QrkStruct* ctx, std::string header = "")
+      : header_(std::move(header)), ctx_(ctx) {}
+
+  template <class Write>
+  Written write(Write&& write) {
+    OutBuffer buffer(ctx_);
+    char msg[kMessageSize] = "";
+    int code = 0;
+    EXPECT_EQ(qrkBufAcquire(ctx_, buffer.get(), 4096, 32766, QRK_LOC_MEMORY, &code, msg, 0), 0);
+    DocumentText text(ctx_, &code, msg);
+    int rc = text.begin(buffer.get(), header_);
+    if (rc == 0) rc = write(text);
+    if (rc == 0) rc = text.flush();
+    if (rc != 0) return {rc, code, msg};
+    const char* content = qrkBufGetContent(ctx_, buffer.get());
+    return {0, 0, buffer->loctype == QRK_LOC_FILE ? unittest::readFile(content) : content};
+  }
+
+  Written value(std::string_view value) {
+    return write([&](DocumentText& text) { return text.appendValue(value, "T.C"); });
+  }
+
+ private:
+  const std::string header_;
+  QrkStruct* const ctx_;
+};
+
+Written refused(const std::string& reason) {
+  return {-1, -135, "QRKQ055E  ICU error: column T.C holds " + reason + "\n"};
+}
+Written refusedCharacter(const std::string& name) {
+  return refused(name + ", which XML cannot carry");
+}
+
+TEST(DocumentTextTest, ValuesAreEscapedOrRefused) {
+  using namespace std::string_view_literals;
+  CallContext call;
+  TextTest test(&call.ctx);
+  EXPECT_EQ(test.value("a<b & \"c\" 'd' > e"),
+            (Written{0, 0, "a&lt;b &amp; &quot;c&quot; &apos;d&apos; &gt; e"}));
+  const std::string planes = " \t\n\r\x7f\u0080\u00e9\ud7ff\ue000\ufffd\U0001F600\U0010FFFF ";
+  EXPECT_EQ(test.value(planes), (Written{0, 0, planes}));
+  EXPECT_EQ(test.value(""), (Written{0, 0, ""}));
+  EXPECT_EQ(test.value("a\x01"), refusedCharacter("U+0001"));
+  EXPECT_EQ(test.value("\x1f<"), refusedCharacter("U+001F"));
+  EXPECT_EQ(test.value("nul\0nul"sv), refusedCharacter("U+0000"));
+  EXPECT_EQ(test.value("\uFFFE"), refusedCharacter("U+FFFE"));
+  EXPECT_EQ(test.value("ok\uFFFF"), refusedCharacter("U+FFFF"));
+  for (const char* malformed : {"\xff", "a\xc3", "\xed\xa0\x80", "\xc0\x80", "\xf4\x90\x80\x80"}) {
+    EXPECT_EQ(test.value(malformed),
+              refused("no text of the database code page (malformed UTF-8)"));
+  }
+}
+
+TEST(DocumentTextTest, Version11RestrictsMoreCharacters) {
+  CallContext call;
+  const std::string header = "<?xml version='1.1'?>";
+  TextTest test(&call.ctx, header);
+  EXPECT_EQ(test.value("\u0085 \u00a0"), (Written{0, 0, header + "\u0085 \u00a0"}));
+  EXPECT_EQ(test.value("\x7f"), refusedCharacter("U+007F"));
+  EXPECT_EQ(test.value("\u0080"), refusedCharacter("U+0080"));
+}
+
+TEST(DocumentTextTest, OtherCodePagesKeepTheirCharacters) {
+  struct Case {
+    const char* encoding;
+    int codePage;
+    const char16_t* value;
+    const char16_t* written;  // null: refused
+  };
+  const Case cases[] = {
+      {"ISO-8859-1", 819, u"a<\u00e9>\u0080", u"a&lt;\u00e9&gt;\u0080"},
+      {"Shift_JIS", 943, u"\u8868<\u5341&\uff76", u"\u8868&lt;\u5341&amp;\uff76"},
+      {"EUC-JP", 33722, u"\u65e5\"\u672c'", u"\u65e5&quot;\u672c&apos;"},
+      {"Big5", 950, u"\u529f<\u8a31&\u84cb", u"\u529f&lt;\u8a31&amp;\u84cb"},
+      {"Shift_JIS", 943, u"\u8868\u0001", nullptr},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.encoding);
+    CallContext call(c.encoding, c.codePage);
+    ASSERT_EQ(call.rc, 0);
+    std::string value, written;
+    ASSERT_TRUE(toDatabase(&call.ctx, c.value, value));
+    const Written got = TextTest(&call.ctx).value(value);
+    if (!c.written) {
+      EXPECT_EQ(got, refusedCharacter("U+0001"));
+      continue;
+    }
+    ASSERT_TRUE(toDatabase(&call.ctx, c.written, written));
+    EXPECT_EQ(got, (Written{0, 0, written}));
+  }
+}
+
+TEST(DocumentTextTest, LongDocumentsGoOnInAFile) {
+  CallContext call;
+  const auto content = [](size_t size) {
+    std::string text;
+    while (text.size() < size) text += "0123456789abcde\n";
+    return text.substr(0, size);
+  };
+  for (const size_t size : {size_t{8192}, size_t{8193}, size_t{16384}, size_t{40000}}) {
+    SCOPED_TRACE(size);
+    const std::string text = content(size);
+    // In one long piece, and in many short ones.
+    EXPECT_EQ(TextTest(&call.ctx).write([&](DocumentText& out) { return out.append(text); }),
+              (Written{0, 0, text}));
+    EXPECT_EQ(TextTest(&call.ctx).write([&](DocumentText& out) {
+      for (size_t at = 0; at < text.size(); at += 7) {
+        if (int rc = out.append(std::string_view(text).substr(at, 7))) return rc;
+      }
+      return 0;
+    }),
+              (Written{0, 0, text}));
+  }
+}
+
+TEST(DocumentTextTest, HeadersWithWhichNothingParsesAreRefused) {
+  struct Case {
+    const char* label;
+    const char* mapping;
+    int rc, code;
+    const char* header;  // or the start of the message
+  };
+  const Case cases[] = {
+      {"all parts",
+       "<prolog>?xml version=\"1.0\"?</prolog><doctype>!DOCTYPE a SYSTEM \"a.dtd\"</doctype>"
+       "<stylesheet>?xml-stylesheet type=\"text/css\" href=\"a.css\"?</stylesheet>",
+       0, 0,
+       "<?xml version=\"1.0\"?>\n<!DOCTYPE a SYSTEM \"a.dtd\">\n"
+       "<?xml-stylesheet type=\"text/css\" href=\"a.css\"?>"},
+      {"no prolog", "<doctype>!DOCTYPE a</doctype>", -1, -61, "QRKQ000E  prolog is missing"},
+      {"an element", "<prolog>a</prolog>", -1, -112, "QRKQ047E  Parser error on line "},
+      {"the question mark is missing", "<prolog>?xml version=\"1.0\"</prolog>", -1, -112,
+       "QRKQ047E  Parser error on line 1 "},
+      {"the prolog comes late", "<prolog>!-- a --</prolog><doctype>?xml version=\"1.0\"?</doctype>",
+       -1, -112, "QRKQ047E  Parser error on line 2 "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    CallContext call;
+    std::string dad = std::string("<DAD><Xcollection>") + c.mapping +
+                      "<root_node><element_node name=\"a\"/></root_node></Xcollection></DAD>";
+    DOM_Document document;
+    ASSERT_EQ(qrkDOM(&call.ctx, dad.data(), 0, 1, document, call.state, call.msg), 0) << call.msg;
+    const DOM_Element root = document.getDocumentElement();
+    char header[kHeaderSize];
+    EXPECT_EQ(checkedDocHeader(&call.ctx, root, root.firstDescendant(u"element_node"), header,
+                               &call.code, call.msg),
+              c.rc);
+    EXPECT_EQ(call.code, c.code);
+    if (c.rc == 0) {
+      EXPECT_STREQ(header, c.header);
+    } else {
+      EXPECT_EQ(std::string(call.msg).substr(0, std::string(c.header).size()), c.header);
+    }
+  }
+}
+
+TEST(DocumentTextTest, NamesOfXml) {
+  for (const char16_t* name : {u"a", u"_x-1.2", u"\u00c9t\u00e9", u"a:b"}) {
+    EXPECT_TRUE(isXmlName(name));
+  }
+  for (const char16_t* name : {u"", u"1a", u"a b", u"-a", u"a<", u"a\"", u"a\u00d7"}) {
+    EXPECT_FALSE(isXmlName(name));
+  }
+}
+
+}  // namespace
+}  // namespace orvxml
