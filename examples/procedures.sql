@@ -1,5 +1,5 @@
--- The schema ORVXML as far as decomposition needs it: the type of stored documents, the two
--- administrative tables and the two registered procedures.
+-- The schema ORVXML as far as composition and decomposition need it: the types of stored
+-- documents, the two administrative tables and the registered procedures.
 create distinct type orvxml.XMLVarchar as varchar(3000) with comparisons;
 create distinct type orvxml.XMLCLOB as CLOB(2G);
 
@@ -35,4 +35,46 @@ create procedure orvxml.qrkInsertXML(
     in collectionName varchar(128), in XMLObj clob(1M),
     out returnCode integer, out returnMsg varchar(1024))
   external name 'orvxml!qrkInsertXML'
+  language C parameter style ORVDARI not deterministic fenced null call;
+
+create procedure orvxml.qrkGenXML(
+    in dadBuf clob(100K), in resultTable varchar(128), in overrideType integer,
+    in override varchar(32672), in maxRows integer, out numRows integer, out returnCode integer,
+    out returnMsg varchar(1024))
+  external name 'orvxml!qrkGenXML' specific ORVXML.QRKGENXML1
+  language C parameter style ORVDARI not deterministic fenced null call;
+
+create procedure orvxml.qrkGenXML(
+    in dadBuf clob(100K), in resultTable varchar(128), in resultColumn varchar(128),
+    in validColumn varchar(128), in overrideType integer, in override varchar(32672),
+    in maxRows integer, out numRows integer, out returnCode integer, out returnMsg varchar(1024))
+  external name 'orvxml!qrkGenXML2' specific ORVXML.QRKGENXML2
+  language C parameter style ORVDARI not deterministic fenced null call;
+
+create procedure orvxml.qrkGenXMLClob(
+    in dadBuf clob(100K), in overrideType integer, in override varchar(32672),
+    out resultDoc clob(1M), out valid integer, out numDocs integer, out returnCode integer,
+    out returnMsg varchar(1024))
+  external name 'orvxml!qrkGenXMLClob' specific ORVXML.QRKGENXMLCLOB
+  language C parameter style ORVDARI not deterministic fenced null call;
+
+create procedure orvxml.qrkRetrieveXMLClob(
+    in collectionName varchar(128), in overrideType integer, in override varchar(32672),
+    out resultDoc clob(1M), out valid integer, out numDocs integer, out returnCode integer,
+    out returnMsg varchar(1024))
+  external name 'orvxml!qrkRetrieveXMLClob' specific ORVXML.QRKRETRIEVEXMLCLOB
+  language C parameter style ORVDARI not deterministic fenced null call;
+
+create procedure orvxml.qrkRetrieveXML(
+    in collectionName varchar(128), in resultTable varchar(128), in overrideType integer,
+    in override varchar(32672), in maxRows integer, out numRows integer, out returnCode integer,
+    out returnMsg varchar(1024))
+  external name 'orvxml!qrkRetrieveXML' specific ORVXML.QRKRETRIEVEXML1
+  language C parameter style ORVDARI not deterministic fenced null call;
+
+create procedure orvxml.qrkRetrieveXML(
+    in collectionName varchar(128), in resultTable varchar(128), in resultColumn varchar(128),
+    in validColumn varchar(128), in overrideType integer, in override varchar(32672),
+    in maxRows integer, out numRows integer, out returnCode integer, out returnMsg varchar(1024))
+  external name 'orvxml!qrkRetrieveXML2' specific ORVXML.QRKRETRIEVEXML2
   language C parameter style ORVDARI not deterministic fenced null call;

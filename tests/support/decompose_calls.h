@@ -88,8 +88,8 @@ class DecomposeDatabase : public Database {
   // Enters a collection; without a DAD its column is null.
   void addCollection(const std::string& name, const Text& dad) {
     run("insert into orvxml.xml_usage (table_schema, table_name, col_name, dad, access_mode,"
-        " validation, trigger_suffix) values ('', '" +
-        name + "', '" + name + "', " + (dad ? quoted(*dad) : "null") + ", 0, 0, '')");
+        " validation, trigger_suffix) values ('', 'QRK_COLLECTION', '" +
+        name + "', " + (dad ? quoted(*dad) : "null") + ", 0, 0, '')");
   }
 
   // Calls the registered procedure, as the server does.
