@@ -141,6 +141,9 @@ int qrkTerminateParser(QrkStruct* ctx);                              // 0
 // counts beyond the limits give QRKQ047E.
 int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
            char* sqlstate, char* msg);
+// The code of a parse that returned `rc` and left its outcome in `sqlstate`. A failed parse is
+// never a success.
+int parseCode(QrkStruct* ctx, int rc, const char* sqlstate);
 
 // Converts a parser string into the database code page (room 4 * length + 4 bytes); returns `out`.
 char* qrkConvXMLCh(QrkStruct* ctx, const XMLCh* text, char* out);

@@ -4,6 +4,8 @@
 
 #include <bit>
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "orvxml/context.h"
 
@@ -65,6 +67,9 @@ int wcmpQualTblName(const char16_t* schemaA, const char16_t* schemaB, const char
                     const char16_t* tableB);
 // Normalises white space outside quotes in place. 0, or -57 with QRKG001E for a null query.
 int qrkCleanQueryUcs(QrkStruct* ctx, char16_t* query, const Report& report);
+
+// `name` as a delimited identifier, quotation marks in it doubled.
+std::string delimitedName(std::string_view name);
 
 // Marks of a statement under construction, tested once at its end.
 inline char* const kWriteError = std::bit_cast<char*>(~uintptr_t{0});

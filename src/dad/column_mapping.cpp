@@ -218,15 +218,9 @@ class ColumnCollector {
     override.path_str = path.release();
   }
 
-  static std::string delimited(const char* name) {
-    std::string out = "\"";
-    for (; *name; ++name) out.append(*name == '"' ? 2 : 1, *name);
-    return out + '"';
-  }
-
   static std::string qualifiedColumn(const tab& table, const char* column) {
-    const std::string schema = table.schema[0] ? delimited(table.schema) + '.' : "";
-    return schema + delimited(table.name) + '.' + delimited(column);
+    const std::string schema = table.schema[0] ? delimitedName(table.schema) + '.' : "";
+    return schema + delimitedName(table.name) + '.' + delimitedName(column);
   }
 
   int addCondition(tab& table, const std::string& condition) {

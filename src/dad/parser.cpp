@@ -149,6 +149,12 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
   return parse(report, *state, source, result);
 }
 
+int parseCode(QrkStruct* ctx, int rc, const char* sqlstate) {
+  int code = 0;
+  qrkStateToCode(ctx, &code, sqlstate);
+  return rc < 0 && code >= 0 ? rc : code;
+}
+
 char* qrkConvXMLCh(QrkStruct* ctx, const XMLCh* text, char* out) {
   if (!text) {
     QRK_TRACE(ctx, "null text");

@@ -15,7 +15,7 @@
 #include "orvxml/target_table.h"
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
-#include "src/decompose/dad_header.h"
+#include "src/dad/dad_settings.h"
 
 namespace orvxml {
 
@@ -25,17 +25,11 @@ namespace {
 
 constexpr char kModule[] = "qrkrdbi";
 constexpr int kCollectionNameSize = 129;  // bytes, terminator included
+constexpr int kSettingsError = -1;        // whatever is wrong in front of the mapping
 constexpr int kNotRegistered = -5;        // the DTD id is unknown
 constexpr int kInvalidDocument = -90;
 constexpr int kPackageNotBound = -805;
 constexpr std::string_view kValueTooLong = "22001";  // a name that the column cannot hold
-
-// The code of a parse that has left its outcome in `sqlState`. A failed parse is never a success.
-int parseCode(QrkStruct* ctx, int rc, const char* sqlState) {
-  int code = 0;
-  qrkStateToCode(ctx, &code, sqlState);
-  return rc < 0 && code >= 0 ? rc : code;
-}
 
 // ---- The locator of a stored DAD: freed with its owner.
 class LocatorOwner {
@@ -93,14 +87,14 @@ class Decomposition {
   DOM_Document dad_;
   DOM_Element top_;
   DOM_Document document_;
-  DadHeader header_;
+  DadSettings settings_;
   char sqlState_[kSqlStateSize] = "00000";
 };
 
 int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled) {
   if (int code = parseDad(dad, dadFlag)) return code;
-  if (int code = readDadHeader(ctx_, dad_, header_, msg_)) return code;
-  if (header_.validate) {
+  if (readDadSettings(ctx_, dad_, kNoSettingLimits, settings_, msg_)) return kSettingsError;
+  if (settings_.validate) {
     if (int code = validate(doc)) return code;
   }
   if (int code = buildMapping()) return code;
@@ -135,12 +129,12 @@ int Decomposition::validate(QrkOutbuf* doc) {
   char* content = qrkBufGetContent(ctx_, doc);
   if (!content) return failInternal(report(), kModule, __LINE__);
   int valid = 0;
-  if (header_.hasSchema) {
+  if (settings_.hasSchema) {
     valid = qrkValidateSchema(ctx_, content, doc->loctype, sameCodePages(),
-                              header_.schemaLocation.data(), sqlState_, msg_);
+                              settings_.schemaLocation.data(), sqlState_, msg_);
   } else {
     std::string dtdid;
-    if (!toDatabase(ctx_, header_.dtdid, dtdid)) return fail(report(), Msg::QRKA010E, "");
+    if (!toDatabase(ctx_, settings_.dtdid, dtdid)) return fail(report(), Msg::QRKA010E, "");
     if (!dtdid.empty()) {
       if (int code = fetchDtd(dtdid)) return code;
     }

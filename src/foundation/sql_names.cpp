@@ -149,6 +149,12 @@ int wcmpQualTblName(const char16_t* schemaA, const char16_t* schemaB, const char
   return schemas != 0 ? schemas : compareNames(tableA, tableB);
 }
 
+std::string delimitedName(std::string_view name) {
+  std::string out = "\"";
+  for (const char c : name) out.append(c == '"' ? 2 : 1, c);
+  return out + '"';
+}
+
 void qrkAddOutputSqlId(QrkStruct* ctx, char** cursor, const char* end, const char* name) {
   if (*cursor == kWriteError || *cursor == end) return;
   **cursor = 0;

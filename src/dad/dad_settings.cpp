@@ -1,4 +1,4 @@
-#include "src/decompose/dad_header.h"
+#include "src/dad/dad_settings.h"
 
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
@@ -11,13 +11,10 @@ namespace orvxml {
 
 namespace {
 
-// Every error of the header is reported with this code, whatever its message.
-constexpr int kHeaderError = -1;
-
-class HeaderReader {
+class SettingsReader {
  public:
-  HeaderReader(QrkStruct* ctx, DadHeader& header, char* msg)
-      : ctx_(ctx), header_(header), msg_(msg) {}
+  SettingsReader(const Report& report, const DadSettingLimits& limits, DadSettings& settings)
+      : report_(report), ctx_(report.ctx), limits_(limits), settings_(settings) {}
 
   int readChild(const DOM_Node& node);
 
@@ -27,15 +24,10 @@ class HeaderReader {
   int readValidation(const DOM_Node& node);
   std::string text(std::u16string_view value) const;
 
-  template <class... Args>
-  int failHeader(Msg message, const Args&... args) {
-    fail(Report{ctx_, msg_}, message, args...);
-    return kHeaderError;
-  }
-
-  QrkStruct* ctx_;
-  DadHeader& header_;
-  char* msg_;
+  const Report report_;
+  QrkStruct* const ctx_;
+  const DadSettingLimits& limits_;
+  DadSettings& settings_;
 };
 
 std::u16string strippedFirstChild(const DOM_Node& node) {
@@ -58,13 +50,13 @@ int childCount(const DOM_Node& node) {
   return count;
 }
 
-std::string HeaderReader::text(std::u16string_view value) const {
+std::string SettingsReader::text(std::u16string_view value) const {
   std::string converted;
   if (!toDatabase(ctx_, value, converted)) converted.clear();
   return converted;
 }
 
-int HeaderReader::readChild(const DOM_Node& node) {
+int SettingsReader::readChild(const DOM_Node& node) {
   const DOMString name = node.getNodeName();
   QRK_TRACE(ctx_, "node name = %s, # of children = %d", text(name.view()).c_str(),
             childCount(node));
@@ -72,43 +64,46 @@ int HeaderReader::readChild(const DOM_Node& node) {
   if (name.equals(u"schemabindings")) return readSchemaBindings(node);
   if (name.equals(u"dtdid")) return readDtdid(node);
   if (name.equals(u"validation")) return readValidation(node);
-  return failHeader(Msg::QRKQ040E, text(name.view()));
+  return fail(report_, Msg::QRKQ040E, text(name.view()));
 }
 
-int HeaderReader::readSchemaBindings(const DOM_Node& node) {
-  if (header_.hasDtdid) return failHeader(Msg::QRKQ057E);
-  header_.hasSchema = true;
-  header_.schemaLocation.clear();
+int SettingsReader::readSchemaBindings(const DOM_Node& node) {
+  if (settings_.hasDtdid) return fail(report_, Msg::QRKQ057E);
+  settings_.hasSchema = true;
+  settings_.schemaLocation.clear();
   for (DOM_Node child = node.getFirstChild(); !child.isNull(); child = child.getNextSibling()) {
     if (!child.isElement() || !child.getNodeName().equals(u"nonamespacelocation")) continue;
-    header_.schemaLocation = child.asElement().getAttribute(u"location").view();
+    settings_.schemaLocation = child.asElement().getAttribute(u"location").view();
+    if (settings_.schemaLocation.size() > limits_.schemaLocation) settings_.schemaLocation.clear();
   }
-  return header_.schemaLocation.empty() ? failHeader(Msg::QRKQ058E) : 0;
+  return settings_.schemaLocation.empty() ? fail(report_, Msg::QRKQ058E) : 0;
 }
 
-int HeaderReader::readDtdid(const DOM_Node& node) {
-  if (header_.hasSchema) return failHeader(Msg::QRKQ057E);
-  header_.hasDtdid = true;
+int SettingsReader::readDtdid(const DOM_Node& node) {
+  if (settings_.hasSchema) return fail(report_, Msg::QRKQ057E);
+  settings_.hasDtdid = true;
   if (node.getFirstChild().isNull()) return 0;
-  header_.dtdid = strippedFirstChild(node);
-  QRK_TRACE(ctx_, "dtdid = %s", text(header_.dtdid).c_str());
+  settings_.dtdid = strippedFirstChild(node);
+  QRK_TRACE(ctx_, "dtdid = %s", text(settings_.dtdid).c_str());
   return 0;
 }
 
-int HeaderReader::readValidation(const DOM_Node& node) {
+int SettingsReader::readValidation(const DOM_Node& node) {
   const std::u16string value = strippedFirstChild(node);
   QRK_TRACE(ctx_, "validation = %s", text(value).c_str());
-  header_.validate = startsWith(value, u"YES", 3);
-  if (header_.validate || startsWith(value, u"NO", 2)) return 0;
-  return failHeader(Msg::QRKA056E, text(value));
+  const bool fits = node.getFirstChild().getNodeValue().view().size() <= limits_.validation;
+  settings_.validate = fits && startsWith(value, u"YES", 3);
+  if (settings_.validate || (fits && startsWith(value, u"NO", 2))) return 0;
+  return fail(report_, Msg::QRKA056E, text(value));
 }
 
 }  // namespace
 
-int readDadHeader(QrkStruct* ctx, const DOM_Document& dad, DadHeader& header, char* msg) {
+int readDadSettings(QrkStruct* ctx, const DOM_Document& dad, const DadSettingLimits& limits,
+                    DadSettings& settings, char* msg) {
   const DOM_Element root = dad.getDocumentElement();
   QRK_TRACE(ctx, "number children = %d", childCount(root));
-  HeaderReader reader(ctx, header, msg);
+  SettingsReader reader(Report{ctx, msg}, limits, settings);
   for (DOM_Node child = root.getFirstChild(); !child.isNull(); child = child.getNextSibling()) {
     if (int code = reader.readChild(child)) return code;
   }
