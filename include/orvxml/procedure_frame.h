@@ -4,8 +4,9 @@
 // Two conventions share it. `sqldaProcedure` serves procedures that receive a descriptor area: the
 // inputs come first, the last two entries are the return code and the message. `listProcedure`
 // serves the "_STP" forms, which receive every parameter with its null indicator. The operation is
-// `int operation(Call&)`: it returns a code and has written the message of a negative one. No
-// exception leaves the frame.
+// `int operation(Call&)`: it returns a code and has written the message of a negative one, and of a
+// warning where the procedure passes them on. Outputs other than code and message are its own
+// affair. No exception leaves the frame.
 #pragma once
 
 #include <initializer_list>
@@ -13,6 +14,7 @@
 
 #include <xercesc/util/OutOfMemoryException.hpp>
 
+#include "orvxml/buffer.h"
 #include "orvxml/context.h"
 
 namespace orvxml {
@@ -32,8 +34,11 @@ int fail(Call& call, Msg message, const Args&... args) {
 
 struct ProcedureInfo {
   const char* module;  // named by internal errors
-  Msg success;         // replaces the message of every code that is no failure
+  Msg success;         // the message of every code that is no failure
   int inputs;          // parameters in front of the outputs
+  int outputs = 2;     // with the code and the message
+  // Positive codes are passed on with their messages; otherwise they count as success.
+  bool warns = false;
 };
 
 // What an "_STP" form gives back; any pointer may be null.
@@ -56,6 +61,13 @@ inline bool isNull(const sqlvar& parameter) {
 inline void setIndicator(short* indicator, short value) {
   if (indicator) *indicator = value;
 }
+// Takes the bytes of a parameter that is a text into `buffer`: in memory, or in a temporary file
+// above the threshold. 0, or the code of the message: bytes behind a NUL would be lost and are
+// refused with QRKD000E, a negative length or no bytes with QRKG004E.
+int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length);
+// Whether anything but NULs follows the first NUL.
+bool hasTextAfterNul(const char* data, size_t length);
+
 // Inputs do not travel back to the caller.
 inline void inputsNotReturned(std::initializer_list<short*> indicators) {
   for (short* indicator : indicators) setIndicator(indicator, kInputNotReturned);
@@ -65,11 +77,11 @@ namespace detail {
 // Sets the context up and traces the start. 0, or the code of the failure.
 int beginCall(Call& call);
 // Completes the message: the success text, or a text for a failure that brought none. Returns the
-// code to report: 0 for every outcome that is no failure.
+// code to report: never positive unless the procedure warns.
 int settleOutcome(Call& call, const ProcedureInfo& info, int code);
 // Traces the end and tears the context down, whose own result replaces a code of 0.
 int endCall(Call& call, int code);
-// False when `da` does not hold the inputs and the two outputs.
+// Whether `da` holds all inputs and outputs.
 bool hasParameters(const sqlda* da, const ProcedureInfo& info);
 // Writes the return code into its entry and sets the indicators of the inputs, of the code and of
 // the message.
@@ -117,11 +129,15 @@ int procedure(const ProcedureInfo& info, char* msg, Operation&& operation, Deliv
 // Returns 1, as the server expects of a procedure of this convention.
 template <class Operation>
 int sqldaProcedure(const ProcedureInfo& info, sqlda* da, Operation&& operation) {
-  if (!detail::hasParameters(da, info)) return 1;
+  // Without a place for the outcome there is nobody to report to.
+  if (da == nullptr || da->sqld < 2) return 1;
   char msg[kMessageSize];
-  const int code = procedure(info, msg, operation, [&](Call& call) {
-    qrkSetOutputMessage(&call.ctx, &da->sqlvar[da->sqld - 1], msg);
-  });
+  const int code = procedure(
+      info, msg,
+      [&](Call& call) {
+        return detail::hasParameters(da, info) ? operation(call) : fail(call, Msg::QRKG004E);
+      },
+      [&](Call& call) { qrkSetOutputMessage(&call.ctx, &da->sqlvar[da->sqld - 1], msg); });
   detail::setDescriptorOutputs(da, info, code);
   return 1;
 }

@@ -23,29 +23,6 @@ struct FreeMemory {
   void operator()(char* memory) const { std::free(memory); }
 };
 
-// A text ends at its first NUL; whatever else follows it would be lost.
-bool hasTextAfterNul(const char* data, size_t length) {
-  const void* nul = std::memchr(data, 0, length);
-  if (!nul) return false;
-  return std::any_of(static_cast<const char*>(nul), data + length, [](char c) { return c != 0; });
-}
-
-// Takes a parameter's bytes into `buffer`: in memory, or in a temporary file above the threshold.
-int fill(Call& call, OutBuffer& buffer, const char* data, int length) {
-  if (length < 0) return fail(call, Msg::QRKG004E);
-  if (hasTextAfterNul(data, static_cast<size_t>(length))) return fail(call, Msg::QRKD000E);
-  int code = 0;
-  if (qrkBufAcquire(&call.ctx, buffer.get(), static_cast<uint32_t>(length),
-                    static_cast<uint32_t>(call.ctx.fileThreshold), QRK_LOC_MEMORY, &code, call.msg,
-                    1) != 0) {
-    return code;
-  }
-  if (qrkFillBuffer(&call.ctx, buffer.get(), data, &code, call.sqlState) != 0) {
-    return fail(call, Msg::QRKC003E);
-  }
-  return 0;
-}
-
 int fillDad(Call& call, OutBuffer& dad, sqlda* da) {
   char* data = nullptr;
   int length = 0;
@@ -53,7 +30,7 @@ int fillDad(Call& call, OutBuffer& dad, sqlda* da) {
   if (qrkGetStProcParam(&call.ctx, da, 0, &data, &length, &code, call.msg) != 0) return code;
   QRK_TRACE(&call.ctx, "dad length:%d", length);
   QRK_TRACE(&call.ctx, "dad varchar data:'%.*s...'", std::min(length, kTracedBytes), data);
-  return fill(call, dad, data, length);
+  return fillBuffer(call, dad, data, length);
 }
 
 int fillDocument(Call& call, OutBuffer& document, sqlda* da) {
@@ -64,12 +41,12 @@ int fillDocument(Call& call, OutBuffer& document, sqlda* da) {
   QRK_TRACE(&call.ctx, "xml file length:%d, rc:%d", length, rc);
   if (rc != 0) return code;
   QRK_TRACE(&call.ctx, "xml file:'%.*s...'", std::min(length, kTracedBytes), data);
-  return fill(call, document, data, length);
+  return fillBuffer(call, document, data, length);
 }
 
 int fillDocument(Call& call, OutBuffer& document, const clob& value) {
   QRK_TRACE(&call.ctx, "xml file:'%.*s...'", std::clamp(value.length, 0, kTracedBytes), value.data);
-  return fill(call, document, value.data, value.length);
+  return fillBuffer(call, document, value.data, value.length);
 }
 
 int shred(Call& call, QrkOutbuf* dad, QrkOutbuf* document) {
@@ -142,7 +119,7 @@ int qrkShredXML_STP(clob* dadBuf, clob* XMLObj, int* returnCode, char* returnMsg
     if (absent) return fail(call, Msg::QRKG004E);
     OutBuffer dad(&call.ctx);
     OutBuffer document(&call.ctx);
-    if (int code = fill(call, dad, dadBuf->data, dadBuf->length)) return code;
+    if (int code = fillBuffer(call, dad, dadBuf->data, dadBuf->length)) return code;
     if (int code = fillDocument(call, document, *XMLObj)) return code;
     return shred(call, dad.get(), document.get());
   });

@@ -1,11 +1,35 @@
 #include "orvxml/procedure_frame.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
 #include "orvxml/trace.h"
 
-namespace orvxml::detail {
+namespace orvxml {
+
+bool hasTextAfterNul(const char* data, size_t length) {
+  const void* nul = std::memchr(data, 0, length);
+  if (!nul) return false;
+  return std::any_of(static_cast<const char*>(nul), data + length, [](char c) { return c != 0; });
+}
+
+int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length) {
+  if (length < 0) return fail(call, Msg::QRKG004E);
+  if (hasTextAfterNul(data, static_cast<size_t>(length))) return fail(call, Msg::QRKD000E);
+  int code = 0;
+  if (qrkBufAcquire(&call.ctx, buffer.get(), static_cast<uint32_t>(length),
+                    static_cast<uint32_t>(call.ctx.fileThreshold), QRK_LOC_MEMORY, &code, call.msg,
+                    1) != 0) {
+    return code;
+  }
+  if (qrkFillBuffer(&call.ctx, buffer.get(), data, &code, call.sqlState) != 0) {
+    return fail(call, Msg::QRKC003E);
+  }
+  return 0;
+}
+
+namespace detail {
 
 int plainOutcome(Call& call, Msg message) {
   std::snprintf(call.msg, kMessageSize, "%s\n", qrkMsgTable[static_cast<size_t>(message)]);
@@ -39,23 +63,26 @@ void giveMessage(Call& call, const ProcedureInfo& info, int code) {
 }  // namespace
 
 int settleOutcome(Call& call, const ProcedureInfo& info, int code) {
+  if (code > 0 && info.warns && *call.msg != '\0') return code;
   if (code >= 0) return report(Report{&call.ctx, call.msg}, info.success);
   if (*call.msg == '\0') giveMessage(call, info, code);
   return code;
 }
 
 int endCall(Call& call, int code) {
+  QRK_TRACE(&call.ctx, "Exits, *errCode=%ld", static_cast<long>(code));
   QRK_TRACE(&call.ctx, "stored procedure exits.");
   const int exitCode = qrkExit(&call.ctx, call.sqlState);
   return code == 0 ? exitCode : code;
 }
 
 bool hasParameters(const sqlda* da, const ProcedureInfo& info) {
-  return da != nullptr && da->sqld >= info.inputs + 2;
+  return da->sqld >= info.inputs + info.outputs;
 }
 
 void setDescriptorOutputs(sqlda* da, const ProcedureInfo& info, int code) {
-  for (int i = 0; i < info.inputs; ++i) setIndicator(da->sqlvar[i].sqlind, kInputNotReturned);
+  const int inputs = std::min(info.inputs, da->sqld - 2);
+  for (int i = 0; i < inputs; ++i) setIndicator(da->sqlvar[i].sqlind, kInputNotReturned);
   for (int i = da->sqld - 2; i < da->sqld; ++i) setIndicator(da->sqlvar[i].sqlind, 0);
   const sqlvar& entry = da->sqlvar[da->sqld - 2];
   if (!entry.sqldata) return;
@@ -68,4 +95,5 @@ void setDescriptorOutputs(sqlda* da, const ProcedureInfo& info, int code) {
   }
 }
 
-}  // namespace orvxml::detail
+}  // namespace detail
+}  // namespace orvxml

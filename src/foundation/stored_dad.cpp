@@ -1,0 +1,53 @@
+#include "src/foundation/stored_dad.h"
+
+#include <string_view>
+
+#include "orvxml/locators.h"
+#include "src/foundation/server_statements.h"
+
+namespace orvxml {
+namespace {
+
+constexpr int kPackageNotBound = -805;
+constexpr std::string_view kValueTooLong = "22001";  // a name that the column cannot hold
+
+}  // namespace
+
+void LocatorOwner::release() {
+  if (locator_ == 0) return;
+  sqlca area{};
+  orv::esql::freeLocator(locator_, area);
+  locator_ = 0;
+}
+
+void StoredDad::open(const char* query, char* name, int nameSize, sqlca& area) {
+  statement_.prepare(query, area);
+  if (area.sqlcode < 0) return;
+  const orv::esql::HostVariable input[] = {orv::esql::stringVariable(name, nameSize)};
+  cursor_.open(input, area);
+}
+
+void StoredDad::fetch(sqlca& area) {
+  const orv::esql::HostVariable output[] = {
+      orv::esql::clobLocatorVariable(locator_.address(), &indicator_)};
+  cursor_.fetch(output, area);
+}
+
+void StoredDad::close() {
+  sqlca area{};
+  cursor_.close(area);
+}
+
+int StoredDad::read(QrkStruct* ctx, QrkOutbuf* buf, char* msg) {
+  const int code = qrkGetDataFromLocator(ctx, locator_.value(), buf, msg);
+  locator_.release();
+  return code;
+}
+
+int failCollection(const Report& report, const sqlca& area, const char* name) {
+  const std::string_view state(area.sqlstate, sizeof area.sqlstate);
+  if (area.sqlcode == kNoRow || state == kValueTooLong) return fail(report, Msg::QRKQ028E, name);
+  return failDb(report, area, area.sqlcode == kPackageNotBound ? Msg::QRKA073E : Msg::QRKQ052E);
+}
+
+}  // namespace orvxml
