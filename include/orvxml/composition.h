@@ -34,6 +34,8 @@ struct ValidationSource {
                      // kValidateBySchema: the schema's location, char16_t
 };
 
+class ResultWriter;  // src/compose/result_storage.h
+
 // ---- Where composed documents go. Without a result table they go into the CLOB output.
 struct Delivery {
   const char* resultTable = nullptr;  // as the caller wrote it; null: CLOB mode
@@ -48,6 +50,7 @@ struct Delivery {
   int32_t* clobLen = nullptr;  // receives the length written
   int32_t* valid = nullptr;    // receives the validation result, or -1 when not validated
   SQLHDBC hdbc = SQL_NULL_HANDLE;
+  ResultWriter* writer = nullptr;  // keeps the INSERT prepared from one document to the next
 
   bool toTable() const { return resultTable != nullptr; }
 };

@@ -12,6 +12,7 @@ extern const orv::esql::Module kQrksuwo;   // catalog and locator statements (se
 extern const orv::esql::Module kQrkcnuwo;  // connection properties (code_pages.cpp)
 extern const orv::esql::Module kQrkrdbi;   // decomposition (decompose/driver.cpp)
 extern const orv::esql::Module kQrktab;    // target tables (decompose/target_table.cpp)
+extern const orv::esql::Module kQrkcomp;   // composed documents (compose/result_storage.cpp)
 extern const orv::esql::Module kQrksqlda;  // describing (compose/descriptor_areas.cpp)
 
 // All of them, for the bind files.
