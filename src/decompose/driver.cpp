@@ -7,7 +7,6 @@
 #include "orvxml/catalog_queries.h"
 #include "orvxml/cli_handles.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/locators.h"
 #include "orvxml/mapping_model.h"
 #include "orvxml/packages.h"
 #include "orvxml/parser.h"
@@ -16,6 +15,8 @@
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
 #include "src/dad/dad_settings.h"
+#include "src/foundation/server_statements.h"
+#include "src/foundation/stored_dad.h"
 
 namespace orvxml {
 
@@ -28,28 +29,6 @@ constexpr int kCollectionNameSize = 129;  // bytes, terminator included
 constexpr int kSettingsError = -1;        // whatever is wrong in front of the mapping
 constexpr int kNotRegistered = -5;        // the DTD id is unknown
 constexpr int kInvalidDocument = -90;
-constexpr int kPackageNotBound = -805;
-constexpr std::string_view kValueTooLong = "22001";  // a name that the column cannot hold
-
-// ---- The locator of a stored DAD: freed with its owner.
-class LocatorOwner {
- public:
-  LocatorOwner() = default;
-  ~LocatorOwner() { release(); }
-  LocatorOwner(const LocatorOwner&) = delete;
-  LocatorOwner& operator=(const LocatorOwner&) = delete;
-  int32_t* address() { return &locator_; }
-  int32_t value() const { return locator_; }
-  void release() {
-    if (locator_ == 0) return;
-    sqlca area{};
-    orv::esql::freeLocator(locator_, area);
-    locator_ = 0;
-  }
-
- private:
-  int32_t locator_ = 0;
-};
 
 // ---- One decomposition: the steps share the context, the model and the parsed documents.
 class Decomposition {
@@ -203,28 +182,14 @@ int Decomposition::insertRows() {
   return code;
 }
 
-// ---- The stored DAD of a collection.
-int collectionFailure(const Report& report, const sqlca& area, const char* name) {
-  const std::string_view state(area.sqlstate, sizeof area.sqlstate);
-  if (area.sqlcode == 100 || state == kValueTooLong) return fail(report, Msg::QRKQ028E, name);
-  return failDb(report, area, area.sqlcode == kPackageNotBound ? Msg::QRKA073E : Msg::QRKQ052E);
-}
-
-// Opens `cursor` on the collection's DAD and fetches it. 0 or the message's code.
-int fetchDad(orv::esql::Statement& statement, orv::esql::Cursor& cursor, char* name,
-             LocatorOwner& locator, const Report& report) {
+// Fetches the DAD of the collection `name`. 0 or the message's code.
+int fetchDad(const Report& report, StoredDad& dad, char* name) {
   sqlca area{};
-  statement.prepare("select dad from orvxml.xml_usage where col_name = ?", area);
-  if (area.sqlcode < 0) return collectionFailure(report, area, name);
-  const orv::esql::HostVariable input[] = {orv::esql::stringVariable(name, kCollectionNameSize)};
-  cursor.open(input, area);
-  if (area.sqlcode < 0) return collectionFailure(report, area, name);
-  int16_t dadIndicator = 0;
-  const orv::esql::HostVariable output[] = {
-      orv::esql::clobLocatorVariable(locator.address(), &dadIndicator)};
-  cursor.fetch(output, area);
-  if (area.sqlcode == 100 || area.sqlcode < 0) return collectionFailure(report, area, name);
-  return dadIndicator < 0 ? fail(report, Msg::QRKQ029E, name) : 0;
+  dad.open("select dad from orvxml.xml_usage where col_name = ?", name, kCollectionNameSize, area);
+  if (area.sqlcode < 0) return failCollection(report, area, name);
+  dad.fetch(area);
+  if (area.sqlcode == kNoRow || area.sqlcode < 0) return failCollection(report, area, name);
+  return dad.indicator() < 0 ? fail(report, Msg::QRKQ029E, name) : 0;
 }
 
 }  // namespace
@@ -239,12 +204,9 @@ int qrkDecomposeByName(QrkStruct* ctx, const char* collectionName, QrkOutbuf* do
   fullName.copy(name, sizeof name - 1);
 
   OutBuffer dad(ctx);
-  orv::esql::Statement statement(kQrkrdbi);
-  orv::esql::Cursor cursor(statement);
-  LocatorOwner locator;
-  if (int code = fetchDad(statement, cursor, name, locator, report)) return code;
-  const int rc = qrkGetDadFileFromLocator(ctx, locator.value(), dad.get(), msg);
-  locator.release();
+  StoredDad stored(kQrkrdbi);
+  if (int code = fetchDad(report, stored, name)) return code;
+  const int rc = stored.read(ctx, dad.get(), msg);
   if (rc != 0) {
     QRK_TRACE(ctx, "qrkGetDadFileFromLocator() failed w/ rc=%d", rc);
     return failInternal(report, kModule, __LINE__);
