@@ -53,6 +53,7 @@ struct Index {
   std::string tableName;
   bool unique = false;
   std::vector<std::pair<std::string, bool>> columns;  // name, descending
+  bool declared = false;                              // on a declared temporary table
 };
 
 struct Table {
@@ -67,8 +68,10 @@ struct Table {
   std::vector<CheckConstraint> checks;
   std::string tableSpace;
   std::string baseSchema, baseTable;  // aliases
-  bool foreign = false;  // made by another program: types are read from its own DDL, and
-                         // its names are folded, the storedNames being as it wrote them
+  bool foreign = false;    // made by another program: types are read from its own DDL, and
+                           // its names are folded, the storedNames being as it wrote them
+  bool declared = false;   // a declared temporary table, which this session alone has
+  bool keepsRows = false;  // declared: over a commit
 
   // -1 when there is none. Columns of other programs are found under every spelling.
   int columnIndex(std::string_view column) const;
@@ -100,6 +103,9 @@ struct Package {
   std::string name;
   std::string token;
 };
+
+// The schema of the declared temporary tables, and of nothing else.
+inline constexpr std::string_view kDeclaredSchema = "SESSION";
 
 class Catalog {
  public:

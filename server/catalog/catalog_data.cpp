@@ -40,7 +40,6 @@ void CatalogData::index() {
     if (table->foreign) {
       byFoldedName_.emplace(keyOf(table->schema, foldAscii(table->storedName)), table.get());
     }
-    byStoredName_.emplace(foldAscii(table->storedName), table.get());
   }
 }
 
@@ -50,11 +49,6 @@ const Table* CatalogData::findTable(std::string_view schema, std::string_view na
   if (exact != byName_.end()) return exact->second;
   auto folded = byFoldedName_.find(keyOf(schema, foldAscii(name)));
   return folded == byFoldedName_.end() ? nullptr : folded->second;
-}
-
-const Table* CatalogData::findStored(std::string_view storedName) const {
-  auto found = byStoredName_.find(foldAscii(storedName));
-  return found == byStoredName_.end() ? nullptr : found->second;
 }
 
 const Index* CatalogData::findIndex(std::string_view schema, std::string_view name) const {

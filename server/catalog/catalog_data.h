@@ -26,12 +26,12 @@ class CatalogData {
   std::vector<std::unique_ptr<Procedure>> procedures;
   std::vector<Package> packages;
 
-  // Prepares the lookups; call once after filling the lists.
+  // Prepares the lookups; call once after filling the lists. Of two tables with one name the first
+  // in the list is the one that is found.
   void index();
 
   // Exact schema and name first; then, for objects of other programs, the name in another case.
   const Table* findTable(std::string_view schema, std::string_view name) const;
-  const Table* findStored(std::string_view storedName) const;
   const Index* findIndex(std::string_view schema, std::string_view name) const;
   const DistinctType* findType(std::string_view schema, std::string_view name) const;
   const Procedure* findProcedure(std::string_view schema, std::string_view name,
@@ -43,7 +43,6 @@ class CatalogData {
  private:
   std::unordered_map<std::string, const Table*> byName_;
   std::unordered_map<std::string, const Table*> byFoldedName_;  // of other programs
-  std::unordered_map<std::string, const Table*> byStoredName_;  // folded: the engine ignores case
 };
 
 // Upper case for ASCII letters only, as engines that ignore the case of names compare them.

@@ -1,6 +1,7 @@
 #include "server/catalog/system_views.h"
 
 #include <algorithm>
+#include <ranges>
 
 namespace orv {
 namespace {
@@ -26,6 +27,9 @@ ViewValue textOrNull(const std::string& value) {
 std::string yesNo(bool yes) {
   return yes ? "Y" : "N";
 }
+
+// Declared temporary tables and their indexes are in no view.
+constexpr auto listed = [](const auto& object) { return !object->declared; };
 
 // "2G" is one byte more than the length's type holds.
 ViewValue lengthOf(const SqlType& type) {
@@ -85,7 +89,7 @@ constexpr ViewColumn kTables[] = {text("TABSCHEMA"),
 
 std::vector<ViewRow> tableRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& t : data.tables) {
+  for (const auto& t : data.tables | std::views::filter(listed)) {
     int64_t keyColumns = t->primaryKey ? static_cast<int64_t>(t->primaryKey->columns.size()) : 0;
     std::string type(1, t->type == 'S' ? 'V' : t->type);
     rows.push_back({t->schema, t->name, type, textOrNull(t->baseSchema), textOrNull(t->baseTable),
@@ -112,7 +116,7 @@ constexpr ViewColumn kColumns[] = {text("TABSCHEMA"),
 
 std::vector<ViewRow> columnRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& t : data.tables) {
+  for (const auto& t : data.tables | std::views::filter(listed)) {
     for (size_t i = 0; i < t->columns.size(); ++i) {
       const Column& c = t->columns[i];
       bool hasCodePage = isCharacter(c.type.kind) || isGraphic(c.type.kind);
@@ -222,7 +226,7 @@ constexpr ViewColumn kIndexes[] = {text("INDSCHEMA"), text("INDNAME"),       tex
 
 std::vector<ViewRow> indexRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& i : data.indexes) {
+  for (const auto& i : data.indexes | std::views::filter(listed)) {
     std::string columns;
     for (const auto& [name, descending] : i->columns) {
       columns.append(descending ? "-" : "+").append(name);
@@ -240,7 +244,7 @@ constexpr ViewColumn kReferences[] = {text("TABSCHEMA"),    text("TABNAME"),    
 
 std::vector<ViewRow> referenceRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& t : data.tables) {
+  for (const auto& t : data.tables | std::views::filter(listed)) {
     for (const ForeignKey& f : t->foreignKeys) {
       // A(no action), C(ascade), N(ull), R(estrict)
       std::string rule = f.onDelete == "CASCADE"    ? "C"
@@ -259,7 +263,7 @@ constexpr ViewColumn kKeycoluse[] = {text("TABSCHEMA"), text("TABNAME"), text("C
 
 std::vector<ViewRow> keyColumnRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& t : data.tables) {
+  for (const auto& t : data.tables | std::views::filter(listed)) {
     auto add = [&](const std::string& name, const std::vector<int>& columns) {
       for (size_t i = 0; i < columns.size(); ++i) {
         rows.push_back({t->schema, t->name, name, t->columns[static_cast<size_t>(columns[i])].name,

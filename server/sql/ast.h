@@ -174,10 +174,13 @@ enum class StatementKind : uint8_t {
   Savepoint,
   ReleaseSavepoint,
   CreateTable,
+  DeclareTable,  // DECLARE GLOBAL TEMPORARY TABLE
   DropTable,
   AlterTable,
   CreateIndex,
   DropIndex,
+  CreateAlias,
+  DropAlias,
   CreateDistinctType,
   DropDistinctType,
   CreateTableSpace,
@@ -250,21 +253,27 @@ struct Statement {
   StatementKind kind = StatementKind::Select;
   std::string text;  // as given
 
-  QueryPtr query;                // Select; Insert from a query or VALUES
-  QualifiedName name;            // the object: table, index, type, procedure, savepoint, schema
-  const Table* table = nullptr;  // resolved: Insert, Update, Delete, DropTable, AlterTable, ...
+  QueryPtr query;      // Select; Insert from a query or VALUES
+  QualifiedName name;  // the object: table, index, type, procedure, savepoint, schema
+  // resolved: Insert, Update, Delete, DropTable, AlterTable, ...; CreateAlias: what it stands for;
+  // DeclareTable: the declared table that it replaces, or null
+  const Table* table = nullptr;
   // Update, Delete: the table as a row source; its alias is the table's stored name. CreateTable,
-  // AlterTable: the row source of check constraints, without a table.
+  // DeclareTable, AlterTable: the row source of check constraints, without a table.
   std::unique_ptr<TableRef> target;
   std::vector<std::string> insertColumns;  // resolved: filled when left out
   std::vector<int> insertColumnIndexes;    // resolved: positions in the table
   std::vector<Assignment> assignments;     // Update
   ExprPtr where;                           // Update, Delete
 
-  std::vector<ColumnDefinition> columns;                   // CreateTable, AlterTable ADD
-  std::vector<KeyDefinition> keys;                         // CreateTable, AlterTable ADD
-  std::string tableSpace;                                  // IN name
-  QualifiedName indexedTable;                              // CreateIndex: ON table
+  std::vector<ColumnDefinition> columns;  // CreateTable, DeclareTable, AlterTable ADD
+  std::vector<KeyDefinition> keys;        // CreateTable, DeclareTable, AlterTable ADD
+  std::string tableSpace;                 // IN name
+  bool replace = false;                   // DeclareTable: WITH REPLACE
+  bool keepRows = false;                  // DeclareTable: ON COMMIT PRESERVE ROWS
+  QualifiedName base;                     // DeclareTable: LIKE table; CreateAlias: FOR table
+  const Table* pattern = nullptr;         // DeclareTable, resolved: the table after LIKE
+  QualifiedName indexedTable;             // CreateIndex: ON table
   std::vector<std::pair<std::string, bool>> indexColumns;  // name, descending
   bool unique = false;                                     // CreateIndex
   SqlType sourceType;                                      // CreateDistinctType

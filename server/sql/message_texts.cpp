@@ -27,6 +27,9 @@ constexpr std::array kMessages{
     MessageText{-4, "42724", "The bind file \"%1\" cannot be read."},
     MessageText{-7, "42601", "The character \"%1\" that follows \"%2\" is not valid in SQL."},
     MessageText{-10, "42603", "The string constant that begins with %1 has no end."},
+    MessageText{-79, "428EK",
+                "\"%1\" cannot be made: SESSION is the schema of declared temporary tables, and of "
+                "them alone."},
     MessageText{-84, "42612", "The statement is not allowed in this place."},
     MessageText{-101, "54001", "The statement is too long or too deeply nested."},
     MessageText{-102, "54002", "The string constant that begins with %1 is too long."},
@@ -120,6 +123,7 @@ constexpr std::array kMessages{
     MessageText{-516, "26501", "The described statement is not prepared."},
     MessageText{-517, "07005", "The cursor's statement is not a query."},
     MessageText{-518, "07003", "The statement to execute is not prepared or is a query."},
+    MessageText{-526, "42995", "\"%1\" is not allowed on the declared temporary table \"%2\"."},
     MessageText{-530, "23503", "The foreign key \"%1\" matches no parent row."},
     MessageText{-531, "23504",
                 "A parent key cannot be changed: rows refer to it by the foreign key \"%1\"."},

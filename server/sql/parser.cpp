@@ -33,6 +33,7 @@ void Parser::parseStatementBody() {
       {"RELEASE", [](Parser& p) { p.parseRelease(); }},
       {"SET", [](Parser& p) { p.parseSet(); }},
       {"CREATE", [](Parser& p) { p.parseCreate(); }},
+      {"DECLARE", [](Parser& p) { p.parseDeclareTable(); }},
       {"DROP", [](Parser& p) { p.parseDrop(); }},
       {"ALTER", [](Parser& p) { p.parseAlterTable(); }},
       {"GRANT", [](Parser& p) { p.parseGrant("TO"); }},

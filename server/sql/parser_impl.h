@@ -2,7 +2,7 @@
 // its members are spread over one file per group of statements: parser.cpp (dispatch and units of
 // work), parser_support.cpp (tokens, names, errors), parser_expression.cpp and parser_primary.cpp,
 // parser_query.cpp, parser_change.cpp (INSERT, UPDATE, DELETE, CALL), parser_type.cpp,
-// parser_table.cpp, parser_object.cpp (other DDL) and parser_routine.cpp.
+// parser_table.cpp, parser_temporary.cpp, parser_object.cpp (other DDL) and parser_routine.cpp.
 //
 // No rule ever backtracks, so that parsing takes time in proportion to the text. Two things bound
 // the stack: `Nesting` counts the open rules, and every node knows its height.
@@ -151,7 +151,10 @@ class Parser {
   void parseDrop();
   void parseAlterTable();
   void parseCreateTable();
+  void parseDeclareTable();
+  void parseDeclareOptions();
   void parseCreateIndex();
+  void parseCreateAlias();
   void parseCreateDistinctType();
   void parseCreateTableSpace();
   void parseCreateProcedure();
@@ -175,7 +178,9 @@ class Parser {
   bool tableConstraintFollows() const;
   KeyDefinition parseCheck(std::string constraint);
   void parseReferences(KeyDefinition& key);
+  void parseTableElements();
   void parseTableOptions();
+  void parseTableSpaceName();
 
   // ---- routines
   ParameterDefinition parseParameter();

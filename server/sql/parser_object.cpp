@@ -4,11 +4,12 @@
 
 namespace orv {
 
-// create: CREATE ( TABLE .. | [UNIQUE] INDEX .. | DISTINCT TYPE .. | TABLESPACE .. | SCHEMA name
-//                | PROCEDURE .. )
+// create: CREATE ( TABLE .. | [UNIQUE] INDEX .. | ALIAS .. | DISTINCT TYPE .. | TABLESPACE ..
+//                | SCHEMA name | PROCEDURE .. )
 void Parser::parseCreate() {
   if (acceptWord("TABLE")) return parseCreateTable();
   if (isWord("INDEX") || areWords("UNIQUE INDEX")) return parseCreateIndex();
+  if (acceptWord("ALIAS")) return parseCreateAlias();
   if (acceptWords("DISTINCT TYPE")) return parseCreateDistinctType();
   if (acceptWord("PROCEDURE")) return parseCreateProcedure();
   if (acceptWord("SCHEMA")) {
@@ -17,10 +18,11 @@ void Parser::parseCreate() {
     if (acceptWord("AUTHORIZATION")) parseName();
     return;
   }
-  for (const std::string_view prefix : {"REGULAR", "LONG", "LARGE"}) {
-    if (isWord(prefix) && isWord("TABLESPACE", 1)) advance();
+  for (const std::string_view kind :
+       {"TABLESPACE", "REGULAR TABLESPACE", "LONG TABLESPACE", "LARGE TABLESPACE",
+        "USER TEMPORARY TABLESPACE", "SYSTEM TEMPORARY TABLESPACE"}) {
+    if (acceptWords(kind)) return parseCreateTableSpace();
   }
-  if (acceptWord("TABLESPACE")) return parseCreateTableSpace();
   unexpected("<object type>");
 }
 
@@ -42,6 +44,14 @@ void Parser::parseCreateIndex() {
   expectSymbol(")");
 }
 
+// create alias: CREATE ALIAS name FOR table
+void Parser::parseCreateAlias() {
+  statement_->kind = StatementKind::CreateAlias;
+  statement_->name = parseQualifiedName();
+  expectWord("FOR");
+  statement_->base = parseQualifiedName();
+}
+
 // create distinct type: CREATE DISTINCT TYPE name AS type [WITH COMPARISONS]
 void Parser::parseCreateDistinctType() {
   statement_->kind = StatementKind::CreateDistinctType;
@@ -61,7 +71,7 @@ void Parser::parseCreateTableSpace() {
   while (token().kind != TokenKind::End && !isSymbol(";")) advance();
 }
 
-// drop: DROP ( TABLE | INDEX | DISTINCT TYPE | TYPE | TABLESPACE | SCHEMA ) name [RESTRICT]
+// drop: DROP ( TABLE | INDEX | ALIAS | DISTINCT TYPE | TYPE | TABLESPACE | SCHEMA ) name [RESTRICT]
 //     | DROP [SPECIFIC] PROCEDURE ..
 void Parser::parseDrop() {
   struct Entry {
@@ -72,6 +82,7 @@ void Parser::parseDrop() {
   static constexpr Entry kObjects[] = {
       {"TABLE", StatementKind::DropTable, true},
       {"INDEX", StatementKind::DropIndex, true},
+      {"ALIAS", StatementKind::DropAlias, true},
       {"TYPE", StatementKind::DropDistinctType, true},
       {"TABLESPACE", StatementKind::DropTableSpace, false},
       {"SCHEMA", StatementKind::DropSchema, false},

@@ -4,10 +4,16 @@
 
 namespace orv {
 
-// create table: CREATE TABLE name ( element {, element} ) options
+// create table: CREATE TABLE name elements options
 void Parser::parseCreateTable() {
   statement_->kind = StatementKind::CreateTable;
   statement_->name = parseQualifiedName();
+  parseTableElements();
+  parseTableOptions();
+}
+
+// elements: ( element {, element} )
+void Parser::parseTableElements() {
   expectSymbol("(");
   do {
     if (tableConstraintFollows()) {
@@ -17,15 +23,13 @@ void Parser::parseCreateTable() {
     }
   } while (acceptSymbol(","));
   expectSymbol(")");
-  parseTableOptions();
 }
 
 // options: { [INDEX | LONG] IN name | NOT LOGGED INITIALLY | DATA CAPTURE (NONE | CHANGES) }
 void Parser::parseTableOptions() {
   for (;;) {
     if (acceptWord("IN")) {
-      if (!statement_->tableSpace.empty()) throw SqlError(-628, {"IN"});
-      statement_->tableSpace = parseName();
+      parseTableSpaceName();
     } else if (acceptWords("INDEX IN") || acceptWords("LONG IN")) {
       parseName();
     } else if (!acceptWords("NOT LOGGED INITIALLY") && !acceptWords("DATA CAPTURE NONE") &&
@@ -33,6 +37,11 @@ void Parser::parseTableOptions() {
       return;
     }
   }
+}
+
+void Parser::parseTableSpaceName() {
+  if (!statement_->tableSpace.empty()) throw SqlError(-628, {"IN"});
+  statement_->tableSpace = parseName();
 }
 
 // alter table: ALTER TABLE name { ADD ( [COLUMN] column definition | constraint ) }

@@ -1,8 +1,8 @@
 // The resolver behind resolve(). One class holds the statement, the catalog and the counters; its
 // members are spread over resolver.cpp (statements that change rows, CALL), resolver_query.cpp,
 // resolver_expression.cpp, resolver_typing.cpp (markers, nulls and operands that must agree),
-// resolver_function.cpp, resolver_table.cpp (table definitions) and resolver_object.cpp (other
-// DDL).
+// resolver_function.cpp, resolver_table.cpp (table definitions), resolver_temporary.cpp and
+// resolver_object.cpp (other DDL).
 //
 // A marker or NULL has the type Unknown until its context gives it one: an expression is resolved
 // first, and whoever needs its type then calls giveType() on it.
@@ -120,6 +120,11 @@ class Resolver {
 
   // ---- definitions
   void resolveCreateTable();
+  void requireNewTableName(QualifiedName& name) const;
+  void requireTableSpace() const;
+  void resolveDeclareTable();
+  void rejectForeignKeys(const std::string& table) const;
+  void requireStored(const Table& table, std::string_view action) const;
   void resolveAlterTable();
   void resolveColumnDefinitions();
   void resolveDefault(ColumnDefinition& column);
@@ -134,6 +139,9 @@ class Resolver {
   void resolveCreateIndex();
   void resolveDropIndex();
   void resolveDropTable();
+  void resolveCreateAlias();
+  void resolveDropAlias();
+  const Table& findObject(QualifiedName& name, char type) const;
   void resolveCreateType();
   void resolveDropType();
   void resolveTableSpace();

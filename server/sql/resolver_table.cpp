@@ -29,6 +29,10 @@ bool isKeyOf(const Table& table, std::vector<int> columns) {
          std::ranges::any_of(table.uniqueKeys, equal);
 }
 
+std::string objectType(char type) {
+  return type == 'A' ? "ALIAS" : type == 'T' ? "TABLE" : "VIEW";
+}
+
 std::vector<std::string> columnNames(const Table& table, const std::vector<int>& columns) {
   std::vector<std::string> names;
   for (const int column : columns) names.push_back(table.columns[static_cast<size_t>(column)].name);
@@ -39,12 +43,8 @@ std::vector<std::string> columnNames(const Table& table, const std::vector<int>&
 
 void Resolver::resolveCreateTable() {
   QualifiedName& name = statement_.name;
-  name.resolvedSchema = schemaOf(name);
-  requireSchemaOfUsers(name.resolvedSchema, name);
-  if (catalog_.findTable(name.schema, name.name)) throw SqlError(-601, {display(name), "TABLE"});
-  if (!statement_.tableSpace.empty() && !catalog_.tableSpaceExists(statement_.tableSpace)) {
-    throw SqlError(-204, {statement_.tableSpace});
-  }
+  requireNewTableName(name);
+  requireTableSpace();
   Table self;
   self.schema = name.resolvedSchema;
   self.name = name.name;
@@ -54,8 +54,24 @@ void Resolver::resolveCreateTable() {
   resolveChecks(self);
 }
 
+// Tables, views and aliases have their names among themselves.
+void Resolver::requireNewTableName(QualifiedName& name) const {
+  name.resolvedSchema = schemaOf(name);
+  requireSchemaOfUsers(name.resolvedSchema, name);
+  if (name.resolvedSchema == kDeclaredSchema) throw SqlError(-79, {display(name)});
+  if (const Table* taken = catalog_.findTable(name.schema, name.name)) {
+    throw SqlError(-601, {display(name), objectType(taken->type)});
+  }
+}
+
+void Resolver::requireTableSpace() const {
+  const std::string& name = statement_.tableSpace;
+  if (!name.empty() && !catalog_.tableSpaceExists(name)) throw SqlError(-204, {name});
+}
+
 void Resolver::resolveAlterTable() {
   const Table& table = findChangeableTable(statement_.name, "ALTER TABLE");
+  requireStored(table, "ALTER TABLE");
   statement_.table = &table;
   resolveColumnDefinitions();
   for (const ColumnDefinition& column : statement_.columns) {
@@ -159,6 +175,8 @@ void Resolver::resolveForeignKey(const Table& self, const std::vector<std::strin
   const bool itself = schemaOf(parentName) == self.schema && parentName.name == self.name;
   if (itself) parentName.resolvedSchema = self.schema;
   const Table& parent = itself ? self : findTable(parentName);
+  requireStored(parent, "REFERENCES");
+  parentName.name = parent.name;  // the name may be an alias
   const std::string shown = keyName(constraint, columns);
   if (parentColumns.empty()) {
     if (!parent.primaryKey) throw SqlError(-573, {shown, parent.schema + "." + parent.name});
@@ -205,9 +223,10 @@ void Resolver::resolveCreateIndex() {
   QualifiedName& name = statement_.name;
   const Table& table = findChangeableTable(statement_.indexedTable, "CREATE INDEX");
   statement_.table = &table;
-  name.resolvedSchema = schemaOf(name);
+  const bool own = table.declared && name.schema.empty();
+  name.resolvedSchema = own ? std::string(kDeclaredSchema) : schemaOf(name);
   if (catalog_.indexExists(name.resolvedSchema, name.name)) {
-    throw SqlError(-601, {display(name), "INDEX"});
+    throw SqlError(-601, {name.resolvedSchema + "." + name.name, "INDEX"});
   }
   std::vector<std::string> columns;
   for (const auto& [column, descending] : statement_.indexColumns) columns.push_back(column);
@@ -225,16 +244,35 @@ void Resolver::resolveDropIndex() {
   }
 }
 
-void Resolver::resolveDropTable() {
-  QualifiedName& name = statement_.name;
+// The object itself, never what an alias stands for.
+const Table& Resolver::findObject(QualifiedName& name, char type) const {
   const Table* table = catalog_.findTable(name.schema, name.name);
   if (!table) throw SqlError(-204, {display(name)});
-  if (table->type == 'S') throw SqlError(-607, {"DROP TABLE", display(name)});
-  if (table->type != 'T') {
-    throw SqlError(-159, {display(name), table->type == 'V' ? "VIEW" : "ALIAS", "TABLE"});
+  if (table->type == 'S') throw SqlError(-607, {"DROP " + objectType(type), display(name)});
+  if (table->type != type) {
+    throw SqlError(-159, {display(name), objectType(table->type), objectType(type)});
   }
   name.resolvedSchema = table->schema;
-  statement_.table = table;
+  return *table;
+}
+
+void Resolver::resolveDropTable() {
+  statement_.table = &findObject(statement_.name, 'T');
+}
+
+// ---------------------------------------------------------------- aliases
+
+// What an alias stands for may be an alias in its turn.
+void Resolver::resolveCreateAlias() {
+  requireNewTableName(statement_.name);
+  QualifiedName& base = statement_.base;
+  statement_.table = catalog_.findTable(base.schema, base.name);
+  if (!statement_.table) throw SqlError(-204, {display(base)});
+  requireStored(*statement_.table, "CREATE ALIAS");
+}
+
+void Resolver::resolveDropAlias() {
+  statement_.table = &findObject(statement_.name, 'A');
 }
 
 }  // namespace orv

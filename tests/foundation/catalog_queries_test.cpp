@@ -95,6 +95,8 @@ TEST(UnboundDatabaseTest, AsksForTheBind) {
 TEST_F(CatalogQueriesTest, ColumnsHaveTypeSchemaNameAndLength) {
   db_.run("CREATE DISTINCT TYPE S.MONEY AS DECIMAL(9,2) WITH COMPARISONS");
   db_.run("CREATE TABLE S.T (M S.MONEY, C CHAR(7), L CLOB(2G))");
+  db_.run("CREATE ALIAS S.\"it''s one\" FOR S.T");
+  db_.run("CREATE ALIAS TWO FOR S.\"it''s one\"");
   struct Case {
     const char *schema, *table, *column;
     int rc;
@@ -105,6 +107,7 @@ TEST_F(CatalogQueriesTest, ColumnsHaveTypeSchemaNameAndLength) {
       {"", "T", "V", 0, "", "VARCHAR", 30},      {"S", "T", "M", 0, "S", "MONEY", 9},
       {"S", "T", "C", 0, "", "CHARACTER", 7},    {"S", "T", "L", 0, "", "CLOB", 2147483647},
       {"S", "it's", "a b", 0, "", "INTEGER", 4}, {"S", "T", "X", -81, "", "", 0},
+      {"", "TWO", "M", 0, "S", "MONEY", 9},      {"", "TWO", "V", -81, "", "", 0},
       {"", "NONE", "V", -81, "", "", 0},
   };
   for (const Case& c : kCases) {

@@ -1,5 +1,5 @@
 // Reading the catalog: first the tables and columns that the file really has, then what our tables
-// say about them, then the keys and indexes of other programs' tables.
+// say about them, and the aliases, then the keys and indexes of other programs' tables.
 #include <algorithm>
 #include <map>
 #include <set>
@@ -48,7 +48,8 @@ class Loader {
   explicit Loader(sqlite3* database)
       : database_(database), data_(std::make_shared<CatalogData>()) {}
 
-  std::shared_ptr<CatalogData> load() {
+  std::shared_ptr<CatalogData> load(const TemporaryTables& temporary) {
+    temporary.addTo(*data_);  // first, so that they hide stored tables of their names
     own_ = hasCatalogTables(database_);
     if (own_) {
       loadSettings();
@@ -60,6 +61,7 @@ class Loader {
     data_->schemas.insert(data_->defaultSchema);
     loadTables();
     if (own_) loadKeys();
+    if (own_) loadAliases();
     loadForeignTables();
     loadIndexes();
     addSystemViews(*data_);
@@ -290,6 +292,23 @@ class Loader {
     }
   }
 
+  // Databases from before there were aliases have no table of them.
+  void loadAliases() {
+    Command exists(database_, "SELECT 1 FROM sqlite_schema WHERE name='SYSNTQ.ALIASES'");
+    if (!exists.step()) return;
+    Command rows(database_, R"(SELECT SCHEMA, NAME, BASESCHEMA, BASENAME FROM "SYSNTQ.ALIASES")");
+    while (rows.step()) {
+      auto alias = std::make_unique<Table>();
+      alias->type = 'A';
+      alias->schema = rows.text(0);
+      alias->name = rows.text(1);
+      alias->baseSchema = rows.text(2);
+      alias->baseTable = rows.text(3);
+      data_->schemas.insert(alias->schema);
+      data_->tables.push_back(std::move(alias));
+    }
+  }
+
   void loadForeignTables() {
     for (const auto& table : data_->tables) {
       if (!table->foreign || table->type != 'T') continue;
@@ -414,8 +433,8 @@ class Loader {
 
 }  // namespace
 
-std::shared_ptr<CatalogData> loadCatalog(sqlite3* database) {
-  return Loader(database).load();
+std::shared_ptr<CatalogData> loadCatalog(sqlite3* database, const TemporaryTables& temporary) {
+  return Loader(database).load(temporary);
 }
 
 }  // namespace orv::sqlite

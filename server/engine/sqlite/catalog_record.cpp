@@ -23,6 +23,8 @@ constexpr std::string_view kCatalogTables[] = {
        TEXT TEXT NOT NULL))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.INDEXES"(STORED TEXT PRIMARY KEY, SCHEMA TEXT NOT NULL,
        NAME TEXT NOT NULL, STOREDTABLE TEXT NOT NULL))",
+    R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.ALIASES"(SCHEMA TEXT NOT NULL, NAME TEXT NOT NULL,
+       BASESCHEMA TEXT NOT NULL, BASENAME TEXT NOT NULL, PRIMARY KEY(SCHEMA, NAME)))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.TYPES"(SCHEMA TEXT NOT NULL, NAME TEXT NOT NULL,
        SOURCE TEXT NOT NULL, COMPARISONS INTEGER NOT NULL, PRIMARY KEY(SCHEMA, NAME)))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.PROCEDURES"(SCHEMA TEXT NOT NULL, NAME TEXT NOT NULL,
@@ -182,6 +184,23 @@ void recordIndex(sqlite3* database, const Index& index) {
 
 void eraseIndex(sqlite3* database, const Index& index) {
   Command(database, R"(DELETE FROM "SYSNTQ.INDEXES" WHERE STORED=?)").bind(index.storedName).run();
+}
+
+void recordAlias(sqlite3* database, std::string_view schema, std::string_view name,
+                 const Table& base) {
+  Command(database, R"(INSERT INTO "SYSNTQ.ALIASES" VALUES(?,?,?,?))")
+      .bind(schema)
+      .bind(name)
+      .bind(base.schema)
+      .bind(base.name)
+      .run();
+}
+
+void eraseAlias(sqlite3* database, const Table& alias) {
+  Command(database, R"(DELETE FROM "SYSNTQ.ALIASES" WHERE SCHEMA=? AND NAME=?)")
+      .bind(alias.schema)
+      .bind(alias.name)
+      .run();
 }
 
 void recordType(sqlite3* database, const DistinctType& type) {

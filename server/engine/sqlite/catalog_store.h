@@ -10,6 +10,7 @@
 #include "server/catalog/catalog_data.h"
 #include "server/engine/engine.h"
 #include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/temporary_tables.h"
 
 namespace orv::sqlite {
 
@@ -22,7 +23,8 @@ void raiseCatalogGeneration(sqlite3* database);
 
 // Everything that the file holds: our tables' content, and the tables, views, keys and indexes that
 // other programs made, with types read from their declarations.
-std::shared_ptr<CatalogData> loadCatalog(sqlite3* database);
+// `temporary`: what the session has declared is there as well.
+std::shared_ptr<CatalogData> loadCatalog(sqlite3* database, const TemporaryTables& temporary);
 
 // ---- Writing. Each adds or removes the rows of one object.
 void recordSchema(sqlite3* database, std::string_view schema);
@@ -35,6 +37,9 @@ void eraseTable(sqlite3* database, const Table& table);
 void eraseForeignKey(sqlite3* database, const Table& table, const ForeignKey& key);
 void recordIndex(sqlite3* database, const Index& index);
 void eraseIndex(sqlite3* database, const Index& index);
+void recordAlias(sqlite3* database, std::string_view schema, std::string_view name,
+                 const Table& base);
+void eraseAlias(sqlite3* database, const Table& alias);
 void recordType(sqlite3* database, const DistinctType& type);
 void eraseType(sqlite3* database, const DistinctType& type);
 void recordProcedure(sqlite3* database, const Procedure& procedure);

@@ -18,25 +18,9 @@ std::string qualified(std::string_view schema, std::string_view name) {
 }
 
 void createIndex(sqlite3* database, const CatalogData& catalog, const Statement& statement) {
-  const Table& table = *statement.table;
-  Index index;
-  index.schema = statement.name.resolvedSchema;
-  index.name = statement.name.name;
+  Index index = indexOf(statement);
   index.storedName = storedNameFor(database, catalog, index.schema, index.name);
-  SqlText sql;
-  sql << "CREATE ";
-  if (statement.unique) sql << "UNIQUE ";
-  sql << "INDEX " << Name{index.storedName} << " ON " << Name{table.storedName} << "(";
-  Comma comma;
-  for (const auto& [name, descending] : statement.indexColumns) {
-    sql << comma << Name{table.columns[static_cast<size_t>(table.columnIndex(name))].storedName};
-    if (descending) sql << " DESC";
-  }
-  sql << ")";
-  ConstraintReader repeated = [&](int, std::string_view) {
-    return SqlError(-673, {qualified(table.schema, table.name)});
-  };
-  executeChecked(database, sql.text(), repeated);
+  createStoredIndex(database, index, *statement.table);
   recordSchema(database, index.schema);
   recordIndex(database, index);
 }
@@ -124,6 +108,11 @@ void dropSchema(sqlite3* database, const CatalogData& catalog, const Statement& 
   Command(database, R"(DELETE FROM "SYSNTQ.SCHEMAS" WHERE NAME=?)").bind(schema).run();
 }
 
+void createAlias(sqlite3* database, const Statement& statement) {
+  recordSchema(database, statement.name.resolvedSchema);
+  recordAlias(database, statement.name.resolvedSchema, statement.name.name, *statement.table);
+}
+
 void createProcedure(sqlite3* database, const Statement& statement) {
   const ProcedureDefinition& definition = statement.procedure;
   Procedure procedure;
@@ -141,6 +130,35 @@ void createProcedure(sqlite3* database, const Statement& statement) {
 
 }  // namespace
 
+Index indexOf(const Statement& statement) {
+  const Table& table = *statement.table;
+  Index index;
+  index.schema = statement.name.resolvedSchema;
+  index.name = statement.name.name;
+  index.tableSchema = table.schema;
+  index.tableName = table.name;
+  index.unique = statement.unique;
+  index.columns = statement.indexColumns;
+  return index;
+}
+
+void createStoredIndex(sqlite3* database, const Index& index, const Table& table) {
+  SqlText sql;
+  sql << "CREATE ";
+  if (index.unique) sql << "UNIQUE ";
+  sql << "INDEX " << Name{index.storedName} << " ON " << Name{table.storedName} << "(";
+  Comma comma;
+  for (const auto& [name, descending] : index.columns) {
+    sql << comma << Name{table.columns[static_cast<size_t>(table.columnIndex(name))].storedName};
+    if (descending) sql << " DESC";
+  }
+  sql << ")";
+  ConstraintReader repeated = [&](int, std::string_view) {
+    return SqlError(-673, {qualified(table.schema, table.name)});
+  };
+  executeChecked(database, sql.text(), repeated);
+}
+
 void applyDefinition(sqlite3* database, const CatalogData& catalog,
                      const std::string& currentSchema, const Statement& statement) {
   TableDefinition table(database, catalog, currentSchema, statement);
@@ -155,6 +173,10 @@ void applyDefinition(sqlite3* database, const CatalogData& catalog,
       return createIndex(database, catalog, statement);
     case StatementKind::DropIndex:
       return dropIndex(database, catalog, statement);
+    case StatementKind::CreateAlias:
+      return createAlias(database, statement);
+    case StatementKind::DropAlias:
+      return eraseAlias(database, *statement.table);
     case StatementKind::CreateDistinctType:
       return createType(database, statement);
     case StatementKind::DropDistinctType:

@@ -14,4 +14,8 @@ namespace orv::sqlite {
 void applyDefinition(sqlite3* database, const CatalogData& catalog,
                      const std::string& currentSchema, const Statement& statement);
 
+// The index that CREATE INDEX describes, without the engine's name for it, and its making there.
+Index indexOf(const Statement& statement);
+void createStoredIndex(sqlite3* database, const Index& index, const Table& table);
+
 }  // namespace orv::sqlite

@@ -5,8 +5,9 @@
 
 namespace orv::sqlite {
 
-SqliteCatalog::SqliteCatalog(sqlite3* database)
+SqliteCatalog::SqliteCatalog(sqlite3* database, const TemporaryTables& temporary)
     : database_(database),
+      temporary_(temporary),
       readDataVersion_(database, "PRAGMA data_version"),
       readSchemaVersion_(database, "PRAGMA schema_version") {
   dataVersion_ = readNumber(readDataVersion_);
@@ -22,7 +23,7 @@ int64_t SqliteCatalog::readNumber(Command& command) const {
 
 std::shared_ptr<const CatalogData> SqliteCatalog::data() const {
   if (!data_) {
-    data_ = loadCatalog(database_);
+    data_ = loadCatalog(database_, temporary_);
     schemaVersion_ = readNumber(readSchemaVersion_);
     generation_ = catalogGeneration(database_);
   }

@@ -8,12 +8,13 @@
 
 #include "server/catalog/catalog_data.h"
 #include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/temporary_tables.h"
 
 namespace orv::sqlite {
 
 class SqliteCatalog : public Catalog {
  public:
-  explicit SqliteCatalog(sqlite3* database);
+  SqliteCatalog(sqlite3* database, const TemporaryTables& temporary);
 
   // The content, read when it is not there. The pointer keeps it alive over later changes.
   std::shared_ptr<const CatalogData> data() const;
@@ -51,6 +52,7 @@ class SqliteCatalog : public Catalog {
   int64_t readNumber(Command& command) const;
 
   sqlite3* database_;
+  const TemporaryTables& temporary_;
   uint64_t version_ = 1;
   mutable std::shared_ptr<const CatalogData> data_;
   // Trees that were resolved before the last change may still be in use when it is noticed.

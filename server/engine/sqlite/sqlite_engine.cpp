@@ -33,7 +33,8 @@ class CreatedFile {
 
 SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options)
     : environment_(std::make_unique<Environment>(options.create ? options.codePage : 1208)),
-      database_(openDatabase(path, options.create)) {
+      database_(openDatabase(path, options.create)),
+      temporary_(database_.get()) {
   CreatedFile created(path);
   if (!options.create || path == ":memory:") created.keep();
   sqlite3* database = database_.get();
@@ -50,7 +51,7 @@ SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options
     createCatalogTables(database, options.codePage, kDefaultSchema);
     execute(database, "COMMIT");
   }
-  catalog_ = std::make_unique<SqliteCatalog>(database);
+  catalog_ = std::make_unique<SqliteCatalog>(database, temporary_);
   environment_->setCodePage(catalog_->codePage());
   created.keep();
 }
@@ -68,19 +69,34 @@ void SqliteEngine::begin() {
 
 void SqliteEngine::commit() {
   if (!inUnitOfWork()) return;
+  const bool temporary = !temporary_.none();
+  if (temporary) savepointCommand("SAVEPOINT", kChangeSavepoint);
   try {
+    temporary_.deleteRows();
     execute(database_.get(), "COMMIT");
   } catch (const SqlError& error) {
     // -911 says that the unit of work is gone.
-    if (error.sqlcode() == -911) rollback();
+    if (error.sqlcode() == -911) {
+      rollback();
+    } else if (temporary) {
+      undoChange();
+    }
+    throw;
+  } catch (...) {
+    if (temporary) undoChange();
     throw;
   }
-  catalogChanged_ = false;
+  endUnitOfWork();
 }
 
 void SqliteEngine::rollback() {
   if (inUnitOfWork()) execute(database_.get(), "ROLLBACK");
   if (catalogChanged_) catalog_->invalidate();
+  endUnitOfWork();
+}
+
+void SqliteEngine::endUnitOfWork() {
+  if (catalogChanged_) temporary_.forgetDropped();
   catalogChanged_ = false;
 }
 
@@ -131,18 +147,12 @@ template <typename Change>
 void SqliteEngine::changeCatalog(Change change) {
   bool own = !inUnitOfWork();
   if (own) begin();
-  sqlite3* database = database_.get();
   savepointCommand("SAVEPOINT", kChangeSavepoint);
   try {
-    createCatalogTables(database, catalog_->codePage(), catalog_->data()->defaultSchema);
     change();
-    raiseCatalogGeneration(database);
     savepointCommand("RELEASE", kChangeSavepoint);
-  } catch (const SqlError&) {
-    if (inUnitOfWork()) {
-      savepointCommand("ROLLBACK TO", kChangeSavepoint);
-      savepointCommand("RELEASE", kChangeSavepoint);
-    }
+  } catch (...) {
+    undoChange();
     catalog_->invalidate();
     throw;
   }
@@ -150,12 +160,32 @@ void SqliteEngine::changeCatalog(Change change) {
   catalog_->invalidate();
 }
 
+void SqliteEngine::undoChange() {
+  if (!inUnitOfWork()) return;
+  savepointCommand("ROLLBACK TO", kChangeSavepoint);
+  savepointCommand("RELEASE", kChangeSavepoint);
+}
+
+template <typename Change>
+void SqliteEngine::changeStored(Change change) {
+  changeCatalog([&] {
+    sqlite3* database = database_.get();
+    createCatalogTables(database, catalog_->codePage(), catalog_->data()->defaultSchema);
+    change();
+    raiseCatalogGeneration(database);
+  });
+}
+
 void SqliteEngine::applyDdl(const Statement& resolved) {
   if (resolved.kind == StatementKind::Grant) return;
   // The tree points into the content that it was resolved with.
   std::shared_ptr<const CatalogData> data = catalog_->data();
-  changeCatalog(
-      [&] { applyDefinition(database_.get(), *data, catalog_->defaultSchema(), resolved); });
+  const std::string& schema = catalog_->defaultSchema();
+  if (TemporaryTables::concerns(resolved, *data)) {
+    changeCatalog([&] { temporary_.apply(*data, schema, resolved); });
+  } else {
+    changeStored([&] { applyDefinition(database_.get(), *data, schema, resolved); });
+  }
 }
 
 void SqliteEngine::setFunctionPath(std::vector<std::string> path) {
@@ -168,7 +198,7 @@ void SqliteEngine::setDefaultSchema(std::string schema) {
 
 void SqliteEngine::bindPackage(const Package& package,
                                const std::vector<PackageSection>& sections) {
-  changeCatalog([&] { recordPackage(database_.get(), package, sections); });
+  changeStored([&] { recordPackage(database_.get(), package, sections); });
 }
 
 }  // namespace orv::sqlite

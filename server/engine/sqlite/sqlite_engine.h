@@ -9,6 +9,7 @@
 #include "server/engine/sqlite/functions.h"
 #include "server/engine/sqlite/sqlite_catalog.h"
 #include "server/engine/sqlite/system_tables.h"
+#include "server/engine/sqlite/temporary_tables.h"
 
 namespace orv::sqlite {
 
@@ -38,11 +39,17 @@ class SqliteEngine : public Engine {
   // Runs a change of the catalog so that it happens wholly or not at all.
   template <typename Change>
   void changeCatalog(Change change);
+  // The same for a change that is stored in the file.
+  template <typename Change>
+  void changeStored(Change change);
+  void undoChange();
+  void endUnitOfWork();
 
   // What the connection's functions and tables refer to outlives it.
   std::unique_ptr<Environment> environment_;
   CatalogSource catalogSource_;
   DatabaseHandle database_;
+  TemporaryTables temporary_;
   std::unique_ptr<SqliteCatalog> catalog_;
   bool catalogChanged_ = false;  // in this unit of work
 };

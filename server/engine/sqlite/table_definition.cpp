@@ -46,15 +46,36 @@ std::string storedNameFor(sqlite3* database, const CatalogData& catalog, std::st
 }
 
 void TableDefinition::create() {
+  const QualifiedName& name = statement_.name;
+  define(storedNameFor(database_, catalog_, name.resolvedSchema, name.name));
+  recordSchema(database_, table_.schema);
+  recordTable(database_, table_);
+}
+
+Table TableDefinition::declare(std::string storedName) {
+  table_.declared = true;
+  table_.keepsRows = statement_.keepRows;
+  if (statement_.pattern) copyColumns(*statement_.pattern);
+  define(std::move(storedName));
+  return std::move(table_);
+}
+
+void TableDefinition::define(std::string storedName) {
   table_.schema = statement_.name.resolvedSchema;
   table_.name = statement_.name.name;
-  table_.storedName = storedNameFor(database_, catalog_, table_.schema, table_.name);
+  table_.storedName = std::move(storedName);
   table_.tableSpace = statement_.tableSpace;
   for (const ColumnDefinition& definition : statement_.columns) addColumn(definition);
   addKeys();
-  recordSchema(database_, table_.schema);
   execute(database_, createTableText(table_, catalog_, checks_));
-  recordTable(database_, table_);
+}
+
+// Keys stay behind; a default goes along when the engine knows its value.
+void TableDefinition::copyColumns(const Table& pattern) {
+  table_.columns = pattern.columns;
+  for (Column& column : table_.columns) {
+    column.storedName = uniqueStoredName(column.name, takenColumns_);
+  }
 }
 
 void TableDefinition::addColumn(const ColumnDefinition& definition) {
@@ -181,9 +202,6 @@ void TableDefinition::addForeignKey(const KeyDefinition& definition) {
   key.columns = positions(definition.columns);
   key.parentSchema = definition.references.resolvedSchema;
   key.parentTable = definition.references.name;
-  // The name may be an alias, or another spelling of another program's table.
-  const Table* parent = catalog_.findTable(key.parentSchema, key.parentTable);
-  if (parent) key.parentTable = parent->name;
   key.parentColumns = definition.referencesColumns;
   key.onDelete = definition.onDelete;
   table_.foreignKeys.push_back(std::move(key));

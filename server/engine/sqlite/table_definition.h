@@ -1,4 +1,4 @@
-// CREATE, ALTER and DROP TABLE.
+// CREATE, ALTER and DROP TABLE, DECLARE GLOBAL TEMPORARY TABLE.
 #pragma once
 
 #include <set>
@@ -30,10 +30,14 @@ class TableDefinition {
         statement_(statement) {}
 
   void create();
+  // Makes the table in the temporary database.
+  Table declare(std::string storedName);
   void alter();
   void drop();
 
  private:
+  void define(std::string storedName);
+  void copyColumns(const Table& pattern);
   void addColumn(const ColumnDefinition& definition);
   void setDefault(Column& column, const ColumnDefinition& definition);
   void setSystemDefault(Column& column);

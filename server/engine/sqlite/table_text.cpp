@@ -168,7 +168,9 @@ std::string checkText(const RenderedCheck& check) {
 std::string createTableText(const Table& table, const CatalogData& catalog,
                             const std::vector<RenderedCheck>& checks) {
   SqlText out;
-  out << "CREATE TABLE " << Name{table.storedName} << "(";
+  out << "CREATE ";
+  if (table.declared) out << "TEMP ";
+  out << "TABLE " << Name{table.storedName} << "(";
   Comma comma;
   for (const Column& column : table.columns) out << comma << Verbatim{columnText(column)};
   if (table.primaryKey) keyConstraint(out, table, *table.primaryKey, true);
