@@ -1,0 +1,90 @@
+// One document of SQL mapping: the walk over the DAD's element tree for the current object.
+//
+// What the walk learns of a node (its name, its column's place in the result, its tags, the query
+// that its rows come from) is the same for every object. It is kept in a plan, node by node, when
+// the walk first comes to the node, so that a wrong DAD is reported where the walk meets it.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "src/compose/document_text.h"
+#include "src/compose/sql_level_query.h"
+
+namespace orvxml {
+
+// An attribute_node or a text_node.
+struct ValuePlan {
+  DOM_Element node;
+  bool isPlanned = false;
+  int column = -1;          // of the result set at hand; -1: not there, nothing is written
+  std::string columnName;   // names the source of a value that cannot be written
+  std::string beforeValue;  // of an attribute: blank, name, equals sign and quotation mark
+};
+
+struct ElementPlan;
+
+// A child that is content of its element: a text_node, or an element_node.
+struct ContentPlan {
+  ValuePlan text;
+  std::unique_ptr<ElementPlan> element;  // null: a text_node
+  bool isLevelKnown = false;             // of the element
+  LevelQuery* childQuery = nullptr;      // null: the element is on its parent's level
+};
+
+// An element_node.
+struct ElementPlan {
+  DOM_Element node;
+  int indent = 0;
+  bool isPlanned = false;
+  std::string name;
+  int keyColumn = -1;    // the column whose null leaves the element out; -1: none does
+  std::string startTag;  // closed when no attributes follow
+  std::string endTag;
+  std::vector<ValuePlan> attributes;
+  std::unordered_set<std::string> attributeNames;  // of those planned
+  std::vector<ContentPlan> content;
+};
+
+class SqlDocument {
+ public:
+  SqlDocument(const SqlCall& call, const DOM_Element& dadRoot, LevelQuery& top);
+
+  // Appends the document of the top query's current object. 0, kKeyIsNull when its root is left
+  // out, or the status of the failure.
+  int qrkGenXMLDoc(QrkOutbuf* document);
+
+ private:
+  int prepareHeader();
+  int qrkGenXMLElement(ElementPlan& element, LevelQuery& rows);
+  int qrkGenXMLAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows);
+  int qrkGenXMLText(ValuePlan& text, const LevelQuery& rows);
+  int writeContent(ElementPlan& element, LevelQuery& rows);
+  int writeChild(ElementPlan& element, ContentPlan& child, LevelQuery& rows);
+  int writeChildRows(ElementPlan& child, LevelQuery& childRows);
+  int writeValue(const ValuePlan& value, const ResultColumn& column);
+
+  int planElement(ElementPlan& element, const LevelQuery& rows);
+  void listChildren(ElementPlan& element);
+  int writeTags(ElementPlan& element);
+  int isKeyNode(const ElementPlan& element, bool* isKey, std::string* column);
+  int failWithoutColumn(const ElementPlan& element);
+  int planAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows);
+  int planText(ValuePlan& text, const LevelQuery& rows);
+  int planChild(const ElementPlan& element, ContentPlan& child, LevelQuery& rows);
+  int readName(const DOM_Element& node, Msg whenMissing, std::string& name);
+  void findColumn(ValuePlan& value, const char* column, const LevelQuery& rows);
+
+  const SqlCall& call_;
+  DOM_Element dadRoot_;
+  LevelQuery& top_;
+  DocumentText text_;
+  std::string header_;
+  ElementPlan root_;
+  bool hasHeader_ = false;
+};
+
+}  // namespace orvxml

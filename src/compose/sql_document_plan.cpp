@@ -1,0 +1,187 @@
+// Planning: what the walk learns of a node of the DAD when it first comes to it.
+#include "orvxml/code_pages.h"
+#include "orvxml/sql_scanner.h"
+#include "orvxml/trace.h"
+#include "orvxml/xml_writer.h"
+#include "src/compose/sql_document.h"
+#include "src/compose/sql_query_text.h"
+#include "src/dad/dad_walk.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr char kModule[] = "qrkscomp";
+constexpr int kNameLimit = 2047;    // UTF-16 units
+constexpr size_t kNameSize = 1024;  // bytes, terminator included
+constexpr int kIndentStep = 2;
+// A tag with the longest name at the greatest depth.
+constexpr int kLongestTag = static_cast<int>(kNameSize) + kIndentStep * kMaxElementDepth + 8;
+
+}  // namespace
+
+int SqlDocument::readName(const DOM_Element& node, Msg whenMissing, std::string& name) {
+  const char16_t* const written = boundedAttribute(node.element(), u"name", kNameLimit);
+  if (!written) {
+    fail(call_.report, whenMissing);
+    return -1;
+  }
+  if (!toDatabase(call_.report.ctx, written, name) || name.size() >= kNameSize ||
+      !isXmlName(written)) {
+    fail(call_.report, Msg::QRKQ040E, name);
+    return -1;
+  }
+  return 0;
+}
+
+int SqlDocument::planElement(ElementPlan& element, const LevelQuery& rows) {
+  QrkStruct* const ctx = call_.report.ctx;
+  if (int rc = readName(element.node, Msg::QRKQ014E, element.name)) return rc;
+  QRK_TRACE(ctx, "***--- Element name = '%s' ---***", element.name.c_str());
+  bool isKey = false;
+  std::string column;
+  if (int rc = isKeyNode(element, &isKey, &column)) return rc;
+  if (isKey) {
+    QRK_TRACE(ctx, "This element == %s is a keynode start tag emit deffered", element.name.c_str());
+    element.keyColumn = rows.findColumn(column);
+  }
+  listChildren(element);
+  if (int rc = writeTags(element)) return rc;
+  element.isPlanned = true;
+  return 0;
+}
+
+void SqlDocument::listChildren(ElementPlan& element) {
+  for (DOM_Node child = element.node.getFirstChild(); !child.isNull();
+       child = child.getNextSibling()) {
+    if (dad::hasTag(child.node(), u"attribute_node")) {
+      element.attributes.emplace_back().node = child.asElement();
+    } else if (dad::hasTag(child.node(), u"text_node")) {
+      element.content.emplace_back().text.node = child.asElement();
+    } else if (dad::hasTag(child.node(), u"element_node")) {
+      ContentPlan& content = element.content.emplace_back();
+      content.element = std::make_unique<ElementPlan>();
+      content.element->node = child.asElement();
+      content.element->indent = element.indent + kIndentStep;
+    }
+  }
+}
+
+int SqlDocument::writeTags(ElementPlan& element) {
+  QrkStruct* const ctx = call_.report.ctx;
+  const DOMString name = element.node.getAttribute(u"name");
+  const bool endsWithElement = !element.content.empty() && element.content.back().element;
+  // On the heap: the walk is recursive.
+  std::string tag(kLongestTag, '\0');
+  const int start = writeXMLStartTag(ctx, tag.data(), kLongestTag, element.indent, name, 1);
+  element.startTag.assign(tag, 0, static_cast<size_t>(start));
+  if (element.attributes.empty()) element.startTag += '>';
+  const int end = writeXMLEndTag(ctx, tag.data(), kLongestTag, endsWithElement ? element.indent : 0,
+                                 name, endsWithElement, 0);
+  element.endTag.assign(tag, 0, static_cast<size_t>(end));
+  if (start && end) return 0;
+  failInternal(call_.report, kModule, __LINE__);
+  return -1;
+}
+
+int SqlDocument::isKeyNode(const ElementPlan& element, bool* isKey, std::string* column) {
+  QrkStruct* const ctx = call_.report.ctx;
+  *isKey = false;
+  if (qrkIsNodeIntermediate(ctx, element.node)) return 0;
+  QRK_TRACE(ctx, "-->Element Name == %s", element.name.c_str());
+  char found[kColumnSize];
+  const int rc = qrkGetColFromRDB(ctx, element.name.c_str(), element.node, found,
+                                  call_.report.errCode, call_.report.msg);
+  QRK_TRACE(ctx, "Errcode from qrkGetColFromRdb  == %ld", static_cast<long>(rc));
+  if (rc) return failWithoutColumn(element);
+  *column = found;
+  const int level = qrkLmGetLevel(ctx, call_.levelMap, found);
+  QRK_TRACE(ctx, "Current LEvel == %d", level);
+  if (level < 0) {
+    fail(call_.report, Msg::QRKQ004E, found);
+    return -1;
+  }
+  std::vector<std::string> columns;
+  if (int status = readLevel(call_.report, call_.levelMap, level, columns)) return status;
+  QRK_TRACE(ctx, "Key Column at level %d == %s", level, columns.front().c_str());
+  QRK_TRACE(ctx, "RDB Col name corres to element name %s is == %s", element.name.c_str(), found);
+  *isKey = columns.front() == found;
+  if (*isKey) QRK_TRACE(ctx, "returning true...");
+  return 0;
+}
+
+// An element that is not intermediate has one of both below it.
+int SqlDocument::failWithoutColumn(const ElementPlan& element) {
+  if (!element.node.firstDescendant(u"attribute_node").isNull()) {
+    fail(call_.report, Msg::QRKQ007E, element.name);
+  } else {
+    fail(call_.report, Msg::QRKQ008E);
+  }
+  return -1;
+}
+
+void SqlDocument::findColumn(ValuePlan& value, const char* column, const LevelQuery& rows) {
+  value.column = rows.findColumn(column);
+  value.columnName = column;
+  value.isPlanned = true;
+  QRK_TRACE(call_.report.ctx, "attrcolumn %s, sqlda_d: %d", column, value.column);
+}
+
+int SqlDocument::planAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows) {
+  std::string name;
+  if (int rc = readName(attribute.node, Msg::QRKQ006E, name)) return rc;
+  QRK_TRACE(call_.report.ctx, ">>>>Attr name = '%s' <<<<<", name.c_str());
+  if (!element.attributeNames.insert(name).second) {
+    fail(call_.report, Msg::QRKQ045E, element.name, name);
+    return -1;
+  }
+  char column[kColumnSize];
+  const int rc =
+      qrkGetColFromRDB(call_.report.ctx, name.c_str(), attribute.node, column, nullptr, nullptr);
+  QRK_TRACE(call_.report.ctx, "call qrkGetColFromRDB() returns %d.", rc);
+  if (rc) {
+    fail(call_.report, Msg::QRKQ007E, name);
+    return -1;
+  }
+  attribute.beforeValue = " " + name + "=\"";
+  findColumn(attribute, column, rows);
+  return 0;
+}
+
+int SqlDocument::planText(ValuePlan& text, const LevelQuery& rows) {
+  char column[kColumnSize];
+  const int rc = qrkGetColFromRDB(call_.report.ctx, "", text.node, column, nullptr, nullptr);
+  QRK_TRACE(call_.report.ctx, "call qrkGetColFromRDB() returns %d.", rc);
+  if (rc) {
+    fail(call_.report, Msg::QRKQ008E);
+    return -1;
+  }
+  findColumn(text, column, rows);
+  return 0;
+}
+
+// The level of a child is that of its first column, if it has one.
+int SqlDocument::planChild(const ElementPlan& element, ContentPlan& child, LevelQuery& rows) {
+  QrkStruct* const ctx = call_.report.ctx;
+  const DOM_Element& node = child.element->node;
+  const std::u16string_view occurrence = node.getAttribute(u"multi_occurrence").view();
+  const bool isSingle = occurrence.empty() || occurrence == u"NO";
+  child.isLevelKnown = true;
+  if (isSingle && qrkIsNodeIntermediate(ctx, node)) return 0;
+  char column[kColumnSize];
+  if (qrkGetColFromRDB(ctx, "", node, column, nullptr, nullptr)) return 0;
+  const int level = qrkLmGetLevel(ctx, call_.levelMap, column);
+  if (level < 0) {
+    fail(call_.report, Msg::QRKQ004E, column);
+    return -1;
+  }
+  if (level < rows.level()) {
+    fail(call_.report, Msg::QRKQ005E, element.name, column);
+    return -1;
+  }
+  if (level == rows.level()) return 0;
+  child.childQuery = rows.child(level);
+  return child.childQuery ? 0 : -1;
+}
+
+}  // namespace orvxml

@@ -1,0 +1,74 @@
+#include "src/compose/sql_query_text.h"
+
+#include "orvxml/composition.h"
+#include "orvxml/trace.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr char kModule[] = "qrkscomp";
+constexpr char kDerivedTable[] = ") qrk_tab_exp ";
+
+// A name as it stands in the DAD's statement, within double quotation marks.
+std::string quoted(const std::string& name) {
+  std::string text = "\"";
+  for (const char c : name) text.append(c == '"' ? 2 : 1, c);
+  return text + '"';
+}
+
+void appendNames(std::string& text, const std::vector<std::string>& names) {
+  for (const std::string& name : names) {
+    if (text.back() != ' ') text += ", ";
+    text += quoted(name);
+  }
+}
+
+int checkLength(const Report& report, const std::string& text) {
+  if (text.size() < kStatementLimit) return 0;
+  fail(report, Msg::QRKQ038E, "sql_stmt > MAX_STMT_LEN");
+  return -1;
+}
+
+}  // namespace
+
+int readLevel(const Report& report, const level_map* levelMap, int level,
+              std::vector<std::string>& columns) {
+  const char* list = nullptr;
+  const int rc = qrkLmGetColumns(report.ctx, levelMap, level, &list);
+  columns.clear();
+  for (; list && !isEndOfColumns(list); list += kLevelSlotSize) columns.emplace_back(list);
+  if (!columns.empty()) return 0;
+  QRK_TRACE(report.ctx, "qrkLmGetColumns returned error for Level %d.", level);
+  failInternal(report, kModule, __LINE__);
+  if (rc && report.errCode) *report.errCode = rc;
+  return -1;
+}
+
+int topQuery(const Report& report, const std::vector<std::string>& columns, const std::string& base,
+             std::string& text) {
+  text = "SELECT ";
+  appendNames(text, columns);
+  text += " FROM (" + base + kDerivedTable + "ORDER BY " + quoted(columns.front());
+  return checkLength(report, text);
+}
+
+int innerQuery(const Report& report, const std::string& base, const std::string& parentKey,
+               std::string& text) {
+  const std::string restriction = parentKey + "=?";
+  QRK_TRACE(report.ctx, "childwhereclause = '%s'", restriction.c_str());
+  text = "SELECT * FROM (" + base + kDerivedTable + "WHERE " + restriction;
+  return checkLength(report, text);
+}
+
+int childQuery(const Report& report, const std::vector<std::string>& keysAbove,
+               const std::vector<std::string>& columns, const std::string& inner,
+               std::string& text) {
+  text = "SELECT ";
+  appendNames(text, keysAbove);
+  appendNames(text, columns);
+  text += " FROM (" + inner + kDerivedTable + "ORDER BY " + quoted(columns.front());
+  return checkLength(report, text);
+}
+
+}  // namespace orvxml
