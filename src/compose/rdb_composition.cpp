@@ -1,0 +1,209 @@
+// RDB_node mapping: the model and the root query of one call, and a document for each of its rows.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "orvxml/catalog_queries.h"
+#include "orvxml/code_pages.h"
+#include "orvxml/composition.h"
+#include "orvxml/sql_scanner.h"
+#include "orvxml/trace.h"
+#include "orvxml/xml_writer.h"
+#include "src/compose/document_text.h"
+#include "src/compose/rdb_document.h"
+#include "src/compose/rdb_plan.h"
+#include "src/compose/rdb_query.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr char kSessionSchema[] = "SESSION";  // of declared temporary tables
+constexpr int kTypeNameSize = 129;
+
+// The mapping model and the overrides of a call, released with their owner.
+struct Mapping {
+  explicit Mapping(QrkStruct* context) : ctx(context) {}
+  ~Mapping() {
+    qrkFreeOverride(ctx, &overrides);
+    qrkFreeRel(ctx, &model);
+  }
+  Mapping(const Mapping&) = delete;
+  Mapping& operator=(const Mapping&) = delete;
+
+  QrkStruct* ctx;
+  override_list overrides{};
+  rel model{};
+};
+
+// The documents of one call. Steps return 0, or -1 with the failure reported.
+class RdbComposition {
+ public:
+  RdbComposition(const RdbReport& report, SQLHDBC hdbc, rel& model, const DOM_Element& root,
+                 const char* header, const Delivery& to)
+      : report_(report),
+        to_(to),
+        header_(header),
+        rootHandle_(root),
+        root_(DadNodeKind::Element, root.element()),
+        queries_(report, hdbc, model),
+        plan_(report, queries_, root.owner()),
+        text_(report.ctx, report.errCode, report.msg),
+        document_(report, queries_, plan_, text_) {}
+  ~RdbComposition() { queries_.closeAfterFailure(); }
+  RdbComposition(const RdbComposition&) = delete;
+  RdbComposition& operator=(const RdbComposition&) = delete;
+
+  // Composes all documents; `maxRows` 0: no limit.
+  int qrkProcRootElement(int32_t maxRows);
+  int32_t documents() const { return documents_; }
+
+ private:
+  int findRootTable(TableQuery*& table);
+  int checkResultColumn();
+  int composeRows(TableQuery& table, int32_t maxRows);
+  int qrkGenOneDoc(TableQuery* table);
+
+  const RdbReport& report_;
+  const Delivery& to_;
+  const std::string_view header_;
+  const DOM_Element rootHandle_;
+  DadNode root_;
+  TableQueries queries_;
+  RdbPlan plan_;
+  DocumentText text_;
+  RdbDocument document_;
+  int32_t documents_ = 0;
+};
+
+int RdbComposition::qrkProcRootElement(int32_t maxRows) {
+  if (plan_.meet(nullptr, root_)) return -1;
+  if (root_.isTrivial) {
+    if (qrkGenOneDoc(nullptr)) return -1;
+    documents_ = 1;
+    return 0;
+  }
+  TableQuery* table = nullptr;
+  if (findRootTable(table)) return -1;
+  if (table->open(0) || (to_.toTable() && checkResultColumn())) return -1;
+  table->setWalked(true);
+  return composeRows(*table, maxRows) || table->close() ? -1 : 0;
+}
+
+int RdbComposition::findRootTable(TableQuery*& table) {
+  if (root_.tops != 0) {
+    table = &queries_.first(root_.tops);
+    return 0;
+  }
+  tab* found = nullptr;
+  const int code = qrkFindTabForIntermediate(report_.ctx, rootHandle_, root_.name.c_str(),
+                                             &queries_.model(), &found, report_.report());
+  if (!found) return report_.internal(__LINE__);
+  if (code != 0) return -1;
+  table = &queries_.of(found);
+  return 0;
+}
+
+// The result table and its column have to exist; the catalog does not list those of the session.
+int RdbComposition::checkResultColumn() {
+  char schema[4 * kSchemaSize] = "";
+  if (qrk_toupper(report_.ctx, to_.resultSchema, schema, sizeof schema) == 0 &&
+      std::strcmp(schema, kSessionSchema) == 0) {
+    return 0;
+  }
+  char typeSchema[kTypeNameSize] = "";
+  char typeName[kTypeNameSize] = "";
+  long length = 0;
+  if (qrkGetCatalogColumnType(report_.ctx, to_.resultSchema, to_.resultTabname, to_.resultColumn,
+                              typeSchema, sizeof typeSchema, typeName, sizeof typeName, &length,
+                              report_.msg) == 0) {
+    return 0;
+  }
+  return report_.failedAlso(Msg::QRKQ009E, to_.resultTable);
+}
+
+// Of the documents for a CLOB only the first one is made, the rows of the others are counted.
+int RdbComposition::composeRows(TableQuery& table, int32_t maxRows) {
+  for (;;) {
+    if (maxRows != 0 && documents_ >= maxRows) {
+      report(report_.report(), Msg::QRKQ003W);
+      return 0;
+    }
+    if (table.fetch()) return -1;
+    if (!table.hasRow()) return 0;
+    if ((to_.toTable() || documents_ == 0) && qrkGenOneDoc(&table)) return -1;
+    ++documents_;
+  }
+}
+
+int RdbComposition::qrkGenOneDoc(TableQuery* table) {
+  OutBuffer document(report_.ctx);
+  if (qrkBufAcquire(report_.ctx, document.get(), kDocumentInitialSize, kDocumentMemoryLimit,
+                    QRK_LOC_MEMORY, report_.errCode, report_.msg, 0)) {
+    return -1;
+  }
+  if (text_.begin(document.get(), header_) || document_.write(root_, table) || text_.flush()) {
+    return -1;
+  }
+  return deliverDocument(report_.ctx, to_, document.get(), report_.errCode, report_.msg) ? -1 : 0;
+}
+
+DOM_Element rootElementNode(const DOM_Element& dad) {
+  return dad.firstDescendant(u"root_node").firstDescendant(u"element_node");
+}
+
+int composeFrom(const RdbReport& report, SQLHDBC hdbc, rel& model, const DOM_Element& dad,
+                const DOM_Element& firstElement, const Delivery& to, int32_t maxRows,
+                int32_t* docCount) {
+  const DOM_Element root = rootElementNode(dad);
+  char header[kHeaderSize];
+  if (checkedDocHeader(report.ctx, dad, root.isNull() ? firstElement : root, header, report.errCode,
+                       report.msg)) {
+    return -1;
+  }
+  if (root.isNull()) return report.failed(Msg::QRKQ000E, "root_node");
+  RdbComposition composition(report, hdbc, model, root, header, to);
+  const int rc = composition.qrkProcRootElement(maxRows);
+  *docCount = composition.documents();
+  return rc;
+}
+
+void warnOfUnusedOverrides(const RdbReport& report, const override_list& overrides) {
+  const int32_t* const end = overrides.used + overrides.count;
+  if (std::find(overrides.used, end, 0) != end) orvxml::report(report.report(), Msg::QRKQ041W);
+}
+
+int buildModel(const RdbReport& report, Mapping& mapping, const DOM_Element& dad,
+               const DOM_Element& root, int overrideType, const char* override) {
+  if (qrkSetRel(report.ctx, &mapping.model, dad, kForComposition, report.errCode, report.msg)) {
+    return -1;
+  }
+  *report.errCode =
+      qrkInitOverride(report.ctx, overrideType, override, &mapping.overrides, report.msg);
+  if (*report.errCode < 0) return -1;
+  return qrkProcRel(report.ctx, &mapping.model, root, kForComposition, &mapping.overrides,
+                    report.errCode, report.msg);
+}
+
+}  // namespace
+
+int qrkGenXMLFromRDB(QrkStruct* ctx, SQLHDBC hdbc, const DOM_Element& dad, const Delivery& to,
+                     int overrideType, const char* override, int32_t maxRows, int32_t* docCount,
+                     int* errCode, char* msg) {
+  QRK_TRACE(ctx, "Entered, overrideType=%d maxRows=%d", overrideType, maxRows);
+  *errCode = 0;
+  *msg = '\0';
+  const RdbReport report{ctx, errCode, msg};
+  Mapping mapping(ctx);
+  const DOM_Element root = dad.firstDescendant(u"element_node");
+  int rc = buildModel(report, mapping, dad, root, overrideType, override);
+  if (rc == 0) {
+    rc = composeFrom(report, hdbc, mapping.model, dad, root, to, maxRows, docCount);
+  }
+  if (rc == 0) warnOfUnusedOverrides(report, mapping.overrides);
+  QRK_TRACE(ctx, "Exits, rc=%d, errCode=%d", rc, *errCode);
+  return rc;
+}
+
+}  // namespace orvxml

@@ -1,0 +1,130 @@
+#include "src/compose/rdb_document.h"
+
+#include "orvxml/locators.h"
+
+namespace orvxml {
+
+RdbDocument::RdbDocument(const RdbReport& report, TableQueries& queries, RdbPlan& plan,
+                         DocumentText& text)
+    : report_(report),
+      queries_(queries),
+      plan_(plan),
+      text_(text),
+      lineStart_('\n' + std::string(2 * kMaxElementDepth, ' ')) {}
+
+int RdbDocument::write(DadNode& root, TableQuery* table) {
+  if (!root.isMet && plan_.meet(nullptr, root)) return -1;
+  if (qrkProcElementNode(root, table, 1)) return -1;
+  return queries_.closeAttributeQueries();
+}
+
+// `current`: the table whose row is being written. A child that starts a query changes it for the
+// children behind it as well. Recursion is bounded by the depth of the DAD.
+int RdbDocument::qrkProcElementNode(DadNode& node, TableQuery* current, int depth) {
+  if (!node.element) plan_.open(node);
+  DadElement& element = *node.element;
+  if (text_.append(lineStart(depth)) || text_.append(element.startTag)) return -1;
+  for (size_t i = 0; i < element.children.size(); ++i) {
+    if (i == element.attributes && element.closesStartTag && text_.append(">")) return -1;
+    if (writeChild(node, element.children[i], current, depth)) return -1;
+  }
+  if (element.endsOnOwnLine && text_.append(lineStart(depth))) return -1;
+  return text_.append(element.endTag);
+}
+
+int RdbDocument::writeChild(DadNode& parent, DadNode& child, TableQuery*& current, int depth) {
+  if (!child.isMet && plan_.meet(&parent, child)) return -1;
+  bool isStarted = false;
+  if (startQuery(child, current, depth, isStarted)) return -1;
+  if (child.kind != DadNodeKind::Element) return qrkProcAttTextNode(child);
+  return isStarted ? writeRows(child, *current, depth)
+                   : qrkProcElementNode(child, current, depth + 1);
+}
+
+// Decides which table the child's values come from and whether its query has to run for that; if
+// so, it is at its first row afterwards.
+int RdbDocument::startQuery(DadNode& child, TableQuery*& current, int depth, bool& isStarted) {
+  const bool isInCurrent = current && (child.members & current->self()) != 0;
+  TableQuery* top = nullptr;
+  if (child.tops != 0 && child.kind != DadNodeKind::Text && !isInCurrent) {
+    top = queries_.firstClosed(child.tops);
+  }
+  const bool isForeignAttribute = child.kind == DadNodeKind::Attribute && !isInCurrent;
+  if (!top && (current || child.isTrivial) && !isForeignAttribute) return 0;
+
+  if (top) {
+    current = top;
+  } else if (chooseTable(child, current)) {
+    return -1;
+  }
+  // An attribute of an enclosing element's table comes from the row that is there already.
+  if (current->isWalked()) return 0;
+  isStarted = true;
+  return current->open(depth) || current->fetch() ? -1 : 0;
+}
+
+// The table of a child that starts a query and is no top element.
+int RdbDocument::chooseTable(DadNode& child, TableQuery*& current) {
+  if (child.members != 0) {
+    current = &queries_.first(child.members);
+    return 0;
+  }
+  if (!current && child.isIntermediate) {
+    if (plan_.findGroup(child)) return -1;
+    current = child.group;
+  }
+  return current ? 0 : report_.internal(__LINE__);
+}
+
+int RdbDocument::writeRows(DadNode& child, TableQuery& query, int depth) {
+  query.setWalked(true);
+  while (query.hasRow()) {
+    if (qrkProcElementNode(child, &query, depth + 1) || query.fetch()) return -1;
+  }
+  query.setWalked(false);
+  return query.close();
+}
+
+int RdbDocument::qrkProcAttTextNode(DadNode& node) {
+  if (!node.source && plan_.findSource(node)) return -1;
+  if (!node.source->isOpen()) {
+    return report_.failed(Msg::QRKQ062E, node.source->table().name, node.item);
+  }
+  if (node.column < 0 && plan_.findColumn(node)) return -1;
+  if (node.source->isNull(node.column)) return 0;
+  return node.kind == DadNodeKind::Attribute ? qrkWriteXMLAttribute(node) : qrkWriteXMLText(node);
+}
+
+// An attribute without a value is left out.
+int RdbDocument::qrkWriteXMLAttribute(const DadNode& node) {
+  bool isEmpty = false;
+  if (isEmptyValue(node, isEmpty)) return -1;
+  if (isEmpty) return 0;
+  if (text_.append(node.markup) || qrkWriteXMLText(node)) return -1;
+  return text_.append("\"");
+}
+
+int RdbDocument::qrkWriteXMLText(const DadNode& node) {
+  const TableQuery& source = *node.source;
+  const char* column = source.table().col2xml[node.column].col;
+  return source.isLargeObject(node.column)
+             ? text_.appendLargeObject(source.locator(node.column), column)
+             : text_.appendValue(source.text(node.column), column);
+}
+
+int RdbDocument::isEmptyValue(const DadNode& node, bool& isEmpty) {
+  const TableQuery& source = *node.source;
+  if (!source.isLargeObject(node.column)) {
+    isEmpty = source.text(node.column).empty();
+    return 0;
+  }
+  int32_t length = 0;
+  if (qrkGetLocatorLength(report_.ctx, source.locator(node.column), &length, report_.errCode,
+                          report_.msg)) {
+    return -1;
+  }
+  isEmpty = length == 0;
+  return 0;
+}
+
+}  // namespace orvxml

@@ -1,0 +1,45 @@
+// Writing one document: the walk over the DAD's element tree that starts, repeats and re-runs the
+// queries of tables as elements ask for them.
+#pragma once
+
+#include <string>
+
+#include "src/compose/document_text.h"
+#include "src/compose/rdb_plan.h"
+#include "src/compose/rdb_query.h"
+
+namespace orvxml {
+
+// Writes the documents of one call, one after the other. The functions return 0, or -1 with the
+// failure reported.
+class RdbDocument {
+ public:
+  RdbDocument(const RdbReport& report, TableQueries& queries, RdbPlan& plan, DocumentText& text);
+
+  // The root with all that it holds, from the current row of `table` (null: of no table).
+  int write(DadNode& root, TableQuery* table);
+
+ private:
+  int qrkProcElementNode(DadNode& node, TableQuery* current, int depth);
+  int writeChild(DadNode& parent, DadNode& child, TableQuery*& current, int depth);
+  int startQuery(DadNode& child, TableQuery*& current, int depth, bool& isStarted);
+  int chooseTable(DadNode& child, TableQuery*& current);
+  int writeRows(DadNode& child, TableQuery& query, int depth);
+  int qrkProcAttTextNode(DadNode& node);
+  int qrkWriteXMLAttribute(const DadNode& node);
+  int qrkWriteXMLText(const DadNode& node);
+  int writeValue(const DadNode& node);
+  int isEmptyValue(const DadNode& node, bool& isEmpty);
+  // The line feed and the blanks in front of a tag.
+  std::string_view lineStart(int depth) const {
+    return std::string_view(lineStart_).substr(0, static_cast<size_t>(2 * depth - 1));
+  }
+
+  const RdbReport& report_;
+  TableQueries& queries_;
+  RdbPlan& plan_;
+  DocumentText& text_;
+  const std::string lineStart_;  // of the deepest element
+};
+
+}  // namespace orvxml

@@ -1,0 +1,135 @@
+#include "src/compose/rdb_plan.h"
+
+#include <cstring>
+
+#include "orvxml/code_pages.h"
+#include "orvxml/sql_scanner.h"
+#include "src/compose/document_text.h"
+#include "src/dad/dad_walk.h"
+
+namespace orvxml {
+
+using dad::asElement;
+using dad::hasTag;
+
+namespace {
+
+void addChildren(const DadNode& node, DadNodeKind kind, std::u16string_view tag,
+                 std::vector<DadNode>& children) {
+  for (auto* child = node.dad->getFirstChild(); child; child = child->getNextSibling()) {
+    if (hasTag(child, tag)) children.emplace_back(kind, asElement(child));
+  }
+}
+
+void addContent(const DadNode& node, std::vector<DadNode>& children) {
+  for (auto* child = node.dad->getFirstChild(); child; child = child->getNextSibling()) {
+    if (hasTag(child, u"element_node")) {
+      children.emplace_back(DadNodeKind::Element, asElement(child));
+    } else if (hasTag(child, u"text_node")) {
+      children.emplace_back(DadNodeKind::Text, asElement(child));
+    }
+  }
+}
+
+}  // namespace
+
+int RdbPlan::meet(DadNode* parent, DadNode& node) {
+  if (node.kind != DadNodeKind::Text && readName(node)) return -1;
+  if (node.kind == DadNodeKind::Attribute && checkAttributeName(*parent, node)) return -1;
+  node.tops = queries_.withTopElement(node.name.c_str());
+  node.members = queries_.containing(report_.ctx, node.name.c_str());
+  node.isIntermediate = qrkIsNodeIntermediate(report_.ctx, handle(node)) != 0;
+  node.isTrivial = qrkIsTrivial(report_.ctx, handle(node)) != 0;
+  if (node.kind == DadNodeKind::Attribute) node.markup = " " + node.name + "=\"";
+  node.isMet = true;
+  return 0;
+}
+
+int RdbPlan::readName(DadNode& node) {
+  const char16_t* name = node.dad->getAttribute(u"name");
+  if (!*name) {
+    const bool isElement = node.kind == DadNodeKind::Element;
+    return report_.failed(isElement ? Msg::QRKQ014E : Msg::QRKQ006E);
+  }
+  const bool isWritable = isXmlName(name) && toDatabase(report_.ctx, name, node.name);
+  if (isWritable) return 0;
+  return report_.failed(Msg::QRKQ040E, dad::inDatabase(report_.ctx, name));
+}
+
+int RdbPlan::checkAttributeName(DadNode& parent, const DadNode& node) {
+  if (parent.element->attributeNames.insert(node.name).second) return 0;
+  return report_.failed(Msg::QRKQ045E, parent.name, node.name);
+}
+
+void RdbPlan::open(DadNode& node) {
+  auto element = std::make_unique<DadElement>();
+  std::vector<DadNode>& children = element->children;
+  addChildren(node, DadNodeKind::Attribute, u"attribute_node", children);
+  element->attributes = children.size();
+  addContent(node, children);
+
+  const bool hasAttributes = element->attributes > 0;
+  const bool hasContent = children.size() > element->attributes;
+  const bool isEmpty = !hasContent;
+  element->closesStartTag = hasAttributes && hasContent;
+  element->endsOnOwnLine = hasContent && children.back().kind == DadNodeKind::Element;
+  element->startTag = '<' + node.name + (hasContent && !hasAttributes ? ">" : "");
+  element->endTag = (isEmpty ? "></" : "</") + node.name + '>';
+  node.element = std::move(element);
+}
+
+int RdbPlan::findGroup(DadNode& node) {
+  if (node.group) return 0;
+  tab* found = nullptr;
+  if (qrkFindTabForIntermediate(report_.ctx, handle(node), node.name.c_str(), &queries_.model(),
+                                &found, report_.report())) {
+    return -1;
+  }
+  node.group = &queries_.of(found);
+  return 0;
+}
+
+int RdbPlan::findSource(DadNode& node) {
+  node.item = node.name;
+  if (node.kind == DadNodeKind::Text) {
+    char name[kXmlNameSize];
+    if (qrkGetEleNameOfTxt(report_.ctx, handle(node), name, report_.errCode, report_.msg)) {
+      return -1;
+    }
+    node.item = name;
+  }
+  const DOM_Element rdb = columnNode(node);
+  if (rdb.isNull()) return report_.failed(Msg::QRKQ007E, node.item);
+  char schema[kSchemaSize];
+  char table[kTableSize];
+  tab* found = nullptr;
+  if (qrkGetTabFromRDB(report_.ctx, node.item.c_str(), rdb, schema, table, report_.errCode,
+                       report_.msg)) {
+    if (*report_.msg == 0) report_.failed(Msg::QRKQ013E);
+    return -1;
+  }
+  if (qrkFindTabByName(report_.ctx, &queries_.model(), schema, table, &found, report_.errCode,
+                       report_.msg)) {
+    return -1;
+  }
+  node.source = &queries_.of(found);
+  return 0;
+}
+
+// A value is known by the name of its item: the table's first column of that name.
+int RdbPlan::findColumn(DadNode& node) {
+  char column[kColumnSize];
+  if (qrkGetColFromRDB(report_.ctx, node.item.c_str(), columnNode(node), column, report_.errCode,
+                       report_.msg)) {
+    return -1;
+  }
+  const tab& table = node.source->table();
+  for (int i = 0; i < table.num_col; ++i) {
+    if (std::strcmp(table.col2xml[i].xml, node.item.c_str()) != 0) continue;
+    node.column = i;
+    return 0;
+  }
+  return report_.failed(Msg::QRKQ012E);
+}
+
+}  // namespace orvxml

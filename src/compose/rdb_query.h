@@ -1,0 +1,150 @@
+// The tables of the mapping model as RDB_node composition uses them. A table has one SELECT
+// statement, made at its first use; its markers are bound to the current rows of its parent tables,
+// which are the tables of a smaller level that it is joined to. So running it again yields the rows
+// that belong to the parents' present rows.
+//
+// A row lives in the buffers of the table's descriptor until the next one is fetched. When a parent
+// moves to another row, the row is forgotten: its values are null from then on.
+#pragma once
+
+#include <bit>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvxml/mapping_model.h"
+
+namespace orvxml {
+
+inline constexpr char kRdbModule[] = "qrkrcomp";
+
+inline bool isGraphicType(SQLSMALLINT type) {
+  return type == SQL_GRAPHIC || type == SQL_VARGRAPHIC || type == SQL_LONGVARGRAPHIC ||
+         type == SQL_DBCLOB;
+}
+
+// A set of tables of the model, one bit per place in the model.
+using TableSet = uint32_t;
+static_assert(QRK_NUMTAB_IN_REL <= 32);
+
+// Where the failures of one composition go. The functions return -1.
+struct RdbReport {
+  QrkStruct* ctx;
+  int* errCode;
+  char* msg;
+
+  Report report() const { return {ctx, msg, errCode}; }
+  template <class... Args>
+  int failed(Msg message, const Args&... args) const {
+    fail(report(), message, args...);
+    return -1;
+  }
+  int internal(int line) const;
+  // QRKG001E, and behind it the message that stood before, which tells why.
+  int internalBecause(int line) const;
+  // `message` behind the message that stands.
+  int failedAlso(Msg message, const char* argument) const;
+  // A call of the call-level interface: QRKG006E.
+  int cli(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle, const char* what, int line) const;
+  // A statement that the server refused: QRKQ053E with its words.
+  int statement(SQLHSTMT hstmt) const;
+};
+
+class TableQueries;
+
+class TableQuery {
+ public:
+  TableQuery(TableQueries& all, const RdbReport& report, SQLHDBC hdbc, tab& table, TableSet self)
+      : all_(all), report_(report), hdbc_(hdbc), table_(table), self_(self) {}
+  ~TableQuery() { freeLocators(); }
+  TableQuery(const TableQuery&) = delete;
+  TableQuery& operator=(const TableQuery&) = delete;
+
+  tab& table() const { return table_; }
+  // The set of just this table.
+  TableSet self() const { return self_; }
+
+  // Runs the query, which is made and bound to its parents when this is the first time (`level`:
+  // the table's level from then on). No row is fetched yet. 0 or -1.
+  int open(int level);
+  // Goes to the next row. 0 or -1; hasRow() tells whether there was one. The values of the last row
+  // stay for the tables that are joined to them.
+  int fetch();
+  // 0 or -1. Forgets no row.
+  int close();
+
+  // A cursor stands open: over the rows that an element repeats for, or on the single row of an
+  // attribute.
+  bool isOpen() const { return table_.cursor_open != 0; }
+  bool hasRow() const { return hasRow_; }
+  // The rows are being walked by an element that encloses what is written now.
+  bool isWalked() const { return isWalked_; }
+  void setWalked(bool walked) { isWalked_ = walked; }
+
+  bool isNull(int column) const { return table_.lengths[column] == SQL_NULL_DATA; }
+  // Of a column that is not null.
+  std::string_view text(int column) const {
+    return {table_.descriptor->sqlvar[column].sqldata, static_cast<size_t>(table_.lengths[column])};
+  }
+  bool isLargeObject(int column) const;
+  int32_t locator(int column) const;
+
+  // Binds marker `number` of `child` to a column of this table.
+  void supply(TableQuery& child, int number, int column);
+
+ private:
+  int prepare(int level);
+  int describeColumns(bool isRoot);
+  int describeColumn(int column, bool isRoot);
+  int execute();
+  int freeLocators();
+  void forgetRow();
+  void forgetDependentRows();
+
+  TableQueries& all_;
+  const RdbReport& report_;
+  const SQLHDBC hdbc_;
+  tab& table_;
+  const TableSet self_;
+  bool hasRow_ = false;
+  bool hasValues_ = false;  // of the row that was fetched last
+  bool isWalked_ = false;
+  std::vector<const int32_t*> parameterLengths_;  // of the parents' values, one per marker
+  std::vector<TableQuery*> dependents_;           // tables that are bound to this one's rows
+  std::vector<int> largeObjects_;                 // columns that are fetched as locators
+};
+
+// The tables of one composition, in the order of the model.
+class TableQueries {
+ public:
+  TableQueries(const RdbReport& report, SQLHDBC hdbc, rel& model);
+
+  TableQuery& at(int index) { return queries_[static_cast<size_t>(index)]; }
+  TableQuery& of(const tab* table);
+  rel& model() const { return model_; }
+  TableQuery& first(TableSet set) { return at(std::countr_zero(set)); }
+  // The first table of the set that has no open cursor; null when there is none.
+  TableQuery* firstClosed(TableSet set);
+  // The tables whose top element is called so, and those that the name belongs to at all.
+  TableSet withTopElement(const char* name) const;
+  TableSet containing(QrkStruct* ctx, const char* name) const;
+  // Closes what attributes left open. 0 or -1.
+  int closeAttributeQueries();
+  // Closes what a failure left open, without a word about it.
+  void closeAfterFailure();
+
+ private:
+  rel& model_;
+  std::deque<TableQuery> queries_;  // addresses stay
+};
+
+// ---- The statement of a table (rdb_statement.cpp).
+// Appends schema, if there is one, and table as delimited identifiers with their periods.
+void prefix_qualification(std::string& out, const tab& table);
+// The table's level, or -1 when the model does not have it.
+int32_t getLevel(QrkStruct* ctx, rel* relinfo, const char* schema, const char* table);
+// Writes, prepares and binds the statement. 0 or -1.
+int qrkGenSQL(const RdbReport& report, TableQueries& queries, TableQuery& query);
+
+}  // namespace orvxml
