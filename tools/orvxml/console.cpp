@@ -23,6 +23,12 @@ void printMessage(std::string_view where, std::string_view text) {
                where.empty() ? "" : ": ", static_cast<int>(text.size()), text.data());
 }
 
+void printFailure(std::string_view where, std::string_view text) {
+  printMessage(where, text);
+  if (text.find("ORV0805E") == std::string_view::npos) return;
+  printMessage("", "the database lacks the library's packages: run orvxml bind");
+}
+
 void checkOutput() {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return;
   throw Failure("", std::string("cannot write the output: ") + std::strerror(errno));

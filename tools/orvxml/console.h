@@ -11,6 +11,9 @@ namespace orvxml::command {
 // "where: text", or the text alone. A final newline of the text is dropped.
 void printMessage(std::string_view where, std::string_view text);
 
+// The same for a failure that came from the library, with a word of help where there is one.
+void printFailure(std::string_view where, std::string_view text);
+
 // Throws Failure when standard output did not take all that was written to it.
 void checkOutput();
 

@@ -1,11 +1,12 @@
-// The command `orvxml`: makes databases, binds the library's packages, runs SQL, decomposes
-// documents and switches the trace.
+// The command `orvxml`: makes databases, binds the library's packages, runs SQL, decomposes and
+// composes documents and switches the trace.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 
 #include "admin_commands.h"
+#include "compose_command.h"
 #include "console.h"
 #include "settings.h"
 #include "shred_command.h"
@@ -21,6 +22,7 @@ struct CommandLine {
   int codePage = kUtf8CodePage;
   SqlOptions sql;
   ShredOptions shred;
+  ComposeOptions compose;
   std::string traceDirectory;
   ExitStatus status = kDone;
 };
@@ -74,6 +76,25 @@ void addShred(CLI::App& app, CommandLine& line) {
   shred->callback([&line] { line.status = runShred(line.settings, line.shred); });
 }
 
+void addCompose(CLI::App& app, CommandLine& line) {
+  CLI::App* compose = app.add_subcommand("compose", "Compose documents from rows");
+  ComposeOptions& options = line.compose;
+  const auto add = [compose](const char* name, auto& value, const char* text, const char* type) {
+    compose->add_option(name, value, text)->type_name(type);
+  };
+  add("--dad", options.dad, "File with the mapping", "FILE");
+  add("--collection", options.collection, "Enabled collection with the mapping", "NAME");
+  add("--override-sql", options.overrideSql, "Statement in place of the mapping's", "TEXT");
+  add("--override-xml", options.overrideXml, "Conditions by location path", "TEXT");
+  add("--max-rows", options.maxRows, "Documents to compose at most; 0: all", "N");
+  add("--output", options.output, "Write the first document to a file", "FILE");
+  add("--output-dir", options.outputDir, "Write all documents into a folder", "DIR");
+  add("--into", options.into, "Insert all documents into a table", "TABLE");
+  add("--column", options.column, "Column of that table for the documents", "COLUMN");
+  add("--valid-column", options.validColumn, "Column for their validation results", "COLUMN");
+  compose->callback([&line] { line.status = runCompose(line.settings, line.compose); });
+}
+
 int run(int argc, char** argv) {
   CommandLine line;
   CLI::App app{"The XML Annex of the ORV server from the command line.", "orvxml"};
@@ -81,6 +102,7 @@ int run(int argc, char** argv) {
   addAdministration(app, line);
   addSql(app, line);
   addShred(app, line);
+  addCompose(app, line);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

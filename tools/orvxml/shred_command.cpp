@@ -3,12 +3,12 @@
 #include <cinttypes>
 #include <cstdio>
 #include <optional>
-#include <string_view>
 #include <utility>
 
 #include "console.h"
 #include "database.h"
 #include "input_file.h"
+#include "mapping.h"
 #include "result_writer.h"
 #include "shredder.h"
 #include "text_encoding.h"
@@ -20,10 +20,6 @@ namespace {
 
 using TableCounts = std::vector<std::pair<std::string, int64_t>>;
 
-struct Position {
-  std::string line, column;
-};
-
 // What became of one document.
 struct DocumentResult {
   std::string name;
@@ -34,25 +30,6 @@ struct DocumentResult {
   std::optional<Position> position;
   TableCounts rows;
 };
-
-// The numbers that the parser's message carries: "... Parser error on line 3 column 7: ...".
-std::optional<Position> parserPosition(std::string_view message) {
-  const auto numberAfter = [&](std::string_view words) {
-    size_t at = message.find(words);
-    if (at == std::string_view::npos) return std::string();
-    at += words.size();
-    const size_t end = message.find_first_not_of("0123456789", at);
-    return std::string(message.substr(at, end == std::string_view::npos ? end : end - at));
-  };
-  if (message.find("QRKQ047E") == std::string_view::npos) return std::nullopt;
-  Position position{numberAfter("on line "), numberAfter(" column ")};
-  if (position.line.empty() || position.column.empty()) return std::nullopt;
-  return position;
-}
-
-std::string labelOf(const Mapping& mapping) {
-  return mapping.isCollection ? "mapping of collection " + mapping.name : mapping.name;
-}
 
 class DocumentRun {
  public:
@@ -117,10 +94,7 @@ class DocumentRun {
     }
     if (!result.ok) {
       progress_.clear();
-      printMessage(result.where, result.message);
-      if (result.message.find("ORV0805E") != std::string::npos) {
-        printMessage("", "the database lacks the library's packages: run orvxml bind");
-      }
+      printFailure(result.where, result.message);
     } else if (result.rows.empty()) {
       progress_.clear();
       printMessage(result.where,
@@ -163,16 +137,8 @@ class DocumentRun {
   Progress progress_;
 };
 
-Mapping readMapping(const ShredOptions& options) {
-  if (!options.collection.empty()) return {true, options.collection, ""};
-  const std::string name = inputName(options.dad);
-  return {false, name, documentAsUtf8(name, readWhole(options.dad))};
-}
-
 void checkOptions(const ShredOptions& options) {
-  if (options.dad.empty() == options.collection.empty()) {
-    throw Failure("", "give either --dad or --collection", kWrongUse);
-  }
+  checkMapping(options.dad, options.collection);
   if (options.documents.empty()) throw Failure("", "no document given", kWrongUse);
 }
 
@@ -181,7 +147,7 @@ void checkOptions(const ShredOptions& options) {
 ExitStatus runShred(const Settings& settings, const ShredOptions& options) {
   checkOptions(options);
   requireDatabase(settings);
-  Mapping mapping = readMapping(options);
+  Mapping mapping = readMapping(options.dad, options.collection);
   const std::unique_ptr<orv::Session> session = openDatabase(settings);
   DocumentRun run(settings, *session, std::move(mapping), options.documents.size());
   ExitStatus status = kDone;

@@ -1,43 +1,10 @@
 #include "shredder.h"
 
-#include <cstring>
-#include <memory>
-
 #include "orvxml/context.h"
-#include "orvxml/procedures.h"
-#include "settings.h"
+#include "procedure_values.h"
 #include "text_encoding.h"
 
 namespace orvxml::command {
-
-namespace {
-
-// Sizes of the registered procedures' parameters, in bytes.
-constexpr size_t kDadParameter = size_t{100} << 10;
-constexpr size_t kDocumentParameter = size_t{1} << 20;
-constexpr int kNoSuchRoutine = -440;
-
-// A large object as the procedures take it: its length, then its bytes and a terminator.
-class ClobValue {
- public:
-  explicit ClobValue(std::string_view text) : block_(new char[kHeader + text.size() + 1]) {
-    const auto length = static_cast<int32_t>(text.size());
-    std::memcpy(block_.get(), &length, kHeader);
-    std::memcpy(block_.get() + kHeader, text.data(), text.size());
-    block_[kHeader + text.size()] = '\0';
-  }
-  clob* get() { return reinterpret_cast<clob*>(block_.get()); }
-
- private:
-  static constexpr size_t kHeader = offsetof(clob, data);
-  std::unique_ptr<char[]> block_;
-};
-
-int numberOf(const orv::ResultValue& value) {
-  return value ? static_cast<int>(std::strtol(value->c_str(), nullptr, 10)) : 0;
-}
-
-}  // namespace
 
 Shredder::Shredder(orv::Session& session, Mapping mapping)
     : session_(session), mapping_(std::move(mapping)) {

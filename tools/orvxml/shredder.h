@@ -6,16 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "mapping.h"
 #include "orv/session.h"
 
 namespace orvxml::command {
-
-// What says how documents become rows.
-struct Mapping {
-  bool isCollection = false;
-  std::string name;  // file of the mapping, or name of the collection; stands in messages
-  std::string dad;   // text of the mapping in UTF-8; unused for a collection
-};
 
 struct ShredOutcome {
   int code = 0;         // negative: failed

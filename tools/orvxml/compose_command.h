@@ -1,0 +1,27 @@
+// The subcommand compose: rows into documents.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "settings.h"
+
+namespace orvxml::command {
+
+struct ComposeOptions {
+  std::string dad;  // file of the mapping; exactly one of dad and collection is given
+  std::string collection;
+  std::optional<std::string> overrideSql, overrideXml;  // one at most
+  int maxRows = 0;                                      // 0: no limit
+
+  // Where the documents go, one at most; without any the first one goes to standard output.
+  std::string output;     // a file for the first one
+  std::string outputDir;  // a folder for all of them
+  std::string into;       // a table for all of them
+  std::string column, validColumn;
+};
+
+// Reports on standard error. Returns kDone, or kFailed when nothing was composed; throws Failure.
+ExitStatus runCompose(const Settings& settings, const ComposeOptions& options);
+
+}  // namespace orvxml::command

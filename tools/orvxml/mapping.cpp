@@ -1,0 +1,40 @@
+#include "mapping.h"
+
+#include "input_file.h"
+#include "settings.h"
+#include "text_encoding.h"
+
+namespace orvxml::command {
+
+void checkMapping(const std::string& dad, const std::string& collection) {
+  if (dad.empty() == collection.empty()) {
+    throw Failure("", "give either --dad or --collection", kWrongUse);
+  }
+}
+
+Mapping readMapping(const std::string& dad, const std::string& collection) {
+  checkMapping(dad, collection);
+  if (!collection.empty()) return {true, collection, ""};
+  const std::string name = inputName(dad);
+  return {false, name, documentAsUtf8(name, readWhole(dad))};
+}
+
+std::string labelOf(const Mapping& mapping) {
+  return mapping.isCollection ? "mapping of collection " + mapping.name : mapping.name;
+}
+
+std::optional<Position> parserPosition(std::string_view message) {
+  const auto numberAfter = [&](std::string_view words) {
+    size_t at = message.find(words);
+    if (at == std::string_view::npos) return std::string();
+    at += words.size();
+    const size_t end = message.find_first_not_of("0123456789", at);
+    return std::string(message.substr(at, end == std::string_view::npos ? end : end - at));
+  };
+  if (message.find("QRKQ047E") == std::string_view::npos) return std::nullopt;
+  Position position{numberAfter("on line "), numberAfter(" column ")};
+  if (position.line.empty() || position.column.empty()) return std::nullopt;
+  return position;
+}
+
+}  // namespace orvxml::command

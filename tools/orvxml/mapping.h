@@ -1,0 +1,31 @@
+// The mapping that a subcommand works by, and where a message about it points.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvxml::command {
+
+struct Mapping {
+  bool isCollection = false;
+  std::string name;  // file of the mapping, or name of the collection; stands in messages
+  std::string dad;   // text of the mapping in UTF-8; unused for a collection
+};
+
+// The mapping of the file `dad` or of the collection: exactly one of them is given, else Failure
+// with kWrongUse. Throws Failure when the file cannot be read.
+Mapping readMapping(const std::string& dad, const std::string& collection);
+void checkMapping(const std::string& dad, const std::string& collection);
+
+// How messages name a mapping.
+std::string labelOf(const Mapping& mapping);
+
+struct Position {
+  std::string line, column;
+};
+
+// The numbers that a message of the XML parser carries: "... Parser error on line 3 column 7: ...".
+std::optional<Position> parserPosition(std::string_view message);
+
+}  // namespace orvxml::command

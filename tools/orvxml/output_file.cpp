@@ -1,0 +1,120 @@
+#include "output_file.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "settings.h"
+
+namespace orvxml::command {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kForEverybody = 0666;  // less what the user's mask takes away
+constexpr std::string_view kExtension = ".xml";
+
+// "000001.xml"
+bool isNumberedDocument(const std::string& name) {
+  if (!name.ends_with(kExtension)) return false;
+  const size_t digits = name.size() - kExtension.size();
+  return digits >= 6 && std::all_of(name.begin(), name.begin() + static_cast<ptrdiff_t>(digits),
+                                    [](char c) { return c >= '0' && c <= '9'; });
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& path) : name_(path), path_(path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (fs::is_directory(status)) throw Failure(name_, "is a directory");
+  if (fs::exists(status)) {
+    if (!fs::is_regular_file(status)) throw Failure(name_, "is no plain file");
+    // A link stays what it is.
+    path_ = fs::canonical(path, error).string();
+    if (error) throw Failure(name_, error.message());
+  }
+  const fs::path target(path_);
+  const std::string hidden =
+      '.' + target.filename().string() + '.' + std::to_string(getpid()) + ".tmp";
+  temporary_ = (target.parent_path() / hidden).string();
+  descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kForEverybody);
+  if (descriptor_ < 0) fail("cannot be written");
+}
+
+OutputFile::~OutputFile() {
+  discard();
+}
+
+void OutputFile::fail(const char* what) const {
+  throw Failure(name_, std::string(what) + ": " + std::strerror(errno));
+}
+
+void OutputFile::discard() {
+  if (descriptor_ < 0) return;
+  close(descriptor_);
+  unlink(temporary_.c_str());
+  descriptor_ = -1;
+}
+
+void OutputFile::write(std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t written = ::write(descriptor_, content.data(), content.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) fail("cannot be written");
+    content.remove_prefix(static_cast<size_t>(written));
+  }
+}
+
+void OutputFile::commit() {
+  const int closed = close(descriptor_);
+  descriptor_ = -1;
+  if (closed == 0 && std::rename(temporary_.c_str(), path_.c_str()) == 0) return;
+  const int reason = errno;
+  unlink(temporary_.c_str());
+  errno = reason;
+  fail("cannot be written");
+}
+
+OutputFolder::OutputFolder(const std::string& path) : path_(path) {
+  std::error_code error;
+  made_ = fs::create_directory(path, error);
+  if (error) throw Failure(path, error.message());
+  if (made_) return;
+  for (fs::directory_iterator entry(path, error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (isNumberedDocument(entry->path().filename().string())) {
+      throw Failure(path, "holds numbered documents already");
+    }
+  }
+  if (error) throw Failure(path, error.message());
+}
+
+OutputFolder::~OutputFolder() {
+  if (kept_) return;
+  std::error_code ignored;
+  for (size_t number = 1; number <= written_; ++number) fs::remove(fileName(number), ignored);
+  if (made_) fs::remove(path_, ignored);
+}
+
+std::string OutputFolder::fileName(size_t number) const {
+  char name[32];
+  std::snprintf(name, sizeof name, "%06zu.xml", number);
+  return (fs::path(path_) / name).string();
+}
+
+void OutputFolder::add(std::string_view document) {
+  OutputFile file(fileName(written_ + 1));
+  file.write(document);
+  file.commit();
+  ++written_;
+}
+
+}  // namespace orvxml::command
