@@ -1,0 +1,242 @@
+// Where composed documents end: rows of every kind of result table, CLOB outputs of every size, and
+// the result of their validation.
+#include <fnmatch.h>
+
+#include <filesystem>
+
+#include "orvxml/composition.h"
+#include "tests/foundation/call_context.h"
+#include "tests/support/decompose_calls.h"
+
+namespace orvxml::test {
+namespace {
+
+const char kNone[] = "";
+const char kInternal[] =
+    "*QRKM001W  A ORV error occurred.\nQRKG001E  An internal error occured in build *, file "
+    "qrkcomp, and line *.\n";
+constexpr size_t kLastInMemory = 16386;  // bytes, of a document that grows in small pieces
+
+class ResultStorageTest : public testing::Test {
+ protected:
+  ResultStorageTest() { to_.validSource = &source_; }
+
+  // Puts `text` into a document as composition does.
+  QrkOutbuf* document(const std::string& text) {
+    EXPECT_EQ(qrkBufAcquire(call_, &document_, kDocumentInitialSize, kDocumentMemoryLimit,
+                            QRK_LOC_MEMORY, &code_, call_.msg, 0),
+              0);
+    for (size_t at = 0; at < text.size(); at += 100) {
+      EXPECT_EQ(qrkBufAppend(call_, &document_, text.substr(at, 100).c_str()), 0);
+    }
+    return &document_;
+  }
+
+  int deliver(const std::string& text) {
+    code_ = 0;
+    call_.msg[0] = 0;
+    document(text);
+    wasFile_ = document_.loctype == QRK_LOC_FILE;
+    const int rc = deliverDocument(call_, to_, &document_, &code_, call_.msg);
+    EXPECT_EQ(rc != 0, code_ != 0);
+    EXPECT_EQ(document_.data, nullptr);
+    EXPECT_EQ(unittest::fileCount(folder_), 0u);
+    return code_;
+  }
+
+  void expectMessage(const char* pattern) {
+    EXPECT_EQ(fnmatch(pattern, call_.msg, 0), 0) << call_.msg;
+  }
+
+  const TemporaryFolder folder_;
+  const unittest::Variable folderForFiles_{"ORVQRKTEMP", folder_.path().c_str()};
+  DecomposeDatabase db_;
+  CallContext call_;
+  QrkOutbuf document_{};
+  ValidationSource source_{kValidateByDtd, ""};
+  Delivery to_;
+  int code_ = 0;
+  bool wasFile_ = false;
+};
+
+TEST_F(ResultStorageTest, ResultTables) {
+  struct Case {
+    const char* label;
+    const char* definition;
+    const char* table;
+    const char* column;
+    size_t size;  // of the document, in bytes
+    int code;
+    const char* message;
+  };
+  const size_t kFile = 20000;
+  const Case cases[] = {
+      {"an ordinary table", "docs (DOC CLOB(1M))", "docs", "DOC", 7, 0, kNone},
+      {"the same, a file", "docs (DOC CLOB(1M))", "docs", "DOC", kFile, 0, kNone},
+      {"delimited names", "\"my docs\" (\"a \"\"b\"\"\" VARCHAR(10))", "\"my docs\"", "a \"b\"", 7,
+       0, kNone},
+      {"a schema", "their.docs (A INTEGER, DOC VARCHAR(32000))", "their.docs", "DOC", kFile, 0,
+       kNone},
+      {"the longest text", "docs (DOC VARCHAR(7))", "docs", "DOC", 7, 0, kNone},
+      {"a longer one", "docs (DOC VARCHAR(7))", "docs", "DOC", 8, -77,
+       "QRKQ017E  The column in the result table docs is too small.\n"},
+      {"a longer file", "docs (DOC CLOB(19999))", "docs", "DOC", kFile, -77,
+       "QRKQ017E  The column in the result table docs is too small.\n"},
+      {"no such table", "docs (DOC CLOB(1M))", "dogs", "DOC", 7, -57, kInternal},
+      {"no such column", "docs (DOC CLOB(1M))", "docs", "doc", 7, -57, kInternal},
+      {"no column at all", "docs (DOC CLOB(1M))", "docs", nullptr, 7, -57, kInternal},
+      {"no such column for a file", "docs (DOC CLOB(1M))", "docs", "doc", kFile, -57,
+       "*QRKM001W  A ORV error occurred.\nQRKG001E*"},
+      {"a name stays a name", "docs (DOC CLOB(1M))", "docs", "DOC\") VALUES ('x') --", 7, -57,
+       kInternal},
+      {"another column without a value", "docs (DOC CLOB(1M), A INTEGER NOT NULL)", "docs", "DOC",
+       7, -57, kInternal},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    const std::string table =
+        std::string(c.definition).substr(0, std::string(c.definition).find(" ("));
+    db_.run("CREATE TABLE " + std::string(c.definition));
+    to_.resultTable = c.table;
+    to_.resultColumn = c.column;
+    std::string text(c.size, 'x');
+    EXPECT_EQ(deliver(text), c.code);
+    expectMessage(c.message);
+    const Rows rows = db_.rows("SELECT * FROM " + table);
+    EXPECT_EQ(rows.size(), c.code == 0 ? 1u : 0u);
+    for (const Row& row : rows) EXPECT_EQ(row.back(), text);
+    db_.run("DROP TABLE " + table);
+  }
+}
+
+TEST_F(ResultStorageTest, DocumentsAroundTheLimits) {
+  db_.run("CREATE TABLE DOCS (DOC CLOB(1M))");
+  to_.resultTable = "DOCS";
+  to_.resultColumn = "DOC";
+  for (const size_t size : {size_t{1}, size_t{4095}, size_t{4096}, kLastInMemory, kLastInMemory + 1,
+                            size_t{32766}, size_t{32767}, size_t{500000}}) {
+    SCOPED_TRACE(size);
+    const std::string text(size, 'd');
+    EXPECT_EQ(deliver(text), 0) << call_.msg;
+    EXPECT_EQ(wasFile_, size > kLastInMemory);
+    EXPECT_EQ(db_.rows("SELECT DOC FROM DOCS"), Rows{{text}});
+    db_.run("DELETE FROM DOCS");
+  }
+}
+
+TEST_F(ResultStorageTest, BuffersThatAreNoParameter) {
+  db_.run("CREATE TABLE DOCS (DOC CLOB(1M))");
+  to_.resultTable = "DOCS";
+  to_.resultColumn = "DOC";
+  for (const size_t size : {size_t{32766}, size_t{32767}}) {
+    SCOPED_TRACE(size);
+    ASSERT_EQ(
+        qrkBufAcquire(call_, &document_, 40000, kNoSizeLimit, QRK_LOC_MEMORY, &code_, call_.msg, 0),
+        0);
+    qrkBufAppend(call_, &document_, std::string(size, 'd').c_str());
+    const bool fits = size == 32766;
+    code_ = 0;
+    EXPECT_EQ(qrkInsertResult(call_, &document_, to_, &code_, call_.msg), fits ? 0 : -1);
+    EXPECT_EQ(code_, fits ? 0 : -57);
+    if (!fits) {
+      expectMessage(
+          "QRKG001E  An internal error occured in build sqllen is negative, file qrkcomp, and *");
+    }
+    EXPECT_EQ(db_.rows("SELECT COUNT(*) FROM DOCS"), Rows{{"1"}});
+  }
+  document_ = QrkOutbuf{};
+  document_.loctype = QRK_LOC_MEMORY;
+  EXPECT_EQ(qrkInsertResult(call_, &document_, to_, &code_, call_.msg), -1);
+  EXPECT_EQ(code_, -63);
+  expectMessage("QRKQ002E  Cannot generate storage space to hold XML documents.\n");
+  document_.loctype = 2;
+  EXPECT_EQ(qrkInsertResult(call_, &document_, to_, &code_, call_.msg), -1);
+  EXPECT_EQ(code_, -57);
+}
+
+TEST_F(ResultStorageTest, ClobOutputs) {
+  for (const size_t size :
+       {size_t{1}, size_t{100}, kLastInMemory, kLastInMemory + 1, size_t{40000}}) {
+    for (const size_t capacity : {size_t{0}, size - 1, size, size + 1}) {
+      SCOPED_TRACE(std::to_string(size) + " bytes into " + std::to_string(capacity));
+      std::vector<char> area(capacity);
+      int32_t length = 0, valid = 0;
+      to_.clobOut = area.data();
+      to_.clobCapacity = static_cast<int32_t>(capacity);
+      to_.clobLen = &length;
+      to_.valid = &valid;
+      const std::string text(size, 'd');
+      const bool fits = size <= capacity;
+      EXPECT_EQ(deliver(text), fits ? 0 : -124);
+      EXPECT_EQ(wasFile_, size > kLastInMemory);
+      EXPECT_EQ(static_cast<size_t>(length), fits ? size : 0);
+      if (fits) {
+        EXPECT_EQ(std::string(area.data(), size), text);
+        EXPECT_EQ(valid, -1);
+      } else {
+        expectMessage("QRKG017E  The limit for resultDoc has been exceeded in build *");
+      }
+    }
+  }
+}
+
+TEST_F(ResultStorageTest, Validation) {
+  db_.run("CREATE TABLE DOCS (DOC CLOB(1M), \"v\" INTEGER)");
+  db_.run(
+      "insert into orvxml.dtd_ref (dtdid, content, usage_count) values ('d.dtd',"
+      " '<!ELEMENT p (#PCDATA)>', 0)");
+  const std::string schema = folder_.path() + ".xsd";
+  std::ofstream(schema) << "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>"
+                           "<xs:element name='p' type='xs:string'/></xs:schema>";
+  const std::u16string location(schema.begin(), schema.end());
+  const ValidationSource registered{kValidateByDtd, "d.dtd"};
+  const ValidationSource unknown{kValidateByDtd, "e.dtd"};
+  const ValidationSource bySchema{kValidateBySchema, location.c_str()};
+  const ValidationSource noSchema{kValidateBySchema, u"/nowhere/s.xsd"};
+  const std::string large(40000, 'x');
+  const std::string subset = "<!DOCTYPE p [<!ELEMENT p (#PCDATA)>]>";
+  struct Case {
+    const char* label;
+    const ValidationSource* source;
+    std::string document;
+    const char* valid;
+  };
+  const Case cases[] = {
+      {"valid by its DTD", &registered, "<!DOCTYPE p SYSTEM 'elsewhere.dtd'><p>x</p>", "1"},
+      {"invalid by its DTD", &registered, "<!DOCTYPE p SYSTEM 'elsewhere.dtd'><q/>", "0"},
+      {"a valid file", &registered, "<!DOCTYPE p SYSTEM 'e'><p>" + large + "</p>", "1"},
+      {"an unknown DTD is done without", &unknown, subset + "<p/>", "1"},
+      {"and nothing is declared then", &unknown, "<p/>", "0"},
+      {"valid by its schema", &bySchema, "<p>x</p>", "1"},
+      {"a valid file by its schema", &bySchema, "<p>" + large + "</p>", "1"},
+      {"invalid by its schema", &bySchema, "<p><q/></p>", "0"},
+      {"no schema there", &noSchema, "<p/>", "0"},
+  };
+  to_.validate = true;
+  to_.resultColumn = "DOC";
+  to_.validColumn = "v";
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    to_.validSource = c.source;
+    to_.resultTable = "docs";
+    EXPECT_EQ(deliver(c.document), 0);
+    EXPECT_STREQ(call_.msg, "");
+    EXPECT_EQ(db_.rows("SELECT DOC, \"v\" FROM DOCS"), (Rows{{c.document, c.valid}}));
+    db_.run("DELETE FROM DOCS");
+
+    std::vector<char> area(c.document.size());
+    int32_t length = 0, valid = -1;
+    to_.resultTable = nullptr;
+    to_.clobOut = area.data();
+    to_.clobCapacity = static_cast<int32_t>(area.size());
+    to_.clobLen = &length;
+    to_.valid = &valid;
+    EXPECT_EQ(deliver(c.document), 0);
+    EXPECT_STREQ(call_.msg, "");
+    EXPECT_EQ(std::to_string(valid), c.valid);
+  }
+  std::filesystem::remove(schema);
+}
+
+}  // namespace
+}  // namespace orvxml::test
