@@ -4,49 +4,31 @@
 // Prints, for documents of growing size, both times and their ratio, the cost of one row, and the
 // peak memory of the call against that of the DOM alone (each measured in a process of its own).
 #include <sqlite3.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
 
-#include "orv/apie.h"
-#include "orv/session.h"
-#include "orv/xmlinit.h"
-#include "orvxml/procedures.h"
+#include "bench/support.h"
 
 namespace {
 
-constexpr int kUtf8CodePage = 1208;
+using bench::asClob;
+using bench::Database;
+using bench::milliseconds;
+using bench::peakKilobytes;
+using bench::readFile;
+using bench::require;
+
 constexpr int kLinesPerInvoice = 20;
 constexpr int kRepetitions = 15;
 const std::string kExample = ORVXML_SOURCE_DIR "/examples/invoices/";
-const std::string kBindList = ORVXML_BINARY_DIR "/share/orvxml/bnd/@qrkbind.lst";
-
-void require(bool condition, const std::string& what) {
-  if (condition) return;
-  std::fprintf(stderr, "decompose: %s\n", what.c_str());
-  std::exit(1);
-}
-
-std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream content;
-  content << file.rdbuf();
-  require(file.good(), "cannot read " + path);
-  return content.str();
-}
 
 // ---- The document and its rows
 
@@ -73,32 +55,12 @@ std::string document(int lines) {
   return text + "</customer>\n";
 }
 
-std::unique_ptr<clob, void (*)(void*)> asClob(const std::string& text) {
-  auto* value = static_cast<clob*>(std::malloc(sizeof(clob) + text.size()));
-  value->length = static_cast<int32_t>(text.size());
-  text.copy(value->data, text.size());
-  return {value, &std::free};
-}
-
 // ---- The call
 
-class Database {
+class InvoiceDatabase : public Database {
  public:
-  explicit Database(const std::filesystem::path& path) {
-    orv::Outcome outcome;
-    session_ = orv::Session::create(path.string(), kUtf8CodePage, outcome);
-    require(session_ != nullptr, outcome.message);
-    session_->makeCurrent();
-    sqlca area{};
-    sqlabndx(kBindList.c_str(), nullptr, nullptr, &area);
-    require(area.sqlcode == 0, "cannot bind " + kBindList);
-    for (const orv::ScriptStatement& statement :
-         orv::splitScript(readFile(kExample + "tables.sql"))) {
-      const orv::Outcome made = session_->run(statement.text).outcome;
-      require(!made.failed(), made.message);
-    }
-    session_->commit();
-  }
+  explicit InvoiceDatabase(const std::filesystem::path& path)
+      : Database(path, readFile(kExample + "tables.sql")) {}
 
   void shred(clob* dad, clob* document) {
     int code = 0;
@@ -108,10 +70,6 @@ class Database {
                     &indicators[3]);
     require(code == 0, message);
   }
-  void rollback() { session_->rollback(); }
-
- private:
-  std::unique_ptr<orv::Session> session_;
 };
 
 // ---- The bare work
@@ -189,47 +147,6 @@ struct Rows {
 
 // ---- Measuring
 
-double milliseconds(const std::function<void()>& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
-      .count();
-}
-
-long statusKilobytes(const char* field) {
-  std::ifstream status("/proc/self/status");
-  std::string name;
-  long value = 0;
-  for (std::string rest; status >> name; std::getline(status, rest)) {
-    if (name == field) status >> value;
-    if (name == field) break;
-  }
-  return value;
-}
-
-// The memory that `work` needs at its peak beyond what its process held before, in kilobytes.
-long peakKilobytes(const std::function<std::function<void()>()>& prepare) {
-  int pipes[2];
-  require(pipe(pipes) == 0, "no pipe");
-  const pid_t child = fork();
-  if (child == 0) {
-    const std::function<void()> work = prepare();
-    std::ofstream("/proc/self/clear_refs") << "5";
-    const long before = statusKilobytes("VmRSS:");
-    work();
-    const long grown = statusKilobytes("VmHWM:") - before;
-    require(write(pipes[1], &grown, sizeof grown) == sizeof grown, "no pipe");
-    _exit(0);
-  }
-  close(pipes[1]);
-  long grown = 0;
-  const bool answered = read(pipes[0], &grown, sizeof grown) == sizeof grown;
-  waitpid(child, nullptr, 0);
-  close(pipes[0]);
-  require(answered, "a measuring process failed");
-  return grown;
-}
-
 struct Measurement {
   size_t rows;
   double call;  // milliseconds
@@ -254,7 +171,7 @@ void measureMemory(int lines, const std::filesystem::path& folder, Measurement& 
     return [&] { parse(text); };
   });
   result.callMemory = peakKilobytes([&]() -> std::function<void()> {
-    auto db = std::make_shared<Database>(folder / ("memory" + std::to_string(lines)));
+    auto db = std::make_shared<InvoiceDatabase>(folder / ("memory" + std::to_string(lines)));
     std::shared_ptr<clob> dad = asClob(readFile(kExample + "invoices.dad"));
     std::shared_ptr<clob> input = asClob(text);
     db->shred(dad.get(), asClob(first).get());
@@ -268,7 +185,7 @@ void measureMemory(int lines, const std::filesystem::path& folder, Measurement& 
 void measureTime(int lines, const std::filesystem::path& folder, Measurement& result) {
   const std::string text = document(lines);
   const Rows rows(lines);
-  Database db(folder / ("call" + std::to_string(lines)));
+  InvoiceDatabase db(folder / ("call" + std::to_string(lines)));
   BareDatabase bare(folder / ("bare" + std::to_string(lines)));
   const auto dad = asClob(readFile(kExample + "invoices.dad"));
   const auto input = asClob(text);
@@ -292,17 +209,15 @@ void measureTime(int lines, const std::filesystem::path& folder, Measurement& re
 }  // namespace
 
 int main() {
-  setenv("ORVINSTANCE", "orvxml", 0);
-  require(isSharedLibInitSuccess() != 0, "the parser did not initialise");
-  std::string pattern = (std::filesystem::temp_directory_path() / "decompose-XXXXXX").string();
-  require(mkdtemp(pattern.data()) != nullptr, "no folder for the databases");
+  bench::start();
+  const bench::TemporaryFolder folder("decompose");
   std::printf("%7s %7s %9s %9s %9s %7s %9s %9s %9s %7s\n", "lines", "rows", "call ms", "parse ms",
               "insert ms", "ratio", "us/row", "call KB", "DOM KB", "ratio");
   double smallest = 0;
   for (const int lines : {200, 2000, 10000}) {
     Measurement m{};
-    measureMemory(lines, pattern, m);
-    measureTime(lines, pattern, m);
+    measureMemory(lines, folder.path(), m);
+    measureTime(lines, folder.path(), m);
     std::printf("%7d %7zu %9.2f %9.2f %9.2f %7.2f %9.2f %9ld %9ld %7.2f\n", lines, m.rows, m.call,
                 m.parse, m.inserts, m.ratio(), m.microsecondsPerRow(), m.callMemory, m.domMemory,
                 m.memoryRatio());
@@ -312,6 +227,5 @@ int main() {
                   m.microsecondsPerRow() / smallest);
     }
   }
-  std::filesystem::remove_all(pattern);
   return 0;
 }
