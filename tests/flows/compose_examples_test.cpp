@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <map>
 
+#include "tests/support/command_runner.h"
 #include "tests/support/composed_documents.h"
 
 namespace orvxml::test {
@@ -14,7 +15,7 @@ const std::string kExamples = ORVXML_SOURCE_DIR "/examples/";
 
 std::vector<std::string> filesBelow(const std::string& folder, const std::string& prefix = "") {
   std::vector<std::string> files;
-  for (const auto& entry : std::filesystem::directory_iterator(kExamples + folder)) {
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
     if (entry.path().filename().string().starts_with(prefix)) files.push_back(entry.path());
   }
   std::sort(files.begin(), files.end());
@@ -56,7 +57,8 @@ TEST_P(RecordShop, BothMappingsGiveTheDocuments) {
     ASSERT_EQ(byQuery[i], byTables[i]);
     documents[rootTag(byTables[i])] = byTables[i];
   }
-  for (const std::string& file : filesBelow("record_shop/documents", GetParam().element)) {
+  for (const std::string& file :
+       filesBelow(kExamples + "record_shop/documents", GetParam().element)) {
     const std::string expected = readFile(file);
     EXPECT_EQ(documents[rootTag(expected)], expected) << file;
   }
@@ -67,27 +69,31 @@ INSTANTIATE_TEST_SUITE_P(Mappings, RecordShop,
                                          ShopCase{"catalogue", "artist", 244}),
                          [](const auto& shop) { return shop.param.mapping; });
 
+// The documents of the example, there and back with the command, which takes them in any encoding.
 class Invoices : public testing::Test {
  protected:
   struct Outcome {
     std::vector<std::string> documents;
-    std::vector<Rows> rows;
+    std::string rows;
   };
 
   // Decomposes documents into empty tables, and composes them again.
-  static Outcome thereAndBack(const std::vector<std::string>& documents) {
-    ComposeDatabase db;
-    db.runScript(readFile(kExamples + "invoices/tables.sql"));
-    const std::string dad = readFile(kExamples + "invoices/invoices.dad");
-    for (const std::string& document : documents) {
-      const CallOutcome outcome = db.call("qrkShredXML", dad, document);
-      EXPECT_EQ(outcome.code, 0) << outcome << '\n' << document;
+  static Outcome thereAndBack(const std::vector<std::string>& files, const Workplace& place) {
+    const std::string example = kExamples + "invoices/";
+    std::vector<std::string> shred{"shred", "--dad", example + "invoices.dad"};
+    shred.insert(shred.end(), files.begin(), files.end());
+    const std::vector<std::string> runs[] = {
+        {"create"},
+        {"sql", "--file", example + "tables.sql"},
+        shred,
+        {"compose", "--dad", example + "invoices.dad", "--output-dir", place.path("composed")}};
+    for (const std::vector<std::string>& run : runs) {
+      const CommandResult result = place.orvxml(run);
+      EXPECT_EQ(result.status, 0) << run.front() << ": " << result.err;
     }
-    Outcome outcome{composedDocuments(db, dad), {}};
-    for (const char* table : {"customer", "invoice", "invoice_line", "line_tax"}) {
-      outcome.rows.push_back(db.rows(std::string("select * from ") + table + " order by 1, 2, 3"));
-    }
-    return outcome;
+    const CommandResult rows =
+        place.orvxml({"sql", "--quiet", "--csv", "--file", example + "queries.sql"});
+    return {contents(filesBelow(place.path("composed"))), rows.out};
   }
 
   static std::vector<std::string> contents(const std::vector<std::string>& files) {
@@ -98,11 +104,13 @@ class Invoices : public testing::Test {
 };
 
 TEST_F(Invoices, WhatComesBackSaysTheSameAsWhatWentIn) {
-  const Outcome first = thereAndBack(contents(filesBelow("invoices/documents")));
-  EXPECT_EQ(first.documents, contents(filesBelow("invoices/composed")));
-  const Outcome second = thereAndBack(first.documents);
-  EXPECT_EQ(second.rows, first.rows);
-  EXPECT_EQ(second.documents, first.documents);
+  const Workplace first, second;
+  const std::vector<std::string> composed = contents(filesBelow(kExamples + "invoices/composed"));
+  const Outcome there = thereAndBack(filesBelow(kExamples + "invoices/documents"), first);
+  EXPECT_EQ(there.documents, composed);
+  const Outcome back = thereAndBack(filesBelow(first.path("composed")), second);
+  EXPECT_EQ(back.documents, composed);
+  EXPECT_EQ(back.rows, there.rows);
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ std::string hostilePiece(Random& random) {
   return piece;
 }
 
-std::string quoted(const std::string& text) {
+std::string sqlText(const std::string& text) {
   std::string literal = "'";
   for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
   return literal + "'";
@@ -129,12 +129,12 @@ class TreeText {
                        (index > 0 ? "' multi_occurrence='YES'>" : "'>" + topNode_);
     text += attribute(table, table.key, keyType_);
     std::string texts;
-    for (const RandomColumn& column : table.columns) {
-      if (column.isAttribute) {
+    for (size_t c = 0; c < table.columns.size(); ++c) {
+      const RandomColumn& column = table.columns[c];
+      if (column.place == Place::Attribute) {
         text += attribute(table, column.name, column.type->sql);
-      } else {
-        texts += "<element_node name='e" + column.name + "'><text_node>" +
-                 leaf(table, column.name, column.type->sql) + "</text_node></element_node>";
+      } else if (column.place == Place::Element) {
+        texts += element(table, c);
       }
     }
     text += table.childrenFirst ? children(index) + texts : texts + children(index);
@@ -152,6 +152,18 @@ class TreeText {
       if (tables_[i].parent == index) text += of(i);
     }
     return text;
+  }
+  std::string element(const RandomTable& table, size_t index) const {
+    const RandomColumn& column = table.columns[index];
+    std::string text = "<element_node name='e" + column.name + "'>";
+    if (index + 1 < table.columns.size()) {
+      const RandomColumn& next = table.columns[index + 1];
+      if (next.place == Place::AttributeOfElement) {
+        text += attribute(table, next.name, next.type->sql);
+      }
+    }
+    return text + "<text_node>" + leaf(table, column.name, column.type->sql) +
+           "</text_node></element_node>";
   }
   std::string attribute(const RandomTable& table, const std::string& column,
                         const std::string& type) const {
@@ -209,10 +221,16 @@ RandomTables::RandomTables(uint32_t seed) : random_(seed), textKeys_(random_.one
                       "r" + number,     {}};
     for (size_t c = random_.below(6); c > 0; --c) {
       table.columns.push_back({"C" + number + '_' + std::to_string(c),
-                               &kTypes[random_.below(std::size(kTypes))], random_.oneIn(2)});
+                               &kTypes[random_.below(std::size(kTypes))], newPlace(table)});
     }
     tables_.push_back(std::move(table));
   }
+}
+
+Place RandomTables::newPlace(const RandomTable& table) {
+  const bool behindElement = !table.columns.empty() && table.columns.back().place == Place::Element;
+  if (behindElement && random_.oneIn(3)) return Place::AttributeOfElement;
+  return random_.oneIn(2) ? Place::Attribute : Place::Element;
 }
 
 bool RandomTables::isChain() const {
@@ -248,7 +266,7 @@ std::string RandomTables::newKey() {
     std::string key = textKeys_ ? hostileText(random_, 40) : wholeNumber(random_, 4);
     if (key.find_first_of("\t\r\n") != std::string::npos || key.empty()) continue;
     if (key.ends_with(' ') || !keys_.insert(key).second) continue;
-    return textKeys_ ? quoted(key) : key;
+    return textKeys_ ? sqlText(key) : key;
   }
 }
 
@@ -257,15 +275,15 @@ std::string RandomTables::value(const ColumnType& type) {
   switch (type.kind) {
     case ValueKind::Text:
     case ValueKind::Padded:
-      return quoted(hostileText(random_, type.size));
+      return sqlText(hostileText(random_, type.size));
     case ValueKind::Whole:
       return wholeNumber(random_, type.size);
     case ValueKind::Exact:
       return exactNumber(random_, type.size);
     case ValueKind::Day:
-      return quoted(day(random_));
+      return sqlText(day(random_));
     case ValueKind::Moment:
-      return quoted(moment(random_));
+      return sqlText(moment(random_));
     case ValueKind::Floating:
       return floatingNumber(random_);
   }
@@ -288,7 +306,7 @@ std::vector<std::string> RandomTables::inserts() {
     const std::vector<std::string> parents =
         i == 0 ? std::vector<std::string>{""} : keys[tables_[i].parent];
     for (const std::string& parent : parents) {
-      for (size_t n = random_.below(4); n > 0; --n) {
+      for (size_t n = random_.below(4) + (i == 0 ? 1 : 0); n > 0; --n) {
         keys[i].push_back(newKey());
         statements.push_back(insertRow(i, keys[i].back(), parent));
       }
@@ -342,7 +360,7 @@ std::string RandomTables::readBack(const std::string& value, const RandomColumn&
   std::string text = value;
   replaceAll(text, "\r\n", "\n");
   replaceAll(text, "\r", "\n");
-  if (column.isAttribute) {
+  if (column.place != Place::Element) {
     replaceAll(text, "\n", " ");
     replaceAll(text, "\t", " ");
   }

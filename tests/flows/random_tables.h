@@ -35,10 +35,12 @@ struct ColumnType {
   size_t size;  // of Text and Padded, in bytes
 };
 
+enum class Place { Attribute, Element, AttributeOfElement };  // the last: of the column before
+
 struct RandomColumn {
   std::string name;
   const ColumnType* type;
-  bool isAttribute;
+  Place place;
 };
 
 struct RandomTable {
@@ -69,6 +71,7 @@ class RandomTables {
  private:
   std::string insertRow(size_t table, const std::string& key, const std::string& parentKey);
   std::string value(const ColumnType& type);
+  Place newPlace(const RandomTable& table);
   std::string newKey();
   std::string query() const;
   std::string joinCondition() const;

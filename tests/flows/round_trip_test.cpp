@@ -87,7 +87,7 @@ class RoundTrip {
 
 TEST(RoundTripTest, RowsComeBackFromTheirDocuments) {
   ComposeDatabase db;
-  for (uint32_t seed = 1; seed <= 300 && !testing::Test::HasFailure(); ++seed) {
+  for (uint32_t seed = 1; seed <= 200 && !testing::Test::HasFailure(); ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     RoundTrip(db, seed).run();
   }

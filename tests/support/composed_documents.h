@@ -9,7 +9,10 @@ namespace orvxml::test {
 inline std::vector<std::string> composedDocuments(ComposeDatabase& db, const std::string& dad,
                                                   ComposeForm form = ComposeForm::Call) {
   db.run("create table composed (document clob(100m))");
-  const ComposeOutcome outcome = db.compose(form, {.source = dad, .table = "COMPOSED"});
+  ComposeArguments arguments;
+  arguments.source = dad;
+  arguments.table = "COMPOSED";
+  const ComposeOutcome outcome = db.compose(form, arguments);
   EXPECT_EQ(outcome.code, 0) << outcome;
   std::vector<std::string> documents;
   for (Row& row : db.rows("select document from composed")) {
