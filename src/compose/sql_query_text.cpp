@@ -1,6 +1,7 @@
 #include "src/compose/sql_query_text.h"
 
 #include "orvxml/composition.h"
+#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 
 namespace orvxml {
@@ -22,6 +23,15 @@ void appendNames(std::string& text, const std::vector<std::string>& names) {
     if (text.back() != ' ') text += ", ";
     text += quoted(name);
   }
+}
+
+// In the restriction a name stands unquoted: it must be one that the server reads as itself, else
+// it would mean a number or another column.
+int checkUnquoted(const Report& report, const std::string& name) {
+  char read[kColumnSize];
+  if (qrkParseCol(report.ctx, name.c_str(), read, sizeof read) == 0 && name == read) return 0;
+  fail(report, Msg::QRKQ033E, name);
+  return -1;
 }
 
 int checkLength(const Report& report, const std::string& text) {
@@ -55,6 +65,7 @@ int topQuery(const Report& report, const std::vector<std::string>& columns, cons
 
 int innerQuery(const Report& report, const std::string& base, const std::string& parentKey,
                std::string& text) {
+  if (int rc = checkUnquoted(report, parentKey)) return rc;
   const std::string restriction = parentKey + "=?";
   QRK_TRACE(report.ctx, "childwhereclause = '%s'", restriction.c_str());
   text = "SELECT * FROM (" + base + kDerivedTable + "WHERE " + restriction;

@@ -5,7 +5,9 @@
 //   child query  SELECT keys-above, level-C FROM (inner) qrk_tab_exp ORDER BY key
 //
 // The inner query is the base query of the levels below it, so that a row is restricted by the keys
-// of every level above. Key: the first column of a level. Results are 0, or -1 with QRKQ038E.
+// of every level above. Key: the first column of a level. A restriction needs a key that can be
+// written without quotation marks (QRKQ033E), and no text exceeds kStatementLimit (QRKQ038E): then
+// the result is -1, else 0.
 #pragma once
 
 #include <string>
