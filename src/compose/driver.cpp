@@ -189,14 +189,18 @@ int Composition::checkResultTable() {
   return -1;
 }
 
+// The catalog lists no columns for a declared temporary table or an alias.
 int Composition::chooseResultColumn() {
   if (request_.resultColumn) return 0;
   delivery_.resultColumn = resultColumn_;
-  if (std::strcmp(request_.resultSchema, kSessionSchema) == 0) {
-    return firstResultColumn(ctx_, delivery_, resultColumn_, report_.errCode, report_.msg);
+  if (std::strcmp(request_.resultSchema, kSessionSchema) != 0) {
+    const int code = qrkGetColumnName(ctx_, request_.resultSchema, request_.resultTabname,
+                                      resultColumn_, report_.errCode, report_.msg);
+    if (code != codeOf(Msg::QRKA016E)) return code;
+    *report_.errCode = 0;
+    *report_.msg = '\0';
   }
-  return qrkGetColumnName(ctx_, request_.resultSchema, request_.resultTabname, resultColumn_,
-                          report_.errCode, report_.msg);
+  return firstResultColumn(ctx_, delivery_, resultColumn_, report_.errCode, report_.msg);
 }
 
 int Composition::chooseValidColumn() {
@@ -254,10 +258,7 @@ int Composition::composeObjects(SqlComposition& objects) {
   while (maximum >= 0) {
     const int rc = objects.nextObject();
     if (rc == SQL_NO_DATA) return 0;
-    if (rc != 0) {
-      QRK_TRACE(ctx_, "Cannot fetch data from '%s', i=%d.", "the top query", documents_);
-      return rc;
-    }
+    if (rc != 0) return rc;
     if (int failure = composeObject(objects)) return failure;
     if (maximum != 0 && documents_ >= maximum) break;
   }
@@ -285,10 +286,11 @@ int Composition::composeObject(SqlComposition& objects) {
 }
 
 // ---- The outcome.
-// Nothing that failed looks like a success.
+// Nothing that failed looks like a success, or leaves the caller without a word.
 void settleFailure(const Report& report) {
+  const int code = *report.errCode;
   if (*report.msg == '\0') failInternal(report, kModule, __LINE__);
-  if (*report.errCode >= 0) *report.errCode = codeOf(Msg::QRKG006E);
+  *report.errCode = code < 0 ? code : codeOf(Msg::QRKG006E);
 }
 
 int compose(QrkStruct* ctx, Composition& composition, const Report& report) {
@@ -326,15 +328,20 @@ int qrkComposeXML(QrkStruct* ctx, const char* dad, int32_t dadLoctype, const cha
   *msg = '\0';
   const int32_t capacity = clobOut && clobLen ? *clobLen : 0;
   if (capacity > 0) *clobOut = '\0';
+  if (clobLen) *clobLen = 0;
+  if (validOut) *validOut = -1;
   const Request request{dad,          dadLoctype,  resultTable,        resultSchema, resultTabname,
                         resultColumn, validColumn, overrideType,       override,     maxRows,
                         clobOut,      capacity,    addValidColumn != 0};
   Composition composition(ctx, request, errCode, msg);
   const int rc = compose(ctx, composition, Report{ctx, msg, errCode});
-  if (rc == 0) *numDocs = composition.documents();
-  if (rc != 0 && capacity > 0) *clobOut = '\0';
-  if (clobLen) *clobLen = rc == 0 ? composition.clobLength() : 0;
-  if (validOut) *validOut = rc == 0 ? composition.valid() : -1;
+  if (rc == 0) {
+    *numDocs = composition.documents();
+    if (clobLen) *clobLen = composition.clobLength();
+    if (validOut) *validOut = composition.valid();
+  } else if (capacity > 0) {
+    *clobOut = '\0';
+  }
   QRK_TRACE(ctx, "Exits, rc=%d", rc);
   return rc;
 }
