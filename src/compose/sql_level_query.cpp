@@ -13,9 +13,6 @@ namespace {
 
 constexpr char kModule[] = "qrkscomp";
 
-bool isCharacterType(SQLSMALLINT type) {
-  return type == SQL_CHAR || type == SQL_VARCHAR || type == SQL_LONGVARCHAR;
-}
 bool isGraphicType(SQLSMALLINT type) {
   return type == SQL_GRAPHIC || type == SQL_VARGRAPHIC || type == SQL_LONGVARGRAPHIC ||
          type == SQL_DBCLOB;
@@ -163,7 +160,7 @@ int LevelQuery::bindDescribed(SQLUSMALLINT number, ResultColumn& column, SQLSMAL
     QRK_TRACE(ctx, "GRAPHIC case for CLI bind");
   }
   QRK_TRACE(ctx, "CLI_type=%d", cType);
-  parameters_.push_back({&column, isGraphic || isCharacterType(type), isGraphic, SQL_NTS});
+  parameters_.push_back({&column, isGraphic, SQL_NTS});
   if (SQLBindParameter(statement_.handle(), number, SQL_PARAM_INPUT, cType, column.type, size,
                        digits, column.data.get(), column.capacity,
                        &parameters_.back().indicator) < 0) {
@@ -180,9 +177,7 @@ int LevelQuery::run() {
     const ResultColumn& column = *parameter.column;
     parameter.indicator =
         parameter.hasLength ? static_cast<SQLINTEGER>(column.text().size()) : SQLINTEGER{SQL_NTS};
-    // Where no text is a value, null is no value: nothing equals it.
-    if (column.isNull() && !parameter.isText) parameter.indicator = SQL_NULL_DATA;
-    if (column.isNull() && column.data) *column.data = 0;
+    if (column.isNull()) parameter.indicator = SQL_NULL_DATA;
     if (parameter.hasLength) {
       QRK_TRACE(ctx, "Strlen_or_Ind_Parm = %ld for col %s", long{parameter.indicator},
                 column.name.c_str());

@@ -74,11 +74,10 @@ class LevelQuery {
   const std::string& text() const { return text_; }
 
  private:
-  // A restriction to the value of a column of the parent.
+  // A restriction to the value of a column of the parent. A null one has no rows.
   struct Parameter {
     ResultColumn* column;
-    bool isText;     // null is the empty string
-    bool hasLength;  // the indicator gives the length
+    bool hasLength;  // the indicator gives it
     SQLINTEGER indicator;
   };
 

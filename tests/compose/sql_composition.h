@@ -55,7 +55,8 @@ struct Composed {
   bool operator==(const Composed&) const = default;
 };
 inline std::ostream& operator<<(std::ostream& out, const Composed& composed) {
-  for (const std::string& document : composed.documents) out << document << "\n----\n";
+  for (const std::string& document : composed.documents)
+    out << document.substr(0, 2000) << "\n----\n";
   return out << composed.code << ' ' << composed.message;
 }
 
@@ -64,11 +65,17 @@ inline std::string sqlDad(const std::string& tree) {
          "</root_node></Xcollection></DAD>";
 }
 
-// All documents that the statement gives by the tree, up to the first failure.
-inline Composed composeSql(const std::string& statement, const std::string& tree) {
+// All documents that the statement gives by the tree, up to the first failure. `traceFile`: the
+// path of a file for the trace.
+inline Composed composeSql(const std::string& statement, const std::string& tree,
+                           const std::string& traceFile = "") {
   static const std::string kHeader = "<?xml version=\"1.0\"?>";
   CliCall call;
   QrkStruct* const ctx = call.context;
+  if (!traceFile.empty()) {
+    ctx->traceFile = std::fopen(traceFile.c_str(), "w");
+    ctx->traceOn = 1;
+  }
   std::string text = sqlDad(tree);
   DOM_Document dad;
   EXPECT_EQ(qrkDOM(ctx, text.data(), 1, 1, dad, call.context.sqlState, call.context.msg), 0)
