@@ -15,14 +15,14 @@ inline constexpr ComposeForm kComposeForms[] = {ComposeForm::Call, ComposeForm::
 // Without a value an argument is null; which of them are passed is the procedure's affair: the CLOB
 // form when there is no result table, the form that names columns when `namesColumns` says so.
 struct ComposeArguments {
-  Text source;           // the DAD, or the name of a collection
-  bool byName = false;   // qrkRetrieve... instead of qrkGen...
-  bool toTable = false;  // also without a table: a null argument
-  Text table;            // a result table
+  Text source = std::nullopt;  // the DAD, or the name of a collection
+  bool byName = false;         // qrkRetrieve... instead of qrkGen...
+  bool toTable = false;        // also without a table: a null argument
+  Text table = std::nullopt;   // a result table
   bool namesColumns = false;
-  Text column, validColumn;
+  Text column = std::nullopt, validColumn = std::nullopt;
   std::optional<int> overrideType = 0;
-  Text override;
+  Text override = std::nullopt;
   std::optional<int> maxRows = 0;
 
   bool hasTable() const { return toTable || table || hasColumns(); }
