@@ -56,14 +56,17 @@ struct Binding {
 struct StatementHandle : Handle {
   explicit StatementHandle(Connection& owner) : Handle(SQL_HANDLE_STMT), connection(owner) {}
 
-  bool hasCursor() const { return prepared && executed && prepared->isOpen(); }
+  bool hasCursor() const { return executed && prepared->isOpen(); }
 
   Connection& connection;
   std::unique_ptr<PreparedStatement> prepared;
-  bool executed = false;
+  bool executed = false;            // then `prepared` is there
   std::vector<Binding> parameters;  // survive another prepare, as do the columns
   std::vector<Binding> columns;
   std::vector<HostStorage> storage;  // one per parameter
+  std::string preparedText;          // of `prepared`, as the caller gave it
+  std::string valueText;             // of the fetched value at hand, where it needs room
+  std::string nativeText;
 };
 
 // SQL_NULL_HANDLE when the table is full.

@@ -1,10 +1,12 @@
 // Preparing, describing, binding, running and fetching.
 #include <algorithm>
+#include <charconv>
 #include <cstring>
 #include <limits>
 
 #include "orv/sqlda.h"
 #include "server/cli/diagnostics.h"
+#include "server/sql/utf8_text.h"
 
 using namespace orv::cli;
 
@@ -18,22 +20,21 @@ using orv::PreparedStatement;
 using orv::SqlType;
 using orv::ValueView;
 
-std::string statementText(const StatementHandle& handle, const SQLCHAR* text, SQLINTEGER length) {
+std::string_view statementText(const SQLCHAR* text, SQLINTEGER length) {
   if (!text) throw CliError("HY009");
   if (length < 0 && length != SQL_NTS) throw CliError("HY090");
   const char* const bytes = reinterpret_cast<const char*>(text);
-  const size_t size = length == SQL_NTS ? std::strlen(bytes) : static_cast<size_t>(length);
-  std::string storage;
-  const auto utf8 =
-      handle.connection.session().codePage().toUtf8(std::string_view(bytes, size), storage);
-  return std::string(utf8);
+  return {bytes, length == SQL_NTS ? std::strlen(bytes) : static_cast<size_t>(length)};
 }
 
-void prepare(StatementHandle& handle, const std::string& text) {
+void prepare(StatementHandle& handle, std::string_view native) {
+  orv::SessionState& session = handle.connection.session();
+  std::string storage;
+  const std::string_view text = session.codePage().toUtf8(native, storage);
   if (handle.hasCursor()) throw CliError("24000");
   handle.executed = false;
   handle.prepared.reset();
-  orv::SessionState& session = handle.connection.session();
+  handle.preparedText = native;
   handle.prepared = std::make_unique<PreparedStatement>(session, text);
 }
 
@@ -58,8 +59,20 @@ std::string_view boundText(const Binding& binding) {
   return {bytes, static_cast<size_t>(length)};
 }
 
-ValueView parameterValue(const Binding& binding, const SqlType& type, orv::SessionState& session,
-                         HostStorage& storage) {
+// Text for binary data is the data itself when it is stored. In a query it is what SQLFetch made of
+// the data: hexadecimal digits, so that a value that was fetched finds its row again.
+ValueView binaryParameter(std::string_view native, const SqlType& type, bool query,
+                          const orv::CodePage& codePage, HostStorage& storage) {
+  if (!query) return ValueView::ofBlob(native);
+  const std::string_view digits = codePage.toUtf8(native, storage.text);
+  std::optional<std::string> bytes = orv::bytesOfHex(digits);
+  if (!bytes) throw orv::SqlError(-420, {std::string(orv::shortened(digits)), typeText(type)});
+  storage.text = std::move(*bytes);
+  return ValueView::ofBlob(storage.text);
+}
+
+ValueView parameterValue(const Binding& binding, const SqlType& type, bool query,
+                         orv::SessionState& session, HostStorage& storage) {
   if (binding.indicator && *binding.indicator == SQL_NULL_DATA) return ValueView::null();
   if (!binding.value) throw CliError("HY009");
   switch (binding.cType) {
@@ -73,8 +86,8 @@ ValueView parameterValue(const Binding& binding, const SqlType& type, orv::Sessi
       break;
   }
   const std::string_view native = boundText(binding);
-  if (orv::isBinary(type.kind)) return ValueView::ofBlob(native);
   const orv::CodePage& codePage = session.codePage();
+  if (orv::isBinary(type.kind)) return binaryParameter(native, type, query, codePage, storage);
   return ValueView::ofText(binding.cType == SQL_C_DBCHAR
                                ? codePage.doubleByteTextToUtf8(native, storage.text)
                                : codePage.toUtf8(native, storage.text));
@@ -85,6 +98,7 @@ void bindParameters(StatementHandle& handle, PreparedStatement& statement) {
   const size_t count = statement.markerCount();
   if (handle.storage.size() < count) handle.storage.resize(count);
   const bool call = statement.kind() == orv::StatementKind::Call;
+  const bool query = statement.kind() == orv::StatementKind::Select;
   for (size_t i = 0; i < count; ++i) {
     const bool bound = i < handle.parameters.size() && handle.parameters[i].cType != 0;
     if (!bound) {
@@ -93,7 +107,7 @@ void bindParameters(StatementHandle& handle, PreparedStatement& statement) {
     }
     const SqlType& type = statement.compilation().statement->markers[i].type;
     statement.bind(static_cast<int>(i),
-                   parameterValue(handle.parameters[i], type, session, handle.storage[i]));
+                   parameterValue(handle.parameters[i], type, query, session, handle.storage[i]));
   }
 }
 
@@ -152,35 +166,54 @@ SQLRETURN copyName(Handle& handle, std::string_view native, const orv::CodePage&
   return SQL_SUCCESS_WITH_INFO;
 }
 
-HostArea areaOf(const Binding& binding) {
+void noteLength(const Binding& binding, size_t length) {
+  if (!binding.indicator) return;
+  constexpr size_t kLimit = std::numeric_limits<SQLINTEGER>::max();
+  *binding.indicator = static_cast<SQLINTEGER>(std::min(length, kLimit));
+}
+
+// Text that is in the database code page. True when it was cut.
+bool deliverText(const Binding& binding, std::string_view native, const orv::CodePage& codePage) {
+  if (binding.capacity == 0) throw CliError("HY090");
+  const size_t room = static_cast<size_t>(binding.capacity) - 1;
+  const size_t length = native.size() <= room ? native.size() : codePage.cut(native, room);
   char* const data = static_cast<char*>(binding.value);
-  if (binding.cType == SQL_C_LONG) return {orv::kSqlInteger, 4, data};
-  if (binding.cType == SQL_C_CLOB_LOCATOR) return {orv::kSqlClobLocator, 4, data};
-  return {orv::kSqlCString, binding.capacity, data};
+  std::memcpy(data, native.data(), length);
+  data[length] = '\0';
+  noteLength(binding, native.size());
+  return length < native.size();
+}
+
+bool deliverAsText(StatementHandle& handle, const Binding& binding, const ValueView& value,
+                   const SqlType& type, const orv::CodePage& codePage) {
+  char digits[24];
+  std::string_view text = value.text;
+  if (value.kind == ValueView::Kind::Integer) {
+    const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value.integer);
+    text = {digits, static_cast<size_t>(end - digits)};
+  } else if (value.kind != ValueView::Kind::Text) {
+    text = orv::valueText(value, type, handle.valueText);
+  }
+  if (!codePage.isUtf8()) text = codePage.fromUtf8(text, handle.nativeText);
+  return deliverText(binding, text, codePage);
 }
 
 // One column of the current row into its variable. True when it was cut.
-bool deliver(const Binding& binding, const ValueView& value, const SqlType& type,
-             orv::SessionState& session) {
+bool deliver(StatementHandle& handle, const Binding& binding, const ValueView& value,
+             const SqlType& type, orv::SessionState& session) {
   if (value.kind == ValueView::Kind::Null) {
     if (!binding.indicator) throw CliError("22002");
     *binding.indicator = SQL_NULL_DATA;
     return false;
   }
-  const HostArea area = areaOf(binding);
-  const bool text = area.type == orv::kSqlCString;
-  if (text && area.capacity == 0) throw CliError("HY090");
-  ValueView shown = value;
-  std::string digits;
-  if (text && value.kind == ValueView::Kind::Blob) {
-    shown = ValueView::ofText(orv::valueText(value, type, digits));
+  const bool locator = binding.cType == SQL_C_CLOB_LOCATOR;
+  if (!locator && binding.cType != SQL_C_LONG) {
+    return deliverAsText(handle, binding, value, type, session.codePage());
   }
-  const orv::Stored stored = orv::storeHostValue(area, shown, type, session);
-  if (binding.indicator) {
-    const int64_t limit = std::numeric_limits<SQLINTEGER>::max();
-    *binding.indicator = static_cast<SQLINTEGER>(std::min(stored.length, limit));
-  }
-  return stored.cut;
+  const HostArea area{locator ? orv::kSqlClobLocator : orv::kSqlInteger, 4,
+                      static_cast<char*>(binding.value)};
+  noteLength(binding, static_cast<size_t>(orv::storeHostValue(area, value, type, session).length));
+  return false;
 }
 
 SQLRETURN fetchRow(StatementHandle& handle) {
@@ -194,7 +227,7 @@ SQLRETURN fetchRow(StatementHandle& handle) {
   for (size_t i = 0; i < count; ++i) {
     if (handle.columns[i].cType == 0) continue;
     const ValueView value = statement.column(static_cast<int>(i));
-    if (!deliver(handle.columns[i], value, columns[i].type, session)) continue;
+    if (!deliver(handle, handle.columns[i], value, columns[i].type, session)) continue;
     addRecord(handle, "01004");
     result = SQL_SUCCESS_WITH_INFO;
   }
@@ -206,7 +239,7 @@ SQLRETURN fetchRow(StatementHandle& handle) {
 SQLRETURN SQLPrepare(SQLHSTMT number, SQLCHAR* text, SQLINTEGER length) {
   StatementHandle* const handle = statement(number);
   return call(handle, [&]() -> SQLRETURN {
-    prepare(*handle, statementText(*handle, text, length));
+    prepare(*handle, statementText(text, length));
     return SQL_SUCCESS;
   });
 }
@@ -214,9 +247,9 @@ SQLRETURN SQLPrepare(SQLHSTMT number, SQLCHAR* text, SQLINTEGER length) {
 SQLRETURN SQLExecDirect(SQLHSTMT number, SQLCHAR* text, SQLINTEGER length) {
   StatementHandle* const handle = statement(number);
   return call(handle, [&] {
-    const std::string wanted = statementText(*handle, text, length);
+    const std::string_view wanted = statementText(text, length);
     // What was run before is kept when its text comes again.
-    const bool kept = handle->prepared && handle->prepared->compilation().text == wanted;
+    const bool kept = handle->prepared && handle->preparedText == wanted;
     if (!kept) prepare(*handle, wanted);
     return run(*handle);
   });
@@ -288,9 +321,8 @@ SQLRETURN SQLDescribeCol(SQLHSTMT number, SQLUSMALLINT column, SQLCHAR* name,
     if (digits) *digits = description.digits;
     if (nullable) *nullable = description.nullable;
     const orv::CodePage& codePage = handle->connection.session().codePage();
-    const std::string shown = described.name.empty() ? std::to_string(column) : described.name;
     std::string storage;
-    const std::string_view native = codePage.fromUtf8(shown, storage);
+    const std::string_view native = codePage.fromUtf8(described.name, storage);
     if (nameLength) *nameLength = static_cast<SQLSMALLINT>(native.size());
     return copyName(*handle, native, codePage, name, nameCapacity);
   });

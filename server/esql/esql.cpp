@@ -130,6 +130,7 @@ void Statement::prepare(std::string_view text, sqlca& area) {
   reporting(area, [&] {
     SessionState& session = requireSession();
     requireBound(session, state_->module);
+    if (state_->prepared && state_->prepared->isFor(session, text)) return;
     state_->prepared.reset();
     state_->prepared = std::make_unique<PreparedStatement>(session, text);
   });

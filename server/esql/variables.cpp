@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "server/session/communication_area.h"
+#include "server/session/large_object_file.h"
 #include "server/sql/sql_error.h"
 
 namespace orv::esql {
@@ -70,6 +71,17 @@ void describeSecondary(const SqlType& type, sqlvar_secondary& secondary) {
   }
 }
 
+// A file that is too long for its column is refused without being read into memory.
+void checkFile(const HostArea& area, const SqlType& type, const CodePage& codePage) {
+  const bool counted = type.length > 0 && (isBinary(type.kind) || isCharacter(type.kind));
+  const bool comparable = area.type == kSqlBlobFile || codePage.isUtf8();
+  if (!counted || !comparable || area.type == kSqlDbclobFile) return;
+  SqlFileReference reference;
+  std::memcpy(&reference, area.data, sizeof reference);
+  if (!reachesBeyond(reference, type.length)) return;
+  throw SqlError(-433, {std::string(reference.name, reference.name_length)});
+}
+
 }  // namespace
 
 BoundVariables fromVariables(Variables variables) {
@@ -114,6 +126,9 @@ void bindInput(PreparedStatement& statement, const BoundVariables& input, Sessio
   storage.resize(input.size());
   for (size_t i = 0; i < input.size(); ++i) {
     const SqlType& type = statement.compilation().statement->markers[i].type;
+    if (isFileCode(input[i].area.type) && !isNullValue(input[i])) {
+      checkFile(input[i].area, type, session.codePage());
+    }
     const ValueView value =
         isNullValue(input[i])
             ? ValueView::null()

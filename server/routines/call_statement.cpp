@@ -93,7 +93,8 @@ CallOutputs runCallStatement(SessionState& session, Statement& call,
   for (size_t i = 0; i < count; ++i) {
     const ParameterDefinition& parameter = procedure.parameters[i];
     if (parameter.mode == Mode::In) continue;
-    outputs.columns.push_back({parameter.name, parameter.type});
+    const std::string number = std::to_string(outputs.columns.size() + 1);
+    outputs.columns.push_back({parameter.name.empty() ? number : parameter.name, parameter.type});
     outputs.values.push_back(std::move(results[i]));
   }
   return outputs;

@@ -109,19 +109,36 @@ void utf8ToUtf16(std::string_view utf8, std::string& out) {
   }
 }
 
+uint64_t eightBytes(const unsigned char* p) {
+  uint64_t bytes;
+  std::memcpy(&bytes, p, sizeof bytes);
+  return bytes;
+}
+
+// The first byte that is no ASCII character.
+const unsigned char* skipAscii(const unsigned char* p, const unsigned char* end) {
+  constexpr uint64_t kHighBits = 0x8080808080808080U;
+  while (end - p >= 32) {
+    const uint64_t all =
+        eightBytes(p) | eightBytes(p + 8) | eightBytes(p + 16) | eightBytes(p + 24);
+    if (all & kHighBits) break;
+    p += 32;
+  }
+  while (end - p >= 8 && !(eightBytes(p) & kHighBits)) p += 8;
+  while (p < end && *p < 0x80) ++p;
+  return p;
+}
+
 }  // namespace
 
 bool isValidUtf8(std::string_view text) {
   const auto* p = reinterpret_cast<const unsigned char*>(text.data());
   const auto* end = p + text.size();
   while (p < end) {
-    uint64_t block;
-    while (static_cast<size_t>(end - p) >= sizeof block) {
-      std::memcpy(&block, p, sizeof block);
-      if (block & 0x8080808080808080U) break;
-      p += sizeof block;
+    if (*p < 0x80) {
+      p = skipAscii(p, end);
+      continue;
     }
-    if (p == end) break;
     const size_t length = sequenceLength(p, static_cast<size_t>(end - p));
     if (length == 0) return false;
     p += length;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -58,6 +59,20 @@ class RegularFile {
     return bytes;
   }
 
+  // Whether a byte at `offset` or later is no blank.
+  bool hasText(int64_t offset) {
+    std::array<char, 4096> piece;
+    while (true) {
+      const ssize_t count = ::pread(file_, piece.data(), piece.size(), offset);
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) fail();
+      if (count == 0) return false;
+      const std::string_view bytes(piece.data(), static_cast<size_t>(count));
+      if (bytes.find_first_not_of(' ') != std::string_view::npos) return true;
+      offset += count;
+    }
+  }
+
   void write(std::string_view bytes) {
     while (!bytes.empty()) {
       const ssize_t count = ::write(file_, bytes.data(), bytes.size());
@@ -93,12 +108,20 @@ class RegularFile {
   size_t size_ = 0;
 };
 
+RegularFile toRead(const SqlFileReference& reference) {
+  const std::string name = checkedName(reference);
+  if (reference.file_options != kFileRead) refuse(name, "option");
+  return RegularFile(name, O_RDONLY);
+}
+
 }  // namespace
 
 std::string readLargeObjectFile(const SqlFileReference& reference) {
-  const std::string name = checkedName(reference);
-  if (reference.file_options != kFileRead) refuse(name, "option");
-  return RegularFile(name, O_RDONLY).readAll();
+  return toRead(reference).readAll();
+}
+
+bool reachesBeyond(const SqlFileReference& reference, int64_t limit) {
+  return toRead(reference).hasText(limit);
 }
 
 void writeLargeObjectFile(SqlFileReference& reference, std::string_view bytes) {

@@ -12,6 +12,10 @@ namespace orv {
 // NUL, empty, or longer than its field), or the file is no regular file or cannot be read.
 std::string readLargeObjectFile(const SqlFileReference& reference);
 
+// Whether such a file certainly does not fit `limit` bytes: something else than blanks follows
+// them.
+bool reachesBeyond(const SqlFileReference& reference, int64_t limit);
+
 // Writes the bytes as the reference's option says: a new file only (kFileCreate), replacing
 // (kFileOverwrite) or at the end (kFileAppend), and sets `data_length`. A file made here is
 // readable by its owner only. -452 as above; -968 when the file system is full.

@@ -126,6 +126,11 @@ bool PreparedStatement::belongsTo(const SessionState& session) const {
   return session_ == &session;
 }
 
+bool PreparedStatement::isFor(const SessionState& session, std::string_view text) const {
+  return belongsTo(session) && compilation_->isPrepared() && compilation_->text == text &&
+         compilation_->catalogVersion == session_->catalog().version();
+}
+
 bool PreparedStatement::fetch() {
   session();
   switch (state_) {
@@ -170,7 +175,7 @@ ValueView PreparedStatement::column(int index) {
 
 void PreparedStatement::close() {
   if (state_ == State::Idle) return;
-  if (engineStatement_) engineStatement_->reset();
+  if (state_ == State::Walking) engineStatement_->reset();
   rows_.clear();
   currentRow_.clear();
   failure_.reset();

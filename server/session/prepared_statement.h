@@ -6,7 +6,7 @@
 // It may outlive its session: then every use gives -1024.
 #pragma once
 
-#include <deque>
+#include <list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +26,8 @@ class PreparedStatement {
   PreparedStatement& operator=(const PreparedStatement&) = delete;
 
   bool belongsTo(const SessionState& session) const;
+  // Whether to prepare `text` in `session` would give this very statement again.
+  bool isFor(const SessionState& session, std::string_view text) const;
   const Compilation& compilation() const { return *compilation_; }
   StatementKind kind() const { return compilation_->statement->kind; }
   bool hasResult() const { return !columns().empty(); }
@@ -68,9 +70,9 @@ class PreparedStatement {
   int64_t rowCount_ = 0;
   std::vector<ValueView> values_;  // one per marker, converted
   std::vector<bool> bound_;
-  std::deque<std::string> storage_;    // one per marker; addresses stay
+  std::vector<std::string> storage_;   // one per marker
   std::vector<OutputColumn> outputs_;  // of a call
-  std::deque<Row> rows_;               // read ahead, or the outputs of a call
+  std::list<Row> rows_;                // read ahead, or the outputs of a call
   Row currentRow_;
   std::optional<SqlError> failure_;  // that ended the reading ahead
 };

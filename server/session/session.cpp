@@ -48,10 +48,8 @@ ColumnClass columnClass(TypeKind kind) {
 std::vector<ResultColumn> describeResult(const std::vector<OutputColumn>& columns) {
   std::vector<ResultColumn> result;
   result.reserve(columns.size());
-  for (size_t i = 0; i < columns.size(); ++i) {
-    const OutputColumn& column = columns[i];
-    std::string name = column.name.empty() ? std::to_string(i + 1) : column.name;
-    result.push_back({std::move(name), typeText(column.type), columnClass(column.type.kind)});
+  for (const OutputColumn& column : columns) {
+    result.push_back({column.name, typeText(column.type), columnClass(column.type.kind)});
   }
   return result;
 }

@@ -91,7 +91,7 @@ struct Expr {
 // ---------------------------------------------------------------- queries
 
 struct OutputColumn {
-  std::string name;  // empty when the query gives it none (an expression)
+  std::string name;  // its number when the query gives it none (an expression)
   SqlType type;
 };
 

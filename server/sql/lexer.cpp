@@ -35,13 +35,6 @@ bool isWordPart(char32_t c) {
   return u_isdigit(codePoint) || u_charType(codePoint) == U_NON_SPACING_MARK;
 }
 
-int hexDigit(char c) {
-  if (isDigit(c)) return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
 class Lexer {
  public:
   explicit Lexer(std::string_view text) : text_(text) {}
@@ -159,22 +152,13 @@ class Lexer {
 
   void scanString(TokenKind kind, size_t begin) {
     std::string content = quoted('\'', begin);
-    if (kind == TokenKind::HexString) content = bytesOfHex(content, begin);
+    if (kind == TokenKind::HexString) {
+      std::optional<std::string> bytes = bytesOfHex(content);
+      if (!bytes) throw SqlError(-105, {excerpt(begin)});
+      content = std::move(*bytes);
+    }
     if (content.size() > kMaxStringBytes) throw SqlError(-102, {excerpt(begin)});
     add(kind, begin, std::move(content));
-  }
-
-  std::string bytesOfHex(std::string_view digits, size_t begin) const {
-    if (digits.size() % 2 != 0) throw SqlError(-105, {excerpt(begin)});
-    std::string bytes;
-    bytes.reserve(digits.size() / 2);
-    for (size_t i = 0; i < digits.size(); i += 2) {
-      const int high = hexDigit(digits[i]);
-      const int low = hexDigit(digits[i + 1]);
-      if (high < 0 || low < 0) throw SqlError(-105, {excerpt(begin)});
-      bytes += static_cast<char>(high * 16 + low);
-    }
-    return bytes;
   }
 
   void skipDigits() {

@@ -146,17 +146,23 @@ bool Numeral::toDecimal(int precision, int scale, std::string& out) const {
 }
 
 bool isCanonicalDecimal(std::string_view text, int precision, int scale) {
-  std::string_view rest = text;
-  bool negative = !rest.empty() && rest.front() == '-';
-  if (negative) rest.remove_prefix(1);
-  std::string_view whole = takeDigits(rest);
-  if (whole.empty() || (whole.size() > 1 && whole.front() == '0')) return false;
-  if (whole != "0" && static_cast<int>(whole.size()) > precision - scale) return false;
-  if (negative && text.find_first_of("123456789") == std::string_view::npos) return false;
-  if (scale == 0) return rest.empty();
-  if (rest.size() != static_cast<size_t>(scale) + 1 || rest.front() != '.') return false;
-  rest.remove_prefix(1);
-  return takeDigits(rest).size() == static_cast<size_t>(scale);
+  const bool negative = !text.empty() && text.front() == '-';
+  if (negative) text.remove_prefix(1);
+  const size_t fraction = scale == 0 ? 0 : static_cast<size_t>(scale) + 1;  // with the point
+  if (text.size() <= fraction) return false;
+  const size_t whole = text.size() - fraction;
+  const bool zero = text.front() == '0';
+  if (zero ? whole > 1 : static_cast<int>(whole) > precision - scale) return false;
+  bool anything = false;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (i == whole) {
+      if (text[i] != '.') return false;
+    } else {
+      if (!isDigit(text[i])) return false;
+      anything = anything || text[i] != '0';
+    }
+  }
+  return anything || !negative;
 }
 
 namespace {

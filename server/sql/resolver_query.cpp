@@ -11,6 +11,14 @@
 namespace orv {
 namespace {
 
+// Result columns that have no name of their own, as those of expressions, are called by their
+// numbers.
+void nameByNumber(std::vector<OutputColumn>& columns) {
+  for (size_t i = 0; i < columns.size(); ++i) {
+    if (columns[i].name.empty()) columns[i].name = std::to_string(i + 1);
+  }
+}
+
 // VALUES without column names in the FROM of an INSERT's query.
 bool isUnnamedValues(const TableRef& table) {
   return table.kind == RefKind::Derived && table.columnNames.empty() &&
@@ -23,15 +31,18 @@ bool isUnnamedValues(const TableRef& table) {
 void Resolver::resolveQuery(Query& query, const Scope* outer, const Columns* target) {
   switch (query.kind) {
     case QueryKind::Select:
-      return resolveSelect(query, outer, target);
+      resolveSelect(query, outer, target);
+      break;
     case QueryKind::Values:
       resolveValues(query, outer, target);
+      resolveOrderBy(query, nullptr);
       break;
     case QueryKind::SetOperation:
       resolveSetOperation(query, outer, target);
+      resolveOrderBy(query, nullptr);
       break;
   }
-  resolveOrderBy(query, nullptr);
+  nameByNumber(query.columns);
 }
 
 void Resolver::resolveSelect(Query& query, const Scope* outer, const Columns* target) {

@@ -9,6 +9,13 @@ namespace {
 
 constexpr size_t kMessageBytes = 70;
 
+int hexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
 }  // namespace
 
 bool isAscii(std::string_view text) {
@@ -92,6 +99,19 @@ std::string hexDigits(std::string_view bytes) {
     text.push_back(kDigits[byte & 15]);
   }
   return text;
+}
+
+std::optional<std::string> bytesOfHex(std::string_view digits) {
+  if (digits.size() % 2 != 0) return std::nullopt;
+  std::string bytes;
+  bytes.reserve(digits.size() / 2);
+  for (size_t i = 0; i < digits.size(); i += 2) {
+    const int high = hexDigit(digits[i]);
+    const int low = hexDigit(digits[i + 1]);
+    if (high < 0 || low < 0) return std::nullopt;
+    bytes += static_cast<char>(high * 16 + low);
+  }
+  return bytes;
 }
 
 }  // namespace orv

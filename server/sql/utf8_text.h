@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,5 +25,7 @@ std::string_view utf16Prefix(std::string_view text, int64_t limit);
 std::string_view shortened(std::string_view text);
 
 std::string hexDigits(std::string_view bytes);
+// The bytes of an even number of hexadecimal digits, nothing for any other text.
+std::optional<std::string> bytesOfHex(std::string_view digits);
 
 }  // namespace orv

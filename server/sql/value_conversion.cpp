@@ -2,6 +2,7 @@
 // that no digit is lost.
 #include "server/sql/value_conversion.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -96,9 +97,10 @@ ValueView toFloating(const ValueView& value, const SqlType& type) {
   }
   if (!std::isfinite(result)) failOverflow();
   if (type.kind == TypeKind::Real) {
-    // The largest float plus half a step rounds to infinity; everything below is representable.
-    if (std::fabs(result) > std::numeric_limits<float>::max()) failOverflow();
-    result = static_cast<double>(static_cast<float>(result));
+    // Half a step above the largest float is the first number that rounds to infinity.
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    if (std::fabs(result) >= 0x1.FFFFFFp127) failOverflow();
+    result = static_cast<double>(static_cast<float>(std::clamp(result, -kLargest, kLargest)));
   }
   return ValueView::of(result);
 }

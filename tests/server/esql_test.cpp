@@ -451,6 +451,16 @@ TEST_F(EsqlTest, FileReferencesAreChecked) {
     SqlFileReference file = fileReference(c.name, c.option);
     execute("STORE", {clobFileVariable(&file), integerVariable(&id)}, {}, -452);
   }
+  const std::string full(1 << 20, 'x');
+  const auto store = [&](const std::string& content, int sqlcode) {
+    SqlFileReference file = fileReference(folder.write("long", content), kFileRead);
+    execute("STORE", {clobFileVariable(&file), integerVariable(&id)}, {}, sqlcode);
+  };
+  store(full + std::string(10000, ' ') + "x", -433);
+  EXPECT_EQ(stateOf(area), "22001");
+  store(full + std::string(10000, ' '), 0);
+  EXPECT_EQ(session->run("SELECT DOC FROM T").rows, (decltype(Result::rows){{full}}));
+  session->run("UPDATE T SET DOC = 'document'");
   const auto write = [&](const std::string& name, uint32_t option, int sqlcode) {
     SqlFileReference file = fileReference(folder.path(name), option);
     execute("DOC", {integerVariable(&id)}, {clobFileVariable(&file)}, sqlcode);

@@ -44,13 +44,14 @@ class ResolverTest : public testing::Test {
     return statement;
   }
 
-  // "NAME type, ..." of the result; a ! marks NOT NULL.
+  // "NAME type, ..." of the result, without names that are the column's number; a ! marks NOT NULL.
   static std::string columns(const Statement& statement) {
     std::string all;
+    int number = 0;
     for (const OutputColumn& column : statement.query->columns) {
       if (!all.empty()) all += ", ";
-      all += (column.name.empty() ? "" : column.name + " ") + typeText(column.type) +
-             (column.type.nullable ? "" : "!");
+      if (column.name != std::to_string(++number)) all += column.name + " ";
+      all += typeText(column.type) + (column.type.nullable ? "" : "!");
     }
     return all;
   }
@@ -131,6 +132,8 @@ TEST_F(ResolverTest, NamesFindTheirTables) {
 TEST_F(ResolverTest, ResultColumnsHaveNamesAndTypes) {
   const TextCase kCases[] = {
       {"SELECT a, b AS \"x\", a + 1 FROM t", "A INTEGER!, x VARCHAR(10), INTEGER!"},
+      {"SELECT \"3\", * FROM (SELECT a, 'x', -h FROM t) y",
+       "3 SMALLINT!, A INTEGER!, 2 VARCHAR(1)!, 3 SMALLINT!"},
       {"SELECT t.a, u.a, v.a FROM t LEFT JOIN s.u ON 1=1 RIGHT JOIN v ON 1=1",
        "A INTEGER, A INTEGER, A INTEGER"},
       {"SELECT h + h, h + y, t.a * f, d + 1, d * d, d / 3, d - y, -d FROM t, s.u",

@@ -105,6 +105,10 @@ TEST(ValueConversionTest, DecimalsKeepEveryDigit) {
       {text("1.999"), type(TypeKind::Decimal, 5, 2), "1.99", nullptr},
       {text("1000"), type(TypeKind::Decimal, 5, 2), kOverflow, nullptr},
       {text("000999.5"), type(TypeKind::Decimal, 5, 2), "999.50", nullptr},
+      {text("-0.00"), type(TypeKind::Decimal, 5, 2), "0.00", nullptr},
+      {text("00.50"), type(TypeKind::Decimal, 5, 2), "0.50", nullptr},
+      {text("1000.00"), type(TypeKind::Decimal, 5, 2), kOverflow, nullptr},
+      {text("1:00"), type(TypeKind::Decimal, 5, 2), kNoNumber, nullptr},
       {text("12e-3"), type(TypeKind::Decimal, 5, 4), "0.0120", nullptr},
       {text("0.5"), type(TypeKind::Decimal, 2, 2), "0.50", nullptr},
       {text("1"), type(TypeKind::Decimal, 2, 2), kOverflow, nullptr},
@@ -130,6 +134,8 @@ TEST(ValueConversionTest, FloatingNumbers) {
       {text("inf"), type(TypeKind::Double), kNoNumber, nullptr},
       {text("0.1"), type(TypeKind::Real), "1.0E-1", nullptr},
       {text("1e39"), type(TypeKind::Real), kOverflow, nullptr},
+      {text("-3.4028235E38"), type(TypeKind::Real), "-3.4028235E38", nullptr},
+      {text("3.402823567797337E38"), type(TypeKind::Real), kOverflow, nullptr},
   });
 }
 

@@ -13,21 +13,8 @@ namespace {
 constexpr std::chrono::milliseconds kLockWait{5000};
 constexpr std::chrono::milliseconds kLockPause{10};
 
-// Whether the value is one of the type as it stands. Another program may have stored anything.
-bool fits(const ValueView& value, const SqlType& type) {
-  switch (value.kind) {
-    case ValueView::Kind::Integer:
-      return type.kind >= TypeKind::SmallInt && type.kind <= TypeKind::BigInt;
-    case ValueView::Kind::Double:
-      return type.kind == TypeKind::Real || type.kind == TypeKind::Double;
-    case ValueView::Kind::Text:
-      if (type.kind == TypeKind::Decimal) {
-        return isCanonicalDecimal(value.text, static_cast<int>(type.length), type.scale);
-      }
-      return !isBinary(type.kind) && !isNumeric(type.kind);
-    default:
-      return isBinary(type.kind);
-  }
+bool isCanonical(std::string_view text, const SqlType& type) {
+  return isCanonicalDecimal(text, static_cast<int>(type.length), type.scale);
 }
 
 }  // namespace
@@ -52,6 +39,8 @@ SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment, Pr
       converted_(columns_.size()),
       constraints_(std::move(constraints)),
       reads_(sqlite3_column_count(statement_.get()) > 0) {
+  forms_.reserve(columns_.size());
+  for (const SqlType& type : columns_) forms_.push_back(formOf(type.kind));
   if (program.condition.empty()) return;
   condition_ = prepared(database, program.condition);
   conditionMarkers_ = sqlite3_bind_parameter_count(condition_.get());
@@ -147,35 +136,28 @@ void SqliteStatement::fail(int rc) {
   throw error;
 }
 
+SqliteStatement::ColumnForm SqliteStatement::formOf(TypeKind kind) {
+  using Kind = ValueView::Kind;
+  if (kind >= TypeKind::SmallInt && kind <= TypeKind::BigInt) return {Kind::Integer};
+  if (kind == TypeKind::Real || kind == TypeKind::Double) return {Kind::Double};
+  if (kind == TypeKind::Decimal) return {Kind::Text, true};
+  return {isBinary(kind) ? Kind::Blob : Kind::Text};
+}
+
+// Another program may have stored anything: what is no value of the column's type becomes one. The
+// connection belongs to one thread at a time, so that the value may be read where it is, without
+// the lock that each of the column functions takes.
 ValueView SqliteStatement::column(int index) {
-  sqlite3_stmt* statement = statement_.get();
-  int storageClass = sqlite3_column_type(statement, index);
-  ValueView value;
-  switch (storageClass) {
-    case SQLITE_NULL:
-      return value;
-    case SQLITE_INTEGER:
-      value = ValueView::of(int64_t{sqlite3_column_int64(statement, index)});
-      break;
-    case SQLITE_FLOAT:
-      value = ValueView::of(sqlite3_column_double(statement, index));
-      break;
-    case SQLITE_TEXT: {
-      const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, index));
-      value =
-          ValueView::ofText({text, static_cast<size_t>(sqlite3_column_bytes(statement, index))});
-      break;
-    }
-    default: {
-      const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, index));
-      value = ValueView::ofBlob(
-          {bytes ? bytes : "", static_cast<size_t>(sqlite3_column_bytes(statement, index))});
-    }
+  ValueView value = viewOf(sqlite3_column_value(statement_.get(), index));
+  const auto position = static_cast<size_t>(index);
+  if (value.kind == ValueView::Kind::Null || position >= columns_.size()) return value;
+  const ColumnForm& form = forms_[position];
+  if (value.kind == form.kind && (!form.decimal || isCanonical(value.text, columns_[position]))) {
+    return value;
   }
-  auto position = static_cast<size_t>(index);
-  if (position >= columns_.size() || fits(value, columns_[position])) return value;
-  return convertValue(value, columns_[position], environment_.length(), ConversionMode::Cast,
-                      converted_[position]);
+  value = convertValue(value, columns_[position], environment_.length(), ConversionMode::Cast,
+                       converted_[position]);
+  return value;
 }
 
 void SqliteStatement::reset() {

@@ -31,6 +31,13 @@ class SqliteStatement : public EngineStatement {
   int64_t changes() const override { return changes_; }
 
  private:
+  // What a result column's values are when they are stored as their type says.
+  struct ColumnForm {
+    ValueView::Kind kind;
+    bool decimal = false;
+  };
+  static ColumnForm formOf(TypeKind kind);
+
   struct Finalize {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
   };
@@ -49,6 +56,7 @@ class SqliteStatement : public EngineStatement {
   int conditionMarkers_ = 0;  // numbers that the condition knows: 1 to this
   std::vector<int> requiredMarkers_;
   std::vector<bool> nullMarkers_;  // parallel to requiredMarkers_
+  std::vector<ColumnForm> forms_;  // parallel to columns_
   std::vector<SqlType> columns_;
   std::vector<std::string> converted_;  // values that were not stored in their type's class
   ConstraintNames constraints_;

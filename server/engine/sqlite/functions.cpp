@@ -132,25 +132,6 @@ int compareDecimalTexts(void*, int leftSize, const void* left, int rightSize, co
 
 }  // namespace
 
-ValueView viewOf(sqlite3_value* value) {
-  switch (sqlite3_value_type(value)) {
-    case SQLITE_INTEGER:
-      return ValueView::of(int64_t{sqlite3_value_int64(value)});
-    case SQLITE_FLOAT:
-      return ValueView::of(sqlite3_value_double(value));
-    case SQLITE_TEXT:
-      return ValueView::ofText({reinterpret_cast<const char*>(sqlite3_value_text(value)),
-                                static_cast<size_t>(sqlite3_value_bytes(value))});
-    case SQLITE_BLOB: {
-      const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
-      auto size = static_cast<size_t>(sqlite3_value_bytes(value));
-      return ValueView::ofBlob({bytes ? bytes : "", size});
-    }
-    default:
-      return ValueView::null();
-  }
-}
-
 void setResult(sqlite3_context* context, const ValueView& value) {
   switch (value.kind) {
     case ValueView::Kind::Null:

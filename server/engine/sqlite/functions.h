@@ -5,6 +5,7 @@
 #include <sqlite3.h>
 
 #include <memory>
+#include <new>
 #include <string>
 
 #include "server/engine/engine.h"
@@ -26,7 +27,27 @@ class Environment {
   std::unique_ptr<TextLength> length_;
 };
 
-ValueView viewOf(sqlite3_value* value);
+inline ValueView viewOf(sqlite3_value* value) {
+  switch (sqlite3_value_type(value)) {
+    case SQLITE_INTEGER:
+      return ValueView::of(int64_t{sqlite3_value_int64(value)});
+    case SQLITE_FLOAT:
+      return ValueView::of(sqlite3_value_double(value));
+    case SQLITE_TEXT: {
+      const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+      if (!text) throw std::bad_alloc();
+      return ValueView::ofText({text, static_cast<size_t>(sqlite3_value_bytes(value))});
+    }
+    case SQLITE_BLOB: {
+      const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
+      auto size = static_cast<size_t>(sqlite3_value_bytes(value));
+      return ValueView::ofBlob({bytes ? bytes : "", size});
+    }
+    default:
+      return ValueView::null();
+  }
+}
+
 void setResult(sqlite3_context* context, const ValueView& value);
 
 void registerConversions(sqlite3* database, Environment& environment);  // and LIKE

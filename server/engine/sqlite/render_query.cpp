@@ -29,25 +29,74 @@ std::string_view joinWords(JoinKind kind) {
   }
 }
 
+// More restrictions than this are not handed on, lest a long statement grow without bound.
+constexpr size_t kMaxRestrictions = 16;
+
+// The conditions that must all hold for `condition` to hold.
+void collectTerms(const Expr* condition, std::vector<const Expr*>& terms) {
+  if (!condition) return;
+  if (condition->kind != ExprKind::And) return terms.push_back(condition);
+  for (const ExprPtr& operand : condition->args) collectTerms(operand.get(), terms);
+}
+
+bool isColumnOf(const Expr& e, const TableRef& table) {
+  return e.kind == ExprKind::Column && e.source == &table;
+}
+
+bool isValue(const Expr& e) {
+  return e.kind == ExprKind::Marker || e.kind == ExprKind::Literal ||
+         (e.kind == ExprKind::Cast && isValue(*e.args[0]));
+}
+
+bool isDerived(const TableRef& table) {
+  return table.kind == RefKind::Derived;
+}
+
 }  // namespace
 
-void Renderer::query(const Query& q) {
+// What a derived table of `q` is restricted to: by the conditions of `q`, and by what `q` itself is
+// restricted to in columns that are the derived table's.
+Renderer::Restrictions Renderer::restrictionsOf(const TableRef& derived, const Query& q,
+                                                const Restrictions& outer) {
+  Restrictions found;
+  const auto note = [&](const Expr& column, const Expr& value) {
+    if (!isColumnOf(column, derived) || !isValue(value)) return;
+    found.push_back({static_cast<size_t>(column.columnIndex), &value});
+  };
+  std::vector<const Expr*> terms;
+  collectTerms(q.where.get(), terms);
+  for (const Expr* term : terms) {
+    if (term->kind != ExprKind::Compare || term->op != "=") continue;
+    note(*term->args[0], *term->args[1]);
+    note(*term->args[1], *term->args[0]);
+  }
+  for (const Restriction& restriction : outer) {
+    note(*q.items[restriction.column].expr, *restriction.value);
+  }
+  if (found.size() > kMaxRestrictions) found.resize(kMaxRestrictions);
+  return found;
+}
+
+// `restrictions` are those of the result before it is cut to a number of rows.
+void Renderer::query(const Query& q, const Restrictions& restrictions) {
+  const Restrictions none;
+  const Restrictions& known = q.fetchFirst ? none : restrictions;
   switch (q.kind) {
     case QueryKind::Select:
-      select(q);
+      select(q, known);
       break;
     case QueryKind::Values:
       values(q);
       break;
     case QueryKind::SetOperation:
-      setOperation(q);
+      setOperation(q, known);
       break;
   }
   orderBy(q);
   if (q.fetchFirst) out_ << " LIMIT " << *q.fetchFirst;
 }
 
-void Renderer::select(const Query& q) {
+void Renderer::select(const Query& q, const Restrictions& restrictions) {
   out_ << "SELECT ";
   if (q.distinct) out_ << "DISTINCT ";
   Comma comma;
@@ -57,12 +106,12 @@ void Renderer::select(const Query& q) {
     expression(*item.expr);
     out_ << " AS \"C" << ++position << "\"";
   }
-  selectBody(q);
+  selectBody(q, restrictions);
 }
 
 // Everything after the select list.
-void Renderer::selectBody(const Query& q) {
-  from(q);
+void Renderer::selectBody(const Query& q, const Restrictions& restrictions) {
+  from(q, restrictions);
   if (q.where) {
     out_ << " WHERE ";
     expression(*q.where);
@@ -115,32 +164,52 @@ void Renderer::values(const Query& q) {
 }
 
 // SQLite evaluates set operations from left to right, without parentheses.
-void Renderer::setOperation(const Query& q) {
+void Renderer::setOperation(const Query& q, const Restrictions& restrictions) {
   if (q.all && q.op != "UNION") {
-    multisetOperation(q);
+    multisetOperation(q, restrictions);
     return;
   }
   bool leftStands = q.left->kind == QueryKind::Select || (q.left->kind == QueryKind::SetOperation &&
                                                           (!q.left->all || q.left->op == "UNION"));
-  setOperand(*q.left, leftStands && isPlain(*q.left));
+  setOperand(*q.left, leftStands && isPlain(*q.left), restrictions);
   out_ << " " << Verbatim{q.op};
   if (q.all) out_ << " ALL";
   out_ << " ";
-  setOperand(*q.right, q.right->kind == QueryKind::Select && isPlain(*q.right));
+  setOperand(*q.right, q.right->kind == QueryKind::Select && isPlain(*q.right), restrictions);
 }
 
-void Renderer::setOperand(const Query& q, bool direct) {
-  if (direct) {
-    query(q);
-    return;
-  }
+void Renderer::setOperand(const Query& q, bool direct, const Restrictions& restrictions) {
+  const bool handsOn = q.kind == QueryKind::SetOperation;
+  if (direct && (handsOn || restrictions.empty())) return query(q, restrictions);
   out_ << "SELECT * FROM (";
-  query(q);
+  query(q, restrictions);
   out_ << ")";
+  if (!handsOn) restricted(q, restrictions);
+}
+
+// The condition of an operand of a set operation. SQLite itself looks for one in the condition of
+// the whole only when all columns compare by their bytes, which texts do not. Texts that are equal
+// but for blanks at their ends may count as equal in the whole, so they all pass.
+void Renderer::restricted(const Query& q, const Restrictions& restrictions) {
+  bool first = true;
+  for (const Restriction& restriction : restrictions) {
+    out_ << Verbatim{first ? " WHERE (" : " AND ("};
+    first = false;
+    const SqlType& type = q.columns[restriction.column].type;
+    const Comparison kind = comparisonOf(type, restriction.value->type);
+    const std::string_view cast = castFor(type, kind);
+    if (!cast.empty()) out_ << "CAST(";
+    out_ << "\"C" << static_cast<int64_t>(restriction.column + 1) << "\"";
+    if (!cast.empty()) out_ << " AS " << Verbatim{cast} << ")";
+    collation(kind, false);
+    out_ << " = ";
+    operand(*restriction.value, kind);
+    out_ << ")";
+  }
 }
 
 // EXCEPT ALL and INTERSECT ALL count equal rows: numbering them turns the rows into a set.
-void Renderer::multisetOperation(const Query& q) {
+void Renderer::multisetOperation(const Query& q, const Restrictions& restrictions) {
   out_ << "SELECT ";
   columnList(q.columns.size());
   out_ << " FROM (";
@@ -149,8 +218,9 @@ void Renderer::multisetOperation(const Query& q) {
     out_ << "SELECT *,row_number() OVER (PARTITION BY ";
     columnList(q.columns.size());
     out_ << ") AS \"N\" FROM (";
-    query(*side);
+    query(*side, restrictions);
     out_ << ")";
+    restricted(*side, restrictions);
   }
   out_ << ")";
 }
@@ -160,7 +230,7 @@ void Renderer::columnList(size_t count) {
   for (size_t i = 1; i <= count; ++i) out_ << comma << "\"C" << static_cast<int64_t>(i) << "\"";
 }
 
-void Renderer::from(const Query& q) {
+void Renderer::from(const Query& q, const Restrictions& restrictions) {
   if (q.from.empty()) return;
   out_ << " FROM ";
   // SQLite joins strictly from left to right, the comma included: what must not take in the tables
@@ -172,19 +242,23 @@ void Renderer::from(const Query& q) {
     bool apart =
         several && (hasOuterSide(*table, JoinKind::Right) || hasOuterSide(*table, JoinKind::Full));
     if (apart) out_ << "(";
-    tableRef(*table);
+    if (isDerived(*table)) {
+      tableRef(*table, restrictionsOf(*table, q, restrictions));
+    } else {
+      tableRef(*table);
+    }
     if (apart) out_ << ")";
   }
 }
 
-void Renderer::tableRef(const TableRef& table) {
+void Renderer::tableRef(const TableRef& table, const Restrictions& restrictions) {
   switch (table.kind) {
     case RefKind::BaseTable:
       out_ << Name{table.table->storedName} << " AS " << Name{table.alias};
       break;
     case RefKind::Derived:
       out_ << "(";
-      query(*table.query);
+      query(*table.query, restrictions);
       out_ << ") AS " << Name{table.alias};
       break;
     case RefKind::Join:

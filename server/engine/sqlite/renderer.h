@@ -48,16 +48,27 @@ class Renderer {
                                      size_t step);
   static std::string_view castFor(const SqlType& type, Comparison comparison);
 
+  // A column of a query's result that only rows with this value of it are asked for. The query may
+  // give other rows as well: whoever asks tests it once more.
+  struct Restriction {
+    size_t column;
+    const Expr* value;
+  };
+  using Restrictions = std::vector<Restriction>;
+  static Restrictions restrictionsOf(const TableRef& derived, const Query& q,
+                                     const Restrictions& outer);
+
   // ---- render_query.cpp
-  void query(const Query& q);
-  void select(const Query& q);
-  void selectBody(const Query& q);
+  void query(const Query& q, const Restrictions& restrictions = {});
+  void select(const Query& q, const Restrictions& restrictions);
+  void selectBody(const Query& q, const Restrictions& restrictions = {});
   void values(const Query& q);
-  void setOperation(const Query& q);
-  void multisetOperation(const Query& q);
-  void setOperand(const Query& q, bool direct);
-  void from(const Query& q);
-  void tableRef(const TableRef& table);
+  void setOperation(const Query& q, const Restrictions& restrictions);
+  void multisetOperation(const Query& q, const Restrictions& restrictions);
+  void setOperand(const Query& q, bool direct, const Restrictions& restrictions);
+  void restricted(const Query& q, const Restrictions& restrictions);
+  void from(const Query& q, const Restrictions& restrictions);
+  void tableRef(const TableRef& table, const Restrictions& restrictions = {});
   void join(const TableRef& table);
   void orderBy(const Query& q);
   void columnList(size_t count);

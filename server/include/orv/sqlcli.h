@@ -97,7 +97,9 @@ ORV_API SQLRETURN SQLNumParams(SQLHSTMT statement, SQLSMALLINT* count);
 // `size`: bytes for character types, double-byte characters for graphic types, digits for DECIMAL.
 ORV_API SQLRETURN SQLDescribeParam(SQLHSTMT statement, SQLUSMALLINT number, SQLSMALLINT* type,
                                    SQLUINTEGER* size, SQLSMALLINT* digits, SQLSMALLINT* nullable);
-// `value` and `indicator` are read when the statement runs and must stay valid until then.
+// `value` and `indicator` are read when the statement runs and must stay valid until then. Text for
+// binary data is stored as it is, and compared as the hexadecimal digits that SQLFetch gives for
+// it.
 ORV_API SQLRETURN SQLBindParameter(SQLHSTMT statement, SQLUSMALLINT number, SQLSMALLINT direction,
                                    SQLSMALLINT cType, SQLSMALLINT sqlType, SQLUINTEGER size,
                                    SQLSMALLINT digits, SQLPOINTER value, SQLINTEGER capacity,
