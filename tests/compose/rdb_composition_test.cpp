@@ -565,7 +565,7 @@ TEST(RdbComposition, TheResultColumnIsLookedForInTheCatalog) {
                   .validColumn = ""});
   EXPECT_EQ(outcome.code, -69);
   EXPECT_EQ(outcome.message,
-            "QRKQ021E  Table .RESULT does not have column NOTHING.\n"
+            "QRKQ021E  Table RESULT does not have column NOTHING.\n"
             "QRKQ009E  Result table result does not exist.");
 }
 
