@@ -2,6 +2,7 @@
 
 #include <unicode/ucnv.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <utility>
@@ -156,8 +157,35 @@ struct CodePage::Converter {
 
   bool stateful() const { return ucnv_getType(icu) == UCNV_EBCDIC_STATEFUL; }
 
+  // Whether the text has the same bytes in UTF-8 and in the code page.
+  bool isSame(std::string_view text) const {
+    return std::all_of(text.begin(), text.end(),
+                       [this](char c) { return same[static_cast<unsigned char>(c)]; });
+  }
+  void findSameBytes();
+
   UConverter* icu;
+  std::array<bool, 256> same{};  // bytes that stand for the same character as in UTF-8
 };
+
+// In a code page whose bytes mean something else after a shift or an escape no byte is the same.
+void CodePage::Converter::findSameBytes() {
+  const UConverterType type = ucnv_getType(icu);
+  const bool plain = type == UCNV_SBCS || type == UCNV_DBCS || type == UCNV_MBCS ||
+                     type == UCNV_LATIN_1 || type == UCNV_US_ASCII;
+  if (!plain) return;
+  for (unsigned char byte = 0; byte < 0x80; ++byte) {
+    const char native = static_cast<char>(byte);
+    const auto character = static_cast<UChar>(byte);
+    UChar decoded = 0xFFFF;
+    char encoded = static_cast<char>(0xFF);
+    UErrorCode status = U_ZERO_ERROR;
+    const int32_t units = ucnv_toUChars(icu, &decoded, 1, &native, 1, &status);
+    const int32_t bytes = ucnv_fromUChars(icu, &encoded, 1, &character, 1, &status);
+    same[byte] =
+        U_SUCCESS(status) && units == 1 && bytes == 1 && decoded == character && encoded == native;
+  }
+}
 
 CodePage::CodePage(int number) : number_(number) {
   if (number == kUtf8) return;
@@ -169,6 +197,7 @@ CodePage::CodePage(int number) : number_(number) {
   ucnv_setFromUCallBack(converter_->icu, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
                         &status);
   if (U_FAILURE(status)) unsupported();
+  converter_->findSameBytes();
 }
 
 CodePage::~CodePage() = default;
@@ -178,7 +207,7 @@ std::string_view CodePage::toUtf8(std::string_view native, std::string& storage)
     if (!isValidUtf8(native)) refuseText();
     return native;
   }
-  if (native.empty()) return native;
+  if (converter_->isSame(native)) return native;
   return convertInto(storage, native.size() * 2, [&](char* out, int32_t room, UErrorCode* status) {
     return ucnv_toAlgorithmic(UCNV_UTF8, converter_->icu, out, room, native.data(),
                               textLength(native), status);
@@ -186,7 +215,7 @@ std::string_view CodePage::toUtf8(std::string_view native, std::string& storage)
 }
 
 std::string_view CodePage::fromUtf8(std::string_view utf8, std::string& storage) const {
-  if (isUtf8() || utf8.empty()) return utf8;
+  if (isUtf8() || converter_->isSame(utf8)) return utf8;
   if (!isValidUtf8(utf8)) refuseText();
   return convertInto(storage, utf8.size() + 8, [&](char* out, int32_t room, UErrorCode* status) {
     return ucnv_fromAlgorithmic(converter_->icu, UCNV_UTF8, out, room, utf8.data(),

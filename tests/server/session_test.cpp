@@ -241,6 +241,7 @@ TEST(SessionTest, CodePagesConvertBothWaysOrRefuse) {
       {1252, "a\u00e4\u00e9", "a\xe4\xe9", 2, 2},
       {943, "a\u65e5\u672c", "a\x93\xfa\x96\x7b", 4, 3},
       {37, "a1", "\x81\xf1", 1, 1},
+      {33722, "a\u00a5", "a\\", 1, 1},  // no backslash there
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.codePage);
