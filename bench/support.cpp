@@ -1,5 +1,6 @@
 #include "bench/support.h"
 
+#include <malloc.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -59,11 +60,13 @@ Database::Database(const std::filesystem::path& path, const std::string& tables)
   sqlca area{};
   sqlabndx(kBindList, nullptr, nullptr, &area);
   require(area.sqlcode == 0, std::string("cannot bind ") + kBindList);
-  for (const orv::ScriptStatement& statement : orv::splitScript(tables)) {
-    const orv::Outcome made = session_->run(statement.text).outcome;
-    require(!made.failed(), made.message);
-  }
+  for (const orv::ScriptStatement& statement : orv::splitScript(tables)) run(statement.text);
   session_->commit();
+}
+
+void Database::run(const std::string& statement) {
+  const orv::Outcome outcome = session_->run(statement).outcome;
+  require(!outcome.failed(), outcome.message);
 }
 
 TemporaryFolder::TemporaryFolder(const std::string& name) {
@@ -85,6 +88,7 @@ long peakKilobytes(const std::function<std::function<void()>()>& prepare) {
   const pid_t child = fork();
   if (child == 0) {
     const std::function<void()> work = prepare();
+    malloc_trim(0);  // what the preparation has freed must not hide what the work needs
     std::ofstream("/proc/self/clear_refs") << "5";
     const long before = statusKilobytes("VmRSS:");
     work();

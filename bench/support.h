@@ -26,7 +26,7 @@ class Database {
  public:
   Database(const std::filesystem::path& path, const std::string& tables);
 
-  void commit() { session_->commit(); }
+  void run(const std::string& statement);
   void rollback() { session_->rollback(); }
 
  private:
