@@ -162,6 +162,8 @@ char* qrkDupParameter(QrkStruct* ctx, const char* data, int length, int* rc, cha
 
 void qrkSetOutputMessage(QrkStruct* ctx, sqlvar* var, const char* msg) {
   if (!var || !var->sqldata || var->sqllen < 0) return;
+  // The declared length of a decimal is none in bytes.
+  if (baseType(*var) == orv::kSqlDecimal) return;
   const bool varying = isVarying(baseType(*var));
   if (!varying && var->sqllen == 0) return;
   const auto declared = static_cast<size_t>(var->sqllen);

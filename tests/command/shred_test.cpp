@@ -107,7 +107,7 @@ TEST_F(CommandShred, RegisteredProcedureAndCollectionGiveTheSameRows) {
   sql(kProcedures);
   sql(place_.write("enable.sql",
                    "insert into orvxml.xml_usage (table_schema, table_name, col_name, dad,"
-                   " access_mode, validation, trigger_suffix) values ('ORVXML', '', 'sales', '" +
+                   " access_mode, validation, trigger_suffix) values ('', 'QRK_COLLECTION', 'sales', '" +
                        quoted(dadText()) + "', 1, 0, '')"));
   const std::string empty =
       place_.write("empty.sql",
