@@ -115,7 +115,10 @@ inline Composed composeSql(const std::string& statement, const std::string& tree
   return composed;
 }
 
-// ---- Element trees.
+// ---- Element trees. Apart from the functions of the same names for the other mapping, which stand
+// in the same test program.
+inline namespace sql_mapping {
+
 inline std::string attribute(const std::string& name, const std::string& column) {
   return "<attribute_node name='" + name + "'><column name='" + column + "'/></attribute_node>";
 }
@@ -129,4 +132,5 @@ inline std::string element(const std::string& name, const std::string& content,
          "</element_node>";
 }
 
+}  // namespace sql_mapping
 }  // namespace orvxml::test
