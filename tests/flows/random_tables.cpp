@@ -8,12 +8,12 @@ namespace orvxml::test {
 namespace {
 
 constexpr ColumnType kTypes[] = {
-    {"VARCHAR(60)", ValueKind::Text, 60},    {"VARCHAR(5000)", ValueKind::Text, 5000},
-    {"CLOB(20000)", ValueKind::Text, 20000}, {"CHAR(12)", ValueKind::Padded, 12},
-    {"SMALLINT", ValueKind::Whole, 2},       {"INTEGER", ValueKind::Whole, 4},
-    {"BIGINT", ValueKind::Whole, 8},         {"DECIMAL(7,2)", ValueKind::Exact, 7},
-    {"DECIMAL(31,2)", ValueKind::Exact, 31}, {"DATE", ValueKind::Day, 0},
-    {"TIMESTAMP", ValueKind::Moment, 0},     {"DOUBLE", ValueKind::Floating, 0},
+    {"VARCHAR(60)", ValueKind::Text, 60},      {"VARCHAR(5000)", ValueKind::Text, 5000},
+    {"CLOB(150000)", ValueKind::Text, 150000}, {"CHAR(12)", ValueKind::Padded, 12},
+    {"SMALLINT", ValueKind::Whole, 2},         {"INTEGER", ValueKind::Whole, 4},
+    {"BIGINT", ValueKind::Whole, 8},           {"DECIMAL(7,2)", ValueKind::Exact, 7},
+    {"DECIMAL(31,2)", ValueKind::Exact, 31},   {"DATE", ValueKind::Day, 0},
+    {"TIMESTAMP", ValueKind::Moment, 0},       {"DOUBLE", ValueKind::Floating, 0},
 };
 
 constexpr std::string_view kFragments[] = {"<",         ">",      "&",
@@ -57,10 +57,16 @@ std::string hostilePiece(Random& random) {
   return piece;
 }
 
-std::string sqlText(const std::string& text) {
+// A constant holds no more than about 32,000 bytes: longer text is put together.
+std::string sqlText(std::string_view text) {
+  constexpr size_t kConstantLimit = 15000;
+  size_t length = std::min(text.size(), kConstantLimit);
+  while (length < text.size() && (text[length] & 0xc0) == 0x80) --length;
   std::string literal = "'";
-  for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
-  return literal + "'";
+  for (const char c : text.substr(0, length)) literal.append(c == '\'' ? 2 : 1, c);
+  literal += "'";
+  if (length == text.size()) return literal;
+  return "CAST(" + literal + " AS CLOB(1M)) || " + sqlText(text.substr(length));
 }
 
 std::string digits(Random& random, size_t count) {
