@@ -4,14 +4,6 @@
 
 namespace orvxml {
 
-RdbDocument::RdbDocument(const RdbReport& report, TableQueries& queries, RdbPlan& plan,
-                         DocumentText& text)
-    : report_(report),
-      queries_(queries),
-      plan_(plan),
-      text_(text),
-      lineStart_('\n' + std::string(2 * kMaxElementDepth, ' ')) {}
-
 int RdbDocument::write(DadNode& root, TableQuery* table) {
   if (!root.isMet && plan_.meet(nullptr, root)) return -1;
   if (qrkProcElementNode(root, table, 1)) return -1;
@@ -21,14 +13,13 @@ int RdbDocument::write(DadNode& root, TableQuery* table) {
 // `current`: the table whose row is being written. A child that starts a query changes it for the
 // children behind it as well. Recursion is bounded by the depth of the DAD.
 int RdbDocument::qrkProcElementNode(DadNode& node, TableQuery* current, int depth) {
-  if (!node.element) plan_.open(node);
+  if (!node.element) plan_.open(node, depth);
   DadElement& element = *node.element;
-  if (text_.append(lineStart(depth)) || text_.append(element.startTag)) return -1;
+  if (text_.append(element.startTag)) return -1;
   for (size_t i = 0; i < element.children.size(); ++i) {
     if (i == element.attributes && element.closesStartTag && text_.append(">")) return -1;
     if (writeChild(node, element.children[i], current, depth)) return -1;
   }
-  if (element.endsOnOwnLine && text_.append(lineStart(depth))) return -1;
   return text_.append(element.endTag);
 }
 
@@ -90,37 +81,33 @@ int RdbDocument::qrkProcAttTextNode(DadNode& node) {
   if (!node.source->isOpen()) {
     return report_.failed(Msg::QRKQ062E, node.source->table().name, node.item);
   }
-  if (node.column < 0 && plan_.findColumn(node)) return -1;
-  if (node.source->isNull(node.column)) return 0;
-  return node.kind == DadNodeKind::Attribute ? qrkWriteXMLAttribute(node) : qrkWriteXMLText(node);
+  if (!node.value && plan_.findColumn(node)) return -1;
+  if (node.value->isNull()) return 0;
+  return node.kind == DadNodeKind::Attribute ? qrkWriteXMLAttribute(node.markup, *node.value)
+                                             : qrkWriteXMLText(*node.value);
 }
 
 // An attribute without a value is left out.
-int RdbDocument::qrkWriteXMLAttribute(const DadNode& node) {
+int RdbDocument::qrkWriteXMLAttribute(std::string_view markup, const ColumnValue& value) {
   bool isEmpty = false;
-  if (isEmptyValue(node, isEmpty)) return -1;
+  if (isEmptyValue(value, isEmpty)) return -1;
   if (isEmpty) return 0;
-  if (text_.append(node.markup) || qrkWriteXMLText(node)) return -1;
+  if (text_.append(markup) || qrkWriteXMLText(value)) return -1;
   return text_.append("\"");
 }
 
-int RdbDocument::qrkWriteXMLText(const DadNode& node) {
-  const TableQuery& source = *node.source;
-  const char* column = source.table().col2xml[node.column].col;
-  return source.isLargeObject(node.column)
-             ? text_.appendLargeObject(source.locator(node.column), column)
-             : text_.appendValue(source.text(node.column), column);
+int RdbDocument::qrkWriteXMLText(const ColumnValue& value) {
+  return value.isLargeObject() ? text_.appendLargeObject(value.locator(), value.columnName())
+                               : text_.appendValue(value.text(), value.columnName());
 }
 
-int RdbDocument::isEmptyValue(const DadNode& node, bool& isEmpty) {
-  const TableQuery& source = *node.source;
-  if (!source.isLargeObject(node.column)) {
-    isEmpty = source.text(node.column).empty();
+int RdbDocument::isEmptyValue(const ColumnValue& value, bool& isEmpty) {
+  if (!value.isLargeObject()) {
+    isEmpty = value.text().empty();
     return 0;
   }
   int32_t length = 0;
-  if (qrkGetLocatorLength(report_.ctx, source.locator(node.column), &length, report_.errCode,
-                          report_.msg)) {
+  if (qrkGetLocatorLength(report_.ctx, value.locator(), &length, report_.errCode, report_.msg)) {
     return -1;
   }
   isEmpty = length == 0;

@@ -14,7 +14,8 @@ namespace orvxml {
 // failure reported.
 class RdbDocument {
  public:
-  RdbDocument(const RdbReport& report, TableQueries& queries, RdbPlan& plan, DocumentText& text);
+  RdbDocument(const RdbReport& report, TableQueries& queries, RdbPlan& plan, DocumentText& text)
+      : report_(report), queries_(queries), plan_(plan), text_(text) {}
 
   // The root with all that it holds, from the current row of `table` (null: of no table).
   int write(DadNode& root, TableQuery* table);
@@ -26,20 +27,14 @@ class RdbDocument {
   int chooseTable(DadNode& child, TableQuery*& current);
   int writeRows(DadNode& child, TableQuery& query, int depth);
   int qrkProcAttTextNode(DadNode& node);
-  int qrkWriteXMLAttribute(const DadNode& node);
-  int qrkWriteXMLText(const DadNode& node);
-  int writeValue(const DadNode& node);
-  int isEmptyValue(const DadNode& node, bool& isEmpty);
-  // The line feed and the blanks in front of a tag.
-  std::string_view lineStart(int depth) const {
-    return std::string_view(lineStart_).substr(0, static_cast<size_t>(2 * depth - 1));
-  }
+  int qrkWriteXMLAttribute(std::string_view markup, const ColumnValue& value);
+  int qrkWriteXMLText(const ColumnValue& value);
+  int isEmptyValue(const ColumnValue& value, bool& isEmpty);
 
   const RdbReport& report_;
   TableQueries& queries_;
   RdbPlan& plan_;
   DocumentText& text_;
-  const std::string lineStart_;  // of the deepest element
 };
 
 }  // namespace orvxml

@@ -61,7 +61,7 @@ int RdbPlan::checkAttributeName(DadNode& parent, const DadNode& node) {
   return report_.failed(Msg::QRKQ045E, parent.name, node.name);
 }
 
-void RdbPlan::open(DadNode& node) {
+void RdbPlan::open(DadNode& node, int depth) {
   auto element = std::make_unique<DadElement>();
   std::vector<DadNode>& children = element->children;
   addChildren(node, DadNodeKind::Attribute, u"attribute_node", children);
@@ -70,11 +70,12 @@ void RdbPlan::open(DadNode& node) {
 
   const bool hasAttributes = element->attributes > 0;
   const bool hasContent = children.size() > element->attributes;
-  const bool isEmpty = !hasContent;
+  const bool endsWithElement = hasContent && children.back().kind == DadNodeKind::Element;
+  const std::string lineStart = '\n' + std::string(2 * static_cast<size_t>(depth - 1), ' ');
   element->closesStartTag = hasAttributes && hasContent;
-  element->endsOnOwnLine = hasContent && children.back().kind == DadNodeKind::Element;
-  element->startTag = '<' + node.name + (hasContent && !hasAttributes ? ">" : "");
-  element->endTag = (isEmpty ? "></" : "</") + node.name + '>';
+  element->startTag = lineStart + '<' + node.name + (hasContent && !hasAttributes ? ">" : "");
+  element->endTag =
+      (endsWithElement ? lineStart : "") + (hasContent ? "</" : "></") + node.name + '>';
   node.element = std::move(element);
 }
 
@@ -126,7 +127,7 @@ int RdbPlan::findColumn(DadNode& node) {
   const tab& table = node.source->table();
   for (int i = 0; i < table.num_col; ++i) {
     if (std::strcmp(table.col2xml[i].xml, node.item.c_str()) != 0) continue;
-    node.column = i;
+    node.value.emplace(table, i);
     return 0;
   }
   return report_.failed(Msg::QRKQ012E);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -38,9 +39,9 @@ struct DadNode {
 
   // Of an attribute_node or text_node, once it is written.
   TableQuery* source = nullptr;
-  int column = -1;     // of the source's row
-  std::string item;    // the name by which the value is known
-  std::string markup;  // of an attribute: what stands in front of its value
+  std::optional<ColumnValue> value;  // in the source's row
+  std::string item;                  // the name by which the value is known
+  std::string markup;                // of an attribute: what stands in front of its value
 };
 
 struct DadElement {
@@ -48,9 +49,8 @@ struct DadElement {
   size_t attributes = 0;
   std::unordered_set<std::string_view> attributeNames;  // of those that were met
   bool closesStartTag = false;  // content follows, but the tag ends with attributes
-  bool endsOnOwnLine = false;
-  std::string startTag;
-  std::string endTag;
+  std::string startTag;         // with its line feed and blanks
+  std::string endTag;           // the same when it has a line of its own
 };
 
 // Reads nodes. The functions return 0, or -1 with the failure reported.
@@ -61,8 +61,8 @@ class RdbPlan {
 
   // The name of a node and what follows from it. `parent`: null for the root.
   int meet(DadNode* parent, DadNode& node);
-  // The children and tags of an element_node that was met.
-  void open(DadNode& node);
+  // The children and tags of an element_node that was met, at this depth (the root has 1).
+  void open(DadNode& node, int depth);
   // qrkFindTabForIntermediate.
   int findGroup(DadNode& node);
   // The table that a value comes from, then its column.

@@ -94,6 +94,11 @@ int RdbReport::statement(SQLHSTMT hstmt) const {
 }
 
 // ---- One table
+TableQuery::~TableQuery() {
+  sqlca area{};
+  for (const int column : largeObjects_) freeLocator(column, area);
+}
+
 int TableQuery::open(int level) {
   const bool isFirstUse = *table_.stmt == 0;
   if (isFirstUse && prepare(level)) return -1;
@@ -216,25 +221,21 @@ void TableQuery::supply(TableQuery& child, int number, int column) {
   if (dependents_.empty() || dependents_.back() != &child) dependents_.push_back(&child);
 }
 
-bool TableQuery::isLargeObject(int column) const {
-  return table_.descriptor->sqlvar[column].sqltype == kLocator;
+// The value is null afterwards. False when the server refuses.
+bool TableQuery::freeLocator(int column, sqlca& area) {
+  auto& locator = *reinterpret_cast<int32_t*>(table_.descriptor->sqlvar[column].sqldata);
+  if (locator == 0) return true;
+  orv::esql::freeLocator(locator, area);
+  locator = 0;
+  table_.lengths[column] = SQL_NULL_DATA;
+  return area.sqlcode >= 0;
 }
 
-int32_t TableQuery::locator(int column) const {
-  return *reinterpret_cast<const int32_t*>(table_.descriptor->sqlvar[column].sqldata);
-}
-
-// Their values are null afterwards.
 int TableQuery::freeLocators() {
   int result = 0;
   for (const int column : largeObjects_) {
-    auto& locator = *reinterpret_cast<int32_t*>(table_.descriptor->sqlvar[column].sqldata);
-    if (locator == 0) continue;
     sqlca area{};
-    orv::esql::freeLocator(locator, area);
-    locator = 0;
-    table_.lengths[column] = SQL_NULL_DATA;
-    if (area.sqlcode >= 0) continue;
+    if (freeLocator(column, area)) continue;
     failDbInternal(report_.report(), area, kRdbModule, __LINE__);
     result = -1;
   }

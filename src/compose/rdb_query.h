@@ -53,11 +53,33 @@ struct RdbReport {
 
 class TableQueries;
 
+// Where the value of a column stands in its table's present row.
+class ColumnValue {
+ public:
+  ColumnValue(const tab& table, int column)
+      : length_(&table.lengths[column]),
+        data_(table.descriptor->sqlvar[column].sqldata),
+        isLargeObject_((table.descriptor->sqlvar[column].sqltype & ~1) == orv::kSqlClobLocator),
+        name_(table.col2xml[column].col) {}
+
+  bool isNull() const { return *length_ == SQL_NULL_DATA; }
+  bool isLargeObject() const { return isLargeObject_; }
+  std::string_view text() const { return {data_, static_cast<size_t>(*length_)}; }
+  int32_t locator() const { return *reinterpret_cast<const int32_t*>(data_); }
+  std::string_view columnName() const { return name_; }
+
+ private:
+  const int32_t* length_;
+  const char* data_;
+  bool isLargeObject_;
+  std::string_view name_;
+};
+
 class TableQuery {
  public:
   TableQuery(TableQueries& all, const RdbReport& report, SQLHDBC hdbc, tab& table, TableSet self)
       : all_(all), report_(report), hdbc_(hdbc), table_(table), self_(self) {}
-  ~TableQuery() { freeLocators(); }
+  ~TableQuery();
   TableQuery(const TableQuery&) = delete;
   TableQuery& operator=(const TableQuery&) = delete;
 
@@ -82,14 +104,6 @@ class TableQuery {
   bool isWalked() const { return isWalked_; }
   void setWalked(bool walked) { isWalked_ = walked; }
 
-  bool isNull(int column) const { return table_.lengths[column] == SQL_NULL_DATA; }
-  // Of a column that is not null.
-  std::string_view text(int column) const {
-    return {table_.descriptor->sqlvar[column].sqldata, static_cast<size_t>(table_.lengths[column])};
-  }
-  bool isLargeObject(int column) const;
-  int32_t locator(int column) const;
-
   // Binds marker `number` of `child` to a column of this table.
   void supply(TableQuery& child, int number, int column);
 
@@ -99,6 +113,7 @@ class TableQuery {
   int describeColumn(int column, bool isRoot);
   int execute();
   int freeLocators();
+  bool freeLocator(int column, sqlca& area);
   void forgetRow();
   void forgetDependentRows();
 

@@ -554,6 +554,24 @@ TEST(RdbComposition, EveryFailureHasItsMessage) {
   }
 }
 
+TEST(RdbComposition, MappingsAreAsDeepAsTheParserTakesThem) {
+  std::string content = attributeOf("k", "t", "k"), inner = "<e k=\"1\"></e>";
+  content = element("e", content);
+  std::string before, after;
+  constexpr size_t kDepth = 950;
+  for (size_t i = 0; i < kDepth; ++i) {
+    content = element("e", i + 1 == kDepth ? top(table("t")) + content : content);
+    before += "\n" + std::string(2 * i, ' ') + "<e>";
+    after = "\n" + std::string(2 * i, ' ') + "</e>" + after;
+  }
+  ComposeDatabase db;
+  db.runScript("create table t (k integer); insert into t values (1)");
+  const Documents documents = composedDocuments(db, mapping(content), ComposeForm::List);
+  ASSERT_EQ(documents.size(), 1U);
+  const std::string lineStart = "\n" + std::string(2 * kDepth, ' ');
+  EXPECT_TRUE(documents[0] == kHeader + before + lineStart + inner + after);
+}
+
 TEST(RdbComposition, TheResultColumnIsLookedForInTheCatalog) {
   ComposeDatabase db;
   db.runScript("create table t (k integer); create table result (doc clob(1m))");
