@@ -1,6 +1,9 @@
 // Descriptor areas: made, named, filled by a describe, given data areas, read, and freed. The data
 // that an entry points at is text with a terminator wherever a value is read from it.
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
+#include <string_view>
 
 #include "orvxml/level_map.h"
 #include "orvxml/packages.h"
@@ -194,7 +197,11 @@ int qrkSetupSQLDA(QrkStruct* ctx, const char* stmtText, sqlda** da, int* errCode
   orv::esql::Statement statement(kQrksqlda);
   statement.prepare(stmtText, area);
   if (area.sqlcode == 0) statement.describe(&probe, area);
-  if (!isDescribed(area.sqlcode) || probe.sqld < 1) return refuseStatement(report, area);
+  if (!isDescribed(area.sqlcode)) return refuseStatement(report, area);
+  if (probe.sqld < 1) {
+    fail(report, Msg::QRKQ001E);
+    return -1;
+  }
 
   const bool needsSecondary = area.sqlcode >= 237;
   if (qrk_init_da(ctx, da, needsSecondary ? 2 * probe.sqld : probe.sqld)) return noMemory();

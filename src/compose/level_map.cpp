@@ -64,6 +64,8 @@ class LevelMapBuilder {
   int refuseKey(const std::string& key);
   int noMemory();
   char* slot(int index) const { return map_->names + ptrdiff_t{index} * kLevelSlotSize; }
+  // A name has kMaxNameLength bytes at most.
+  void setSlot(int index, std::string_view name) { name.copy(slot(index), kMaxNameLength); }
   int levelCount() const { return static_cast<int>(keys_.size()); }
   // What the trace shows as the key of a level.
   const char* keyOf(int level) const {
@@ -108,7 +110,7 @@ int LevelMapBuilder::describeColumns() {
   map_.reset(allocateZeroed<level_map>(1));
   if (map_) map_->columns = allocateZeroed<level_column>(static_cast<size_t>(columnCount_) + 1);
   if (!map_ || !map_->columns) return noMemory();
-  std::strcpy(map_->columns[columnCount_].name, kEndOfColumns);
+  std::memcpy(map_->columns[columnCount_].name, kEndOfColumns, sizeof kEndOfColumns);
   for (int i = 0; i < columnCount_; ++i) {
     level_column& column = map_->columns[i];
     column.level = -1;
@@ -163,7 +165,7 @@ int LevelMapBuilder::allocateLists() {
   map_->objids = allocateZeroed<char*>(keys_.size() + 1);
   map_->names = allocateZeroed<char>(static_cast<size_t>(slots) * kLevelSlotSize);
   if (!map_->objids || !map_->names) return noMemory();
-  std::strcpy(slot(slots - 1), kEndOfColumns);
+  setSlot(slots - 1, kEndOfColumns);
   // A level that no column starts has an empty list.
   std::fill(map_->objids, map_->objids + levelCount(), slot(slots - 1));
   map_->objids[0] = slot(0);
@@ -184,15 +186,15 @@ void LevelMapBuilder::assignLevels() {
     QRK_TRACE(report_.ctx, "sqldaIndex=%d colname='%s' colnameLen=%d", i, column.name,
               static_cast<int>(std::strlen(column.name)));
     if (startsLevel(level + 1, column.name)) {
-      std::strcpy(slot(next++), kEndOfColumns);
+      setSlot(next++, kEndOfColumns);
       map_->objids[++level] = slot(next);
       QRK_TRACE(report_.ctx, "Start level %d", level);
       QRK_TRACE(report_.ctx, "nextlevelkey = objids[%d] = '%s'", level + 1, keyOf(level + 1));
     }
-    std::strcpy(slot(next++), column.name);
+    setSlot(next++, column.name);
     column.level = level;
   }
-  std::strcpy(slot(next), kEndOfColumns);
+  setSlot(next, kEndOfColumns);
 }
 
 // Every key but the first must be a column of the result: without it a level would be missing and

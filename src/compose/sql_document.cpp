@@ -42,14 +42,19 @@ int SqlDocument::prepareHeader() {
 }
 
 int SqlDocument::qrkGenXMLElement(ElementPlan& element, LevelQuery& rows) {
-  QrkStruct* const ctx = call_.report.ctx;
+  const int rc = writeElement(element, rows);
+  QRK_TRACE(call_.report.ctx, "Exits, rc=%d", rc);
+  return rc;
+}
+
+int SqlDocument::writeElement(ElementPlan& element, LevelQuery& rows) {
   if (!element.isPlanned) {
     if (int rc = planElement(element, rows)) return rc;
   }
   // Decided before anything is written, so that no half element can stand in the document.
   if (element.keyColumn >= 0) {
     if (rows.column(element.keyColumn).isNull()) return kKeyIsNull;
-    QRK_TRACE(ctx, "Key node.. emitting start tag now");
+    QRK_TRACE(call_.report.ctx, "Key node.. emitting start tag now");
   }
   if (int rc = text_.append(element.startTag)) return rc;
   for (ValuePlan& attribute : element.attributes) {
@@ -59,9 +64,7 @@ int SqlDocument::qrkGenXMLElement(ElementPlan& element, LevelQuery& rows) {
     if (int rc = text_.append(">")) return rc;
   }
   if (int rc = writeContent(element, rows)) return rc;
-  const int rc = text_.append(element.endTag);
-  QRK_TRACE(ctx, "Exits, rc=%d", rc);
-  return rc;
+  return text_.append(element.endTag);
 }
 
 int SqlDocument::qrkGenXMLAttribute(ElementPlan& element, ValuePlan& attribute,

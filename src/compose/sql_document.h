@@ -60,6 +60,7 @@ class SqlDocument {
  private:
   int prepareHeader();
   int qrkGenXMLElement(ElementPlan& element, LevelQuery& rows);
+  int writeElement(ElementPlan& element, LevelQuery& rows);
   int qrkGenXMLAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows);
   int qrkGenXMLText(ValuePlan& text, const LevelQuery& rows);
   int writeContent(ElementPlan& element, LevelQuery& rows);

@@ -35,8 +35,9 @@ const char* chars(const SQLCHAR* text) {
 void storeDiagnostic(const Report& report, const Diagnostic& diagnostic, const char* module,
                      int line) {
   failInternal(report, module, line);
-  const char* const text = chars(diagnostic.text);
-  if (report.msg && *text) std::strcpy(report.msg, text);
+  if (report.msg && *diagnostic.text) {
+    std::memcpy(report.msg, diagnostic.text, sizeof diagnostic.text);
+  }
 }
 
 }  // namespace
@@ -94,7 +95,7 @@ int CliStatement::failWithDiagnostic(Msg message, int line) const {
     whole.resize(kMessageSize - 1);
     whole.resize(wholeCharacters(whole));
   }
-  std::strcpy(report_.msg, whole.c_str());
+  std::memcpy(report_.msg, whole.c_str(), whole.size() + 1);
   return -1;
 }
 

@@ -114,7 +114,7 @@ std::string valueOf(const Descriptor& descriptor, const char* column) {
   char* value = nullptr;
   int code = 0;
   const int rc = getValueByColName(call, descriptor.da, column, &value, &code, call.msg);
-  const std::string text = rc ? std::to_string(code) + ' ' + call.msg : value ? value : "NULL";
+  std::string text = rc ? std::to_string(code) + ' ' + call.msg : value ? value : "NULL";
   std::free(value);
   return text;
 }
@@ -179,7 +179,7 @@ TEST(DescriptorAreaTest, GivesValuesByNameWithTheirLengths) {
   EXPECT_EQ(row.da->sqlvar[1].sqlname.length, 29);  // no character is split
   ASSERT_EQ(qrkAllocHostVars(nullptr, row.da), 0);
   for (int i = 0; i < 3; ++i) {
-    std::strcpy(row.da->sqlvar[i].sqldata, "text");
+    std::memcpy(row.da->sqlvar[i].sqldata, "text", sizeof "text");
     *row.da->sqlvar[i].sqlind = lengths[i];
   }
   EXPECT_EQ(valueOf(row, longName.c_str()), "text");
