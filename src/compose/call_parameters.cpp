@@ -1,6 +1,7 @@
 #include "src/compose/call_parameters.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 #include "orvxml/composition.h"

@@ -2,6 +2,7 @@
 // descriptor area, whose types have to be checked, or single pointers with null indicators.
 #pragma once
 
+#include <cstring>
 #include <span>
 
 #include "orvxml/procedure_frame.h"

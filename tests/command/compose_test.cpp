@@ -1,6 +1,7 @@
 // `orvxml compose`, run as a user runs it.
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/command_runner.h"
@@ -76,7 +77,7 @@ class CommandCompose : public testing::Test {
     std::vector<std::pair<std::string, std::string>> files;
     for (const auto& entry : fs::directory_iterator(place_.path(folder))) {
       const std::string name = entry.path().filename().string();
-      files.emplace_back(name, place_.read(folder + '/' + name));
+      files.emplace_back(name, place_.read((fs::path(folder) / name).string()));
     }
     std::sort(files.begin(), files.end());
     return files;
