@@ -419,34 +419,33 @@ TEST(RdbComposition, CountsAndWarnings) {
   const struct {
     const char* label;
     ComposeArguments arguments;
-    int code;
+    int code, count;
     const char* message;
-    int count;
     size_t stored;
   } cases[] = {
-      {"all", {.table = "result"}, 0, kDone, 5, 5},
-      {"fewer than the maximum", {.table = "result", .maxRows = 6}, 0, kDone, 5, 5},
-      {"the maximum", {.table = "result", .maxRows = 2}, 3, kMaximum, 2, 2},
-      {"as many as the maximum", {.table = "result", .maxRows = 5}, 3, kMaximum, 5, 5},
+      {"all", {.table = "result"}, 0, 5, kDone, 5},
+      {"fewer than the maximum", {.table = "result", .maxRows = 6}, 0, 5, kDone, 5},
+      {"the maximum", {.table = "result", .maxRows = 2}, 3, 2, kMaximum, 2},
+      {"as many as the maximum", {.table = "result", .maxRows = 5}, 3, 5, kMaximum, 5},
       {"an override",
        {.table = "result", .overrideType = XML_OVERRIDE, .override = "/t/@k > 3"},
        0,
-       kDone,
        2,
+       kDone,
        2},
       {"an override of no column, and the maximum",
        {.table = "result", .overrideType = XML_OVERRIDE, .override = "/x > 3", .maxRows = 1},
        5,
-       kUnused,
        1,
+       kUnused,
        1},
       {"no document",
        {.table = "result", .overrideType = XML_OVERRIDE, .override = "/t/@k > 5"},
        0,
-       kDone,
        0,
+       kDone,
        0},
-      {"a document of five rows", {}, 0, kDone, 5, 0},
+      {"a document of five rows", {}, 0, 5, kDone, 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
@@ -482,7 +481,7 @@ TEST(RdbComposition, EveryFailureHasItsMessage) {
     const std::string name = "k" + std::to_string(i);
     wide += ", " + name + " integer";
     wide2 += ", " + name + " integer";
-    join += (i ? " AND w1." : "w1.") + name + " = w2." + name;
+    join.append(i ? " AND w1." : "w1.").append(name).append(" = w2.").append(name);
   }
   const FailureCase cases[] = {
       {"no prolog", mapping(element("r", t + k), ""), -61, "QRKQ000E  prolog is missing"},
@@ -560,9 +559,11 @@ TEST(RdbComposition, MappingsAreAsDeepAsTheParserTakesThem) {
   std::string before, after;
   constexpr size_t kDepth = 950;
   for (size_t i = 0; i < kDepth; ++i) {
-    content = element("e", i + 1 == kDepth ? top(table("t")) + content : content);
-    before += "\n" + std::string(2 * i, ' ') + "<e>";
-    after = "\n" + std::string(2 * i, ' ') + "</e>" + after;
+    if (i + 1 == kDepth) content.insert(0, top(table("t")));
+    content = element("e", content);
+    const std::string lineStart = "\n" + std::string(2 * i, ' ');
+    before.append(lineStart).append("<e>");
+    after.insert(0, lineStart + "</e>");
   }
   ComposeDatabase db;
   db.runScript("create table t (k integer); insert into t values (1)");
