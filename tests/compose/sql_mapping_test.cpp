@@ -259,6 +259,26 @@ TEST(SqlMappingTest, NamesOfColumnsMayBeLongOrDelimited) {
                       ""}));
 }
 
+// Tags deep in the tree are indented beyond the length of any name.
+TEST(SqlMappingTest, WritesTreesAsDeepAsADadMayBe) {
+  constexpr size_t kDepth = 990;
+  Shop shop;
+  std::string tree, treeEnd, document;
+  for (size_t depth = 0; depth < kDepth; ++depth) {
+    tree += "<element_node name='e'>";
+    treeEnd += "</element_node>";
+    document += "\n" + std::string(2 * depth, ' ') + "<e>";
+  }
+  document += "1</e>";
+  for (size_t depth = kDepth - 1; depth-- > 0;) {
+    document += "\n" + std::string(2 * depth, ' ') + "</e>";
+  }
+  const Composed composed =
+      composeSql("SELECT id FROM o WHERE id = 1 ORDER BY id", tree + text("ID") + treeEnd);
+  EXPECT_EQ(composed.message, "");
+  EXPECT_TRUE(composed.documents == Documents{document});
+}
+
 size_t occurrences(const std::string& text, const std::string& piece) {
   size_t count = 0;
   for (size_t at = text.find(piece); at != text.npos; at = text.find(piece, at + 1)) ++count;
