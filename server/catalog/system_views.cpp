@@ -1,7 +1,6 @@
 #include "server/catalog/system_views.h"
 
 #include <algorithm>
-#include <ranges>
 
 namespace orv {
 namespace {
@@ -27,9 +26,6 @@ ViewValue textOrNull(const std::string& value) {
 std::string yesNo(bool yes) {
   return yes ? "Y" : "N";
 }
-
-// Declared temporary tables and their indexes are in no view.
-constexpr auto listed = [](const auto& object) { return !object->declared; };
 
 // "2G" is one byte more than the length's type holds.
 ViewValue lengthOf(const SqlType& type) {
@@ -89,7 +85,8 @@ constexpr ViewColumn kTables[] = {text("TABSCHEMA"),
 
 std::vector<ViewRow> tableRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& t : data.tables | std::views::filter(listed)) {
+  for (const auto& t : data.tables) {
+    if (t->declared) continue;
     int64_t keyColumns = t->primaryKey ? static_cast<int64_t>(t->primaryKey->columns.size()) : 0;
     std::string type(1, t->type == 'S' ? 'V' : t->type);
     rows.push_back({t->schema, t->name, type, textOrNull(t->baseSchema), textOrNull(t->baseTable),
@@ -116,7 +113,8 @@ constexpr ViewColumn kColumns[] = {text("TABSCHEMA"),
 
 std::vector<ViewRow> columnRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& t : data.tables | std::views::filter(listed)) {
+  for (const auto& t : data.tables) {
+    if (t->declared) continue;
     for (size_t i = 0; i < t->columns.size(); ++i) {
       const Column& c = t->columns[i];
       bool hasCodePage = isCharacter(c.type.kind) || isGraphic(c.type.kind);
@@ -226,7 +224,8 @@ constexpr ViewColumn kIndexes[] = {text("INDSCHEMA"), text("INDNAME"),       tex
 
 std::vector<ViewRow> indexRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& i : data.indexes | std::views::filter(listed)) {
+  for (const auto& i : data.indexes) {
+    if (i->declared) continue;
     std::string columns;
     for (const auto& [name, descending] : i->columns) {
       columns.append(descending ? "-" : "+").append(name);
@@ -244,7 +243,8 @@ constexpr ViewColumn kReferences[] = {text("TABSCHEMA"),    text("TABNAME"),    
 
 std::vector<ViewRow> referenceRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& t : data.tables | std::views::filter(listed)) {
+  for (const auto& t : data.tables) {
+    if (t->declared) continue;
     for (const ForeignKey& f : t->foreignKeys) {
       // A(no action), C(ascade), N(ull), R(estrict)
       std::string rule = f.onDelete == "CASCADE"    ? "C"
@@ -263,7 +263,8 @@ constexpr ViewColumn kKeycoluse[] = {text("TABSCHEMA"), text("TABNAME"), text("C
 
 std::vector<ViewRow> keyColumnRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
-  for (const auto& t : data.tables | std::views::filter(listed)) {
+  for (const auto& t : data.tables) {
+    if (t->declared) continue;
     auto add = [&](const std::string& name, const std::vector<int>& columns) {
       for (size_t i = 0; i < columns.size(); ++i) {
         rows.push_back({t->schema, t->name, name, t->columns[static_cast<size_t>(columns[i])].name,

@@ -1,6 +1,6 @@
 // The system views, SYSCAT.TABLES and the like: their columns, and their rows over the content of a
-// catalog. The first two columns of every view that has that many identify an object (schema and
-// name), and the rows are sorted by them.
+// catalog, without declared temporary tables. The first two columns of every view that has that
+// many identify an object (schema and name), and the rows are sorted by them.
 #pragma once
 
 #include <span>

@@ -269,13 +269,13 @@ struct Statement {
   std::vector<ColumnDefinition> columns;  // CreateTable, DeclareTable, AlterTable ADD
   std::vector<KeyDefinition> keys;        // CreateTable, DeclareTable, AlterTable ADD
   std::string tableSpace;                 // IN name
-  bool replace = false;                   // DeclareTable: WITH REPLACE
-  bool keepRows = false;                  // DeclareTable: ON COMMIT PRESERVE ROWS
   QualifiedName base;                     // DeclareTable: LIKE table; CreateAlias: FOR table
   const Table* pattern = nullptr;         // DeclareTable, resolved: the table after LIKE
   QualifiedName indexedTable;             // CreateIndex: ON table
   std::vector<std::pair<std::string, bool>> indexColumns;  // name, descending
   bool unique = false;                                     // CreateIndex
+  bool replace = false;                                    // DeclareTable: WITH REPLACE
+  bool keepRows = false;                                   // DeclareTable: ON COMMIT PRESERVE ROWS
   SqlType sourceType;                                      // CreateDistinctType
   bool withComparisons = false;
   ProcedureDefinition procedure;    // CreateProcedure

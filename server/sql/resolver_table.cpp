@@ -35,6 +35,7 @@ std::string objectType(char type) {
 
 std::vector<std::string> columnNames(const Table& table, const std::vector<int>& columns) {
   std::vector<std::string> names;
+  names.reserve(columns.size());
   for (const int column : columns) names.push_back(table.columns[static_cast<size_t>(column)].name);
   return names;
 }

@@ -139,6 +139,7 @@ void TableDefinition::setSystemDefault(Column& column) {
 
 std::vector<int> TableDefinition::positions(const std::vector<std::string>& columns) const {
   std::vector<int> result;
+  result.reserve(columns.size());
   for (const std::string& column : columns) result.push_back(table_.columnIndex(column));
   return result;
 }
