@@ -84,13 +84,13 @@ ValueView loadFile(const HostArea& area, bool binary, const SessionState& sessio
                    HostStorage& storage) {
   SqlFileReference reference;
   std::memcpy(&reference, area.data, sizeof reference);
-  auto bytes = std::make_shared<const std::string>(readLargeObjectFile(reference));
-  storage.shared = bytes;
-  if (area.type == kSqlBlobFile) return ValueView::ofBlob(*bytes);
+  storage.file = readLargeObjectFile(reference);
+  const std::string_view bytes = storage.file.view();
+  if (area.type == kSqlBlobFile) return ValueView::ofBlob(bytes);
   if (area.type == kSqlDbclobFile) {
-    return ValueView::ofText(session.codePage().graphicToUtf8(*bytes, storage.text));
+    return ValueView::ofText(session.codePage().graphicToUtf8(bytes, storage.text));
   }
-  return textOrBytes(*bytes, binary, session, storage);
+  return textOrBytes(bytes, binary, session, storage);
 }
 
 ValueView loadGraphic(std::string_view doubleBytes, const SessionState& session,

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "server/engine/engine.h"
+#include "server/session/large_object_file.h"
 #include "server/session/session_state.h"
 #include "server/sql/types.h"
 
@@ -36,6 +37,7 @@ bool isFileCode(int16_t type);
 struct HostStorage {
   std::string text;
   LocatorValue::Bytes shared;
+  FileBytes file;
 };
 
 // Reads a value that is not null. `binary`: character data is taken as bytes. Throws -311 for a

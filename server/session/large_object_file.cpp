@@ -44,18 +44,16 @@ class RegularFile {
 
   size_t size() const { return size_; }
 
-  std::string readAll() {
+  FileBytes readAll() {
     if (size_ > kMaxLargeObject) refuse(name_, "too large");
-    std::string bytes(size_, '\0');
-    size_t at = 0;
-    while (at < bytes.size()) {
-      const ssize_t count = ::read(file_, bytes.data() + at, bytes.size() - at);
+    FileBytes bytes{std::make_unique_for_overwrite<char[]>(size_)};
+    while (bytes.size < size_) {
+      const ssize_t count = ::read(file_, bytes.data.get() + bytes.size, size_ - bytes.size);
       if (count < 0 && errno == EINTR) continue;
       if (count < 0) fail();
       if (count == 0) break;
-      at += static_cast<size_t>(count);
+      bytes.size += static_cast<size_t>(count);
     }
-    bytes.resize(at);
     return bytes;
   }
 
@@ -116,7 +114,7 @@ RegularFile toRead(const SqlFileReference& reference) {
 
 }  // namespace
 
-std::string readLargeObjectFile(const SqlFileReference& reference) {
+FileBytes readLargeObjectFile(const SqlFileReference& reference) {
   return toRead(reference).readAll();
 }
 

@@ -1,6 +1,7 @@
 // Large objects that live in files of the server: what a file reference means.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -8,9 +9,15 @@
 
 namespace orv {
 
+struct FileBytes {
+  std::unique_ptr<char[]> data;
+  size_t size = 0;
+  std::string_view view() const { return {data.get(), size}; }
+};
+
 // The bytes of the file that a reference with kFileRead names. -452 when the name is malformed (a
 // NUL, empty, or longer than its field), or the file is no regular file or cannot be read.
-std::string readLargeObjectFile(const SqlFileReference& reference);
+FileBytes readLargeObjectFile(const SqlFileReference& reference);
 
 // Whether such a file certainly does not fit `limit` bytes: something else than blanks follows
 // them.

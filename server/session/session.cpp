@@ -1,6 +1,8 @@
 // The host's interface: a thin cover of SessionState that turns failures into outcomes.
 #include "orv/session.h"
 
+#include <malloc.h>
+
 #include <exception>
 
 #include "server/routines/call_statement.h"
@@ -26,7 +28,18 @@ std::string nameFromUrl(std::string_view url) {
   return std::string(name);
 }
 
+// The process of a server keeps what memory a large document took for the next one: giving it back
+// to the system and taking it anew costs more than storing the document.
+void keepFreedMemory() {
+  constexpr int kLargestBlock = 32 << 20;
+  constexpr int kLargestRest = 64 << 20;
+  static const bool isSet =
+      mallopt(M_MMAP_THRESHOLD, kLargestBlock) && mallopt(M_TRIM_THRESHOLD, kLargestRest);
+  (void)isSet;
+}
+
 std::unique_ptr<SessionState> openState(std::string_view url, const EngineOptions& options) {
+  keepFreedMemory();
   return std::make_unique<SessionState>(openEngine(url, options), nameFromUrl(url));
 }
 

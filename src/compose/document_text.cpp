@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 #include <unicode/utf16.h>
@@ -70,6 +71,56 @@ bool isUtf8Database(const QrkStruct* ctx) {
   return !ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage;
 }
 
+// Sixteen bytes at once.
+typedef signed char ByteBlock __attribute__((vector_size(16)));
+
+template <class Part>
+Part load(const char* bytes) {
+  Part part;
+  std::memcpy(&part, bytes, sizeof part);
+  return part;
+}
+
+// Two parts of eight bytes as a block.
+ByteBlock joined(uint64_t first, uint64_t second) {
+  const uint64_t parts[] = {first, second};
+  return load<ByteBlock>(reinterpret_cast<const char*>(parts));
+}
+
+// Whether every byte is an ASCII character that is written as it stands in every version of XML.
+bool isPlainBlock(ByteBlock block) {
+  // Bytes beyond ASCII are negative here.
+  const auto special = (block < ' ') | (block == '"') | (block == '&') | (block == '\'') |
+                       (block == '<') | (block == '>') | (block == 0x7F);
+  uint64_t halves[2];
+  std::memcpy(halves, &special, sizeof halves);
+  return (halves[0] | halves[1]) == 0;
+}
+
+// The same for a whole value; false also means that one has to look closer. Parts that overlap
+// cover the end.
+bool isPlain(std::string_view value) {
+  const char* const begin = value.data();
+  const char* const end = begin + value.size();
+  if (value.size() >= sizeof(ByteBlock)) {
+    for (const char* at = begin; end - at >= ptrdiff_t{sizeof(ByteBlock)};
+         at += sizeof(ByteBlock)) {
+      if (!isPlainBlock(load<ByteBlock>(at))) return false;
+    }
+    return isPlainBlock(load<ByteBlock>(end - sizeof(ByteBlock)));
+  }
+  if (value.size() >= sizeof(uint64_t)) {
+    return isPlainBlock(joined(load<uint64_t>(begin), load<uint64_t>(end - sizeof(uint64_t))));
+  }
+  if (value.size() >= sizeof(uint32_t)) {
+    const uint64_t both =
+        uint64_t{load<uint32_t>(begin)} << 32 | load<uint32_t>(end - sizeof(uint32_t));
+    return isPlainBlock(joined(both, both));
+  }
+  return std::all_of(begin, end,
+                     [](char byte) { return classOf(byte) == ByteClass::Plain && byte != 0x7F; });
+}
+
 // The next character of `text`, which moves `at` behind it; negative for a malformed one.
 UChar32 nextCharacter(std::string_view text, size_t& at) {
   UChar32 ch = 0;
@@ -86,12 +137,19 @@ DocumentText::DocumentText(QrkStruct* ctx, int* errCode, char* msg)
     : report_{ctx, msg, errCode},
       isUtf8_(isUtf8Database(ctx)),
       hasPlainAscii_(isUtf8_ || keepsAscii(ctx)) {
-  text_.reserve(kPieceSize);
+  makeRoom(kMemoryPiece);
+}
+
+void DocumentText::makeRoom(size_t size) {
+  piece_ = std::make_unique_for_overwrite<char[]>(size + 1);
+  at_ = piece_.get();
+  end_ = at_ + size;
 }
 
 int DocumentText::begin(QrkOutbuf* out, std::string_view header) {
   out_ = out;
-  text_.clear();
+  at_ = piece_.get();
+  end_ = at_ + kMemoryPiece;
   const std::string_view declaration = header.substr(0, header.find('>'));
   isVersion11_ =
       declaration.starts_with("<?xml") && (declaration.find("\"1.1\"") != std::string_view::npos ||
@@ -99,32 +157,28 @@ int DocumentText::begin(QrkOutbuf* out, std::string_view header) {
   return append(header);
 }
 
-int DocumentText::handOn(std::string_view piece) {
-  // The buffer takes terminated text.
-  const std::string terminated(piece);
-  if (qrkBufAppend(report_.ctx, out_, terminated.c_str()) == 0) return 0;
-  fail(report_, Msg::QRKQ002E);
-  return -1;
-}
-
 int DocumentText::flush() {
-  if (text_.empty()) return 0;
-  if (qrkBufAppend(report_.ctx, out_, text_.c_str()) != 0) {
+  if (at_ == piece_.get()) return 0;
+  *at_ = 0;
+  if (qrkBufAppend(report_.ctx, out_, piece_.get()) != 0) {
     fail(report_, Msg::QRKQ002E);
     return -1;
   }
-  text_.clear();
+  at_ = piece_.get();
+  if (out_->loctype != QRK_LOC_FILE || end_ == at_ + kFilePiece) return 0;
+  makeRoom(kFilePiece);
   return 0;
 }
 
 int DocumentText::appendLong(std::string_view markup) {
-  if (int rc = flush()) return rc;
-  while (markup.size() > kPieceSize) {
-    if (int rc = handOn(markup.substr(0, kPieceSize))) return rc;
-    markup.remove_prefix(kPieceSize);
+  for (;;) {
+    const size_t room = std::min(static_cast<size_t>(end_ - at_), markup.size());
+    std::memcpy(at_, markup.data(), room);
+    at_ += room;
+    markup.remove_prefix(room);
+    if (markup.empty()) return 0;
+    if (int rc = flush()) return rc;
   }
-  text_.append(markup);
-  return 0;
 }
 
 bool DocumentText::isAllowed(char32_t ch) const {
@@ -167,6 +221,7 @@ size_t DocumentText::plainLength(std::string_view value) const {
 }
 
 int DocumentText::appendValue(std::string_view value, std::string_view column) {
+  if (hasPlainAscii_ && isPlain(value)) return append(value);
   while (!value.empty()) {
     const size_t plain = hasPlainAscii_ ? plainLength(value) : 0;
     if (plain > 0) {

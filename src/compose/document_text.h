@@ -2,6 +2,8 @@
 // buffer in large ones, and writes values so that the document always parses.
 #pragma once
 
+#include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -13,9 +15,11 @@ namespace orvxml {
 
 class DocumentText {
  public:
-  // Pieces handed on are never longer than this, so that a document moves into a file no sooner
-  // than its size asks for.
-  static constexpr size_t kPieceSize = 8192;
+  // Pieces handed on to memory are never longer than this, so that a document moves into a file no
+  // sooner than its size asks for.
+  static constexpr size_t kMemoryPiece = 8192;
+  // A file takes longer pieces.
+  static constexpr size_t kFilePiece = 131072;
 
   DocumentText(QrkStruct* ctx, int* errCode, char* msg);
 
@@ -25,8 +29,9 @@ class DocumentText {
   // Appends markup that is right as it stands, in the database code page. 0, or -1 with QRKQ002E
   // when the buffer refuses it.
   int append(std::string_view markup) {
-    if (text_.size() + markup.size() > kPieceSize) return appendLong(markup);
-    text_.append(markup);
+    if (markup.size() > static_cast<size_t>(end_ - at_)) return appendLong(markup);
+    std::memcpy(at_, markup.data(), markup.size());
+    at_ += markup.size();
     return 0;
   }
 
@@ -45,16 +50,18 @@ class DocumentText {
   size_t plainLength(std::string_view value) const;
   int appendConverted(std::string_view value, std::string_view column);
   int appendUnits(std::u16string_view units, std::string_view column);
-  int handOn(std::string_view piece);
+  void makeRoom(size_t size);
   int refuse(std::string_view column, char32_t ch);
   int refuseText(std::string_view column, const char* reason);
   bool isAllowed(char32_t ch) const;
 
   Report report_;
   QrkOutbuf* out_ = nullptr;
-  std::string text_;
-  std::u16string units_;      // of a value under conversion
-  bool isUtf8_;               // the database code page
+  std::unique_ptr<char[]> piece_;  // with room for a terminator
+  char* at_;                       // where the next text goes
+  char* end_;                      // of the piece
+  std::u16string units_;           // of a value under conversion
+  bool isUtf8_;                    // the database code page
   bool hasPlainAscii_;        // ASCII characters have their ASCII bytes and no others use these
   bool isVersion11_ = false;  // XML 1.1 restricts more characters
 };

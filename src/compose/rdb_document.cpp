@@ -35,13 +35,15 @@ int RdbDocument::writeChild(DadNode& parent, DadNode& child, TableQuery*& curren
 // Decides which table the child's values come from and whether its query has to run for that; if
 // so, it is at its first row afterwards.
 int RdbDocument::startQuery(DadNode& child, TableQuery*& current, int depth, bool& isStarted) {
+  if (current && current == child.settledFor) return 0;
   const bool isInCurrent = current && (child.members & current->self()) != 0;
-  TableQuery* top = nullptr;
-  if (child.tops != 0 && child.kind != DadNodeKind::Text && !isInCurrent) {
-    top = queries_.firstClosed(child.tops);
-  }
+  const bool mayBeTop = child.tops != 0 && child.kind != DadNodeKind::Text && !isInCurrent;
+  TableQuery* top = mayBeTop ? queries_.firstClosed(child.tops) : nullptr;
   const bool isForeignAttribute = child.kind == DadNodeKind::Attribute && !isInCurrent;
-  if (!top && (current || child.isTrivial) && !isForeignAttribute) return 0;
+  if (!top && (current || child.isTrivial) && !isForeignAttribute) {
+    if (!mayBeTop) child.settledFor = current;
+    return 0;
+  }
 
   if (top) {
     current = top;

@@ -32,6 +32,8 @@ struct DadNode {
   TableSet tops = 0;            // tables that have their top element here, by its name
   TableSet members = 0;         // tables that the name belongs to
   std::string name;             // in the database code page; empty for a text_node
+  // The node starts no query while this table's row is being written, whatever else is open.
+  TableQuery* settledFor = nullptr;
   TableQuery* group = nullptr;  // of an intermediate node: the table of what it holds
 
   // Of an element_node, once it is written.

@@ -10,6 +10,8 @@ namespace orv::sqlite {
 namespace {
 
 constexpr int kBusyMilliseconds = 5000;
+// Enough that what a unit of work writes seldom has to leave memory before its end.
+constexpr int kCacheKilobytes = 65536;
 constexpr char kFailureMark = '\x01';
 constexpr char kTokenEnd = '\x1f';
 
@@ -239,6 +241,7 @@ DatabaseHandle openDatabase(const std::string& path, bool create) {
   if (rc != SQLITE_OK) throw SqlError(-1026, {path});
   setUp(database);
   requireDatabase(database, path);
+  execute(database, "PRAGMA cache_size=" + std::to_string(-kCacheKilobytes));
   if (create && !isMemory(path)) execute(database, "PRAGMA journal_mode=WAL");
   return handle;
 }
