@@ -24,6 +24,9 @@ class CliConnection {
  private:
   int allocate();
   int connect();
+  struct SetUpStep;
+  int setUpFailed(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE* handle, const SetUpStep& step,
+                  int line);
   int failed(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE* handle, const char* what, int line);
 
   QrkStruct* ctx_;

@@ -43,7 +43,7 @@ int isUCSEUC(int32_t codePage) {
 }
 
 std::string_view ResultColumn::text() const {
-  if (indicator < 1 || !data) return {};
+  if (indicator < 1 || !data) return "";
   return {data.get(), static_cast<size_t>(std::min(indicator, capacity - 1))};
 }
 

@@ -8,6 +8,11 @@ namespace {
 constexpr int32_t kUtf8CodePage = 1208;
 }
 
+struct CliConnection::SetUpStep {
+  const char* what;    // for the message
+  const char* traced;  // for the trace
+};
+
 CliConnection::~CliConnection() {
   if (connected_) SQLDisconnect(hdbc_);
   if (hdbc_ != SQL_NULL_HANDLE) SQLFreeHandle(SQL_HANDLE_DBC, hdbc_);
@@ -17,6 +22,21 @@ CliConnection::~CliConnection() {
 int CliConnection::failed(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE* handle, const char* what,
                           int line) {
   return qrkCLIError(ctx_, rc, type, handle, what, module_, line, msg_);
+}
+
+// The trace names the failed step of the set-up before the message does.
+int CliConnection::setUpFailed(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE* handle,
+                               const SetUpStep& step, int line) {
+  if (tracing(ctx_)) {
+    SQLCHAR state[kSqlStateSize] = "";
+    SQLCHAR text[kMessageSize] = "";
+    SQLINTEGER nativeError = 0;
+    SQLSMALLINT length = 0;
+    SQLGetDiagRec(type, *handle, 1, state, &nativeError, text, sizeof text, &length);
+    QRK_TRACE(ctx_, "%s rc = %d, sqlstate = %s", step.traced, rc,
+              reinterpret_cast<const char*>(state));
+  }
+  return failed(rc, type, handle, step.what, line);
 }
 
 int CliConnection::open() {
@@ -29,11 +49,13 @@ int CliConnection::open() {
 int CliConnection::allocate() {
   SQLRETURN rc = SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &henv_);
   if (rc < 0) {
+    QRK_TRACE(ctx_, "cannot allocate environment handle rc = %d", rc);
     return failed(rc, SQL_HANDLE_ENV, &henv_, "SQLAllocHandle for henv", __LINE__);
   }
   rc = SQLAllocHandle(SQL_HANDLE_DBC, henv_, &hdbc_);
   if (rc < 0) {
-    return failed(rc, SQL_HANDLE_ENV, &henv_, "SQLAllocHandle for hdbc", __LINE__);
+    constexpr SetUpStep kStep = {"SQLAllocHandle for hdbc", "cannot allocate db handle"};
+    return setUpFailed(rc, SQL_HANDLE_ENV, &henv_, kStep, __LINE__);
   }
   return 0;
 }
@@ -41,14 +63,19 @@ int CliConnection::allocate() {
 int CliConnection::connect() {
   SQLRETURN rc = SQLSetConnectOption(hdbc_, SQL_AUTOCOMMIT, SQL_AUTOCOMMIT_OFF);
   if (rc < 0) {
-    return failed(rc, SQL_HANDLE_DBC, &hdbc_, "SQLSetConnectOption autocommit_off", __LINE__);
+    constexpr SetUpStep kStep = {"SQLSetConnectOption autocommit_off",
+                                 "SQLSetConnectOption autocommit_off: db"};
+    return setUpFailed(rc, SQL_HANDLE_DBC, &hdbc_, kStep, __LINE__);
   }
   // A server that does not know the attribute behaves as if it were set.
   if (ctx_->codePages->dbCodePage == kUtf8CodePage) {
     SQLSetConnectAttr(hdbc_, SQL_ATTR_CODE_PAGE_CONVERSION, nullptr, SQL_IS_INTEGER);
   }
   rc = SQLConnect(hdbc_, nullptr, SQL_NTS, nullptr, SQL_NTS, nullptr, SQL_NTS);
-  if (rc < 0) return failed(rc, SQL_HANDLE_DBC, &hdbc_, "SQLConnect null", __LINE__);
+  if (rc < 0) {
+    constexpr SetUpStep kStep = {"SQLConnect null", "cannot connect to db"};
+    return setUpFailed(rc, SQL_HANDLE_DBC, &hdbc_, kStep, __LINE__);
+  }
   connected_ = true;
   return 0;
 }

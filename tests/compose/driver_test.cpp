@@ -361,5 +361,27 @@ TEST_F(DriverTest, TheUnitOfWorkGoesOn) {
   EXPECT_EQ(results(), Rows{});
 }
 
+TEST(DriverSetUpTest, AConnectionThatFailsIsTracedAndReported) {
+  const TemporaryFolder folder;
+  auto db = std::make_unique<Database>();
+  CallContext call;
+  call.get()->traceFile = std::fopen(folder.path("trace").c_str(), "w");
+  call.get()->traceOn = 1;
+  db.reset();
+  char nothing[] = "";
+  int32_t count = 99, code = 0;
+  EXPECT_EQ(
+      qrkComposeXML(call, "<DAD/>", QRK_LOC_MEMORY, "R", nothing, nothing, nullptr, nullptr,
+                    NO_OVERRIDE, nullptr, 0, &count, nullptr, nullptr, nullptr, &code, call.msg, 1),
+      -57);
+  EXPECT_EQ(code, -57);
+  EXPECT_EQ(count, 99);
+  EXPECT_EQ(fnmatch("QRKG006E  Internal Error SQLSTATE=08003, RC=-1, *CLIMSG=ORV*", call.msg, 0), 0)
+      << call.msg;
+  const std::string trace = unittest::readFile(folder.path("trace"));
+  EXPECT_NE(trace.find(":\t\tcannot connect to db rc = -1, sqlstate = 08003\n"), trace.npos)
+      << trace;
+}
+
 }  // namespace
 }  // namespace orvxml::test
