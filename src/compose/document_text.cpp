@@ -291,9 +291,9 @@ int checkedDocHeader(QrkStruct* ctx, const DOM_Element& dad, const DOM_Element& 
                      int* errCode, char* msg) {
   if (int rc = qrkGenDocHeader(ctx, dad, header, errCode, msg)) return rc;
   const std::u16string_view rootName = root.getAttribute(u"name").view();
-  std::string name = "document";
-  // A name that is none is reported where the element is written.
-  if (isXmlName(rootName)) toDatabase(ctx, rootName, name);
+  std::string name;
+  // A name that is none here is reported where the element is written.
+  if (!isXmlName(rootName) || !toDatabase(ctx, rootName, name)) name = "document";
   std::string sample = std::string(header) + "\n<" + name + "/>";
   DOM_Document parsed;
   char sqlState[kSqlStateSize] = "00000";

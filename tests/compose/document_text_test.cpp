@@ -147,6 +147,8 @@ TEST(DocumentTextTest, HeadersWithWhichNothingParsesAreRefused) {
     const char* mapping;
     int rc, code;
     const char* header;  // or the start of the message
+    const char* root = "a";
+    int codePage = 1208;
   };
   const Case cases[] = {
       {"all parts",
@@ -161,12 +163,17 @@ TEST(DocumentTextTest, HeadersWithWhichNothingParsesAreRefused) {
        "QRKQ047E  Parser error on line 1 "},
       {"the prolog comes late", "<prolog>!-- a --</prolog><doctype>?xml version=\"1.0\"?</doctype>",
        -1, -112, "QRKQ047E  Parser error on line 2 "},
+      {"the root's name is reported elsewhere", "<prolog>?xml version=\"1.0\"?</prolog>", 0, 0,
+       "<?xml version=\"1.0\"?>", "1a"},
+      {"and so is one beyond the code page", "<prolog>?xml version=\"1.0\"?</prolog>", 0, 0,
+       "<?xml version=\"1.0\"?>", "a&#x3042;", 819},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    CallContext call;
+    CallContext call("UTF-8", c.codePage);
     std::string dad = std::string("<DAD><Xcollection>") + c.mapping +
-                      "<root_node><element_node name=\"a\"/></root_node></Xcollection></DAD>";
+                      "<root_node><element_node name=\"" + c.root +
+                      "\"/></root_node></Xcollection></DAD>";
     DOM_Document document;
     ASSERT_EQ(qrkDOM(&call.ctx, dad.data(), 0, 1, document, call.state, call.msg), 0) << call.msg;
     const DOM_Element root = document.getDocumentElement();
