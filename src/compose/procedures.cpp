@@ -219,7 +219,7 @@ int ComposeCall::compose() {
     QRK_TRACE(ctx_, "call qrkComposeXML() errCode %d, errMsg:%s.", code, call_.msg);
   }
   if (rc != 0) return failureCode(code);
-  if (code >= 0) deliver(count, count == 0 ? 0 : length, valid);
+  if (code >= 0) deliver(count, length, valid);
   return code;
 }
 

@@ -72,6 +72,7 @@ int settleOutcome(Call& call, const ProcedureInfo& info, int code) {
 int endCall(Call& call, int code) {
   QRK_TRACE(&call.ctx, "Exits, *errCode=%ld", static_cast<long>(code));
   QRK_TRACE(&call.ctx, "stored procedure exits.");
+  QRK_TRACE(&call.ctx, "exit. error code:%d; message:%s", code, call.msg);
   const int exitCode = qrkExit(&call.ctx, call.sqlState);
   return code == 0 ? exitCode : code;
 }
