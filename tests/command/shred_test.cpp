@@ -105,10 +105,11 @@ TEST_F(CommandShred, RegisteredProcedureAndCollectionGiveTheSameRows) {
 
   setUpDatabase({});
   sql(kProcedures);
-  sql(place_.write("enable.sql",
-                   "insert into orvxml.xml_usage (table_schema, table_name, col_name, dad,"
-                   " access_mode, validation, trigger_suffix) values ('', 'QRK_COLLECTION', 'sales', '" +
-                       quoted(dadText()) + "', 1, 0, '')"));
+  sql(place_.write(
+      "enable.sql",
+      "insert into orvxml.xml_usage (table_schema, table_name, col_name, dad,"
+      " access_mode, validation, trigger_suffix) values ('', 'QRK_COLLECTION', 'sales', '" +
+          quoted(dadText()) + "', 1, 0, '')"));
   const std::string empty =
       place_.write("empty.sql",
                    "delete from line_tax; delete from invoice_line; delete from invoice;"
