@@ -21,8 +21,11 @@ void qrkConvertTypename(QrkStruct* ctx, char* type, int length);
 // -11 QRKA016E when there is no such table, -18 QRKA024E on a failing query.
 int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char* column, int* rc,
                      char* msg);
-// `dtd` is acquired here and released by the caller, also after a failure. 0, or -5 / -140.
-int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg);
+// `dtd` is acquired here and released by the caller, also after a failure. 0, or -5 / -140, the
+// code of every failure; `*isUnknown` tells whether there is no such DTD, or whether the lookup
+// failed.
+int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
+                           bool* isUnknown = nullptr);
 int qrkGetSchemaFromSchemaId(QrkStruct* ctx, QrkOutbuf* schema, const char* schemaid, char* msg);
 // `out` becomes `stmt`, with " IN " and a table space: the given one, or else the fixed one of
 // DTD_REF (which 1) or XML_USAGE (2) when the database has it. 0, or the code, also in `*rc`.

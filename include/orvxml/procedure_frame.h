@@ -37,7 +37,8 @@ struct ProcedureInfo {
   Msg success;         // the message of every code that is no failure
   int inputs;          // parameters in front of the outputs
   int outputs = 2;     // with the code and the message
-  // Positive codes are passed on with their messages; otherwise they count as success.
+  // The operation's messages of success and its warnings, with their positive codes, are passed on;
+  // otherwise all of them count as success.
   bool warns = false;
 };
 

@@ -2,6 +2,7 @@
 // mapping asks for it.
 #include "src/compose/result_storage.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -20,7 +21,6 @@ const orv::esql::Module kQrkcomp = {"QRKCOMP", "QCP00001", {}};
 namespace {
 
 constexpr char kModule[] = "qrkcomp";
-constexpr int kNotRegistered = -5;  // the DTD id is unknown
 constexpr uint32_t kMaxTextParameter = std::numeric_limits<int16_t>::max();  // with terminator
 constexpr std::string_view kValueTooLong = "22001";
 constexpr std::string_view kOutOfMemory = "38X10";
@@ -36,8 +36,9 @@ int validateByDtd(const Report& report, char* document, int32_t loctype, const c
                   char* sqlState) {
   QrkStruct* const ctx = report.ctx;
   OutBuffer dtd(ctx);
-  const int rc = qrkGetDtdFileFromDtdId(ctx, dtd.get(), dtdid, report.msg);
-  if (rc < 0 && rc != kNotRegistered) {
+  bool isUnknown = false;
+  const int rc = qrkGetDtdFileFromDtdId(ctx, dtd.get(), dtdid, report.msg, &isUnknown);
+  if (rc < 0 && !isUnknown) {
     failInternal(report, kModule, __LINE__);
     return 0;
   }

@@ -27,7 +27,6 @@ namespace {
 constexpr char kModule[] = "qrkrdbi";
 constexpr int kCollectionNameSize = 129;  // bytes, terminator included
 constexpr int kSettingsError = -1;        // whatever is wrong in front of the mapping
-constexpr int kNotRegistered = -5;        // the DTD id is unknown
 constexpr int kInvalidDocument = -90;
 
 // ---- One decomposition: the steps share the context, the model and the parsed documents.
@@ -95,10 +94,11 @@ int Decomposition::parseDad(QrkOutbuf* dad, int dadFlag) {
 }
 
 int Decomposition::fetchDtd(const std::string& dtdid) {
-  const int code = qrkGetDtdFileFromDtdId(ctx_, dtd_.get(), dtdid.c_str(), msg_);
+  bool isUnknown = false;
+  const int code = qrkGetDtdFileFromDtdId(ctx_, dtd_.get(), dtdid.c_str(), msg_, &isUnknown);
   if (code >= 0) return 0;
   dtd_.release();
-  if (code == kNotRegistered) return 0;
+  if (isUnknown) return 0;
   SQLHANDLE none = SQL_NULL_HANDLE;
   return qrkCLIError(ctx_, static_cast<short>(code), SQL_HANDLE_STMT, &none, " SQLFetch on dtd_ref",
                      kModule, __LINE__, msg_);

@@ -12,6 +12,7 @@ namespace {
 constexpr const char* kModule = kServerStatementsModule;
 constexpr size_t kMaxNameBytes = 128;
 constexpr int kUnbound = -805;  // SQLCODE
+constexpr int kNoSuchTable = -204;
 constexpr int kMaxAliasChain = 16;
 constexpr char kSystemTypeSchema[] = "SYSNTQ";
 
@@ -240,9 +241,12 @@ int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char
   return 0;
 }
 
-int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg) {
+int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
+                           bool* isUnknown) {
   sqlca area{};
   const int rc = readRegistered(ctx, kDtds, dtd, dtdid, msg, area);
+  // A database without the table has registered nothing.
+  if (isUnknown) *isUnknown = area.sqlcode == kNoRow || area.sqlcode == kNoSuchTable;
   if (area.sqlcode != 0) {
     QRK_TRACE(ctx, "Error in getting DTD from DTD_REF dtdid string:%s, sqlcode=%d", dtdid,
               area.sqlcode);

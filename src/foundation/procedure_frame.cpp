@@ -63,7 +63,8 @@ void giveMessage(Call& call, const ProcedureInfo& info, int code) {
 }  // namespace
 
 int settleOutcome(Call& call, const ProcedureInfo& info, int code) {
-  if (code > 0 && info.warns && *call.msg != '\0') return code;
+  // Its outputs are out: nothing that could fail may follow.
+  if (code >= 0 && info.warns && *call.msg != '\0') return code;
   if (code >= 0) return report(Report{&call.ctx, call.msg}, info.success);
   if (*call.msg == '\0') giveMessage(call, info, code);
   return code;
