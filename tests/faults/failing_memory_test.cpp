@@ -3,12 +3,7 @@
 // works.
 #include "tests/faults/failing_memory.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
-#include "tests/support/decompose_calls.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/faults/compositions.h"
 
 namespace orvxml::test {
 namespace {
@@ -84,6 +79,29 @@ TEST_F(FailingMemoryTest, ACallFailsWholeOrSucceeds) {
   db_.run("commit");
   EXPECT_EQ(counts()[0], "2");
 }
+
+class FailingMemoryInComposition : public CompositionFaults {};
+
+TEST_P(FailingMemoryInComposition, ACallFailsWholeOrSucceeds) {
+  bool fired = true;
+  int failures = 0;
+  for (long n = 1; fired; n += 1 + n / 60) {
+    SCOPED_TRACE("allocation " + std::to_string(n));
+    ComposeListCall call(arguments_);
+    armMemory(n);
+    call.call();
+    fired = disarmMemory();
+    const ComposeOutcome outcome = call.outcome();
+    failures += outcome.code < 0;
+    judge(outcome);
+    if (HasFailure()) return;
+  }
+  EXPECT_GT(failures, 100);
+  expectNothingLeftOpen();
+}
+
+INSTANTIATE_TEST_SUITE_P(Compositions, FailingMemoryInComposition,
+                         testing::ValuesIn(kFaultyCompositions), compositionName);
 
 TEST_F(FailingMemoryTest, AStatementFailsWithItsCodeOrSucceeds) {
   const char* kStatement =
