@@ -1,13 +1,10 @@
 // Files that cannot grow any more, as on a full disk: the failure has its message, nothing is left
 // behind, and the caller's rows and database stay what they were.
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <csignal>
-#include <filesystem>
 
-#include "tests/support/decompose_calls.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/faults/compositions.h"
 
 namespace orvxml::test {
 namespace {
@@ -58,6 +55,33 @@ TEST(FullDiskTest, ADocumentThatFindsNoRoomInATemporaryFile) {
   EXPECT_EQ(db.rows("select count(*) from customer"), (Rows{{"2"}}));
   unsetenv("ORVQRKTEMP");
 }
+
+class FullDiskForDocuments : public CompositionFaults {};
+
+TEST_P(FullDiskForDocuments, AComposedDocumentThatFindsNoRoomInATemporaryFile) {
+  const auto expectNoRoom = [&] {
+    const ComposeOutcome outcome = db_.compose(ComposeForm::List, arguments_);
+    EXPECT_EQ(outcome.code, -63);
+    EXPECT_EQ(outcome.message, "QRKQ002E  Cannot generate storage space to hold XML documents.");
+    return outcome;
+  };
+  for (const rlim_t room : {rlim_t{0}, rlim_t{17'000}, rlim_t{20'000}}) {
+    SCOPED_TRACE(room);
+    ComposeOutcome outcome;
+    {
+      const FileSizeLimit limit(room);
+      outcome = expectNoRoom();
+    }
+    judge(outcome);
+  }
+  setenv("ORVQRKTEMP", "/proc", 1);  // takes no files
+  judge(expectNoRoom());
+  setenv("ORVQRKTEMP", folder_.path().c_str(), 1);
+  expectNothingLeftOpen();
+}
+
+INSTANTIATE_TEST_SUITE_P(Compositions, FullDiskForDocuments, testing::ValuesIn(kFaultyCompositions),
+                         compositionName);
 
 TEST(FullDiskTest, ADatabaseFileThatCannotGrow) {
   const TemporaryFolder folder;
