@@ -1,5 +1,4 @@
-// Running the statements of tables: binding their columns, fetching, closing, and the failures of
-// the server.
+// Running the statements of tables: binding their columns, fetching, closing.
 #include "src/compose/rdb_query.h"
 
 #include <algorithm>
@@ -10,7 +9,7 @@
 #include "orv/esql.h"
 #include "orvxml/composition.h"
 #include "orvxml/level_map.h"
-#include "src/foundation/text_cut.h"
+#include "src/compose/column_buffers.h"
 
 namespace orvxml {
 
@@ -20,78 +19,13 @@ constexpr int16_t kString = orv::kSqlCString | 1;
 constexpr int16_t kLocator = orv::kSqlClobLocator | 1;
 constexpr int kColumnNameBuffer = 129;
 
-bool isBinary(SQLSMALLINT type) {
-  return type == SQL_BINARY || type == SQL_VARBINARY || type == SQL_LONGVARBINARY ||
-         type == SQL_BLOB;
-}
-
-// Character large objects may be far larger than what anybody wants to set aside for them.
-bool isFetchedByLocator(SQLSMALLINT type) {
-  return type == SQL_CLOB || type == SQL_DBCLOB;
-}
-
-// Bytes that every value of the column fits as text, with its terminator. A double-byte character
-// takes up to four bytes, a binary value comes as hexadecimal digits.
-int32_t bufferSize(SQLSMALLINT type, SQLUINTEGER size) {
-  const uint64_t bytesPerUnit = isGraphicType(type) ? 4 : isBinary(type) ? 2 : 1;
-  const uint64_t bytes = std::max<uint64_t>(kColumnBufferSize, bytesPerUnit * size) + 1;
-  return static_cast<int32_t>(std::min<uint64_t>(bytes, std::numeric_limits<int32_t>::max()));
-}
-
 // The column's size as a descriptor has it: bytes.
 int16_t describedLength(SQLSMALLINT type, SQLUINTEGER size) {
   const uint64_t bytes = uint64_t{size} * (isGraphicType(type) ? 2 : 1);
   return static_cast<int16_t>(std::min<uint64_t>(bytes, std::numeric_limits<int16_t>::max()));
 }
 
-// Both texts as one message, cut where it is full.
-void joinMessages(char* msg, std::string front, std::string_view back) {
-  front += back;
-  if (front.size() >= kMessageSize) {
-    front.resize(wholeCharacters(std::string_view(front).substr(0, kMessageSize - 2)));
-    front += '\n';
-  }
-  std::memcpy(msg, front.c_str(), front.size() + 1);
-}
-
 }  // namespace
-
-// ---- Failures
-int RdbReport::internal(int line) const {
-  failInternal(report(), kRdbModule, line);
-  return -1;
-}
-
-int RdbReport::internalBecause(int line) const {
-  const std::string reason = msg;
-  internal(line);
-  joinMessages(msg, msg, reason);
-  return -1;
-}
-
-int RdbReport::failedAlso(Msg message, const char* argument) const {
-  const std::string first = msg;
-  failed(message, argument);
-  joinMessages(msg, first, std::string(msg));
-  return -1;
-}
-
-int RdbReport::cli(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle, const char* what,
-                   int line) const {
-  *errCode = qrkCLIError(ctx, rc, type, &handle, what, kRdbModule, line, msg);
-  return -1;
-}
-
-int RdbReport::statement(SQLHSTMT hstmt) const {
-  SQLCHAR state[kSqlStateSize];
-  SQLCHAR text[kMessageSize + 1];
-  SQLINTEGER nativeError = 0;
-  SQLSMALLINT length = 0;
-  const SQLRETURN rc =
-      SQLGetDiagRec(SQL_HANDLE_STMT, hstmt, 1, state, &nativeError, text, kMessageSize, &length);
-  if (rc != SQL_SUCCESS && rc != SQL_SUCCESS_WITH_INFO) text[0] = 0;
-  return failed(Msg::QRKQ053E, reinterpret_cast<const char*>(text));
-}
 
 // ---- One table
 TableQuery::~TableQuery() {
@@ -113,7 +47,7 @@ int TableQuery::open(int level) {
 int TableQuery::prepare(int level) {
   table_.level = level;
   const SQLRETURN rc = SQLAllocHandle(SQL_HANDLE_STMT, hdbc_, &table_.hstmt);
-  if (rc < 0) return report_.cli(rc, SQL_HANDLE_DBC, hdbc_, "SQLAllocHandle", __LINE__);
+  if (rc < 0) return report_.serverWords(SQL_HANDLE_DBC, hdbc_, __LINE__);
   if (qrkGenSQL(report_, all_, *this) == 0) return 0;
   return level == 0 ? -1 : report_.internalBecause(__LINE__);
 }
@@ -131,7 +65,7 @@ int TableQuery::describeColumns(bool isRoot) {
   SQLSMALLINT count = 0;
   const SQLRETURN rc = SQLNumResultCols(table_.hstmt, &count);
   if (rc < 0) {
-    return report_.cli(rc, SQL_HANDLE_STMT, table_.hstmt, "SQLNumResultsCols", __LINE__);
+    return report_.cli(rc, table_.hstmt, "SQLNumResultsCols", __LINE__);
   }
   if (qrk_init_da(report_.ctx, &table_.descriptor, count)) return report_.failed(Msg::QRKG002E);
   const auto columns = static_cast<size_t>(count);
@@ -152,11 +86,11 @@ int TableQuery::describeColumn(int column, bool isRoot) {
   const auto number = static_cast<SQLUSMALLINT>(column + 1);
   SQLRETURN rc = SQLDescribeCol(table_.hstmt, number, name, sizeof name, &nameLength, &type, &size,
                                 &digits, &nullable);
-  if (rc < 0) return report_.cli(rc, SQL_HANDLE_STMT, table_.hstmt, "SQLDescribeCol", __LINE__);
+  if (rc < 0) return report_.cli(rc, table_.hstmt, "SQLDescribeCol", __LINE__);
 
   const bool byLocator = isFetchedByLocator(type);
   const int32_t capacity =
-      byLocator ? static_cast<int32_t>(sizeof(int32_t)) : bufferSize(type, size);
+      byLocator ? static_cast<int32_t>(sizeof(int32_t)) : textBufferSize(type, size);
   sqlvar& entry = table_.descriptor->sqlvar[column];
   table_.descriptor->sqld = static_cast<int16_t>(number);
   setEntryName(report_.ctx, entry, reinterpret_cast<const char*>(name));
@@ -168,7 +102,7 @@ int TableQuery::describeColumn(int column, bool isRoot) {
   if (byLocator) largeObjects_.push_back(column);
   rc = SQLBindCol(table_.hstmt, number, byLocator ? SQL_C_CLOB_LOCATOR : SQL_C_CHAR, entry.sqldata,
                   capacity, &table_.lengths[column]);
-  if (rc < 0) return report_.cli(rc, SQL_HANDLE_STMT, table_.hstmt, "SQLBindCol", __LINE__);
+  if (rc < 0) return report_.cli(rc, table_.hstmt, "SQLBindCol", __LINE__);
   return 0;
 }
 
@@ -178,7 +112,7 @@ int TableQuery::fetch() {
   hasRow_ = rc == SQL_SUCCESS;
   if (rc == SQL_NO_DATA) return 0;
   // A value that was cut comes with a warning: that is no value to write.
-  if (!hasRow_) return report_.cli(rc, SQL_HANDLE_STMT, table_.hstmt, "SQLFetch", __LINE__);
+  if (!hasRow_) return report_.serverWords(SQL_HANDLE_STMT, table_.hstmt, __LINE__);
   for (int i = 0; i < table_.descriptor->sqld; ++i) {
     table_.indicators[i] = static_cast<int16_t>(
         std::min<int32_t>(table_.lengths[i], std::numeric_limits<int16_t>::max()));
@@ -192,7 +126,7 @@ int TableQuery::close() {
   table_.cursor_open = 0;
   if (freeLocators()) return -1;
   const SQLRETURN rc = SQLCloseCursor(table_.hstmt);
-  if (rc < 0) return report_.cli(rc, SQL_HANDLE_STMT, table_.hstmt, "SQLCloseCursor", __LINE__);
+  if (rc < 0) return report_.serverWords(SQL_HANDLE_STMT, table_.hstmt, __LINE__);
   return 0;
 }
 

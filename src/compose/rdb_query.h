@@ -14,42 +14,13 @@
 #include <vector>
 
 #include "orvxml/mapping_model.h"
+#include "src/compose/rdb_report.h"
 
 namespace orvxml {
-
-inline constexpr char kRdbModule[] = "qrkrcomp";
-
-inline bool isGraphicType(SQLSMALLINT type) {
-  return type == SQL_GRAPHIC || type == SQL_VARGRAPHIC || type == SQL_LONGVARGRAPHIC ||
-         type == SQL_DBCLOB;
-}
 
 // A set of tables of the model, one bit per place in the model.
 using TableSet = uint32_t;
 static_assert(QRK_NUMTAB_IN_REL <= 32);
-
-// Where the failures of one composition go. The functions return -1.
-struct RdbReport {
-  QrkStruct* ctx;
-  int* errCode;
-  char* msg;
-
-  Report report() const { return {ctx, msg, errCode}; }
-  template <class... Args>
-  int failed(Msg message, const Args&... args) const {
-    fail(report(), message, args...);
-    return -1;
-  }
-  int internal(int line) const;
-  // QRKG001E, and behind it the message that stood before, which tells why.
-  int internalBecause(int line) const;
-  // `message` behind the message that stands.
-  int failedAlso(Msg message, const char* argument) const;
-  // A call of the call-level interface: QRKG006E.
-  int cli(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle, const char* what, int line) const;
-  // A statement that the server refused: QRKQ053E with its words.
-  int statement(SQLHSTMT hstmt) const;
-};
 
 class TableQueries;
 

@@ -7,6 +7,7 @@
 #include "orvxml/composition.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "src/compose/column_buffers.h"
 #include "src/compose/rdb_query.h"
 
 namespace orvxml {

@@ -6,31 +6,13 @@
 #include "orv/esql.h"
 #include "orvxml/trace.h"
 #include "src/compose/sql_query_text.h"
+#include "src/foundation/cli_diagnostics.h"
 
 namespace orvxml {
 
 namespace {
 
 constexpr char kModule[] = "qrkscomp";
-
-bool isGraphicType(SQLSMALLINT type) {
-  return type == SQL_GRAPHIC || type == SQL_VARGRAPHIC || type == SQL_LONGVARGRAPHIC ||
-         type == SQL_DBCLOB;
-}
-bool isBinaryType(SQLSMALLINT type) {
-  return type == SQL_BINARY || type == SQL_VARBINARY || type == SQL_LONGVARBINARY ||
-         type == SQL_BLOB;
-}
-
-// Bytes that hold every value of a column as terminated text: double-byte characters take up to
-// four bytes in a database of UTF-8, binary values are shown as two digits a byte.
-SQLINTEGER bufferSize(SQLSMALLINT type, SQLUINTEGER size) {
-  int64_t bytes = size;
-  if (isGraphicType(type)) bytes *= 4;
-  if (isBinaryType(type)) bytes *= 2;
-  bytes = std::max<int64_t>(bytes, kColumnBufferSize) + 1;
-  return static_cast<SQLINTEGER>(std::min<int64_t>(bytes, INT32_MAX));
-}
 
 SQLUSMALLINT columnNumber(size_t index) {
   return static_cast<SQLUSMALLINT>(index + 1);
@@ -226,7 +208,7 @@ int LevelQuery::bindColumn(SQLUSMALLINT number, ResultColumn& column) {
     rc = SQLBindCol(statement_.handle(), number, SQL_C_CLOB_LOCATOR, &column.locator,
                     sizeof column.locator, &column.indicator);
   } else {
-    column.capacity = bufferSize(column.type, size);
+    column.capacity = textBufferSize(column.type, size);
     column.data.reset(static_cast<char*>(std::calloc(1, static_cast<size_t>(column.capacity))));
     if (!column.data) {
       fail(call_.report, Msg::QRKG002E);
@@ -259,15 +241,9 @@ int LevelQuery::qrkFetchNextObj() {
 // Null values that an aggregate left out are no failure of the row.
 SQLRETURN LevelQuery::examined(SQLRETURN rc) {
   if (rc != SQL_SUCCESS_WITH_INFO) return rc;
-  SQLCHAR state[kSqlStateSize] = "";
-  SQLCHAR text[kMessageSize] = "";
-  SQLINTEGER nativeError = 0;
-  SQLSMALLINT length = 0;
-  SQLGetDiagRec(SQL_HANDLE_STMT, statement_.handle(), 1, state, &nativeError, text, sizeof text,
-                &length);
-  QRK_TRACE(call_.report.ctx, "clistate=%s, msgtext=%s", reinterpret_cast<const char*>(state),
-            reinterpret_cast<const char*>(text));
-  const bool isHarmless = std::strcmp(reinterpret_cast<const char*>(state), "01003") == 0;
+  const CliDiagnostic warning = firstDiagnostic(SQL_HANDLE_STMT, statement_.handle());
+  QRK_TRACE(call_.report.ctx, "clistate=%s, msgtext=%s", warning.state, warning.text);
+  const bool isHarmless = std::strcmp(warning.state, "01003") == 0;
   return isHarmless ? SQLRETURN{SQL_SUCCESS} : rc;
 }
 

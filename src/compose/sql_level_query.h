@@ -16,6 +16,7 @@
 
 #include "orvxml/composition.h"
 #include "orvxml/level_map.h"
+#include "src/compose/column_buffers.h"
 #include "src/compose/sql_statement.h"
 
 namespace orvxml {
@@ -40,7 +41,7 @@ struct ResultColumn {
   SQLINTEGER locator = 0;  // of a CLOB; 0: none is held
 
   bool isNull() const { return indicator == SQL_NULL_DATA; }
-  bool isLargeObject() const { return type == SQL_CLOB; }
+  bool isLargeObject() const { return isFetchedByLocator(type); }
   // Of a value that is no large object; empty when it is null.
   std::string_view text() const;
 };

@@ -11,23 +11,16 @@ namespace {
 constexpr char kModule[] = "qrkscomp";
 constexpr char kDerivedTable[] = ") qrk_tab_exp ";
 
-// A name as it stands in the DAD's statement, within double quotation marks.
-std::string quoted(const std::string& name) {
-  std::string text = "\"";
-  for (const char c : name) text.append(c == '"' ? 2 : 1, c);
-  return text + '"';
-}
-
 void appendNames(std::string& text, const std::vector<std::string>& names) {
   for (const std::string& name : names) {
     if (text.back() != ' ') text += ", ";
-    text += quoted(name);
+    text += delimitedName(name);
   }
 }
 
 // In the restriction a name stands unquoted: it must be one that the server reads as itself, else
 // it would mean a number or another column.
-int checkUnquoted(const Report& report, const std::string& name) {
+int checkUndelimitedName(const Report& report, const std::string& name) {
   char read[kColumnSize];
   if (qrkParseCol(report.ctx, name.c_str(), read, sizeof read) == 0 && name == read) return 0;
   fail(report, Msg::QRKQ033E, name);
@@ -59,13 +52,13 @@ int topQuery(const Report& report, const std::vector<std::string>& columns, cons
              std::string& text) {
   text = "SELECT ";
   appendNames(text, columns);
-  text += " FROM (" + base + kDerivedTable + "ORDER BY " + quoted(columns.front());
+  text += " FROM (" + base + kDerivedTable + "ORDER BY " + delimitedName(columns.front());
   return checkLength(report, text);
 }
 
 int innerQuery(const Report& report, const std::string& base, const std::string& parentKey,
                std::string& text) {
-  if (int rc = checkUnquoted(report, parentKey)) return rc;
+  if (int rc = checkUndelimitedName(report, parentKey)) return rc;
   const std::string restriction = parentKey + "=?";
   QRK_TRACE(report.ctx, "childwhereclause = '%s'", restriction.c_str());
   text = "SELECT * FROM (" + base + kDerivedTable + "WHERE " + restriction;
@@ -78,7 +71,7 @@ int childQuery(const Report& report, const std::vector<std::string>& keysAbove,
   text = "SELECT ";
   appendNames(text, keysAbove);
   appendNames(text, columns);
-  text += " FROM (" + inner + kDerivedTable + "ORDER BY " + quoted(columns.front());
+  text += " FROM (" + inner + kDerivedTable + "ORDER BY " + delimitedName(columns.front());
   return checkLength(report, text);
 }
 

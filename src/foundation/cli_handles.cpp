@@ -1,6 +1,7 @@
 #include "orvxml/cli_handles.h"
 
 #include "orvxml/trace.h"
+#include "src/foundation/cli_diagnostics.h"
 
 namespace orvxml {
 
@@ -27,15 +28,8 @@ int CliConnection::failed(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE* handle, con
 // The trace names the failed step of the set-up before the message does.
 int CliConnection::setUpFailed(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE* handle,
                                const SetUpStep& step, int line) {
-  if (tracing(ctx_)) {
-    SQLCHAR state[kSqlStateSize] = "";
-    SQLCHAR text[kMessageSize] = "";
-    SQLINTEGER nativeError = 0;
-    SQLSMALLINT length = 0;
-    SQLGetDiagRec(type, *handle, 1, state, &nativeError, text, sizeof text, &length);
-    QRK_TRACE(ctx_, "%s rc = %d, sqlstate = %s", step.traced, rc,
-              reinterpret_cast<const char*>(state));
-  }
+  QRK_TRACE(ctx_, "%s rc = %d, sqlstate = %s", step.traced, rc,
+            firstDiagnostic(type, *handle).state);
   return failed(rc, type, handle, step.what, line);
 }
 

@@ -6,6 +6,7 @@
 
 #include "orvxml/context.h"
 #include "orvxml/trace.h"
+#include "src/foundation/cli_diagnostics.h"
 
 namespace orvxml {
 namespace {
@@ -105,17 +106,11 @@ int get_sqlerrmc_token(QrkStruct* ctx, int n, sqlca* ca, char* out) {
 
 int qrkCLIError(QrkStruct* ctx, short cliRc, short handleType, SQLHANDLE* handle, const char* what,
                 const char* file, int line, char* msg) {
-  SQLCHAR state[kSqlStateSize] = "";
-  SQLCHAR text[kMessageSize + 1] = "";
-  SQLINTEGER nativeError = 0;
-  SQLSMALLINT length = 0;
-  const SQLHANDLE source = handle ? *handle : SQL_NULL_HANDLE;
-  SQLGetDiagRec(handleType, source, 1, state, &nativeError, text, sizeof text, &length);
-  const char* stateText = reinterpret_cast<const char*>(state);
-  const char* cliText = reinterpret_cast<const char*>(text);
-  QRK_TRACE(ctx, "CLI failed for %s: cliMsg= %s cliRC=%d cliState=%s sqlcode=%d", what, cliText,
-            cliRc, stateText, nativeError);
-  return fail(Report{ctx, msg}, Msg::QRKG006E, stateText, cliRc, buildStamp(), file, line, cliText);
+  const CliDiagnostic said = firstDiagnostic(handleType, handle ? *handle : SQL_NULL_HANDLE);
+  QRK_TRACE(ctx, "CLI failed for %s: cliMsg= %s cliRC=%d cliState=%s sqlcode=%d", what, said.text,
+            cliRc, said.state, said.nativeError);
+  return fail(Report{ctx, msg}, Msg::QRKG006E, said.state, cliRc, buildStamp(), file, line,
+              said.text);
 }
 
 }  // namespace orvxml

@@ -1,0 +1,45 @@
+#include "src/foundation/cli_diagnostics.h"
+
+#include <cstring>
+
+#include "src/foundation/text_cut.h"
+
+namespace orvxml {
+
+CliDiagnostic firstDiagnostic(SQLSMALLINT type, SQLHANDLE handle) {
+  CliDiagnostic diagnostic;
+  SQLSMALLINT length = 0;
+  SQLGetDiagRec(type, handle, 1, reinterpret_cast<SQLCHAR*>(diagnostic.state),
+                &diagnostic.nativeError, reinterpret_cast<SQLCHAR*>(diagnostic.text),
+                sizeof diagnostic.text, &length);
+  return diagnostic;
+}
+
+int failInServerWords(const Report& report, const CliDiagnostic& diagnostic, const char* module,
+                      int line) {
+  failInternal(report, module, line);
+  const int code = codeOf(Msg::QRKG006E);
+  if (report.errCode) *report.errCode = code;
+  if (report.msg && *diagnostic.text) {
+    *report.msg = 0;
+    appendToMessage(report.msg, diagnostic.text);
+  }
+  return code;
+}
+
+void appendToMessage(char* msg, std::string_view text) {
+  const size_t used = std::strlen(msg);
+  const size_t room = kMessageSize - 1 - used;
+  if (text.size() <= room) {
+    text.copy(msg + used, text.size());
+    msg[used + text.size()] = 0;
+    return;
+  }
+  if (room == 0) return;
+  const std::string_view cut = text.substr(0, room - 1);
+  const size_t kept = wholeCharacters(cut);
+  cut.copy(msg + used, kept);
+  std::strcpy(msg + used + kept, "\n");
+}
+
+}  // namespace orvxml

@@ -1,0 +1,26 @@
+// What the server says about a failed call of the call-level interface.
+#pragma once
+
+#include <string_view>
+
+#include "orvxml/context.h"
+
+namespace orvxml {
+
+// The first diagnostic record of a handle; empty texts when it has none.
+struct CliDiagnostic {
+  char state[kSqlStateSize] = "";
+  char text[kMessageSize + 1] = "";
+  SQLINTEGER nativeError = 0;
+};
+CliDiagnostic firstDiagnostic(SQLSMALLINT type, SQLHANDLE handle);
+
+// Makes the server's words the whole message, under the code of a failed call (QRKG006E); without
+// any it is an internal error. Returns the code.
+int failInServerWords(const Report& report, const CliDiagnostic& diagnostic, const char* module,
+                      int line);
+
+// Puts `text` behind the message in `msg` (kMessageSize bytes); what does not fit is cut.
+void appendToMessage(char* msg, std::string_view text);
+
+}  // namespace orvxml
