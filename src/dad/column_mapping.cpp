@@ -60,7 +60,7 @@ class ColumnCollector {
     if (int rc = readSource(rdb, source)) return rc;
     if (int rc = checkSource(node, source)) return rc;
     tab* table = findTabByName(report_.ctx, &model_, source.schema, source.table);
-    if (!table) return error(Msg::QRKQ016E);
+    if (!table) return failed(report_, Msg::QRKQ016E);
     if (int rc = growColumns(*table)) return rc;
     col2xml_entry& entry = table->col2xml[table->num_col];
     if (int rc = fillEntry(node, source, entry)) return rc;
@@ -72,12 +72,6 @@ class ColumnCollector {
   }
 
  private:
-  template <class... Args>
-  int error(Msg message, const Args&... args) {
-    fail(report_, message, args...);
-    return -1;
-  }
-
   int internalError(int line) {
     failInternal(report_, kModule, line);
     return -1;
@@ -91,7 +85,7 @@ class ColumnCollector {
   }
 
   int readSource(xercesc::DOMElement* rdb, ColumnSource& source) {
-    if (!rdb->hasChildNodes()) return error(Msg::QRKQ000E, "table & column");
+    if (!rdb->hasChildNodes()) return failed(report_, Msg::QRKQ000E, "table & column");
     for (auto* child = rdb->getFirstChild(); child; child = child->getNextSibling()) {
       int rc = 0;
       if (hasTag(child, u"table")) rc = readTable(asElement(child), source);
@@ -106,7 +100,7 @@ class ColumnCollector {
     const char16_t* name = boundedAttribute(element, u"name", kQualifiedNameLimit);
     if (!name || qrkParseWQualTbl(report_.ctx, name, source.schema, sizeof source.schema,
                                   source.table, sizeof source.table)) {
-      return error(Msg::QRKQ013E);
+      return failed(report_, Msg::QRKQ013E);
     }
     return 0;
   }
@@ -145,17 +139,17 @@ class ColumnCollector {
       return internalError(__LINE__);
     }
     const std::string item = inDatabase(report_.ctx, itemName(node));
-    if (!source.table[0]) return error(Msg::QRKQ010E, item);
-    if (!source.column) return error(Msg::QRKQ011E, item);
+    if (!source.table[0]) return failed(report_, Msg::QRKQ010E, item);
+    if (!source.column) return failed(report_, Msg::QRKQ011E, item);
     return 0;
   }
 
   int growColumns(tab& table) {
     if (table.num_col < table.max_col) return 0;
-    if (table.num_col >= kMaxColumnsPerTable) return error(Msg::QRKQ039E);
+    if (table.num_col >= kMaxColumnsPerTable) return failed(report_, Msg::QRKQ039E);
     const auto size = static_cast<size_t>(table.max_col) + kColumnsStep;
     void* grown = std::realloc(table.col2xml, size * sizeof(col2xml_entry));
-    if (!grown) return error(Msg::QRKG002E);
+    if (!grown) return failed(report_, Msg::QRKG002E);
     table.col2xml = static_cast<col2xml_entry*>(grown);
     table.max_col += kColumnsStep;
     return 0;
@@ -167,7 +161,7 @@ class ColumnCollector {
       return failName(report_, source.column, rc);
     }
     if (source.type.size() >= sizeof entry.dataType) {
-      return error(Msg::QRKA059E, source.type, entry.col);
+      return failed(report_, Msg::QRKA059E, source.type, entry.col);
     }
     std::strcpy(entry.dataType, source.type.c_str());
     const std::string name = inDatabase(report_.ctx, itemName(node));
@@ -249,8 +243,7 @@ int collectColumns(const Report& report, rel& model, const DOM_Element& root, in
     return walkMappedLeaves(report, root.node(), purpose, collector);
   } catch (const QRKException&) {
     // Only memory makes the location stack throw.
-    fail(report, Msg::QRKG002E);
-    return -1;
+    return failed(report, Msg::QRKG002E);
   }
 }
 
@@ -260,10 +253,7 @@ int qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_ty
                override_list* overrides, int* errCode, char* msg) {
   QRK_TRACE(ctx, "Entered, qrk_type=%d", qrk_type);
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  if (root.isNull()) {
-    fail(report, Msg::QRKQ000E, "element_node");
-    return -1;
-  }
+  if (root.isNull()) return failed(report, Msg::QRKQ000E, "element_node");
   override_list* const applicable = qrk_type == kForComposition ? overrides : nullptr;
   if (collectColumns(report, *relinfo, root, qrk_type, applicable)) return -1;
   if (qrk_type == kForDecomposition && qrkProcRel2(ctx, relinfo, errCode, msg)) return -1;
@@ -271,10 +261,7 @@ int qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_ty
 
   const auto tables = static_cast<size_t>(relinfo->num_of_tables);
   relinfo->top_elements = static_cast<char**>(std::calloc(tables + 1, sizeof(char*)));
-  if (!relinfo->top_elements) {
-    fail(report, Msg::QRKG002E);
-    return -1;
-  }
+  if (!relinfo->top_elements) return failed(report, Msg::QRKG002E);
   for (size_t i = 0; i < tables; ++i) relinfo->top_elements[i] = relinfo->tab[i]->top_element;
   return 0;
 }

@@ -89,10 +89,7 @@ int qrkGetTabFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rd
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
   schema[0] = table[0] = 0;
   const DOM_Element element = rdb.firstDescendant(u"table");
-  if (element.isNull()) {
-    fail(report, Msg::QRKQ010E, itemName);
-    return -1;
-  }
+  if (element.isNull()) return failed(report, Msg::QRKQ010E, itemName);
   const char16_t* name = boundedAttribute(element.element(), u"name", kQualifiedNameLimit);
   if (!name) fail(report, Msg::QRKQ013E);
   const int rc = qrkParseWQualTbl(ctx, name ? name : u"", schema, kSchemaSize, table, kTableSize);
@@ -105,15 +102,11 @@ int qrkGetColFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rd
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
   column[0] = 0;
   const DOM_Element element = rdb.firstDescendant(u"column");
-  if (element.isNull()) {
-    fail(report, Msg::QRKQ011E, itemName);
-    return -1;
-  }
+  if (element.isNull()) return failed(report, Msg::QRKQ011E, itemName);
   const char16_t* name = boundedAttribute(element.element(), u"name", kColumnNameLimit);
   if (!name) fail(report, Msg::QRKQ013E);
   if (qrkParseWCol(ctx, name ? name : u"", column, kColumnSize)) {
-    fail(report, Msg::QRKQ033E, inDatabase(ctx, name));
-    return -1;
+    return failed(report, Msg::QRKQ033E, inDatabase(ctx, name));
   }
   return 0;
 }
@@ -123,15 +116,9 @@ int qrkGetEleNameOfTxt(QrkStruct* ctx, const DOM_Element& textNode, char* name, 
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
   name[0] = 0;
   const DOM_Element parent = textNode.getParentNode().asElement();
-  if (parent.isNull()) {
-    fail(report, Msg::QRKQ012E);
-    return -1;
-  }
+  if (parent.isNull()) return failed(report, Msg::QRKQ012E);
   const std::string text = inDatabase(ctx, parent.getAttribute(u"name").rawBuffer());
-  if (text.empty()) {
-    fail(report, Msg::QRKQ014E);
-    return -1;
-  }
+  if (text.empty()) return failed(report, Msg::QRKQ014E);
   if (text.size() >= kXmlNameSize) return failLimit(report, "name " + text, __LINE__);
   std::strcpy(name, text.c_str());
   return 0;

@@ -1,5 +1,7 @@
 #include "src/dad/dad_walk.h"
 
+#include <cstring>
+
 namespace orvxml::dad {
 
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag) {
@@ -21,8 +23,7 @@ std::u16string childText(const xercesc::DOMNode* node) {
 }
 
 int failLimit(const Report& report, const std::string& limit, int line) {
-  fail(report, Msg::QRKG017E, limit, buildStamp(), kModule, line);
-  return -1;
+  return failed(report, Msg::QRKG017E, limit, buildStamp(), kModule, line);
 }
 
 int failName(const Report& report, const char16_t* name, int scannerCode) {
@@ -33,7 +34,8 @@ int failName(const Report& report, const char16_t* name, int scannerCode) {
 
 std::string inDatabase(QrkStruct* ctx, const char16_t* text) {
   std::string out;
-  if (text) toDatabase(ctx, text, out);
+  // A text that does not convert is told as far as it does.
+  if (text && !toDatabase(ctx, text, out)) out.resize(std::strlen(out.c_str()));
   return out;
 }
 

@@ -26,6 +26,12 @@ inline xercesc::DOMElement* asElement(xercesc::DOMNode* node) {
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag);
 // The text that stands directly in `node`, CDATA sections included.
 std::u16string childText(const xercesc::DOMNode* node);
+// Reports a failure of which the status is -1.
+template <class... Args>
+int failed(const Report& report, Msg message, const Args&... args) {
+  fail(report, message, args...);
+  return -1;
+}
 // QRKG017E: "limit" is its name and what it was exceeded by. Returns -1.
 int failLimit(const Report& report, const std::string& limit, int line);
 // A name that the SQL scanner refused: QRKQ033E with the name, but the scanner's own code. Returns
@@ -55,10 +61,7 @@ int walkMappedLeaves(const Report& report, xercesc::DOMNode* node, int purpose, 
   }
   if (isLeaf) {
     xercesc::DOMElement* rdb = childElement(node, u"RDB_node");
-    if (!rdb) {
-      fail(report, Msg::QRKQ000E, "RDB_NODE");
-      return -1;
-    }
+    if (!rdb) return failed(report, Msg::QRKQ000E, "RDB_NODE");
     if (int rc = visitor.leaf(asElement(node), rdb)) return rc;
   }
   if (isElement) visitor.leave(asElement(node));

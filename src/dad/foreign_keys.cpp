@@ -28,12 +28,6 @@ class ForeignKeys {
   }
 
  private:
-  template <class... Args>
-  int error(Msg message, const Args&... args) {
-    fail(report_, message, args...);
-    return -1;
-  }
-
   tab* tableOf(const join_partner& partner) {
     return findTabByName(report_.ctx, &model_, partner.schema, partner.tab);
   }
@@ -53,10 +47,10 @@ class ForeignKeys {
     foreign_key& key = table.fk[table.num_fk++];
     key = {&column, nullptr};
     if (const col2xml_entry* own = findColumnMapping(&table, column.col)) {
-      return error(Msg::QRKQ056E, own->xml, own->col, table.name);
+      return failed(report_, Msg::QRKQ056E, own->xml, own->col, table.name);
     }
     key.parent = findSource(table, parent, partner.col);
-    if (!key.parent) return error(Msg::QRKA059E, "UNKNOWN", column.col);
+    if (!key.parent) return failed(report_, Msg::QRKA059E, "UNKNOWN", column.col);
     for (int i = 0; i + 1 < table.num_fk; ++i) {
       if (table.fk[i].column == &column) {
         QRK_TRACE(report_.ctx, "column %s of %s has several parents", column.col, table.name);

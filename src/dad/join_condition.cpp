@@ -58,7 +58,7 @@ class ConditionParser {
       if (!parseName(left)) return unexpected();
       if (token_.type != Type_Delimiter || *token_.startptr != u'=') return unexpected();
       next();
-      if (!parseName(right)) return report(Msg::QRKQ015E);
+      if (!parseName(right)) return failed(report_, Msg::QRKQ015E);
       const bool ended = token_.type == Type_EOF;
       if (!ended && !(token_.type == Type_Identifier && and_ == token_.text)) return unexpected();
       if (int rc = record(left, right)) return rc;
@@ -69,15 +69,7 @@ class ConditionParser {
  private:
   void next() { qrkGetSqlToken(report_.ctx, &cursor_, &token_); }
 
-  int report(Msg message) {
-    fail(report_, message);
-    return -1;
-  }
-
-  int unexpected() {
-    fail(report_, Msg::QRKQ034E, quoted(report_.ctx, token_.startptr));
-    return -1;
-  }
+  int unexpected() { return failed(report_, Msg::QRKQ034E, quoted(report_.ctx, token_.startptr)); }
 
   bool parseName(JoinSide& side) {
     char parts[kMaxParts][kNamePartSize];
@@ -96,9 +88,9 @@ class ConditionParser {
       const auto room = static_cast<size_t>(size);
       return std::strlen(left.parts[part]) >= room || std::strlen(right.parts[part]) >= room;
     };
-    if (tooLong(0, kSchemaSize)) return report(Msg::QRKQ036E);
-    if (tooLong(1, kTableSize)) return report(Msg::QRKQ031E);
-    if (tooLong(2, kColumnSize)) return report(Msg::QRKQ032E);
+    if (tooLong(0, kSchemaSize)) return failed(report_, Msg::QRKQ036E);
+    if (tooLong(1, kTableSize)) return failed(report_, Msg::QRKQ031E);
+    if (tooLong(2, kColumnSize)) return failed(report_, Msg::QRKQ032E);
     return 0;
   }
 
@@ -111,7 +103,7 @@ class ConditionParser {
 
   int recordSide(const JoinSide& own, const JoinSide& partner) {
     tab* table = findTabByName(report_.ctx, &model_, own.schema(), own.table());
-    if (!table) return report(Msg::QRKQ015E);
+    if (!table) return failed(report_, Msg::QRKQ015E);
     return qrkSetJoinInfoForeign(report_.ctx, &model_, purpose_, table, own.column(),
                                  partner.schema(), partner.table(), partner.column(),
                                  report_.errCode, report_.msg);
@@ -137,6 +129,14 @@ bool hasPartner(const join_info_entry& entry, const char* schema, const char* ta
   return false;
 }
 
+int askPartnerType(QrkStruct* ctx, const join_partner& partner, const char* column,
+                   join_info_entry& entry, char* msg) {
+  char typeSchema[kTableSize] = "";
+  long length = 0;
+  return qrkGetCatalogColumnType(ctx, partner.schema, partner.tab, column, typeSchema,
+                                 sizeof typeSchema, entry.type, sizeof entry.type, &length, msg);
+}
+
 // The type of the column at the other side: from its own join entry, else from the catalog.
 int fillPartnerType(const Report& report, rel* relinfo, join_info_entry& entry) {
   const join_partner& partner = entry.foreign[0];
@@ -147,15 +147,14 @@ int fillPartnerType(const Report& report, rel* relinfo, join_info_entry& entry) 
     return 0;
   }
   char column[4 * kColumnSize];
-  char typeSchema[kTableSize] = "";
-  long length = 0;
   if (qrk_toupper(report.ctx, partner.col, column, sizeof column)) {
-    fail(report, Msg::QRKQ032E);
-    return -1;
+    return failed(report, Msg::QRKQ032E);
   }
-  const int rc = qrkGetCatalogColumnType(report.ctx, partner.schema, partner.tab, column,
-                                         typeSchema, sizeof typeSchema, entry.type,
-                                         sizeof entry.type, &length, report.msg);
+  // A delimited name with small letters stands in the catalog as it is.
+  const bool hasSmallLetters = std::strcmp(column, partner.col) != 0;
+  char unused[kMessageSize];
+  int rc = hasSmallLetters ? askPartnerType(report.ctx, partner, partner.col, entry, unused) : -1;
+  if (rc != 0) rc = askPartnerType(report.ctx, partner, column, entry, report.msg);
   *report.errCode = rc;
   return rc;
 }
@@ -177,20 +176,14 @@ int qrkSetJoinInfoForeign(QrkStruct* ctx, rel* relinfo, int qrk_type, tab* table
          std::strcmp(table->join_info[slot].col, col) != 0) {
     ++slot;
   }
-  if (slot == relinfo->num_cond) {
-    fail(report, Msg::QRKG004E);
-    return -1;
-  }
+  if (slot == relinfo->num_cond) return failed(report, Msg::QRKG004E);
   join_info_entry& entry = table->join_info[slot];
   if (hasPartner(entry, forSchema, forTable, forCol)) return 0;
   if (!entry.foreign) {
     const auto capacity = static_cast<size_t>(relinfo->num_cond);
     entry.foreign = static_cast<join_partner*>(std::calloc(capacity, sizeof(join_partner)));
   }
-  if (!entry.foreign) {
-    fail(report, Msg::QRKG002E);
-    return -1;
-  }
+  if (!entry.foreign) return failed(report, Msg::QRKG002E);
   std::strcpy(entry.col, col);
   join_partner& partner = entry.foreign[entry.num_join++];
   std::strcpy(partner.schema, forSchema);

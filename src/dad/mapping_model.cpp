@@ -63,10 +63,7 @@ class TableReader {
   }
 
  private:
-  int outOfMemory() {
-    fail(report_, Msg::QRKG002E);
-    return -1;
-  }
+  int outOfMemory() { return failed(report_, Msg::QRKG002E); }
 
   int readOne(const xercesc::DOMElement* element) {
     tab* table = allocate<tab>(1);
@@ -90,10 +87,7 @@ class TableReader {
     table.max_col = kInitialColumns;
     table.level = kNoLevel;
     const char16_t* name = boundedAttribute(element, u"name", kQualifiedNameLimit);
-    if (!name) {
-      fail(report_, Msg::QRKQ013E);
-      return -1;
-    }
+    if (!name) return failed(report_, Msg::QRKQ013E);
     if (int rc = qrkParseWQualTbl(report_.ctx, name, table.schema, sizeof table.schema, table.name,
                                   sizeof table.name)) {
       rememberBadName(name, rc);
@@ -164,10 +158,7 @@ int readTopCondition(const Report& report, const DOM_Element& topRdb, std::u16st
 int makeJoinInfo(const Report& report, rel& model) {
   for (int i = 0; i < model.num_of_tables; ++i) {
     auto* entries = allocate<join_info_entry>(static_cast<size_t>(model.num_cond));
-    if (!entries) {
-      fail(report, Msg::QRKG002E);
-      return -1;
-    }
+    if (!entries) return failed(report, Msg::QRKG002E);
     model.tab[i]->join_info = entries;
   }
   return 0;
@@ -185,10 +176,7 @@ int qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, int qrk_type
   relinfo->num_cond = 0;
   std::fill_n(relinfo->tab, QRK_NUMTAB_IN_REL, nullptr);
   relinfo->top_elements = nullptr;
-  auto missing = [&](const char* what) {
-    fail(report, Msg::QRKQ000E, what);
-    return -1;
-  };
+  auto missing = [&](const char* what) { return failed(report, Msg::QRKQ000E, what); };
   if (dad.isNull()) return missing("root_node");
   const DOM_Element topRdb = dad.firstDescendant(u"RDB_node");
   std::u16string condition;
@@ -229,8 +217,7 @@ int qrkFindTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const cha
                      tab** found, int* errCode, char* msg) {
   *found = findTabByName(ctx, relinfo, schema, name);
   if (*found) return 0;
-  fail(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKQ012E);
-  return -1;
+  return failed(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKQ012E);
 }
 
 join_info_entry* qrkGetJoinInfo(QrkStruct* /*ctx*/, tab* table, const char* col) {

@@ -31,10 +31,7 @@ class TopElementFinder {
       return rc;
     }
     tab* table = findTabByName(report_.ctx, &model_, schema, name);
-    if (!table || !element) {
-      fail(report_, Msg::QRKQ016E);
-      return -1;
-    }
+    if (!table || !element) return failed(report_, Msg::QRKQ016E);
     return table->top_element[0] ? 0 : setTopElement(*table, element);
   }
 

@@ -249,6 +249,12 @@ TEST(RdbComposition, NamesConditionsAndKeys) {
                     element("v", text("<RDB_node><table name='\"my s\".C'/><column name='v'/>"
                                       "</RDB_node>")))),
        {"\n<d q=\"&quot;&apos;&lt;&gt;\">\n  <v>&amp;</v>\n</d>"}},
+      {"join columns with small letters",
+       "create table a (\"my k\" integer, k integer); create table b (\"my k\" integer, k integer);"
+       "insert into a values (1, 5), (2, 6); insert into b values (2, 7), (2, 8);",
+       mapping(element("a", top(table("a", "k") + table("b", "k"), "a.\"my k\" = b.\"my k\"") +
+                                attributeOf("k", "a", "k") + textOf("b", "b", "k"))),
+       {"\n<a k=\"5\">\n</a>", "\n<a k=\"6\">\n  <b>7</b>\n  <b>8</b>\n</a>"}},
       {"conditions of columns and of a parent stand together",
        kOrders,
        order(attribute("key", conditional("orders", "k", "orders.k = 1")) +
@@ -597,9 +603,9 @@ TEST(RdbComposition, ARowThatCannotBeFetchedEndsIt) {
   const std::string dad = mapping(element("t", top(table("t", "v")) + attributeOf("v", "t", "v")));
   const ComposeOutcome outcome = db.compose(ComposeForm::List, {.source = dad, .table = "result"});
   EXPECT_EQ(outcome.code, -57);
-  EXPECT_TRUE(outcome.message.starts_with("QRKG006E  Internal Error SQLSTATE=22504, RC=-1, build "))
-      << outcome;
-  EXPECT_NE(outcome.message.find("file qrkrcomp, line "), std::string::npos) << outcome;
+  // The server's words are the message.
+  EXPECT_TRUE(outcome.message.starts_with("ORV")) << outcome;
+  EXPECT_NE(outcome.message.find("SQLSTATE=22504"), std::string::npos) << outcome;
   EXPECT_EQ(db.rows("select doc from result").size(), 1U);
 }
 
