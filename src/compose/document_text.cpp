@@ -254,11 +254,10 @@ int DocumentText::appendUnits(std::u16string_view units, std::string_view column
     U16_NEXT(units.data(), at, units.size(), ch);
     if (!isAllowed(static_cast<char32_t>(ch))) return refuse(column, static_cast<char32_t>(ch));
   }
-  std::u16string escaped;
-  appendEscaped(escaped, units);
-  std::string bytes;
-  if (!toDatabase(report_.ctx, escaped, bytes)) return refuseText(column, "it does not convert");
-  return append(bytes);
+  escaped_.clear();
+  appendEscaped(escaped_, units);
+  if (!toDatabase(report_.ctx, escaped_, bytes_)) return refuseText(column, "it does not convert");
+  return append(bytes_);
 }
 
 int DocumentText::appendLargeObject(int32_t locator, std::string_view column) {

@@ -60,7 +60,9 @@ class DocumentText {
   std::unique_ptr<char[]> piece_;  // with room for a terminator
   char* at_;                       // where the next text goes
   char* end_;                      // of the piece
-  std::u16string units_;           // of a value under conversion
+  std::u16string units_;           // of a value under conversion,
+  std::u16string escaped_;         // with its entities,
+  std::string bytes_;              // and back in the code page
   bool isUtf8_;                    // the database code page
   bool hasPlainAscii_;        // ASCII characters have their ASCII bytes and no others use these
   bool isVersion11_ = false;  // XML 1.1 restricts more characters
