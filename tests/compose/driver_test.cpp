@@ -244,6 +244,14 @@ TEST_F(DriverTest, StatementsAndOverrides) {
   const std::string longColumn(kStatementLimit, 'x'), blanks(kStatementLimit - 100, ' ');
   const std::string ann = document(1, "Ann"), bob = document(2, "Bob"), cid = document(3, "Cid");
   const std::string query = byQuery(kStatement), tables = byTables();
+  const auto ofSize = [](size_t size) {
+    const std::string part(20000, 'x');
+    std::string base = "SELECT id, name FROM o WHERE '" + part + "' = '" + part + "' AND '' != '";
+    return base.append(size - base.size() - 1, 'y') + "'";
+  };
+  // What stands around a statement in the query that reads its objects.
+  const size_t most = kStatementLimit - 1 -
+                      std::strlen("SELECT \"ID\", \"NAME\" FROM () qrk_tab_exp ORDER BY \"ID\"");
   static const char kOther[] = "SELECT id, name FROM o WHERE id = 2 order by id";
   struct Case {
     const char* label;
@@ -270,6 +278,10 @@ TEST_F(DriverTest, StatementsAndOverrides) {
       {"blanks", byQuery(" \n "), -62, "QRKQ001E  *"},
       {"no statement at all", byQuery("rubbish ORDER BY id"), -62, "QRKQ001E  *"},
       {"long", byQuery("SELECT id, name FROM o" + blanks + " ORDER BY id"), 0, kDone, ann},
+      {"as long as the query of its objects can be", byQuery(ofSize(most) + " ORDER BY id"), 0,
+       kDone, ann},
+      {"longer", byQuery(ofSize(most + 1) + " ORDER BY id"), -121, "QRKQ038E  *"},
+      {"65,535 bytes", byQuery(ofSize(65535 - 12) + " ORDER BY id"), -121, "QRKQ038E  *"},
       {"too long", byQuery("SELECT " + longColumn + " FROM o ORDER BY id"), -121,
        "QRKQ038E  The SQL statement is too long: sql_stmt > MAX_STMT_LEN."},
       {"an override", query, 0, kDone, bob, SQL_OVERRIDE},
@@ -286,6 +298,59 @@ TEST_F(DriverTest, StatementsAndOverrides) {
     expectOutcome(c.code, c.message);
     EXPECT_EQ(clob_, c.document);
   }
+}
+
+TEST_F(DriverTest, OverridesThatAreCutOff) {
+  const std::string overrides[] = {
+      "SELECT id, name FROM o WHERE name = 'Cid' ORDER BY id",
+      "/o/@id > 1 AND /o/@id NO_CONDITION AND /o = 'Cid' AND /o <> 'x AND y'"};
+  const std::string dads[] = {byQuery(kStatement), byTables()};
+  for (const int type : {SQL_OVERRIDE, XML_OVERRIDE}) {
+    const std::string& whole = overrides[type - 1];
+    for (size_t length = 0; length <= whole.size(); ++length) {
+      const std::string text = whole.substr(0, length);
+      SCOPED_TRACE(text);
+      compose({.dad = dads[type - 1], .overrideType = type, .override = text.c_str()});
+      EXPECT_STRNE(call_.msg, "");
+      if (code_ < 0 || count_ == 0) {
+        EXPECT_EQ(clob_, "");
+      } else {
+        EXPECT_TRUE(fnmatch("*<o id=\"[123]\">[ABC]*</o>", clob_.c_str(), 0) == 0) << clob_;
+      }
+    }
+    expectOutcome(0, kDone);
+    EXPECT_EQ(clob_, document(3, "Cid"));
+  }
+}
+
+// Statements that the session knows from before are no good any more.
+TEST_F(DriverTest, ColumnsThatVanishOrChange) {
+  const Arguments both[] = {{.dad = byQuery(kStatement), .table = "R", .column = "DOC"},
+                            {.dad = byTables(), .table = "R", .column = "DOC"}};
+  const auto composeBoth = [&](std::vector<int> codes, const std::string& message) {
+    for (const Arguments& arguments : both) {
+      SCOPED_TRACE(arguments.dad);
+      compose(arguments);
+      expectOutcome(codes[&arguments - both], message);
+    }
+  };
+  const auto replace = [&](const std::string& table, const std::string& columns) {
+    db_.run("DROP TABLE " + table);
+    db_.run("CREATE TABLE " + table + " (" + columns + ")");
+  };
+  composeBoth({0, 0}, kDone);
+  replace("O", "ID INTEGER NOT NULL, TITLE VARCHAR(40)");
+  db_.run("INSERT INTO O VALUES (1, 'Ann')");
+  composeBoth({-62, -133}, "QRKQ0*NAME\" is not valid in the context in which it is used.  *");
+  replace("O", "NAME CLOB(9), MORE CHAR(1), ID DECIMAL(5,2)");
+  db_.run("INSERT INTO O VALUES ('Bob', '-', 2)");
+  replace("R", "N INTEGER, DOC VARCHAR(99)");
+  composeBoth({0, 0}, kDone);
+  const std::string bob = "<?xml version=\"1.0\"?>\n<o id=\"2.00\">Bob</o>";
+  EXPECT_EQ(results(), (Rows{{"NULL", bob}, {"NULL", bob}}));
+  replace("R", "N INTEGER, PAPER VARCHAR(99)");
+  composeBoth({-57, -69}, "*");
+  EXPECT_EQ(results(), Rows{});
 }
 
 TEST_F(DriverTest, MaximumOfDocuments) {

@@ -84,7 +84,7 @@ class FailingMemoryInComposition : public CompositionFaults {};
 
 TEST_P(FailingMemoryInComposition, ACallFailsWholeOrSucceeds) {
   bool fired = true;
-  int failures = 0;
+  int failures = 0, withoutMemory = 0;
   for (long n = 1; fired; n += 1 + n / 60) {
     SCOPED_TRACE("allocation " + std::to_string(n));
     ComposeListCall call(arguments_);
@@ -93,10 +93,15 @@ TEST_P(FailingMemoryInComposition, ACallFailsWholeOrSucceeds) {
     fired = disarmMemory();
     const ComposeOutcome outcome = call.outcome();
     failures += outcome.code < 0;
+    if (outcome.code == -58) {
+      ++withoutMemory;
+      EXPECT_EQ(outcome.message, "QRKG002E  The system is out of memory.");
+    }
     judge(outcome);
     if (HasFailure()) return;
   }
   EXPECT_GT(failures, 100);
+  EXPECT_GT(withoutMemory, 20);
   expectNothingLeftOpen();
 }
 
