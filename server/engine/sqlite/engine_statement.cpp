@@ -144,9 +144,9 @@ SqliteStatement::ColumnForm SqliteStatement::formOf(TypeKind kind) {
   return {isBinary(kind) ? Kind::Blob : Kind::Text};
 }
 
-// Another program may have stored anything: what is no value of the column's type becomes one. The
-// connection belongs to one thread at a time, so that the value may be read where it is, without
-// the lock that each of the column functions takes.
+// Another program may have stored anything: what is no value of the column's type becomes one, or
+// fails where that would lose a part of it. The connection belongs to one thread at a time, so that
+// the value may be read where it is, without the lock that each of the column functions takes.
 ValueView SqliteStatement::column(int index) {
   ValueView value = viewOf(sqlite3_column_value(statement_.get(), index));
   const auto position = static_cast<size_t>(index);
@@ -155,7 +155,7 @@ ValueView SqliteStatement::column(int index) {
   if (value.kind == form.kind && (!form.decimal || isCanonical(value.text, columns_[position]))) {
     return value;
   }
-  value = convertValue(value, columns_[position], environment_.length(), ConversionMode::Cast,
+  value = convertValue(value, columns_[position], environment_.length(), ConversionMode::Assignment,
                        converted_[position]);
   return value;
 }
