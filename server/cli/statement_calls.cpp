@@ -66,7 +66,7 @@ ValueView binaryParameter(std::string_view native, const SqlType& type, bool que
   if (!query) return ValueView::ofBlob(native);
   const std::string_view digits = codePage.toUtf8(native, storage.text);
   std::optional<std::string> bytes = orv::bytesOfHex(digits);
-  if (!bytes) throw orv::SqlError(-420, {std::string(orv::shortened(digits)), typeText(type)});
+  if (!bytes) throw orv::SqlError(-420, {orv::shortened(digits), typeText(type)});
   storage.text = std::move(*bytes);
   return ValueView::ofBlob(storage.text);
 }

@@ -187,10 +187,10 @@ DatetimeParts parseDatetime(std::string_view text, TypeKind kind) {
   Scanner scanner(trimBlanks(text));
   bool read =
       kind == TypeKind::Time ? readTimeOrTimestamp(scanner, parts) : readTimestamp(scanner, parts);
-  if (!read || !scanner.atEnd()) throw SqlError(-180, {std::string(shortened(text))});
+  if (!read || !scanner.atEnd()) throw SqlError(-180, {shortened(text)});
   bool hasDate = kind != TypeKind::Time || parts.year != 0;
   if ((hasDate && !dateInRange(parts)) || !timeInRange(parts)) {
-    throw SqlError(-181, {std::string(shortened(text))});
+    throw SqlError(-181, {shortened(text)});
   }
   return parts;
 }

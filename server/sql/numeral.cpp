@@ -71,7 +71,7 @@ Numeral Numeral::parse(std::string_view text, const SqlType& type) {
     valid = exponent.has_value();
     numeral.exponent_ = exponent.value_or(0);
   }
-  if (!valid || !rest.empty()) throw SqlError(-420, {std::string(shortened(text)), typeName(type)});
+  if (!valid || !rest.empty()) throw SqlError(-420, {shortened(text), typeName(type)});
   numeral.whole_ = withoutLeadingZeros(whole);
   return numeral;
 }

@@ -85,8 +85,13 @@ std::string_view utf16Prefix(std::string_view text, int64_t limit) {
   return text.substr(0, i);
 }
 
-std::string_view shortened(std::string_view text) {
-  return utf8Prefix(text, kMessageBytes);
+std::string shortened(std::string_view value) {
+  const std::string_view text = utf8Prefix(value, kMessageBytes);
+  return isUtf8(text) ? std::string(text) : shortenedBinary(text);
+}
+
+std::string shortenedBinary(std::string_view value) {
+  return "X'" + hexDigits(value.substr(0, kMessageBytes)) + "'";
 }
 
 std::string hexDigits(std::string_view bytes) {

@@ -18,7 +18,7 @@ namespace {
 using Kind = ValueView::Kind;
 
 [[noreturn]] void failTooLong(std::string_view text) {
-  throw SqlError(-433, {std::string(shortened(text))});
+  throw SqlError(-433, {shortened(text)});
 }
 [[noreturn]] void failOverflow() {
   throw SqlError(-413);
@@ -202,7 +202,7 @@ ValueView toBinary(const ValueView& value, const SqlType& type, ConversionMode m
   if (type.length > 0 && static_cast<int64_t>(bytes.size()) > type.length) {
     std::string_view kept = bytes.substr(0, static_cast<size_t>(type.length));
     if (mode == ConversionMode::Assignment && !onlyBlanks(bytes.substr(kept.size()))) {
-      throw SqlError(-433, {"X'" + hexDigits(shortened(bytes)) + "'"});
+      throw SqlError(-433, {shortenedBinary(bytes)});
     }
     bytes = kept;
   }

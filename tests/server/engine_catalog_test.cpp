@@ -256,9 +256,10 @@ TEST(EngineCatalogTest, FilesOfOtherProgramsAreUsedAsTheyAre) {
   database.engine().commit();
   sqlite(path,
          "ALTER TABLE MINE ADD COLUMN later REAL; CREATE TABLE new(x INT, v VARCHAR(3)); "
-         "INSERT INTO new VALUES(3, x'616263'), (4, x'61626364')");
+         "INSERT INTO new VALUES(3, x'616263'), (4, x'61626364'), (CAST(x'80' AS TEXT), 'bad')");
   runSteps(database, {{"SELECT C, LATER, X, V FROM MINE, NEW WHERE C = 9 AND X = 3", "9|-|3|abc"},
-                      {"SELECT V FROM NEW WHERE X = 4", "-433 22001 abcd"}});
+                      {"SELECT V FROM NEW WHERE X = 4", "-433 22001 abcd"},
+                      {"SELECT X FROM NEW WHERE V = 'bad'", "-420 22018 X'80',INTEGER"}});
 }
 
 TEST(EngineCatalogTest, CatalogsThatChangedHandsAreReadOrRefused) {

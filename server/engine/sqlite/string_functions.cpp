@@ -178,7 +178,7 @@ void replace(sqlite3_context* context, int, sqlite3_value** values) {
     size_t found = text.find(wanted, at);
     if (found == std::string_view::npos) break;
     result.append(text.substr(at, found - at)).append(replacement);
-    if (result.size() > kLargestString) throw SqlError(-433, {std::string(shortened(result))});
+    if (result.size() > kLargestString) throw SqlError(-433, {shortened(result)});
     at = found + wanted.size();
   }
   result.append(text.substr(at));
@@ -192,7 +192,7 @@ void repeat(sqlite3_context* context, int, sqlite3_value** values) {
   int64_t times = sqlite3_value_int64(values[1]);
   if (times < 0) failPosition();
   if (!text.empty() && static_cast<uint64_t>(times) > kLargestString / text.size()) {
-    throw SqlError(-433, {std::string(shortened(text))});
+    throw SqlError(-433, {shortened(text)});
   }
   std::string result;
   for (int64_t i = 0; i < times && !text.empty(); ++i) result.append(text);
