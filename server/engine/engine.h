@@ -5,7 +5,8 @@
 // without parent, -532 a parent with children, -407 null into NOT NULL, -545 a check constraint,
 // -433 (22001) a value too long, -413 (22003) numeric overflow, -420 (22018) text that is no
 // number, -180 / -181 (22007) malformed or impossible dates and times, -801 division by zero, -911
-// the database is locked by another process, -968 disk full, -901 anything else.
+// the database is locked by another process, -968 disk full, -901 anything else. A failure may end
+// the unit of work: `inUnitOfWork` tells.
 //
 // Text is UTF-8 on this side; the code page of the database matters only for lengths in bytes.
 #pragma once

@@ -7,6 +7,14 @@
 
 namespace orv {
 
+namespace {
+
+// SQLCODEs of a unit of work that is gone: by this statement, by an earlier failure.
+constexpr int kRolledBack = -911;
+constexpr int kWasRolledBack = -1476;
+
+}  // namespace
+
 SessionState::SessionState(std::unique_ptr<Engine> engine, std::string databaseName)
     : engine_(std::move(engine)),
       codePage_(engine_->catalog().codePage()),
@@ -30,19 +38,33 @@ void SessionState::withdraw(PreparedStatement& statement) {
 
 void SessionState::begin() {
   if (engine_->inUnitOfWork()) return;
+  requireUnitOfWork();
   engine_->begin();
+  isWorking_ = true;
   countsAtBegin_ = insertCounts_.mark();
+}
+
+void SessionState::requireUnitOfWork() {
+  if (!isWorking_ || engine_->inUnitOfWork()) return;
+  rollback();
+  throw SqlError(kWasRolledBack);
 }
 
 void SessionState::commit() {
   readAheadAll();
-  if (engine_->inUnitOfWork()) engine_->commit();
+  requireUnitOfWork();
+  try {
+    if (engine_->inUnitOfWork()) engine_->commit();
+  } catch (const SqlError& error) {
+    if (error.sqlcode() == kRolledBack) rollback();
+    throw;
+  }
   endUnitOfWork();
 }
 
 void SessionState::rollback() {
   readAheadAll();
-  if (engine_->inUnitOfWork()) {
+  if (isWorking_ || engine_->inUnitOfWork()) {
     engine_->rollback();
     insertCounts_.restore(countsAtBegin_);
   }
@@ -51,6 +73,7 @@ void SessionState::rollback() {
 }
 
 void SessionState::endUnitOfWork() {
+  isWorking_ = false;
   locators_.clear();
   savepoints_.clear();
 }
@@ -111,12 +134,14 @@ void SessionState::setSavepoint(const std::string& name, bool unique) {
 }
 
 void SessionState::releaseSavepoint(const std::string& name) {
+  requireUnitOfWork();
   const auto at = findSavepoint(name);
   engine_->releaseSavepoint(name);
   savepoints_.erase(at, savepoints_.end());
 }
 
 void SessionState::rollbackTo(const std::string& name) {
+  requireUnitOfWork();
   const auto at = findSavepoint(name);
   readAheadAll();
   engine_->rollbackToSavepoint(name);

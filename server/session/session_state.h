@@ -42,7 +42,9 @@ class SessionState {
   InsertCounts& insertCounts() { return insertCounts_; }
   const SessionSlotPtr& slot() const { return slot_; }
 
-  // Begins a unit of work unless one is under way.
+  // Begins a unit of work unless one is under way. When the engine has lost the one that was, by a
+  // failure that it could only end so, the next statement or COMMIT gives -1476: what comes then is
+  // not taken for its second half.
   void begin();
   void commit();
   void rollback();
@@ -71,6 +73,7 @@ class SessionState {
 
   void readAheadAll();
   void endUnitOfWork();
+  void requireUnitOfWork();
   void setSavepoint(const std::string& name, bool unique);
   void releaseSavepoint(const std::string& name);
   void rollbackTo(const std::string& name);
@@ -86,6 +89,7 @@ class SessionState {
   InsertCounts insertCounts_;
   InsertCounts::Mark countsAtBegin_;
   std::vector<Savepoint> savepoints_;
+  bool isWorking_ = false;              // a unit of work has begun and was not seen to end
   std::vector<Package> knownPackages_;  // found bound in this unit of work or before
   std::vector<PreparedStatement*> live_;
   SessionSlotPtr slot_ = std::make_shared<SessionSlot>();

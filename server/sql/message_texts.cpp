@@ -177,6 +177,7 @@ constexpr std::array kMessages{
     MessageText{-1051, "42705", "The path \"%1\" does not exist."},
     MessageText{-1216, "56031",
                 "Graphic data and functions are not supported in a database of code page \"%1\"."},
+    MessageText{-1476, "40506", "The unit of work was rolled back by an earlier failure."},
     MessageText{-4930, "56095", "The bind file \"%1\" is malformed.  Reason: \"%2\"."},
 };
 
