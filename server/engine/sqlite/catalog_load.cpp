@@ -17,6 +17,7 @@ namespace {
 
 constexpr int kKnownFormat = 1;
 constexpr int kSampledRows = 100;
+constexpr int kNoMemory = -954;  // SQLCODE
 
 // What our tables say about one column.
 struct ColumnRecord {
@@ -182,7 +183,8 @@ class Loader {
         columns.reset();
         columns.bind(table->storedName);
         loadColumns(*table, columns);
-      } catch (const SqlError&) {
+      } catch (const SqlError& error) {
+        if (error.sqlcode() == kNoMemory) throw;
         continue;
       }
       if (!table->columns.empty()) data_->tables.push_back(std::move(table));

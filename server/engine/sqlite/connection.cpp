@@ -119,8 +119,9 @@ Command::Command(sqlite3* database, std::string_view sql) : database_(database) 
 }
 
 Command& Command::bind(std::string_view text) {
-  sqlite3_bind_text(statement_.get(), ++bound_, text.empty() ? "" : text.data(),
-                    static_cast<int>(text.size()), SQLITE_TRANSIENT);
+  const int rc = sqlite3_bind_text(statement_.get(), ++bound_, text.empty() ? "" : text.data(),
+                                   static_cast<int>(text.size()), SQLITE_TRANSIENT);
+  if (rc != SQLITE_OK) throw failure(database_, rc);
   return *this;
 }
 
@@ -156,7 +157,10 @@ void Command::reset() {
 
 std::string Command::text(int column) const {
   const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
-  if (!bytes) return {};
+  if (!bytes) {
+    if (isNull(column)) return {};
+    throw failure(database_, SQLITE_NOMEM);
+  }
   return {bytes, static_cast<size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
