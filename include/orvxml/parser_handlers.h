@@ -258,6 +258,9 @@ class qrkNonValidateSAX : public GuardedCallbacks<xercesc::SAXParser> {
   xercesc::HandlerBase listener_;
 };
 
+// A document that cannot be opened or read to its end.
+struct UnreadableSource {};
+
 // Reads with SAX2 events. White space that the DTD makes ignorable reaches the content handler's
 // ignorableWhitespace once by this class and once by its base.
 class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl> {
@@ -271,6 +274,10 @@ class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl>
   void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
                    const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
   void ignorableWhitespace(const XMLCh* text, XMLSize_t length, bool isCdata) override;
+  // Throws UnreadableSource where the error is not one of the text.
+  void error(unsigned int code, const XMLCh* domain, ErrTypes type, const XMLCh* text,
+             const XMLCh* systemId, const XMLCh* publicId, XMLFileLoc line,
+             XMLFileLoc column) override;
 
  private:
   xercesc::XMLScanner& scanner() override;

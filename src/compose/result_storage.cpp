@@ -24,6 +24,7 @@ constexpr char kModule[] = "qrkcomp";
 constexpr uint32_t kMaxTextParameter = std::numeric_limits<int16_t>::max();  // with terminator
 constexpr std::string_view kValueTooLong = "22001";
 constexpr std::string_view kOutOfMemory = "38X10";
+constexpr std::string_view kUnreadable = "38X00";
 
 template <class... Args>
 int failed(const Report& report, Msg message, const Args&... args) {
@@ -202,6 +203,7 @@ int qrkValidateXML(QrkStruct* ctx, QrkOutbuf* docBuf, const ValidationSource* so
                           sqlState);
   // No judgement on the document.
   if (sqlState == kOutOfMemory) fail(report, Msg::QRKG002E);
+  if (sqlState == kUnreadable) fail(report, Msg::QRKC000E);
   return valid;
 }
 

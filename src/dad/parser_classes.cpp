@@ -260,6 +260,18 @@ void qrkSAX2XMLReaderImpl::doctypeDecl(const xercesc::DTDElementDecl& root, cons
   GuardedCallbacks::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
 }
 
+void qrkSAX2XMLReaderImpl::error(unsigned int code, const XMLCh* domain, ErrTypes type,
+                                 const XMLCh* text, const XMLCh* systemId, const XMLCh* publicId,
+                                 XMLFileLoc line, XMLFileLoc column) {
+  using Codes = xercesc::XMLExcepts;
+  const bool isException = xercesc::XMLString::equals(domain, xercesc::XMLUni::fgExceptDomain);
+  if (isException &&
+      (code == Codes::Scan_CouldNotOpenSource || code == Codes::File_CouldNotReadFromFile)) {
+    throw UnreadableSource();
+  }
+  GuardedCallbacks::error(code, domain, type, text, systemId, publicId, line, column);
+}
+
 void qrkSAX2XMLReaderImpl::ignorableWhitespace(const XMLCh* text, XMLSize_t length, bool isCdata) {
   if (contentHandler_) contentHandler_->ignorableWhitespace(text, length);
   SAX2XMLReaderImpl::ignorableWhitespace(text, length, isCdata);

@@ -7,6 +7,7 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 
 #include "orvxml/code_pages.h"
+#include "orvxml/parser_handlers.h"
 
 namespace orvxml {
 namespace {
@@ -45,6 +46,9 @@ bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
     return parserError(report, e.getSrcLine(), "", e.getMessage());
   } catch (const xercesc::SAXException& e) {
     return parserError(report, "", "", e.getMessage());
+  } catch (const UnreadableSource&) {
+    fail(report, Msg::QRKC000E);
+    return false;
   } catch (const std::bad_alloc&) {
     return outOfMemory(report);
   } catch (const xercesc::OutOfMemoryException&) {

@@ -1,6 +1,7 @@
 #include "orvxml/validation.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <string>
 
@@ -68,6 +69,22 @@ class ValidationTest : public testing::Test {
 constexpr char kDtd[] =
     "<!ELEMENT a (b*)>\n<!ATTLIST a x CDATA #IMPLIED>\n<!ELEMENT b (#PCDATA)>\n";
 constexpr char kDoctype[] = "<!DOCTYPE a SYSTEM 'nowhere/order.dtd'>\n";
+
+#ifndef __SANITIZE_ADDRESS__  // which opens files of its own for its checks
+TEST_F(ValidationTest, ADocumentThatCannotBeOpenedIsNotCalledInvalid) {
+  const std::string file = folder_.write("a.xml", std::string(kDoctype) + "<a/>");
+  rlimit files{};
+  getrlimit(RLIMIT_NOFILE, &files);
+  const rlimit none{0, files.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  const Verdict verdict = byDtd(file, kDtd, false);
+  setrlimit(RLIMIT_NOFILE, &files);
+  EXPECT_EQ(verdict.valid, 0);
+  EXPECT_EQ(verdict.sqlState, "38X00");
+  EXPECT_EQ(verdict.message, "QRKC000E  Unable to open the specified file.\n");
+  expectValid(byDtd(file, kDtd, false));
+}
+#endif
 
 TEST_F(ValidationTest, DocumentsAreJudgedByTheSuppliedDtd) {
   struct Case {
