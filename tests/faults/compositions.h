@@ -25,6 +25,11 @@ inline const FaultyComposition kFaultyCompositions[] = {
     {"CollectionToClob", true, {.source = "orders", .byName = true}},
 };
 
+// Memory that fails may cost the server the whole unit of work. Then it says so, once.
+inline bool hasLostUnitOfWork(Database& db) {
+  return db.session().run("values 1").outcome.sqlcode == -1476;
+}
+
 // The DTD has no content models: the parser allocates while it destroys these, and then nobody can
 // catch what goes wrong.
 //
@@ -52,8 +57,7 @@ class CompositionFaults : public testing::TestWithParam<FaultyComposition> {
       arguments_.source = mapping;
     }
     EXPECT_FALSE(db_.session().commit().failed());
-    db_.run("insert into result (doc) values ('mine')");
-    db_.run("savepoint before_call on rollback retain cursors");
+    beginOwnWork();
     success_ = db_.compose(ComposeForm::List, arguments_);
     EXPECT_EQ(success_.code, 0) << success_;
     stored_ = db_.rows("select * from result");
@@ -61,9 +65,16 @@ class CompositionFaults : public testing::TestWithParam<FaultyComposition> {
   }
   ~CompositionFaults() override { unsetenv("ORVQRKTEMP"); }
 
+  void beginOwnWork() {
+    db_.run("insert into result (doc) values ('mine')");
+    db_.run("savepoint before_call on rollback retain cursors");
+  }
+
   // A failure is one to its last output, a success is whole; the caller's row is there, no file is
   // left, and what the call stored can be undone.
   void judge(const ComposeOutcome& outcome) {
+    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+    if (outcome.code < 0 && hasLostUnitOfWork(db_)) return beginOwnWork();
     if (outcome.code < 0) {
       EXPECT_NE(outcome.message, "");
       EXPECT_EQ(outcome.count, 0);
@@ -74,7 +85,6 @@ class CompositionFaults : public testing::TestWithParam<FaultyComposition> {
       EXPECT_EQ(outcome, success_);
       EXPECT_EQ(db_.rows("select * from result"), stored_);
     }
-    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
     db_.run("rollback to savepoint before_call");
     EXPECT_EQ(db_.rows("select doc from result"), (Rows{{"mine"}}));
   }

@@ -1,7 +1,19 @@
 #include "tests/faults/failing_memory.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <new>
+
+#ifdef __SANITIZE_ADDRESS__  // which has allocation functions of its own, beside `new`
+#define ORVXML_ALLOCATE std::malloc
+#else
+extern "C" {
+void* __libc_malloc(size_t size);
+void* __libc_calloc(size_t count, size_t size);
+void* __libc_realloc(void* memory, size_t size);
+}
+#define ORVXML_ALLOCATE __libc_malloc
+#endif
 
 namespace orvxml::test {
 
@@ -20,15 +32,32 @@ bool disarmMemory() {
   return failed;
 }
 
+static bool failsNow() {
+  if (remaining <= 0 || --remaining > 0) return false;
+  failed = true;
+  errno = ENOMEM;
+  return true;
+}
+
 static void* allocate(std::size_t size) {
-  if (remaining > 0 && --remaining == 0) {
-    failed = true;
-    return nullptr;
-  }
-  return std::malloc(size == 0 ? 1 : size);
+  return failsNow() ? nullptr : ORVXML_ALLOCATE(size == 0 ? 1 : size);
 }
 
 }  // namespace orvxml::test
+
+#ifndef __SANITIZE_ADDRESS__
+extern "C" {
+void* malloc(size_t size) {
+  return orvxml::test::failsNow() ? nullptr : __libc_malloc(size);
+}
+void* calloc(size_t count, size_t size) {
+  return orvxml::test::failsNow() ? nullptr : __libc_calloc(count, size);
+}
+void* realloc(void* memory, size_t size) {
+  return orvxml::test::failsNow() ? nullptr : __libc_realloc(memory, size);
+}
+}
+#endif
 
 void* operator new(std::size_t size) {
   if (void* memory = orvxml::test::allocate(size)) return memory;

@@ -1,5 +1,6 @@
-// Makes one allocation of the program fail: the n-th `new` after `arm`, in whatever library it
-// happens. Linked into a test program of its own, for it replaces the global operators.
+// Makes one allocation of the program fail: the n-th after `arm`, in whatever library it
+// happens; under the AddressSanitizer only `new` counts. Linked into a test program of its own, for
+// it replaces the global operators.
 #pragma once
 
 namespace orvxml::test {
