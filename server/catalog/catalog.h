@@ -24,6 +24,7 @@ struct Column {
   std::string defaultText;    // ORV SQL text of the default value
   std::string storedName;     // its name in the engine: differs when names differ in case only
   std::string storedDefault;  // the default value as the engine's SQL; empty when unknown
+  bool isUntyped = false;     // of another program: values are stored with types of their own
 };
 
 struct Key {

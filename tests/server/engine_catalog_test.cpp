@@ -228,7 +228,9 @@ TEST(EngineCatalogTest, FilesOfOtherProgramsAreUsedAsTheyAre) {
            "ORDER BY "
            "2 DESC",
            "Bob|13.86|13.86000000000000000000000|13.86\nAnn|5.94|2.97000000000000000000000|3.96"},
+          {"SELECT FREE FROM CUSTOMER WHERE FREE = '7' AND '6' < FREE AND FREE IN ('7', 'x')", "7"},
           {"SELECT * FROM NAMES ORDER BY 1", "Ann|2\nBob|3"},
+          {"SELECT FIRSTNAME FROM NAMES WHERE NEXT = '3'", "Bob"},
           {"SELECT * FROM BROKEN", "-204 42704 APP.BROKEN"},
       });
   database.engine().commit();

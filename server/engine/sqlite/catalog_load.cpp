@@ -212,6 +212,7 @@ class Loader {
       if (!known) {
         column.name = foreignName(names, column.storedName);
         column.type = foreignType(columns.text(1));
+        column.isUntyped = columns.text(1).empty();
       }
       column.type.nullable = columns.integer(2) == 0;
       if (int64_t position = columns.integer(4)) {

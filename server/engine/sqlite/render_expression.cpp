@@ -293,7 +293,17 @@ std::string_view Renderer::castFor(const SqlType& type, Comparison comparison) {
   }
 }
 
+// Values of an untyped column are compared as what they are when they are read.
 void Renderer::operand(const Expr& e, Comparison comparison) {
+  const Column* const column = comparison == Comparison::Text ? baseColumn(e) : nullptr;
+  if (column && column->isUntyped) {
+    out_ << "ORV_CAST(";
+    expression(e);
+    out_ << ",";
+    typeArguments(e.type);
+    out_ << ")";
+    return;
+  }
   std::string_view cast = castFor(e.type, comparison);
   if (cast.empty()) return expression(e);
   out_ << "CAST(";
