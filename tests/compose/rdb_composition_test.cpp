@@ -336,8 +336,10 @@ TEST(RdbComposition, NamesAndValuesAreInTheCodePageOfTheDatabase) {
 // ---- The statements.
 class TracedStatements {
  public:
-  TracedStatements() { EXPECT_EQ(qrkTraceOn(nullptr, folder(), instance_, message_, &code_), 0); }
-  ~TracedStatements() { EXPECT_EQ(qrkTraceOff(nullptr, instance_, message_, &code_), 0); }
+  TracedStatements() {
+    EXPECT_EQ(qrkTraceOn(nullptr, folder(), instance_.data(), message_, &code_), 0);
+  }
+  ~TracedStatements() { EXPECT_EQ(qrkTraceOff(nullptr, instance_.data(), message_, &code_), 0); }
   TracedStatements(const TracedStatements&) = delete;
   TracedStatements& operator=(const TracedStatements&) = delete;
 
@@ -358,7 +360,7 @@ class TracedStatements {
   char* folder() { return const_cast<char*>(folder_.path().c_str()); }
 
   TemporaryFolder folder_;
-  char instance_[11] = "orvxmltest";
+  std::string instance_ = instanceName();
   char message_[kMessageSize] = "";
   int code_ = 0;
 };

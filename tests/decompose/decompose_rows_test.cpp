@@ -136,17 +136,18 @@ TEST(DecomposeRows, NoTemporaryFileIsLeftBehind) {
 // The rows are the same while every step is traced.
 TEST(DecomposeRows, TraceShowsTheSteps) {
   const TemporaryFolder folder;
-  char instance[] = "orvxmltest";
+  std::string instance = instanceName();
   char message[kMessageSize];
   int code = 0;
-  ASSERT_EQ(qrkTraceOn(nullptr, const_cast<char*>(folder.path().c_str()), instance, message, &code),
+  ASSERT_EQ(qrkTraceOn(nullptr, const_cast<char*>(folder.path().c_str()), instance.data(), message,
+                       &code),
             0)
       << message;
   DecomposeDatabase db;
   db.runScript(kParentAndChild);
   EXPECT_EQ(callListForm("qrkShredXML", parentAndChild(), "<p k='1'><c v='x'/><c v='y'/></p>"),
             kDone);
-  qrkTraceOff(nullptr, instance, message, &code);
+  qrkTraceOff(nullptr, instance.data(), message, &code);
   EXPECT_EQ(db.rows("select k, v from c order by v"), (Rows{{"1", "x"}, {"1", "y"}}));
   std::string trace;
   for (const auto& file : std::filesystem::directory_iterator(folder.path())) {

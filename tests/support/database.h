@@ -8,6 +8,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
@@ -28,9 +29,13 @@ inline std::string bindList() {
   return ORVXML_BINARY_DIR "/share/orvxml/bnd/@qrkbind.lst";
 }
 
-// The instance whose trace control file is looked for: one that nobody traces.
+// The instance of this test: the trace of an instance is switched for all its processes, and tests
+// run side by side.
+inline std::string instanceName() {
+  return "orvxmltest" + std::to_string(getpid());
+}
 inline void setInstance() {
-  setenv("ORVINSTANCE", "orvxmltest", 1);
+  setenv("ORVINSTANCE", instanceName().c_str(), 1);
 }
 
 class Database {
