@@ -95,7 +95,13 @@ int fail(const Report& report, Msg message, const Args&... args) {
     return detail::failWith(report, message, pointers, sizeof...(args));
   }
 }
-// The same for an outcome that is not a failure (warnings, information, success).
+// The same in a function whose status for every failure is -1.
+template <class... Args>
+int failed(const Report& report, Msg message, const Args&... args) {
+  fail(report, message, args...);
+  return -1;
+}
+// The same as `fail` for an outcome that is not a failure (warnings, information, success).
 template <class... Args>
 int report(const Report& where, Msg message, const Args&... args) {
   return fail(where, message, args...);

@@ -157,8 +157,7 @@ int getValueByIndex(QrkStruct* ctx, const sqlda* da, int index, char** value, in
   if (!data) return 0;
   *value = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
   if (!*value) {
-    fail(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKG002E);
-    return -1;
+    return failed(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKG002E);
   }
   std::memcpy(*value, data, static_cast<size_t>(length));
   (*value)[length] = 0;
@@ -177,16 +176,12 @@ int getValueByColName(QrkStruct* ctx, const sqlda* da, const char* columnName, c
     }
     return getValueByIndex(ctx, da, i, value, errCode, msg);
   }
-  fail(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKQ012E);
-  return -1;
+  return failed(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKQ012E);
 }
 
 int qrkSetupSQLDA(QrkStruct* ctx, const char* stmtText, sqlda** da, int* errCode, char* msg) {
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  const auto noMemory = [&] {
-    fail(report, Msg::QRKG002E);
-    return -1;
-  };
+  const auto noMemory = [&] { return failed(report, Msg::QRKG002E); };
   *da = nullptr;
   sqlda probe{};
   probe.sqln = 1;
@@ -199,8 +194,7 @@ int qrkSetupSQLDA(QrkStruct* ctx, const char* stmtText, sqlda** da, int* errCode
   if (area.sqlcode == 0) statement.describe(&probe, area);
   if (!isDescribed(area.sqlcode)) return refuseStatement(report, area);
   if (probe.sqld < 1) {
-    fail(report, Msg::QRKQ001E);
-    return -1;
+    return failed(report, Msg::QRKQ001E);
   }
 
   const bool needsSecondary = area.sqlcode >= 237;

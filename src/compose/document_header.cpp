@@ -23,8 +23,7 @@ class HeaderWriter {
     const DOM_Element part = mapping.firstDescendant(name);
     if (part.isNull() && !required) return 0;
     if (part.isNull() || !part.node()->hasChildNodes()) {
-      fail(report_, Msg::QRKQ000E, dad::inDatabase(report_.ctx, name));
-      return -1;
+      return failed(report_, Msg::QRKQ000E, dad::inDatabase(report_.ctx, name));
     }
     std::u16string line(used_ ? u"\n" : u"");
     line.append(K_UC_L_ABRACE).append(dad::childText(part.node())).append(K_UC_R_ABRACE);
@@ -39,8 +38,7 @@ class HeaderWriter {
       return -1;
     }
     if (used_ + bytes.size() >= kHeaderSize) {
-      fail(report_, Msg::QRKG017E, "QRK_HEADER_SIZE", buildStamp(), kModule, __LINE__);
-      return -1;
+      return failed(report_, Msg::QRKG017E, "QRK_HEADER_SIZE", buildStamp(), kModule, __LINE__);
     }
     std::memcpy(header_ + used_, bytes.c_str(), bytes.size() + 1);
     used_ += bytes.size();

@@ -161,8 +161,7 @@ int DocumentText::flush() {
   if (at_ == piece_.get()) return 0;
   *at_ = 0;
   if (qrkBufAppend(report_.ctx, out_, piece_.get()) != 0) {
-    fail(report_, Msg::QRKQ002E);
-    return -1;
+    return failed(report_, Msg::QRKQ002E);
   }
   at_ = piece_.get();
   if (out_->loctype != QRK_LOC_FILE || end_ == at_ + kFilePiece) return 0;
@@ -190,16 +189,14 @@ bool DocumentText::isAllowed(char32_t ch) const {
 int DocumentText::refuse(std::string_view column, char32_t ch) {
   char name[16];
   std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(ch));
-  fail(report_, Msg::QRKQ055E,
-       "column " + std::string(column) + " holds " + name + ", which XML cannot carry");
-  return -1;
+  return failed(report_, Msg::QRKQ055E,
+                "column " + std::string(column) + " holds " + name + ", which XML cannot carry");
 }
 
 int DocumentText::refuseText(std::string_view column, const char* reason) {
-  fail(report_, Msg::QRKQ055E,
-       "column " + std::string(column) + " holds no text of the database code page (" + reason +
-           ")");
-  return -1;
+  return failed(report_, Msg::QRKQ055E,
+                "column " + std::string(column) + " holds no text of the database code page (" +
+                    reason + ")");
 }
 
 // How many bytes from the start are written as they stand.

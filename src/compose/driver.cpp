@@ -88,8 +88,7 @@ class Composition {
 
   template <class... Args>
   int failed(Msg message, const Args&... args) {
-    fail(report_, message, args...);
-    return -1;
+    return orvxml::failed(report_, message, args...);
   }
   // A step of another module that brings its code along; its message stands.
   int failedWith(int code) {

@@ -18,8 +18,7 @@ namespace {
 constexpr const char* kModule = "qrkdom";
 
 int outOfMemory(const Report& report) {
-  fail(report, Msg::QRKG002E);
-  return -1;
+  return failed(report, Msg::QRKG002E);
 }
 
 std::u16string escaped(const char16_t* text) {
@@ -44,8 +43,7 @@ class PiecewiseEscaper {
  private:
   int conversionError(const char* reason) {
     QRK_TRACE(report_.ctx, "Conversion error. %s", reason);
-    fail(report_, Msg::QRKQ055E, reason);
-    return -1;
+    return failed(report_, Msg::QRKQ055E, reason);
   }
 
   int append(std::u16string_view text) {

@@ -22,8 +22,7 @@ int qrkFetchDAD(QrkStruct* ctx, const char* collectionName, QrkOutbuf* dadBuf, c
   const std::string_view fullName(collectionName);
   char name[kCollectionNameSize] = "";
   if (fullName.size() >= sizeof name) {
-    fail(report, Msg::QRKQ028E, fullName);
-    return -1;
+    return failed(report, Msg::QRKQ028E, fullName);
   }
   fullName.copy(name, sizeof name - 1);
 

@@ -81,13 +81,11 @@ class LevelMapBuilder {
 };
 
 int LevelMapBuilder::noMemory() {
-  fail(report_, Msg::QRKG002E);
-  return -1;
+  return failed(report_, Msg::QRKG002E);
 }
 
 int LevelMapBuilder::refuseKey(const std::string& key) {
-  fail(report_, Msg::QRKQ004E, key);
-  return -1;
+  return failed(report_, Msg::QRKQ004E, key);
 }
 
 int LevelMapBuilder::describeStatement(const char* sqlStmt) {
@@ -124,8 +122,7 @@ int LevelMapBuilder::describeColumns() {
     }
     // A column of the sentinel's name would end every list in front of its place.
     if (isEndOfColumns(column.name)) {
-      fail(report_, Msg::QRKQ001E);
-      return -1;
+      return failed(report_, Msg::QRKQ001E);
     }
   }
   return 0;
@@ -140,8 +137,7 @@ int LevelMapBuilder::readOrderKeys(const char* orderList) {
     return -1;
   }
   if (text.size() > kOrderListLimit) {
-    fail(report_, Msg::QRKG017E, "QRK_ORDER_LIST", buildStamp(), kModule, __LINE__);
-    return -1;
+    return failed(report_, Msg::QRKG017E, "QRK_ORDER_LIST", buildStamp(), kModule, __LINE__);
   }
   const char16_t* cursor = text.c_str();
   QrkSqlToken token{};

@@ -15,8 +15,7 @@ struct RdbReport {
   Report report() const { return {ctx, msg, errCode}; }
   template <class... Args>
   int failed(Msg message, const Args&... args) const {
-    fail(report(), message, args...);
-    return -1;
+    return orvxml::failed(report(), message, args...);
   }
   // `message` behind the message that stands.
   int failedAlso(Msg message, const char* argument) const;

@@ -26,12 +26,6 @@ constexpr std::string_view kValueTooLong = "22001";
 constexpr std::string_view kOutOfMemory = "38X10";
 constexpr std::string_view kUnreadable = "38X00";
 
-template <class... Args>
-int failed(const Report& report, Msg message, const Args&... args) {
-  fail(report, message, args...);
-  return -1;
-}
-
 // ---- Validation.
 int validateByDtd(const Report& report, char* document, int32_t loctype, const char* dtdid,
                   char* sqlState) {

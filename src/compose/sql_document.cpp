@@ -33,8 +33,7 @@ int SqlDocument::prepareHeader() {
     return rc;
   }
   if (root_.node.isNull()) {
-    fail(call_.report, Msg::QRKQ000E, rootNode.isNull() ? "root_node" : "element_node");
-    return -1;
+    return failed(call_.report, Msg::QRKQ000E, rootNode.isNull() ? "root_node" : "element_node");
   }
   header_ = header;
   hasHeader_ = true;

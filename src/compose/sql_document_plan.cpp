@@ -23,13 +23,11 @@ constexpr int kLongestTag = static_cast<int>(kNameSize) + kIndentStep * kMaxElem
 int SqlDocument::readName(const DOM_Element& node, Msg whenMissing, std::string& name) {
   const char16_t* const written = boundedAttribute(node.element(), u"name", kNameLimit);
   if (!written) {
-    fail(call_.report, whenMissing);
-    return -1;
+    return failed(call_.report, whenMissing);
   }
   if (!toDatabase(call_.report.ctx, written, name) || name.size() >= kNameSize ||
       !isXmlName(written)) {
-    fail(call_.report, Msg::QRKQ040E, name);
-    return -1;
+    return failed(call_.report, Msg::QRKQ040E, name);
   }
   return 0;
 }
@@ -98,8 +96,7 @@ int SqlDocument::isKeyNode(const ElementPlan& element, bool* isKey, std::string*
   const int level = qrkLmGetLevel(ctx, call_.levelMap, found);
   QRK_TRACE(ctx, "Current LEvel == %d", level);
   if (level < 0) {
-    fail(call_.report, Msg::QRKQ004E, found);
-    return -1;
+    return failed(call_.report, Msg::QRKQ004E, found);
   }
   std::vector<std::string> columns;
   if (int status = readLevel(call_.report, call_.levelMap, level, columns)) return status;
@@ -132,16 +129,14 @@ int SqlDocument::planAttribute(ElementPlan& element, ValuePlan& attribute, const
   if (int rc = readName(attribute.node, Msg::QRKQ006E, name)) return rc;
   QRK_TRACE(call_.report.ctx, ">>>>Attr name = '%s' <<<<<", name.c_str());
   if (!element.attributeNames.insert(name).second) {
-    fail(call_.report, Msg::QRKQ045E, element.name, name);
-    return -1;
+    return failed(call_.report, Msg::QRKQ045E, element.name, name);
   }
   char column[kColumnSize];
   const int rc =
       qrkGetColFromRDB(call_.report.ctx, name.c_str(), attribute.node, column, nullptr, nullptr);
   QRK_TRACE(call_.report.ctx, "call qrkGetColFromRDB() returns %d.", rc);
   if (rc) {
-    fail(call_.report, Msg::QRKQ007E, name);
-    return -1;
+    return failed(call_.report, Msg::QRKQ007E, name);
   }
   attribute.beforeValue = " " + name + "=\"";
   findColumn(attribute, column, rows);
@@ -153,8 +148,7 @@ int SqlDocument::planText(ValuePlan& text, const LevelQuery& rows) {
   const int rc = qrkGetColFromRDB(call_.report.ctx, "", text.node, column, nullptr, nullptr);
   QRK_TRACE(call_.report.ctx, "call qrkGetColFromRDB() returns %d.", rc);
   if (rc) {
-    fail(call_.report, Msg::QRKQ008E);
-    return -1;
+    return failed(call_.report, Msg::QRKQ008E);
   }
   findColumn(text, column, rows);
   return 0;
@@ -172,12 +166,10 @@ int SqlDocument::planChild(const ElementPlan& element, ContentPlan& child, Level
   if (qrkGetColFromRDB(ctx, "", node, column, nullptr, nullptr)) return 0;
   const int level = qrkLmGetLevel(ctx, call_.levelMap, column);
   if (level < 0) {
-    fail(call_.report, Msg::QRKQ004E, column);
-    return -1;
+    return failed(call_.report, Msg::QRKQ004E, column);
   }
   if (level < rows.level()) {
-    fail(call_.report, Msg::QRKQ005E, element.name, column);
-    return -1;
+    return failed(call_.report, Msg::QRKQ005E, element.name, column);
   }
   if (level == rows.level()) return 0;
   child.childQuery = rows.child(level);

@@ -211,8 +211,7 @@ int LevelQuery::bindColumn(SQLUSMALLINT number, ResultColumn& column) {
     column.capacity = textBufferSize(column.type, size);
     column.data.reset(static_cast<char*>(std::calloc(1, static_cast<size_t>(column.capacity))));
     if (!column.data) {
-      fail(call_.report, Msg::QRKG002E);
-      return -1;
+      return failed(call_.report, Msg::QRKG002E);
     }
     rc = SQLBindCol(statement_.handle(), number, SQL_C_CHAR, column.data.get(), column.capacity,
                     &column.indicator);

@@ -23,14 +23,12 @@ void appendNames(std::string& text, const std::vector<std::string>& names) {
 int checkUndelimitedName(const Report& report, const std::string& name) {
   char read[kColumnSize];
   if (qrkParseCol(report.ctx, name.c_str(), read, sizeof read) == 0 && name == read) return 0;
-  fail(report, Msg::QRKQ033E, name);
-  return -1;
+  return failed(report, Msg::QRKQ033E, name);
 }
 
 int checkLength(const Report& report, const std::string& text) {
   if (text.size() < kStatementLimit) return 0;
-  fail(report, Msg::QRKQ038E, "sql_stmt > MAX_STMT_LEN");
-  return -1;
+  return failed(report, Msg::QRKQ038E, "sql_stmt > MAX_STMT_LEN");
 }
 
 }  // namespace

@@ -12,11 +12,6 @@ namespace {
 constexpr std::string_view kOrderBy = " ORDER BY ";
 constexpr std::string_view kSmallOrderBy = " order by ";
 
-int failed(const Report& report, Msg message, const char* argument = "") {
-  fail(report, message, argument);
-  return -1;
-}
-
 // Normalised, in the database code page; not empty and shorter than the limit.
 int normalised(const Report& report, std::u16string text, std::string& out) {
   constexpr char kTooLong[] = "sql_stmt > MAX_STMT_LEN";

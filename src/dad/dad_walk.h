@@ -26,12 +26,6 @@ inline xercesc::DOMElement* asElement(xercesc::DOMNode* node) {
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag);
 // The text that stands directly in `node`, CDATA sections included.
 std::u16string childText(const xercesc::DOMNode* node);
-// Reports a failure of which the status is -1.
-template <class... Args>
-int failed(const Report& report, Msg message, const Args&... args) {
-  fail(report, message, args...);
-  return -1;
-}
 // QRKG017E: "limit" is its name and what it was exceeded by. Returns -1.
 int failLimit(const Report& report, const std::string& limit, int line);
 // A name that the SQL scanner refused: QRKQ033E with the name, but the scanner's own code. Returns
