@@ -10,6 +10,7 @@
 // `errCode` and `msg` (kMessageSize bytes); warnings store a positive code and return 0.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "orvxml/buffer.h"
@@ -53,6 +54,10 @@ struct Delivery {
   ResultWriter* writer = nullptr;  // keeps the INSERT prepared from one document to the next
 
   bool toTable() const { return resultTable != nullptr; }
+  // Bytes that a document may have; the result table itself tells what it does not take.
+  uint32_t sizeLimit() const {
+    return toTable() ? kNoSizeLimit : static_cast<uint32_t>(std::max(clobCapacity, 0));
+  }
 };
 
 // Stores the complete document in `document` where `to` says, validated when it asks for that. The

@@ -19,6 +19,7 @@ namespace orvxml {
 
 namespace {
 
+constexpr char kModule[] = "qrkcomp";
 constexpr int32_t kUtf8CodePage = 1208;
 
 // What a byte of ASCII text is in a document.
@@ -146,8 +147,9 @@ void DocumentText::makeRoom(size_t size) {
   end_ = at_ + size;
 }
 
-int DocumentText::begin(QrkOutbuf* out, std::string_view header) {
+int DocumentText::begin(QrkOutbuf* out, std::string_view header, uint32_t sizeLimit) {
   out_ = out;
+  sizeLimit_ = sizeLimit;
   at_ = piece_.get();
   end_ = at_ + kMemoryPiece;
   const std::string_view declaration = header.substr(0, header.find('>'));
@@ -162,6 +164,9 @@ int DocumentText::flush() {
   *at_ = 0;
   if (qrkBufAppend(report_.ctx, out_, piece_.get()) != 0) {
     return failed(report_, Msg::QRKQ002E);
+  }
+  if (qrkBufGetSize(report_.ctx, out_) > sizeLimit_) {
+    return failed(report_, Msg::QRKG017E, "resultDoc", buildStamp(), kModule, __LINE__);
   }
   at_ = piece_.get();
   if (out_->loctype != QRK_LOC_FILE || end_ == at_ + kFilePiece) return 0;

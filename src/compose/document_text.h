@@ -23,8 +23,9 @@ class DocumentText {
 
   DocumentText(QrkStruct* ctx, int* errCode, char* msg);
 
-  // Starts a new document in `out`, which has been acquired, with its header. 0 or -1.
-  int begin(QrkOutbuf* out, std::string_view header);
+  // Starts a new document in `out`, which has been acquired, with its header. Once it has more than
+  // `sizeLimit` bytes, handing text on fails with QRKG017E. 0 or -1.
+  int begin(QrkOutbuf* out, std::string_view header, uint32_t sizeLimit = kNoSizeLimit);
 
   // Appends markup that is right as it stands, in the database code page. 0, or -1 with QRKQ002E
   // when the buffer refuses it.
@@ -42,7 +43,7 @@ class DocumentText {
   // The same for a character large object, read in pieces through its locator.
   int appendLargeObject(int32_t locator, std::string_view column);
 
-  // Hands everything on. 0, or -1 with QRKQ002E.
+  // Hands everything on. 0, or -1 with QRKQ002E or QRKG017E.
   int flush();
 
  private:
@@ -57,6 +58,7 @@ class DocumentText {
 
   Report report_;
   QrkOutbuf* out_ = nullptr;
+  uint32_t sizeLimit_ = kNoSizeLimit;
   std::unique_ptr<char[]> piece_;  // with room for a terminator
   char* at_;                       // where the next text goes
   char* end_;                      // of the piece

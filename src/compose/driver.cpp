@@ -273,10 +273,12 @@ int Composition::composeObject(SqlComposition& objects) {
                     QRK_LOC_MEMORY, report_.errCode, report_.msg, 0)) {
     return -1;
   }
-  const int rc = objects.writeDocument(document.get());
+  const bool isReturned = delivery_.toTable() || documents_ == 0;
+  const int rc =
+      objects.writeDocument(document.get(), isReturned ? delivery_.sizeLimit() : kNoSizeLimit);
   if (rc == kKeyIsNull) return 0;
   if (rc != 0) return rc;
-  if ((delivery_.toTable() || documents_ == 0) &&
+  if (isReturned &&
       deliverDocument(ctx_, delivery_, document.get(), report_.errCode, report_.msg)) {
     return -1;
   }

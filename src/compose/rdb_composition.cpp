@@ -143,7 +143,8 @@ int RdbComposition::qrkGenOneDoc(TableQuery* table) {
                     QRK_LOC_MEMORY, report_.errCode, report_.msg, 0)) {
     return -1;
   }
-  if (text_.begin(document.get(), header_) || document_.write(root_, table) || text_.flush()) {
+  if (text_.begin(document.get(), header_, to_.sizeLimit()) || document_.write(root_, table) ||
+      text_.flush()) {
     return -1;
   }
   return deliverDocument(report_.ctx, to_, document.get(), report_.errCode, report_.msg) ? -1 : 0;

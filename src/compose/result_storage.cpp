@@ -2,7 +2,6 @@
 // mapping asks for it.
 #include "src/compose/result_storage.h"
 
-#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -77,7 +76,7 @@ int fillClob(const Report& report, const Delivery& to, QrkOutbuf* document) {
   const char* const content = qrkBufGetContent(report.ctx, document);
   if (!content) return failed(report, Msg::QRKQ002E);
   const uint32_t size = qrkBufGetSize(report.ctx, document);
-  if (size > static_cast<uint32_t>(std::max(to.clobCapacity, 0))) {
+  if (size > to.sizeLimit()) {
     return failed(report, Msg::QRKG017E, "resultDoc", buildStamp(), kModule, __LINE__);
   }
   if (document->loctype == QRK_LOC_MEMORY) {

@@ -13,11 +13,11 @@ SqlDocument::SqlDocument(const SqlCall& call, const DOM_Element& dadRoot, LevelQ
       top_(top),
       text_(call.report.ctx, call.report.errCode, call.report.msg) {}
 
-int SqlDocument::qrkGenXMLDoc(QrkOutbuf* document) {
+int SqlDocument::qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit) {
   if (!hasHeader_) {
     if (int rc = prepareHeader()) return rc;
   }
-  if (int rc = text_.begin(document, header_)) return rc;
+  if (int rc = text_.begin(document, header_, sizeLimit)) return rc;
   int rc = qrkGenXMLElement(root_, top_);
   QRK_TRACE(call_.report.ctx, "call qrkGenXMLElement() returns %d.", rc);
   if (rc == 0) rc = text_.flush();

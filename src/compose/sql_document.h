@@ -55,7 +55,7 @@ class SqlDocument {
 
   // Appends the document of the top query's current object. 0, kKeyIsNull when its root is left
   // out, or the status of the failure.
-  int qrkGenXMLDoc(QrkOutbuf* document);
+  int qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit);
 
  private:
   int prepareHeader();

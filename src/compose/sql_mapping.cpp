@@ -49,8 +49,8 @@ int SqlComposition::nextObject() {
   return impl_->nextObject();
 }
 
-int SqlComposition::writeDocument(QrkOutbuf* document) {
-  return impl_->document().qrkGenXMLDoc(document);
+int SqlComposition::writeDocument(QrkOutbuf* document, uint32_t sizeLimit) {
+  return impl_->document().qrkGenXMLDoc(document, sizeLimit);
 }
 
 int SqlComposition::close() {

@@ -30,9 +30,9 @@ class SqlComposition {
   int open();
   // Goes to the next object: 0, SQL_NO_DATA at the end, or the status of the failure.
   int nextObject();
-  // Appends the document of the current object. 0, kKeyIsNull when the object has none because its
-  // root is left out, or the status of the failure.
-  int writeDocument(QrkOutbuf* document);
+  // Appends the document of the current object, which may have `sizeLimit` bytes. 0, kKeyIsNull
+  // when the object has none because its root is left out, or the status of the failure.
+  int writeDocument(QrkOutbuf* document, uint32_t sizeLimit);
   // Closes the top query and frees everything. 0, or -1 with the diagnostics in `msg`.
   int close();
 

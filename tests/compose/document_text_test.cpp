@@ -141,6 +141,26 @@ TEST(DocumentTextTest, LongDocumentsGoOnInAFile) {
   }
 }
 
+// The temporary file of a document that nobody takes must not grow with it.
+TEST(DocumentTextTest, DocumentsBeyondTheirLimitEndEarly) {
+  CallContext call;
+  for (const uint32_t limit : {0U, 100U, 20000U, 1000000U}) {
+    SCOPED_TRACE(limit);
+    OutBuffer buffer(&call.ctx);
+    ASSERT_EQ(qrkBufAcquire(&call.ctx, buffer.get(), 4096, 32766, QRK_LOC_MEMORY, &call.code,
+                            call.msg, 0),
+              0);
+    DocumentText text(&call.ctx, &call.code, call.msg);
+    int rc = text.begin(buffer.get(), "<a>", limit);
+    for (int i = 0; rc == 0 && i < 100000; ++i) rc = text.append("<b>0123456789</b>");
+    if (rc == 0) rc = text.flush();
+    EXPECT_EQ(rc, -1);
+    EXPECT_EQ(call.code, -124);
+    EXPECT_TRUE(std::string(call.msg).starts_with("QRKG017E  The limit for resultDoc "));
+    EXPECT_LE(buffer->size, limit + DocumentText::kFilePiece);
+  }
+}
+
 TEST(DocumentTextTest, HeadersWithWhichNothingParsesAreRefused) {
   struct Case {
     const char* label;

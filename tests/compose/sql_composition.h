@@ -94,7 +94,7 @@ inline Composed composeSql(const std::string& statement, const std::string& tree
       EXPECT_EQ(qrkBufAcquire(ctx, buffer.get(), kDocumentInitialSize, kNoSizeLimit, QRK_LOC_MEMORY,
                               &call.code, call.context.msg, 0),
                 0);
-      rc = objects.writeDocument(buffer.get());
+      rc = objects.writeDocument(buffer.get(), kNoSizeLimit);
       if (rc == kKeyIsNull) {
         rc = 0;
         continue;
