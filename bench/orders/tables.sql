@@ -17,3 +17,4 @@ create table lines (
   foreign key (order_no) references orders (order_no));
 
 create table result (doc clob(100m));
+create table narrow (doc clob(100));
