@@ -26,7 +26,8 @@ int RdbDocument::qrkProcElementNode(DadNode& node, TableQuery* current, int dept
 int RdbDocument::writeChild(DadNode& parent, DadNode& child, TableQuery*& current, int depth) {
   if (!child.isMet && plan_.meet(&parent, child)) return -1;
   bool isStarted = false;
-  if (startQuery(child, current, depth, isStarted)) return -1;
+  const bool isSettled = current && current == child.settledFor;
+  if (!isSettled && startQuery(child, current, depth, isStarted)) return -1;
   if (child.kind != DadNodeKind::Element) return qrkProcAttTextNode(child);
   return isStarted ? writeRows(child, *current, depth)
                    : qrkProcElementNode(child, current, depth + 1);
@@ -35,7 +36,6 @@ int RdbDocument::writeChild(DadNode& parent, DadNode& child, TableQuery*& curren
 // Decides which table the child's values come from and whether its query has to run for that; if
 // so, it is at its first row afterwards.
 int RdbDocument::startQuery(DadNode& child, TableQuery*& current, int depth, bool& isStarted) {
-  if (current && current == child.settledFor) return 0;
   const bool isInCurrent = current && (child.members & current->self()) != 0;
   const bool mayBeTop = child.tops != 0 && child.kind != DadNodeKind::Text && !isInCurrent;
   TableQuery* top = mayBeTop ? queries_.firstClosed(child.tops) : nullptr;
