@@ -3,8 +3,6 @@
 #include <exception>
 #include <optional>
 
-#include <xercesc/sax/SAXException.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
@@ -14,39 +12,21 @@
 #include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
 #include "src/dad/document_source.h"
+#include "src/foundation/parser_failures.h"
 
 namespace orvxml {
 
 namespace {
 
 constexpr const char* kModule = "qrkSgDoc";
-constexpr const char* kParserState = "38X13";  // every failure of the parser, whatever its message
 constexpr const char* kSuccessState = "00000";
 constexpr int kEncodingSize = 1025;
 constexpr int kTracedCharacters = 299;
 constexpr int kParseLine = 1649;
 
-void setState(char* sqlstate, const char* state) {
-  std::strcpy(sqlstate, state);
-}
-
-std::string converted(QrkStruct* ctx, const XMLCh* text) {
-  std::string out;
-  if (text) toDatabase(ctx, text, out);
-  return out;
-}
-
-// A failure of the parser: the message's own SQLSTATE does not matter.
-template <class... Args>
-int parserError(const Report& report, const Args&... position) {
-  fail(report, Msg::QRKQ047E, position...);
-  setState(report.sqlState, kParserState);
-  return -1;
-}
-
 int parserCrash(const Report& report, int line) {
   failInternal(report, kModule, line);
-  setState(report.sqlState, kParserState);
+  setSqlState(report, kParserState);
   return -1;
 }
 
@@ -77,15 +57,8 @@ int parse(const Report& report, Parse& parse, const DocumentSource& source, DOM_
     parse.parser.parseDocument(*source.input, source.bytes);
     result = DOM_Document(parse.parser.takeDocument());
     return 0;
-  } catch (const xercesc::SAXParseException& e) {
-    return parserError(report, e.getLineNumber(), e.getColumnNumber(),
-                       converted(report.ctx, e.getMessage()));
-  } catch (const xercesc::XMLException& e) {
-    return parserError(report, e.getSrcLine(), "", converted(report.ctx, e.getMessage()));
-  } catch (const xercesc::SAXException& e) {
-    return parserError(report, "", "", converted(report.ctx, e.getMessage()));
   } catch (...) {
-    return parserCrash(report, kParseLine);
+    return reportParserException(report) ? -1 : parserCrash(report, kParseLine);
   }
 }
 
@@ -107,7 +80,8 @@ int qrkInitializeParser(QrkStruct* ctx, char* sqlstate, char* msg) {
       char text[kMessageSize] = "";
       getLastErrorMessage(text);
       QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() failed: %s", text);
-      return parserError(report, 0, 0, text);
+      reportParserError(report, 0, 0, text);
+      return -1;
     }
     case kCrashed:
       QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() crashed w/o any XMLException.");
@@ -127,8 +101,8 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
            char* sqlstate, char* msg) {
   QRK_TRACE(ctx, "Entered, input docLoc=%d, input_src %d\ndoc='%.*s...'", inMemory, useDbEncoding,
             kTracedCharacters, document ? document : "");
-  setState(sqlstate, kSuccessState);
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  setSqlState(report, kSuccessState);
   DocumentSource source;
   if (!openDocument(report, document, inMemory != 0, source)) return -1;
   std::optional<Parse> state;
@@ -138,13 +112,12 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
       if (int rc = overrideEncoding(report, source)) return rc;
     }
   } catch (const std::exception&) {
-    fail(report, Msg::QRKG002E);
-    return -1;
+    return failed(report, Msg::QRKG002E);
   } catch (const xercesc::OutOfMemoryException&) {
-    fail(report, Msg::QRKG002E);
+    return failed(report, Msg::QRKG002E);
+  } catch (const xercesc::XMLException&) {
+    reportParserException(report);
     return -1;
-  } catch (const xercesc::XMLException& e) {
-    return parserError(report, e.getSrcLine(), "", converted(ctx, e.getMessage()));
   }
   return parse(report, *state, source, result);
 }

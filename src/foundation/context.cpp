@@ -11,12 +11,12 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/parser.h"
 #include "orvxml/trace.h"
+#include "src/foundation/parser_failures.h"
 
 namespace orvxml {
 namespace {
 
 constexpr const char* kThresholdVariable = "ORVQRK_MIN_TMPFILE_SIZE";
-constexpr const char* kParserState = "38X13";
 
 // A decimal byte count; a number out of range is the nearest in range, any other text is 0.
 int32_t parseThreshold(std::string_view text) {

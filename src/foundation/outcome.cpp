@@ -7,6 +7,7 @@
 #include "orvxml/context.h"
 #include "orvxml/trace.h"
 #include "src/foundation/cli_diagnostics.h"
+#include "src/foundation/parser_failures.h"
 
 namespace orvxml {
 namespace {
@@ -14,8 +15,7 @@ namespace {
 constexpr size_t kMaxArguments = 6;
 constexpr char kTokenSeparator = '\xFF';
 constexpr int32_t kUnknownState = std::numeric_limits<int32_t>::min();
-constexpr const char* kParserState = "38X13";  // stands in no row of the table
-constexpr int32_t kParserCode = -85;
+constexpr int32_t kParserCode = -85;  // of the SQLSTATE that stands in no row of the table
 
 int indexOf(Msg message) {
   return static_cast<int>(message);

@@ -14,6 +14,4 @@ namespace orvxml {
 bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
                    const xercesc::InputSource& source);
 
-void setSqlState(const Report& report, const char* state);
-
 }  // namespace orvxml

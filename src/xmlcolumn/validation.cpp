@@ -16,6 +16,7 @@
 #include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
 #include "src/dad/document_source.h"
+#include "src/foundation/parser_failures.h"
 #include "src/xmlcolumn/document_parse.h"
 
 namespace orvxml {
