@@ -3,46 +3,17 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <optional>
-#include <sstream>
 #include <string>
 
 #include "orvxml/context.h"
+#include "tests/support/environment.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvxml::unittest {
 
-// An environment variable for the time of a test; null: not set.
-class Variable {
- public:
-  Variable(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    set(value);
-  }
-  ~Variable() { set(old_ ? old_->c_str() : nullptr); }
-  Variable(const Variable&) = delete;
-  Variable& operator=(const Variable&) = delete;
-
- private:
-  void set(const char* value) { value ? setenv(name_, value, 1) : unsetenv(name_); }
-  const char* name_;
-  std::optional<std::string> old_;
-};
-
 using Folder = test::TemporaryFolder;
-
-inline size_t fileCount(const Folder& folder) {
-  return static_cast<size_t>(std::distance(std::filesystem::directory_iterator(folder.path()), {}));
-}
-
-inline std::string readFile(const std::string& path) {
-  std::ostringstream text;
-  text << std::ifstream(path).rdbuf();
-  return text.str();
-}
+using test::readFile;
+using test::Variable;
 
 struct CallContext {
   explicit CallContext(const char* encoding = "UTF-8", int codePage = 1208,
@@ -57,7 +28,7 @@ struct CallContext {
   CallContext(const CallContext&) = delete;
   CallContext& operator=(const CallContext&) = delete;
 
-  Variable instance{"ORVINSTANCE", "foundationtest"};
+  Variable instance{"ORVINSTANCE", test::instanceName().c_str()};
   QrkStruct ctx{};
   char state[kSqlStateSize] = "";
   char msg[kMessageSize] = "";

@@ -43,7 +43,7 @@ TEST(ContextTest, AContextIsReleasedWhateverHappens) {
 }
 
 TEST(ContextTest, AProcedureHasOneCodePage) {
-  const Variable instance("ORVINSTANCE", "foundationtest");
+  const Variable instance("ORVINSTANCE", test::instanceName().c_str());
   for (const int codePage : {1208, 819}) {
     orv::Outcome outcome;
     const auto session = orv::Session::create(":memory:", codePage, outcome);

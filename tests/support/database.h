@@ -8,7 +8,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
@@ -19,6 +18,7 @@
 #include "orv/apie.h"
 #include "orv/session.h"
 #include "orvxml/context.h"
+#include "tests/support/environment.h"
 
 namespace orvxml::test {
 
@@ -29,19 +29,10 @@ inline std::string bindList() {
   return ORVXML_BINARY_DIR "/share/orvxml/bnd/@qrkbind.lst";
 }
 
-// The instance of this test: the trace of an instance is switched for all its processes, and tests
-// run side by side.
-inline std::string instanceName() {
-  return "orvxmltest" + std::to_string(getpid());
-}
-inline void setInstance() {
-  setenv("ORVINSTANCE", instanceName().c_str(), 1);
-}
-
 class Database {
  public:
   explicit Database(int codePage = 1208, const std::string& url = ":memory:", bool bound = true) {
-    setInstance();
+    setenv("ORVINSTANCE", instanceName().c_str(), 1);
     orv::Outcome outcome;
     session_ = orv::Session::create(url, codePage, outcome);
     if (!session_) throw std::runtime_error("no database: " + outcome.message);

@@ -3,13 +3,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <optional>
 #include <ostream>
-#include <sstream>
 
 #include "orvxml/procedures.h"
 #include "tests/support/database.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orvxml::test {
 
@@ -22,14 +21,6 @@ struct CallOutcome {
 };
 inline std::ostream& operator<<(std::ostream& out, const CallOutcome& outcome) {
   return out << outcome.code << ' ' << outcome.message;
-}
-
-inline std::string readFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file.good()) << path;
-  std::ostringstream content;
-  content << file.rdbuf();
-  return content.str();
 }
 
 inline std::string withoutNewline(std::string text) {
