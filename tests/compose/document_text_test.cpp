@@ -40,7 +40,7 @@ class TextTest {
     if (rc == 0) rc = text.flush();
     if (rc != 0) return {rc, code, msg};
     const char* content = qrkBufGetContent(ctx_, buffer.get());
-    return {0, 0, buffer->loctype == QRK_LOC_FILE ? unittest::readFile(content) : content};
+    return {0, 0, buffer->loctype == QRK_LOC_FILE ? test::readFile(content) : content};
   }
 
   Written value(std::string_view value) {

@@ -2,7 +2,6 @@
 #include <fnmatch.h>
 
 #include "orvxml/composition.h"
-#include "tests/foundation/call_context.h"
 #include "tests/support/decompose_calls.h"
 
 namespace orvxml::test {
@@ -62,7 +61,7 @@ class DriverTest : public testing::Test {
   // No cursor, no locator and no file is left of any composition.
   ~DriverTest() override {
     db_.run("DROP TABLE O");
-    EXPECT_EQ(unittest::fileCount(folder_), 0u);
+    EXPECT_TRUE(folder_.isEmpty());
   }
 
   void insert(int id, const char* name) {
@@ -97,7 +96,7 @@ class DriverTest : public testing::Test {
   void clear() { db_.run("DELETE FROM R", results().empty() ? 100 : 0); }
 
   const TemporaryFolder folder_;
-  const unittest::Variable folderForFiles_{"ORVQRKTEMP", folder_.path().c_str()};
+  const Variable folderForFiles_{"ORVQRKTEMP", folder_.path().c_str()};
   DecomposeDatabase db_;
   CallContext call_;
   int32_t count_ = 0, valid_ = 0, code_ = 0;
@@ -443,7 +442,7 @@ TEST(DriverSetUpTest, AConnectionThatFailsIsTracedAndReported) {
   EXPECT_EQ(count, 99);
   EXPECT_EQ(fnmatch("QRKG006E  Internal Error SQLSTATE=08003, RC=-1, *CLIMSG=ORV*", call.msg, 0), 0)
       << call.msg;
-  const std::string trace = unittest::readFile(folder.path("trace"));
+  const std::string trace = readFile(folder.path("trace"));
   EXPECT_NE(trace.find(":\t\tcannot connect to db rc = -1, sqlstate = 08003\n"), trace.npos)
       << trace;
 }

@@ -2,10 +2,7 @@
 // every parameter that is null, of a wrong type, too long or no name.
 #include <fnmatch.h>
 
-#include <filesystem>
-
 #include "tests/support/compose_calls.h"
-#include "tests/support/temporary_folder.h"
 
 namespace orvxml::test {
 namespace {
@@ -281,7 +278,7 @@ TEST_F(ComposeProcedures, ValidationResults) {
 
 TEST_F(ComposeProcedures, DocumentsAroundTheSizeOfTheirParameter) {
   const TemporaryFolder folder;
-  setenv("ORVQRKTEMP", folder.path().c_str(), 1);
+  const Variable temporary("ORVQRKTEMP", folder.path().c_str());
   const size_t markup = itemDocument(1, "").size();
   const size_t whole = 1048576;
   for (const auto& [size, fits] :
@@ -302,8 +299,7 @@ TEST_F(ComposeProcedures, DocumentsAroundTheSizeOfTheirParameter) {
   expectOutcome(
       db_.compose(ComposeForm::List, {.source = mapping("", comment + "-->"), .table = "result"}),
       0, kDone);
-  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-  unsetenv("ORVQRKTEMP");
+  EXPECT_TRUE(folder.isEmpty());
 }
 
 // ---- Descriptors as no registered procedure makes them.
@@ -515,7 +511,7 @@ TEST_F(ComposeProcedures, WhatADescriptorGivesBack) {
 }
 
 TEST_F(ComposeProcedures, AnAbsentInstanceGivesNothingBack) {
-  unsetenv("ORVINSTANCE");
+  const Variable none("ORVINSTANCE", nullptr);
   for (const ComposeForm form : kComposeForms) {
     for (const Text& table : {Text(), Text("result")}) {
       const ComposeOutcome outcome = db_.compose(form, {.source = mapping(), .table = table});
@@ -524,7 +520,6 @@ TEST_F(ComposeProcedures, AnAbsentInstanceGivesNothingBack) {
       EXPECT_EQ(outcome.count.value_or(0), 0);
     }
   }
-  setInstance();
 }
 
 }  // namespace

@@ -2,10 +2,7 @@
 // the result of their validation.
 #include <fnmatch.h>
 
-#include <filesystem>
-
 #include "orvxml/composition.h"
-#include "tests/foundation/call_context.h"
 #include "tests/support/decompose_calls.h"
 
 namespace orvxml::test {
@@ -40,7 +37,7 @@ class ResultStorageTest : public testing::Test {
     const int rc = deliverDocument(call_, to_, &document_, &code_, call_.msg);
     EXPECT_EQ(rc != 0, code_ != 0);
     EXPECT_EQ(document_.data, nullptr);
-    EXPECT_EQ(unittest::fileCount(folder_), 0u);
+    EXPECT_TRUE(folder_.isEmpty());
     return code_;
   }
 
@@ -49,7 +46,7 @@ class ResultStorageTest : public testing::Test {
   }
 
   const TemporaryFolder folder_;
-  const unittest::Variable folderForFiles_{"ORVQRKTEMP", folder_.path().c_str()};
+  const Variable folderForFiles_{"ORVQRKTEMP", folder_.path().c_str()};
   DecomposeDatabase db_;
   CallContext call_;
   QrkOutbuf document_{};
@@ -174,9 +171,10 @@ TEST_F(ResultStorageTest, Validation) {
   db_.run(
       "insert into orvxml.dtd_ref (dtdid, content, usage_count) values ('d.dtd',"
       " '<!ELEMENT p (#PCDATA)>', 0)");
-  const std::string schema = folder_.path() + ".xsd";
-  std::ofstream(schema) << "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>"
-                           "<xs:element name='p' type='xs:string'/></xs:schema>";
+  const TemporaryFolder schemas;
+  const std::string schema = schemas.write("p.xsd",
+                                           "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>"
+                                           "<xs:element name='p' type='xs:string'/></xs:schema>");
   const std::u16string location(schema.begin(), schema.end());
   const ValidationSource registered{kValidateByDtd, "d.dtd"};
   const ValidationSource unknown{kValidateByDtd, "e.dtd"};
@@ -213,7 +211,6 @@ TEST_F(ResultStorageTest, Validation) {
     EXPECT_EQ(db_.rows("SELECT DOC, \"v\" FROM DOCS"), (Rows{{c.document, c.valid}}));
     db_.run("DELETE FROM DOCS");
   }
-  std::filesystem::remove(schema);
 }
 
 }  // namespace

@@ -1,12 +1,9 @@
 // Which rows come out of which document, what stays behind after a failure, and that nothing else
 // does.
-#include <filesystem>
-
 #include "orvxml/row_extraction.h"
-#include "orvxml/trace.h"
 #include "tests/decompose/mapping_texts.h"
 #include "tests/support/decompose_calls.h"
-#include "tests/support/temporary_folder.h"
+#include "tests/support/instance_trace.h"
 
 namespace orvxml::test {
 namespace {
@@ -122,37 +119,25 @@ TEST(DecomposeRows, RowsBeforeAFailureStayPending) {
 // A document above the threshold travels through a temporary file, which goes with the call.
 TEST(DecomposeRows, NoTemporaryFileIsLeftBehind) {
   const TemporaryFolder folder;
-  setenv("ORVQRKTEMP", folder.path().c_str(), 1);
+  const Variable temporary("ORVQRKTEMP", folder.path().c_str());
   const std::string large = "<!--" + std::string(kMinFileThreshold, ' ') + "-->" + manyChildren(9);
   DecomposeDatabase db;
   db.runScript(kParentAndChild);
   EXPECT_EQ(callListForm("qrkShredXML", parentAndChild(), large), kDone);
   EXPECT_EQ(db.rows("select count(*) from c"), (Rows{{"9"}}));
   EXPECT_EQ(callListForm("qrkShredXML", parentAndChild(), large + "<").code, -85);
-  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-  unsetenv("ORVQRKTEMP");
+  EXPECT_TRUE(folder.isEmpty());
 }
 
 // The rows are the same while every step is traced.
 TEST(DecomposeRows, TraceShowsTheSteps) {
-  const TemporaryFolder folder;
-  std::string instance = instanceName();
-  char message[kMessageSize];
-  int code = 0;
-  ASSERT_EQ(qrkTraceOn(nullptr, const_cast<char*>(folder.path().c_str()), instance.data(), message,
-                       &code),
-            0)
-      << message;
+  const InstanceTrace traced;
   DecomposeDatabase db;
   db.runScript(kParentAndChild);
   EXPECT_EQ(callListForm("qrkShredXML", parentAndChild(), "<p k='1'><c v='x'/><c v='y'/></p>"),
             kDone);
-  qrkTraceOff(nullptr, instance.data(), message, &code);
   EXPECT_EQ(db.rows("select k, v from c order by v"), (Rows{{"1", "x"}, {"1", "y"}}));
-  std::string trace;
-  for (const auto& file : std::filesystem::directory_iterator(folder.path())) {
-    trace += readFile(file.path());
-  }
+  const std::string trace = traced.text();
   for (const char* line :
        {"Entered the stored procedure.", "codepage is 1208", "Entered, notEnabled=1",
         "CLI setup completed.", "call qrkSetRel() returns 0.", "parent_name='p'", "K='1'",

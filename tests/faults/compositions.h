@@ -2,10 +2,7 @@
 // a CLOB column, child rows, a validation and a document that goes through a temporary file.
 #pragma once
 
-#include <filesystem>
-
 #include "tests/support/compose_calls.h"
-#include "tests/support/temporary_folder.h"
 
 namespace orvxml::test {
 
@@ -38,7 +35,6 @@ inline bool hasLostUnitOfWork(Database& db) {
 class CompositionFaults : public testing::TestWithParam<FaultyComposition> {
  protected:
   CompositionFaults() : arguments_(GetParam().arguments) {
-    setenv("ORVQRKTEMP", folder_.path().c_str(), 1);
     db_.runScript(
         "create table orders (k integer, note clob(1m));"
         "create table part (o integer, k integer, color varchar(9));"
@@ -63,7 +59,6 @@ class CompositionFaults : public testing::TestWithParam<FaultyComposition> {
     stored_ = db_.rows("select * from result");
     db_.run("rollback to savepoint before_call");
   }
-  ~CompositionFaults() override { unsetenv("ORVQRKTEMP"); }
 
   void beginOwnWork() {
     db_.run("insert into result (doc) values ('mine')");
@@ -73,7 +68,7 @@ class CompositionFaults : public testing::TestWithParam<FaultyComposition> {
   // A failure is one to its last output, a success is whole; the caller's row is there, no file is
   // left, and what the call stored can be undone.
   void judge(const ComposeOutcome& outcome) {
-    EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+    EXPECT_TRUE(folder_.isEmpty());
     if (outcome.code < 0 && hasLostUnitOfWork(db_)) return beginOwnWork();
     if (outcome.code < 0) {
       EXPECT_NE(outcome.message, "");
@@ -96,7 +91,8 @@ class CompositionFaults : public testing::TestWithParam<FaultyComposition> {
     judge(db_.compose(ComposeForm::List, arguments_));
   }
 
-  TemporaryFolder folder_;
+  const TemporaryFolder folder_;
+  const Variable folderForFiles_{"ORVQRKTEMP", folder_.path().c_str()};
   ComposeDatabase db_;
   ComposeArguments arguments_;
   ComposeOutcome success_;

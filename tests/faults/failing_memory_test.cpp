@@ -12,11 +12,7 @@ constexpr char kExample[] = ORVXML_SOURCE_DIR "/examples/invoices/";
 
 class FailingMemoryTest : public testing::Test {
  protected:
-  FailingMemoryTest() {
-    setenv("ORVQRKTEMP", folder_.path().c_str(), 1);
-    db_.runScript(readFile(std::string(kExample) + "tables.sql"));
-  }
-  ~FailingMemoryTest() override { unsetenv("ORVQRKTEMP"); }
+  FailingMemoryTest() { db_.runScript(readFile(std::string(kExample) + "tables.sql")); }
 
   // Lets the `countdown`-th allocation of the call itself fail; 0: none.
   CallOutcome shred(long countdown = 0) {
@@ -47,7 +43,8 @@ class FailingMemoryTest : public testing::Test {
   }
 
   bool fired_ = false;  // an allocation has failed
-  TemporaryFolder folder_;
+  const TemporaryFolder folder_;
+  const Variable folderForFiles_{"ORVQRKTEMP", folder_.path().c_str()};
   DecomposeDatabase db_;
   std::string dad_ = readFile(std::string(kExample) + "invoices.dad");
   std::string document_ = readFile(std::string(kExample) + "documents/c-1001.xml");
@@ -79,7 +76,7 @@ TEST_F(FailingMemoryTest, ACallFailsWholeOrSucceeds) {
     if (HasFailure()) return;
   }
   EXPECT_GT(failures, 100);
-  EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
+  EXPECT_TRUE(folder_.isEmpty());
   EXPECT_EQ(shred(), success);
   db_.run("commit");
   EXPECT_EQ(counts()[0], "2");

@@ -1,39 +1,15 @@
 // Files that cannot grow any more, as on a full disk: the failure has its message, nothing is left
 // behind, and the caller's rows and database stay what they were.
-#include <sys/resource.h>
-
-#include <csignal>
-
 #include "tests/faults/compositions.h"
 
 namespace orvxml::test {
 namespace {
 
-// While it lives, no file of this process grows beyond `bytes`.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit limit{bytes, before_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, handler_);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
- private:
-  void (*handler_)(int);
-  rlimit before_{};
-};
-
 constexpr char kExample[] = ORVXML_SOURCE_DIR "/examples/invoices/";
 
 TEST(FullDiskTest, ADocumentThatFindsNoRoomInATemporaryFile) {
   const TemporaryFolder folder;
-  setenv("ORVQRKTEMP", folder.path().c_str(), 1);
+  const Variable temporary("ORVQRKTEMP", folder.path().c_str());
   DecomposeDatabase db;
   db.runScript(readFile(std::string(kExample) + "tables.sql"));
   db.run("insert into customer (customer_no, name) values ('MINE', 'pending')");
@@ -48,12 +24,11 @@ TEST(FullDiskTest, ADocumentThatFindsNoRoomInATemporaryFile) {
       outcome = callListForm("qrkShredXML", dad, document);
     }
     EXPECT_EQ(outcome, (CallOutcome{-49, "QRKC003E  Unable to write to the specified file."}));
-    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    EXPECT_TRUE(folder.isEmpty());
     EXPECT_EQ(db.rows("select customer_no from customer"), (Rows{{"MINE"}}));
   }
   EXPECT_EQ(callListForm("qrkShredXML", dad, document).code, 0);
   EXPECT_EQ(db.rows("select count(*) from customer"), (Rows{{"2"}}));
-  unsetenv("ORVQRKTEMP");
 }
 
 class FullDiskForDocuments : public CompositionFaults {};
@@ -74,9 +49,10 @@ TEST_P(FullDiskForDocuments, AComposedDocumentThatFindsNoRoomInATemporaryFile) {
     }
     judge(outcome);
   }
-  setenv("ORVQRKTEMP", "/proc", 1);  // takes no files
-  judge(expectNoRoom());
-  setenv("ORVQRKTEMP", folder_.path().c_str(), 1);
+  {
+    const Variable takesNoFiles("ORVQRKTEMP", "/proc");
+    judge(expectNoRoom());
+  }
   expectNothingLeftOpen();
 }
 
