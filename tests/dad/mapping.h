@@ -13,7 +13,7 @@ namespace orvxml::unittest {
 
 // The DAD of a collection: what stands in the top RDB_node, and what stands in the root element.
 inline std::string collection(const std::string& tables, const std::string& content,
-                              const std::string& root = "root") {
+                              const std::string& root = "doc") {
   return "<DAD><Xcollection><root_node><element_node name='" + root + "'><RDB_node>" + tables +
          "</RDB_node>" + content + "</element_node></root_node></Xcollection></DAD>";
 }

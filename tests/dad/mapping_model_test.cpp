@@ -52,7 +52,7 @@ TEST(MappingModelTest, OrdersPartsAndShipments) {
                                             textElement("note", column("\"ship Tab\"", "n"))))));
   ASSERT_EQ(mapping.rc, 0) << mapping.message();
   EXPECT_EQ(describe(mapping.model),
-            ".ORDER_TAB top=root ORDER_KEY@key0 CUSTOMER_NAME=name2\n"
+            ".ORDER_TAB top=doc ORDER_KEY@key0 CUSTOMER_NAME=name2\n"
             "S.PART_TAB top=part key@key1 ORDER_KEY>ORDER_KEY\n"
             ".ship Tab top=shipment MODE=mode3 N=note3 PART_KEY>key\n");
   const rel& model = mapping.model;
@@ -390,23 +390,23 @@ TEST(MappingModelTest, OverridesReplaceTheConditionsOfTheColumnsTheySelect) {
   };
   const Case cases[] = {
       {"none", {}, "own AND own AND own", {}},
-      {"an attribute", {{u"/root/@i", "= 1"}}, t + "\"I\" = 1 AND own AND own", {1}},
+      {"an attribute", {{u"/doc/@i", "= 1"}}, t + "\"I\" = 1 AND own AND own", {1}},
       {"the first of two elements",
-       {{u"/root/e", "> 2"}},
+       {{u"/doc/e", "> 2"}},
        "own AND " + t + "\"E\" > 2 AND own",
        {1}},
       {"both elements",
-       {{u"/root/e", "> 2"}, {u"//e", "< 9"}},
+       {{u"/doc/e", "> 2"}, {u"//e", "< 9"}},
        "own AND " + t + "\"E\" > 2 AND " + t + "\"E\" < 9 AND own",
        {1, 1}},
-      {"removed", {{u"/root/e", ""}}, "own AND own", {1}},
+      {"removed", {{u"/doc/e", ""}}, "own AND own", {1}},
       {"removed, then replaced",
-       {{u"/root/e", ""}, {u"/root/e", "> 2"}},
+       {{u"/doc/e", ""}, {u"/doc/e", "> 2"}},
        "own AND " + t + "\"E\" > 2 AND own",
        {1, 1}},
-      {"an element is no attribute", {{u"/root/@e", "= 1"}}, "own AND own AND own", {0}},
-      {"an attribute is no element", {{u"/root/i", "= 1"}}, "own AND own AND own", {0}},
-      {"the parent of a text is not it", {{u"/root", "= 1"}}, "own AND own AND own", {0}},
+      {"an element is no attribute", {{u"/doc/@e", "= 1"}}, "own AND own AND own", {0}},
+      {"an attribute is no element", {{u"/doc/i", "= 1"}}, "own AND own AND own", {0}},
+      {"the parent of a text is not it", {{u"/doc", "= 1"}}, "own AND own AND own", {0}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
