@@ -20,11 +20,6 @@ void sqlite(const std::string& path, const char* sql) {
   sqlite3_close(database);
 }
 
-std::string fileContent(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 TEST(EngineCatalogTest, TablesOfAllTypesAreDescribed) {
   EngineDatabase database(":memory:");
   runSteps(
@@ -206,7 +201,7 @@ TEST(EngineCatalogTest, FilesOfOtherProgramsAreUsedAsTheyAre) {
   TemporaryFolder folder;
   std::string path = folder.path("other.db");
   sqlite(path, kOtherProgram);
-  const std::string before = fileContent(path);
+  const std::string before = orvxml::test::readFile(path);
   EngineDatabase database(path, false);
   runSteps(
       database,
@@ -234,7 +229,7 @@ TEST(EngineCatalogTest, FilesOfOtherProgramsAreUsedAsTheyAre) {
           {"SELECT * FROM BROKEN", "-204 42704 APP.BROKEN"},
       });
   database.engine().commit();
-  EXPECT_EQ(fileContent(path), before) << "reading must not write";
+  EXPECT_EQ(orvxml::test::readFile(path), before) << "reading must not write";
 
   runSteps(database,
            {
