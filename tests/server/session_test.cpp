@@ -1,9 +1,9 @@
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "server/session/prepared_statement.h"
 #include "tests/server/test_session.h"
+#include "tests/support/temporary_folder.h"
 
 namespace orv::test {
 namespace {
@@ -43,10 +43,8 @@ TEST(SessionTest, ScriptsSplitAtTheSemicolonsThatEndStatements) {
 }
 
 TEST(SessionTest, DatabasesAreMadeOnceAndOpenedWhereTheyAre) {
-  const auto folder = std::filesystem::temp_directory_path() / "orv-session-test";
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directories(folder);
-  const std::string path = (folder / "sample.db").string();
+  const orvxml::test::TemporaryFolder folder;
+  const std::string path = folder.path("sample.db");
   Outcome outcome;
   EXPECT_FALSE(Session::open(path, outcome));
   EXPECT_EQ(outcome.sqlcode, -1013);
@@ -68,10 +66,8 @@ TEST(SessionTest, DatabasesAreMadeOnceAndOpenedWhereTheyAre) {
   ASSERT_TRUE(opened) << outcome.message;
   EXPECT_EQ(opened->codePage(), 1252);
   EXPECT_EQ(rowsOf(opened->run("SELECT A FROM T")), (Rows{{"1"}}));
-  std::ofstream(folder / "text.db") << std::string(5000, 'x');
-  EXPECT_FALSE(Session::open((folder / "text.db").string(), outcome));
+  EXPECT_FALSE(Session::open(folder.write("text.db", std::string(5000, 'x')), outcome));
   EXPECT_EQ(outcome.sqlcode, -1026);
-  std::filesystem::remove_all(folder);
 }
 
 TEST(SessionTest, OutcomesAndResultsDescribeThemselves) {
