@@ -8,11 +8,6 @@
 namespace orv {
 namespace {
 
-constexpr int64_t kMaxVarchar = 32672;
-constexpr int64_t kMaxVarGraphic = 16336;
-constexpr int64_t kMaxChar = 254;
-constexpr int64_t kMaxLargeObject = 2147483647;
-constexpr int64_t kMaxPrecision = 31;
 // A character that another program counts once takes up to four bytes.
 constexpr int64_t kBytesPerCharacter = 4;
 
@@ -92,20 +87,20 @@ constexpr Spelling kSpellings[] = {
     {"VARCHAR2", TypeKind::Varchar, Length::Bytes, kMaxVarchar},
     {"NVARCHAR", TypeKind::Varchar, Length::Characters, kMaxVarchar},
     {"NATIVE CHARACTER", TypeKind::Varchar, Length::Characters, kMaxVarchar},
-    {"LONG VARCHAR", TypeKind::LongVarchar, Length::None, 32700},
-    {"TEXT", TypeKind::Clob, Length::None, kMaxLargeObject},
-    {"CLOB", TypeKind::Clob, Length::Bytes, kMaxLargeObject},
-    {"NCLOB", TypeKind::Clob, Length::None, kMaxLargeObject},
+    {"LONG VARCHAR", TypeKind::LongVarchar, Length::None, kLongVarchar},
+    {"TEXT", TypeKind::Clob, Length::None, kMaxLob},
+    {"CLOB", TypeKind::Clob, Length::Bytes, kMaxLob},
+    {"NCLOB", TypeKind::Clob, Length::None, kMaxLob},
     {"GRAPHIC", TypeKind::Graphic, Length::Bytes, 1},
     {"VARGRAPHIC", TypeKind::VarGraphic, Length::Bytes, kMaxVarGraphic},
-    {"LONG VARGRAPHIC", TypeKind::LongVarGraphic, Length::None, 16350},
-    {"DBCLOB", TypeKind::DbClob, Length::Bytes, kMaxLargeObject / 2},
+    {"LONG VARGRAPHIC", TypeKind::LongVarGraphic, Length::None, kLongVarGraphic},
+    {"DBCLOB", TypeKind::DbClob, Length::Bytes, kMaxDbClob},
     {"CHAR FOR BIT DATA", TypeKind::CharBits, Length::Bytes, 1},
     {"VARCHAR FOR BIT DATA", TypeKind::VarcharBits, Length::Bytes, kMaxVarchar},
-    {"LONG VARCHAR FOR BIT DATA", TypeKind::LongVarcharBits, Length::None, 32700},
-    {"BLOB", TypeKind::Blob, Length::Bytes, kMaxLargeObject},
-    {"BINARY", TypeKind::Blob, Length::None, kMaxLargeObject},
-    {"VARBINARY", TypeKind::Blob, Length::None, kMaxLargeObject},
+    {"LONG VARCHAR FOR BIT DATA", TypeKind::LongVarcharBits, Length::None, kLongVarchar},
+    {"BLOB", TypeKind::Blob, Length::Bytes, kMaxLob},
+    {"BINARY", TypeKind::Blob, Length::None, kMaxLob},
+    {"VARBINARY", TypeKind::Blob, Length::None, kMaxLob},
     {"DATE", TypeKind::Date, Length::None, 0},
     {"TIME", TypeKind::Time, Length::None, 0},
     {"TIMESTAMP", TypeKind::Timestamp, Length::None, 0},
@@ -135,10 +130,10 @@ SqlType typeByParts(const Declaration& declaration) {
     type.kind = TypeKind::BigInt;
   } else if (has("CLOB") || has("TEXT")) {
     type.kind = TypeKind::Clob;
-    type.length = kMaxLargeObject;
+    type.length = kMaxLob;
   } else if (has("BLOB")) {
     type.kind = TypeKind::Blob;
-    type.length = kMaxLargeObject;
+    type.length = kMaxLob;
   } else if (has("REAL") || has("FLOA") || has("DOUB")) {
     type.kind = TypeKind::Double;
   } else {
@@ -166,7 +161,7 @@ SqlType declaredType(std::string_view text) {
   }
   if (type.kind == TypeKind::Varchar && type.length > kMaxVarchar) {
     type.kind = TypeKind::Clob;
-    type.length = std::max(type.length, kMaxLargeObject);
+    type.length = std::max(type.length, kMaxLob);
   }
   if (type.kind == TypeKind::Char && type.length > kMaxChar) type.kind = TypeKind::Varchar;
   return type;

@@ -29,28 +29,8 @@ std::string yesNo(bool yes) {
 
 // "2G" is one byte more than the length's type holds.
 ViewValue lengthOf(const SqlType& type) {
-  switch (type.kind) {
-    case TypeKind::SmallInt:
-      return number(2);
-    case TypeKind::Integer:
-    case TypeKind::Real:
-    case TypeKind::Date:
-      return number(4);
-    case TypeKind::BigInt:
-    case TypeKind::Double:
-      return number(8);
-    case TypeKind::Time:
-      return number(3);
-    case TypeKind::Timestamp:
-      return number(10);
-    case TypeKind::LongVarchar:
-    case TypeKind::LongVarcharBits:
-      return number(32700);
-    case TypeKind::LongVarGraphic:
-      return number(16350);
-    default:
-      return number(std::min<int64_t>(type.length, 2147483647));
-  }
+  const bool declares = type.length > 0;
+  return number(std::min(declares ? type.length : byteLength(type), kMaxLob));
 }
 
 std::string typeSchemaOf(const SqlType& type) {

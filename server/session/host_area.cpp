@@ -14,9 +14,6 @@
 namespace orv {
 namespace {
 
-constexpr int64_t kLongVarcharLength = 32700;
-constexpr int64_t kLongGraphicLength = 16350;
-
 [[noreturn]] void refuseType() {
   throw SqlError(-804, {"sqltype"});
 }
@@ -282,17 +279,12 @@ int16_t descriptorLength(const SqlType& type) {
       return 26;
     case TypeKind::Decimal:
       return static_cast<int16_t>(int64_t{type.scale} * 256 + type.length);
-    case TypeKind::LongVarchar:
-    case TypeKind::LongVarcharBits:
-      return kLongVarcharLength;
-    case TypeKind::LongVarGraphic:
-      return kLongGraphicLength;
     case TypeKind::Clob:
     case TypeKind::DbClob:
     case TypeKind::Blob:
       return 0;
     default:
-      return static_cast<int16_t>(type.length);
+      return static_cast<int16_t>(declaredSize(type));
   }
 }
 

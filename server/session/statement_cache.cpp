@@ -12,7 +12,7 @@ bool isCastMarker(const Expr& expr, bool (*accepts)(TypeKind)) {
          expr.args.size() == 1 && expr.args[0]->kind == ExprKind::Marker;
 }
 
-bool isInteger(TypeKind kind) {
+bool isExactlyInteger(TypeKind kind) {
   return kind == TypeKind::Integer;
 }
 
@@ -30,37 +30,9 @@ LargeObjectForm largeObjectForm(const Statement& statement) {
   }
   if (value.name.name == "LENGTH" && value.args.size() == 1) return LargeObjectForm::Length;
   const bool substring = value.name.name == "SUBSTR" && value.args.size() == 3 &&
-                         isCastMarker(*value.args[1], isInteger) &&
-                         isCastMarker(*value.args[2], isInteger);
+                         isCastMarker(*value.args[1], isExactlyInteger) &&
+                         isCastMarker(*value.args[2], isExactlyInteger);
   return substring ? LargeObjectForm::Substring : LargeObjectForm::None;
-}
-
-uint32_t describedSize(const SqlType& type) {
-  switch (type.kind) {
-    case TypeKind::SmallInt:
-      return 5;
-    case TypeKind::Integer:
-      return 10;
-    case TypeKind::BigInt:
-      return 19;
-    case TypeKind::Real:
-      return 7;
-    case TypeKind::Double:
-      return 15;
-    case TypeKind::Date:
-      return 10;
-    case TypeKind::Time:
-      return 8;
-    case TypeKind::Timestamp:
-      return 26;
-    case TypeKind::LongVarchar:
-    case TypeKind::LongVarcharBits:
-      return 32700;
-    case TypeKind::LongVarGraphic:
-      return 16350;
-    default:
-      return static_cast<uint32_t>(type.length);
-  }
 }
 
 bool enginePrepares(StatementKind kind) {
@@ -73,7 +45,7 @@ bool enginePrepares(StatementKind kind) {
 Description describe(const SqlType& type) {
   Description description;
   description.type = cliType(type);
-  description.size = describedSize(type);
+  description.size = static_cast<uint32_t>(declaredSize(type));
   if (type.kind == TypeKind::Decimal) description.digits = static_cast<int16_t>(type.scale);
   if (type.kind == TypeKind::Timestamp) description.digits = 6;
   description.nullable = type.nullable ? SQL_NULLABLE : SQL_NO_NULLS;

@@ -12,8 +12,6 @@
 namespace orv {
 namespace {
 
-constexpr int64_t kMaxPrecision = 31;
-
 // A special register, its spelling in two words or one, and how the tree calls it.
 struct Register {
   std::string_view first;

@@ -5,16 +5,7 @@
 namespace orv {
 namespace {
 
-constexpr int64_t kMaxChar = 254;
-constexpr int64_t kMaxVarchar = 32672;
-constexpr int64_t kLongVarcharBytes = 32700;
-constexpr int64_t kMaxGraphic = 127;
-constexpr int64_t kMaxVarGraphic = 16336;
-constexpr int64_t kLongVarGraphicCharacters = 16350;
-constexpr int64_t kMaxLob = 2147483647;
-constexpr int64_t kMaxDbClob = 1073741823;
 constexpr int64_t kDefaultLob = 1048576;
-constexpr int64_t kMaxPrecision = 31;
 constexpr int64_t kSingleFloatBits = 24;
 constexpr int64_t kMaxFloatBits = 53;
 
@@ -95,10 +86,9 @@ SqlType Parser::parseCharacterType(std::string_view word) {
 // LONG (VARCHAR [FOR BIT DATA] | VARGRAPHIC)
 SqlType Parser::parseLongType() {
   expectWord("LONG");
-  if (acceptWord("VARGRAPHIC"))
-    return makeType(TypeKind::LongVarGraphic, kLongVarGraphicCharacters);
+  if (acceptWord("VARGRAPHIC")) return makeType(TypeKind::LongVarGraphic, kLongVarGraphic);
   expectWord("VARCHAR");
-  SqlType type = makeType(TypeKind::LongVarchar, kLongVarcharBytes);
+  SqlType type = makeType(TypeKind::LongVarchar, kLongVarchar);
   if (parseForBitData()) type.kind = TypeKind::LongVarcharBits;
   return type;
 }

@@ -11,9 +11,6 @@ namespace orv {
 namespace {
 
 constexpr std::string_view kSystemSchemas[] = {"SYSNTQ", "SYSFUN"};
-constexpr int64_t kMaxPrecision = 31;
-constexpr int64_t kMaxVarchar = 32672;
-constexpr int64_t kMaxChar = 254;
 constexpr int64_t kTextLength = 4000;
 constexpr int64_t kConvertedPrecision = 15;
 
@@ -33,7 +30,7 @@ bool suits(char argumentClass, const SqlType& type) {
       return isNumeric(type.kind);
     case 'I':
     case 'L':
-      return type.kind >= TypeKind::SmallInt && type.kind <= TypeKind::BigInt;
+      return isInteger(type.kind);
     case 'D':
       return isDatetime(type.kind) || isCharacter(type.kind);
     default:
@@ -44,20 +41,6 @@ bool suits(char argumentClass, const SqlType& type) {
 // The function as the statement writes it.
 std::string shown(const QualifiedName& name) {
   return name.schema.empty() ? name.name : name.schema + "." + name.name;
-}
-
-// Digits of the greatest value, which an integer type does not declare.
-int64_t digitCount(const SqlType& type) {
-  switch (type.kind) {
-    case TypeKind::SmallInt:
-      return 5;
-    case TypeKind::Integer:
-      return 10;
-    case TypeKind::BigInt:
-      return 19;
-    default:
-      return type.length;
-  }
 }
 
 }  // namespace
@@ -209,7 +192,7 @@ SqlType Resolver::resultType(Expr& expr, const BuiltInFunction& function) {
     case ResultRule::HexText:
       return makeType(TypeKind::Varchar, std::min(2 * byteLength(first), kMaxVarchar));
     case ResultRule::Digits:
-      return makeType(TypeKind::Char, digitCount(first));
+      return makeType(TypeKind::Char, declaredSize(first));
     case ResultRule::Number:
       return *commonBase(first, expr.args[1]->type);
     case ResultRule::Timestamp:

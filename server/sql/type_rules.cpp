@@ -6,12 +6,6 @@
 namespace orv {
 namespace {
 
-constexpr int64_t kMaxPrecision = 31;
-constexpr int64_t kMaxChar = 254;
-constexpr int64_t kMaxVarchar = 32672;
-constexpr int64_t kLongVarchar = 32700;
-constexpr int64_t kMaxLob = 2147483647;
-
 // Code pages that encode characters in several bytes, ascending.
 constexpr std::array kMultiByteCodePages = {
     930,  932,  933,  935,  936,  937,  939,  942,  943,  949,  950,  954,  964,  970,  1208, 1363,
@@ -86,10 +80,6 @@ SqlType commonDecimal(const SqlType& a, const SqlType& b) {
   const int scale = std::max(a.scale, b.scale);
   const int64_t whole = std::max(a.length - a.scale, b.length - b.scale);
   return makeType(TypeKind::Decimal, std::min(whole + scale, kMaxPrecision), scale);
-}
-
-bool isFloating(TypeKind kind) {
-  return kind == TypeKind::Real || kind == TypeKind::Double;
 }
 
 SqlType commonNumber(const SqlType& a, const SqlType& b) {
@@ -208,52 +198,6 @@ SqlType asDecimal(const SqlType& type) {
       return makeType(TypeKind::Decimal, type.length, type.scale);
     default:
       return makeType(TypeKind::Decimal, 15);
-  }
-}
-
-int64_t byteLength(const SqlType& type) {
-  switch (type.kind) {
-    case TypeKind::SmallInt:
-      return 2;
-    case TypeKind::Integer:
-    case TypeKind::Real:
-    case TypeKind::Date:
-      return 4;
-    case TypeKind::Time:
-      return 3;
-    case TypeKind::BigInt:
-    case TypeKind::Double:
-      return 8;
-    case TypeKind::Timestamp:
-      return 10;
-    case TypeKind::Decimal:
-      return type.length / 2 + 1;
-    default:
-      return isGraphic(type.kind) ? type.length * 2 : type.length;
-  }
-}
-
-int64_t textLength(const SqlType& type) {
-  switch (type.kind) {
-    case TypeKind::SmallInt:
-      return 6;
-    case TypeKind::Integer:
-      return 11;
-    case TypeKind::BigInt:
-      return 20;
-    case TypeKind::Real:
-    case TypeKind::Double:
-      return 24;
-    case TypeKind::Decimal:
-      return type.length + 2;
-    case TypeKind::Date:
-      return 10;
-    case TypeKind::Time:
-      return 8;
-    case TypeKind::Timestamp:
-      return 26;
-    default:
-      return type.length;
   }
 }
 

@@ -32,8 +32,5 @@ std::optional<SqlType> concatType(const SqlType& a, const SqlType& b);
 SqlType varyingType(const SqlType& type);
 // An integer type as the DECIMAL that holds it.
 SqlType asDecimal(const SqlType& type);
-// Bytes that a value takes at most, and characters of its text form.
-int64_t byteLength(const SqlType& type);
-int64_t textLength(const SqlType& type);
 
 }  // namespace orv

@@ -19,36 +19,39 @@ struct TypeRow {
   Shape shape;
   int16_t descriptorCode;  // the even code of sqlda.h
   int16_t cliCode;
+  // Of a type that declares no length; 0 otherwise.
+  int16_t size = 0;  // digits or characters
+  int16_t bytes = 0;
 };
 
 constexpr std::array<TypeRow, 22> kTypes{{
     {TypeKind::Unknown, "", "", Shape::Plain, kSqlVarchar, SQL_VARCHAR},
-    {TypeKind::SmallInt, "SMALLINT", "SMALLINT", Shape::Plain, kSqlSmallint, SQL_SMALLINT},
-    {TypeKind::Integer, "INTEGER", "INTEGER", Shape::Plain, kSqlInteger, SQL_INTEGER},
-    {TypeKind::BigInt, "BIGINT", "BIGINT", Shape::Plain, kSqlBigint, SQL_BIGINT},
-    {TypeKind::Real, "REAL", "REAL", Shape::Plain, kSqlDouble, SQL_REAL},
-    {TypeKind::Double, "DOUBLE", "DOUBLE", Shape::Plain, kSqlDouble, SQL_DOUBLE},
+    {TypeKind::SmallInt, "SMALLINT", "SMALLINT", Shape::Plain, kSqlSmallint, SQL_SMALLINT, 5, 2},
+    {TypeKind::Integer, "INTEGER", "INTEGER", Shape::Plain, kSqlInteger, SQL_INTEGER, 10, 4},
+    {TypeKind::BigInt, "BIGINT", "BIGINT", Shape::Plain, kSqlBigint, SQL_BIGINT, 19, 8},
+    {TypeKind::Real, "REAL", "REAL", Shape::Plain, kSqlDouble, SQL_REAL, 7, 4},
+    {TypeKind::Double, "DOUBLE", "DOUBLE", Shape::Plain, kSqlDouble, SQL_DOUBLE, 15, 8},
     {TypeKind::Decimal, "DECIMAL", "DECIMAL", Shape::Precision, kSqlDecimal, SQL_DECIMAL},
     {TypeKind::Char, "CHARACTER", "CHAR", Shape::Length, kSqlChar, SQL_CHAR},
     {TypeKind::Varchar, "VARCHAR", "VARCHAR", Shape::Length, kSqlVarchar, SQL_VARCHAR},
     {TypeKind::LongVarchar, "LONG VARCHAR", "LONG VARCHAR", Shape::Plain, kSqlLongVarchar,
-     SQL_LONGVARCHAR},
+     SQL_LONGVARCHAR, kLongVarchar, kLongVarchar},
     {TypeKind::Clob, "CLOB", "CLOB", Shape::Length, kSqlClob, SQL_CLOB},
     {TypeKind::Graphic, "GRAPHIC", "GRAPHIC", Shape::Length, kSqlGraphic, SQL_GRAPHIC},
     {TypeKind::VarGraphic, "VARGRAPHIC", "VARGRAPHIC", Shape::Length, kSqlVargraphic,
      SQL_VARGRAPHIC},
     {TypeKind::LongVarGraphic, "LONG VARGRAPHIC", "LONG VARGRAPHIC", Shape::Plain,
-     kSqlLongVargraphic, SQL_LONGVARGRAPHIC},
+     kSqlLongVargraphic, SQL_LONGVARGRAPHIC, kLongVarGraphic, kLongVarchar},
     {TypeKind::DbClob, "DBCLOB", "DBCLOB", Shape::Length, kSqlDbclob, SQL_DBCLOB},
     {TypeKind::CharBits, "CHARACTER", "CHAR", Shape::BitData, kSqlChar, SQL_BINARY},
     {TypeKind::VarcharBits, "VARCHAR", "VARCHAR", Shape::BitData, kSqlVarchar, SQL_VARBINARY},
     {TypeKind::LongVarcharBits, "LONG VARCHAR", "LONG VARCHAR FOR BIT DATA", Shape::Plain,
-     kSqlLongVarchar, SQL_LONGVARBINARY},
+     kSqlLongVarchar, SQL_LONGVARBINARY, kLongVarchar, kLongVarchar},
     {TypeKind::Blob, "BLOB", "BLOB", Shape::Length, kSqlBlob, SQL_BLOB},
-    {TypeKind::Date, "DATE", "DATE", Shape::Plain, kSqlDate, SQL_TYPE_DATE},
-    {TypeKind::Time, "TIME", "TIME", Shape::Plain, kSqlTime, SQL_TYPE_TIME},
-    {TypeKind::Timestamp, "TIMESTAMP", "TIMESTAMP", Shape::Plain, kSqlTimestamp,
-     SQL_TYPE_TIMESTAMP},
+    {TypeKind::Date, "DATE", "DATE", Shape::Plain, kSqlDate, SQL_TYPE_DATE, 10, 4},
+    {TypeKind::Time, "TIME", "TIME", Shape::Plain, kSqlTime, SQL_TYPE_TIME, 8, 3},
+    {TypeKind::Timestamp, "TIMESTAMP", "TIMESTAMP", Shape::Plain, kSqlTimestamp, SQL_TYPE_TIMESTAMP,
+     26, 10},
 }};
 
 constexpr bool rowsFollowTheKinds() {
@@ -67,6 +70,12 @@ const TypeRow& row(TypeKind kind) {
 
 bool isNumeric(TypeKind kind) {
   return kind >= TypeKind::SmallInt && kind <= TypeKind::Decimal;
+}
+bool isInteger(TypeKind kind) {
+  return kind >= TypeKind::SmallInt && kind <= TypeKind::BigInt;
+}
+bool isFloating(TypeKind kind) {
+  return kind == TypeKind::Real || kind == TypeKind::Double;
 }
 bool isCharacter(TypeKind kind) {
   return kind >= TypeKind::Char && kind <= TypeKind::Clob;
@@ -108,6 +117,25 @@ std::string typeText(const SqlType& type) {
       return text + "(" + std::to_string(type.length) + ") FOR BIT DATA";
   }
   return text;
+}
+
+int64_t declaredSize(const SqlType& type) {
+  const int64_t size = row(type.kind).size;
+  return size > 0 ? size : type.length;
+}
+
+int64_t byteLength(const SqlType& type) {
+  if (const int64_t bytes = row(type.kind).bytes) return bytes;
+  if (type.kind == TypeKind::Decimal) return type.length / 2 + 1;
+  return isGraphic(type.kind) ? type.length * 2 : type.length;
+}
+
+// With sign, point and exponent.
+int64_t textLength(const SqlType& type) {
+  if (isFloating(type.kind)) return 24;
+  const int64_t size = declaredSize(type);
+  if (type.kind == TypeKind::Decimal) return size + 2;
+  return isInteger(type.kind) ? size + 1 : size;
 }
 
 int16_t sqlTypeCode(const SqlType& type) {

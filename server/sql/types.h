@@ -18,7 +18,7 @@ enum class TypeKind : uint8_t {
   Decimal,  // length = precision (1..31), scale
   Char,     // padded with blanks to its length
   Varchar,
-  LongVarchar,  // 32700 bytes
+  LongVarchar,  // kLongVarchar bytes
   Clob,
   Graphic,
   VarGraphic,
@@ -32,6 +32,17 @@ enum class TypeKind : uint8_t {
   Time,
   Timestamp,
 };
+
+// What the types hold at most: digits, bytes; characters of the graphic types.
+inline constexpr int64_t kMaxPrecision = 31;
+inline constexpr int64_t kMaxChar = 254;
+inline constexpr int64_t kMaxVarchar = 32672;
+inline constexpr int64_t kLongVarchar = 32700;
+inline constexpr int64_t kMaxGraphic = kMaxChar / 2;
+inline constexpr int64_t kMaxVarGraphic = kMaxVarchar / 2;
+inline constexpr int64_t kLongVarGraphic = kLongVarchar / 2;
+inline constexpr int64_t kMaxLob = 2147483647;
+inline constexpr int64_t kMaxDbClob = kMaxLob / 2;
 
 struct SqlType {
   TypeKind kind = TypeKind::Unknown;
@@ -55,6 +66,8 @@ inline SqlType makeType(TypeKind kind, int64_t length = 0, int scale = 0) {
 }
 
 bool isNumeric(TypeKind kind);
+bool isInteger(TypeKind kind);    // SmallInt, Integer, BigInt
+bool isFloating(TypeKind kind);   // Real, Double
 bool isCharacter(TypeKind kind);  // Char, Varchar, LongVarchar, Clob
 bool isGraphic(TypeKind kind);
 bool isBinary(TypeKind kind);  // ... FOR BIT DATA, Blob
@@ -70,6 +83,13 @@ std::string typeName(const SqlType& type);
 // The type as DDL writes it: "VARCHAR(30)", "DECIMAL(10,2)", "CHAR(8) FOR BIT DATA",
 // "ORVXML.XMLCLOB".
 std::string typeText(const SqlType& type);
+
+// The length that the type declares; for one that declares none the digits of its numbers or the
+// characters of its dates and times.
+int64_t declaredSize(const SqlType& type);
+// Bytes that a value takes at most, and characters of its text form.
+int64_t byteLength(const SqlType& type);
+int64_t textLength(const SqlType& type);
 
 // The code of sqlda.h (even or odd by nullability) and the declared length as a sqlvar gives it.
 int16_t sqlTypeCode(const SqlType& type);

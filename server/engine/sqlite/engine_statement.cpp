@@ -138,8 +138,8 @@ void SqliteStatement::fail(int rc) {
 
 SqliteStatement::ColumnForm SqliteStatement::formOf(TypeKind kind) {
   using Kind = ValueView::Kind;
-  if (kind >= TypeKind::SmallInt && kind <= TypeKind::BigInt) return {Kind::Integer};
-  if (kind == TypeKind::Real || kind == TypeKind::Double) return {Kind::Double};
+  if (isInteger(kind)) return {Kind::Integer};
+  if (isFloating(kind)) return {Kind::Double};
   if (kind == TypeKind::Decimal) return {Kind::Text, true};
   return {isBinary(kind) ? Kind::Blob : Kind::Text};
 }

@@ -34,10 +34,6 @@ void giveInteger(sqlite3_context* context, const SqlType& type, int64_t value) {
             convertValue(ValueView::of(value), type, kUtf8, ConversionMode::Assignment, storage));
 }
 
-bool isFloating(TypeKind kind) {
-  return kind == TypeKind::Real || kind == TypeKind::Double;
-}
-
 const Decimal kOne = *Decimal::parse("1");
 
 // ORV_ABS(type, number)

@@ -11,13 +11,6 @@ namespace {
 // Operators in one call: a function takes at most 100 arguments.
 constexpr size_t kMaxChain = 19;
 
-bool isInteger(TypeKind kind) {
-  return kind == TypeKind::SmallInt || kind == TypeKind::Integer || kind == TypeKind::BigInt;
-}
-bool isFloating(TypeKind kind) {
-  return kind == TypeKind::Real || kind == TypeKind::Double;
-}
-
 bool isVarying(TypeKind kind) {
   switch (kind) {
     case TypeKind::Char:

@@ -14,10 +14,6 @@ bool isOneOf(std::string_view name, std::initializer_list<std::string_view> name
   return false;
 }
 
-bool isFloating(TypeKind kind) {
-  return kind == TypeKind::Real || kind == TypeKind::Double;
-}
-
 // The kind that YEAR, HOUR and so on read their argument as.
 TypeKind partKind(std::string_view function, const SqlType& type) {
   if (isDatetime(type.kind)) return type.kind;
