@@ -4,6 +4,7 @@
 #include "orvxml/locators.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "src/foundation/locator_owner.h"
 #include "src/foundation/server_statements.h"
 
 namespace orvxml {
@@ -11,8 +12,7 @@ namespace {
 
 constexpr const char* kModule = kServerStatementsModule;
 constexpr size_t kMaxNameBytes = 128;
-constexpr int kUnbound = -805;  // SQLCODE
-constexpr int kNoSuchTable = -204;
+constexpr int kNoSuchTable = -204;  // SQLCODE
 constexpr int kMaxAliasChain = 16;
 constexpr char kSystemTypeSchema[] = "SYSNTQ";
 
@@ -119,17 +119,14 @@ int readRegistered(QrkStruct* ctx, const Registry& registry, QrkOutbuf* buf, con
                    char* msg, sqlca& area) {
   *buf = {};
   buf->loctype = QRK_LOC_MEMORY;
-  int32_t locator = 0;
+  LocatorOwner locator;
   const HostVariable input = textInput(id);
   area = fetchFirst(registry.query, orv::esql::Variables(&input, 1),
-                    orv::esql::clobLocatorVariable(&locator));
+                    orv::esql::clobLocatorVariable(locator.address()));
   const Report report{ctx, msg};
   if (area.sqlcode == kNoRow) return fail(report, registry.notFound, id);
   if (area.sqlcode < 0) return failDb(report, area, registry.notFound, id);
-  const int rc = qrkGetDataFromLocator(ctx, locator, buf, msg);
-  sqlca ignored{};
-  orv::esql::freeLocator(locator, ignored);
-  return rc ? codeOf(registry.notFound) : 0;
+  return qrkGetDataFromLocator(ctx, locator.value(), buf, msg) ? codeOf(registry.notFound) : 0;
 }
 
 }  // namespace
@@ -147,7 +144,7 @@ int qrkTableExists(QrkStruct* ctx, const char* schema, const char* table, int* e
     area = runSection(section::kTableExists, {textInput(effective), textInput(table)},
                       {integerVariable(&one)});
   }
-  if (area.sqlcode == kUnbound) {
+  if (area.sqlcode == kPackageNotBound) {
     QRK_TRACE(ctx, "Database not bound missing package(s)...");
     return failDb(report, area, Msg::QRKA073E);
   }
@@ -277,7 +274,7 @@ int appendTableSpaceClause(QrkStruct* ctx, std::string* out, const char* stmt, i
     const sqlca area =
         runSection(section::kTableSpaceExists, {textInput(name)}, {integerVariable(&one)});
     QRK_TRACE(ctx, "sqlca.sqlcode = %d fixedTblSpcExists = %d", area.sqlcode, one);
-    if (area.sqlcode == kUnbound) return failDb(report, area, Msg::QRKA073E);
+    if (area.sqlcode == kPackageNotBound) return failDb(report, area, Msg::QRKA073E);
     if (area.sqlcode < 0) return failDbInternal(report, area, kModule, __LINE__);
     if (area.sqlcode == kNoRow) name = nullptr;
   }

@@ -25,7 +25,9 @@ inline constexpr char kLocatorValue[] = "LOCATOR_VALUE";
 // The module that internal errors of these statements name.
 inline constexpr char kServerStatementsModule[] = "qrksuwo";
 
-inline constexpr int kNoRow = 100;  // SQLCODE
+// SQLCODEs.
+inline constexpr int kNoRow = 100;
+inline constexpr int kPackageNotBound = -805;
 
 // A terminated text as input; null is the empty text.
 inline orv::esql::HostVariable textInput(const char* text, int16_t* indicator = nullptr) {

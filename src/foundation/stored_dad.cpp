@@ -8,17 +8,9 @@
 namespace orvxml {
 namespace {
 
-constexpr int kPackageNotBound = -805;
 constexpr std::string_view kValueTooLong = "22001";  // a name that the column cannot hold
 
 }  // namespace
-
-void LocatorOwner::release() {
-  if (locator_ == 0) return;
-  sqlca area{};
-  orv::esql::freeLocator(locator_, area);
-  locator_ = 0;
-}
 
 void StoredDad::open(const char* query, char* name, int nameSize, sqlca& area) {
   statement_.prepare(query, area);

@@ -5,23 +5,9 @@
 #include "orv/esql.h"
 #include "orvxml/buffer.h"
 #include "orvxml/context.h"
+#include "src/foundation/locator_owner.h"
 
 namespace orvxml {
-
-// A CLOB locator, freed with its owner.
-class LocatorOwner {
- public:
-  LocatorOwner() = default;
-  ~LocatorOwner() { release(); }
-  LocatorOwner(const LocatorOwner&) = delete;
-  LocatorOwner& operator=(const LocatorOwner&) = delete;
-  int32_t* address() { return &locator_; }
-  int32_t value() const { return locator_; }
-  void release();
-
- private:
-  int32_t locator_ = 0;
-};
 
 class StoredDad {
  public:
