@@ -126,8 +126,10 @@ void replaceAll(std::string& text, std::string_view what, std::string_view by) {
 // The mapping's element tree, with the leaves as its kind of mapping has them.
 class TreeText {
  public:
-  TreeText(const std::vector<RandomTable>& tables, bool byTables, std::string topNode)
-      : tables_(tables), byTables_(byTables), topNode_(std::move(topNode)) {}
+  explicit TreeText(const std::vector<RandomTable>& tables) : tables_(tables) {}
+  // With the tables' own names: `topNode` lists them, and their keys have this type.
+  TreeText(const std::vector<RandomTable>& tables, std::string topNode, std::string keyType)
+      : tables_(tables), topNode_(std::move(topNode)), keyType_(std::move(keyType)) {}
 
   std::string of(size_t index) const {
     const RandomTable& table = tables_[index];
@@ -148,8 +150,6 @@ class TreeText {
     if (!table.isWrapped) return text;
     return "<element_node name='w" + table.element + "'>" + text + "</element_node>";
   }
-
-  void setKeyType(std::string type) { keyType_ = std::move(type); }
 
  private:
   std::string children(size_t index) const {
@@ -178,14 +178,13 @@ class TreeText {
   }
   std::string leaf(const RandomTable& table, const std::string& column,
                    const std::string& type) const {
-    if (!byTables_) return "<column name='" + column + "'/>";
+    if (topNode_.empty()) return "<column name='" + column + "'/>";
     return "<RDB_node><table name='" + table.name + "'/><column name='" + column + "' type='" +
            type + "'/></RDB_node>";
   }
 
   const std::vector<RandomTable>& tables_;
-  bool byTables_;
-  std::string topNode_;
+  std::string topNode_;  // empty: the columns are a query's
   std::string keyType_;
 };
 
@@ -337,9 +336,8 @@ std::string RandomTables::mappingByTables() const {
   for (const RandomTable& table : tables_) {
     top += "<table name='" + table.name + "' key='" + table.key + "' orderBy='" + table.key + "'/>";
   }
-  TreeText tree(tables_, true, top + joinCondition() + "</RDB_node>");
-  tree.setKeyType(keyType(textKeys_));
-  return mapping("", tree.of(0));
+  top += joinCondition() + "</RDB_node>";
+  return mapping("", TreeText(tables_, top, keyType(textKeys_)).of(0));
 }
 
 std::string RandomTables::query() const {
@@ -357,7 +355,7 @@ std::string RandomTables::query() const {
 }
 
 std::string RandomTables::mappingByQuery() const {
-  return mapping("<SQL_stmt>" + query() + "</SQL_stmt>", TreeText(tables_, false, "").of(0));
+  return mapping("<SQL_stmt>" + query() + "</SQL_stmt>", TreeText(tables_).of(0));
 }
 
 std::string RandomTables::readBack(const std::string& value, const RandomColumn& column) {
