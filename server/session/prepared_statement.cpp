@@ -60,13 +60,15 @@ void PreparedStatement::bind(int marker, const ValueView& value) {
 
 void PreparedStatement::run() {
   SessionState& here = session();
-  if (compilation_->isPrepared()) {
-    runPrepared();
-  } else if (kind() == StatementKind::Call) {
-    runCall();
-  } else {
-    here.runDirectly(*compilation_->statement);
-  }
+  here.rollingBackAtLocks([&] {
+    if (compilation_->isPrepared()) {
+      runPrepared();
+    } else if (kind() == StatementKind::Call) {
+      runCall();
+    } else {
+      here.runDirectly(*compilation_->statement);
+    }
+  });
 }
 
 void PreparedStatement::runPrepared() {
@@ -137,9 +139,9 @@ bool PreparedStatement::fetch() {
     case State::Idle:
       throw SqlError(-501);
     case State::Walking:
-      return fetchFromEngine();
+      return session_->rollingBackAtLocks([&] { return fetchFromEngine(); });
     case State::InMemory:
-      return fetchFromMemory();
+      return session_->rollingBackAtLocks([&] { return fetchFromMemory(); });
     case State::Finished:
       break;
   }

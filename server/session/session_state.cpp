@@ -3,17 +3,8 @@
 #include <algorithm>
 
 #include "server/session/prepared_statement.h"
-#include "server/sql/sql_error.h"
 
 namespace orv {
-
-namespace {
-
-// SQLCODEs of a unit of work that is gone: by this statement, by an earlier failure.
-constexpr int kRolledBack = -911;
-constexpr int kWasRolledBack = -1476;
-
-}  // namespace
 
 SessionState::SessionState(std::unique_ptr<Engine> engine, std::string databaseName)
     : engine_(std::move(engine)),
@@ -47,18 +38,13 @@ void SessionState::begin() {
 void SessionState::requireUnitOfWork() {
   if (!isWorking_ || engine_->inUnitOfWork()) return;
   rollback();
-  throw SqlError(kWasRolledBack);
+  throw SqlError(-1476);
 }
 
 void SessionState::commit() {
   readAheadAll();
   requireUnitOfWork();
-  try {
-    if (engine_->inUnitOfWork()) engine_->commit();
-  } catch (const SqlError& error) {
-    if (error.sqlcode() == kRolledBack) rollback();
-    throw;
-  }
+  rollingBackAtLocks([&] { engine_->commit(); });
   endUnitOfWork();
 }
 
@@ -156,7 +142,8 @@ void SessionState::requirePackage(std::string_view qualifier, std::string_view n
     if (known.name == name && known.token == token && known.qualifier == qualifier) return;
   }
   begin();
-  std::optional<Package> bound = catalog().findPackage(qualifier, name);
+  std::optional<Package> bound =
+      rollingBackAtLocks([&] { return catalog().findPackage(qualifier, name); });
   if (!bound || bound->token != token) {
     const std::string qualified = std::string(qualifier) + "." + std::string(name);
     throw SqlError(-805, {qualified, std::string(token)});
@@ -168,7 +155,7 @@ void SessionState::bindPackage(const Package& package,
                                const std::vector<PackageSection>& sections) {
   readAheadAll();
   begin();
-  engine_->bindPackage(package, sections);
+  rollingBackAtLocks([&] { engine_->bindPackage(package, sections); });
   knownPackages_.clear();
 }
 

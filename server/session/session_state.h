@@ -18,6 +18,7 @@
 #include "server/session/insert_counts.h"
 #include "server/session/locator_table.h"
 #include "server/session/statement_cache.h"
+#include "server/sql/sql_error.h"
 #include "server/sql/value_conversion.h"
 
 namespace orv {
@@ -46,6 +47,17 @@ class SessionState {
   // failure that it could only end so, the next statement or COMMIT gives -1476: what comes then is
   // not taken for its second half.
   void begin();
+  // Runs what may meet a lock. When it fails by one, the SQLCODE -911 says that the unit of work is
+  // rolled back, and so it is.
+  template <class Action>
+  decltype(auto) rollingBackAtLocks(Action&& action) {
+    try {
+      return action();
+    } catch (const SqlError& error) {
+      if (error.sqlcode() == kRolledBack) rollback();
+      throw;
+    }
+  }
   void commit();
   void rollback();
 
@@ -66,6 +78,8 @@ class SessionState {
   int activeCalls = 0;  // procedure calls under way
 
  private:
+  static constexpr int kRolledBack = -911;
+
   struct Savepoint {
     std::string name;
     InsertCounts::Mark counts;

@@ -181,6 +181,35 @@ TEST(SessionTest, SavepointsAndRollbacksUndoRowsAndTheirCounts) {
   EXPECT_EQ(session->insertCounts(), (Counts{{"T", 1}}));
 }
 
+TEST(SessionTest, WhoMeetsALockIsRolledBack) {
+  const orvxml::test::TemporaryFolder folder;
+  const std::string path = folder.path("shared.db");
+  TestSession first(1208, path);
+  first.run("CREATE TABLE T (A INTEGER)");
+  first->commit();
+  Outcome outcome;
+  const auto second = Session::open(path, outcome);
+  ASSERT_TRUE(second) << outcome.message;
+  const auto sqlcode = [&](const char* text) { return second->run(text).outcome.sqlcode; };
+  ASSERT_EQ(sqlcode("DECLARE GLOBAL TEMPORARY TABLE G (A INTEGER)"), 0);
+  second->commit();
+  for (const char* change : {"INSERT INTO T VALUES (2)", "CREATE TABLE U (A INTEGER)"}) {
+    SCOPED_TRACE(change);
+    EXPECT_EQ(sqlcode("INSERT INTO SESSION.G VALUES (1)"), 0);
+    EXPECT_EQ(sqlcode("SAVEPOINT S ON ROLLBACK RETAIN CURSORS"), 0);
+    EXPECT_GE(sqlcode("SELECT A FROM T"), 0);
+    first.run("INSERT INTO T VALUES (1)");
+    first->commit();  // what the second has read is no longer the state to build on
+    EXPECT_EQ(sqlcode(change), -911);
+    EXPECT_TRUE(second->insertCounts().empty());
+    EXPECT_EQ(sqlcode("ROLLBACK TO SAVEPOINT S"), -880);
+    EXPECT_EQ(sqlcode("SELECT A FROM SESSION.G"), 100);
+    EXPECT_EQ(sqlcode(change), 0);
+    EXPECT_EQ(second->commit().sqlcode, 0);
+    second->resetInsertCounts();
+  }
+}
+
 TEST(SessionTest, PreparedStatementsFollowTheCatalogAndOutliveTheirSession) {
   TestSession session;
   session.run("CREATE TABLE T (A INTEGER)");

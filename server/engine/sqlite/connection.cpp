@@ -5,11 +5,14 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <chrono>
+#include <thread>
 
 namespace orv::sqlite {
 namespace {
 
-constexpr int kBusyMilliseconds = 5000;
+constexpr std::chrono::milliseconds kLockWait{5000};
+constexpr std::chrono::milliseconds kLockPause{10};
 // Enough that what a unit of work writes seldom has to leave memory before its end.
 constexpr int kCacheKilobytes = 65536;
 constexpr char kFailureMark = '\x01';
@@ -110,6 +113,21 @@ SqlError failure(sqlite3* database, int rc, const ConstraintReader* constraints)
   return resourceFailure(rc, text);
 }
 
+int stepOrWait(sqlite3_stmt* statement) {
+  using Clock = std::chrono::steady_clock;
+  int rc = sqlite3_step(statement);
+  if (rc != SQLITE_BUSY) return rc;
+  sqlite3* const database = sqlite3_db_handle(statement);
+  if (sqlite3_txn_state(database, "main") != SQLITE_TXN_READ) return rc;
+  const Clock::time_point end = Clock::now() + kLockWait;
+  while (rc == SQLITE_BUSY && Clock::now() < end) {
+    sqlite3_reset(statement);
+    std::this_thread::sleep_for(kLockPause);
+    rc = sqlite3_step(statement);
+  }
+  return rc;
+}
+
 Command::Command(sqlite3* database, std::string_view sql) : database_(database) {
   sqlite3_stmt* statement = nullptr;
   int rc = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()), 0, &statement,
@@ -136,7 +154,7 @@ Command& Command::bindNull() {
 }
 
 bool Command::step(const ConstraintReader* constraints) {
-  int rc = sqlite3_step(statement_.get());
+  int rc = stepOrWait(statement_.get());
   if (rc == SQLITE_ROW) return true;
   if (rc == SQLITE_DONE) return false;
   SqlError error = failure(database_, rc, constraints);
@@ -212,7 +230,7 @@ void setUp(sqlite3* database) {
     sqlite3_db_config(database, option.option, option.on, nullptr);
   }
   sqlite3_extended_result_codes(database, 1);
-  sqlite3_busy_timeout(database, kBusyMilliseconds);
+  sqlite3_busy_timeout(database, static_cast<int>(kLockWait.count()));
   sqlite3_limit(database, SQLITE_LIMIT_ATTACHED, 0);
 }
 

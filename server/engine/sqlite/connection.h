@@ -30,6 +30,11 @@ using ConstraintReader = std::function<SqlError(int extendedCode, std::string_vi
 // go to `constraints` where there is one.
 SqlError failure(sqlite3* database, int rc, const ConstraintReader* constraints = nullptr);
 
+// sqlite3_step(), which waits a few seconds for another connection's lock. SQLite itself does not
+// when the unit of work has read already, lest two wait for each other: here the wait is bounded.
+// SQLITE_BUSY_SNAPSHOT, when what was read has changed since, comes at once: no wait would end it.
+int stepOrWait(sqlite3_stmt* statement);
+
 // A prepared statement of the engine's own: catalog queries, DDL, savepoints. Values are bound in
 // order from 1.
 class Command {

@@ -1,17 +1,11 @@
 #include "server/engine/sqlite/engine_statement.h"
 
-#include <chrono>
-#include <thread>
-
 #include "server/engine/sqlite/connection.h"
 #include "server/sql/numeral.h"
 #include "server/sql/value_conversion.h"
 
 namespace orv::sqlite {
 namespace {
-
-constexpr std::chrono::milliseconds kLockWait{5000};
-constexpr std::chrono::milliseconds kLockPause{10};
 
 bool isCanonical(std::string_view text, const SqlType& type) {
   return isCanonicalDecimal(text, static_cast<int>(type.length), type.scale);
@@ -101,29 +95,11 @@ bool SqliteStatement::step() {
     return false;
   }
   if (!requiredMarkers_.empty()) requireValues();
-  int rc = sqlite3_step(statement_.get());
-  if (rc == SQLITE_ROW) return true;
-  if (rc == SQLITE_BUSY && sqlite3_txn_state(database_, "main") == SQLITE_TXN_READ) {
-    rc = waitForLock();
-  }
+  int rc = stepOrWait(statement_.get());
   if (rc == SQLITE_ROW) return true;
   if (rc != SQLITE_DONE) fail(rc);
   changes_ = reads_ ? 0 : sqlite3_changes64(database_);
   return false;
-}
-
-// SQLite itself does not wait when the unit of work has read already, lest two wait for each other:
-// here the wait is bounded.
-int SqliteStatement::waitForLock() {
-  using Clock = std::chrono::steady_clock;
-  const Clock::time_point end = Clock::now() + kLockWait;
-  int rc = SQLITE_BUSY;
-  while (rc == SQLITE_BUSY && Clock::now() < end) {
-    sqlite3_reset(statement_.get());
-    std::this_thread::sleep_for(kLockPause);
-    rc = sqlite3_step(statement_.get());
-  }
-  return rc;
 }
 
 void SqliteStatement::fail(int rc) {

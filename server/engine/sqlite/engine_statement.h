@@ -46,7 +46,6 @@ class SqliteStatement : public EngineStatement {
   void bindTo(sqlite3_stmt* statement, int number, const ValueView& value);
   bool conditionHolds();
   [[noreturn]] void fail(int rc);
-  int waitForLock();
   void requireValues();
 
   sqlite3* database_;

@@ -74,14 +74,6 @@ void SqliteEngine::commit() {
   try {
     temporary_.deleteRows();
     execute(database_.get(), "COMMIT");
-  } catch (const SqlError& error) {
-    // -911 says that the unit of work is gone.
-    if (error.sqlcode() == -911) {
-      rollback();
-    } else if (temporary) {
-      undoChange();
-    }
-    throw;
   } catch (...) {
     if (temporary) undoChange();
     throw;
