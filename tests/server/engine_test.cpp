@@ -101,6 +101,36 @@ TEST_F(EngineTest, StringsCompareRegardlessOfBlanksAtTheEnd) {
            });
 }
 
+// What counts as one value to = is one value to everything that gathers equal values.
+TEST_F(EngineTest, EqualStringsAreOneValueHoweverTheyAreGathered) {
+  runSteps(database_, {{"CREATE TABLE S(V VARCHAR(9), W VARCHAR(12))", "ok"},
+                       {"INSERT INTO S VALUES('a', 'a'), ('a ', 'a'), ('b', 'c  ')", "3 rows"}});
+  for (const char* value : {"V", "V || ''", "CAST(V AS VARCHAR(20))", "COALESCE(V, W)",
+                            "SUBSTR(V || 'x', 1, LENGTH(V))", "LOWER(V)"}) {
+    SCOPED_TRACE(value);
+    const std::string v(value);
+    const auto count = [&](const std::string& query) {
+      return database_.run("SELECT COUNT(*) FROM (" + query + ") AS X");
+    };
+    EXPECT_EQ(count("SELECT 1 FROM S WHERE " + v + " = 'a  '"), "2");
+    EXPECT_EQ(count("SELECT DISTINCT " + v + " FROM S"), "2");
+    EXPECT_EQ(count("SELECT 1 FROM S GROUP BY " + v), "2");
+    EXPECT_EQ(count("SELECT X.V FROM (SELECT " + v + " AS V FROM S) AS X GROUP BY X.V"), "2");
+    EXPECT_EQ(count("SELECT DISTINCT X.V FROM (SELECT " + v + " AS V FROM S) AS X"), "2");
+    EXPECT_EQ(count("SELECT " + v + " FROM S UNION SELECT W FROM S"), "3");
+    EXPECT_EQ(count("SELECT W FROM S UNION SELECT " + v + " FROM S"), "3");
+    EXPECT_EQ(count("SELECT " + v + " FROM S EXCEPT VALUES ('a  '), ('c')"), "1");
+    EXPECT_EQ(count("SELECT " + v + " FROM S EXCEPT ALL VALUES ('a  '), ('c')"), "2");
+    EXPECT_EQ(database_.run("SELECT COUNT(DISTINCT " + v + ") FROM S"), "2");
+    EXPECT_EQ(database_.run("SELECT W, LENGTH(V) FROM S ORDER BY " + v + ", W, LENGTH(V) DESC"),
+              "a|2\na|1\nc  |1");
+    EXPECT_EQ(database_.run("SELECT " + v + ", LENGTH(V) FROM S ORDER BY 1, 2 DESC"),
+              "a |2\na|1\nb|1");
+  }
+  EXPECT_EQ(database_.run("SELECT COUNT(*) FROM (VALUES ('a'), ('a ') UNION VALUES ('a')) AS X"),
+            "1");
+}
+
 TEST_F(EngineTest, QueriesOfEveryShape) {
   runSteps(
       database_,

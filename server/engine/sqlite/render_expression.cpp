@@ -310,6 +310,18 @@ void Renderer::collation(Comparison comparison, bool columnDecides) {
   if (comparison == Comparison::Text && !columnDecides) out_ << " COLLATE RTRIM";
 }
 
+// A value that DISTINCT, GROUP BY, ORDER BY, a set operation or a column function compares with its
+// like: texts are then equal as they are for =, whatever blanks they end with.
+void Renderer::gathered(const Expr& e) {
+  expression(e);
+  if (!baseColumn(e)) gatheredTexts(e.type);
+}
+
+void Renderer::gatheredTexts(const SqlType& type) {
+  if (isLargeObject(type.kind) || comparisonOf(type, type) != Comparison::Text) return;
+  collation(Comparison::Text, false);
+}
+
 void Renderer::comparison(const Expr& a, std::string_view op, const Expr& b) {
   Comparison kind = comparisonOf(a.type, b.type);
   out_ << "(";

@@ -136,9 +136,13 @@ void Renderer::average(const Expr& e) {
 
 void Renderer::aggregateCall(std::string_view name, const Expr& e) {
   out_ << Verbatim{name} << "(";
-  if (e.distinct) out_ << "DISTINCT ";
-  argumentList(e);
   bool extreme = name == "MIN" || name == "MAX";
+  if (e.distinct) out_ << "DISTINCT ";
+  if (e.distinct || extreme) {
+    gathered(*e.args[0]);
+  } else {
+    argumentList(e);
+  }
   if (extreme && e.type.kind == TypeKind::Decimal) out_ << " COLLATE ORV_DECIMAL";
   out_ << ")";
 }

@@ -103,7 +103,7 @@ void Renderer::select(const Query& q, const Restrictions& restrictions) {
   int position = 0;
   for (const SelectItem& item : q.items) {
     out_ << comma;
-    expression(*item.expr);
+    gathered(*item.expr);
     out_ << " AS \"C" << ++position << "\"";
   }
   selectBody(q, restrictions);
@@ -123,7 +123,7 @@ void Renderer::selectBody(const Query& q, const Restrictions& restrictions) {
       out_ << groupComma;
       // A bare number would be the number of a column.
       if (key->kind == ExprKind::Literal) out_ << "+";
-      expression(*key);
+      gathered(*key);
     }
   }
   if (q.having) {
@@ -139,7 +139,7 @@ void Renderer::values(const Query& q) {
     int position = 0;
     for (const ExprPtr& value : q.rows.front()) {
       out_ << comma;
-      expression(*value);
+      gathered(*value);
       out_ << " AS \"C" << ++position << "\"";
     }
     return;
@@ -147,7 +147,9 @@ void Renderer::values(const Query& q) {
   out_ << "SELECT ";
   Comma nameComma;
   for (int i = 1; i <= static_cast<int>(q.columns.size()); ++i) {
-    out_ << nameComma << "column" << i << " AS \"C" << i << "\"";
+    out_ << nameComma << "column" << i;
+    gatheredTexts(q.columns[static_cast<size_t>(i - 1)].type);
+    out_ << " AS \"C" << i << "\"";
   }
   out_ << " FROM (VALUES ";
   Comma rowComma;
@@ -294,7 +296,7 @@ void Renderer::orderBy(const Query& q) {
       out_ << item.columnNumber + 1;
       type = &q.columns[static_cast<size_t>(item.columnNumber)].type;
     } else {
-      expression(*item.expr);
+      gathered(*item.expr);
       type = &item.expr->type;
     }
     if (type->kind == TypeKind::Decimal) out_ << " COLLATE ORV_DECIMAL";

@@ -84,6 +84,8 @@ class Renderer {
   void operand(const Expr& e, Comparison comparison);
   void comparison(const Expr& a, std::string_view op, const Expr& b);
   void collation(Comparison comparison, bool columnDecides);
+  void gathered(const Expr& e);
+  void gatheredTexts(const SqlType& type);
   void between(const Expr& e);
   void inList(const Expr& e);
   void inQuery(const Expr& e);
