@@ -119,10 +119,7 @@ SQLRETURN run(StatementHandle& handle) {
   bindParameters(handle, statement);
   statement.run();
   handle.executed = true;
-  const bool changes = statement.kind() == orv::StatementKind::Insert ||
-                       statement.kind() == orv::StatementKind::Update ||
-                       statement.kind() == orv::StatementKind::Delete;
-  if (!changes || statement.rowCount() > 0) return SQL_SUCCESS;
+  if (!changesRows(statement.kind()) || statement.rowCount() > 0) return SQL_SUCCESS;
   addRecord(handle, orv::SqlError(100));
   return SQL_NO_DATA;
 }

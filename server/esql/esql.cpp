@@ -20,11 +20,6 @@ std::string_view sectionText(const Module& module, std::string_view name) {
   throw SqlError(-805, {std::string(module.package) + "." + std::string(name)});
 }
 
-bool changesRows(StatementKind kind) {
-  return kind == StatementKind::Insert || kind == StatementKind::Update ||
-         kind == StatementKind::Delete;
-}
-
 void begin(PreparedStatement& statement, const BoundVariables& input, SessionState& session) {
   std::vector<HostStorage> storage;
   statement.start();

@@ -161,10 +161,7 @@ Result Session::run(std::string_view text, const OnColumns& onColumns, const OnR
       if (!deliver(statement, row)) result.outcome = outcomeOf(100);
     } else {
       result.rowCount = statement.rowCount();
-      const StatementKind kind = statement.kind();
-      const bool changes = kind == StatementKind::Insert || kind == StatementKind::Update ||
-                           kind == StatementKind::Delete;
-      if (changes && result.rowCount == 0) result.outcome = outcomeOf(100);
+      if (changesRows(statement.kind()) && result.rowCount == 0) result.outcome = outcomeOf(100);
     }
   });
   if (fromHost) std::rethrow_exception(fromHost);

@@ -36,8 +36,7 @@ LargeObjectForm largeObjectForm(const Statement& statement) {
 }
 
 bool enginePrepares(StatementKind kind) {
-  return kind == StatementKind::Select || kind == StatementKind::Insert ||
-         kind == StatementKind::Update || kind == StatementKind::Delete;
+  return kind == StatementKind::Select || changesRows(kind);
 }
 
 }  // namespace

@@ -194,6 +194,11 @@ enum class StatementKind : uint8_t {
   SetSchema,
 };
 
+// INSERT, UPDATE, DELETE.
+inline bool changesRows(StatementKind kind) {
+  return kind >= StatementKind::Insert && kind <= StatementKind::Delete;
+}
+
 struct Assignment {  // SET column = value
   std::string column;
   ExprPtr value;

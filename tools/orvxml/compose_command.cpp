@@ -1,7 +1,6 @@
 #include "compose_command.h"
 
 #include <cstdio>
-#include <exception>
 #include <memory>
 #include <utility>
 
@@ -30,10 +29,6 @@ struct Validity {
   void add(bool isValid) { ++(isValid ? valid : invalid); }
   bool known() const { return valid + invalid > 0; }
 };
-
-std::string countText(size_t count) {
-  return std::to_string(count) + (count == 1 ? " document" : " documents");
-}
 
 std::string jsonField(const char* name, const std::string& value) {
   return ", \"" + std::string(name) + "\": " + value;
@@ -106,20 +101,12 @@ ExitStatus ComposeRun::intoFolder() {
 }
 
 void ComposeRun::writeCollected(OutputFolder& folder, Validity& validity) {
-  // Nothing may be thrown through the server.
-  std::exception_ptr failure;
-  const orv::Result result = session_.run(
-      "SELECT DOC, VALID FROM SESSION.QRK_RESULT", [](const std::vector<orv::ResultColumn>&) {},
-      [&](std::vector<orv::ResultValue>& row) {
-        try {
-          folder.add(row[0].value_or(""));
-          if (row[1]) validity.add(*row[1] != "0");
-        } catch (...) {
-          failure = std::current_exception();
-        }
-        return failure == nullptr;
-      });
-  if (failure) std::rethrow_exception(failure);
+  const orv::Result result = session_.run("SELECT DOC, VALID FROM SESSION.QRK_RESULT", nullptr,
+                                          [&](std::vector<orv::ResultValue>& row) {
+                                            folder.add(row[0].value_or(""));
+                                            if (row[1]) validity.add(*row[1] != "0");
+                                            return true;
+                                          });
   require(result.outcome, settings_.database);
 }
 
@@ -143,8 +130,7 @@ std::string ComposeRun::whereFailed(const std::string& message) {
   if (!position) return labelOf(mapping);
   const bool inMapping = Shredder(session_, mapping).isAboutMapping(message);
   session_.rollback();
-  if (!inMapping) return labelOf(mapping);
-  return labelOf(mapping) + ':' + position->line + ':' + position->column;
+  return inMapping ? located(labelOf(mapping), *position) : labelOf(mapping);
 }
 
 ExitStatus ComposeRun::failed(const ComposeOutcome& outcome) {
@@ -179,9 +165,8 @@ void ComposeRun::report(const ComposeOutcome& outcome, const Validity& validity,
     printMessage(labelOf(composer_.mapping()), "warning: no document was composed");
   }
   if (settings_.quiet || settings_.json) return;
-  const auto count = static_cast<size_t>(outcome.documents);
-  const bool someLeft = onlyFirst && count > 1;
-  printMessage("", countText(count) +
+  const bool someLeft = onlyFirst && outcome.documents > 1;
+  printMessage("", countText(outcome.documents, "document") +
                        (someLeft ? "; this is the first, --output-dir writes all of them" : ""));
   if (!validity.known()) return;
   if (onlyFirst) return printMessage("", validity.valid > 0 ? "valid" : "invalid");

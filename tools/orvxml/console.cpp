@@ -29,6 +29,10 @@ void printFailure(std::string_view where, std::string_view text) {
   printMessage("", "the database lacks the library's packages: run orvxml bind");
 }
 
+std::string countText(int64_t count, const char* noun) {
+  return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
+}
+
 void checkOutput() {
   if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return;
   throw Failure("", std::string("cannot write the output: ") + std::strerror(errno));

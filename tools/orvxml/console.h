@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace orvxml::command {
@@ -13,6 +15,9 @@ void printMessage(std::string_view where, std::string_view text);
 
 // The same for a failure that came from the library, with a word of help where there is one.
 void printFailure(std::string_view where, std::string_view text);
+
+// "1 row", "2 rows".
+std::string countText(int64_t count, const char* noun);
 
 // Throws Failure when standard output did not take all that was written to it.
 void checkOutput();

@@ -13,7 +13,6 @@ void checkMapping(const std::string& dad, const std::string& collection) {
 }
 
 Mapping readMapping(const std::string& dad, const std::string& collection) {
-  checkMapping(dad, collection);
   if (!collection.empty()) return {true, collection, ""};
   const std::string name = inputName(dad);
   return {false, name, documentAsUtf8(name, readWhole(dad))};
@@ -21,6 +20,10 @@ Mapping readMapping(const std::string& dad, const std::string& collection) {
 
 std::string labelOf(const Mapping& mapping) {
   return mapping.isCollection ? "mapping of collection " + mapping.name : mapping.name;
+}
+
+std::string located(const std::string& place, const Position& position) {
+  return place + ':' + position.line + ':' + position.column;
 }
 
 std::optional<Position> parserPosition(std::string_view message) {

@@ -13,10 +13,10 @@ struct Mapping {
   std::string dad;   // text of the mapping in UTF-8; unused for a collection
 };
 
-// The mapping of the file `dad` or of the collection: exactly one of them is given, else Failure
-// with kWrongUse. Throws Failure when the file cannot be read.
-Mapping readMapping(const std::string& dad, const std::string& collection);
+// Throws Failure with kWrongUse unless exactly one of the two is given.
 void checkMapping(const std::string& dad, const std::string& collection);
+// The mapping of the file `dad` or of the collection. Throws Failure when the file cannot be read.
+Mapping readMapping(const std::string& dad, const std::string& collection);
 
 // How messages name a mapping.
 std::string labelOf(const Mapping& mapping);
@@ -24,6 +24,9 @@ std::string labelOf(const Mapping& mapping);
 struct Position {
   std::string line, column;
 };
+
+// "place:line:column"
+std::string located(const std::string& place, const Position& position);
 
 // The numbers that a message of the XML parser carries: "... Parser error on line 3 column 7: ...".
 std::optional<Position> parserPosition(std::string_view message);

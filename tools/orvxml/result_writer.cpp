@@ -153,11 +153,10 @@ class JsonWriter : public ResultWriter {
     columns_ = columns;
     keys_.clear();
     std::set<std::string> used;
-    for (size_t i = 0; i < columns.size(); ++i) {
-      const std::string base = columns[i].name.empty() ? std::to_string(i + 1) : columns[i].name;
-      std::string key = base;
+    for (const ResultColumn& column : columns) {
+      std::string key = column.name;
       // Two columns of one name stay two members.
-      for (int n = 2; !used.insert(key).second; ++n) key = base + '_' + std::to_string(n);
+      for (int n = 2; !used.insert(key).second; ++n) key = column.name + '_' + std::to_string(n);
       keys_.push_back(jsonString(key));
     }
     put(out_, "[");

@@ -80,8 +80,8 @@ class DocumentRun {
     if (!result.position) return;
     const bool inMapping = shredder_.isAboutMapping(result.message);
     session_.rollback();
-    result.where = (inMapping ? labelOf(shredder_.mapping()) : result.name) + ':' +
-                   result.position->line + ':' + result.position->column;
+    result.where =
+        located(inMapping ? labelOf(shredder_.mapping()) : result.name, *result.position);
     if (inMapping) result.position.reset();
   }
 

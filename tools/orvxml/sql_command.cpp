@@ -30,10 +30,6 @@ std::vector<Script> readScripts(const SqlOptions& options) {
   return scripts;
 }
 
-std::string countText(int64_t count) {
-  return std::to_string(count) + (count == 1 ? " row" : " rows");
-}
-
 class Runner {
  public:
   Runner(const Settings& settings, orv::Session& session, ResultFormat format)
@@ -64,9 +60,9 @@ class Runner {
     if (outcome.sqlcode > 0 && outcome.sqlcode != kNoRow) printMessage(where, outcome.message);
     if (settings_.quiet) return;
     if (hasResult) {
-      printMessage("", countText(rows));
+      printMessage("", countText(rows, "row"));
     } else if (result.rowCount > 0 || outcome.sqlcode == kNoRow) {
-      printMessage("", countText(result.rowCount));
+      printMessage("", countText(result.rowCount, "row"));
     }
   }
 
