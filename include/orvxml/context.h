@@ -20,6 +20,7 @@
 #include "orv/sqlcli.h"
 #include "orv/sqlda.h"
 #include "orv/sqludf.h"
+#include "orvxml/export.h"
 #include "orvxml/messages.h"
 
 namespace orvxml {
@@ -53,10 +54,10 @@ struct QrkStruct {
 // Sets up `ctx`: environment settings, trace, code pages and converters, parser check. `dbinfo` and
 // `appEncoding` are null for stored procedures. `sqlstate` holds 6 bytes. Returns 0 or the code of
 // the failure, after which the context is torn down already. Code -58 for a null context.
-int qrkInit(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo, char* sqlstate,
-            char* appEncoding);
+extern "C" ORVXML_API int qrkInit(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo,
+                                  char* sqlstate, char* appEncoding);
 // Releases all that the context owns. 0, or -58 ("38X10") for a null context.
-int qrkExit(QrkStruct* ctx, char* sqlstate);
+extern "C" ORVXML_API int qrkExit(QrkStruct* ctx, char* sqlstate);
 // Reads the environment settings (threshold, temporary directory). 0, or -58 out of memory.
 int qrkGetEnv(QrkStruct* ctx);
 
@@ -120,7 +121,7 @@ const char* buildStamp();
 // ---- Messages, in the form that the interface gives. All arguments are strings.
 // Format message `msgIndex` into `out`; return the bytes written without terminator. `used`: bytes
 // of the 1024-byte buffer that stand in front of `out`.
-int qrkSprint(QrkStruct* ctx, char* out, int msgIndex, ...);
+extern "C" ORVXML_API int qrkSprint(QrkStruct* ctx, char* out, int msgIndex, ...);
 int qrkVsprint(QrkStruct* ctx, char* out, int msgIndex, int used, va_list args);
 int qrkDbSprint(QrkStruct* ctx, char* out, sqlca* ca, int msgIndex, ...);
 int qrkDbVsprint(QrkStruct* ctx, char* out, sqlca* ca, int msgIndex, va_list args);

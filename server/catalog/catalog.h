@@ -95,6 +95,30 @@ struct Procedure {
   std::string parameterStyle;
 };
 
+// A registered function. Parameters and columns carry their distinct types and AS LOCATOR.
+struct Function {
+  FunctionKind kind = FunctionKind::Scalar;
+  std::string schema;
+  std::string name;
+  std::string specific;  // unique among the routines of the schema
+  std::vector<SqlType> parameters;
+  SqlType result;                     // Scalar, Sourced: what a call gives
+  SqlType returned;                   // Scalar: what the code gives: differs with CAST FROM
+  std::vector<OutputColumn> columns;  // Table
+  // External: Scalar and Table.
+  std::string library;     // "orvxmlfn"
+  std::string entry;       // "qrkExtractVarchar"
+  int32_t scratchpad = 0;  // bytes; 0: none
+  bool finalCall = false;
+  bool dbInfo = false;
+  bool deterministic = false;
+  bool nullCall = true;
+  // Sourced: the function behind it, registered or built in or made with a distinct type.
+  std::string sourceSchema;
+  std::string sourceName;
+  std::vector<SqlType> sourceParameters;
+};
+
 struct PackageSection {
   std::string name;
   std::string text;
@@ -127,6 +151,11 @@ class Catalog {
                                                  std::string_view specific) const = 0;
   virtual std::vector<const Procedure*> proceduresNamed(std::string_view schema,
                                                         std::string_view name) const = 0;
+  // Of one schema, or of all schemas of the function path in its order when `schema` is empty.
+  virtual std::vector<const Function*> functionsNamed(std::string_view schema,
+                                                      std::string_view name) const = 0;
+  virtual const Function* findSpecificFunction(std::string_view schema,
+                                               std::string_view specific) const = 0;
   virtual bool tableSpaceExists(std::string_view name) const = 0;
   virtual bool schemaExists(std::string_view name) const = 0;
   virtual bool indexExists(std::string_view schema, std::string_view name) const = 0;

@@ -87,6 +87,23 @@ std::vector<const Procedure*> CatalogData::proceduresNamed(std::string_view sche
   return found;
 }
 
+std::vector<const Function*> CatalogData::functionsNamed(std::string_view schema,
+                                                         std::string_view name) const {
+  std::vector<const Function*> found;
+  for (const auto& function : functions) {
+    if (function->schema == schema && function->name == name) found.push_back(function.get());
+  }
+  return found;
+}
+
+const Function* CatalogData::findSpecificFunction(std::string_view schema,
+                                                  std::string_view specific) const {
+  for (const auto& function : functions) {
+    if (function->schema == schema && function->specific == specific) return function.get();
+  }
+  return nullptr;
+}
+
 std::string foldAscii(std::string_view name) {
   std::string folded(name);
   for (char& c : folded) {

@@ -24,6 +24,7 @@ class CatalogData {
   std::vector<std::unique_ptr<Index>> indexes;
   std::vector<std::unique_ptr<DistinctType>> types;
   std::vector<std::unique_ptr<Procedure>> procedures;
+  std::vector<std::unique_ptr<Function>> functions;
   std::vector<Package> packages;
 
   // Prepares the lookups; call once after filling the lists. Of two tables with one name the first
@@ -39,6 +40,8 @@ class CatalogData {
   const Procedure* findSpecificProcedure(std::string_view schema, std::string_view specific) const;
   std::vector<const Procedure*> proceduresNamed(std::string_view schema,
                                                 std::string_view name) const;
+  std::vector<const Function*> functionsNamed(std::string_view schema, std::string_view name) const;
+  const Function* findSpecificFunction(std::string_view schema, std::string_view specific) const;
 
  private:
   std::unordered_map<std::string, const Table*> byName_;

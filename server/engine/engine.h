@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,36 @@ struct ValueView {
   static ValueView of(double value) { return {Kind::Double, 0, value, {}}; }
   static ValueView ofText(std::string_view value) { return {Kind::Text, 0, 0, value}; }
   static ValueView ofBlob(std::string_view value) { return {Kind::Blob, 0, 0, value}; }
+};
+
+// One use of a scalar function in one run of a statement: the engine asks the host for it at the
+// first call and destroys it at the end of the run, which makes the final call that the function
+// may want. Failures are SqlErrors; the destructor swallows them.
+class ScalarFunctionUse {
+ public:
+  virtual ~ScalarFunctionUse() = default;
+  // One argument per parameter, of its type already. The result is one of `Function::returned`,
+  // not yet converted to the function's result; its bytes are good until the next call.
+  virtual ValueView call(std::span<const ValueView> arguments) = 0;
+};
+
+// One use of a table function in one run of a statement: opened and closed once for each row of the
+// tables that its arguments refer to.
+class TableFunctionUse {
+ public:
+  virtual ~TableFunctionUse() = default;  // closes what is open
+  virtual void open(std::span<const ValueView> arguments) = 0;
+  virtual bool fetch() = 0;
+  virtual ValueView column(int index) = 0;  // of the row fetched, good until the next fetch
+  virtual void close() = 0;
+};
+
+// Who calls registered functions for the engine. A use keeps what it needs of `function`.
+class FunctionHost {
+ public:
+  virtual ~FunctionHost() = default;
+  virtual std::unique_ptr<ScalarFunctionUse> useScalar(const Function& function) = 0;
+  virtual std::unique_ptr<TableFunctionUse> useTable(const Function& function) = 0;
 };
 
 // A statement ready to run: bind, then step until it is done, then reset before the next run.
@@ -74,7 +105,11 @@ class Engine {
   // Select, Insert, Update, Delete.
   virtual std::unique_ptr<EngineStatement> prepare(const Statement& resolved) = 0;
 
-  // Every CREATE, DROP, ALTER and GRANT; also records procedures. The statement has been resolved.
+  // Whom prepared statements ask for registered functions; it outlives them. Null: there are none.
+  virtual void setFunctionHost(FunctionHost* host) = 0;
+
+  // Every CREATE, DROP, ALTER and GRANT; also records procedures and functions. The statement has
+  // been resolved.
   virtual void applyDdl(const Statement& resolved) = 0;
 
   virtual void setFunctionPath(std::vector<std::string> path) = 0;

@@ -19,6 +19,7 @@ namespace orv {
 
 struct Table;  // server/catalog/catalog.h
 struct Procedure;
+struct Function;
 struct Query;
 struct Expr;
 using ExprPtr = std::unique_ptr<Expr>;
@@ -83,7 +84,10 @@ struct Expr {
   size_t offset = 0;  // byte offset in the statement's text, for messages
   int height = 1;     // levels of nodes from here down, at most kMaxNesting
 
-  std::string function;              // resolved: the function's own name, UPPER also for UCASE
+  std::string function;  // resolved: the function's own name, UPPER also for UCASE
+  // resolved: the registered external function that is called, or null for a built-in one. Its
+  // arguments have been converted to the parameters' types (distinct types: to their sources).
+  const Function* routine = nullptr;
   const TableRef* source = nullptr;  // resolved: the table or derived table of a column
   int columnIndex = -1;              // resolved: its position there, from 0
 };
@@ -104,6 +108,7 @@ struct TableRef {
   std::string correlation;               // AS name; empty when not given
   std::vector<std::string> columnNames;  // AS T(c1, c2)
   QueryPtr query;                        // Derived: (query) or TABLE(query) or TABLE(VALUES ...)
+  // TableFunction: may name columns of the tables to the left of it in the same FROM.
   std::vector<ExprPtr> functionArgs;
   JoinKind join = JoinKind::Inner;  // Join
   std::unique_ptr<TableRef> left;
@@ -113,6 +118,7 @@ struct TableRef {
   int height = 1;  // as in Expr
 
   const Table* table = nullptr;       // resolved: BaseTable
+  const Function* routine = nullptr;  // resolved: TableFunction; arguments as in Expr
   std::vector<OutputColumn> columns;  // resolved: for every kind but Join
   std::string alias;  // resolved: a name unique in the whole statement, "T1", "T2"...
 };
@@ -189,6 +195,8 @@ enum class StatementKind : uint8_t {
   DropSchema,
   CreateProcedure,
   DropProcedure,
+  CreateFunction,
+  DropFunction,
   Grant,  // recorded nowhere: accepted and without effect
   SetFunctionPath,
   SetSchema,
@@ -250,6 +258,34 @@ struct ProcedureDefinition {
   std::string parameterStyle;  // "ORVDARI", "ORVSQL", "GENERAL", "GENERAL WITH NULLS"
 };
 
+enum class FunctionKind : uint8_t {
+  Scalar,   // external: a value for each call
+  Table,    // external: rows
+  Sourced,  // stands for another function, which the resolver puts in its place
+};
+
+// CREATE FUNCTION as written.
+struct FunctionDefinition {
+  FunctionKind kind = FunctionKind::Scalar;
+  QualifiedName name;
+  std::string specific;        // resolved: generated when not given
+  std::string specificSchema;  // as written; resolved: checked against the name's schema
+  std::vector<ParameterDefinition> parameters;  // all of mode In; names may be empty
+  ParameterDefinition result;                   // RETURNS type [AS LOCATOR]
+  std::optional<ParameterDefinition> castFrom;  // CAST FROM type [AS LOCATOR]
+  std::vector<ParameterDefinition> columns;     // RETURNS TABLE (name type [AS LOCATOR], ...)
+  std::string externalName;                     // 'library!entry'
+  int32_t scratchpad = 0;                       // bytes; 0: none
+  bool finalCall = false;
+  bool dbInfo = false;
+  bool deterministic = false;  // DETERMINISTIC, NOT VARIANT
+  bool nullCall = true;        // false (NOT NULL CALL): null for a null argument, without a call
+  QualifiedName source;        // Sourced
+  bool sourceIsSpecific = false;
+  bool sourceSignatureGiven = false;
+  std::vector<ParameterDefinition> sourceParameters;
+};
+
 struct MarkerInfo {
   SqlType type;  // resolved
 };
@@ -284,12 +320,14 @@ struct Statement {
   SqlType sourceType;                                      // CreateDistinctType
   bool withComparisons = false;
   ProcedureDefinition procedure;    // CreateProcedure
-  bool specific = false;            // DropProcedure: DROP SPECIFIC PROCEDURE
-  bool dropSignatureGiven = false;  // DropProcedure name(types)
+  FunctionDefinition function;      // CreateFunction
+  bool specific = false;            // DROP SPECIFIC PROCEDURE, DROP SPECIFIC FUNCTION
+  bool dropSignatureGiven = false;  // DropProcedure, DropFunction: name(types)
   std::vector<ParameterDefinition> dropSignature;
-  std::vector<ExprPtr> callArguments;  // Call
-  const Procedure* routine = nullptr;  // resolved: Call, DropProcedure
-  std::vector<std::string> path;       // SetFunctionPath
+  std::vector<ExprPtr> callArguments;         // Call
+  const Procedure* routine = nullptr;         // resolved: Call, DropProcedure
+  const Function* droppedFunction = nullptr;  // resolved: DropFunction
+  std::vector<std::string> path;              // SetFunctionPath
 
   std::vector<MarkerInfo> markers;  // one per ?, resolved
   bool hasResult() const { return kind == StatementKind::Select; }

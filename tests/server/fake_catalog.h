@@ -96,6 +96,23 @@ class FakeCatalog : public Catalog {
     }
     return found;
   }
+  std::vector<const Function*> functionsNamed(std::string_view schema,
+                                              std::string_view name) const override {
+    std::vector<const Function*> found;
+    for (const Function& function : functions) {
+      const bool wanted = schema.empty() || function.schema == schema;
+      if (wanted && function.name == name) found.push_back(&function);
+    }
+    return found;
+  }
+  const Function* findSpecificFunction(std::string_view schema,
+                                       std::string_view specific) const override {
+    for (const Function& function : functions) {
+      const bool wanted = schema.empty() || function.schema == schema;
+      if (wanted && function.specific == specific) return &function;
+    }
+    return nullptr;
+  }
   bool tableSpaceExists(std::string_view name) const override {
     return tableSpaces.count(std::string(name)) > 0;
   }
@@ -112,6 +129,7 @@ class FakeCatalog : public Catalog {
   std::deque<Table> tables;
   std::deque<DistinctType> types;
   std::deque<Procedure> procedures;
+  std::deque<Function> functions;
   std::set<std::string> tableSpaces;
   std::set<std::string> indexes;
 

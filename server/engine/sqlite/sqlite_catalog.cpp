@@ -1,5 +1,7 @@
 #include "server/engine/sqlite/sqlite_catalog.h"
 
+#include <algorithm>
+
 #include "server/catalog/system_views.h"
 #include "server/engine/sqlite/catalog_store.h"
 
@@ -98,6 +100,27 @@ std::vector<const Procedure*> SqliteCatalog::proceduresNamed(std::string_view sc
     if (!found.empty()) return found;
   }
   return data()->proceduresNamed(defaultSchema_, name);
+}
+
+std::vector<const Function*> SqliteCatalog::functionsNamed(std::string_view schema,
+                                                           std::string_view name) const {
+  if (!schema.empty()) return data()->functionsNamed(schema, name);
+  std::vector<const Function*> all;
+  for (const std::string& candidate : path_) {
+    const auto found = data()->functionsNamed(candidate, name);
+    all.insert(all.end(), found.begin(), found.end());
+  }
+  if (std::ranges::find(path_, defaultSchema_) == path_.end()) {
+    const auto found = data()->functionsNamed(defaultSchema_, name);
+    all.insert(all.end(), found.begin(), found.end());
+  }
+  return all;
+}
+
+const Function* SqliteCatalog::findSpecificFunction(std::string_view schema,
+                                                    std::string_view specific) const {
+  return search(schema,
+                [&](std::string_view s) { return data()->findSpecificFunction(s, specific); });
 }
 
 bool SqliteCatalog::tableSpaceExists(std::string_view name) const {

@@ -38,6 +38,10 @@ class SqliteCatalog : public Catalog {
                                          std::string_view specific) const override;
   std::vector<const Procedure*> proceduresNamed(std::string_view schema,
                                                 std::string_view name) const override;
+  std::vector<const Function*> functionsNamed(std::string_view schema,
+                                              std::string_view name) const override;
+  const Function* findSpecificFunction(std::string_view schema,
+                                       std::string_view specific) const override;
   bool tableSpaceExists(std::string_view name) const override;
   bool schemaExists(std::string_view name) const override;
   bool indexExists(std::string_view schema, std::string_view name) const override;

@@ -29,6 +29,7 @@ class SqliteEngine : public Engine {
   void rollbackToSavepoint(std::string_view name) override;
 
   std::unique_ptr<EngineStatement> prepare(const Statement& resolved) override;
+  void setFunctionHost(FunctionHost* host) override { functionHost_ = host; }
   void applyDdl(const Statement& resolved) override;
   void setFunctionPath(std::vector<std::string> path) override;
   void setDefaultSchema(std::string schema) override;
@@ -51,6 +52,7 @@ class SqliteEngine : public Engine {
   DatabaseHandle database_;
   TemporaryTables temporary_;
   std::unique_ptr<SqliteCatalog> catalog_;
+  FunctionHost* functionHost_ = nullptr;
   bool catalogChanged_ = false;  // in this unit of work
 };
 
