@@ -20,21 +20,25 @@ int QRK_getEncoding(QrkStruct* ctx, int32_t codePage, char16_t* name, int nameSi
 
 // Terminated text in the database code page to UTF-16; the units written (without terminator; the
 // result is terminated when it is shorter than `outSize`), or -1.
-int QRK_mbstowcsFunction(QrkStruct* ctx, char16_t* out, const char* in, int outSize);
+extern "C" ORVXML_API int QRK_mbstowcsFunction(QrkStruct* ctx, char16_t* out, const char* in,
+                                               int outSize);
 // Terminated UTF-16 to the database code page; bytes without terminator, or -1 (also when the
 // output would fill `outSize` completely).
-int QRK_wcstombsFunction(QrkStruct* ctx, char* out, const char16_t* in, int outSize);
+extern "C" ORVXML_API int QRK_wcstombsFunction(QrkStruct* ctx, char* out, const char16_t* in,
+                                               int outSize);
 // The same for owned strings; false when the text does not convert. With a null context, or one
 // without code pages, UTF-8.
 bool toDatabase(QrkStruct* ctx, std::u16string_view in, std::string& out);
 bool toUtf16(QrkStruct* ctx, std::string_view in, std::u16string& out);
 
-int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
-                          char* msg, char* sqlState, int* errCode);
-int convertBufferORVToApp(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
-                          char* msg, char* sqlState);
-int qrkConvBufferORVToAppEncoding(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
-                                  char* msg, char* sqlState);
+extern "C" ORVXML_API int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen,
+                                                char* out, int outSize, char* msg, char* sqlState,
+                                                int* errCode);
+extern "C" ORVXML_API int convertBufferORVToApp(QrkStruct* ctx, const char* in, int inLen,
+                                                char* out, int outSize, char* msg, char* sqlState);
+extern "C" ORVXML_API int qrkConvBufferORVToAppEncoding(QrkStruct* ctx, const char* in, int inLen,
+                                                        char* out, int outSize, char* msg,
+                                                        char* sqlState);
 
 // Upper-casing; full-width Latin letters stay. Sizes are bytes; `in` may be `out`. 0 or -1.
 int qrk_toupper(QrkStruct* ctx, const char* in, char* out, int outSize);

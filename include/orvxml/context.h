@@ -70,7 +70,8 @@ struct Report {
 };
 
 namespace detail {
-int failWith(const Report& report, Msg message, const char* const* arguments, size_t count);
+extern "C" ORVXML_API int qrkFailWith(const Report& report, Msg message,
+                                      const char* const* arguments, size_t count);
 inline std::string argumentText(std::string_view text) {
   return std::string(text);
 }
@@ -88,12 +89,12 @@ requires std::is_arithmetic_v<T> std::string argumentText(T number) {
 template <class... Args>
 int fail(const Report& report, Msg message, const Args&... args) {
   if constexpr (sizeof...(args) == 0) {
-    return detail::failWith(report, message, nullptr, 0);
+    return detail::qrkFailWith(report, message, nullptr, 0);
   } else {
     const std::string texts[] = {detail::argumentText(args)...};
     const char* pointers[sizeof...(args)];
     for (size_t i = 0; i < sizeof...(args); ++i) pointers[i] = texts[i].c_str();
-    return detail::failWith(report, message, pointers, sizeof...(args));
+    return detail::qrkFailWith(report, message, pointers, sizeof...(args));
   }
 }
 // The same in a function whose status for every failure is -1.

@@ -33,8 +33,8 @@ int reportCode(const Report& report, Msg message) {
 
 }  // namespace
 
-int detail::failWith(const Report& report, Msg message, const char* const* arguments,
-                     size_t count) {
+int detail::qrkFailWith(const Report& report, Msg message, const char* const* arguments,
+                        size_t count) {
   if (report.msg) {
     std::array<const char*, kMaxArguments> a;
     a.fill("");
