@@ -9,6 +9,9 @@ namespace {
 
 // In descending order of SQLCODE.
 constexpr std::array kMessages{
+    MessageText{462, "01H00",
+                "The routine \"%1\" (specific name \"%2\") has returned a warning SQLSTATE with "
+                "diagnostic text \"%3\"."},
     MessageText{
         239, "01005",
         "The descriptor area has \"%1\" entries; twice the \"%2\" columns are needed, because "
@@ -31,7 +34,8 @@ constexpr std::array kMessages{
                 "\"%1\" cannot be made: SESSION is the schema of declared temporary tables, and of "
                 "them alone."},
     MessageText{-84, "42612", "The statement is not allowed in this place."},
-    MessageText{-101, "54001", "The statement is too long or too deeply nested."},
+    MessageText{-101, "54001",
+                "The statement is too long or too deeply nested, or has too many parameters."},
     MessageText{-102, "54002", "The string constant that begins with %1 is too long."},
     MessageText{-103, "42604", "The numeric constant \"%1\" is not valid."},
     MessageText{-104, "42601",
@@ -77,6 +81,8 @@ constexpr std::array kMessages{
                 "The number of variables is not the number of parameter markers or columns."},
     MessageText{-332, "57017", "Text cannot be converted from code page \"%1\" to \"%2\"."},
     MessageText{-352, "56084", "A result column or parameter has an unsupported type."},
+    MessageText{-398, "428D2",
+                "AS LOCATOR is given for the type \"%1\", which is no large object."},
     MessageText{-401, "42818", "The types of the operands of \"%1\" cannot be compared."},
     MessageText{-402, "42819", "An operand of the arithmetic \"%1\" is not numeric."},
     MessageText{-404, "22001", "A value is too long for the column \"%1\"."},
@@ -97,7 +103,9 @@ constexpr std::array kMessages{
     MessageText{-433, "22001", "The value \"%1\" is too long."},
     MessageText{-438, "70000", "The application raised an error: \"%1\"."},
     MessageText{-440, "42884", "No routine \"%1\" with suitable arguments was found."},
-    MessageText{-443, "38000", "The routine \"%1\" (specific name \"%2\") failed: \"%3\"."},
+    MessageText{-443, "38000",
+                "The routine \"%1\" (specific name \"%2\") has returned an error SQLSTATE with "
+                "diagnostic text \"%3\"."},
     MessageText{-444, "42724",
                 "The routine \"%1\" cannot be reached: library or entry \"%2\" was not found."},
     MessageText{-449, "42878", "The external name of the routine \"%1\" is not valid."},
@@ -108,15 +116,25 @@ constexpr std::array kMessages{
     MessageText{-451, "42815",
                 "The routine \"%1\" uses the type or style \"%2\", which is not supported."},
     MessageText{-452, "428A1", "The file \"%1\" cannot be used.  Reason: \"%2\"."},
+    MessageText{-453, "42880",
+                "The routine \"%1\" does not give the type \"%2\" that its RETURNS clause names."},
     MessageText{-454, "42723", "A routine \"%1\" with these parameters exists already."},
     MessageText{-455, "42882",
                 "The schema \"%1\" of the specific name is not the schema \"%2\" of the routine."},
+    MessageText{-458, "42883", "No function \"%1\" has the parameters \"%2\"."},
     MessageText{-461, "42846", "A value of type \"%1\" cannot be cast to the type \"%2\"."},
+    MessageText{-463, "39001",
+                "The routine \"%1\" (specific name \"%2\") has returned the SQLSTATE \"%3\", which "
+                "is not valid, with diagnostic text \"%4\"."},
     MessageText{-469, "42886",
                 "Argument \"%2\" of the procedure \"%1\" is an output and needs a marker."},
     MessageText{-470, "39004", "Argument \"%2\" of the routine \"%1\" must not be null."},
     MessageText{-476, "42725", "More than one routine is named \"%1\"; give its parameters."},
     MessageText{-478, "42893", "\"%1\" cannot be dropped: \"%2\" depends on it."},
+    MessageText{-483, "42885",
+                "The function \"%1\" has not as many parameters as its source function."},
+    MessageText{-492, "42879",
+                "Parameter \"%2\" of the function \"%1\" cannot be passed to its source function."},
     MessageText{-501, "24501", "The cursor is not open."},
     MessageText{-502, "24502", "The cursor is open already."},
     MessageText{-514, "26501", "The cursor's statement is not prepared."},

@@ -2,7 +2,8 @@
 // its members are spread over one file per group of statements: parser.cpp (dispatch and units of
 // work), parser_support.cpp (tokens, names, errors), parser_expression.cpp and parser_primary.cpp,
 // parser_query.cpp, parser_change.cpp (INSERT, UPDATE, DELETE, CALL), parser_type.cpp,
-// parser_table.cpp, parser_temporary.cpp, parser_object.cpp (other DDL) and parser_routine.cpp.
+// parser_table.cpp, parser_temporary.cpp, parser_object.cpp (other DDL), parser_routine.cpp and
+// parser_function.cpp.
 //
 // No rule ever backtracks, so that parsing takes time in proportion to the text. Two things bound
 // the stack: `Nesting` counts the open rules, and every node knows its height.
@@ -158,7 +159,8 @@ class Parser {
   void parseCreateDistinctType();
   void parseCreateTableSpace();
   void parseCreateProcedure();
-  void parseDropProcedure(bool specific);
+  void parseCreateFunction();
+  void parseDropRoutine(StatementKind kind, bool specific);
 
   // ---- types and table definitions
   ParsedType parseType();
@@ -184,8 +186,18 @@ class Parser {
 
   // ---- routines
   ParameterDefinition parseParameter();
+  void parseNamedType(ParameterDefinition& parameter);
+  void parseLocatorType(ParameterDefinition& parameter);
+  std::vector<ParameterDefinition> parseSignature();
   bool parseProcedureOption(ProcedureDefinition& procedure);
   bool parseNamedProcedureOption(ProcedureDefinition& procedure);
+  std::string parseExternalName();
+  std::string_view parseFunctionOption(FunctionDefinition& function);
+  void parseFunctionClause(std::string_view clause, FunctionDefinition& function);
+  void parseReturns(FunctionDefinition& function);
+  void parseReturnedColumns(FunctionDefinition& function);
+  void parseSource(FunctionDefinition& function);
+  int32_t parseScratchpadSize();
 
   std::string_view text_;
   std::vector<Token> tokens_;

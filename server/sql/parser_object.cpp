@@ -5,13 +5,14 @@
 namespace orv {
 
 // create: CREATE ( TABLE .. | [UNIQUE] INDEX .. | ALIAS .. | DISTINCT TYPE .. | TABLESPACE ..
-//                | SCHEMA name | PROCEDURE .. )
+//                | SCHEMA name | PROCEDURE .. | FUNCTION .. )
 void Parser::parseCreate() {
   if (acceptWord("TABLE")) return parseCreateTable();
   if (isWord("INDEX") || areWords("UNIQUE INDEX")) return parseCreateIndex();
   if (acceptWord("ALIAS")) return parseCreateAlias();
   if (acceptWords("DISTINCT TYPE")) return parseCreateDistinctType();
   if (acceptWord("PROCEDURE")) return parseCreateProcedure();
+  if (acceptWord("FUNCTION")) return parseCreateFunction();
   if (acceptWord("SCHEMA")) {
     statement_->kind = StatementKind::CreateSchema;
     statement_->name.name = parseName();
@@ -72,7 +73,7 @@ void Parser::parseCreateTableSpace() {
 }
 
 // drop: DROP ( TABLE | INDEX | ALIAS | DISTINCT TYPE | TYPE | TABLESPACE | SCHEMA ) name [RESTRICT]
-//     | DROP [SPECIFIC] PROCEDURE ..
+//     | DROP [SPECIFIC] (PROCEDURE | FUNCTION) ..
 void Parser::parseDrop() {
   struct Entry {
     std::string_view word;
@@ -87,8 +88,10 @@ void Parser::parseDrop() {
       {"TABLESPACE", StatementKind::DropTableSpace, false},
       {"SCHEMA", StatementKind::DropSchema, false},
   };
-  if (acceptWord("PROCEDURE")) return parseDropProcedure(false);
-  if (acceptWords("SPECIFIC PROCEDURE")) return parseDropProcedure(true);
+  const bool specific = acceptWord("SPECIFIC");
+  if (acceptWord("PROCEDURE")) return parseDropRoutine(StatementKind::DropProcedure, specific);
+  if (acceptWord("FUNCTION")) return parseDropRoutine(StatementKind::DropFunction, specific);
+  if (specific) unexpected("FUNCTION");
   if (isWord("DISTINCT") && isWord("TYPE", 1)) advance();
   for (const Entry& entry : kObjects) {
     if (!acceptWord(entry.word)) continue;

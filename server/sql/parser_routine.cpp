@@ -1,4 +1,4 @@
-// Procedures.
+// Procedures, and what functions have in common with them.
 #include <algorithm>
 
 #include "server/sql/parser_impl.h"
@@ -67,16 +67,29 @@ ParameterDefinition Parser::parseParameter() {
     parameter.mode = ParameterDefinition::Mode::InOut;
     advance();
   }
+  parseNamedType(parameter);
+  return parameter;
+}
+
+// named type: [name] type [AS LOCATOR]
+void Parser::parseNamedType(ParameterDefinition& parameter) {
+  static constexpr std::string_view kTypesAlone[] = {"LONG VARCHAR", "LONG VARGRAPHIC",
+                                                     "DOUBLE PRECISION", "CHAR LARGE OBJECT",
+                                                     "CHARACTER LARGE OBJECT"};
   const bool typeAlone =
-      areWords("LONG VARCHAR") || areWords("LONG VARGRAPHIC") || areWords("DOUBLE PRECISION");
+      std::ranges::any_of(kTypesAlone, [this](std::string_view words) { return areWords(words); });
   if (isName(1) && !typeAlone && !isWord("AS", 1) && !isWord("FOR", 1) && !isWord("VARYING", 1)) {
     parameter.name = parseName();
   }
+  parseLocatorType(parameter);
+}
+
+// locator type: type [AS LOCATOR]
+void Parser::parseLocatorType(ParameterDefinition& parameter) {
   ParsedType parsed = parseType();
   parameter.type = std::move(parsed.type);
   parameter.typeName = std::move(parsed.name);
   parameter.type.locator = acceptWords("AS LOCATOR");
-  return parameter;
 }
 
 bool Parser::parseProcedureOption(ProcedureDefinition& procedure) {
@@ -100,8 +113,7 @@ bool Parser::parseNamedProcedureOption(ProcedureDefinition& procedure) {
     procedure.specific = std::move(specific.name);
     procedure.specificSchema = std::move(specific.schema);
   } else if (acceptWords("EXTERNAL NAME")) {
-    procedure.externalName =
-        token().kind == TokenKind::String ? parseStringConstant() : parseName("<string>");
+    procedure.externalName = parseExternalName();
   } else if (acceptWord("LANGUAGE")) {
     expectWord("C");
   } else if (acceptWords("PARAMETER STYLE")) {
@@ -120,21 +132,33 @@ bool Parser::parseNamedProcedureOption(ProcedureDefinition& procedure) {
   return true;
 }
 
-// drop procedure: DROP PROCEDURE name [ ( [type {, type}] ) ] | DROP SPECIFIC PROCEDURE name
-void Parser::parseDropProcedure(bool specific) {
-  statement_->kind = StatementKind::DropProcedure;
+std::string Parser::parseExternalName() {
+  return token().kind == TokenKind::String ? parseStringConstant() : parseName("<string>");
+}
+
+// drop routine: DROP (PROCEDURE | FUNCTION) name [ ( [type {, type}] ) ]
+//             | DROP SPECIFIC (PROCEDURE | FUNCTION) name
+void Parser::parseDropRoutine(StatementKind kind, bool specific) {
+  statement_->kind = kind;
   statement_->specific = specific;
   statement_->name = parseQualifiedName();
-  if (!specific && acceptSymbol("(")) {
+  if (!specific && isSymbol("(")) {
     statement_->dropSignatureGiven = true;
-    if (!isSymbol(")")) {
-      do {
-        statement_->dropSignature.push_back(parseParameter());
-      } while (acceptSymbol(","));
-    }
-    expectSymbol(")");
+    statement_->dropSignature = parseSignature();
   }
   acceptWord("RESTRICT");
+}
+
+// signature: ( [named type {, named type}] )
+std::vector<ParameterDefinition> Parser::parseSignature() {
+  std::vector<ParameterDefinition> types;
+  expectSymbol("(");
+  if (acceptSymbol(")")) return types;
+  do {
+    parseNamedType(types.emplace_back());
+  } while (acceptSymbol(","));
+  expectSymbol(")");
+  return types;
 }
 
 }  // namespace orv
