@@ -1,4 +1,5 @@
 // The call itself: code found, parameters laid out, the session made current, the outcome judged.
+#include "server/routines/active_call.h"
 #include "server/routines/call_statement.h"
 #include "server/routines/parameter_area.h"
 #include "server/routines/routine_library.h"
@@ -17,22 +18,6 @@ using DescriptorProcedure = int (*)(void*, void*, sqlda*, sqlca*);
 std::string qualifiedName(const Procedure& procedure) {
   return procedure.schema + "." + procedure.name;
 }
-
-class ActiveCall {
- public:
-  explicit ActiveCall(SessionState& session) : session_(session), scope_(session.slot()) {
-    if (session.activeCalls >= kMaxDepth) throw SqlError(-724, {"PROCEDURE"});
-    ++session_.activeCalls;
-  }
-  ~ActiveCall() { --session_.activeCalls; }
-  ActiveCall(const ActiveCall&) = delete;
-  ActiveCall& operator=(const ActiveCall&) = delete;
-
- private:
-  static constexpr int kMaxDepth = 16;
-  SessionState& session_;
-  CurrentSessionScope scope_;
-};
 
 int invoke(DescriptorProcedure entry, sqlda* parameters, sqlca* area, const Procedure& procedure) {
   try {
@@ -55,7 +40,8 @@ std::vector<OwnedValue> callProcedure(SessionState& session, const Procedure& pr
   sqlca area;
   resetArea(area);
   {
-    const ActiveCall call(session);
+    const ActiveCall call(session, "PROCEDURE");
+    const StatementWarning ownWarnings(session);  // the procedure's statements keep theirs
     const int returned = invoke(reinterpret_cast<DescriptorProcedure>(address),
                                 parameters.descriptor(), &area, procedure);
     if (area.sqlcode < 0) throw errorFrom(area);

@@ -1,11 +1,11 @@
 // The locator calls of user-defined functions, on the session that the function runs in. Bytes are
 // in the code page of the database.
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
 #include "orv/sqlda.h"
 #include "orv/sqludf.h"
+#include "server/routines/double_bytes.h"
 #include "server/session/outcome.h"
 #include "server/session/session_state.h"
 
@@ -48,7 +48,7 @@ int sqludf_length(const sqludf_locator* locator, int32_t* length) {
   return answering([&](SessionState& session) {
     if (!length) throw SqlError(-804, {"length"});
     *length = 0;
-    *length = static_cast<int32_t>(valueOf(session, locator).native(session.codePage())->size());
+    *length = static_cast<int32_t>(valueOf(session, locator).nativeView(session.codePage()).size());
   });
 }
 
@@ -59,10 +59,16 @@ int sqludf_substr(const sqludf_locator* locator, int32_t start, int32_t length,
     if (!buffer || !returned) throw SqlError(-804, {"buffer"});
     *returned = 0;
     if (start < 1 || length < 0) throw SqlError(-138);
-    const LocatorValue::Bytes bytes = valueOf(session, locator).native(session.codePage());
-    const size_t from = std::min(static_cast<size_t>(start - 1), bytes->size());
-    const size_t count =
-        bytes->copy(reinterpret_cast<char*>(buffer), static_cast<size_t>(length), from);
+    LocatorValue& value = valueOf(session, locator);
+    const std::string_view bytes = value.nativeView(session.codePage());
+    const size_t from = std::min(static_cast<size_t>(start - 1), bytes.size());
+    const size_t count = std::min(static_cast<size_t>(length), bytes.size() - from);
+    char* const to = reinterpret_cast<char*>(buffer);
+    if (value.kind() == LocatorKind::DbClob) {
+      orv::copyTurned(bytes, from, count, to);
+    } else {
+      bytes.copy(to, count, from);
+    }
     *returned = static_cast<int32_t>(count);
   });
 }
@@ -73,13 +79,19 @@ int sqludf_append(const sqludf_locator* locator, const unsigned char* data, int3
     if (appended) *appended = 0;
     if (length < 0 || (length > 0 && !data)) throw SqlError(-804, {"data"});
     LocatorValue& value = valueOf(session, locator);
-    const size_t size = value.native(session.codePage())->size();
+    const bool units = value.kind() == LocatorKind::DbClob;
+    if (units && length % 2 != 0) throw SqlError(-804, {"length"});
+    const size_t size = value.nativeView(session.codePage()).size();
     if (size + static_cast<size_t>(length) > std::numeric_limits<int32_t>::max()) {
       throw SqlError(-433, {std::to_string(size) + " bytes"});
     }
-    if (length > 0) {
-      value.append({reinterpret_cast<const char*>(data), static_cast<size_t>(length)},
-                   session.codePage());
+    const std::string_view piece(reinterpret_cast<const char*>(data), static_cast<size_t>(length));
+    if (units) {
+      std::string turned(piece);
+      orv::turnUnits(turned.data(), turned.size());
+      value.append(turned, session.codePage());
+    } else if (!piece.empty()) {
+      value.append(piece, session.codePage());
     }
     if (appended) *appended = length;
   });

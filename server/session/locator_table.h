@@ -23,18 +23,30 @@ class LocatorValue {
   // An empty value, to append to.
   explicit LocatorValue(LocatorKind kind);
   LocatorValue(LocatorKind kind, std::string utf8);
+  // Stands for bytes that their owner keeps as they are as long as this value lives.
+  static LocatorValue borrowing(LocatorKind kind, std::string_view utf8);
 
   LocatorKind kind() const { return kind_; }
   // The bytes in the code page of the database (binary: the bytes). -191 when they do not convert.
   Bytes native(const CodePage& codePage);
   Bytes utf8(const CodePage& codePage);
+  // The same without a share in them: borrowed bytes are not copied. Good while the value lives and
+  // is not appended to.
+  std::string_view nativeView(const CodePage& codePage);
+  std::string_view utf8View(const CodePage& codePage);
   // Adds native bytes. Copies the value first when a statement still reads it.
   void append(std::string_view bytes, const CodePage& codePage);
 
  private:
-  LocatorKind kind_;
+  LocatorValue() = default;
+  void own();
+
+  LocatorKind kind_ = LocatorKind::Clob;
   std::shared_ptr<std::string> utf8_;  // one of the two may be null; both may be the same
   std::shared_ptr<std::string> native_;
+  std::string_view borrowed_;  // in place of `utf8_`
+  bool isBorrowed_ = false;
+  bool isBorrowedNative_ = false;  // the borrowed bytes are those in the code page too
 };
 
 class LocatorTable {
@@ -46,6 +58,10 @@ class LocatorTable {
   // The number of an existing locator at an address that is good while the locator lives.
   int32_t* address(int32_t locator) { return &entry(locator).number; }
   void free(int32_t locator);
+  // The value of a locator that ends.
+  LocatorValue take(int32_t locator);
+  // Frees a locator that may have been freed or taken already.
+  void discard(int32_t locator) { values_.erase(locator); }
   void clear() { values_.clear(); }
 
  private:

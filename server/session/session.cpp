@@ -101,6 +101,7 @@ Session::Session(std::unique_ptr<SessionState> state) : state_(std::move(state))
 }
 
 Session::~Session() {
+  state_->closeStatements();
   state_->slot()->session.store(nullptr, std::memory_order_release);
 }
 
@@ -149,6 +150,7 @@ Result Session::run(std::string_view text, const OnColumns& onColumns, const OnR
   };
   into(result.outcome, [&] {
     CurrentSessionScope scope(state_->slot());
+    const StatementWarning warnings(*state_);
     PreparedStatement statement(*state_, text);
     statement.start();
     statement.run();
@@ -163,6 +165,8 @@ Result Session::run(std::string_view text, const OnColumns& onColumns, const OnR
       result.rowCount = statement.rowCount();
       if (changesRows(statement.kind()) && result.rowCount == 0) result.outcome = outcomeOf(100);
     }
+    const std::optional<SqlError>& warning = state_->warning();
+    if (warning && result.outcome.sqlcode == 0) result.outcome = outcomeOf(*warning);
   });
   if (fromHost) std::rethrow_exception(fromHost);
   return result;

@@ -2,19 +2,29 @@
 
 #include <algorithm>
 
+#include "server/routines/function_host.h"
 #include "server/session/prepared_statement.h"
 
 namespace orv {
 
 SessionState::SessionState(std::unique_ptr<Engine> engine, std::string databaseName)
-    : engine_(std::move(engine)),
+    : functionHost_(std::make_unique<RoutineHost>(*this)),
+      engine_(std::move(engine)),
       codePage_(engine_->catalog().codePage()),
       textLength_(engine_->catalog().codePage()),
       databaseName_(std::move(databaseName)),
-      authorizationId_(engine_->catalog().defaultSchema()) {}
+      authorizationId_(engine_->catalog().defaultSchema()) {
+  engine_->setFunctionHost(functionHost_.get());
+}
 
 SessionState::~SessionState() {
+  closeStatements();
+}
+
+void SessionState::closeStatements() {
   for (PreparedStatement* statement : live_) statement->detach();
+  live_.clear();
+  statements_.clear();
 }
 
 void SessionState::enroll(PreparedStatement& statement) {

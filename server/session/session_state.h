@@ -8,8 +8,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "server/engine/engine.h"
@@ -75,9 +77,19 @@ class SessionState {
   void enroll(PreparedStatement& statement);
   void withdraw(PreparedStatement& statement);
 
-  int activeCalls = 0;  // procedure calls under way
+  int activeCalls = 0;  // routine calls under way
+
+  // What a function first warned of in the statement under way.
+  const std::optional<SqlError>& warning() const { return warning_; }
+  void warn(SqlError warning) {
+    if (!warning_) warning_ = std::move(warning);
+  }
+
+  // Ends every statement while functions can still be called.
+  void closeStatements();
 
  private:
+  friend class StatementWarning;
   static constexpr int kRolledBack = -911;
 
   struct Savepoint {
@@ -93,6 +105,7 @@ class SessionState {
   void rollbackTo(const std::string& name);
   std::vector<Savepoint>::iterator findSavepoint(const std::string& name);
 
+  std::unique_ptr<FunctionHost> functionHost_;  // outlives the engine, which asks it
   std::unique_ptr<Engine> engine_;
   CodePage codePage_;
   TextLength textLength_;
@@ -107,6 +120,22 @@ class SessionState {
   std::vector<Package> knownPackages_;  // found bound in this unit of work or before
   std::vector<PreparedStatement*> live_;
   SessionSlotPtr slot_ = std::make_shared<SessionSlot>();
+  std::optional<SqlError> warning_;
+};
+
+// One statement or call, which has warnings of its own: those of the statement around it are put
+// aside.
+class StatementWarning {
+ public:
+  explicit StatementWarning(SessionState& session)
+      : session_(session), outer_(std::exchange(session.warning_, std::nullopt)) {}
+  ~StatementWarning() { session_.warning_ = std::move(outer_); }
+  StatementWarning(const StatementWarning&) = delete;
+  StatementWarning& operator=(const StatementWarning&) = delete;
+
+ private:
+  SessionState& session_;
+  std::optional<SqlError> outer_;
 };
 
 }  // namespace orv

@@ -27,6 +27,8 @@
 //   AS LOCATOR: sqludf_locator
 //   a distinct type: as its source
 //
+// The results are null until the function sets their indicators to 0.
+//
 // SQLSTATE after the call: "00000" success; "01Hxx" success with a warning; "02000" the end of a
 // table function's rows; "38xxx" failure (SQLCODE -443 with the message). Any other one, and a
 // message that is not terminated within its field, is a failure of the function.
@@ -41,14 +43,16 @@ namespace orv {
 
 inline constexpr size_t kUdfMessageField = 71;  // bytes: 70 and a terminator
 
-// Call types of scalar functions. The final call has arguments that are not to be read and a result
-// that nobody reads.
+// Call types of scalar functions, with FINAL CALL. The final call has arguments that are not to be
+// read and a result that nobody reads; it follows every first call, also one that failed.
 inline constexpr int32_t kUdfFirstCall = -1;  // a normal call as well
 inline constexpr int32_t kUdfNormalCall = 0;
 inline constexpr int32_t kUdfFinalCall = 1;
 
 // Call types of table functions. First and final calls are made with FINAL CALL only. Arguments are
-// given at first and open calls, rows are taken at fetch calls.
+// given at first and open calls, rows are taken at fetch calls. A close call follows every open call
+// that succeeded, a final call every first call, also one that failed. Without FINAL CALL the
+// scratchpad is zero again at each open call.
 inline constexpr int32_t kUdfTableFirst = -2;
 inline constexpr int32_t kUdfTableOpen = -1;
 inline constexpr int32_t kUdfTableFetch = 0;
@@ -84,7 +88,8 @@ using sqludf_locator = int32_t;
 
 // All return 0 or a negative SQLCODE. A locator that a function receives is good until it returns,
 // one that it makes until it is given back as a result or the unit of work ends. Lengths and
-// positions count bytes; of DBCLOB locators too.
+// positions count bytes; of DBCLOB locators too, whose bytes are 16-bit units in the byte order of
+// the machine and are appended in whole units.
 extern "C" {
 ORV_API int sqludf_length(const sqludf_locator* locator, int32_t* length);
 ORV_API int sqludf_substr(const sqludf_locator* locator, int32_t start, int32_t length,
