@@ -21,7 +21,7 @@ bool sameCodePages(const QrkStruct* ctx) {
 }
 
 bool isUtf16Application(const QrkStruct* ctx) {
-  return ctx && ctx->codePages && ctx->codePages->appCodePage == kUtf16CodePage;
+  return ctx && ctx->codePages && isPlainUtf16(ctx->codePages->appCodePage);
 }
 
 // Null when the text is UTF-8.
@@ -82,6 +82,7 @@ struct BufferConversion {
   char* out;
   int outSize;
   Report report;
+  bool dropsMark = false;
 
   int failWith(UErrorCode status) const {
     failConversion(report, status);
@@ -107,7 +108,8 @@ struct BufferConversion {
     UErrorCode status = toUnicode(from, in, text);
     if (U_FAILURE(status)) return failWith(status);
     QRK_TRACE(ctx, "nr chars converted to unicode %d", static_cast<int>(text.size()));
-    const int32_t length = fromUnicode(to, text, out, outSize, status);
+    const int32_t length =
+        fromUnicode(to, dropsMark ? withoutMark(text) : text, out, outSize, status);
     if (status == U_BUFFER_OVERFLOW_ERROR || (U_SUCCESS(status) && length >= outSize)) {
       QRK_TRACE(ctx, "destbuf %d too small to hold converted buffer %d", outSize, length);
       return tooSmall();
@@ -118,29 +120,17 @@ struct BufferConversion {
   }
 };
 
-// The byte order mark of UTF-16 input is no part of its text. A mark of the order that the
-// converter does not read tells that the text needs the other converter.
-enum class Mark { None, BigEndian, LittleEndian };
-
-Mark takeByteOrderMark(std::string_view& in) {
-  Mark mark = Mark::None;
-  if (in.starts_with("\xFE\xFF")) mark = Mark::BigEndian;
-  if (in.starts_with("\xFF\xFE")) mark = Mark::LittleEndian;
-  if (mark != Mark::None) in.remove_prefix(2);
-  return mark;
-}
-
-int convertMarked(const BufferConversion& conversion, Mark mark, UConverter* to) {
-  UErrorCode status = U_ZERO_ERROR;
-  UConverter* from = ucnv_open(mark == Mark::BigEndian ? "UTF-16BE" : "UTF-16LE", &status);
-  if (U_FAILURE(status)) return conversion.failWith(status);
-  ucnv_setToUCallBack(from, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-  const int length = conversion.convert(from, to);
-  ucnv_close(from);
-  return length;
-}
-
 }  // namespace
+
+Converter openForMark(const QrkCodePages& pages, std::string_view text, UErrorCode& status) {
+  if (!isPlainUtf16(pages.appCodePage) || !hasUtf16Mark(text)) return nullptr;
+  const bool isBigEndian = text.front() == '\xFE';
+  if (isBigEndian == (pages.appCodePage == kUtf16CodePage)) return nullptr;
+  Converter converter(ucnv_open(isBigEndian ? "UTF-16BE" : "UTF-16LE", &status));
+  if (U_FAILURE(status)) return nullptr;
+  ucnv_setToUCallBack(converter.get(), UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
+  return converter;
+}
 
 UErrorCode toUnicode(UConverter* converter, std::string_view in, std::u16string& out) {
   UErrorCode status = lengthStatus(in.size());
@@ -218,12 +208,17 @@ int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, 
                               {in, static_cast<size_t>(std::max(inLen, 0))},
                               out,
                               outSize,
-                              {ctx, msg, errCode, sqlState}};
-  Mark mark = Mark::None;
-  if (isUtf16Application(ctx)) mark = takeByteOrderMark(conversion.in);
-  if (sameCodePages(ctx)) return conversion.copy();
-  if (mark != Mark::None) return convertMarked(conversion, mark, ctx->codePages->dbConverter);
-  return conversion.convert(ctx->codePages->appConverter, ctx->codePages->dbConverter);
+                              {ctx, msg, errCode, sqlState},
+                              true};
+  if (sameCodePages(ctx)) {
+    if (isUtf16Application(ctx) && hasUtf16Mark(conversion.in)) conversion.in.remove_prefix(2);
+    return conversion.copy();
+  }
+  const QrkCodePages& pages = *ctx->codePages;
+  UErrorCode status = U_ZERO_ERROR;
+  const Converter marked = openForMark(pages, conversion.in, status);
+  if (U_FAILURE(status)) return conversion.failWith(status);
+  return conversion.convert(marked ? marked.get() : pages.appConverter, pages.dbConverter);
 }
 
 int convertBufferORVToApp(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,

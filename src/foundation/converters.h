@@ -2,6 +2,7 @@
 // convert stops the conversion with an error.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -13,7 +14,30 @@ namespace orvxml {
 
 inline constexpr int32_t kUtf8CodePage = 1208;
 inline constexpr int32_t kUtf16CodePage = 1200;
+inline constexpr int32_t kUtf16LittleEndianCodePage = 1202;
 inline constexpr char16_t kByteOrderMark = 0xFEFF;
+
+struct CloseConverter {
+  void operator()(UConverter* converter) const { ucnv_close(converter); }
+};
+using Converter = std::unique_ptr<UConverter, CloseConverter>;
+
+// A UTF-16 code page of one byte order: its converter neither writes a mark nor looks for one.
+inline bool isPlainUtf16(int32_t codePage) {
+  return codePage == kUtf16CodePage || codePage == kUtf16LittleEndianCodePage;
+}
+inline bool hasUtf16Mark(std::string_view text) {
+  return text.starts_with("\xFE\xFF") || text.starts_with("\xFF\xFE");
+}
+
+// What reads a text of the application in the byte order that its mark tells; null where that is
+// the application's converter itself, or with an error in `status`.
+Converter openForMark(const QrkCodePages& pages, std::string_view text, UErrorCode& status);
+// A byte order mark, in whatever encoding, is no part of the text.
+inline std::u16string_view withoutMark(std::u16string_view text) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(1);
+  return text;
+}
 
 // The whole of `in` into `out`.
 UErrorCode toUnicode(UConverter* converter, std::string_view in, std::u16string& out);

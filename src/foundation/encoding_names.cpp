@@ -1,7 +1,6 @@
 // The encoding name that XML declarations use for a code page.
 #include <algorithm>
 #include <iterator>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -49,11 +48,6 @@ constexpr EncodingName kEncodingNames[] = {
     {1046, u"cp1046"},
 };
 // clang-format on
-
-struct CloseConverter {
-  void operator()(UConverter* converter) const { ucnv_close(converter); }
-};
-using Converter = std::unique_ptr<UConverter, CloseConverter>;
 
 const EncodingName* findRow(int32_t codePage) {
   const auto* row =

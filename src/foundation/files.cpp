@@ -6,26 +6,22 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <memory>
 
 #include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "src/foundation/new_file.h"
+#include "src/foundation/piece_reader.h"
 
 namespace orvxml {
 namespace {
 
 constexpr mode_t kReadableByAll = 0644;
 
-struct CloseFile {
-  void operator()(FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
-
 // Reads the whole file of `size` bytes into `buf`, which has room for it.
 int readWhole(QrkStruct* ctx, const char* fileName, char* buf, uint32_t size,
               const Report& report) {
-  const File file(xml_fopen(ctx, fileName, "rb"));
+  const InputFile file(xml_fopen(ctx, fileName, "rb"));
   if (!file) {
     fail(report, Msg::QRKC000E);
     return -1;
@@ -90,20 +86,15 @@ int isfile(QrkStruct*, const char* name) {
 int qrk_buf2file(QrkStruct* ctx, const char* data, int length, const char* fileName, char* sqlState,
                  char* msg) {
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
-  FILE* file = xml_fopen(ctx, fileName, "wb+");
-  if (!file) {
+  NewFile file(ctx);
+  if (!file.create(fileName)) {
     QRK_TRACE(ctx, "xml_fopen with wb+. fp is NULL");
-    fail(report, Msg::QRKC000E);
-    return -1;
+    return failed(report, Msg::QRKC000E);
   }
   const size_t size = length > 0 ? static_cast<size_t>(length) : 0;
-  const size_t written = size > 0 ? std::fwrite(data, 1, size, file) : 0;
-  const bool closed = std::fclose(file) == 0;
-  if (written != size || !closed || length < 0) {
-    fail(report, Msg::QRKC003E);
-    return -1;
+  if (length < 0 || file.write(data, size) != size || !file.finish()) {
+    return failed(report, Msg::QRKC003E);
   }
-  qrk_changeMode(ctx, fileName);
   return 0;
 }
 
@@ -115,6 +106,7 @@ int qrk_file2varchar(QrkStruct* ctx, const char* fileName, char* buf, int bufLen
     fail(report, Msg::QRKC001E);
     return rc;
   }
+  if (!isfile(ctx, fileName)) return failed(report, Msg::QRKC001E);
   const uint32_t room = bufLen > 0 ? static_cast<uint32_t>(bufLen) : 0;
   if (size > kMaxVarcharFile || size > room) {
     fail(report, Msg::QRKC005E);

@@ -173,7 +173,7 @@ int qrkConvBufferORVToAppEncoding(QrkStruct* ctx, const char* in, int inLen, cha
     failConversion(report, status);
     return -1;
   }
-  text = withEncoding(text, declaration, name, pages.appCodePage == kUtf16CodePage);
+  text = withEncoding(text, declaration, name, isPlainUtf16(pages.appCodePage));
   const int32_t length = fromUnicode(pages.appConverter, text, out, outSize, status);
   if (U_FAILURE(status)) {
     QRK_TRACE(ctx, "icu ucnv_fromUChars of rest of buffer %d", status);
