@@ -1,5 +1,5 @@
 // The command `orvxml`: makes databases, binds the library's packages, runs SQL, decomposes and
-// composes documents and switches the trace.
+// composes documents, validates them, and switches the trace.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +12,7 @@
 #include "shred_command.h"
 #include "sql_command.h"
 #include "text_encoding.h"
+#include "validate_command.h"
 
 namespace {
 
@@ -23,6 +24,7 @@ struct CommandLine {
   SqlOptions sql;
   ShredOptions shred;
   ComposeOptions compose;
+  ValidateOptions validate;
   std::string traceDirectory;
   ExitStatus status = kDone;
 };
@@ -95,6 +97,16 @@ void addCompose(CLI::App& app, CommandLine& line) {
   compose->callback([&line] { line.status = runCompose(line.settings, line.compose); });
 }
 
+void addValidate(CLI::App& app, CommandLine& line) {
+  ValidateOptions& options = line.validate;
+  CLI::App* validate = app.add_subcommand("validate", "Judge documents by a DTD or a schema");
+  validate->add_option("--dtd", options.dtd, "DTD in place of the one that the documents name")
+      ->type_name("FILE");
+  validate->add_option("--schema", options.schema, "XML schema")->type_name("FILE");
+  validate->add_option("FILE", options.documents, "XML documents; - is standard input");
+  validate->callback([&line] { line.status = runValidate(line.settings, line.validate); });
+}
+
 int run(int argc, char** argv) {
   CommandLine line;
   CLI::App app{"The XML Annex of the ORV server from the command line.", "orvxml"};
@@ -103,6 +115,7 @@ int run(int argc, char** argv) {
   addSql(app, line);
   addShred(app, line);
   addCompose(app, line);
+  addValidate(app, line);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

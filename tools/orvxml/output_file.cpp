@@ -1,6 +1,7 @@
 #include "output_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -47,6 +48,7 @@ OutputFile::OutputFile(const std::string& path) : name_(path), path_(path) {
   temporary_ = (target.parent_path() / hidden).string();
   descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kForEverybody);
   if (descriptor_ < 0) fail("cannot be written");
+  if (fs::exists(status)) fchmod(descriptor_, static_cast<mode_t>(status.permissions()));
 }
 
 OutputFile::~OutputFile() {

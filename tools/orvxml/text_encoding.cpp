@@ -102,16 +102,6 @@ std::string utf8Of(std::u16string_view text) {
   return result;
 }
 
-std::u16string utf16Of(std::string_view text) {
-  std::u16string result(text.size(), u'\0');
-  int32_t length = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strFromUTF8(result.data(), static_cast<int32_t>(result.size()), &length, text.data(),
-                static_cast<int32_t>(text.size()), &status);
-  result.resize(U_FAILURE(status) ? 0 : static_cast<size_t>(length));
-  return result;
-}
-
 std::string decode(const std::string& name, const std::string& encoding, std::string_view bytes) {
   UErrorCode status = U_ZERO_ERROR;
   const Converter converter(ucnv_open(encoding.c_str(), &status));
@@ -146,6 +136,7 @@ std::string characterName(char32_t character) {
 
 // An int32_t counts the bytes of a large object, and up to four bytes for each of a conversion.
 constexpr size_t kMostBytes = 0x7FFFFFF0;
+constexpr size_t kPivotUnits = 4096;
 constexpr size_t kMostConvertedBytes = kMostBytes / 6;
 
 void checkConvertible(const std::string& name, std::string_view text) {
@@ -212,6 +203,42 @@ std::string toCodePage(const std::string& name, const std::string& utf8, int cod
                       " is not in the database's code page " + std::to_string(codePage));
   }
   result.resize(static_cast<size_t>(target - result.data()));
+  return result;
+}
+
+std::u16string utf16Of(std::string_view text) {
+  std::u16string result(text.size(), u'\0');
+  int32_t length = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_strFromUTF8(result.data(), static_cast<int32_t>(result.size()), &length, text.data(),
+                static_cast<int32_t>(text.size()), &status);
+  result.resize(U_FAILURE(status) ? 0 : static_cast<size_t>(length));
+  return result;
+}
+
+std::string inDeclaredEncoding(const std::string& name, const std::string& utf8) {
+  const std::string encoding = declaredEncoding(utf8);
+  if (encoding.empty() || ucnv_compareNames(encoding.c_str(), "UTF-8") == 0) return utf8;
+  UErrorCode status = U_ZERO_ERROR;
+  const Converter from(ucnv_open("UTF-8", &status));
+  const Converter to(ucnv_open(encoding.c_str(), &status));
+  if (U_FAILURE(status)) throw Failure(name, "unknown encoding \"" + encoding + '"');
+  ucnv_setFromUCallBack(to.get(), UCNV_FROM_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_DEC, nullptr,
+                        nullptr, &status);
+  std::string result;
+  char16_t pivot[kPivotUnits];
+  char16_t *pivotSource = pivot, *pivotTarget = pivot;
+  const char* source = utf8.data();
+  do {
+    const size_t used = result.size();
+    result.resize(used + utf8.size() + kPivotUnits);
+    char* target = result.data() + used;
+    status = U_ZERO_ERROR;
+    ucnv_convertEx(to.get(), from.get(), &target, result.data() + result.size(), &source,
+                   utf8.data() + utf8.size(), pivot, &pivotSource, &pivotTarget,
+                   pivot + kPivotUnits, used == 0, true, &status);
+    result.resize(static_cast<size_t>(target - result.data()));
+  } while (status == U_BUFFER_OVERFLOW_ERROR);
   return result;
 }
 

@@ -25,6 +25,14 @@ std::string plainTextAsUtf8(const std::string& name, std::string content);
 // UTF-8 text in a database's code page; Failure at the first character that has no place in it.
 std::string toCodePage(const std::string& name, const std::string& utf8, int codePage);
 
+// An XML document in UTF-8 in the encoding that its XML declaration names; without one as it is. A
+// character that has no place there becomes a character reference. Failure, in front of it `name`,
+// for an unknown encoding.
+std::string inDeclaredEncoding(const std::string& name, const std::string& utf8);
+
+// Well-formed UTF-8 as UTF-16.
+std::u16string utf16Of(std::string_view utf8);
+
 // The server's text as UTF-8; what cannot be converted is replaced.
 std::string fromCodePage(std::string text, int codePage);
 
