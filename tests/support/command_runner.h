@@ -54,6 +54,8 @@ class Workplace {
 
   // Variables like "NAME=value" for the runs that follow.
   std::vector<std::string> environment;
+  // Where they start; empty: where the test did.
+  std::string directory;
 
   // The command with ORVXML_DB pointing at "test.db" of this folder.
   CommandResult orvxml(const std::vector<std::string>& arguments,
@@ -85,6 +87,7 @@ class Workplace {
  private:
   [[noreturn]] void execute(const std::string& program,
                             const std::vector<std::string>& arguments) const {
+    if (!directory.empty() && chdir(directory.c_str()) != 0) _exit(127);
     setenv("ORVXML_DB", path("test.db").c_str(), 1);
     setenv("ORVINSTANCE", ("t" + std::to_string(getppid())).c_str(), 1);
     for (const std::string& variable : environment) putenv(strdup(variable.c_str()));
