@@ -190,6 +190,65 @@ std::vector<ViewRow> parameterRows(const CatalogData& data) {
   return rows;
 }
 
+constexpr ViewColumn kFunctions[] = {text("FUNCSCHEMA"),
+                                     text("FUNCNAME"),
+                                     text("SPECIFICNAME"),
+                                     text("ORIGIN", 1),
+                                     text("TYPE", 1),
+                                     small("PARM_COUNT"),
+                                     text("IMPLEMENTATION", 254, true),
+                                     text("SOURCE_SCHEMA", 128, true),
+                                     text("SOURCE_NAME", 128, true),
+                                     text("DETERMINISTIC", 1),
+                                     text("NULL_CALL", 1),
+                                     integer("SCRATCHPAD"),
+                                     text("FINAL_CALL", 1),
+                                     text("DBINFO", 1)};
+
+std::vector<ViewRow> functionRows(const CatalogData& data) {
+  std::vector<ViewRow> rows;
+  for (const auto& f : data.functions) {
+    const bool sourced = f->kind == FunctionKind::Sourced;
+    // E(xternal) or U(ser's function on another one); S(calar) or T(able)
+    rows.push_back({f->schema, f->name, f->specific, std::string(sourced ? "U" : "E"),
+                    std::string(f->kind == FunctionKind::Table ? "T" : "S"),
+                    number(static_cast<int64_t>(f->parameters.size())),
+                    sourced ? ViewValue() : ViewValue(f->library + "!" + f->entry),
+                    textOrNull(f->sourceSchema), textOrNull(f->sourceName), yesNo(f->deterministic),
+                    yesNo(f->nullCall), number(f->scratchpad), yesNo(f->finalCall),
+                    yesNo(f->dbInfo)});
+  }
+  return rows;
+}
+
+constexpr ViewColumn kFuncparms[] = {
+    text("FUNCSCHEMA"), text("FUNCNAME"),     text("SPECIFICNAME"),
+    text("ROWTYPE", 1), small("ORDINAL"),     text("PARMNAME", 128, true),
+    text("TYPESCHEMA"), text("TYPENAME"),     integer("LENGTH"),
+    small("SCALE"),     text("AS_LOCATOR", 1)};
+
+// P(arameters) from 1, the R(esult) as the code gives it, the result after its C(ast), and the
+// columns of table functions as R from 1.
+std::vector<ViewRow> functionTypeRows(const CatalogData& data) {
+  std::vector<ViewRow> rows;
+  for (const auto& f : data.functions) {
+    const auto add = [&](const char* rowType, int64_t ordinal, const std::string& name,
+                         const SqlType& type) {
+      rows.push_back({f->schema, f->name, f->specific, std::string(rowType), number(ordinal),
+                      textOrNull(name), typeSchemaOf(type), typeName(type), lengthOf(type),
+                      number(type.scale), yesNo(type.locator)});
+    };
+    int64_t ordinal = 0;
+    for (const SqlType& type : f->parameters) add("P", ++ordinal, {}, type);
+    ordinal = 0;
+    for (const OutputColumn& column : f->columns) add("R", ++ordinal, column.name, column.type);
+    if (f->kind == FunctionKind::Table) continue;
+    if (f->kind == FunctionKind::Scalar) add("R", 0, {}, f->returned);
+    add("C", 0, {}, f->result);
+  }
+  return rows;
+}
+
 constexpr ViewColumn kPackages[] = {text("PKGSCHEMA"), text("PKGNAME"), text("UNIQUE_ID")};
 
 std::vector<ViewRow> packageRows(const CatalogData& data) {
@@ -267,6 +326,8 @@ constexpr SystemView kViews[] = {
     {"TRIGGERS", kTriggers, triggerRows},
     {"PROCEDURES", kProcedures, procedureRows},
     {"PROCPARMS", kProcparms, parameterRows},
+    {"FUNCTIONS", kFunctions, functionRows},
+    {"FUNCPARMS", kFuncparms, functionTypeRows},
     {"PACKAGES", kPackages, packageRows},
     {"INDEXES", kIndexes, indexRows},
     {"REFERENCES", kReferences, referenceRows},

@@ -126,7 +126,7 @@ void finishSingle(sqlite3_context* context) {
 
 struct AggregateEntry {
   const char* name;
-  Function step;
+  FunctionBody step;
   void (*finish)(sqlite3_context*);
 };
 

@@ -57,6 +57,7 @@ class Loader {
       loadNames();
       loadTypes();
       loadProcedures();
+      if (hasTable("SYSNTQ.FUNCTIONS")) loadFunctions();
       loadTableRecords();
     }
     data_->schemas.insert(data_->defaultSchema);
@@ -130,12 +131,67 @@ class Loader {
       ParameterDefinition parameter;
       parameter.mode = static_cast<ParameterDefinition::Mode>(parameters.integer(2));
       parameter.name = parameters.text(3);
-      parameter.type = declaredType(parameters.text(4));
-      parameter.type.distinctSchema = parameters.text(5);
-      parameter.type.distinctName = parameters.text(6);
-      parameter.type.locator = parameters.integer(7) != 0;
+      parameter.type = readType(parameters, 4);
       owner->second->parameters.push_back(std::move(parameter));
     }
+  }
+
+  void loadFunctions() {
+    std::map<std::pair<std::string, std::string>, Function*> bySpecific;
+    Command rows(database_, R"(SELECT SCHEMA, NAME, SPECIFIC, KIND, LIBRARY, ENTRY, SCRATCHPAD,
+                               FINALCALL, DBINFO, DETERMINISTIC, NULLCALL, SOURCESCHEMA, SOURCENAME
+                               FROM "SYSNTQ.FUNCTIONS" ORDER BY rowid)");
+    while (rows.step()) {
+      auto function = std::make_unique<Function>();
+      function->schema = rows.text(0);
+      function->name = rows.text(1);
+      function->specific = rows.text(2);
+      function->kind = static_cast<FunctionKind>(rows.integer(3));
+      function->library = rows.text(4);
+      function->entry = rows.text(5);
+      function->scratchpad = static_cast<int32_t>(rows.integer(6));
+      function->finalCall = rows.integer(7) != 0;
+      function->dbInfo = rows.integer(8) != 0;
+      function->deterministic = rows.integer(9) != 0;
+      function->nullCall = rows.integer(10) != 0;
+      function->sourceSchema = rows.text(11);
+      function->sourceName = rows.text(12);
+      bySpecific[{function->schema, function->specific}] = function.get();
+      data_->functions.push_back(std::move(function));
+    }
+    Command types(database_, R"(SELECT SCHEMA, SPECIFIC, ROLE, NAME, TYPE, TYPESCHEMA, TYPENAME,
+                                LOCATOR FROM "SYSNTQ.FUNCTIONTYPES"
+                                ORDER BY SCHEMA, SPECIFIC, ROLE, POSITION)");
+    while (types.step()) {
+      auto owner = bySpecific.find({types.text(0), types.text(1)});
+      if (owner != bySpecific.end()) loadFunctionType(*owner->second, types);
+    }
+  }
+
+  static void loadFunctionType(Function& function, const Command& row) {
+    SqlType type = readType(row, 4);
+    switch (static_cast<FunctionTypeRole>(row.text(2).front())) {
+      case FunctionTypeRole::Parameter:
+        return function.parameters.push_back(std::move(type));
+      case FunctionTypeRole::SourceParameter:
+        return function.sourceParameters.push_back(std::move(type));
+      case FunctionTypeRole::Column:
+        return function.columns.push_back({row.text(3), std::move(type)});
+      case FunctionTypeRole::Result:
+        function.result = std::move(type);
+        break;
+      case FunctionTypeRole::Returned:
+        function.returned = std::move(type);
+    }
+  }
+
+  // TYPE, TYPESCHEMA, TYPENAME and LOCATOR from a column on.
+  static SqlType readType(const Command& row, int first) {
+    SqlType type = declaredType(row.text(first));
+    type.distinctSchema = row.text(first + 1);
+    type.distinctName = row.text(first + 2);
+    type.locator = row.integer(first + 3) != 0;
+    return type;
   }
 
   void loadTableRecords() {
@@ -295,10 +351,14 @@ class Loader {
     }
   }
 
-  // Databases from before there were aliases have no table of them.
+  // Databases from before there were aliases or functions have no tables of them.
+  bool hasTable(std::string_view name) const {
+    Command exists(database_, "SELECT 1 FROM sqlite_schema WHERE name=?");
+    return exists.bind(name).step();
+  }
+
   void loadAliases() {
-    Command exists(database_, "SELECT 1 FROM sqlite_schema WHERE name='SYSNTQ.ALIASES'");
-    if (!exists.step()) return;
+    if (!hasTable("SYSNTQ.ALIASES")) return;
     Command rows(database_, R"(SELECT SCHEMA, NAME, BASESCHEMA, BASENAME FROM "SYSNTQ.ALIASES")");
     while (rows.step()) {
       auto alias = std::make_unique<Table>();

@@ -34,6 +34,15 @@ constexpr std::string_view kCatalogTables[] = {
        POSITION INTEGER NOT NULL, MODE INTEGER NOT NULL, NAME TEXT NOT NULL, TYPE TEXT NOT NULL,
        TYPESCHEMA TEXT NOT NULL, TYPENAME TEXT NOT NULL, LOCATOR INTEGER NOT NULL,
        PRIMARY KEY(SCHEMA, SPECIFIC, POSITION)))",
+    R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.FUNCTIONS"(SCHEMA TEXT NOT NULL, NAME TEXT NOT NULL,
+       SPECIFIC TEXT NOT NULL, KIND INTEGER NOT NULL, LIBRARY TEXT NOT NULL, ENTRY TEXT NOT NULL,
+       SCRATCHPAD INTEGER NOT NULL, FINALCALL INTEGER NOT NULL, DBINFO INTEGER NOT NULL,
+       DETERMINISTIC INTEGER NOT NULL, NULLCALL INTEGER NOT NULL, SOURCESCHEMA TEXT NOT NULL,
+       SOURCENAME TEXT NOT NULL, PRIMARY KEY(SCHEMA, SPECIFIC)))",
+    R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.FUNCTIONTYPES"(SCHEMA TEXT NOT NULL,
+       SPECIFIC TEXT NOT NULL, ROLE TEXT NOT NULL, POSITION INTEGER NOT NULL, NAME TEXT NOT NULL,
+       TYPE TEXT NOT NULL, TYPESCHEMA TEXT NOT NULL, TYPENAME TEXT NOT NULL,
+       LOCATOR INTEGER NOT NULL, PRIMARY KEY(SCHEMA, SPECIFIC, ROLE, POSITION)))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.PACKAGES"(QUALIFIER TEXT NOT NULL, NAME TEXT NOT NULL,
        TOKEN TEXT NOT NULL, PRIMARY KEY(QUALIFIER, NAME)))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.SECTIONS"(QUALIFIER TEXT NOT NULL, PACKAGE TEXT NOT NULL,
@@ -45,6 +54,31 @@ std::string sourceText(SqlType type) {
   type.distinctSchema.clear();
   type.distinctName.clear();
   return typeText(type);
+}
+
+// `name`: of a table function's column.
+void insertFunctionType(sqlite3* database, const Function& function, FunctionTypeRole role,
+                        int64_t position, std::string_view name, const SqlType& type) {
+  const char letter = static_cast<char>(role);
+  Command(database, R"(INSERT INTO "SYSNTQ.FUNCTIONTYPES" VALUES(?,?,?,?,?,?,?,?,?))")
+      .bind(function.schema)
+      .bind(function.specific)
+      .bind(std::string_view(&letter, 1))
+      .bind(position)
+      .bind(name)
+      .bind(sourceText(type))
+      .bind(type.distinctSchema)
+      .bind(type.distinctName)
+      .bind(int64_t{type.locator})
+      .run();
+}
+
+void insertFunctionTypes(sqlite3* database, const Function& function, FunctionTypeRole role,
+                         const std::vector<SqlType>& types) {
+  int64_t position = 0;
+  for (const SqlType& type : types) {
+    insertFunctionType(database, function, role, position++, "", type);
+  }
 }
 
 // Names in one text: delimited, with commas between.
@@ -249,6 +283,46 @@ void eraseProcedure(sqlite3* database, const Procedure& procedure) {
        {R"(DELETE FROM "SYSNTQ.PROCEDURES" WHERE SCHEMA=? AND SPECIFIC=?)",
         R"(DELETE FROM "SYSNTQ.PARAMETERS" WHERE SCHEMA=? AND SPECIFIC=?)"}) {
     Command(database, sql).bind(procedure.schema).bind(procedure.specific).run();
+  }
+}
+
+void recordFunction(sqlite3* database, const Function& function) {
+  Command(database, R"(INSERT INTO "SYSNTQ.FUNCTIONS" VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?))")
+      .bind(function.schema)
+      .bind(function.name)
+      .bind(function.specific)
+      .bind(static_cast<int64_t>(function.kind))
+      .bind(function.library)
+      .bind(function.entry)
+      .bind(int64_t{function.scratchpad})
+      .bind(int64_t{function.finalCall})
+      .bind(int64_t{function.dbInfo})
+      .bind(int64_t{function.deterministic})
+      .bind(int64_t{function.nullCall})
+      .bind(function.sourceSchema)
+      .bind(function.sourceName)
+      .run();
+  using Role = FunctionTypeRole;
+  insertFunctionTypes(database, function, Role::Parameter, function.parameters);
+  insertFunctionTypes(database, function, Role::SourceParameter, function.sourceParameters);
+  if (function.kind == FunctionKind::Table) {
+    int64_t position = 0;
+    for (const OutputColumn& column : function.columns) {
+      insertFunctionType(database, function, Role::Column, position++, column.name, column.type);
+    }
+    return;
+  }
+  insertFunctionType(database, function, Role::Result, 0, "", function.result);
+  if (function.kind == FunctionKind::Scalar) {
+    insertFunctionType(database, function, Role::Returned, 0, "", function.returned);
+  }
+}
+
+void eraseFunction(sqlite3* database, const Function& function) {
+  for (std::string_view sql :
+       {R"(DELETE FROM "SYSNTQ.FUNCTIONS" WHERE SCHEMA=? AND SPECIFIC=?)",
+        R"(DELETE FROM "SYSNTQ.FUNCTIONTYPES" WHERE SCHEMA=? AND SPECIFIC=?)"}) {
+    Command(database, sql).bind(function.schema).bind(function.specific).run();
   }
 }
 

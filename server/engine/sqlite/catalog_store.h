@@ -1,5 +1,5 @@
 // The catalog in the database file. What SQLite does not keep itself (schemas, ORV types, names of
-// constraints, distinct types, procedures, packages, table spaces) stands in tables of our own,
+// constraints, distinct types, routines, packages, table spaces) stands in tables of our own,
 // whose names begin with "SYSNTQ."; they are made by the first change that needs them, so that a
 // file of another program is only read until then.
 #pragma once
@@ -13,6 +13,15 @@
 #include "server/engine/sqlite/temporary_tables.h"
 
 namespace orv::sqlite {
+
+// What the types of a function are, as the catalog writes it.
+enum class FunctionTypeRole : char {
+  Parameter = 'P',
+  Result = 'R',
+  Returned = 'C',  // by the code
+  Column = 'T',
+  SourceParameter = 'S',
+};
 
 // Makes our tables where they are missing.
 void createCatalogTables(sqlite3* database, int codePage, std::string_view defaultSchema);
@@ -44,6 +53,8 @@ void recordType(sqlite3* database, const DistinctType& type);
 void eraseType(sqlite3* database, const DistinctType& type);
 void recordProcedure(sqlite3* database, const Procedure& procedure);
 void eraseProcedure(sqlite3* database, const Procedure& procedure);
+void recordFunction(sqlite3* database, const Function& function);
+void eraseFunction(sqlite3* database, const Function& function);
 void recordPackage(sqlite3* database, const Package& package,
                    const std::vector<PackageSection>& sections);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "server/engine/sqlite/catalog_store.h"
+#include "server/engine/sqlite/routine_calls.h"
 #include "server/engine/sqlite/sql_text.h"
 #include "server/engine/sqlite/table_definition.h"
 
@@ -55,6 +56,15 @@ bool isOfType(const SqlType& type, const DistinctType& distinct) {
   return type.distinctSchema == distinct.schema && type.distinctName == distinct.name;
 }
 
+// By its types, or by a function behind it that was made with the type.
+bool dependsOn(const Function& function, const DistinctType& distinct) {
+  const auto isOf = [&](const SqlType& type) { return isOfType(type, distinct); };
+  return isOf(function.result) || std::ranges::any_of(function.parameters, isOf) ||
+         std::ranges::any_of(function.sourceParameters, isOf) ||
+         std::ranges::any_of(function.columns, isOf, &OutputColumn::type) ||
+         (function.sourceSchema == distinct.schema && function.sourceName == distinct.name);
+}
+
 void dropType(sqlite3* database, const CatalogData& catalog, const Statement& statement) {
   const DistinctType& type = *catalog.findType(statement.name.resolvedSchema, statement.name.name);
   for (const auto& table : catalog.tables) {
@@ -70,6 +80,11 @@ void dropType(sqlite3* database, const CatalogData& catalog, const Statement& st
         failInUse(qualified(type.schema, type.name),
                   qualified(procedure->schema, procedure->specific));
       }
+    }
+  }
+  for (const auto& function : catalog.functions) {
+    if (dependsOn(*function, type)) {
+      failInUse(qualified(type.schema, type.name), qualified(function->schema, function->specific));
     }
   }
   eraseType(database, type);
@@ -104,6 +119,7 @@ void dropSchema(sqlite3* database, const CatalogData& catalog, const Statement& 
   requireNoneIn(catalog.tables, schema);
   requireNoneIn(catalog.types, schema);
   requireNoneIn(catalog.procedures, schema);
+  requireNoneIn(catalog.functions, schema);
   requireNoneIn(catalog.indexes, schema);
   Command(database, R"(DELETE FROM "SYSNTQ.SCHEMAS" WHERE NAME=?)").bind(schema).run();
 }
@@ -126,6 +142,75 @@ void createProcedure(sqlite3* database, const Statement& statement) {
   procedure.entry = definition.externalName.substr(mark + 1);
   recordSchema(database, procedure.schema);
   recordProcedure(database, procedure);
+}
+
+// What one statement of the engine takes.
+void requireCallable(const Function& function) {
+  const auto refuse = [&](size_t limit, std::string_view of) {
+    throw SqlError(-451, {qualified(function.schema, function.name),
+                          "more than " + std::to_string(limit) + " " + std::string(of)});
+  };
+  const bool table = function.kind == FunctionKind::Table;
+  const size_t parameters = table ? kMaxTableFunctionArguments : kMaxFunctionArguments;
+  if (function.parameters.size() > parameters) refuse(parameters, "parameters");
+  if (function.columns.size() > kMaxTableFunctionColumns) {
+    refuse(kMaxTableFunctionColumns, "columns");
+  }
+}
+
+std::vector<SqlType> typesOf(const std::vector<ParameterDefinition>& parameters) {
+  std::vector<SqlType> types;
+  types.reserve(parameters.size());
+  for (const ParameterDefinition& parameter : parameters) types.push_back(parameter.type);
+  return types;
+}
+
+void createFunction(sqlite3* database, const Statement& statement) {
+  const FunctionDefinition& definition = statement.function;
+  Function function;
+  function.kind = definition.kind;
+  function.schema = definition.name.resolvedSchema;
+  function.name = definition.name.name;
+  function.specific = definition.specific;
+  function.parameters = typesOf(definition.parameters);
+  function.result = definition.result.type;
+  function.returned = definition.castFrom ? definition.castFrom->type : definition.result.type;
+  for (const ParameterDefinition& column : definition.columns) {
+    function.columns.push_back({column.name, column.type});
+  }
+  if (function.kind == FunctionKind::Sourced) {
+    function.sourceSchema = definition.source.resolvedSchema;
+    function.sourceName = definition.source.name;
+    function.sourceParameters = typesOf(definition.sourceParameters);
+  } else {
+    const size_t mark = definition.externalName.find('!');
+    function.library = definition.externalName.substr(0, mark);
+    function.entry = definition.externalName.substr(mark + 1);
+  }
+  function.scratchpad = definition.scratchpad;
+  function.finalCall = definition.finalCall;
+  function.dbInfo = definition.dbInfo;
+  function.deterministic = definition.deterministic;
+  function.nullCall = definition.nullCall;
+  requireCallable(function);
+  recordSchema(database, function.schema);
+  recordFunction(database, function);
+}
+
+bool isSourceOf(const Function& source, const Function& function) {
+  return function.kind == FunctionKind::Sourced && function.sourceSchema == source.schema &&
+         function.sourceName == source.name &&
+         std::ranges::equal(function.sourceParameters, source.parameters, sameType);
+}
+
+void dropFunction(sqlite3* database, const CatalogData& catalog, const Function& dropped) {
+  for (const auto& function : catalog.functions) {
+    if (isSourceOf(dropped, *function)) {
+      failInUse(qualified(dropped.schema, dropped.specific),
+                qualified(function->schema, function->specific));
+    }
+  }
+  eraseFunction(database, dropped);
 }
 
 }  // namespace
@@ -193,6 +278,10 @@ void applyDefinition(sqlite3* database, const CatalogData& catalog,
       return createProcedure(database, statement);
     case StatementKind::DropProcedure:
       return eraseProcedure(database, *statement.routine);
+    case StatementKind::CreateFunction:
+      return createFunction(database, statement);
+    case StatementKind::DropFunction:
+      return dropFunction(database, catalog, *statement.droppedFunction);
     default:
       throw SqlError(-901, {"not a definition"});
   }

@@ -7,6 +7,22 @@
 namespace orv::sqlite {
 namespace {
 
+// While it lives, cursors give the uses of table functions to the statement that runs: a function
+// may run statements of its own within it.
+class Running {
+ public:
+  Running(Environment& environment, std::shared_ptr<IdleTableUses> uses)
+      : environment_(environment),
+        outer_(std::exchange(environment.idleTableUses, std::move(uses))) {}
+  ~Running() { environment_.idleTableUses = std::move(outer_); }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+
+ private:
+  Environment& environment_;
+  std::shared_ptr<IdleTableUses> outer_;
+};
+
 bool isCanonical(std::string_view text, const SqlType& type) {
   return isCanonicalDecimal(text, static_cast<int>(type.length), type.scale);
 }
@@ -26,6 +42,7 @@ SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment, Pr
                                  ConstraintNames constraints)
     : database_(database),
       environment_(environment),
+      idleTableUses_(std::make_shared<IdleTableUses>()),
       statement_(prepared(database, program.sql)),
       requiredMarkers_(std::move(program.requiredMarkers)),
       nullMarkers_(requiredMarkers_.size(), true),
@@ -90,6 +107,13 @@ bool SqliteStatement::conditionHolds() {
 }
 
 bool SqliteStatement::step() {
+  const bool found = run();
+  if (!found) idleTableUses_->clear();
+  return found;
+}
+
+bool SqliteStatement::run() {
+  const Running running(environment_, idleTableUses_);
   if (condition_ && !conditionHolds()) {
     changes_ = 0;
     return false;
@@ -139,6 +163,7 @@ ValueView SqliteStatement::column(int index) {
 void SqliteStatement::reset() {
   sqlite3_reset(statement_.get());
   if (condition_) sqlite3_reset(condition_.get());
+  idleTableUses_->clear();
 }
 
 }  // namespace orv::sqlite

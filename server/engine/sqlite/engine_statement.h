@@ -9,6 +9,7 @@
 #include "server/engine/engine.h"
 #include "server/engine/sqlite/constraint_failure.h"
 #include "server/engine/sqlite/functions.h"
+#include "server/engine/sqlite/routine_calls.h"
 
 namespace orv::sqlite {
 
@@ -44,12 +45,14 @@ class SqliteStatement : public EngineStatement {
   using Handle = std::unique_ptr<sqlite3_stmt, Finalize>;
   static Handle prepared(sqlite3* database, const std::string& sql);
   void bindTo(sqlite3_stmt* statement, int number, const ValueView& value);
+  bool run();
   bool conditionHolds();
   [[noreturn]] void fail(int rc);
   void requireValues();
 
   sqlite3* database_;
   Environment& environment_;
+  std::shared_ptr<IdleTableUses> idleTableUses_;  // of the present run
   Handle statement_;
   Handle condition_;
   int conditionMarkers_ = 0;  // numbers that the condition knows: 1 to this

@@ -13,9 +13,9 @@
 
 namespace orv::sqlite {
 
-using Function = void (*)(sqlite3_context*, int, sqlite3_value**);
+using FunctionBody = void (*)(sqlite3_context*, int, sqlite3_value**);
 
-template <Function body>
+template <FunctionBody body>
 void guarded(sqlite3_context* context, int count, sqlite3_value** values) {
   try {
     body(context, count, values);
@@ -30,7 +30,7 @@ void guarded(sqlite3_context* context, int count, sqlite3_value** values) {
 struct FunctionEntry {
   const char* name;
   int arguments;  // -1: any number
-  Function function;
+  FunctionBody function;
 };
 
 void registerFunctions(sqlite3* database, Environment& environment,

@@ -4,24 +4,37 @@
 
 #include <sqlite3.h>
 
+#include <functional>
 #include <memory>
 #include <new>
 #include <string>
 
+#include "server/catalog/catalog_data.h"
 #include "server/engine/engine.h"
 #include "server/sql/value_conversion.h"
 
 namespace orv::sqlite {
 
-// What the functions of one connection share. It outlives the connection's statements.
+class IdleTableUses;
+
+// Gives the catalog's content of the moment.
+using CatalogSource = std::function<std::shared_ptr<const CatalogData>()>;
+
+// What the functions and tables of one connection share. It outlives the connection's statements.
 class Environment {
  public:
-  explicit Environment(int codePage) : length_(std::make_unique<TextLength>(codePage)) {}
+  Environment(int codePage, CatalogSource source)
+      : catalog(std::move(source)), length_(std::make_unique<TextLength>(codePage)) {}
 
   const TextLength& length() const { return *length_; }
   void setCodePage(int codePage) { length_ = std::make_unique<TextLength>(codePage); }
 
   std::string storage;  // the conversion functions' own
+
+  const CatalogSource catalog;
+  FunctionHost* host = nullptr;  // null: registered functions cannot be called
+  // Of the statement that is running; see routine_calls.h.
+  std::shared_ptr<IdleTableUses> idleTableUses;
 
  private:
   std::unique_ptr<TextLength> length_;

@@ -160,6 +160,9 @@ void Renderer::column(const Expr& e) {
   if (e.source == inlined_) return expression(*e.source->query->rows.front()[index]);
   const Table* table = e.source->table;
   if (!table) {
+    // Bare columns of table functions would be offered to it as conditions, in place of its
+    // arguments where there are many.
+    if (e.source->kind == RefKind::TableFunction) out_ << "+";
     out_ << Name{e.source->alias} << ".\"C" << e.columnIndex + 1 << "\"";
     return;
   }

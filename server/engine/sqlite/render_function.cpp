@@ -24,6 +24,7 @@ TypeKind partKind(std::string_view function, const SqlType& type) {
 }  // namespace
 
 void Renderer::function(const Expr& e) {
+  if (e.routine) return scalarCall(e);
   const std::string& name = e.function;
   if (e.aggregate) return aggregate(e);
   if (name == "LENGTH") return length(e);
@@ -60,6 +61,21 @@ void Renderer::function(const Expr& e) {
   }
   argumentList(e);
   out_ << ")";
+}
+
+void Renderer::scalarCall(const Expr& e) {
+  out_ << "ORV_FUNCTION(";
+  callArguments(*e.routine, e.args);
+  out_ << ")";
+}
+
+// The function's name and its arguments, which are assigned to the parameters.
+void Renderer::callArguments(const Function& routine, const std::vector<ExprPtr>& arguments) {
+  out_ << TextLiteral{routine.schema} << "," << TextLiteral{routine.specific};
+  for (size_t i = 0; i < arguments.size(); ++i) {
+    out_ << ",";
+    converted(*arguments[i], routine.parameters[i], ConversionMode::Assignment);
+  }
 }
 
 // SUBSTR, LEFT, RIGHT, LOCATE, POSSTR: the unit of counting first.

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "server/engine/sqlite/renderer.h"
-#include "server/sql/sql_error.h"
+#include "server/sql/tree_walk.h"
 
 namespace orv::sqlite {
 namespace {
@@ -46,6 +46,49 @@ bool isColumnOf(const Expr& e, const TableRef& table) {
 bool isValue(const Expr& e) {
   return e.kind == ExprKind::Marker || e.kind == ExprKind::Literal ||
          (e.kind == ExprKind::Cast && isValue(*e.args[0]));
+}
+
+// A query between these is run before, and apart from, what it is written in. No table can have
+// the name.
+constexpr std::string_view kOnce = "WITH \"SYSNTQ.ONCE\" AS MATERIALIZED (";
+constexpr std::string_view kOnceEnd = ") SELECT * FROM \"SYSNTQ.ONCE\"";
+
+bool holds(const Expr& e, bool (*wanted)(const Expr&)) {
+  bool found = false;
+  walk(e, [&](const Expr& part) {
+    found = found || wanted(part);
+    return Walk::Enter;
+  });
+  return found;
+}
+
+bool namesColumn(const Expr& e) {
+  return holds(e, [](const Expr& part) { return part.kind == ExprKind::Column; });
+}
+
+bool isVariant(const Expr& e) {
+  return holds(e, [](const Expr& part) { return part.routine && !part.routine->deterministic; });
+}
+
+// Whether a result column comes from a function that may give another value each time. SQLite would
+// merge such a query into the one around it, and call the function wherever that names the column.
+bool givesVariant(const Query& q) {
+  const auto variant = [](const ExprPtr& e) { return isVariant(*e); };
+  if (q.kind == QueryKind::SetOperation) return givesVariant(*q.left) || givesVariant(*q.right);
+  return std::ranges::any_of(q.items, variant, &SelectItem::expr) ||
+         std::ranges::any_of(q.rows,
+                             [&](const auto& row) { return std::ranges::any_of(row, variant); });
+}
+
+bool isCall(const TableRef& table) {
+  return table.kind == RefKind::TableFunction;
+}
+
+// A call of a table function that is the same whatever rows the tables beside it have.
+bool isConstantCall(const TableRef& table) {
+  return isCall(table) && std::ranges::none_of(table.functionArgs, [](const ExprPtr& argument) {
+           return namesColumn(*argument);
+         });
 }
 
 bool isDerived(const TableRef& table) {
@@ -244,7 +287,9 @@ void Renderer::from(const Query& q, const Restrictions& restrictions) {
     bool apart =
         several && (hasOuterSide(*table, JoinKind::Right) || hasOuterSide(*table, JoinKind::Full));
     if (apart) out_ << "(";
-    if (isDerived(*table)) {
+    if (several && isConstantCall(*table)) {
+      tableCallOnce(*table);
+    } else if (isDerived(*table)) {
       tableRef(*table, restrictionsOf(*table, q, restrictions));
     } else {
       tableRef(*table);
@@ -259,24 +304,57 @@ void Renderer::tableRef(const TableRef& table, const Restrictions& restrictions)
       out_ << Name{table.table->storedName} << " AS " << Name{table.alias};
       break;
     case RefKind::Derived:
-      out_ << "(";
-      query(*table.query, restrictions);
-      out_ << ") AS " << Name{table.alias};
+      derived(table, restrictions);
       break;
     case RefKind::Join:
       join(table);
       break;
     case RefKind::TableFunction:
-      throw SqlError(-440, {table.name.name});
+      tableCall(table);
+      break;
   }
 }
 
+void Renderer::derived(const TableRef& table, const Restrictions& restrictions) {
+  const bool once = givesVariant(*table.query);
+  out_ << "(";
+  if (once) out_ << Verbatim{kOnce};
+  query(*table.query, once ? Restrictions() : restrictions);
+  if (once) out_ << Verbatim{kOnceEnd};
+  out_ << ") AS " << Name{table.alias};
+}
+
+// The rows of one call, however often they are passed through.
+void Renderer::tableCallOnce(const TableRef& table) {
+  out_ << "(" << Verbatim{kOnce} << "SELECT ";
+  columnList(table.columns.size());
+  out_ << " FROM ";
+  tableCall(table);
+  out_ << Verbatim{kOnceEnd} << ") AS " << Name{table.alias};
+}
+
+void Renderer::tableCall(const TableRef& table) {
+  out_ << "ORV_TABLE(";
+  callArguments(*table.routine, table.functionArgs);
+  out_ << ") AS " << Name{table.alias};
+}
+
 void Renderer::join(const TableRef& table) {
-  tableRef(*table.left);
+  if (isConstantCall(*table.left)) {
+    tableCallOnce(*table.left);
+  } else {
+    tableRef(*table.left);
+  }
   out_ << Verbatim{joinWords(table.join)};
   bool apart = table.right->kind == RefKind::Join;
+  // SQLite goes through the right table of a RIGHT or FULL JOIN a second time, without the call.
+  const bool twice = table.join == JoinKind::Right || table.join == JoinKind::Full;
   if (apart) out_ << "(";
-  tableRef(*table.right);
+  if (isConstantCall(*table.right) || (twice && isCall(*table.right))) {
+    tableCallOnce(*table.right);
+  } else {
+    tableRef(*table.right);
+  }
   if (apart) out_ << ")";
   if (table.on) {
     out_ << " ON ";

@@ -69,6 +69,9 @@ class Renderer {
   void restricted(const Query& q, const Restrictions& restrictions);
   void from(const Query& q, const Restrictions& restrictions);
   void tableRef(const TableRef& table, const Restrictions& restrictions = {});
+  void derived(const TableRef& table, const Restrictions& restrictions);
+  void tableCall(const TableRef& table);
+  void tableCallOnce(const TableRef& table);
   void join(const TableRef& table);
   void orderBy(const Query& q);
   void columnList(size_t count);
@@ -98,6 +101,8 @@ class Renderer {
 
   // ---- render_function.cpp
   void function(const Expr& e);
+  void scalarCall(const Expr& e);
+  void callArguments(const Function& routine, const std::vector<ExprPtr>& arguments);
   void aggregate(const Expr& e);
   void average(const Expr& e);
   void aggregateCall(std::string_view name, const Expr& e);

@@ -6,6 +6,7 @@
 #include "server/engine/sqlite/definition.h"
 #include "server/engine/sqlite/engine_statement.h"
 #include "server/engine/sqlite/renderer.h"
+#include "server/engine/sqlite/routine_calls.h"
 
 namespace orv::sqlite {
 namespace {
@@ -32,7 +33,8 @@ class CreatedFile {
 }  // namespace
 
 SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options)
-    : environment_(std::make_unique<Environment>(options.create ? options.codePage : 1208)),
+    : environment_(std::make_unique<Environment>(options.create ? options.codePage : 1208,
+                                                 [this] { return catalog_->data(); })),
       database_(openDatabase(path, options.create)),
       temporary_(database_.get()) {
   CreatedFile created(path);
@@ -44,8 +46,9 @@ SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options
   registerAggregates(database, *environment_);
   registerStrings(database, *environment_);
   registerNumbers(database, *environment_);
-  catalogSource_ = [this] { return catalog_->data(); };
-  registerSystemTables(database, catalogSource_);
+  registerScalarCalls(database, *environment_);
+  registerTableCalls(database, *environment_);
+  registerSystemTables(database, environment_->catalog);
   if (options.create) {
     execute(database, "BEGIN IMMEDIATE");
     createCatalogTables(database, options.codePage, kDefaultSchema);

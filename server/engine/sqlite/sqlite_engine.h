@@ -29,7 +29,7 @@ class SqliteEngine : public Engine {
   void rollbackToSavepoint(std::string_view name) override;
 
   std::unique_ptr<EngineStatement> prepare(const Statement& resolved) override;
-  void setFunctionHost(FunctionHost* host) override { functionHost_ = host; }
+  void setFunctionHost(FunctionHost* host) override { environment_->host = host; }
   void applyDdl(const Statement& resolved) override;
   void setFunctionPath(std::vector<std::string> path) override;
   void setDefaultSchema(std::string schema) override;
@@ -48,11 +48,9 @@ class SqliteEngine : public Engine {
 
   // What the connection's functions and tables refer to outlives it.
   std::unique_ptr<Environment> environment_;
-  CatalogSource catalogSource_;
   DatabaseHandle database_;
   TemporaryTables temporary_;
   std::unique_ptr<SqliteCatalog> catalog_;
-  FunctionHost* functionHost_ = nullptr;
   bool catalogChanged_ = false;  // in this unit of work
 };
 

@@ -4,15 +4,9 @@
 
 #include <sqlite3.h>
 
-#include <functional>
-#include <memory>
-
-#include "server/catalog/catalog_data.h"
+#include "server/engine/sqlite/functions.h"
 
 namespace orv::sqlite {
-
-// Gives the catalog's content at the time of a scan.
-using CatalogSource = std::function<std::shared_ptr<const CatalogData>()>;
 
 // Registers one module per system view, under its stored name. `source` must outlive the
 // connection's statements.
