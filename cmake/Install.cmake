@@ -2,7 +2,7 @@
 # (find_package(orvxml)) and pkg-config files.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS orv orvapie orvXMLInit orvxml orvxml_command
+install(TARGETS orv orvapie orvXMLInit orvxml orvxmlfn orvxml_command
         EXPORT orvxmlTargets
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

@@ -20,20 +20,17 @@ int QRK_getEncoding(QrkStruct* ctx, int32_t codePage, char16_t* name, int nameSi
 
 // Terminated text in the database code page to UTF-16; the units written (without terminator; the
 // result is terminated when it is shorter than `outSize`), or -1.
-extern "C" ORVXML_API int QRK_mbstowcsFunction(QrkStruct* ctx, char16_t* out, const char* in,
-                                               int outSize);
+int QRK_mbstowcsFunction(QrkStruct* ctx, char16_t* out, const char* in, int outSize);
 // Terminated UTF-16 to the database code page; bytes without terminator, or -1 (also when the
 // output would fill `outSize` completely).
-extern "C" ORVXML_API int QRK_wcstombsFunction(QrkStruct* ctx, char* out, const char16_t* in,
-                                               int outSize);
+int QRK_wcstombsFunction(QrkStruct* ctx, char* out, const char16_t* in, int outSize);
 // The same for owned strings; false when the text does not convert. With a null context, or one
 // without code pages, UTF-8.
 bool toDatabase(QrkStruct* ctx, std::u16string_view in, std::string& out);
 bool toUtf16(QrkStruct* ctx, std::string_view in, std::u16string& out);
 
-extern "C" ORVXML_API int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen,
-                                                char* out, int outSize, char* msg, char* sqlState,
-                                                int* errCode);
+int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
+                          char* msg, char* sqlState, int* errCode);
 extern "C" ORVXML_API int convertBufferORVToApp(QrkStruct* ctx, const char* in, int inLen,
                                                 char* out, int outSize, char* msg, char* sqlState);
 extern "C" ORVXML_API int qrkConvBufferORVToAppEncoding(QrkStruct* ctx, const char* in, int inLen,

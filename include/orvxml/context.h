@@ -109,7 +109,7 @@ int report(const Report& where, Msg message, const Args&... args) {
   return fail(where, message, args...);
 }
 // An internal error (QRKG001E): names the build, the module and the line. Returns -57.
-int failInternal(const Report& report, const char* module, int line);
+extern "C" ORVXML_API int failInternal(const Report& report, const char* module, int line);
 // A statement of the server failed: the server's own text, QRKM001W, then `message`. Returns the
 // message's code.
 int failDb(const Report& report, const sqlca& area, Msg message, const char* argument = "");

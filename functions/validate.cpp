@@ -1,0 +1,102 @@
+// validate and validateschema: 1 for a valid document, 0 for any other. That a document is not
+// valid is an answer; a failure is when there is none, because a file is missing or memory is out.
+#include "orvxml/validation.h"
+
+#include <optional>
+
+#include "functions/documents.h"
+#include "functions/files.h"
+#include "functions/text_conversion.h"
+
+namespace orvxml::functions {
+namespace {
+
+constexpr size_t kMaxDtdBytes = 2000000000;
+
+// Turns the library's status into the function's result. The one state is a parse that ended, the
+// other a DTD id that no document can have.
+bool giveVerdict(FunctionCall& call, int valid, int32_t* result) {
+  const std::string_view state = call.sqlState();
+  if (valid == 0 && state != "38X13" && state != "00000") call.check(-1);
+  call.succeed();
+  *result = valid;
+  return true;
+}
+
+// The text of a DTD file in the application's code page, in which Content writes it, for the
+// database code page. Nothing for a file in another encoding: its own declaration tells which.
+std::optional<std::string> dtdText(FunctionCall& call, QrkStruct* ctx, const char* file) {
+  constexpr char16_t kByteOrderMark = 0xFEFF;
+  std::u16string units;
+  std::string text;
+  const std::string bytes = readFile(call, file, kMaxDtdBytes);
+  if (U_FAILURE(toUnicode(ctx->codePages->appConverter, bytes, units))) return std::nullopt;
+  if (units.starts_with(kByteOrderMark)) units.erase(0, 1);
+  if (U_FAILURE(fromUnicode(ctx->codePages->dbConverter, units, text)) ||
+      text.find('\0') != text.npos) {
+    return std::nullopt;
+  }
+  return text;
+}
+
+template <class Document>
+void validate(const Argument<typename Document::Field>& document, const Argument<char>& dtd,
+              const Argument<char>& dtdId, const Result<int32_t>& result,
+              const Tail& tail) noexcept {
+  scalarFunction(tail, result.indicator, [&](FunctionCall& call) {
+    if (anyNull(document, dtd, dtdId)) return false;
+    QrkStruct* ctx = call.begin();
+    Document source(call, document.value);
+    std::optional<std::string> text = dtdText(call, ctx, dtd.value);
+    std::string file = dtd.value;
+    std::string id = dtdId.value;
+    const int inMemory = text ? 1 : 0;
+    const int valid = qrkValidate(ctx, source.text(), source.inMemory(), Document::kInDbEncoding,
+                                  text ? text->data() : file.data(), inMemory, id.data(),
+                                  call.sqlState(), call.message(), inMemory);
+    return giveVerdict(call, valid, result.value);
+  });
+}
+
+template <class Document>
+void validateSchema(const Argument<typename Document::Field>& document,
+                    const Argument<char>& schema, const Result<int32_t>& result,
+                    const Tail& tail) noexcept {
+  scalarFunction(tail, result.indicator, [&](FunctionCall& call) {
+    if (anyNull(document, schema)) return false;
+    QrkStruct* ctx = call.begin();
+    Document source(call, document.value);
+    std::u16string location = toUnicode(call, ctx->codePages->dbConverter, schema.value);
+    const int valid =
+        qrkValidateSchema(ctx, source.text(), source.inMemory(), Document::kInDbEncoding,
+                          location.data(), call.sqlState(), call.message());
+    return giveVerdict(call, valid, result.value);
+  });
+}
+
+}  // namespace
+}  // namespace orvxml::functions
+
+using namespace orvxml::functions;
+
+// clang-format off
+#define ORVXMLFN_VALIDATION(name, schemaName, Document)                                           \
+  extern "C" ORVXML_API void name(                                                                \
+      const Document::Field* document, const char* dtd, const char* dtdId, int32_t* result,       \
+      const int16_t* documentNull, const int16_t* dtdNull, const int16_t* dtdIdNull,              \
+      int16_t* resultNull, ORVXMLFN_TAIL_PARAMETERS) {                                            \
+    validate<Document>({document, documentNull}, {dtd, dtdNull}, {dtdId, dtdIdNull},              \
+                       {result, resultNull}, ORVXMLFN_TAIL);                                      \
+  }                                                                                               \
+  extern "C" ORVXML_API void schemaName(                                                          \
+      const Document::Field* document, const char* schema, int32_t* result,                       \
+      const int16_t* documentNull, const int16_t* schemaNull, int16_t* resultNull,                \
+      ORVXMLFN_TAIL_PARAMETERS) {                                                                 \
+    validateSchema<Document>({document, documentNull}, {schema, schemaNull}, {result, resultNull}, \
+                             ORVXMLFN_TAIL);                                                      \
+  }
+
+ORVXMLFN_VALIDATION(qrkValidateFile, qrkValidateSchemaFile, FileDocument)
+ORVXMLFN_VALIDATION(qrkValidateVarchar, qrkValidateSchemaVarchar, VarcharDocument)
+ORVXMLFN_VALIDATION(qrkValidateClob, qrkValidateSchemaClob, ClobDocument)
+// clang-format on
