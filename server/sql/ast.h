@@ -280,7 +280,9 @@ struct FunctionDefinition {
   bool dbInfo = false;
   bool deterministic = false;  // DETERMINISTIC, NOT VARIANT
   bool nullCall = true;        // false (NOT NULL CALL): null for a null argument, without a call
-  QualifiedName source;        // Sourced
+  // Sourced. Resolved: the source's own name, its schema in `resolvedSchema` (SYSNTQ for a built-in
+  // function), and the types of its parameters.
+  QualifiedName source;
   bool sourceIsSpecific = false;
   bool sourceSignatureGiven = false;
   std::vector<ParameterDefinition> sourceParameters;

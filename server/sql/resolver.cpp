@@ -57,6 +57,8 @@ void Resolver::run() {
       {Kind::DropSchema, &Resolver::resolveSchema},
       {Kind::CreateProcedure, &Resolver::resolveCreateProcedure},
       {Kind::DropProcedure, &Resolver::resolveDropProcedure},
+      {Kind::CreateFunction, &Resolver::resolveCreateFunction},
+      {Kind::DropFunction, &Resolver::resolveDropFunction},
   };
   for (const Step& step : kSteps) {
     if (step.kind == statement_.kind) (this->*step.resolve)();

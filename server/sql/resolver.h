@@ -2,7 +2,7 @@
 //
 // Rules for the type of a marker: a comparison, BETWEEN, IN or arithmetic takes the other operand's
 // type, LIKE and || a long string, CAST its target, an inserted or assigned value its column, an
-// argument of a procedure its parameter, a position or length in a string INTEGER; otherwise -418.
+// argument of a routine its parameter, a position or length in a string INTEGER; otherwise -418.
 // `INSERT INTO T(c1,c2) SELECT * FROM TABLE(VALUES(...)) AS T WHERE C2 > 0`: the columns of the
 // VALUES take the names of the insert's column list.
 //
@@ -22,8 +22,8 @@
 // name, -150, -159, -553 and -607 an object that does not take the change, -542 a key column that
 // is nullable, -624 a second primary key, -573 a foreign key without a parent key, -538 a foreign
 // key of the wrong shape, -546 and -574 a wrong check constraint or default, -193 a new column that
-// needs a default, -449, -454, -455, -469 and -476 wrong procedures, -1216 graphic data in a
-// single-byte database.
+// needs a default, -449, -454, -455, -469 and -476 wrong routines, -398, -451, -453, -458, -483 and
+// -492 wrong functions, -1216 graphic data in a single-byte database.
 #pragma once
 
 #include "server/catalog/catalog.h"

@@ -25,6 +25,7 @@ bool sameArgs(const std::vector<ExprPtr>& a, const std::vector<ExprPtr>& b) {
 
 bool sameExpr(const Expr& a, const Expr& b) {
   if (a.kind != b.kind || a.kind == ExprKind::Marker || a.query || b.query) return false;
+  if (a.routine != b.routine || (a.routine && !a.routine->deterministic)) return false;
   if (a.kind == ExprKind::Column) return a.source == b.source && a.columnIndex == b.columnIndex;
   return a.text == b.text && a.op == b.op && a.negated == b.negated && a.distinct == b.distinct &&
          a.hasOperand == b.hasOperand && a.hasElse == b.hasElse && a.function == b.function &&
@@ -36,6 +37,21 @@ void Resolver::resolveArgs(Expr& expr, Scope& scope) {
 }
 
 void Resolver::resolveExpr(ExprPtr& expr, Scope& scope) {
+  resolveNode(expr, scope);
+  raiseHeight(*expr);
+  if (scope.query) scope.query->height = std::max(scope.query->height, expr->height + 1);
+}
+
+// Nodes may have come between this one and those below it.
+void Resolver::raiseHeight(Expr& expr) const {
+  for (const ExprPtr& argument : expr.args) {
+    expr.height = std::max(expr.height, argument->height + 1);
+  }
+  if (expr.query) expr.height = std::max(expr.height, expr.query->height + 1);
+  if (expr.height > kMaxNesting) throw SqlError(-101);
+}
+
+void Resolver::resolveNode(ExprPtr& expr, Scope& scope) {
   if (resolveLeaf(*expr, scope)) return;
   if (expr->kind == ExprKind::Function) return resolveFunction(expr, scope);
   if (expr->kind == ExprKind::Case) return resolveCase(*expr, scope);
@@ -98,7 +114,8 @@ void Resolver::resolveOperator(Expr& expr) {
 // Whether a qualifier means this table: its correlation name, or without one the table's name.
 bool Resolver::names(const TableRef& table, std::string_view schema, std::string_view name) const {
   if (!table.correlation.empty()) return schema.empty() && table.correlation == name;
-  if (table.kind == RefKind::Derived || table.name.name != name) return false;
+  const bool named = table.kind == RefKind::BaseTable && table.name.name == name;
+  if (!named) return false;
   return schema.empty() || schema == schemaOf(table.name);
 }
 
@@ -214,8 +231,7 @@ void Resolver::resolveCast(Expr& expr) {
   Expr& value = *expr.args[0];
   giveType(value, expr.type);
   expr.type.nullable = value.type.nullable;
-  const bool distinct = value.type.isDistinct() && expr.type.isDistinct();
-  if ((distinct && !sameDistinct(value.type, expr.type)) || !baseCastable(expr.type, value.type)) {
+  if (!castable(expr.type, value.type)) {
     throw SqlError(-461, {typeText(value.type), typeText(expr.type)});
   }
 }

@@ -10,12 +10,11 @@
 namespace orv {
 namespace {
 
-constexpr std::string_view kSystemSchemas[] = {"SYSNTQ", "SYSFUN"};
 constexpr int64_t kTextLength = 4000;
 constexpr int64_t kConvertedPrecision = 15;
 
 bool isSystemSchema(std::string_view schema) {
-  return std::ranges::find(kSystemSchemas, schema) != std::end(kSystemSchemas);
+  return schema == kBuiltInSchema || schema == "SYSFUN";
 }
 
 bool isString(TypeKind kind) {
@@ -38,28 +37,69 @@ bool suits(char argumentClass, const SqlType& type) {
   }
 }
 
-// The function as the statement writes it.
+}  // namespace
+
 std::string shown(const QualifiedName& name) {
   return name.schema.empty() ? name.name : name.schema + "." + name.name;
 }
 
-}  // namespace
-
+// A column function and the keyword of STRIP cannot wait until the arguments are resolved; all
+// other functions are chosen by the types of theirs.
 void Resolver::resolveFunction(ExprPtr& expr, Scope& scope) {
-  const QualifiedName& name = expr->name;
-  const bool system = name.schema.empty() || isSystemSchema(name.schema);
-  const BuiltInFunction* function = system ? findFunction(name.name) : nullptr;
-  if (!function) return resolveTypeFunction(*expr, scope);
-  if (!takesArguments(*function, expr->args.size()) || (expr->distinct && !function->aggregate)) {
-    throw SqlError(-440, {shown(name)});
-  }
-  expr->function = function->function;
-  expr->name.resolvedSchema = kSystemSchemas[0];
-  if (function->aggregate) return resolveAggregate(*expr, *function, scope);
-  if (expr->function == "STRIP") resolveStripSide(*expr);
+  const BuiltInFunction* builtIn = builtInFor(*expr);
+  if (builtIn && builtIn->aggregate) return resolveAggregate(*expr, *builtIn, scope);
+  if (expr->distinct) throw SqlError(-440, {shown(expr->name)});
+  if (builtIn && builtIn->function == "STRIP") resolveStripSide(*expr);
   resolveArgs(*expr, scope);
-  checkArguments(*expr, *function);
-  typeResult(*expr, *function);
+  if (const Function* routine = chooseRoutine(*expr)) return callRoutine(expr, *routine);
+  callBuiltIn(*expr);
+}
+
+// Null when the call's name and number of arguments mean none.
+const BuiltInFunction* Resolver::builtInFor(const Expr& call) const {
+  const QualifiedName& name = call.name;
+  if (!name.schema.empty() && !isSystemSchema(name.schema)) return nullptr;
+  const BuiltInFunction* function = findFunction(name.name);
+  return function && takesArguments(*function, call.args.size()) ? function : nullptr;
+}
+
+// What fits counts as the argument's own type, but for what the function takes only because its
+// class is wide: texts as dates, distinct types as their source.
+std::optional<std::vector<int>> Resolver::builtInSteps(const Expr& call) const {
+  constexpr int kText = 1;
+  constexpr int kFar = 100;
+  std::vector<int> steps;
+  if (const BuiltInFunction* function = builtInFor(call)) {
+    for (size_t i = 0; i < call.args.size(); ++i) {
+      const SqlType& type = call.args[i]->type;
+      const char wanted = argumentClass(*function, i);
+      const bool known = type.kind != TypeKind::Unknown;
+      if (known && !suits(wanted, type)) return std::nullopt;
+      const bool text = wanted == 'D' && isString(type.kind);
+      steps.push_back(type.isDistinct() ? kFar : text ? kText : 0);
+    }
+    return steps;
+  }
+  if (call.args.size() != 1) return std::nullopt;
+  const SqlType& argument = call.args[0]->type;
+  if (const DistinctType* type = catalog_.findType(call.name.schema, call.name.name)) {
+    const bool known = argument.kind != TypeKind::Unknown;
+    if (known && !baseCastable(type->source, argument)) return std::nullopt;
+    steps.push_back(known ? promotionSteps(type->source, argument).value_or(kFar) : 0);
+    return steps;
+  }
+  if (!isBackFunction(call, argument)) return std::nullopt;
+  steps.push_back(0);
+  return steps;
+}
+
+void Resolver::callBuiltIn(Expr& expr) {
+  const BuiltInFunction* function = builtInFor(expr);
+  if (!function) return callTypeFunction(expr);
+  expr.function = function->function;
+  expr.name.resolvedSchema = kBuiltInSchema;
+  checkArguments(expr, *function);
+  typeResult(expr, *function);
 }
 
 // STRIP(value, LEADING | TRAILING | BOTH [, character]) has a keyword among its arguments.
@@ -98,6 +138,8 @@ void Resolver::checkArguments(Expr& expr, const BuiltInFunction& function) {
 
 // A column function belongs to the innermost query around it.
 void Resolver::resolveAggregate(Expr& expr, const BuiltInFunction& function, Scope& scope) {
+  expr.function = function.function;
+  expr.name.resolvedSchema = kBuiltInSchema;
   if (scope.inAggregate) throw SqlError(-112, {shown(expr.name)});
   if (!scope.aggregatesAllowed) throw SqlError(-120, {shown(expr.name)});
   expr.aggregate = true;
@@ -121,24 +163,23 @@ void Resolver::resolveAggregate(Expr& expr, const BuiltInFunction& function, Sco
 
 // A distinct type is also the function that makes its values; the function back has the name of the
 // source type and stands in the type's schema.
-void Resolver::resolveTypeFunction(Expr& expr, Scope& scope) {
+void Resolver::callTypeFunction(Expr& expr) {
   const DistinctType* type = catalog_.findType(expr.name.schema, expr.name.name);
-  const BuiltInFunction* back = findFunction(expr.name.name);
-  if (expr.args.size() != 1 || expr.distinct || (!type && !back)) {
-    throw SqlError(-440, {shown(expr.name)});
-  }
-  resolveExpr(expr.args[0], scope);
-  const SqlType& argument = expr.args[0]->type;
+  if (expr.args.size() != 1) throw SqlError(-440, {shown(expr.name)});
   if (type) {
     expr.kind = ExprKind::Cast;
     expr.name = {type->schema, type->name, type->schema};
     giveType(*expr.args[0], type->source);
     return resolveCast(expr);
   }
-  const bool fits = back->rule == ResultRule::Conversion && argument.isDistinct() &&
-                    argument.distinctSchema == expr.name.schema;
-  if (!fits) throw SqlError(-440, {shown(expr.name)});
-  turnIntoCast(expr, *back);
+  if (!isBackFunction(expr, expr.args[0]->type)) throw SqlError(-440, {shown(expr.name)});
+  turnIntoCast(expr, *findFunction(expr.name.name));
+}
+
+bool Resolver::isBackFunction(const Expr& call, const SqlType& argument) const {
+  const BuiltInFunction* back = findFunction(call.name.name);
+  return back && back->rule == ResultRule::Conversion && argument.isDistinct() &&
+         argument.distinctSchema == call.name.schema;
 }
 
 void Resolver::typeResult(Expr& expr, const BuiltInFunction& function) {

@@ -1,13 +1,15 @@
 // The resolver behind resolve(). One class holds the statement, the catalog and the counters; its
 // members are spread over resolver.cpp (statements that change rows, CALL), resolver_query.cpp,
 // resolver_expression.cpp, resolver_typing.cpp (markers, nulls and operands that must agree),
-// resolver_function.cpp, resolver_table.cpp (table definitions), resolver_temporary.cpp and
-// resolver_object.cpp (other DDL).
+// resolver_function.cpp (built-in functions), resolver_routine.cpp (calls of registered functions),
+// resolver_table.cpp (table definitions), resolver_temporary.cpp, resolver_function_definition.cpp
+// and resolver_object.cpp (other DDL).
 //
 // A marker or NULL has the type Unknown until its context gives it one: an expression is resolved
 // first, and whoever needs its type then calls giveType() on it.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,9 +20,13 @@
 
 namespace orv {
 
+// The schema that the built-in functions belong to.
+inline constexpr std::string_view kBuiltInSchema = "SYSNTQ";
+
 // The tables whose columns an expression may name, and those of the queries around it.
 struct Scope {
   const Scope* outer = nullptr;
+  Query* query = nullptr;  // the one that they belong to; null in a statement's own clauses
   std::vector<TableRef*> tables;
   size_t firstVisible = 0;  // ON sees the tables of its own join only
   bool aggregatesAllowed = false;
@@ -82,6 +88,8 @@ class Resolver {
   // ---- expressions
   void resolveArgs(Expr& expr, Scope& scope);
   void resolveExpr(ExprPtr& expr, Scope& scope);
+  void resolveNode(ExprPtr& expr, Scope& scope);
+  void raiseHeight(Expr& expr) const;
   bool resolveLeaf(Expr& expr, const Scope& scope) const;
   void resolveOperator(Expr& expr);
   void resolveColumn(Expr& expr, const Scope& scope) const;
@@ -103,20 +111,36 @@ class Resolver {
   void requireType(Expr& expr);
   void compareAll(Expr& expr, std::string_view op, size_t first, size_t step = 1);
   void checkComparable(const Expr& a, const Expr& b, std::string_view op) const;
+  bool hasComparisons(const SqlType& type) const;
   SqlType combine(const std::vector<ExprPtr*>& values, int sqlcode,
                   const std::vector<std::string>& tokens);
   void convertTo(ExprPtr& expr, const SqlType& type) const;
+  void wrapInCast(ExprPtr& expr, const SqlType& type) const;
 
   // ---- functions
   void resolveFunction(ExprPtr& expr, Scope& scope);
   void resolveStripSide(Expr& expr) const;
   void checkArguments(Expr& expr, const BuiltInFunction& function);
   void resolveAggregate(Expr& expr, const BuiltInFunction& function, Scope& scope);
-  void resolveTypeFunction(Expr& expr, Scope& scope);
+  const BuiltInFunction* builtInFor(const Expr& call) const;
+  std::optional<std::vector<int>> builtInSteps(const Expr& call) const;
+  void callBuiltIn(Expr& expr);
+  void callTypeFunction(Expr& expr);
+  bool isBackFunction(const Expr& call, const SqlType& argument) const;
   void typeResult(Expr& expr, const BuiltInFunction& function);
   SqlType resultType(Expr& expr, const BuiltInFunction& function);
   void turnIntoCast(Expr& expr, const BuiltInFunction& function);
   int64_t constantArgument(const Expr& expr, size_t index) const;
+
+  // ---- registered functions
+  const Function* chooseRoutine(const Expr& call) const;
+  bool precedesBuiltIns(const Function& function, const Expr& call) const;
+  const Function* findRoutine(const QualifiedName& name,
+                              const std::vector<SqlType>& parameters) const;
+  void callRoutine(ExprPtr& expr, const Function& chosen);
+  void passToSource(Expr& call, const Function& function);
+  void castTo(ExprPtr& expr, const SqlType& type) const;
+  void resolveTableFunction(TableRef& table, Scope& scope);
 
   // ---- definitions
   void resolveCreateTable();
@@ -148,7 +172,17 @@ class Resolver {
   void resolveSchema();
   void resolveCreateProcedure();
   void resolveDropProcedure();
-  std::string freeSpecificName(const ProcedureDefinition& procedure) const;
+  void requireExternalName(const std::string& external, const QualifiedName& routine) const;
+  void giveSpecificName(std::string& specific, const QualifiedName& routine) const;
+  void requireSpecificSchema(const std::string& schema, const QualifiedName& routine) const;
+  void resolveCreateFunction();
+  void resolveFunctionTypes(FunctionDefinition& function);
+  void checkFunctionType(const FunctionDefinition& function, const SqlType& type) const;
+  void requireNewSignature(const FunctionDefinition& function) const;
+  void resolveSource(FunctionDefinition& function);
+  const Function* findSource(FunctionDefinition& function);
+  SqlType builtInSource(FunctionDefinition& function);
+  void resolveDropFunction();
   void requireSchemaOfUsers(const std::string& schema, const QualifiedName& object) const;
   void resolveNamed(bool exists, bool wanted, std::string_view type) const;
 
@@ -161,5 +195,7 @@ class Resolver {
 // The same value wherever both can be evaluated: equal columns, constants and operators.
 bool sameExpr(const Expr& a, const Expr& b);
 bool isConstantOrMarker(const Expr& expr);
+// The name as the statement writes it.
+std::string shown(const QualifiedName& name);
 
 }  // namespace orv

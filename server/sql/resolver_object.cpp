@@ -1,4 +1,4 @@
-// Definitions of types, schemas, table spaces and procedures.
+// Definitions of types, schemas, table spaces and procedures, and what routines have in common.
 #include <algorithm>
 
 #include "server/sql/resolver_impl.h"
@@ -47,7 +47,44 @@ void Resolver::resolveDropType() {
   name.resolvedSchema = type->schema;
 }
 
-// ---------------------------------------------------------------- procedures
+// ---------------------------------------------------------------- routines
+
+// external name: library ! entry
+void Resolver::requireExternalName(const std::string& external,
+                                   const QualifiedName& routine) const {
+  const size_t mark = external.find('!');
+  if (mark == 0 || mark == std::string::npos || mark + 1 == external.size()) {
+    throw SqlError(-449, {display(routine)});
+  }
+}
+
+void Resolver::requireSpecificSchema(const std::string& schema,
+                                     const QualifiedName& routine) const {
+  if (!schema.empty() && schema != routine.resolvedSchema) {
+    throw SqlError(-455, {schema, routine.resolvedSchema});
+  }
+}
+
+// Procedures and functions of a schema differ in their specific names. Without one a routine gets
+// its own name, with a number behind it when that is taken.
+void Resolver::giveSpecificName(std::string& specific, const QualifiedName& routine) const {
+  const std::string& schema = routine.resolvedSchema;
+  const auto procedure = [&](const std::string& name) {
+    return catalog_.findSpecificProcedure(schema, name) != nullptr;
+  };
+  const auto function = [&](const std::string& name) {
+    return catalog_.findSpecificFunction(schema, name) != nullptr;
+  };
+  if (!specific.empty()) {
+    if (procedure(specific)) throw SqlError(-601, {schema + "." + specific, "PROCEDURE"});
+    if (function(specific)) throw SqlError(-601, {schema + "." + specific, "FUNCTION"});
+    return;
+  }
+  specific = routine.name;
+  for (int number = 1; procedure(specific) || function(specific); ++number) {
+    specific = routine.name + std::to_string(number);
+  }
+}
 
 // Procedures of one name differ in their number of parameters.
 void Resolver::resolveCreateProcedure() {
@@ -56,35 +93,15 @@ void Resolver::resolveCreateProcedure() {
   procedure.name.resolvedSchema = schema;
   statement_.name.resolvedSchema = schema;
   requireSchemaOfUsers(schema, procedure.name);
-  if (!procedure.specificSchema.empty() && procedure.specificSchema != schema) {
-    throw SqlError(-455, {procedure.specificSchema, schema});
-  }
+  requireSpecificSchema(procedure.specificSchema, procedure.name);
   for (ParameterDefinition& parameter : procedure.parameters) {
     resolveTypeName(parameter.type, parameter.typeName);
   }
-  const std::string& external = procedure.externalName;
-  const size_t mark = external.find('!');
-  if (mark == 0 || mark == std::string::npos || mark + 1 == external.size()) {
-    throw SqlError(-449, {display(procedure.name)});
-  }
+  requireExternalName(procedure.externalName, procedure.name);
   if (catalog_.findProcedure(schema, procedure.name.name, procedure.parameters.size())) {
     throw SqlError(-454, {display(procedure.name)});
   }
-  if (procedure.specific.empty()) {
-    procedure.specific = freeSpecificName(procedure);
-  } else if (catalog_.findSpecificProcedure(schema, procedure.specific)) {
-    throw SqlError(-601, {schema + "." + procedure.specific, "PROCEDURE"});
-  }
-}
-
-// The procedure's own name, with a number behind it when that is taken.
-std::string Resolver::freeSpecificName(const ProcedureDefinition& procedure) const {
-  const std::string& schema = procedure.name.resolvedSchema;
-  std::string name = procedure.name.name;
-  for (int number = 1; catalog_.findSpecificProcedure(schema, name); ++number) {
-    name = procedure.name.name + std::to_string(number);
-  }
-  return name;
+  giveSpecificName(procedure.specific, procedure.name);
 }
 
 void Resolver::resolveDropProcedure() {

@@ -48,6 +48,7 @@ void Resolver::resolveQuery(Query& query, const Scope* outer, const Columns* tar
 void Resolver::resolveSelect(Query& query, const Scope* outer, const Columns* target) {
   Scope scope;
   scope.outer = outer;
+  scope.query = &query;
   const bool named = target && query.from.size() == 1 && isUnnamedValues(*query.from[0]);
   for (const auto& table : query.from) resolveFrom(*table, scope, named ? target : nullptr);
   if (query.where) resolveExpr(query.where, scope);
@@ -74,6 +75,7 @@ void Resolver::resolveSelect(Query& query, const Scope* outer, const Columns* ta
 void Resolver::resolveValues(Query& query, const Scope* outer, const Columns* target) {
   Scope scope;
   scope.outer = outer;
+  scope.query = &query;
   const bool inserted =
       statement_.kind == StatementKind::Insert && &query == statement_.query.get();
   const size_t width = query.rows.front().size();
@@ -98,6 +100,7 @@ void Resolver::resolveValues(Query& query, const Scope* outer, const Columns* ta
 void Resolver::resolveSetOperation(Query& query, const Scope* outer, const Columns* target) {
   resolveQuery(*query.left, outer, target);
   resolveQuery(*query.right, outer, target);
+  query.height = std::max({query.height, query.left->height + 1, query.right->height + 1});
   const Columns& left = query.left->columns;
   if (left.size() != query.right->columns.size()) throw SqlError(-421);
   for (size_t i = 0; i < left.size(); ++i) {
@@ -123,9 +126,12 @@ void Resolver::resolveSetOperation(Query& query, const Scope* outer, const Colum
 
 void Resolver::resolveFrom(TableRef& table, Scope& scope, const Columns* target) {
   if (table.kind == RefKind::Join) return resolveJoin(table, scope);
-  if (table.kind == RefKind::TableFunction) throw SqlError(-440, {table.name.name});
-  if (table.kind == RefKind::Derived) {
+  if (table.kind == RefKind::TableFunction) {
+    resolveTableFunction(table, scope);
+  } else if (table.kind == RefKind::Derived) {
     resolveDerived(table, scope.outer, target);
+    table.height = std::max(table.height, table.query->height + 1);
+    scope.query->height = std::max(scope.query->height, table.height + 1);
   } else {
     const Table& base = findTable(table.name);
     table.table = &base;
@@ -151,16 +157,20 @@ void Resolver::resolveDerived(TableRef& table, const Scope* outer, const Columns
   for (size_t i = 0; i < target->size(); ++i) table.columns[i].name = (*target)[i].name;
 }
 
+// A row of the right side that matches none of the left has no left side to take arguments of table
+// functions from.
 void Resolver::resolveJoin(TableRef& join, Scope& scope) {
+  const bool leftOptional = join.join == JoinKind::Right || join.join == JoinKind::Full;
+  const bool rightOptional = join.join == JoinKind::Left || join.join == JoinKind::Full;
+  const size_t visible = scope.firstVisible;
   const size_t begin = scope.tables.size();
   resolveFrom(*join.left, scope, nullptr);
   const size_t middle = scope.tables.size();
+  if (leftOptional) scope.firstVisible = middle;
   resolveFrom(*join.right, scope, nullptr);
-  const size_t visible = std::exchange(scope.firstVisible, begin);
+  scope.firstVisible = begin;
   resolveExpr(join.on, scope);
   scope.firstVisible = visible;
-  const bool leftOptional = join.join == JoinKind::Right || join.join == JoinKind::Full;
-  const bool rightOptional = join.join == JoinKind::Left || join.join == JoinKind::Full;
   for (size_t i = begin; i < scope.tables.size(); ++i) {
     if (i < middle ? !leftOptional : !rightOptional) continue;
     for (OutputColumn& column : scope.tables[i]->columns) column.type.nullable = true;

@@ -33,6 +33,15 @@ std::string objectType(char type) {
   return type == 'A' ? "ALIAS" : type == 'T' ? "TABLE" : "VIEW";
 }
 
+bool callsRoutine(const Expr& expr) {
+  bool found = false;
+  walk(expr, [&](const Expr& part) {
+    found = found || part.routine;
+    return found ? Walk::Skip : Walk::Enter;
+  });
+  return found;
+}
+
 std::vector<std::string> columnNames(const Table& table, const std::vector<int>& columns) {
   std::vector<std::string> names;
   names.reserve(columns.size());
@@ -92,7 +101,7 @@ void Resolver::resolveColumnDefinitions() {
   }
 }
 
-// A default is made of constants, special registers and functions of them.
+// A default is made of constants, special registers and built-in functions of them.
 void Resolver::resolveDefault(ColumnDefinition& column) {
   if (column.defaultValue->kind == ExprKind::Null) return;
   walk(*column.defaultValue, [&](const Expr& expr) {
@@ -103,7 +112,8 @@ void Resolver::resolveDefault(ColumnDefinition& column) {
   });
   Scope scope;
   resolveExpr(column.defaultValue, scope);
-  if (!baseAssignable(column.type, column.defaultValue->type, unicode())) {
+  const bool fits = baseAssignable(column.type, column.defaultValue->type, unicode());
+  if (!fits || callsRoutine(*column.defaultValue)) {
     throw SqlError(-574, {column.name});
   }
 }
@@ -209,12 +219,14 @@ void Resolver::resolveChecks(const Table& self) {
   scope.tables.push_back(&target);
   for (KeyDefinition& key : statement_.keys) {
     if (!key.check) continue;
+    const SqlError invalid(-546, {keyName(key.constraint, {key.checkText})});
     walk(*key.check, [&](const Expr& expr) {
       const bool allowed = expr.kind != ExprKind::Marker && !expr.query;
-      if (!allowed) throw SqlError(-546, {keyName(key.constraint, {key.checkText})});
+      if (!allowed) throw invalid;
       return Walk::Enter;
     });
     resolveExpr(key.check, scope);
+    if (callsRoutine(*key.check)) throw invalid;
   }
 }
 

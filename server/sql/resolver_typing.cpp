@@ -99,14 +99,22 @@ void Resolver::compareAll(Expr& expr, std::string_view op, size_t first, size_t 
   }
 }
 
-// A distinct type compares with itself and with constants and markers of its source type.
+// A distinct type WITH COMPARISONS compares with itself and with constants and markers of its
+// source type, others with nothing.
 void Resolver::checkComparable(const Expr& a, const Expr& b, std::string_view op) const {
   const bool alike = sameDistinct(a.type, b.type) ||
                      (!b.type.isDistinct() && isConstantOrMarker(b)) ||
                      (!a.type.isDistinct() && isConstantOrMarker(a));
-  if (!alike || !baseComparable(a.type, b.type, unicode())) {
+  const bool comparable = hasComparisons(a.type) && hasComparisons(b.type);
+  if (!alike || !comparable || !baseComparable(a.type, b.type, unicode())) {
     throw SqlError(-401, {std::string(op)});
   }
+}
+
+bool Resolver::hasComparisons(const SqlType& type) const {
+  if (!type.isDistinct()) return true;
+  const DistinctType* distinct = catalog_.findType(type.distinctSchema, type.distinctName);
+  return !distinct || distinct->comparisons;
 }
 
 // The common type of results that stand for one another; each value is converted to it. Unknown
@@ -149,12 +157,16 @@ void Resolver::convertTo(ExprPtr& expr, const SqlType& type) const {
                                                        : !fixed || from.length == type.length;
   const bool varying = !fixed && varyingType(from).kind == varyingType(type).kind;
   if (varying || (from.kind == type.kind && sameSize)) return;
+  wrapInCast(expr, type);
+}
+
+void Resolver::wrapInCast(ExprPtr& expr, const SqlType& type) const {
   auto cast = std::make_unique<Expr>();
   cast->kind = ExprKind::Cast;
   cast->offset = expr->offset;
   cast->height = expr->height + 1;
   cast->type = type;
-  cast->type.nullable = from.nullable;
+  cast->type.nullable = expr->type.nullable;
   cast->args.push_back(std::move(expr));
   expr = std::move(cast);
 }

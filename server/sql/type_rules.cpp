@@ -50,6 +50,13 @@ TypeKind stringKind(Holds what, Reach how) {
   return kKinds[static_cast<size_t>(what) - 1][static_cast<size_t>(how)];
 }
 
+// The place of a number among those that it can be promoted to.
+int numericRank(TypeKind kind) {
+  static constexpr TypeKind kOrder[] = {TypeKind::SmallInt, TypeKind::Integer, TypeKind::BigInt,
+                                        TypeKind::Decimal,  TypeKind::Real,    TypeKind::Double};
+  return static_cast<int>(std::ranges::find(kOrder, kind) - kOrder);
+}
+
 bool isBitString(TypeKind kind) {
   return isBinary(kind) && kind != TypeKind::Blob;
 }
@@ -160,6 +167,28 @@ std::optional<SqlType> commonBase(const SqlType& a, const SqlType& b) {
 
 bool sameDistinct(const SqlType& a, const SqlType& b) {
   return a.distinctName == b.distinctName && a.distinctSchema == b.distinctSchema;
+}
+
+bool sameParameterType(const SqlType& a, const SqlType& b) {
+  return a.kind == b.kind && sameDistinct(a, b);
+}
+
+std::optional<int> promotionSteps(const SqlType& parameter, const SqlType& argument) {
+  if (!sameDistinct(parameter, argument)) return std::nullopt;
+  if (parameter.isDistinct() || parameter.kind == argument.kind) return 0;
+  int steps = -1;
+  if (isNumeric(parameter.kind) && isNumeric(argument.kind)) {
+    steps = numericRank(parameter.kind) - numericRank(argument.kind);
+  } else if (holds(parameter.kind) != Holds::None &&
+             holds(parameter.kind) == holds(argument.kind)) {
+    steps = static_cast<int>(reach(parameter.kind)) - static_cast<int>(reach(argument.kind));
+  }
+  return steps < 0 ? std::nullopt : std::optional(steps);
+}
+
+bool castable(const SqlType& target, const SqlType& value) {
+  const bool distinct = target.isDistinct() && value.isDistinct();
+  return (!distinct || sameDistinct(target, value)) && baseCastable(target, value);
 }
 
 SqlType arithmeticType(std::string_view op, const SqlType& a, const SqlType& b) {

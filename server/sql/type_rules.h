@@ -22,6 +22,16 @@ bool baseCastable(const SqlType& target, const SqlType& value);
 std::optional<SqlType> commonBase(const SqlType& a, const SqlType& b);
 
 bool sameDistinct(const SqlType& a, const SqlType& b);  // also when neither is distinct
+// The same in the list of a routine's parameters, where lengths do not tell types apart.
+bool sameParameterType(const SqlType& a, const SqlType& b);
+
+// How far a parameter's type lies beyond that of an argument: 0 for the same kind, more for each
+// kind that reaches further (SMALLINT, INTEGER, BIGINT, DECIMAL, REAL, DOUBLE; CHAR, VARCHAR, LONG
+// VARCHAR, CLOB and so on). Nothing when the parameter does not take the argument; a distinct type
+// goes to itself only.
+std::optional<int> promotionSteps(const SqlType& parameter, const SqlType& argument);
+// Whether a cast between them exists: two distinct types never, unless they are one.
+bool castable(const SqlType& target, const SqlType& value);
 
 // Both operands are numeric. `op` is + - * or /.
 SqlType arithmeticType(std::string_view op, const SqlType& a, const SqlType& b);

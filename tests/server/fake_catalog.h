@@ -9,6 +9,7 @@
 
 #include "server/catalog/catalog.h"
 #include "server/sql/parser.h"
+#include "server/sql/resolver.h"
 
 namespace orv {
 
@@ -59,6 +60,33 @@ class FakeCatalog : public Catalog {
     procedure.parameters = statement->procedure.parameters;
   }
 
+  // CREATE FUNCTION, recorded as an engine does.
+  const Function& addFunction(const std::string& text) {
+    const auto statement = parseStatement(text);
+    resolve(*statement, *this);
+    const FunctionDefinition& definition = statement->function;
+    Function& function = functions.emplace_back();
+    function.kind = definition.kind;
+    function.schema = definition.name.resolvedSchema;
+    function.name = definition.name.name;
+    function.specific = definition.specific;
+    for (const auto& parameter : definition.parameters) {
+      function.parameters.push_back(parameter.type);
+    }
+    function.result = definition.result.type;
+    function.returned = definition.castFrom.value_or(definition.result).type;
+    for (const auto& column : definition.columns) {
+      function.columns.push_back({column.name, column.type});
+    }
+    function.deterministic = definition.deterministic;
+    function.sourceSchema = definition.source.resolvedSchema;
+    function.sourceName = definition.source.name;
+    for (const auto& parameter : definition.sourceParameters) {
+      function.sourceParameters.push_back(parameter.type);
+    }
+    return function;
+  }
+
   uint64_t version() const override { return 1; }
   int codePage() const override { return page; }
   const std::string& defaultSchema() const override { return schema_; }
@@ -68,7 +96,7 @@ class FakeCatalog : public Catalog {
   }
   const DistinctType* findType(std::string_view schema, std::string_view name) const override {
     if (!schema.empty()) return find(types, schema, name);
-    for (const std::string& part : path_) {
+    for (const std::string& part : path) {
       if (const DistinctType* type = find(types, part, name)) return type;
     }
     return nullptr;
@@ -99,9 +127,15 @@ class FakeCatalog : public Catalog {
   std::vector<const Function*> functionsNamed(std::string_view schema,
                                               std::string_view name) const override {
     std::vector<const Function*> found;
-    for (const Function& function : functions) {
-      const bool wanted = schema.empty() || function.schema == schema;
-      if (wanted && function.name == name) found.push_back(&function);
+    const auto addFrom = [&](std::string_view from) {
+      for (const Function& function : functions) {
+        if (function.schema == from && function.name == name) found.push_back(&function);
+      }
+    };
+    if (!schema.empty()) {
+      addFrom(schema);
+    } else {
+      std::ranges::for_each(path, addFrom);
     }
     return found;
   }
@@ -123,9 +157,10 @@ class FakeCatalog : public Catalog {
   std::optional<Package> findPackage(std::string_view, std::string_view) const override {
     return std::nullopt;
   }
-  const std::vector<std::string>& functionPath() const override { return path_; }
+  const std::vector<std::string>& functionPath() const override { return path; }
 
   int page = 1208;
+  std::vector<std::string> path{"ORVXML", "SYSNTQ", "SYSFUN"};
   std::deque<Table> tables;
   std::deque<DistinctType> types;
   std::deque<Procedure> procedures;
@@ -144,7 +179,6 @@ class FakeCatalog : public Catalog {
   }
 
   std::string schema_ = "USER1";
-  std::vector<std::string> path_{"ORVXML", "SYSNTQ", "SYSFUN"};
 };
 
 }  // namespace orv
