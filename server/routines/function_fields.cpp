@@ -111,12 +111,12 @@ bool isGuardWhole(const char* at) {
 
 ArgumentField::ArgumentField(SessionState& session, const SqlType& type)
     : session_(session), type_(type), layout_(layoutOf(type)), size_(sizeOf(layout_, type)) {
-  if (layout_ == FieldLayout::LargeObject) largeObject_.assign(kLobHeader, '\0');
+  if (layout_ == FieldLayout::LargeObject) clear();
 }
 
 void ArgumentField::store(const ValueView& value) {
   indicator_ = value.kind == Kind::Null ? int16_t{-1} : int16_t{0};
-  if (indicator_ < 0) return;
+  if (indicator_ < 0) return clear();
   const ValueView given = isReady(value, type_)
                               ? value
                               : convertValue(value, type_, session_.textLength(),
@@ -142,6 +142,14 @@ void ArgumentField::store(const ValueView& value) {
       return storeLargeObject(given);
     case FieldLayout::Locator:
       return storeLocator(given);
+  }
+}
+
+void ArgumentField::clear() {
+  if (layout_ == FieldLayout::LargeObject) {
+    largeObject_.assign(kLobHeader, '\0');
+  } else {
+    std::memset(data_, 0, std::min(size_, sizeof(int64_t)));
   }
 }
 

@@ -54,6 +54,7 @@ class ArgumentField {
   int16_t* indicator() { return &indicator_; }
 
  private:
+  void clear();
   void storeText(std::string_view utf8);
   void storeBits(std::string_view bytes);
   void storeUnits(std::string_view utf8);
