@@ -118,6 +118,28 @@ TEST(ParserTest, ErrorsNameTheTokenWhatStandsBeforeItAndWhatWasExpected) {
       {"CREATE PROCEDURE p() LANGUAGE C",
        -104,
        {"END-OF-STATEMENT", "ATE PROCEDURE p() LANGUAGE C", "EXTERNAL NAME"}},
+      {"CREATE FUNCTION f() EXTERNAL NAME 'l!e'",
+       -104,
+       {"END-OF-STATEMENT", " FUNCTION f() EXTERNAL NAME 'l!e'", "RETURNS"}},
+      {"CREATE FUNCTION f() RETURNS INT",
+       -104,
+       {"END-OF-STATEMENT", "REATE FUNCTION f() RETURNS INT", "EXTERNAL NAME"}},
+      {"CREATE FUNCTION f() RETURNS TABLE(INT) EXTERNAL NAME 'l!e'",
+       -104,
+       {")", "CTION f() RETURNS TABLE(INT", "<data type>"}},
+      {"CREATE FUNCTION f() RETURNS INT PARAMETER STYLE ORVDARI",
+       -104,
+       {"ORVDARI", "RETURNS INT PARAMETER STYLE", "ORVSQL"}},
+      {"CREATE FUNCTION f() RETURNS INT SCRATCHPAD 32768",
+       -104,
+       {"32768", "() RETURNS INT SCRATCHPAD", "1 to 32767"}},
+      {"CREATE FUNCTION f() RETURNS INT VARIANT NOT DETERMINISTIC", -628, {"DETERMINISTIC"}},
+      {"CREATE FUNCTION f() RETURNS INT NO SCRATCHPAD SCRATCHPAD 5", -628, {"SCRATCHPAD"}},
+      {"CREATE FUNCTION f() RETURNS INT RETURNS INT", -628, {"RETURNS"}},
+      {"CREATE FUNCTION f() RETURNS INT SOURCE g EXTERNAL NAME 'l!e'", -628, {"EXTERNAL NAME"}},
+      {"CREATE FUNCTION f() RETURNS INT CAST FROM REAL SOURCE g", -628, {"SOURCE"}},
+      {"CREATE FUNCTION f() RETURNS TABLE(a INT) SOURCE g", -628, {"SOURCE"}},
+      {"DROP SPECIFIC TABLE t", -104, {"TABLE", "DROP SPECIFIC", "FUNCTION"}},
       {"SELECT a FROM t; SELECT", -104, {"SELECT", "SELECT a FROM t;", "END-OF-STATEMENT"}},
       {"CREATE TABLE t(a DECIMAL(32))", -604, {"DECIMAL"}},
       {"CREATE TABLE t(a CHAR(255))", -604, {"CHAR"}},
@@ -303,6 +325,56 @@ TEST(ParserTest, ProceduresTakeTheirOptionsInAnyOrderAndCase) {
             "0DADBUF:CLOB(102400) 0OVERRIDETYPE:INTEGER 1RESULTDOC:CLOB(1048576)@ 2:LONG VARCHAR ");
 }
 
+TEST(ParserTest, FunctionsTakeTheirClausesInAnyOrderAndCase) {
+  const TextCase kCases[] = {
+      {"create function s.f(x clob(1M) as LOCATOR, char large object, long varchar, s.t) returns "
+       "s.r "
+       "CAST FROM varchar(9) external name 'l!e' language c parameter style orvsql scratchpad "
+       "final "
+       "call not variant not fenced no sql no external action allow parallel DBINFO",
+       "S.F(X CLOB(1048576)@, CLOB(1048576), LONG VARCHAR, S.T) S.R<VARCHAR(9) l!e .  100FDd"},
+      {"CREATE FUNCTION f() DISALLOW PARALLEL CARDINALITY 5 NOT NULL CALL SCRATCHPAD 7 SPECIFIC "
+       "s.g "
+       "EXTERNAL NAME \"l!E\" READS SQL DATA NOT DETERMINISTIC RETURNS TABLE(a INT, b CLOB AS "
+       "LOCATOR) NO DBINFO NO FINAL CALL FENCED",
+       ".F() TABLE A INTEGER, B CLOB(1048576)@ l!E S.G  7n"},
+      {"CREATE FUNCTION f(DATE) RETURNS NULL ON NULL INPUT SPECIFIC g RETURNS DATE NO SCRATCHPAD "
+       "CONTAINS SQL EXTERNAL NAME 'l!e' VARIANT",
+       ".F(DATE) DATE l!e .G  0n"},
+      {"create function f( s.T) returns varchar(20) Source s.varchar(s.T)",
+       ".F(S.T) VARCHAR(20)  . S.VARCHAR(S.T) 0"},
+      {"CREATE FUNCTION f(INT) SPECIFIC g SOURCE SPECIFIC s.h RETURNS INT",
+       ".F(INTEGER) INTEGER  .G S.H! 0"},
+  };
+  const auto listed = [](const std::vector<ParameterDefinition>& parameters) {
+    std::string all;
+    for (const ParameterDefinition& p : parameters) {
+      const std::string named =
+          p.typeName.name.empty() ? typeText(p.type) : p.typeName.schema + "." + p.typeName.name;
+      all += (all.empty() ? "" : ", ") + (p.name.empty() ? "" : p.name + " ") + named +
+             (p.type.locator ? "@" : "");
+    }
+    return all;
+  };
+  const auto text = [&](const FunctionDefinition& f) {
+    std::string all = f.name.schema + "." + f.name.name + "(" + listed(f.parameters) + ") ";
+    all += f.kind == FunctionKind::Table ? "TABLE " + listed(f.columns) : listed({f.result});
+    if (f.castFrom) all += "<" + listed({*f.castFrom});
+    all += " " + f.externalName + " " + f.specificSchema + "." + f.specific + " ";
+    if (!f.source.name.empty()) all += f.source.schema + "." + f.source.name;
+    if (f.sourceSignatureGiven) all += "(" + listed(f.sourceParameters) + ")";
+    return all + (f.sourceIsSpecific ? "! " : " ") + std::to_string(f.scratchpad) +
+           (f.finalCall ? "F" : "") + (f.dbInfo ? "D" : "") + (f.deterministic ? "d" : "") +
+           (f.nullCall ? "" : "n");
+  };
+  for (const TextCase& c : kCases) {
+    SCOPED_TRACE(c.text);
+    const auto statement = parseStatement(c.text);
+    EXPECT_EQ(statement->kind, StatementKind::CreateFunction);
+    EXPECT_EQ(text(statement->function), c.expected);
+  }
+}
+
 TEST(ParserTest, EveryOtherStatementIsRecognised) {
   struct Case {
     const char* text;
@@ -356,6 +428,9 @@ TEST(ParserTest, EveryOtherStatementIsRecognised) {
       {"REVOKE ALL ON t FROM PUBLIC", Kind::Grant, name, "."},
       {"DROP SCHEMA s RESTRICT", Kind::DropSchema, name, ".S"},
       {"DROP SPECIFIC PROCEDURE s.p", Kind::DropProcedure, name, "S.P"},
+      {"DROP SPECIFIC FUNCTION s.f", Kind::DropFunction, name, "S.F"},
+      {"DROP FUNCTION s.f(s.t as LOCATOR, x INTEGER) RESTRICT", Kind::DropFunction,
+       [](const Statement& s) { return s.dropSignature[0].typeName.name; }, "T"},
       {"DROP PROCEDURE p(INTEGER, CLOB(1M))", Kind::DropProcedure,
        [](const Statement& s) { return typeText(s.dropSignature[1].type); }, "CLOB(1048576)"},
       {"CALL s.p(1, ?, 'x', NULL)", Kind::Call,
