@@ -1,14 +1,16 @@
 #include "src/xmlcolumn/document_parse.h"
 
-#include <new>
+#include <xercesc/util/XMLUni.hpp>
 
-#include <xercesc/util/OutOfMemoryException.hpp>
-
+#include "orvxml/code_pages.h"
 #include "orvxml/parser_handlers.h"
-#include "src/foundation/parser_failures.h"
 
 namespace orvxml {
 namespace {
+
+using xercesc::XMLUni;
+
+constexpr int kEncodingSize = 1025;  // UTF-16 units
 
 bool outOfMemory(const Report& report) {
   fail(report, Msg::QRKG002E);
@@ -16,6 +18,17 @@ bool outOfMemory(const Report& report) {
 }
 
 }  // namespace
+
+bool databaseEncoding(const Report& report, std::u16string& name) {
+  if (!report.ctx || !report.ctx->codePages) return true;
+  char16_t buffer[kEncodingSize] = u"";
+  if (QRK_getEncoding(report.ctx, report.ctx->codePages->dbCodePage, buffer, kEncodingSize,
+                      report.sqlState, report.msg)) {
+    return false;
+  }
+  name = buffer;
+  return true;
+}
 
 bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
                    const xercesc::InputSource& source) {
@@ -34,6 +47,27 @@ bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
     if (!reportParserException(report)) setSqlState(report, kParserState);
     return false;
   }
+}
+
+bool readDocument(const Report& report, const DocumentSource& source, bool inDbEncoding,
+                  xercesc::DefaultHandler& handler, xercesc::XMLDocumentHandler* declarations) {
+  qrkNonValidateHandler outside(report.ctx);
+  qrkSAX2XMLReaderImpl parser(report.ctx);
+  parser.setContentHandler(&handler);
+  parser.setErrorHandler(&handler);
+  parser.setEntityResolver(&outside);
+  parser.setDTDHandler(&handler);
+  parser.setLexicalHandler(&handler);
+  if (declarations) parser.installAdvDocHandler(declarations);
+  parser.setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
+  parser.setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
+  parser.setFeature(XMLUni::fgSAX2CoreValidation, false);
+  parser.setFeature(XMLUni::fgXercesSchema, false);
+  std::u16string encoding;
+  if (inDbEncoding && !databaseEncoding(report, encoding)) return false;
+  if (!encoding.empty()) source.input->setEncoding(encoding.c_str());
+  parser.setDocumentSize(source.bytes);
+  return parseDocument(report, parser, *source.input);
 }
 
 }  // namespace orvxml

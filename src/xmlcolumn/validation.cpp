@@ -3,10 +3,8 @@
 #include "orvxml/validation.h"
 
 #include <filesystem>
-#include <new>
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLEntityResolver.hpp>
 #include <xercesc/util/XMLResourceIdentifier.hpp>
 #include <xercesc/util/XMLUni.hpp>
@@ -15,8 +13,6 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
-#include "src/dad/document_source.h"
-#include "src/foundation/parser_failures.h"
 #include "src/xmlcolumn/document_parse.h"
 
 namespace orvxml {
@@ -25,24 +21,8 @@ namespace {
 using xercesc::XMLUni;
 using Path = std::filesystem::path;
 
-constexpr int kEncodingSize = 1025;  // UTF-16 units
+constexpr char kModule[] = "qrkvalid";
 constexpr int kTracedCharacters = 300;
-
-const char* textOrNull(const char* text) {
-  return text ? text : "(NULL)";
-}
-
-// The name of the encoding of the database code page.
-bool databaseEncoding(const Report& report, std::u16string& name) {
-  if (!report.ctx || !report.ctx->codePages) return true;
-  char16_t buffer[kEncodingSize] = u"";
-  if (QRK_getEncoding(report.ctx, report.ctx->codePages->dbCodePage, buffer, kEncodingSize,
-                      report.sqlState, report.msg)) {
-    return false;
-  }
-  name = buffer;
-  return true;
-}
 
 // The parse itself, with its handlers installed but for the entity resolver.
 bool validate(const Report& report, qrkSAX2XMLReaderImpl& parser, xercesc::DefaultHandler& handler,
@@ -177,23 +157,6 @@ bool validateBySchema(const Report& report, const char* document, bool isText, b
   return validate(report, parser, schema, source, inDbEncoding ? encoding : u"");
 }
 
-// 1 or 0 for the caller; what the parser's set-up throws ends here.
-template <class Validation>
-int outcome(const Report& report, Validation validation) {
-  *report.msg = 0;
-  setSqlState(report, "00000");
-  try {
-    return validation() ? 1 : 0;
-  } catch (const std::bad_alloc&) {
-    fail(report, Msg::QRKG002E);
-  } catch (const xercesc::OutOfMemoryException&) {
-    fail(report, Msg::QRKG002E);
-  } catch (...) {
-    failInternal(report, "qrkvalid", __LINE__);
-  }
-  return 0;
-}
-
 }  // namespace
 }  // namespace orvxml
 
@@ -206,7 +169,7 @@ int qrkValidate(orvxml::QrkStruct* ctx, char* document, int docLoc, int useDbEnc
             docLoc, useDbEncoding, textOrNull(dtdid), dtdInMemory, kTracedCharacters,
             textOrNull(document), textOrNull(dtd));
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  return outcome(report, [&] {
+  return reported(report, kModule, [&] {
     return validateByDtd(report, document, docLoc != 0, useDbEncoding == 1,
                          Dtd{dtd, dtdInMemory == 1, dtdInDbEncoding == 1, dtdid});
   });
@@ -218,7 +181,7 @@ int qrkValidateSchema(orvxml::QrkStruct* ctx, char* document, int docLoc, int us
   QRK_TRACE(ctx, "Entered, docLoc=%d, input_src %d\ndoc='%.*s'\n", docLoc, useDbEncoding,
             kTracedCharacters, textOrNull(document));
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  return outcome(report, [&] {
+  return reported(report, kModule, [&] {
     return validateBySchema(report, document, docLoc != 0, useDbEncoding == 1, schemaLocation);
   });
 }

@@ -1,0 +1,63 @@
+// The base of the handlers that read a document for a location path: it keeps the match state and
+// the values, and turns them into the caller's.
+#pragma once
+
+#include <xercesc/sax2/DefaultHandler.hpp>
+
+#include "orvxml/location_path.h"
+#include "src/xmlcolumn/path_progress.h"
+#include "src/xmlcolumn/result_values.h"
+
+namespace orvxml {
+
+// Every problem that the parser reports ends the parse, a warning as well.
+class qrkSgDocHandler : public xercesc::DefaultHandler {
+ public:
+  // `path` must live, unchanged, as long as the handler. Out of memory: a QRKException or
+  // std::bad_alloc.
+  qrkSgDocHandler(QrkStruct* context, XMLCh* path, bool selectsMarkup = false);
+
+  // 0, or the position of an error in the path.
+  int32_t getState() const { return query.state; }
+  // The values in the database code page, for qrkFreeArray. False with QRKC013E when one does not
+  // convert or needs more than `maxBytes` with its terminator, QRKG002E out of memory; `values` is
+  // then empty.
+  bool retrieve(const Report& report, int maxBytes, QrkExtractResult& values) const;
+  // The values on standard output.
+  void debugPrintResult() const;
+
+  void warning(const xercesc::SAXParseException& problem) override;
+  void error(const xercesc::SAXParseException& problem) override;
+  void fatalError(const xercesc::SAXParseException& problem) override;
+
+ protected:
+  // What becomes of the elements inside a selected one: each is compared with the path, or all are
+  // selected with it.
+  enum class Inside { IsCompared, IsSelected };
+
+  // Open and close an element, and keep `state`.
+  void open(const XMLCh* name, const xercesc::Attributes& attributes);
+  void close();
+  void composeStartElement(const XMLCh* name, const xercesc::Attributes& attributes);
+  void composeEndElement(const XMLCh* name);
+
+  QrkStruct* ctx;
+  int32_t state = kMatchPossibleBelow;
+  QrkQuery query;
+  PathProgress currentPath;
+  qrkResult result;
+  Inside inside = Inside::IsCompared;
+  Escaping escapeText = Escaping::None;
+  Escaping escapeValues = Escaping::Markup;
+
+ private:
+  uint32_t below_ = 0;  // open elements below one that settles their state: they are only counted
+};
+
+// The path of a call in UTF-16. False with QRKG004E for null, QRKD002E for one that does not
+// convert.
+bool convertPath(const Report& report, const char* path, std::u16string& converted);
+// False with QRKD002E when the path of `handler` has an error.
+bool acceptPath(const Report& report, const qrkSgDocHandler& handler);
+
+}  // namespace orvxml

@@ -1,0 +1,158 @@
+// Extraction: the values that a location path selects in one document.
+#include "orvxml/extraction.h"
+
+#include <cstdlib>
+
+#include "orvxml/code_pages.h"
+#include "orvxml/trace.h"
+#include "src/xmlcolumn/document_handler.h"
+#include "src/xmlcolumn/document_parse.h"
+
+namespace orvxml {
+namespace {
+
+constexpr char kModule[] = "qrkextract";
+
+// Collects the selected attributes' values, the selected elements' own text, or with markup the
+// selected elements with all that stands inside them.
+class qrkExtractHandler : public qrkSgDocHandler {
+ public:
+  qrkExtractHandler(QrkStruct* context, qrkExtractFormat format, XMLCh* path)
+      : qrkSgDocHandler(context, path, format == kExtractMarkup) {
+    if (format != kExtractMarkup) return;
+    inside = Inside::IsSelected;
+    escapeText = Escaping::Markup;
+  }
+
+  void startElement(const XMLCh*, const XMLCh*, const XMLCh* qname,
+                    const xercesc::Attributes& attributes) override {
+    const bool isNew = state == kMatchPossibleBelow;
+    open(qname, attributes);
+    if (state != kMatch) return;
+    if (query.kind == kSelectsAttribute) return addAttributes(attributes);
+    if (isNew) result.addItem();
+    if (query.kind == kSelectsMarkup) composeStartElement(qname, attributes);
+  }
+
+  void endElement(const XMLCh*, const XMLCh*, const XMLCh* qname) override {
+    if (state == kMatch && query.kind == kSelectsMarkup) composeEndElement(qname);
+    close();
+  }
+
+  void characters(const XMLCh* text, XMLSize_t length) override {
+    if (state == kMatch && query.kind != kSelectsAttribute) {
+      result.addToCurrentItem(escapeText, {text, length});
+    }
+  }
+
+  void ignorableWhitespace(const XMLCh* text, XMLSize_t length) override {
+    if (state == kMatch && query.kind == kSelectsMarkup) result.addToCurrentItem({text, length});
+  }
+
+ private:
+  void addAttributes(const xercesc::Attributes& attributes) {
+    if (std::u16string_view(query.attrName) != u"*") {
+      return addValue(attributes.getValue(query.attrName));
+    }
+    for (XMLSize_t i = 0; i < attributes.getLength(); ++i) addValue(attributes.getValue(i));
+  }
+
+  void addValue(const XMLCh* value) {
+    if (!value) return;
+    result.addItem();
+    result.addToCurrentItem(escapeValues, value);
+  }
+};
+
+// What a caller hands to either function besides the places of its outcome.
+struct Extraction {
+  const char* document;
+  bool inDbEncoding;
+  bool isText;
+  qrkExtractFormat format;
+  const char* path;
+  int maxBytes;
+};
+
+bool extract(const Report& report, const Extraction& wanted, QrkExtractResult& values) {
+  if (wanted.maxBytes <= 0) {
+    fail(report, Msg::QRKG004E);
+    return false;
+  }
+  DocumentSource source;
+  if (!openDocument(report, wanted.document, wanted.isText, source)) return false;
+  std::u16string path;
+  if (!convertPath(report, wanted.path, path)) return false;
+  qrkExtractHandler handler(report.ctx, wanted.format, path.data());
+  return acceptPath(report, handler) &&
+         readDocument(report, source, wanted.inDbEncoding, handler, nullptr) &&
+         handler.retrieve(report, wanted.maxBytes, values);
+}
+
+int extractOnly(const Report& report, const Extraction& wanted, char** value) {
+  QrkExtractResult values{};
+  const auto run = [&] { return extract(report, wanted, values); };
+  if (!reported(report, kModule, run)) return -1;
+  if (!values.values[0]) {
+    fail(report, Msg::QRKD003W);
+  } else if (values.values[1]) {
+    fail(report, Msg::QRKD001E, wanted.path);
+  } else {
+    *value = std::exchange(values.values[0], nullptr);
+  }
+  qrkFreeArray(report.ctx, &values);
+  return *value && **value ? 0 : -1;
+}
+
+void traceEntry(QrkStruct* ctx, const Extraction& wanted) {
+  if (wanted.isText) {
+    QRK_TRACE(ctx, "Entered, input uri=buffer and query='%s'", textOrNull(wanted.path));
+  } else {
+    QRK_TRACE(ctx, "Entered, input uri='%s' and query='%s'", textOrNull(wanted.document),
+              textOrNull(wanted.path));
+  }
+}
+
+Extraction wanted(const char* document, int useDbEncoding, int inMemory, int format,
+                  const char* path, int maxBytes) {
+  return {document,      useDbEncoding == 1,
+          inMemory == 1, format == kExtractText ? kExtractText : kExtractMarkup,
+          path,          maxBytes};
+}
+
+}  // namespace
+}  // namespace orvxml
+
+int extractAll(orvxml::QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, int format,
+               char* path, orvxml::QrkExtractResult* result, int maxBytes, char* sqlstate,
+               char* msg) {
+  using namespace orvxml;
+  const Extraction call = wanted(document, useDbEncoding, inMemory, format, path, maxBytes);
+  traceEntry(ctx, call);
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  if (!result) return failed(report, Msg::QRKG004E);
+  *result = {};
+  const bool done = reported(report, kModule, [&] { return extract(report, call, *result); });
+  if (sqlstate) std::memcpy(result->sqlstate, sqlstate, kSqlStateSize);
+  return done ? 0 : -1;
+}
+
+void qrkFreeArray(orvxml::QrkStruct*, orvxml::QrkExtractResult* result) {
+  if (!result) return;
+  for (char** value = result->values; value && *value; ++value) std::free(*value);
+  std::free(result->values);
+  std::free(result->message);
+  result->values = result->cursor = nullptr;
+  result->message = nullptr;
+}
+
+int extractOne(orvxml::QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, int format,
+               char* path, char** value, int maxBytes, char* sqlstate, char* msg) {
+  using namespace orvxml;
+  const Extraction call = wanted(document, useDbEncoding, inMemory, format, path, maxBytes);
+  traceEntry(ctx, call);
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  if (!value) return failed(report, Msg::QRKG004E);
+  *value = nullptr;
+  return extractOnly(report, call, value);
+}
