@@ -78,15 +78,17 @@ void qrkSgDocHandler::close() {
   if (state != kMatchPossibleBelow) state = currentPath.match();
 }
 
-void qrkSgDocHandler::composeStartElement(const XMLCh* name,
-                                          const xercesc::Attributes& attributes) {
+void qrkSgDocHandler::composeStartElement(const XMLCh* name, const xercesc::Attributes& attributes,
+                                          const XMLCh* changed, const XMLCh* newValue) {
   result.addToCurrentItem(u"<");
   result.addToCurrentItem(name);
   for (XMLSize_t i = 0; i < attributes.getLength(); ++i) {
+    const XMLCh* const attribute = attributes.getQName(i);
+    const bool isChanged = changed && xercesc::XMLString::equals(attribute, changed);
     result.addToCurrentItem(u" ");
-    result.addToCurrentItem(attributes.getQName(i));
+    result.addToCurrentItem(attribute);
     result.addToCurrentItem(u"=\"");
-    result.addToCurrentItem(escapeValues, attributes.getValue(i));
+    result.addToCurrentItem(escapeValues, isChanged ? newValue : attributes.getValue(i));
     result.addToCurrentItem(u"\"");
   }
   result.addToCurrentItem(u">");
@@ -132,9 +134,9 @@ void qrkSgDocHandler::fatalError(const xercesc::SAXParseException& problem) {
   throw xercesc::SAXParseException(problem);
 }
 
-bool convertPath(const Report& report, const char* path, std::u16string& converted) {
-  if (path && toUtf16(report.ctx, path, converted)) return true;
-  path ? fail(report, Msg::QRKD002E, kNotConverted) : fail(report, Msg::QRKG004E);
+bool convertText(const Report& report, const char* text, std::u16string& converted) {
+  if (text && toUtf16(report.ctx, text, converted)) return true;
+  text ? fail(report, Msg::QRKD002E, kNotConverted) : fail(report, Msg::QRKG004E);
   return false;
 }
 

@@ -38,7 +38,9 @@ class qrkSgDocHandler : public xercesc::DefaultHandler {
   // Open and close an element, and keep `state`.
   void open(const XMLCh* name, const xercesc::Attributes& attributes);
   void close();
-  void composeStartElement(const XMLCh* name, const xercesc::Attributes& attributes);
+  // With another value for the attribute called `changed`, unless that is null.
+  void composeStartElement(const XMLCh* name, const xercesc::Attributes& attributes,
+                           const XMLCh* changed = nullptr, const XMLCh* newValue = nullptr);
   void composeEndElement(const XMLCh* name);
 
   QrkStruct* ctx;
@@ -54,9 +56,9 @@ class qrkSgDocHandler : public xercesc::DefaultHandler {
   uint32_t below_ = 0;  // open elements below one that settles their state: they are only counted
 };
 
-// The path of a call in UTF-16. False with QRKG004E for null, QRKD002E for one that does not
-// convert.
-bool convertPath(const Report& report, const char* path, std::u16string& converted);
+// A path or value of a call in UTF-16. False with QRKG004E for null, QRKD002E for a text that does
+// not convert.
+bool convertText(const Report& report, const char* text, std::u16string& converted);
 // False with QRKD002E when the path of `handler` has an error.
 bool acceptPath(const Report& report, const qrkSgDocHandler& handler);
 

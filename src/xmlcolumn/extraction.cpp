@@ -82,7 +82,7 @@ bool extract(const Report& report, const Extraction& wanted, QrkExtractResult& v
   DocumentSource source;
   if (!openDocument(report, wanted.document, wanted.isText, source)) return false;
   std::u16string path;
-  if (!convertPath(report, wanted.path, path)) return false;
+  if (!convertText(report, wanted.path, path)) return false;
   qrkExtractHandler handler(report.ctx, wanted.format, path.data());
   return acceptPath(report, handler) &&
          readDocument(report, source, wanted.inDbEncoding, handler, nullptr) &&

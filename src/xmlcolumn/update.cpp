@@ -1,0 +1,258 @@
+// Update: a document written out again as it is read, with what a location path selects replaced.
+#include "orvxml/update.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include <xercesc/util/XMLChar.hpp>
+
+#include "orvxml/buffer.h"
+#include "orvxml/code_pages.h"
+#include "orvxml/trace.h"
+#include "src/xmlcolumn/document_handler.h"
+#include "src/xmlcolumn/document_parse.h"
+
+namespace orvxml {
+namespace {
+
+constexpr char kModule[] = "qrkupdate";
+
+bool isGiven(const XMLCh* text) {
+  return text && *text;
+}
+
+// Writes what it hears into its one value. What a parser reads from it is what was heard, but for
+// the replaced parts.
+class qrkUpdateHandler : public qrkSgDocHandler {
+ public:
+  qrkUpdateHandler(QrkStruct* context, XMLCh* path, const XMLCh* value)
+      : qrkSgDocHandler(context, path), newValue_(value) {
+    inside = Inside::IsSelected;
+    escapeText = Escaping::Text;
+    escapeValues = Escaping::Attribute;
+    result.addItem();
+  }
+
+  void startElement(const XMLCh*, const XMLCh*, const XMLCh* qname,
+                    const xercesc::Attributes& attributes) override {
+    const bool wasOpen = state == kMatchPossibleBelow;
+    open(qname, attributes);
+    const bool isNew = wasOpen && state == kMatch;
+    if (isNew && query.kind == kSelectsAttribute) {
+      return composeStartElement(qname, attributes, query.attrName, newValue_);
+    }
+    composeStartElement(qname, attributes);
+    if (isNew) result.addToCurrentItem(escapeText, newValue_);
+  }
+
+  void endElement(const XMLCh*, const XMLCh*, const XMLCh* qname) override {
+    composeEndElement(qname);
+    close();
+  }
+
+  void characters(const XMLCh* text, XMLSize_t length) override {
+    if (!dropsText()) result.addToCurrentItem(escapeText, {text, length});
+  }
+
+  void ignorableWhitespace(const XMLCh* text, XMLSize_t length) override {
+    if (!dropsText()) result.addToCurrentItem({text, length});
+  }
+
+  void processingInstruction(const XMLCh* target, const XMLCh* data) override {
+    if (!isInDtd_) write({u"<?", target, u" ", data, u"?>"});
+  }
+
+  void comment(const XMLCh* text, XMLSize_t length) override {
+    if (!isInDtd_) write({u"<!--", {text, length}, u"-->"});
+  }
+
+  void startDTD(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId) override {
+    isInDtd_ = true;
+    write({u"<!DOCTYPE ", name});
+    if (systemId) {
+      // An id that holds quotation marks was written in apostrophes.
+      const bool isQuoted = std::u16string_view(systemId).find(u'"') == std::u16string_view::npos;
+      const std::u16string_view mark = isQuoted ? u"\"" : u"'";
+      write(publicId ? Texts{u" PUBLIC \"", publicId, u"\" "} : Texts{u" SYSTEM "});
+      write({mark, systemId, mark});
+    }
+    write({u">"});
+  }
+
+  void endDTD() override { isInDtd_ = false; }
+
+  void declareXml(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone) {
+    write({u"<?xml"});
+    if (version) write({u" version='", version, u"'"});
+    if (isGiven(encoding)) write({u" encoding='", encoding, u"'"});
+    if (isGiven(standalone)) write({u" standalone='", standalone, u"'"});
+    write({u"?>"});
+  }
+
+ private:
+  using Texts = std::initializer_list<std::u16string_view>;
+
+  bool dropsText() const { return state == kMatch && query.kind == kSelectsText; }
+  void write(Texts texts) {
+    for (const std::u16string_view text : texts) result.addToCurrentItem(text);
+  }
+
+  const XMLCh* newValue_;
+  bool isInDtd_ = false;  // whose text is not written
+};
+
+// Hears of the XML declaration, which no other handler does.
+class qrkAdvHandler : public xercesc::XMLDocumentHandler {
+ public:
+  explicit qrkAdvHandler(qrkUpdateHandler& handler) : handler_(handler) {}
+  void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
+               const XMLCh*) override {
+    handler_.declareXml(version, encoding, standalone);
+  }
+
+  void docCharacters(const XMLCh*, XMLSize_t, bool) override {}
+  void docComment(const XMLCh*) override {}
+  void docPI(const XMLCh*, const XMLCh*) override {}
+  void endDocument() override {}
+  void endElement(const xercesc::XMLElementDecl&, unsigned int, bool, const XMLCh*) override {}
+  void endEntityReference(const xercesc::XMLEntityDecl&) override {}
+  void ignorableWhitespace(const XMLCh*, XMLSize_t, bool) override {}
+  void resetDocument() override {}
+  void startDocument() override {}
+  void startElement(const xercesc::XMLElementDecl&, unsigned int, const XMLCh*,
+                    const xercesc::RefVectorOf<xercesc::XMLAttr>&, XMLSize_t, bool, bool) override {
+  }
+  void startEntityReference(const xercesc::XMLEntityDecl&) override {}
+
+ private:
+  qrkUpdateHandler& handler_;
+};
+
+// A document with other characters would not be one.
+bool isXmlText(std::u16string_view text) {
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (xercesc::XMLChar1_0::isXMLChar(text[i])) continue;
+    const bool isPair = i + 1 < text.size() && U16_IS_LEAD(text[i]) && U16_IS_TRAIL(text[i + 1]);
+    if (!isPair) return false;
+    ++i;
+  }
+  return true;
+}
+
+struct Update {
+  char* document;
+  bool isText;
+  bool inDbEncoding;
+  XMLCh* path;
+  const XMLCh* newValue;
+  int maxBytes;
+};
+
+bool update(const Report& report, const Update& wanted, char*& updated) {
+  if (!wanted.path || !wanted.newValue || wanted.maxBytes <= 0) {
+    fail(report, Msg::QRKG004E);
+    return false;
+  }
+  if (!isXmlText(wanted.newValue)) {
+    fail(report, Msg::QRKD000E);
+    return false;
+  }
+  qrkUpdateHandler handler(report.ctx, wanted.path, wanted.newValue);
+  qrkAdvHandler declarations(handler);
+  DocumentSource source;
+  QrkExtractResult values{};
+  const bool done = acceptPath(report, handler) &&
+                    openDocument(report, wanted.document, wanted.isText, source) &&
+                    readDocument(report, source, wanted.inDbEncoding, handler, &declarations) &&
+                    handler.retrieve(report, wanted.maxBytes, values);
+  if (!done) return false;
+  updated = std::exchange(values.values[0], nullptr);
+  qrkFreeArray(report.ctx, &values);
+  return true;
+}
+
+// A document too large for memory, in a temporary file as long as this lives.
+class SpilledDocument {
+ public:
+  explicit SpilledDocument(QrkStruct* ctx) : ctx_(ctx) {}
+  ~SpilledDocument() {
+    if (name_) std::remove(name_.get());
+  }
+  SpilledDocument(const SpilledDocument&) = delete;
+  SpilledDocument& operator=(const SpilledDocument&) = delete;
+
+  char* name() const { return name_.get(); }
+  bool write(const Report& report, std::string_view document) {
+    name_.reset(qrk_tempFilename(ctx_));
+    if (!name_) {
+      fail(report, Msg::QRKC012E);
+      return false;
+    }
+    return qrk_buf2file(ctx_, document.data(), static_cast<int>(document.size()), name_.get(),
+                        report.sqlState, report.msg) == 0;
+  }
+
+ private:
+  struct Free {
+    void operator()(char* name) const { std::free(name); }
+  };
+  QrkStruct* ctx_;
+  std::unique_ptr<char, Free> name_;
+};
+
+// The update of a call with texts in the database code page.
+bool updateFromBuffer(const Report& report, char* document, const char* path, const char* newValue,
+                      int maxBytes, char*& updated) {
+  if (!document) {
+    fail(report, Msg::QRKG004E);
+    return false;
+  }
+  std::u16string value, location;
+  if (!convertText(report, newValue, value) || !convertText(report, path, location)) return false;
+  Update wanted{document, true, true, location.data(), value.c_str(), maxBytes};
+  SpilledDocument file(report.ctx);
+  const size_t length = std::strlen(document);
+  const int32_t threshold = std::max(report.ctx ? report.ctx->fileThreshold : 0, kMinFileThreshold);
+  if (length >= static_cast<size_t>(threshold)) {
+    if (!file.write(report, {document, length})) return false;
+    wanted.document = file.name();
+    wanted.isText = false;
+  }
+  const bool done = update(report, wanted, updated);
+  QRK_TRACE(report.ctx, "call qrkUpdate() with docSrc = %s return rc=%d",
+            wanted.isText ? "QRK_MEM" : "QRK_FILE", done ? 0 : -1);
+  return done;
+}
+
+// The result of a call for its caller.
+template <class Work>
+int call(const Report& report, char** result, Work work) {
+  if (!result) return failed(report, Msg::QRKG004E);
+  *result = nullptr;
+  return reported(report, kModule, [&] { return work(*result); }) ? 0 : -1;
+}
+
+}  // namespace
+}  // namespace orvxml
+
+int qrkUpdate(orvxml::QrkStruct* ctx, char* document, int inMemory, int useDbEncoding,
+              char16_t* path, char16_t* newValue, char** result, int maxBytes, char* sqlstate,
+              char* msg) {
+  using namespace orvxml;
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  return call(report, result, [&](char*& updated) {
+    return update(report, {document, inMemory == 1, useDbEncoding == 1, path, newValue, maxBytes},
+                  updated);
+  });
+}
+
+int qrkUpdateFromBuf(orvxml::QrkStruct* ctx, char* document, char* path, char* newValue,
+                     char** result, int maxBytes, char* sqlstate, char* msg) {
+  using namespace orvxml;
+  QRK_TRACE(ctx, "Entered,with query='%s' and value='%s'", textOrNull(path), textOrNull(newValue));
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  return call(report, result, [&](char*& updated) {
+    return updateFromBuffer(report, document, path, newValue, maxBytes, updated);
+  });
+}

@@ -1,0 +1,71 @@
+// Calls of extraction and update on documents in memory or in files, with all that they report.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "orvxml/extraction.h"
+#include "orvxml/update.h"
+#include "tests/foundation/call_context.h"
+
+namespace orvxml::unittest {
+
+struct CallOutcome {
+  int rc = 0;
+  std::string state;
+  std::string message;
+};
+
+// What a call hands over besides the document and the path.
+struct CallOptions {
+  int inMemory = 1;
+  int useDbEncoding = 0;
+  int format = kExtractText;
+  int maxBytes = INT_MAX;
+};
+
+struct Extracted : CallOutcome {
+  std::vector<std::string> values;
+};
+
+inline Extracted extractValues(QrkStruct* ctx, std::string document, std::string path,
+                               const CallOptions& options = {}) {
+  Extracted extracted;
+  char msg[kMessageSize] = "old";
+  char state[kSqlStateSize] = "old";
+  QrkExtractResult result{};
+  extracted.rc = extractAll(ctx, document.data(), options.useDbEncoding, options.inMemory,
+                            options.format, path.data(), &result, options.maxBytes, state, msg);
+  extracted.state = state;
+  extracted.message = msg;
+  EXPECT_EQ(result.cursor, result.values);
+  EXPECT_EQ(std::string(result.sqlstate), state);
+  for (char** value = result.values; value && *value; ++value) extracted.values.push_back(*value);
+  EXPECT_EQ(result.values != nullptr, extracted.rc == 0);
+  qrkFreeArray(ctx, &result);
+  EXPECT_EQ(result.values, nullptr);
+  return extracted;
+}
+
+// A value is "NULL" when there is none.
+inline Extracted extractValue(QrkStruct* ctx, std::string document, std::string path,
+                              const CallOptions& options = {}) {
+  Extracted extracted;
+  char msg[kMessageSize] = "old";
+  char state[kSqlStateSize] = "old";
+  char unset = 0;
+  char* value = &unset;
+  extracted.rc = extractOne(ctx, document.data(), options.useDbEncoding, options.inMemory,
+                            options.format, path.data(), &value, options.maxBytes, state, msg);
+  extracted.state = state;
+  extracted.message = msg;
+  extracted.values.push_back(value ? value : "NULL");
+  std::free(value);
+  return extracted;
+}
+
+}  // namespace orvxml::unittest
