@@ -23,7 +23,7 @@ using CatalogSource = std::function<std::shared_ptr<const CatalogData>()>;
 // What the functions and tables of one connection share. It outlives the connection's statements.
 class Environment {
  public:
-  Environment(int codePage, CatalogSource source)
+  explicit Environment(int codePage, CatalogSource source = {})
       : catalog(std::move(source)), length_(std::make_unique<TextLength>(codePage)) {}
 
   const TextLength& length() const { return *length_; }

@@ -64,14 +64,15 @@ void Renderer::function(const Expr& e) {
 }
 
 void Renderer::scalarCall(const Expr& e) {
-  out_ << "ORV_FUNCTION(";
+  out_ << "ORV_FUNCTION(" << TextLiteral{e.routine->schema};
   callArguments(*e.routine, e.args);
   out_ << ")";
 }
 
-// The function's name and its arguments, which are assigned to the parameters.
+// What follows the schema: the specific name, and the arguments, which are assigned to the
+// parameters.
 void Renderer::callArguments(const Function& routine, const std::vector<ExprPtr>& arguments) {
-  out_ << TextLiteral{routine.schema} << "," << TextLiteral{routine.specific};
+  out_ << "," << TextLiteral{routine.specific};
   for (size_t i = 0; i < arguments.size(); ++i) {
     out_ << ",";
     converted(*arguments[i], routine.parameters[i], ConversionMode::Assignment);
