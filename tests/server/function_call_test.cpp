@@ -1,6 +1,7 @@
 #include <dlfcn.h>
 
 #include "server/routines/function_host.h"
+#include "server/session/prepared_statement.h"
 #include "server/session/session_state.h"
 #include "tests/server/test_session.h"
 
@@ -359,6 +360,76 @@ TEST(FunctionCallTest, TableUsesOpenAndCloseForEachOuterRow) {
   use->open({&null, 1});
   EXPECT_FALSE(use->fetch());
   EXPECT_EQ(takeCallLog(), "");
+}
+
+// ------------------------------------------------------------------ through SQL
+
+void declare(TestSession& session, const std::string& signature, const std::string& entry,
+             const std::string& options = "") {
+  session.run("CREATE FUNCTION " + signature + " EXTERNAL NAME 'functions_for_test!" + entry +
+              "' LANGUAGE C PARAMETER STYLE ORVSQL NO SQL NOT FENCED NOT VARIANT "
+              "NO EXTERNAL ACTION " +
+              options);
+}
+
+constexpr const char* kCountUp =
+    "COUNT_UP (INTEGER) RETURNS TABLE (NUMBER INTEGER, TEXT VARCHAR(3))";
+
+TEST(FunctionStatementTest, FunctionsAnswerStatements) {
+  TestSession session;
+  declare(session, "SAME (VARCHAR(20)) RETURNS VARCHAR(20)", "sameText");
+  declare(session, "COPY (CLOB(2G) AS LOCATOR) RETURNS CLOB(2G) AS LOCATOR", "copyText");
+  declare(session, kCountUp, "countUp", "SCRATCHPAD FINAL CALL");
+  declare(session, "RECURSE (INTEGER) RETURNS INTEGER", "recurse");
+  session.run("CREATE TABLE T (N INTEGER, D CLOB(1M))");
+  session.run("INSERT INTO T VALUES (1, 'one'), (2, COPY(SAME('two')))");
+  EXPECT_EQ(session.rows("SELECT N, COPY(D), SAME(CAST(NULL AS VARCHAR(9))) FROM T ORDER BY N"),
+            (Rows{{"1", "one", "NULL"}, {"2", "two", "NULL"}}));
+  takeCallLog();
+  EXPECT_EQ(session.rows("SELECT T.N, C.TEXT FROM T, TABLE(COUNT_UP(T.N)) AS C ORDER BY T.N, "
+                         "C.NUMBER"),
+            (Rows{{"1", "1"}, {"2", "1"}, {"2", "NULL"}}));
+  EXPECT_EQ(takeCallLog(), "-2 -1 0 0 1 -1 0 0 0 1 2");
+  EXPECT_EQ(session.rows("VALUES RECURSE(0)"), (Rows{{"-724"}}));
+  EXPECT_EQ(session->state().activeCalls, 0);
+}
+
+TEST(FunctionStatementTest, FailuresAndWarningsAreTheStatements) {
+  TestSession session;
+  declare(session, "REPORT (VARCHAR(40)) RETURNS VARCHAR(20)", "report");
+  declare(session, "MISBEHAVE (VARCHAR(40)) RETURNS VARCHAR(10)", "misbehave", "SCRATCHPAD");
+  session.run("CREATE TABLE T (A VARCHAR(20))");
+  session->commit();
+  session.run("INSERT INTO T VALUES ('kept')");
+  const Outcome failed = session.run("INSERT INTO T VALUES (REPORT('38X08 two'))", -443).outcome;
+  EXPECT_EQ(failed.sqlstate, "38X08");
+  EXPECT_EQ(failed.tokens.front(), "APP.REPORT");
+  EXPECT_EQ(failed.tokens.back(), "two");
+  session.run("SELECT MISBEHAVE('message overrun') FROM T", -450);
+  session.run("SELECT MISBEHAVE('exception') FROM T", -430);
+
+  const Result warned = session.run(
+      "INSERT INTO T VALUES (REPORT('01HX0 none')), "
+      "(REPORT('01H02 more'))",
+      462);
+  EXPECT_EQ(warned.rowCount, 2);
+  EXPECT_EQ(warned.outcome.sqlstate, "01HX0");
+  EXPECT_EQ(warned.outcome.tokens.back(), "none");
+  session.run("SELECT REPORT('01HX0 none') FROM T", 462);
+  session.run("DELETE FROM T WHERE A = REPORT('01HX0 none') || 'x'", 100);
+  EXPECT_EQ(session.rows("SELECT A FROM T"), (Rows{{"kept"}, {"done"}, {"done"}}));
+}
+
+TEST(FunctionStatementTest, AClosingSessionMakesTheFinalCalls) {
+  TestSession session;
+  declare(session, kCountUp, "countUp", "SCRATCHPAD FINAL CALL");
+  PreparedStatement statement(session->state(), "SELECT * FROM TABLE(COUNT_UP(9)) AS C");
+  takeCallLog();
+  statement.start();
+  statement.run();
+  EXPECT_TRUE(statement.fetch());
+  session.close();
+  EXPECT_EQ(takeCallLog(), "-2 -1 0 1 2");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "orv/sqlcli.h"
 #include "orv/sqlda.h"
 #include "orv/sqludf.h"
 
@@ -151,6 +152,31 @@ FUNCTION(describeCall, const char* in, char* out, sqludf_scratchpad* scratchpad,
   text += std::to_string(database->codepage) + " " + std::to_string(scratchpad->length);
   std::strcpy(out, text.c_str());
   if (std::strcmp(in, "fail") == 0) std::memcpy(state, "38X01", 6);
+}
+
+// Calls itself through SQL and gives what the innermost call could not do, its SQLCODE.
+FUNCTION(recurse, const int32_t* in, int32_t* out) {
+  SQLHANDLE environment = 0, connection = 0, statement = 0;
+  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment);
+  SQLAllocHandle(SQL_HANDLE_DBC, environment, &connection);
+  SQLConnect(connection, nullptr, SQL_NTS, nullptr, SQL_NTS, nullptr, SQL_NTS);
+  SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement);
+  SQLCHAR query[] = "VALUES RECURSE(1)";
+  SQLRETURN rc = SQLExecDirect(statement, query, SQL_NTS);
+  SQLINTEGER length = 0;
+  char text[20] = "";
+  SQLBindCol(statement, 1, SQL_C_CHAR, text, sizeof text, &length);
+  if (rc == SQL_SUCCESS) rc = SQLFetch(statement);
+  *out = *in;
+  if (rc == SQL_SUCCESS) *out = std::stoi(text);
+  SQLCHAR diagnosed[6];
+  if (rc == SQL_ERROR) {
+    SQLGetDiagRec(SQL_HANDLE_STMT, statement, 1, diagnosed, out, nullptr, 0, nullptr);
+  }
+  *resultIsNull = *isNull;
+  SQLDisconnect(connection);
+  SQLFreeHandle(SQL_HANDLE_DBC, connection);
+  SQLFreeHandle(SQL_HANDLE_ENV, environment);
 }
 
 // Rows 1 to n: (number, its text, null for an even one). From 90 on it fails at one call, which the
