@@ -22,7 +22,7 @@ struct FunctionFailure {};
 // The use is known by its address at the start of the scratchpad, which is zero at first.
 FunctionUse* storedUse(const sqludf_scratchpad* pad) {
   FunctionUse* use = nullptr;
-  std::memcpy(&use, pad->data, sizeof use);
+  if (pad->length >= sizeof use) std::memcpy(&use, pad->data, sizeof use);
   return use;
 }
 
@@ -60,23 +60,28 @@ void giveMessage(const char* text, char* field) {
 FunctionCall::FunctionCall(const Tail& tail) : tail_(tail) {}
 
 FunctionUse& FunctionCall::use() {
-  if (tail_.scratchpad->length < sizeof(FunctionUse*)) fail(Msg::QRKG002E);
   FunctionUse* use = storedUse(tail_.scratchpad);
   if (!use) {
+    if (tail_.scratchpad->length < sizeof use) fail(Msg::QRKG002E);
     use = new FunctionUse;
     storeUse(tail_.scratchpad, use);
   }
   return *use;
 }
 
+void FunctionCall::closeRows() noexcept {
+  if (FunctionUse* use = storedUse(tail_.scratchpad)) qrkFreeArray(&use->ctx, &use->rows);
+}
+
 void FunctionCall::endUse() noexcept {
-  if (tail_.scratchpad->length < sizeof(FunctionUse*)) return;
-  delete storedUse(tail_.scratchpad);
+  FunctionUse* use = storedUse(tail_.scratchpad);
+  if (!use) return;
   storeUse(tail_.scratchpad, nullptr);
+  delete use;
 }
 
 QrkStruct* FunctionCall::ctx() {
-  FunctionUse* use = tail_.scratchpad->length < sizeof use ? nullptr : storedUse(tail_.scratchpad);
+  FunctionUse* use = storedUse(tail_.scratchpad);
   return use ? &use->ctx : &blank_;
 }
 

@@ -86,6 +86,7 @@ class FunctionCall {
   // The context as it is, for reporting before it has been set up.
   QrkStruct* ctx();
   FunctionUse& use();
+  void closeRows() noexcept;
   void endUse() noexcept;
 
   int32_t type() const { return tail_.callType ? *tail_.callType : orv::kUdfNormalCall; }
@@ -164,7 +165,7 @@ void tableFunction(const Tail& tail, int16_t* columnIndicator, Open open, Fetch 
         return;
       }
       case orv::kUdfTableClose:
-        return qrkFreeArray(call.ctx(), &call.use().rows);
+        return call.closeRows();
       case orv::kUdfTableFinal:
         return call.endUse();
       default:
