@@ -199,24 +199,25 @@ constexpr ViewColumn kFunctions[] = {text("FUNCSCHEMA"),
                                      text("IMPLEMENTATION", 254, true),
                                      text("SOURCE_SCHEMA", 128, true),
                                      text("SOURCE_NAME", 128, true),
-                                     text("DETERMINISTIC", 1),
-                                     text("NULL_CALL", 1),
-                                     integer("SCRATCHPAD"),
-                                     text("FINAL_CALL", 1),
-                                     text("DBINFO", 1)};
+                                     text("DETERMINISTIC", 1, true),
+                                     text("NULL_CALL", 1, true),
+                                     integer("SCRATCHPAD", true),
+                                     text("FINAL_CALL", 1, true),
+                                     text("DBINFO", 1, true)};
 
 std::vector<ViewRow> functionRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
   for (const auto& f : data.functions) {
     const bool sourced = f->kind == FunctionKind::Sourced;
+    const auto external = [&](ViewValue value) { return sourced ? ViewValue() : value; };
     // E(xternal) or U(ser's function on another one); S(calar) or T(able)
     rows.push_back({f->schema, f->name, f->specific, std::string(sourced ? "U" : "E"),
                     std::string(f->kind == FunctionKind::Table ? "T" : "S"),
                     number(static_cast<int64_t>(f->parameters.size())),
-                    sourced ? ViewValue() : ViewValue(f->library + "!" + f->entry),
-                    textOrNull(f->sourceSchema), textOrNull(f->sourceName), yesNo(f->deterministic),
-                    yesNo(f->nullCall), number(f->scratchpad), yesNo(f->finalCall),
-                    yesNo(f->dbInfo)});
+                    external(f->library + "!" + f->entry), textOrNull(f->sourceSchema),
+                    textOrNull(f->sourceName), external(yesNo(f->deterministic)),
+                    external(yesNo(f->nullCall)), external(number(f->scratchpad)),
+                    external(yesNo(f->finalCall)), external(yesNo(f->dbInfo))});
   }
   return rows;
 }

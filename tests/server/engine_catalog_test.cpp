@@ -181,6 +181,69 @@ TEST(EngineCatalogTest, DefinitionsComeBackWithTheFile) {
   EXPECT_FALSE(catalog.findPackage("ORVXML", "OTHER"));
 }
 
+TEST(EngineCatalogTest, FunctionsComeBackWithTheFile) {
+  TemporaryFolder folder;
+  const std::string path = folder.path("functions.db");
+  const std::string style = " LANGUAGE C PARAMETER STYLE ORVSQL ";
+  {
+    EngineDatabase database(path);
+    runSteps(database, {{"CREATE DISTINCT TYPE X.DOC AS CLOB(2G)", "ok"},
+                        {"CREATE DISTINCT TYPE X.NAME AS VARCHAR(512) WITH COMPARISONS", "ok"}});
+    for (const std::string& function :
+         {"X.F(X.DOC AS LOCATOR, VARCHAR(5)) RETURNS X.DOC AS LOCATOR CAST FROM CLOB(1M) AS "
+          "LOCATOR SPECIFIC F1 EXTERNAL NAME 'lib!fEntry'" +
+              style + "SCRATCHPAD 200 FINAL CALL NOT VARIANT DBINFO NOT NULL CALL",
+          "X.F(DECIMAL(7,2)) RETURNS CHAR(4) FOR BIT DATA SPECIFIC F2 EXTERNAL NAME 'lib!g'" +
+              style + "NOT DETERMINISTIC",
+          "X.ROWS(X.NAME) RETURNS TABLE(\"a b\" GRAPHIC(3), D CLOB(1G) AS LOCATOR) SPECIFIC R "
+          "EXTERNAL NAME 'lib!rows'" +
+              style + "SCRATCHPAD",
+          std::string("Y.G(X.NAME) RETURNS VARCHAR(600) SPECIFIC G SOURCE X.VARCHAR(X.NAME)"),
+          std::string("Y.H(INTEGER) RETURNS CHAR(4) FOR BIT DATA SPECIFIC H SOURCE SPECIFIC "
+                      "X.F2")}) {
+      EXPECT_EQ(database.run("CREATE FUNCTION " + function), "ok") << function;
+    }
+    database.engine().commit();
+    runSteps(database, {{"DROP SPECIFIC FUNCTION X.F1", "ok"}});
+    database.engine().rollback();
+    EXPECT_EQ(database.run("CREATE FUNCTION X.GONE() RETURNS DATE EXTERNAL NAME 'l!e'" + style),
+              "ok");
+  }
+  EngineDatabase database(path, false);
+  runSteps(
+      database,
+      {
+          {"SELECT FUNCNAME, SPECIFICNAME, ORIGIN, TYPE, PARM_COUNT, IMPLEMENTATION, SOURCE_SCHEMA,"
+           " SOURCE_NAME, DETERMINISTIC, NULL_CALL, SCRATCHPAD, FINAL_CALL, DBINFO "
+           "FROM SYSCAT.FUNCTIONS ORDER BY SPECIFICNAME",
+           "F|F1|E|S|2|lib!fEntry|-|-|Y|N|200|Y|Y\nF|F2|E|S|1|lib!g|-|-|N|Y|0|N|N\n"
+           "G|G|U|S|1|-|X|VARCHAR|-|-|-|-|-\nH|H|U|S|1|-|X|F|-|-|-|-|-\n"
+           "ROWS|R|E|T|1|lib!rows|-|-|N|Y|100|N|N"},
+          {"SELECT SPECIFICNAME, ROWTYPE, ORDINAL, PARMNAME, TYPESCHEMA, TYPENAME, LENGTH, SCALE, "
+           "AS_LOCATOR FROM SYSCAT.FUNCPARMS ORDER BY SPECIFICNAME, ROWTYPE, ORDINAL",
+           "F1|C|0|-|X|DOC|2147483647|0|Y\nF1|P|1|-|X|DOC|2147483647|0|Y\n"
+           "F1|P|2|-|SYSNTQ|VARCHAR|5|0|N\nF1|R|0|-|SYSNTQ|CLOB|1048576|0|Y\n"
+           "F2|C|0|-|SYSNTQ|CHARACTER|4|0|N\nF2|P|1|-|SYSNTQ|DECIMAL|7|2|N\n"
+           "F2|R|0|-|SYSNTQ|CHARACTER|4|0|N\nG|C|0|-|SYSNTQ|VARCHAR|600|0|N\n"
+           "G|P|1|-|X|NAME|512|0|N\nH|C|0|-|SYSNTQ|CHARACTER|4|0|N\n"
+           "H|P|1|-|SYSNTQ|INTEGER|4|0|N\nR|P|1|-|X|NAME|512|0|N\n"
+           "R|R|1|a b|SYSNTQ|GRAPHIC|3|0|N\nR|R|2|D|SYSNTQ|CLOB|1073741824|0|Y"},
+          {"DROP SPECIFIC FUNCTION X.F2", "-478 42893 X.F2,Y.H"},
+          {"DROP DISTINCT TYPE X.DOC", "-478 42893 X.DOC,X.F1"},
+          {"DROP DISTINCT TYPE X.NAME", "-478 42893 X.NAME,X.R"},
+          {"DROP SPECIFIC FUNCTION X.R", "ok"},
+          {"DROP DISTINCT TYPE X.NAME", "-478 42893 X.NAME,Y.G"},
+          {"DROP SCHEMA Y RESTRICT", "-478 42893 Y,Y.G"},
+          {"DROP FUNCTION Y.G", "ok"},
+          {"DROP FUNCTION Y.H(INTEGER)", "ok"},
+          {"DROP FUNCTION X.F(X.DOC AS LOCATOR, VARCHAR(9))", "ok"},
+          {"DROP FUNCTION X.F", "ok"},
+          {"DROP DISTINCT TYPE X.NAME", "ok"},
+          {"SELECT COUNT(*) FROM SYSCAT.FUNCPARMS", "0"},
+          {"DROP SCHEMA Y RESTRICT", "ok"},
+      });
+}
+
 constexpr const char* kOtherProgram = R"(
   CREATE TABLE Customer(CustomerId INTEGER PRIMARY KEY, FirstName NVARCHAR(40) NOT NULL,
                         [Order] TEXT, born DATE, seen DATETIME, free, price NUMERIC(10,2), code CHAR(5));
@@ -269,11 +332,18 @@ TEST(EngineCatalogTest, CatalogsThatChangedHandsAreReadOrRefused) {
               {"CREATE TABLE GONE(A INTEGER)", "ok"}});
     database.engine().commit();
   }
-  sqlite(path, "ALTER TABLE T DROP COLUMN C; DROP TABLE GONE; INSERT INTO T VALUES(1, 1.5)");
+  // The tables of functions are missing, as in databases from before there were any.
+  sqlite(path,
+         "ALTER TABLE T DROP COLUMN C; DROP TABLE GONE; INSERT INTO T VALUES(1, 1.5); "
+         "DROP TABLE \"SYSNTQ.FUNCTIONS\"; DROP TABLE \"SYSNTQ.FUNCTIONTYPES\"");
   {
     EngineDatabase database(path, false);
     runSteps(database, {{"SELECT A, B FROM T", "1|1.50"},
                         {"SELECT C FROM T", "-206 42703 C"},
+                        {"SELECT COUNT(*) FROM SYSCAT.FUNCTIONS", "0"},
+                        {"CREATE FUNCTION F() RETURNS DATE EXTERNAL NAME 'l!e' LANGUAGE C "
+                         "PARAMETER STYLE ORVSQL",
+                         "ok"},
                         {"CREATE TABLE GONE(B INTEGER)", "ok"},
                         {"INSERT INTO GONE SELECT A FROM T", "1 rows"}});
     database.engine().commit();

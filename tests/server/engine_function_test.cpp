@@ -205,6 +205,14 @@ TEST_F(EngineFunctionTest, OneUseLastsForOneRunOfTheStatement) {
        "1|1\n2|2 <- count1( 1 2 ) count2( 1 2 )"},
       {"SELECT (SELECT MAX(COUNTED(T.ID + U.ID)) FROM T U WHERE U.ID < 3) FROM T WHERE ID > 2",
        "2\n4 <- count1( 1 2 3 4 )"},
+      {"SELECT ID FROM T WHERE COUNTED(ID) BETWEEN 2 AND 3 ORDER BY 1",
+       "2\n3 <- count1( 1 2 3 4 )"},
+      {"SELECT CASE COUNTED(ID) WHEN 1 THEN 'a' WHEN 2 THEN 'b' END FROM T WHERE ID > 2",
+       "a\nb <- count1( 1 2 )"},
+      {"SELECT ID FROM T WHERE COUNTED(ID) IN (2, 4) AND ID IN (SELECT N FROM "
+       "TABLE(PIECES('abcd')) AS P)",
+       "2\n4 <- count1( 1 2 3 4 ) pieces2( [abcd] )"},
+      {"SELECT FRESH() AS N FROM T ORDER BY N DESC", "4\n3\n2\n1 <- count1( 1 2 3 4 )"},
       {"SELECT ID FROM T WHERE FAILING(TXT) = 'ab'", "1 <- fail1( ab - c  )"},
       {"VALUES FAILING('bad')", "-443 38ABC F,SPECIFIC,no bad <- fail1( bad )"},
       {"UPDATE T SET TXT = FAILING(CASE ID WHEN 3 THEN 'bad' ELSE 'good' END)",
@@ -321,6 +329,33 @@ TEST_F(EngineFunctionTest, ACallFailsWhenTheFunctionOrItsHostIsGone) {
   prepared->reset();
   database_.engine().setFunctionHost(nullptr);
   EXPECT_EQ(outcome().substr(0, 10), "-901 58004");
+}
+
+TEST_F(EngineFunctionTest, CallsMayHaveManyArgumentsAndColumns) {
+  const auto list = [](int count, const char* item, const char* numbered = nullptr) {
+    std::string text;
+    for (int i = 1; i <= count; ++i) {
+      text +=
+          (text.empty() ? "" : ",") + (numbered ? numbered + std::to_string(i) + " " : "") + item;
+    }
+    return text;
+  };
+  const auto tableOf = [&](int parameters, int columns) {
+    return create("WIDE(" + list(parameters, "VARCHAR(9)") + ") RETURNS TABLE(" +
+                      list(columns, "INTEGER", "K") + ")",
+                  "pieces");
+  };
+  define("LONG(" + list(90, "INTEGER") + ") RETURNS VARCHAR(300)", "join");
+  EXPECT_EQ(database_.run("VALUES LENGTH(LONG(" + list(90, "NULL") + "))"), "179");
+  EXPECT_EQ(database_.run(tableOf(15, 1)).substr(0, 10), "-451 42815");
+  EXPECT_EQ(database_.run(tableOf(1, 256)).substr(0, 10), "-451 42815");
+  EXPECT_EQ(database_.run(tableOf(14, 255)), "ok");
+  // Many conditions on the columns, and null arguments besides.
+  std::string conditions;
+  for (int i = 1; i <= 20; ++i) conditions += " AND K1 >= " + std::to_string(-i);
+  EXPECT_EQ(database_.run("SELECT K1 FROM TABLE(WIDE('ab'," + list(13, "NULL") +
+                          ")) AS W WHERE K1 > 0" + conditions),
+            "1\n2");
 }
 
 // The forms in which rendered statements call functions stand in triggers as well.

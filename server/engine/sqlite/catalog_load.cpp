@@ -56,8 +56,8 @@ class Loader {
       loadSettings();
       loadNames();
       loadTypes();
-      loadProcedures();
-      if (hasTable("SYSNTQ.FUNCTIONS")) loadFunctions();
+      loadProcedures(database_, *data_);
+      if (hasTable("SYSNTQ.FUNCTIONS")) loadFunctions(database_, *data_);
       loadTableRecords();
     }
     data_->schemas.insert(data_->defaultSchema);
@@ -105,93 +105,6 @@ class Loader {
       type->comparisons = rows.integer(3) != 0;
       data_->types.push_back(std::move(type));
     }
-  }
-
-  void loadProcedures() {
-    std::map<std::pair<std::string, std::string>, Procedure*> bySpecific;
-    Command rows(database_, R"(SELECT SCHEMA, NAME, SPECIFIC, LIBRARY, ENTRY, STYLE
-                               FROM "SYSNTQ.PROCEDURES" ORDER BY rowid)");
-    while (rows.step()) {
-      auto procedure = std::make_unique<Procedure>();
-      procedure->schema = rows.text(0);
-      procedure->name = rows.text(1);
-      procedure->specific = rows.text(2);
-      procedure->library = rows.text(3);
-      procedure->entry = rows.text(4);
-      procedure->parameterStyle = rows.text(5);
-      bySpecific[{procedure->schema, procedure->specific}] = procedure.get();
-      data_->procedures.push_back(std::move(procedure));
-    }
-    Command parameters(database_, R"(SELECT SCHEMA, SPECIFIC, MODE, NAME, TYPE, TYPESCHEMA,
-                                     TYPENAME, LOCATOR FROM "SYSNTQ.PARAMETERS"
-                                     ORDER BY SCHEMA, SPECIFIC, POSITION)");
-    while (parameters.step()) {
-      auto owner = bySpecific.find({parameters.text(0), parameters.text(1)});
-      if (owner == bySpecific.end()) continue;
-      ParameterDefinition parameter;
-      parameter.mode = static_cast<ParameterDefinition::Mode>(parameters.integer(2));
-      parameter.name = parameters.text(3);
-      parameter.type = readType(parameters, 4);
-      owner->second->parameters.push_back(std::move(parameter));
-    }
-  }
-
-  void loadFunctions() {
-    std::map<std::pair<std::string, std::string>, Function*> bySpecific;
-    Command rows(database_, R"(SELECT SCHEMA, NAME, SPECIFIC, KIND, LIBRARY, ENTRY, SCRATCHPAD,
-                               FINALCALL, DBINFO, DETERMINISTIC, NULLCALL, SOURCESCHEMA, SOURCENAME
-                               FROM "SYSNTQ.FUNCTIONS" ORDER BY rowid)");
-    while (rows.step()) {
-      auto function = std::make_unique<Function>();
-      function->schema = rows.text(0);
-      function->name = rows.text(1);
-      function->specific = rows.text(2);
-      function->kind = static_cast<FunctionKind>(rows.integer(3));
-      function->library = rows.text(4);
-      function->entry = rows.text(5);
-      function->scratchpad = static_cast<int32_t>(rows.integer(6));
-      function->finalCall = rows.integer(7) != 0;
-      function->dbInfo = rows.integer(8) != 0;
-      function->deterministic = rows.integer(9) != 0;
-      function->nullCall = rows.integer(10) != 0;
-      function->sourceSchema = rows.text(11);
-      function->sourceName = rows.text(12);
-      bySpecific[{function->schema, function->specific}] = function.get();
-      data_->functions.push_back(std::move(function));
-    }
-    Command types(database_, R"(SELECT SCHEMA, SPECIFIC, ROLE, NAME, TYPE, TYPESCHEMA, TYPENAME,
-                                LOCATOR FROM "SYSNTQ.FUNCTIONTYPES"
-                                ORDER BY SCHEMA, SPECIFIC, ROLE, POSITION)");
-    while (types.step()) {
-      auto owner = bySpecific.find({types.text(0), types.text(1)});
-      if (owner != bySpecific.end()) loadFunctionType(*owner->second, types);
-    }
-  }
-
-  static void loadFunctionType(Function& function, const Command& row) {
-    SqlType type = readType(row, 4);
-    switch (static_cast<FunctionTypeRole>(row.text(2).front())) {
-      case FunctionTypeRole::Parameter:
-        return function.parameters.push_back(std::move(type));
-      case FunctionTypeRole::SourceParameter:
-        return function.sourceParameters.push_back(std::move(type));
-      case FunctionTypeRole::Column:
-        return function.columns.push_back({row.text(3), std::move(type)});
-      case FunctionTypeRole::Result:
-        function.result = std::move(type);
-        break;
-      case FunctionTypeRole::Returned:
-        function.returned = std::move(type);
-    }
-  }
-
-  // TYPE, TYPESCHEMA, TYPENAME and LOCATOR from a column on.
-  static SqlType readType(const Command& row, int first) {
-    SqlType type = declaredType(row.text(first));
-    type.distinctSchema = row.text(first + 1);
-    type.distinctName = row.text(first + 2);
-    type.locator = row.integer(first + 3) != 0;
-    return type;
   }
 
   void loadTableRecords() {

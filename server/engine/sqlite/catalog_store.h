@@ -35,6 +35,10 @@ void raiseCatalogGeneration(sqlite3* database);
 // `temporary`: what the session has declared is there as well.
 std::shared_ptr<CatalogData> loadCatalog(sqlite3* database, const TemporaryTables& temporary);
 
+// Parts of it; their tables are there.
+void loadProcedures(sqlite3* database, CatalogData& data);
+void loadFunctions(sqlite3* database, CatalogData& data);
+
 // ---- Writing. Each adds or removes the rows of one object.
 void recordSchema(sqlite3* database, std::string_view schema);
 void recordTable(sqlite3* database, const Table& table);

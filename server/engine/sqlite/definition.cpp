@@ -144,18 +144,16 @@ void createProcedure(sqlite3* database, const Statement& statement) {
   recordProcedure(database, procedure);
 }
 
-// What one statement of the engine takes.
+// What the engine's one table for all table functions takes.
 void requireCallable(const Function& function) {
-  const auto refuse = [&](size_t limit, std::string_view of) {
+  if (function.kind != FunctionKind::Table) return;
+  const auto limit = [&](size_t count, size_t most, std::string_view of) {
+    if (count <= most) return;
     throw SqlError(-451, {qualified(function.schema, function.name),
-                          "more than " + std::to_string(limit) + " " + std::string(of)});
+                          "TABLE with more than " + std::to_string(most) + " " + std::string(of)});
   };
-  const bool table = function.kind == FunctionKind::Table;
-  const size_t parameters = table ? kMaxTableFunctionArguments : kMaxFunctionArguments;
-  if (function.parameters.size() > parameters) refuse(parameters, "parameters");
-  if (function.columns.size() > kMaxTableFunctionColumns) {
-    refuse(kMaxTableFunctionColumns, "columns");
-  }
+  limit(function.parameters.size(), kMaxTableFunctionArguments, "parameters");
+  limit(function.columns.size(), kMaxTableFunctionColumns, "columns");
 }
 
 std::vector<SqlType> typesOf(const std::vector<ParameterDefinition>& parameters) {

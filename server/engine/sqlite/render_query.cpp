@@ -333,8 +333,8 @@ void Renderer::tableCallOnce(const TableRef& table) {
   out_ << Verbatim{kOnceEnd} << ") AS " << Name{table.alias};
 }
 
-// SQLite undoes a statement that failed half-way only when it calls a function: that a virtual table
-// may fail does not count.
+// SQLite undoes a statement that failed half-way only when it calls a function: that a virtual
+// table may fail does not count.
 void Renderer::tableCall(const TableRef& table) {
   out_ << "ORV_TABLE(ORV_NOT_NULL(" << TextLiteral{table.routine->schema} << ",'')";
   callArguments(*table.routine, table.functionArgs);

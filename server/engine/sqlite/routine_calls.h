@@ -23,9 +23,8 @@
 
 namespace orv::sqlite {
 
-// SQLite passes at most 127 arguments to a function, and hands at most 16 conditions to a virtual
-// table without testing them once more, which a null would not pass.
-inline constexpr size_t kMaxFunctionArguments = 90;
+// SQLite hands at most 16 conditions to a virtual table without testing them once more, which a
+// null would not pass.
 inline constexpr size_t kMaxTableFunctionArguments = 14;
 inline constexpr size_t kMaxTableFunctionColumns = 255;
 
