@@ -37,6 +37,10 @@ void GuardedParser::expectDocument(uint64_t bytes) {
 
 // ---- What they share
 
+// The handlers of the reader would take the DTD's comments and instructions for the document's.
+template <class Base>
+constexpr bool kTellsOfDtd = !std::is_same_v<Base, xercesc::SAX2XMLReaderImpl>;
+
 template <class Base>
 void GuardedCallbacks<Base>::startDocument() {
   guard->start(documentBytes, scanner().getLocator());
@@ -57,14 +61,14 @@ template <class Base>
 void GuardedCallbacks<Base>::doctypeComment(const XMLCh* text) {
   guard->addDeclaration(DocumentGuard::kNew);
   guard->addSubsetText(xercesc::XMLString::stringLen(text));
-  Base::doctypeComment(text);
+  if constexpr (kTellsOfDtd<Base>) Base::doctypeComment(text);
 }
 
 template <class Base>
 void GuardedCallbacks<Base>::doctypePI(const XMLCh* target, const XMLCh* data) {
   guard->addSubsetText(xercesc::XMLString::stringLen(target));
   guard->addSubsetText(xercesc::XMLString::stringLen(data));
-  Base::doctypePI(target, data);
+  if constexpr (kTellsOfDtd<Base>) Base::doctypePI(target, data);
 }
 
 template <class Base>
@@ -258,6 +262,9 @@ void qrkSAX2XMLReaderImpl::doctypeDecl(const xercesc::DTDElementDecl& root, cons
   // The base forgets the resolver when a resolver of its newer kind is installed.
   rememberDoctype(resolver_, systemId);
   GuardedCallbacks::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
+  if (hasIntSubset || hasExtSubset || !getLexicalHandler()) return;
+  // The base does not tell of a DOCTYPE that names nothing but the document element.
+  getLexicalHandler()->startDTD(root.getFullName(), publicId, systemId);
 }
 
 void qrkSAX2XMLReaderImpl::error(unsigned int code, const XMLCh* domain, ErrTypes type,

@@ -60,27 +60,24 @@ class qrkUpdateHandler : public qrkSgDocHandler {
   }
 
   void processingInstruction(const XMLCh* target, const XMLCh* data) override {
-    if (!isInDtd_) write({u"<?", target, u" ", data, u"?>"});
+    write({u"<?", target, u" ", data, u"?>"});
   }
 
   void comment(const XMLCh* text, XMLSize_t length) override {
-    if (!isInDtd_) write({u"<!--", {text, length}, u"-->"});
+    write({u"<!--", {text, length}, u"-->"});
   }
 
   void startDTD(const XMLCh* name, const XMLCh* publicId, const XMLCh* systemId) override {
-    isInDtd_ = true;
     write({u"<!DOCTYPE ", name});
     if (systemId) {
       // An id that holds quotation marks was written in apostrophes.
       const bool isQuoted = std::u16string_view(systemId).find(u'"') == std::u16string_view::npos;
       const std::u16string_view mark = isQuoted ? u"\"" : u"'";
-      write(publicId ? Texts{u" PUBLIC \"", publicId, u"\" "} : Texts{u" SYSTEM "});
+      write(isGiven(publicId) ? Texts{u" PUBLIC \"", publicId, u"\" "} : Texts{u" SYSTEM "});
       write({mark, systemId, mark});
     }
     write({u">"});
   }
-
-  void endDTD() override { isInDtd_ = false; }
 
   void declareXml(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone) {
     write({u"<?xml"});
@@ -99,7 +96,6 @@ class qrkUpdateHandler : public qrkSgDocHandler {
   }
 
   const XMLCh* newValue_;
-  bool isInDtd_ = false;  // whose text is not written
 };
 
 // Hears of the XML declaration, which no other handler does.

@@ -68,4 +68,25 @@ inline Extracted extractValue(QrkStruct* ctx, std::string document, std::string 
   return extracted;
 }
 
+// The document is "NULL" when there is none.
+struct Updated : CallOutcome {
+  std::string document;
+};
+
+inline Updated updateDocument(QrkStruct* ctx, std::string document, std::u16string path,
+                              std::u16string value, const CallOptions& options = {}) {
+  Updated updated;
+  char msg[kMessageSize] = "old";
+  char state[kSqlStateSize] = "old";
+  char unset = 0;
+  char* result = &unset;
+  updated.rc = qrkUpdate(ctx, document.data(), options.inMemory, options.useDbEncoding, path.data(),
+                         value.data(), &result, options.maxBytes, state, msg);
+  updated.state = state;
+  updated.message = msg;
+  updated.document = result ? result : "NULL";
+  std::free(result);
+  return updated;
+}
+
 }  // namespace orvxml::unittest

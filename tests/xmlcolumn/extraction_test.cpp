@@ -108,7 +108,7 @@ TEST_F(ExtractionTest, OneValueIsHandedOut) {
       {"<a><c/></a>", -1, "01HX0", "QRKD003W  Path not found.  Null is returned.\n", "NULL"},
       {"<a><b/><b>2</b></a>", -1, "38X08", "QRKD001E  /a/b occurs multiple times.\n", "NULL"},
       {"<a><b></a>", -1, "38X13",
-       "QRKQ047E  Parser error on line 1 column 10: expected end of tag 'b' \n", "NULL"},
+       "QRKQ047E  Parser error on line 1 column 9: expected end of tag 'b' \n", "NULL"},
   };
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.document);
@@ -118,6 +118,246 @@ TEST_F(ExtractionTest, OneValueIsHandedOut) {
     EXPECT_EQ(extracted.message, c.message);
     EXPECT_EQ(extracted.values, Values{c.value});
   }
+}
+
+TEST_F(ExtractionTest, FailuresNameTheirCauseInSeventyCharacters) {
+  CallContext function("UTF-8", 1208, CALL_FROM_UDF);
+  struct Case {
+    const char* label;
+    std::string document;
+    std::string path;
+    CallOptions options;
+    const char* state;
+    std::string message;
+  };
+  const std::string folder = folder_.path();
+  const Case kCases[] = {
+      {"no such file",
+       folder_.path("none.xml"),
+       "/a",
+       {.inMemory = 0},
+       "38X01",
+       "QRKC001E  The specified file is not found."},
+      {"a folder",
+       folder,
+       "/a",
+       {.inMemory = 0},
+       "38X01",
+       "QRKC001E  The specified file is not found."},
+      {"a wrong path is told before the document is read",
+       "<a>",
+       "/a b",
+       {},
+       "38X09",
+       "QRKD002E  A syntax error occurred near position 2 in the search path."},
+      {"a path that does not convert",
+       "<a/>",
+       "/\xC3",
+       {},
+       "38X09",
+       "QRKD002E  A syntax error occurred near position -1 in the search path."},
+      {"malformed",
+       "<a>\n<b></a>",
+       "/a",
+       {},
+       "38X13",
+       "QRKQ047E  Parser error on line 2 column 6: expected end of tag 'b' "},
+      {"empty",
+       "",
+       "/a",
+       {},
+       "38X13",
+       "QRKQ047E  Parser error on line 1 column 1: invalid document structure"},
+      {"a value that has no room for its terminator",
+       "<a>12345</a>",
+       "/a",
+       {.maxBytes = 5},
+       "38X39",
+       "QRKC013E  The results of the extract UDF exceed the size limit for the UDF return type."},
+      {"no room", "<a/>", "/a", {.maxBytes = 0}, "38X16", "QRKG004E  Invalid null parameter."},
+      {"negative room",
+       "<a/>",
+       "/a",
+       {.maxBytes = -1},
+       "38X16",
+       "QRKG004E  Invalid null parameter."},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.label);
+    const Extracted all = extractValues(&function.ctx, c.document, c.path, c.options);
+    EXPECT_EQ(all.rc, -1);
+    EXPECT_EQ(all.state, c.state);
+    EXPECT_EQ(all.message, c.message.substr(0, 69) + '\n');
+    const Extracted one = extractValue(&function.ctx, c.document, c.path, c.options);
+    EXPECT_EQ(one.rc, -1);
+    EXPECT_EQ(one.state, c.state);
+    EXPECT_EQ(one.message, all.message);
+    EXPECT_EQ(one.values, Values{"NULL"});
+  }
+  EXPECT_EQ(extractValues(&function.ctx, "<a>12345</a>", "/a", {.maxBytes = 6}).values,
+            Values{"12345"});
+}
+
+TEST_F(ExtractionTest, NullParametersAreRefused) {
+  char document[] = "<a/>", path[] = "/a", state[kSqlStateSize], msg[kMessageSize];
+  QrkExtractResult result{};
+  char* value = nullptr;
+  QrkStruct* const ctx = &context_.ctx;
+  const auto expectRefused = [&](int rc) {
+    EXPECT_EQ(rc, -1);
+    EXPECT_EQ(std::string(state), "38X16");
+    EXPECT_EQ(std::string(msg), "QRKG004E  Invalid null parameter.\n");
+  };
+  expectRefused(extractAll(ctx, nullptr, 0, 1, 0, path, &result, 9, state, msg));
+  expectRefused(extractAll(ctx, document, 0, 1, 0, nullptr, &result, 9, state, msg));
+  expectRefused(extractAll(ctx, document, 0, 1, 0, path, nullptr, 9, state, msg));
+  expectRefused(extractOne(ctx, document, 0, 1, 0, path, nullptr, 9, state, msg));
+  expectRefused(extractOne(ctx, nullptr, 0, 0, 0, path, &value, 9, state, msg));
+  EXPECT_EQ(extractAll(ctx, document, 0, 1, 0, path, &result, 9, nullptr, nullptr), 0);
+  qrkFreeArray(ctx, &result);
+  qrkFreeArray(ctx, nullptr);
+}
+
+TEST_F(ExtractionTest, ValuesAreInTheDatabaseCodePage) {
+  struct Case {
+    const char* label;
+    const char* encoding;
+    int codePage;
+    int useDbEncoding;
+    std::string document;
+    std::string value;  // "38X39", "38X13": the state of a failure
+  };
+  const Case kCases[] = {
+      {"the declaration counts", "UTF-8", 1208, 0,
+       "<?xml version='1.0' encoding='iso-8859-1'?><a>\xE9</a>", "\xC3\xA9"},
+      {"the database counts", "UTF-8", 1208, 1,
+       "<?xml version='1.0' encoding='iso-8859-1'?><a>\xC3\xA9</a>", "\xC3\xA9"},
+      {"a declaration that is wrong", "UTF-8", 1208, 0,
+       "<?xml version='1.0' encoding='UTF-8'?><a>\xE9</a>", "38X13"},
+      {"an encoding that nobody knows", "UTF-8", 1208, 0,
+       "<?xml version='1.0' encoding='none'?><a/>", "38X13"},
+      {"Latin", "iso-8859-1", 819, 1, "<a>\xE9</a>", "\xE9"},
+      {"what the code page does not hold", "iso-8859-1", 819, 1, "<a>&#x20AC;</a>", "38X39"},
+      {"two bytes a character", "Shift_JIS", 943, 1, "<a>\x93\xFA\x96{</a>", "\x93\xFA\x96{"},
+      {"beyond the first plane", "UTF-8", 1208, 0, "<a>&#x1F600;</a>", "\xF0\x9F\x98\x80"},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.label);
+    CallContext context(c.encoding, c.codePage);
+    ASSERT_EQ(context.rc, 0);
+    const Extracted extracted =
+        extractValues(&context.ctx, c.document, "/a", {.useDbEncoding = c.useDbEncoding});
+    EXPECT_EQ(extracted.rc == 0 ? extracted.values[0] : extracted.state, c.value);
+  }
+}
+
+std::string repeated(const std::string& text, size_t times) {
+  std::string result;
+  for (size_t i = 0; i < times; ++i) result += text;
+  return result;
+}
+
+std::string nested(size_t levels) {
+  return repeated("<a>", levels) + repeated("</a>", levels);
+}
+
+TEST_F(ExtractionTest, HostileDocumentsAreRefusedOrReadWhole) {
+  const std::string secret = folder_.write("secret", "no");
+  const std::string megabytes(5'000'000, 'x');
+  std::string bomb = "<!DOCTYPE a [<!ENTITY e0 'xxxxxxxxxx'>";
+  for (int i = 1; i < 20; ++i) {
+    const std::string inner = "&e" + std::to_string(i - 1) + ";";
+    bomb += "<!ENTITY e" + std::to_string(i) + " '" + repeated(inner, 10) + "'>";
+  }
+  struct Case {
+    const char* label;
+    std::string document;
+    const char* path;
+    const char* state;
+    size_t length;  // of all values
+  };
+  const Case kCases[] = {
+      {"an exponential bomb", bomb + "]><a>&e19;</a>", "/a", "38X13", 0},
+      {"a bomb in an attribute", bomb + "]><a t='&e19;'/>", "/a/@t", "38X13", 0},
+      {"a quadratic bomb",
+       "<!DOCTYPE a [<!ENTITY e '" + std::string(100'000, 'x') + "'>]><a>" + repeated("&e;", 1000) +
+           "</a>",
+       "/a", "38X13", 0},
+      {"an entity that holds itself", "<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>", "/a", "38X13",
+       0},
+      {"a file as entity", "<!DOCTYPE a [<!ENTITY e SYSTEM '" + secret + "'>]><a>&e;</a>", "/a",
+       "38X13", 0},
+      {"a file as parameter entity",
+       "<!DOCTYPE a [<!ENTITY % e SYSTEM '" + secret + "'> %e;]><a>1</a>", "/a", "38X13", 0},
+      {"a DTD is not read", "<!DOCTYPE a SYSTEM '" + secret + "'><a>1</a>", "/a", "00000", 1},
+      {"nor one that is missing", "<!DOCTYPE a PUBLIC 'p' 'http://localhost:1/x'><a>1</a>", "/a",
+       "00000", 1},
+      {"the deepest", nested(1000), "//*", "00000", 0},
+      {"one level too many", nested(1001), "//*", "38X13", 0},
+      {"a million levels", nested(1'000'000), "/b", "38X13", 0},
+      {"a long text", "<a>" + megabytes + "</a>", "/a", "00000", megabytes.size()},
+      {"a long attribute", "<a t='" + megabytes + "'/>", "//@t", "00000", megabytes.size()},
+      {"long names", "<" + megabytes + " " + megabytes + "='1'/>", "/*/@*", "00000", 1},
+      {"a zero byte ends the text", std::string("<a>1\0</a>", 9), "/a", "38X13", 0},
+      {"a wrong surrogate", "<a>&#xD800;</a>", "/a", "38X13", 0},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.label);
+    const Extracted extracted = extractValues(&context_.ctx, c.document, c.path);
+    EXPECT_EQ(extracted.state, c.state) << extracted.message;
+    size_t length = 0;
+    for (const std::string& value : extracted.values) length += value.size();
+    EXPECT_EQ(length, c.length);
+    EXPECT_EQ(extracted.message.substr(0, 8), extracted.rc == 0 ? "" : "QRKQ047E");
+  }
+}
+
+// A run over the stack for every element would take a minute: its steps fit almost everywhere.
+TEST_F(ExtractionTest, LongPathsOverDeepDocumentsTakeLinearTime) {
+  const std::string deep = repeated("<a>", 990) + repeated("<a/>", 100'000) + repeated("</a>", 990);
+  for (const std::string& path :
+       {repeated("/a", 990) + "//b", "//a" + repeated("//a/a", 200) + "//b",
+        "//" + std::string("b") + repeated("//a", 900)}) {
+    EXPECT_EQ(extractValues(&context_.ctx, deep, path).values, Values{});
+  }
+}
+
+TEST_F(ExtractionTest, FilesAreReadByName) {
+  const std::string name = folder_.write("with blank \xC3\xA9.xml", "<a>1</a>");
+  EXPECT_EQ(extractValues(&context_.ctx, name, "/a", {.inMemory = 0}).values, Values{"1"});
+}
+
+// The state of a run, seen from inside: the values as they are collected.
+class Collector : public qrkSgDocHandler {
+ public:
+  explicit Collector(XMLCh* path) : qrkSgDocHandler(nullptr, path) {}
+  void collect(std::u16string_view text) {
+    result.addItem();
+    result.addToCurrentItem(text);
+  }
+};
+
+TEST(ValueCollectionTest, LoneSurrogatesDoNotConvert) {
+  char16_t path[] = u"/a";
+  Collector collector(path);
+  collector.collect(u"good");
+  collector.collect(u"bad \xD800");
+  QrkExtractResult result{};
+  char msg[kMessageSize] = "", state[kSqlStateSize] = "";
+  EXPECT_FALSE(collector.retrieve({.msg = msg, .sqlState = state}, 100, result));
+  EXPECT_EQ(std::string(state), "38X39");
+  EXPECT_EQ(result.values, nullptr);
+}
+
+TEST(ValueCollectionTest, ValuesPrintForDebugging) {
+  char16_t path[] = u"/a";
+  Collector collector(path);
+  collector.collect(u"\u00E9t\u00E9");
+  collector.collect(u"");
+  testing::internal::CaptureStdout();
+  collector.debugPrintResult();
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "count = 2\n  content = '\xC3\xA9t\xC3\xA9':3\n  content = '':0\n");
 }
 
 }  // namespace
