@@ -1,5 +1,5 @@
 // The command `orvxml`: makes databases, binds the library's packages, runs SQL, decomposes and
-// composes documents, validates them, and switches the trace.
+// composes documents, extracts from, updates and validates them, and switches the trace.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
@@ -8,10 +8,12 @@
 #include "admin_commands.h"
 #include "compose_command.h"
 #include "console.h"
+#include "extract_command.h"
 #include "settings.h"
 #include "shred_command.h"
 #include "sql_command.h"
 #include "text_encoding.h"
+#include "update_command.h"
 #include "validate_command.h"
 
 namespace {
@@ -24,6 +26,8 @@ struct CommandLine {
   SqlOptions sql;
   ShredOptions shred;
   ComposeOptions compose;
+  ExtractOptions extract;
+  UpdateOptions update;
   ValidateOptions validate;
   std::string traceDirectory;
   ExitStatus status = kDone;
@@ -97,6 +101,30 @@ void addCompose(CLI::App& app, CommandLine& line) {
   compose->callback([&line] { line.status = runCompose(line.settings, line.compose); });
 }
 
+void addExtract(CLI::App& app, CommandLine& line) {
+  ExtractOptions& options = line.extract;
+  CLI::App* extract =
+      app.add_subcommand("extract", "Show the values that a location path selects in documents");
+  extract->add_option("--path", options.path, "Location path")->type_name("PATH");
+  extract->add_flag("--markup", options.markup, "Show elements with their markup");
+  extract->add_flag("--one", options.one, "Take exactly one value from each document");
+  extract->add_flag("-0", options.nullSeparated, "End values with a NUL character");
+  extract->add_option("FILE", options.documents, "XML documents; - is standard input");
+  extract->callback([&line] { line.status = runExtract(line.settings, line.extract); });
+}
+
+void addUpdate(CLI::App& app, CommandLine& line) {
+  UpdateOptions& options = line.update;
+  CLI::App* update = app.add_subcommand(
+      "update", "Replace the text or the attribute that a location path selects in a document");
+  update->add_option("--path", options.path, "Location path")->type_name("PATH");
+  update->add_option("--value", options.value, "New text or attribute value")->type_name("VALUE");
+  update->add_option("--output", options.output, "Write to a file, which may be the document's")
+      ->type_name("FILE");
+  update->add_option("FILE", options.document, "XML document; - is standard input");
+  update->callback([&line] { line.status = runUpdate(line.settings, line.update); });
+}
+
 void addValidate(CLI::App& app, CommandLine& line) {
   ValidateOptions& options = line.validate;
   CLI::App* validate = app.add_subcommand("validate", "Judge documents by a DTD or a schema");
@@ -115,6 +143,8 @@ int run(int argc, char** argv) {
   addSql(app, line);
   addShred(app, line);
   addCompose(app, line);
+  addExtract(app, line);
+  addUpdate(app, line);
   addValidate(app, line);
   try {
     app.parse(argc, argv);

@@ -1,0 +1,20 @@
+#include "location_paths.h"
+
+#include <climits>
+
+#include "orvxml/extraction.h"
+#include "settings.h"
+
+namespace orvxml::command {
+
+void requirePath(LocalContext& context, std::string& path) {
+  if (path.empty()) throw Failure("", "give --path", kWrongUse);
+  QrkExtractResult result{};
+  char document[] = "<a/>";
+  const int status = extractAll(context.get(), document, 0, 1, kExtractText, path.data(), &result,
+                                INT_MAX, context.sqlState, context.message);
+  if (status != 0) throw Failure("--path", context.message, kWrongUse);
+  qrkFreeArray(context.get(), &result);
+}
+
+}  // namespace orvxml::command
