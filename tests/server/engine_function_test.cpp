@@ -255,6 +255,11 @@ TEST_F(EngineFunctionTest, RowsOfTableFunctionsJoin) {
       {"SELECT A.N, B.N FROM TABLE(PIECES('xy')) AS A, TABLE(PIECES(REPEAT(A.PIECE, 1))) AS B "
        "WHERE B.N = 2 AND B.PIECE IS NOT NULL",
        "1|2\n2|2 <- pieces1( [xy] ) pieces2( [x ] [y ] )"},
+      {"SELECT B.ID, N FROM T A RIGHT JOIN T B ON A.ID = B.ID + 2, TABLE(PIECES(B.TXT)) AS P",
+       "1|1\n1|2\n3|1 <- pieces1( [ab] [-] [c] [] )"},
+      {"SELECT A.ID, B.ID, N FROM T A RIGHT JOIN T B ON A.ID = B.ID + 2 "
+       "LEFT JOIN TABLE(PIECES(A.TXT)) AS P ON N = 1",
+       "3|1|1\n4|2|-\n-|3|-\n-|4|- <- pieces1( [c] [] [-] [-] )"},
       // A call that names no columns is made once, wherever it stands.
       {"SELECT COUNT(*) FROM T, TABLE(PIECES('xy')) AS P", "8 <- pieces1( [xy] )"},
       {"SELECT ID, N FROM T LEFT JOIN TABLE(PIECES('xyz')) AS P ON ID = N",
