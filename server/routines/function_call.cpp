@@ -49,9 +49,10 @@ std::string printable(std::string_view text) {
 }
 
 template <size_t kSize>
-uint16_t putName(char (&field)[kSize], std::string_view name, const CodePage& codePage) {
-  const size_t length = codePage.cut(name, kSize);
-  name.copy(field, length);
+uint16_t putName(char (&field)[kSize], const std::string& name, const CodePage& codePage) {
+  const std::string native = nativeText(codePage, name);
+  const size_t length = codePage.cut(native, kSize);
+  native.copy(field, length);
   return static_cast<uint16_t>(length);
 }
 
@@ -67,35 +68,31 @@ FunctionCall::FunctionCall(SessionState& session, const Function& function)
       entry_(
           reinterpret_cast<void (*)()>(findRoutineEntry(function.library, function.entry, name_))),
       scratchpadSize_(static_cast<uint32_t>(function.scratchpad)) {
-  arguments_.reserve(function.parameters.size());
-  for (const SqlType& type : function.parameters) arguments_.emplace_back(session, type);
-  if (isTable_) {
-    results_.reserve(function.columns.size());
-    for (const OutputColumn& column : function.columns) {
-      results_.emplace_back(session, column.type);
-      resultNames_.push_back(column.name);
-    }
-  } else {
-    results_.emplace_back(session, function.returned);
-    resultNames_.emplace_back("result");
-  }
-  values_.resize(results_.size());
+  makeFields(function);
   layOut();
-  addParameters();
-  if (scratchpadSize_ > 0) pointers_.push_back(scratchpad_);
-  if (isTable_ || function.finalCall) pointers_.push_back(&callType_);
-  if (function.dbInfo) {
-    const CodePage& codePage = session.codePage();
-    fillDatabase(nativeText(codePage, session.databaseName()),
-                 nativeText(codePage, session.authorizationId()), codePage.number());
-    pointers_.push_back(database_.get());
-  }
+  if (function.dbInfo) fillDatabase();
+  addParameters(function);
   types_.assign(pointers_.size(), &ffi_type_pointer);
   for (void*& pointer : pointers_) addresses_.push_back(&pointer);
   const auto count = static_cast<unsigned>(pointers_.size());
   if (ffi_prep_cif(&interface_, FFI_DEFAULT_ABI, count, &ffi_type_void, types_.data()) != FFI_OK) {
     throw SqlError(-901, {name_});
   }
+}
+
+void FunctionCall::makeFields(const Function& function) {
+  arguments_.reserve(function.parameters.size());
+  for (const SqlType& type : function.parameters) arguments_.emplace_back(session_, type);
+  const auto addResult = [&](const SqlType& type, const std::string& name) {
+    results_.emplace_back(session_, type);
+    resultNames_.push_back(name);
+  };
+  if (isTable_) {
+    for (const OutputColumn& column : function.columns) addResult(column.type, column.name);
+  } else {
+    addResult(function.returned, "result");
+  }
+  values_.resize(results_.size());
 }
 
 // The scratchpad comes first, so that what is written beyond a later field leaves it whole: its
@@ -135,7 +132,7 @@ void FunctionCall::layOut() {
   clearScratchpad();
 }
 
-void FunctionCall::addParameters() {
+void FunctionCall::addParameters(const Function& function) {
   for (ArgumentField& argument : arguments_) pointers_.push_back(argument.address());
   for (ResultField& result : results_) pointers_.push_back(result.address());
   for (ArgumentField& argument : arguments_) pointers_.push_back(argument.indicator());
@@ -144,14 +141,17 @@ void FunctionCall::addParameters() {
   pointers_.push_back(nativeName_.data());
   pointers_.push_back(nativeSpecific_.data());
   pointers_.push_back(message_);
+  if (scratchpad_) pointers_.push_back(scratchpad_);
+  if (isTable_ || function.finalCall) pointers_.push_back(&callType_);
+  if (database_) pointers_.push_back(database_.get());
 }
 
-void FunctionCall::fillDatabase(const std::string& database, const std::string& user,
-                                int codePage) {
+void FunctionCall::fillDatabase() {
+  const CodePage& codePage = session_.codePage();
   database_ = std::make_unique<sqludf_dbinfo>();
-  database_->dbnamelen = putName(database_->dbname, database, session_.codePage());
-  database_->authidlen = putName(database_->authid, user, session_.codePage());
-  database_->codepage = codePage;
+  database_->dbnamelen = putName(database_->dbname, session_.databaseName(), codePage);
+  database_->authidlen = putName(database_->authid, session_.authorizationId(), codePage);
+  database_->codepage = codePage.number();
 }
 
 void FunctionCall::clearScratchpad() {

@@ -43,9 +43,10 @@ class FunctionCall {
   void clearScratchpad();
 
  private:
+  void makeFields(const Function& function);
   void layOut();
-  void addParameters();
-  void fillDatabase(const std::string& database, const std::string& user, int codePage);
+  void fillDatabase();
+  void addParameters(const Function& function);
   void prepare(int32_t callType);
   void run();
   void checkMemory() const;

@@ -47,30 +47,18 @@ void give(const int16_t* isNull, int16_t* resultIsNull, const void* argument, vo
 
 }  // namespace
 
-FUNCTION(sameTwoBytes, const void* in, void* out) {
-  give(isNull, resultIsNull, in, out, 2);
-}
-FUNCTION(sameFourBytes, const void* in, void* out) {
-  give(isNull, resultIsNull, in, out, 4);
-}
-FUNCTION(sameEightBytes, const void* in, void* out) {
-  give(isNull, resultIsNull, in, out, 8);
-}
-FUNCTION(sameText, const char* in, char* out) {
-  give(isNull, resultIsNull, in, out, std::strlen(in) + 1);
-}
-FUNCTION(sameBits, const sqludf_vc* in, sqludf_vc* out) {
-  give(isNull, resultIsNull, in, out, offsetof(sqludf_vc, data) + in->length);
-}
-FUNCTION(sameUnits, const char16_t* in, char16_t* out) {
-  give(isNull, resultIsNull, in, out, (std::u16string_view(in).size() + 1) * 2);
-}
-FUNCTION(sameObject, const sqludf_lob* in, sqludf_lob* out) {
-  give(isNull, resultIsNull, in, out, offsetof(sqludf_lob, data) + in->length);
-}
-FUNCTION(sameDoubleByteObject, const sqludf_lob* in, sqludf_lob* out) {
-  give(isNull, resultIsNull, in, out, offsetof(sqludf_lob, data) + in->length * size_t{2});
-}
+#define SAME(name, type, size)                 \
+  FUNCTION(name, const type* in, type* out) {  \
+    give(isNull, resultIsNull, in, out, size); \
+  }
+SAME(sameTwoBytes, void, 2)
+SAME(sameFourBytes, void, 4)
+SAME(sameEightBytes, void, 8)
+SAME(sameText, char, std::strlen(in) + 1)
+SAME(sameBits, sqludf_vc, offsetof(sqludf_vc, data) + in->length)
+SAME(sameUnits, char16_t, (std::u16string_view(in).size() + 1) * 2)
+SAME(sameObject, sqludf_lob, offsetof(sqludf_lob, data) + in->length)
+SAME(sameDoubleByteObject, sqludf_lob, offsetof(sqludf_lob, data) + in->length * size_t{2})
 
 // A new locator for the same value, copied in pieces.
 template <int kType>
