@@ -34,16 +34,14 @@ class Cursor : public sqlite3_vtab_cursor {
     arguments_.clear();
     for (sqlite3_value* value : values.subspan(kNameParts)) arguments_.push_back(viewOf(value));
     row_ = 0;
+    use_->open(arguments_);
     open_ = true;
-    guard([&] { use_->open(arguments_); });
     next();
   }
 
   void next() {
     ++row_;
-    bool found = false;
-    guard([&] { found = use_->fetch(); });
-    if (!found) closeOpen();
+    if (!use_->fetch()) closeOpen();
   }
 
   bool atEnd() const { return !open_; }
@@ -63,21 +61,8 @@ class Cursor : public sqlite3_vtab_cursor {
     if (!use_) use_ = environment_.host->useTable(*function_);
   }
 
-  // After a failure the use ends: nothing is known of its state.
-  template <typename Step>
-  void guard(Step step) {
-    try {
-      step();
-    } catch (...) {
-      open_ = false;
-      use_.reset();
-      throw;
-    }
-  }
-
   void closeOpen() {
-    if (!std::exchange(open_, false)) return;
-    guard([&] { use_->close(); });
+    if (std::exchange(open_, false)) use_->close();
   }
 
   // A scan that was left before its end has nobody left to hear of a failure to close it.
