@@ -17,6 +17,12 @@ void qrkExtractIntegerFromVarchar(const char*, const char*, int32_t*, const int1
 void qrkExtractIntegersFromVarchar(const char*, const char*, int32_t*, const int16_t*,
                                    const int16_t*, int16_t*, char*, const char*, const char*, char*,
                                    sqludf_scratchpad*, const int32_t*, sqludf_dbinfo*);
+void qrkUpdateXMLFile(const char*, const char*, const char*, char*, const int16_t*, const int16_t*,
+                      const int16_t*, int16_t*, char*, const char*, const char*, char*,
+                      sqludf_scratchpad*, const int32_t*, sqludf_dbinfo*);
+void qrkValidateVarchar(const char*, const char*, const char*, int32_t*, const int16_t*,
+                        const int16_t*, const int16_t*, int16_t*, char*, const char*, const char*,
+                        char*, sqludf_scratchpad*, const int32_t*, sqludf_dbinfo*);
 void qrkSeqno(int32_t*, int16_t*, char*, const char*, const char*, char*, sqludf_scratchpad*,
               sqludf_dbinfo*);
 }
@@ -39,6 +45,19 @@ class RawCall {
     return run([&] {
       qrkExtractIntegersFromVarchar(document, "//b", &result_, indicator(document), &kThere, &null_,
                                     state_, "S.F", "F", message_, &pad, &type, &database);
+    });
+  }
+  std::string updateFile(const char* file, const char* path, const char* value, int32_t type) {
+    char name[513];
+    return run([&] {
+      qrkUpdateXMLFile(file, path, value, name, &kThere, &kThere, &kThere, &null_, state_, "S.F",
+                       "F", message_, &pad, &type, &database);
+    });
+  }
+  std::string validate(const char* document, const char* dtd, int32_t type) {
+    return run([&] {
+      qrkValidateVarchar(document, dtd, "a", &result_, &kThere, &kThere, &kThere, &null_, state_,
+                         "S.F", "F", message_, &pad, &type, &database);
     });
   }
   std::string seqno() {
