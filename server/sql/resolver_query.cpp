@@ -25,6 +25,13 @@ bool isUnnamedValues(const TableRef& table) {
          table.query->kind == QueryKind::Values;
 }
 
+// Whether rows without a match on the left are among the rows of this table.
+bool keepsRightRows(const TableRef& table) {
+  if (table.kind != RefKind::Join) return false;
+  return table.join == JoinKind::Right || table.join == JoinKind::Full ||
+         keepsRightRows(*table.left) || keepsRightRows(*table.right);
+}
+
 }  // namespace
 
 // `target`: for the query of an INSERT, the columns that its values go to.
@@ -50,7 +57,11 @@ void Resolver::resolveSelect(Query& query, const Scope* outer, const Columns* ta
   scope.outer = outer;
   scope.query = &query;
   const bool named = target && query.from.size() == 1 && isUnnamedValues(*query.from[0]);
-  for (const auto& table : query.from) resolveFrom(*table, scope, named ? target : nullptr);
+  for (const auto& table : query.from) {
+    scope.firstVisible = keepsRightRows(*table) ? scope.tables.size() : 0;
+    resolveFrom(*table, scope, named ? target : nullptr);
+  }
+  scope.firstVisible = 0;
   if (query.where) resolveExpr(query.where, scope);
   for (ExprPtr& expr : query.groupBy) {
     resolveExpr(expr, scope);
@@ -157,8 +168,8 @@ void Resolver::resolveDerived(TableRef& table, const Scope* outer, const Columns
   for (size_t i = 0; i < target->size(); ++i) table.columns[i].name = (*target)[i].name;
 }
 
-// A row of the right side that matches none of the left has no left side to take arguments of table
-// functions from.
+// Table functions on the right take arguments from the left, unless rows of the right side may have
+// no left side, or the right side is a join of its own.
 void Resolver::resolveJoin(TableRef& join, Scope& scope) {
   const bool leftOptional = join.join == JoinKind::Right || join.join == JoinKind::Full;
   const bool rightOptional = join.join == JoinKind::Left || join.join == JoinKind::Full;
@@ -166,7 +177,7 @@ void Resolver::resolveJoin(TableRef& join, Scope& scope) {
   const size_t begin = scope.tables.size();
   resolveFrom(*join.left, scope, nullptr);
   const size_t middle = scope.tables.size();
-  if (leftOptional) scope.firstVisible = middle;
+  if (leftOptional || join.right->kind == RefKind::Join) scope.firstVisible = middle;
   resolveFrom(*join.right, scope, nullptr);
   scope.firstVisible = begin;
   resolveExpr(join.on, scope);

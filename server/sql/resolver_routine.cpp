@@ -160,7 +160,8 @@ void Resolver::castTo(ExprPtr& expr, const SqlType& type) const {
 
 // ---------------------------------------------------------------- table functions
 
-// Its arguments see the tables before it in the same FROM.
+// Its arguments see the tables before it in the same FROM, but not from within parentheses or from
+// within a RIGHT or FULL JOIN.
 void Resolver::resolveTableFunction(TableRef& table, Scope& scope) {
   for (ExprPtr& argument : table.functionArgs) resolveExpr(argument, scope);
   const auto candidates = catalog_.functionsNamed(table.name.schema, table.name.name);
