@@ -46,7 +46,7 @@ TEST_F(CommandExtract, ValuesComeInOrderAndInTheFormAskedFor) {
       {"one", {"--one", "--path", "/order/@id", "order 1.xml"}, "7\n"},
       {"one empty value", {"--one", "--path", "/order/empty", "order 1.xml"}, "\n"},
   };
-  const std::string wide("\xFE\xFF\0<\0o\0r\0d\0e\0r\0 \0i\0d\0=\0'\0\xE9\0'\0/\0>", 34);
+  const std::string wide = "\xFE\xFF\0<\0o\0r\0d\0e\0r\0 \0i\0d\0=\0'\0\xE9\0'\0/\0>"s;
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
     const CommandResult result = extract(c.arguments, wide);

@@ -6,6 +6,8 @@
 namespace orvxml::test {
 namespace {
 
+using namespace std::string_literals;
+
 constexpr char kDtd[] = "<!ELEMENT a (b*)>\n<!ELEMENT b (#PCDATA)>\n";
 constexpr char kSchema[] =
     "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>\n<xs:element name='a' "
@@ -33,7 +35,7 @@ TEST_F(CommandValidate, EveryDocumentGetsItsVerdict) {
   place_.write("worse.xml", "<!DOCTYPE a SYSTEM 'a.dtd'>\n<a>\n<c/></a>");
   place_.write("bare.xml", "<a/>");
   place_.write("number.xml", "<a>7</a>");
-  place_.write("wide.xml", std::string("\xFF\xFE<\0a\0>\0\x37\0<\0/\0a\0>\0", 18));
+  place_.write("wide.xml", "\xFF\xFE<\0a\0>\0\x37\0<\0/\0a\0>\0"s);
   place_.write("\xE9.xml", "<a>7</a>");
   place_.write("word.xml", "<a>\nseven</a>");
   place_.write("cut.xml", "<a>\n7");

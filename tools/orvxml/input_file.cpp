@@ -1,10 +1,10 @@
 #include "input_file.h"
 
 #include <fcntl.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string_view>
 
 #include "settings.h"
@@ -19,6 +19,10 @@ constexpr size_t kLongestName = 255;  // bytes
 
 [[noreturn]] void failReading(const std::string& name) {
   throw Failure(name, std::string("cannot be read: ") + std::strerror(errno));
+}
+
+[[noreturn]] void failCopying() {
+  throw Failure("", std::string("cannot write a temporary file: ") + std::strerror(errno));
 }
 
 // The descriptor of the path, or -1.
@@ -62,18 +66,17 @@ void writeAll(int descriptor, std::string_view content) {
   while (!content.empty()) {
     const ssize_t written = write(descriptor, content.data(), content.size());
     if (written < 0 && errno == EINTR) continue;
-    if (written < 0) {
-      throw Failure("", std::string("cannot write a temporary file: ") + std::strerror(errno));
-    }
+    if (written < 0) failCopying();
     content.remove_prefix(static_cast<size_t>(written));
   }
 }
 
 // The descriptor of a new file without a name, with the same content.
 int copyOf(int descriptor, const std::string& name) {
-  std::string pattern = (std::filesystem::temp_directory_path() / "orvxml-XXXXXX").string();
+  const char* folder = std::getenv("TMPDIR");
+  std::string pattern = std::string(folder && *folder ? folder : "/tmp") + "/orvxml-XXXXXX";
   OpenFile copy(mkostemp(pattern.data(), O_CLOEXEC));
-  if (copy.get() < 0) throw Failure(pattern, std::strerror(errno));
+  if (copy.get() < 0) failCopying();
   unlink(pattern.c_str());
   std::string chunk(kChunk, '\0');
   for (;;) {
@@ -83,14 +86,6 @@ int copyOf(int descriptor, const std::string& name) {
     if (got == 0) return copy.release();
     writeAll(copy.get(), std::string_view(chunk).substr(0, static_cast<size_t>(got)));
   }
-}
-
-bool isUtf8(std::string_view text) {
-  size_t at = 0;
-  while (at < text.size()) {
-    if (nextCharacter(text, at) < 0) return false;
-  }
-  return true;
 }
 
 }  // namespace

@@ -158,6 +158,10 @@ int32_t nextCharacter(std::string_view utf8, size_t& at) {
   return character;
 }
 
+bool isUtf8(std::string_view text) {
+  return firstNonUtf8(text) == std::string_view::npos;
+}
+
 std::string documentAsUtf8(const std::string& name, std::string content) {
   if (content.size() > kMostBytes) throw Failure(name, "is larger than 2 GB");
   const DetectedEncoding encoding = detectEncoding(content);

@@ -13,6 +13,8 @@ inline constexpr int kUtf8CodePage = 1208;
 // The character of UTF-8 text at `at`, which moves behind it; -1 for an ill-formed sequence.
 int32_t nextCharacter(std::string_view utf8, size_t& at);
 
+bool isUtf8(std::string_view text);
+
 // An XML document as UTF-8, without a byte order mark. The encoding is that of the byte order mark,
 // else that of the XML declaration, else UTF-8. The declaration itself stays as it is: the parser
 // is told the encoding. Throws Failure, in front of it `name` and the line, when the encoding is
