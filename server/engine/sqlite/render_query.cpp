@@ -349,8 +349,8 @@ void Renderer::join(const TableRef& table) {
   }
   out_ << Verbatim{joinWords(table.join)};
   bool apart = table.right->kind == RefKind::Join;
-  // SQLite goes through the right table of a RIGHT or FULL JOIN a second time, without the call.
-  const bool twice = table.join == JoinKind::Right || table.join == JoinKind::Full;
+  // SQLite goes through the right table of a RIGHT JOIN a second time, without the arguments.
+  const bool twice = table.join == JoinKind::Right;
   if (apart) out_ << "(";
   if (isConstantCall(*table.right) || (twice && isCall(*table.right))) {
     tableCallOnce(*table.right);
