@@ -33,6 +33,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   target_compile_options(project_options INTERFACE -Wno-array-bounds -Wno-restrict
                                                    -Wno-stringop-overflow)
 endif()
+# Clang counts changes of sign among the conversions.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_options(project_options INTERFACE -Wno-sign-conversion)
+endif()
 if(ORVXML_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined
                       -fno-omit-frame-pointer)

@@ -19,7 +19,7 @@ bool isUtf8CodePage(int codePage) {
 
 struct TextLength::Converter {
   struct Close {
-    void operator()(UConverter* converter) const { ucnv_close(converter); }
+    void operator()(UConverter* opened) const { ucnv_close(opened); }
   };
   std::unique_ptr<UConverter, Close> converter;
   std::unique_ptr<UConverter, Close> utf8;

@@ -14,7 +14,7 @@
 
 namespace orvxml {
 
-const char16_t K_UC_SQL_SELFDELIMITINGTOKENS[] = u"+-/*().,=<>^!|;?:{}[]&\u00AC";
+constexpr char16_t K_UC_SQL_SELFDELIMITINGTOKENS[] = u"+-/*().,=<>^!|;?:{}[]&\u00AC";
 const char16_t K_UC_SQL_STRINGPREFIXCHARS[] = u"XxGgNn";
 const char16_t K_UC_SQL_WORD_AND[] = u"AND";
 
