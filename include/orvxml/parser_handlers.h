@@ -111,7 +111,8 @@ class DocumentGuard : public xercesc::MemoryManager {
     if (declared.getId() > kMaxNames) refuseNames();
   }
   void leaveElement() { --depth_; }
-  // The version that the XML declaration names: one that the tree does not know ends the parse.
+  // The version that the XML declaration names: one that is not known ends the parse. The parser
+  // takes whatever begins like a known one.
   void declareVersion(const XMLCh* version) const;
   void addAttributes(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count);
   void addNodes(uint64_t count) {
@@ -191,6 +192,8 @@ template <class Base>
 class GuardedCallbacks : protected GuardedParser, public Base {
  public:
   void startDocument() override;
+  void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
+               const XMLCh* actualEncoding) override;
   void doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
                    const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) override;
   void doctypeComment(const XMLCh* text) override;
@@ -237,8 +240,6 @@ class qrkNonValidateDOM : public GuardedCallbacks<xercesc::XercesDOMParser> {
   void docCharacters(const XMLCh* text, XMLSize_t length, bool isCdata) override;
   void docComment(const XMLCh* text) override;
   void docPI(const XMLCh* target, const XMLCh* data) override;
-  void XMLDecl(const XMLCh* version, const XMLCh* encoding, const XMLCh* standalone,
-               const XMLCh* actualEncoding) override;
 
  private:
   xercesc::XMLScanner& scanner() override { return *getScanner(); }

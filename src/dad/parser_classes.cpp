@@ -48,6 +48,13 @@ void GuardedCallbacks<Base>::startDocument() {
 }
 
 template <class Base>
+void GuardedCallbacks<Base>::XMLDecl(const XMLCh* version, const XMLCh* encoding,
+                                     const XMLCh* standalone, const XMLCh* actualEncoding) {
+  guard->declareVersion(version);
+  Base::XMLDecl(version, encoding, standalone, actualEncoding);
+}
+
+template <class Base>
 void GuardedCallbacks<Base>::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
                                          const XMLCh* systemId, bool hasIntSubset,
                                          bool hasExtSubset) {
@@ -207,12 +214,6 @@ void qrkNonValidateDOM::docComment(const XMLCh* text) {
 void qrkNonValidateDOM::docPI(const XMLCh* target, const XMLCh* data) {
   guard->addNodes(1);
   XercesDOMParser::docPI(target, data);
-}
-
-void qrkNonValidateDOM::XMLDecl(const XMLCh* version, const XMLCh* encoding,
-                                const XMLCh* standalone, const XMLCh* actualEncoding) {
-  guard->declareVersion(version);
-  XercesDOMParser::XMLDecl(version, encoding, standalone, actualEncoding);
 }
 
 // ---- qrkNonValidateSAX
