@@ -6,6 +6,7 @@ packages=(
   libxerces-c-dev libicu-dev libsqlite3-dev libffi-dev libcli11-dev nlohmann-json3-dev
   libgtest-dev libbenchmark-dev
   iso-codes shared-mime-info libxml2-utils sqlite3
+  libxml2-dev unzip genius-common xmltooling-schemas ssg-debian
 )
 
 is_installed() {

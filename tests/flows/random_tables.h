@@ -4,25 +4,14 @@
 // blanks, nothing at all, and as much as the column holds.
 #pragma once
 
-#include <random>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tests/support/random.h"
+
 namespace orvxml::test {
-
-class Random {
- public:
-  explicit Random(uint32_t seed) : engine_(seed) {}
-  // 0 to n - 1.
-  size_t below(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(engine_); }
-  bool oneIn(size_t n) { return below(n) == 0; }
-  uint64_t bits() { return engine_(); }
-
- private:
-  std::mt19937_64 engine_;
-};
 
 // Text of at most `limit` bytes in UTF-8, of characters that XML can carry.
 std::string hostileText(Random& random, size_t limit);
