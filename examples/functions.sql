@@ -7,8 +7,8 @@ create distinct type orvxml.XMLVarchar as varchar(3000) with comparisons;
 create distinct type orvxml.XMLCLOB as CLOB(2G);
 create distinct type orvxml.XMLFile as varchar(512) with comparisons;
 
--- Storage: from files into columns, and from columns into files. With a third argument, or a second
--- one of the first kind, the file is in that encoding.
+-- Storage: from files into columns, and from columns into files. A last argument of 100 characters
+-- names the encoding of the file.
 create function orvxml.XMLVarcharFromFile(varchar(512))
   returns XMLVarchar cast from varchar(32672)
   specific qrkVarChar external name 'orvxmlfn!qrkVarChar'

@@ -67,14 +67,14 @@ class FileBeside {
 
 }  // namespace
 
-std::string readFile(FunctionCall& call, const char* name, size_t limit) {
+std::string readFile(FunctionCall& call, const char* name, size_t limit, Msg tooLarge) {
   struct stat status;
   if (::stat(name, &status) != 0) call.fail(Msg::QRKC001E);
   requirePlainFile(call, name);
   Descriptor file(::open(name, O_RDONLY | O_CLOEXEC));
   if (!file.isOpen()) call.fail(Msg::QRKC000E);
   const auto size = static_cast<size_t>(status.st_size);
-  if (size > limit) call.fail(Msg::QRKC006E);
+  if (size > limit) call.fail(tooLarge);
   std::string content(size, '\0');
   size_t taken = 0;
   while (taken < size) {

@@ -14,6 +14,7 @@ constexpr std::string_view kFailureClass = "38";
 constexpr std::string_view kWarningClass = "01H";
 constexpr const char* kInternalState = "38X18";
 constexpr const char* kNoMemoryState = "38X10";
+constexpr const char* kNoEncodingState = "38X38";
 constexpr const char* kSuccessState = "00000";
 
 // Thrown when the failure has been reported.
@@ -98,7 +99,7 @@ QrkStruct* FunctionCall::begin(const char* encoding) {
               encoding ? wanted.data() : nullptr) != 0) {
     state.ctx = {};
     if (std::strcmp(tail_.sqlState, kNoMemoryState) == 0) fail(Msg::QRKG002E);
-    if (std::strcmp(tail_.sqlState, "38X38") == 0) {
+    if (std::strcmp(tail_.sqlState, kNoEncodingState) == 0) {
       fail(Msg::QRKG008E, encoding ? encoding : ucnv_getDefaultName());
     }
     refuse();

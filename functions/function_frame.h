@@ -45,7 +45,7 @@ struct Tail {
   char* sqlState;
   char* message;
   sqludf_scratchpad* scratchpad;
-  const int32_t* callType;  // null: the function has no final call
+  const int32_t* callType;
   sqludf_dbinfo* database;
 };
 
@@ -89,7 +89,7 @@ class FunctionCall {
   void closeRows() noexcept;
   void endUse() noexcept;
 
-  int32_t type() const { return tail_.callType ? *tail_.callType : orv::kUdfNormalCall; }
+  int32_t type() const { return *tail_.callType; }
   // Success after what the library called a failure.
   void succeed();
   char* sqlState() { return tail_.sqlState; }

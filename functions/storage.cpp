@@ -1,6 +1,6 @@
 // Storage: documents from files into columns and from columns into files, with the code page of the
 // application between them or with an encoding that the call names.
-#include <climits>
+#include <cstring>
 
 #include "functions/documents.h"
 #include "functions/files.h"
@@ -13,7 +13,8 @@
 namespace orvxml::functions {
 namespace {
 
-constexpr size_t kMaxUnitBytes = 4;  // of one UTF-16 unit in any encoding
+constexpr int kLimitExceeded = -124;  // of a conversion whose result has no room
+constexpr size_t kMaxUnitBytes = 4;   // of one UTF-16 unit in any encoding
 
 // The encoding that a call names. Without the argument the application's own.
 const char* encodingOf(const Argument<char>* encoding) {
@@ -36,6 +37,18 @@ void writeText(FunctionCall& call, QrkStruct* ctx, std::string_view text, const 
   call.check(qrk_buf2file(ctx, converted.data(), length, file, call.sqlState(), call.message()));
 }
 
+// A file's text in the database code page into a VARCHAR, which a character 0 would cut unseen.
+void giveText(FunctionCall& call, QrkStruct* ctx, std::string_view text, char* result) {
+  int code = 0;
+  const int length =
+      convertBufferAppToORV(ctx, text.data(), static_cast<int>(text.size()), result,
+                            kMaxVarcharFile + 1, call.message(), call.sqlState(), &code);
+  if (length < 0 && code == kLimitExceeded) call.fail(Msg::QRKC005E);
+  if (length < 0) call.check(length);
+  result[length] = 0;
+  if (std::strlen(result) < static_cast<size_t>(length)) call.fail(Msg::QRKD000E);
+}
+
 void giveName(const char* name, const Result<char>& result) {
   const std::string_view text(name);
   result.value[text.copy(result.value, text.size())] = 0;
@@ -46,11 +59,8 @@ void varcharFromFile(const Argument<char>& file, const Argument<char>* encoding,
   scalarFunction(tail, result.indicator, [&](FunctionCall& call) {
     if (anyNull(file) || isNull(encoding)) return false;
     QrkStruct* ctx = call.begin(encodingOf(encoding));
-    requirePlainFile(call, file.value);
-    std::string text(kMaxVarcharFile + 1, '\0');
-    call.check(qrk_file2varchar(ctx, file.value, text.data(), kMaxVarcharFile + 1, call.sqlState(),
-                                call.message()));
-    giveName(text.c_str(), result);
+    const std::string text = readFile(call, file.value, kMaxVarcharFile, Msg::QRKC005E);
+    giveText(call, ctx, text, result.value);
     return true;
   });
 }
@@ -101,7 +111,8 @@ void dbClobFromFile(const Argument<char>& file, const Result<sqludf_lob>& result
     constexpr char16_t kByteOrderMark = 0xFEFF;
     UConverter* from = call.begin()->codePages->appConverter;
     const size_t most = kMaxUnitBytes * (DbClobValue::kMaxUnits + 1);
-    const std::u16string units = toUnicode(call, from, readFile(call, file.value, most));
+    const std::u16string units =
+        toUnicode(call, from, readFile(call, file.value, most, Msg::QRKC006E));
     std::u16string_view text = units;
     if (text.starts_with(kByteOrderMark)) text.remove_prefix(1);
     if (text.size() > DbClobValue::kMaxUnits) call.fail(Msg::QRKC006E);

@@ -2,7 +2,6 @@
 #include "orvxml/update.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 
 #include "functions/documents.h"

@@ -29,7 +29,7 @@ std::optional<std::string> dtdText(FunctionCall& call, QrkStruct* ctx, const cha
   constexpr char16_t kByteOrderMark = 0xFEFF;
   std::u16string units;
   std::string text;
-  const std::string bytes = readFile(call, file, kMaxDtdBytes);
+  const std::string bytes = readFile(call, file, kMaxDtdBytes, Msg::QRKC006E);
   if (U_FAILURE(toUnicode(ctx->codePages->appConverter, bytes, units))) return std::nullopt;
   if (units.starts_with(kByteOrderMark)) units.erase(0, 1);
   if (U_FAILURE(fromUnicode(ctx->codePages->dbConverter, units, text)) ||

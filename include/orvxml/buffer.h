@@ -65,8 +65,8 @@ int qrk_changeMode(QrkStruct* ctx, const char* name);
 int isfile(QrkStruct* ctx, const char* name);
 extern "C" ORVXML_API int qrk_buf2file(QrkStruct* ctx, const char* data, int length,
                                        const char* fileName, char* sqlState, char* msg);
-extern "C" ORVXML_API int qrk_file2varchar(QrkStruct* ctx, const char* fileName, char* buf,
-                                           int bufLen, char* sqlState, char* msg);
+int qrk_file2varchar(QrkStruct* ctx, const char* fileName, char* buf, int bufLen, char* sqlState,
+                     char* msg);
 int xml_getFilePrefix(QrkStruct* ctx, char* out);
 void xml_fileNameConvert(QrkStruct* ctx, char* name);
 

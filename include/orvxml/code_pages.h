@@ -29,8 +29,9 @@ int QRK_wcstombsFunction(QrkStruct* ctx, char* out, const char16_t* in, int outS
 bool toDatabase(QrkStruct* ctx, std::u16string_view in, std::string& out);
 bool toUtf16(QrkStruct* ctx, std::string_view in, std::u16string& out);
 
-int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
-                          char* msg, char* sqlState, int* errCode);
+extern "C" ORVXML_API int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen,
+                                                char* out, int outSize, char* msg, char* sqlState,
+                                                int* errCode);
 extern "C" ORVXML_API int convertBufferORVToApp(QrkStruct* ctx, const char* in, int inLen,
                                                 char* out, int outSize, char* msg, char* sqlState);
 extern "C" ORVXML_API int qrkConvBufferORVToAppEncoding(QrkStruct* ctx, const char* in, int inLen,

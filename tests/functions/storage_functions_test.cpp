@@ -17,12 +17,14 @@ class StorageFunctionsTest : public testing::Test {
   StorageFunctionsTest() { db_.store("<a/>"); }
 
   std::string write(const std::string& content) {
-    return FunctionDatabase::quoted(db_.folder().write("in.xml", content));
+    const std::string name = "in" + std::to_string(files_++) + ".xml";
+    return FunctionDatabase::quoted(db_.folder().write(name, content));
   }
   std::string target() { return FunctionDatabase::quoted(db_.folder().path("out.xml")); }
   std::string written() { return readFile(db_.folder().path("out.xml")); }
 
   FunctionDatabase db_;
+  int files_ = 0;
 };
 
 TEST_F(StorageFunctionsTest, FromAFileIntoAColumn) {
@@ -139,6 +141,8 @@ TEST_F(StorageFunctionsTest, Failures) {
       {"XMLVarcharFromFile(" + write("<a>\xE4</a>") + ", 'us-ascii')",
        "38X45 QRKQ055E  ICU error: 12"},
       {"XMLCLOBFromFile(" + write("<a>\xE4</a>") + ", 'us-ascii')", "38X45 QRKQ055E  ICU error: "},
+      {"XMLVarcharFromFile(" + write(std::string("<a>\0</a>", 8)) + ")",
+       "38X14 QRKD000E  An invalid XML document is rejected."},
       // Only a document with a declaration can tell its encoding.
       {"Content(v, " + target() + ", 'UTF-8')",
        "38X14 QRKD000E  An invalid XML document is rejected."},
