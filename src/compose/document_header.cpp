@@ -23,10 +23,10 @@ class HeaderWriter {
     const DOM_Element part = mapping.firstDescendant(name);
     if (part.isNull() && !required) return 0;
     if (part.isNull() || !part.node()->hasChildNodes()) {
-      return failed(report_, Msg::QRKQ000E, dad::inDatabase(report_.ctx, name));
+      return failed(report_, Msg::QRKQ000E, dadtree::inDatabase(report_.ctx, name));
     }
     std::u16string line(used_ ? u"\n" : u"");
-    line.append(K_UC_L_ABRACE).append(dad::childText(part.node())).append(K_UC_R_ABRACE);
+    line.append(K_UC_L_ABRACE).append(dadtree::childText(part.node())).append(K_UC_R_ABRACE);
     return append(line);
   }
 

@@ -9,8 +9,8 @@
 
 namespace orvxml {
 
-using dad::asElement;
-using dad::hasTag;
+using dadtree::asElement;
+using dadtree::hasTag;
 
 namespace {
 
@@ -53,7 +53,7 @@ int RdbPlan::readName(DadNode& node) {
   }
   const bool isWritable = isXmlName(name) && toDatabase(report_.ctx, name, node.name);
   if (isWritable) return 0;
-  return report_.failed(Msg::QRKQ040E, dad::inDatabase(report_.ctx, name));
+  return report_.failed(Msg::QRKQ040E, dadtree::inDatabase(report_.ctx, name));
 }
 
 int RdbPlan::checkAttributeName(DadNode& parent, const DadNode& node) {

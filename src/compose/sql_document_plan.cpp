@@ -52,11 +52,11 @@ int SqlDocument::planElement(ElementPlan& element, const LevelQuery& rows) {
 void SqlDocument::listChildren(ElementPlan& element) {
   for (DOM_Node child = element.node.getFirstChild(); !child.isNull();
        child = child.getNextSibling()) {
-    if (dad::hasTag(child.node(), u"attribute_node")) {
+    if (dadtree::hasTag(child.node(), u"attribute_node")) {
       element.attributes.emplace_back().node = child.asElement();
-    } else if (dad::hasTag(child.node(), u"text_node")) {
+    } else if (dadtree::hasTag(child.node(), u"text_node")) {
       element.content.emplace_back().text.node = child.asElement();
-    } else if (dad::hasTag(child.node(), u"element_node")) {
+    } else if (dadtree::hasTag(child.node(), u"element_node")) {
       ContentPlan& content = element.content.emplace_back();
       content.element = std::make_unique<ElementPlan>();
       content.element->node = child.asElement();

@@ -36,7 +36,7 @@ int readStatement(QrkStruct* ctx, const DOM_Element& sqlStmt, int overrideType,
   const Report report{ctx, msg, errCode};
   std::u16string text;
   if (overrideType == NO_OVERRIDE) {
-    text = dad::childText(sqlStmt.node());
+    text = dadtree::childText(sqlStmt.node());
   } else {
     QRK_TRACE(ctx, "SQL_OVERRIDE='%s'", override ? override : "");
     if (!toUtf16(ctx, override ? override : "", text)) return failed(report, Msg::QRKQ001E);

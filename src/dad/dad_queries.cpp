@@ -7,7 +7,7 @@
 
 namespace orvxml {
 
-using namespace dad;
+using namespace dadtree;
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace orvxml::dad {
+namespace orvxml::dadtree {
 
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag) {
   for (auto* child = node->getFirstChild(); child; child = child->getNextSibling()) {
@@ -39,4 +39,4 @@ std::string inDatabase(QrkStruct* ctx, const char16_t* text) {
   return out;
 }
 
-}  // namespace orvxml::dad
+}  // namespace orvxml::dadtree

@@ -8,7 +8,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/mapping_model.h"
 
-namespace orvxml::dad {
+namespace orvxml::dadtree {
 
 inline constexpr const char* kModule = "qrkcllec";
 inline constexpr int kQualifiedNameLimit = 163;  // characters of a table's name
@@ -62,7 +62,7 @@ int walkMappedLeaves(const Report& report, xercesc::DOMNode* node, int purpose, 
   return 0;
 }
 
-}  // namespace orvxml::dad
+}  // namespace orvxml::dadtree
 
 namespace orvxml {
 

@@ -9,7 +9,7 @@
 
 namespace orvxml {
 
-using namespace dad;
+using namespace dadtree;
 
 namespace {
 

@@ -14,7 +14,7 @@
 
 namespace orvxml {
 
-using namespace dad;
+using namespace dadtree;
 
 namespace {
 

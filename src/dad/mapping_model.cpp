@@ -10,7 +10,7 @@
 
 namespace orvxml {
 
-using namespace dad;
+using namespace dadtree;
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 namespace orvxml {
 
-using namespace dad;
+using namespace dadtree;
 
 namespace {
 
