@@ -119,6 +119,20 @@ struct Function {
   std::vector<SqlType> sourceParameters;
 };
 
+struct Trigger {
+  std::string schema;
+  std::string name;
+  std::string tableSchema;
+  std::string tableName;
+  TriggerTime time = TriggerTime::After;
+  TriggerEvent event = TriggerEvent::Insert;
+  std::vector<std::string> updateColumns;
+  std::string text;  // the whole CREATE TRIGGER statement
+  // What its unqualified names mean: the session's settings when it was made.
+  std::string defaultSchema;
+  std::vector<std::string> functionPath;
+};
+
 struct PackageSection {
   std::string name;
   std::string text;
@@ -156,6 +170,9 @@ class Catalog {
                                                       std::string_view name) const = 0;
   virtual const Function* findSpecificFunction(std::string_view schema,
                                                std::string_view specific) const = 0;
+  // In the order of their creation, in which they fire.
+  virtual std::vector<const Trigger*> triggersOn(const Table& table) const = 0;
+  virtual const Trigger* findTrigger(std::string_view schema, std::string_view name) const = 0;
   virtual bool tableSpaceExists(std::string_view name) const = 0;
   virtual bool schemaExists(std::string_view name) const = 0;
   virtual bool indexExists(std::string_view schema, std::string_view name) const = 0;

@@ -104,6 +104,19 @@ const Function* CatalogData::findSpecificFunction(std::string_view schema,
   return nullptr;
 }
 
+std::vector<const Trigger*> CatalogData::triggersOn(const Table& table) const {
+  std::vector<const Trigger*> found;
+  for (const auto& trigger : triggers) {
+    const bool fires = trigger->tableSchema == table.schema && trigger->tableName == table.name;
+    if (fires) found.push_back(trigger.get());
+  }
+  return found;
+}
+
+const Trigger* CatalogData::findTrigger(std::string_view schema, std::string_view name) const {
+  return findNamed(triggers, schema, name);
+}
+
 std::string foldAscii(std::string_view name) {
   std::string folded(name);
   for (char& c : folded) {

@@ -25,6 +25,7 @@ class CatalogData {
   std::vector<std::unique_ptr<DistinctType>> types;
   std::vector<std::unique_ptr<Procedure>> procedures;
   std::vector<std::unique_ptr<Function>> functions;
+  std::vector<std::unique_ptr<Trigger>> triggers;  // in the order of their creation
   std::vector<Package> packages;
 
   // Prepares the lookups; call once after filling the lists. Of two tables with one name the first
@@ -42,6 +43,8 @@ class CatalogData {
                                                 std::string_view name) const;
   std::vector<const Function*> functionsNamed(std::string_view schema, std::string_view name) const;
   const Function* findSpecificFunction(std::string_view schema, std::string_view specific) const;
+  std::vector<const Trigger*> triggersOn(const Table& table) const;
+  const Trigger* findTrigger(std::string_view schema, std::string_view name) const;
 
  private:
   std::unordered_map<std::string, const Table*> byName_;

@@ -20,6 +20,7 @@ namespace orv {
 struct Table;  // server/catalog/catalog.h
 struct Procedure;
 struct Function;
+struct Trigger;
 struct Query;
 struct Expr;
 using ExprPtr = std::unique_ptr<Expr>;
@@ -99,7 +100,13 @@ struct OutputColumn {
   SqlType type;
 };
 
-enum class RefKind : uint8_t { BaseTable, Derived, Join, TableFunction };
+enum class RefKind : uint8_t {
+  BaseTable,
+  Derived,
+  Join,
+  TableFunction,
+  Transition,  // the row before or after a change, in a trigger: one row
+};
 enum class JoinKind : uint8_t { Inner, Left, Right, Full };
 
 struct TableRef {
@@ -197,6 +204,10 @@ enum class StatementKind : uint8_t {
   DropProcedure,
   CreateFunction,
   DropFunction,
+  CreateTrigger,
+  DropTrigger,
+  CreateView,
+  DropView,
   Grant,  // recorded nowhere: accepted and without effect
   SetFunctionPath,
   SetSchema,
@@ -288,6 +299,36 @@ struct FunctionDefinition {
   std::vector<ParameterDefinition> sourceParameters;
 };
 
+struct Statement;
+
+enum class TriggerTime : uint8_t { Before, After };
+enum class TriggerEvent : uint8_t { Insert, Update, Delete };
+
+// One statement of a trigger's body.
+struct TriggerStep {
+  enum class Kind : uint8_t {
+    Set,        // of columns of the new row, in BEFORE triggers
+    Signal,     // fails the triggering statement
+    Statement,  // INSERT, UPDATE, DELETE, a query that is evaluated and dropped
+  } kind = Kind::Statement;
+  std::vector<Assignment> assignments;   // Set
+  std::string sqlState;                  // Signal
+  std::string text;                      // Signal: the diagnostic text
+  std::unique_ptr<Statement> statement;  // Statement: without markers
+};
+
+// CREATE TRIGGER: FOR EACH ROW only.
+struct TriggerDefinition {
+  TriggerTime time = TriggerTime::After;
+  TriggerEvent event = TriggerEvent::Insert;
+  std::vector<std::string> updateColumns;  // UPDATE OF; empty: of any column
+  std::string oldName, newName;            // correlation names; empty when not given
+  // resolved: the row sources behind these names, of kind Transition; null when not given
+  std::unique_ptr<TableRef> oldRow, newRow;
+  ExprPtr when;  // null: always
+  std::vector<TriggerStep> steps;
+};
+
 struct MarkerInfo {
   SqlType type;  // resolved
 };
@@ -314,7 +355,7 @@ struct Statement {
   std::string tableSpace;                 // IN name
   QualifiedName base;                     // DeclareTable: LIKE table; CreateAlias: FOR table
   const Table* pattern = nullptr;         // DeclareTable, resolved: the table after LIKE
-  QualifiedName indexedTable;             // CreateIndex: ON table
+  QualifiedName indexedTable;             // CreateIndex, CreateTrigger: ON table
   std::vector<std::pair<std::string, bool>> indexColumns;  // name, descending
   bool unique = false;                                     // CreateIndex
   bool replace = false;                                    // DeclareTable: WITH REPLACE
@@ -330,6 +371,14 @@ struct Statement {
   const Procedure* routine = nullptr;         // resolved: Call, DropProcedure
   const Function* droppedFunction = nullptr;  // resolved: DropFunction
   std::vector<std::string> path;              // SetFunctionPath
+
+  // CreateTrigger, with `indexedTable` and `table` for ON table.
+  std::shared_ptr<TriggerDefinition> trigger;
+  const Trigger* droppedTrigger = nullptr;  // resolved: DropTrigger
+  // resolved: Insert, Update: the BEFORE triggers of the table that set columns of the new row, in
+  // the order of their creation. The engine sets them inside the statement.
+  std::vector<std::shared_ptr<const TriggerDefinition>> setters;
+  std::vector<std::string> viewColumns;  // CreateView: name (c1, c2); with `query`
 
   std::vector<MarkerInfo> markers;  // one per ?, resolved
   bool hasResult() const { return kind == StatementKind::Select; }

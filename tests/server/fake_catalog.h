@@ -147,6 +147,17 @@ class FakeCatalog : public Catalog {
     }
     return nullptr;
   }
+  std::vector<const Trigger*> triggersOn(const Table& table) const override {
+    std::vector<const Trigger*> found;
+    for (const Trigger& trigger : triggers) {
+      const bool fires = trigger.tableSchema == table.schema && trigger.tableName == table.name;
+      if (fires) found.push_back(&trigger);
+    }
+    return found;
+  }
+  const Trigger* findTrigger(std::string_view schema, std::string_view name) const override {
+    return find(triggers, schema.empty() ? schema_ : schema, name);
+  }
   bool tableSpaceExists(std::string_view name) const override {
     return tableSpaces.count(std::string(name)) > 0;
   }
@@ -165,6 +176,7 @@ class FakeCatalog : public Catalog {
   std::deque<DistinctType> types;
   std::deque<Procedure> procedures;
   std::deque<Function> functions;
+  std::deque<Trigger> triggers;
   std::set<std::string> tableSpaces;
   std::set<std::string> indexes;
 

@@ -312,6 +312,8 @@ void Renderer::tableRef(const TableRef& table, const Restrictions& restrictions)
     case RefKind::TableFunction:
       tableCall(table);
       break;
+    case RefKind::Transition:
+      break;  // stands in no FROM
   }
 }
 

@@ -123,6 +123,14 @@ const Function* SqliteCatalog::findSpecificFunction(std::string_view schema,
                 [&](std::string_view s) { return data()->findSpecificFunction(s, specific); });
 }
 
+std::vector<const Trigger*> SqliteCatalog::triggersOn(const Table& table) const {
+  return data()->triggersOn(table);
+}
+
+const Trigger* SqliteCatalog::findTrigger(std::string_view schema, std::string_view name) const {
+  return data()->findTrigger(schema.empty() ? std::string_view(defaultSchema_) : schema, name);
+}
+
 bool SqliteCatalog::tableSpaceExists(std::string_view name) const {
   return data()->tableSpaces.contains(name);
 }
