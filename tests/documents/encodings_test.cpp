@@ -156,6 +156,9 @@ TEST_F(EncodedDocument, WithAWrongDeclarationGivesWhatItDeclaresOrNothing) {
     }
   }
   EXPECT_GT(refused, std::size(kCodePages) * 4);
+  // Nobody here reads 1046.
+  const Extracted unknown = extract(call_, utf8(document(nameOf(1046), u"text")), "//v");
+  EXPECT_EQ(unknown.message.substr(0, 8), "QRKQ047E");
 }
 
 }  // namespace
