@@ -106,6 +106,9 @@ int qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, int qrk_type
               char* msg);
 int qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_type,
                override_list* overrides, int* errCode, char* msg);
+// What a step of building came to: 0, or the code of the failure. A step that returned no more than
+// a code gets QRKQ012E as its message: `report.msg` was empty before it.
+int mappingOutcome(const Report& report, int result, int code);
 int qrkFreeRel(QrkStruct* ctx, rel* relinfo);
 
 // 0, or -1 with QRKQ012E.

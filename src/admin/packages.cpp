@@ -4,8 +4,8 @@
 namespace orvxml {
 
 std::span<const orv::esql::Module* const> packages() {
-  static const orv::esql::Module* const kPackages[] = {&kQrksuwo, &kQrkcnuwo, &kQrkrdbi,
-                                                       &kQrktab,  &kQrkcomp,  &kQrksqlda};
+  static const orv::esql::Module* const kPackages[] = {&kQrksuwo, &kQrkcnuwo, &kQrkrdbi, &kQrktab,
+                                                       &kQrkcomp, &kQrksqlda, &kQrkcoll, &kQrkdb};
   return kPackages;
 }
 

@@ -64,7 +64,7 @@ int SettingsReader::readChild(const DOM_Node& node) {
   if (name.equals(u"schemabindings")) return readSchemaBindings(node);
   if (name.equals(u"dtdid")) return readDtdid(node);
   if (name.equals(u"validation")) return readValidation(node);
-  return fail(report_, Msg::QRKQ040E, text(name.view()));
+  return limits_.othersRefused ? fail(report_, Msg::QRKQ040E, text(name.view())) : 0;
 }
 
 int SettingsReader::readSchemaBindings(const DOM_Node& node) {
@@ -85,10 +85,12 @@ int SettingsReader::readDtdid(const DOM_Node& node) {
   if (node.getFirstChild().isNull()) return 0;
   settings_.dtdid = strippedFirstChild(node);
   QRK_TRACE(ctx_, "dtdid = %s", text(settings_.dtdid).c_str());
-  return 0;
+  const bool fits = node.getFirstChild().getNodeValue().view().size() <= limits_.dtdid;
+  return fits ? 0 : fail(report_, Msg::QRKA010E, text(settings_.dtdid));
 }
 
 int SettingsReader::readValidation(const DOM_Node& node) {
+  settings_.hasValidation = true;
   const std::u16string value = strippedFirstChild(node);
   QRK_TRACE(ctx_, "validation = %s", text(value).c_str());
   const bool fits = node.getFirstChild().getNodeValue().view().size() <= limits_.validation;
@@ -100,10 +102,10 @@ int SettingsReader::readValidation(const DOM_Node& node) {
 }  // namespace
 
 int readDadSettings(QrkStruct* ctx, const DOM_Document& dad, const DadSettingLimits& limits,
-                    DadSettings& settings, char* msg) {
+                    DadSettings& settings, char* msg, char* sqlState) {
   const DOM_Element root = dad.getDocumentElement();
   QRK_TRACE(ctx, "number children = %d", childCount(root));
-  SettingsReader reader(Report{ctx, msg}, limits, settings);
+  SettingsReader reader(Report{.ctx = ctx, .msg = msg, .sqlState = sqlState}, limits, settings);
   for (DOM_Node child = root.getFirstChild(); !child.isNull(); child = child.getNextSibling()) {
     if (int code = reader.readChild(child)) return code;
   }

@@ -13,19 +13,24 @@ struct DadSettings {
   std::u16string schemaLocation;
   bool hasDtdid = false;  // the element stands in the DAD, whatever its content
   bool hasSchema = false;
+  bool hasValidation = false;
   bool validate = false;
 };
 
-// The longest texts that are taken, in characters; a longer one counts as missing or wrong.
+// What a kind of DAD takes: the longest texts in characters, where a longer one counts as missing or
+// wrong, and whether elements of other names are refused.
 struct DadSettingLimits {
   size_t schemaLocation;
   size_t validation;
+  size_t dtdid = std::u16string::npos;
+  bool othersRefused = true;
 };
 inline constexpr DadSettingLimits kNoSettingLimits{std::u16string::npos, std::u16string::npos};
 
 // Reads the children of the DAD's root element up to the first one that is wrong. 0, or the code of
-// the message: QRKQ057E, QRKQ058E, QRKA056E, QRKQ040E.
+// the message: QRKQ057E, QRKQ058E, QRKA010E, QRKA056E, QRKQ040E. `sqlState`, when given, receives
+// its SQLSTATE.
 int readDadSettings(QrkStruct* ctx, const DOM_Document& dad, const DadSettingLimits& limits,
-                    DadSettings& settings, char* msg);
+                    DadSettings& settings, char* msg, char* sqlState = nullptr);
 
 }  // namespace orvxml

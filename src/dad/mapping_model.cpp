@@ -205,6 +205,12 @@ int qrkFreeRel(QrkStruct* ctx, rel* relinfo) {
   return 0;
 }
 
+int mappingOutcome(const Report& report, int result, int code) {
+  if (result == 0 && code >= 0) return 0;
+  if (*report.msg == '\0') fail(report, Msg::QRKQ012E);
+  return code < 0 ? code : -std::abs(result);
+}
+
 tab* findTabByName(QrkStruct* /*ctx*/, rel* relinfo, const char* schema, const char* name) {
   for (int i = 0; i < relinfo->num_of_tables; ++i) {
     tab* table = relinfo->tab[i];

@@ -1,6 +1,5 @@
 #include "src/decompose/driver.h"
 
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -49,7 +48,6 @@ class Decomposition {
   int fetchDtd(const std::string& dtdid);
   int buildMapping();
   int findTopElement();
-  int mappingResult(int result, int code);
   int parseDocument(QrkOutbuf* doc);
   int checkTables();
   int insertRows();
@@ -134,24 +132,17 @@ int Decomposition::findTopElement() {
   return 0;
 }
 
-// A step of the mapping model that fails with nothing but a code is a DAD that cannot be read.
-int Decomposition::mappingResult(int result, int code) {
-  if (result == 0 && code >= 0) return 0;
-  if (*msg_ == '\0') fail(report(), Msg::QRKQ012E);
-  return code < 0 ? code : -std::abs(result);
-}
-
 int Decomposition::buildMapping() {
   if (int code = findTopElement()) return code;
   *msg_ = '\0';
   int code = 0;
   int result = qrkSetRel(ctx_, &rel_, top_, kForDecomposition, &code, msg_);
   QRK_TRACE(ctx_, "call qrkSetRel() returns %ld.", static_cast<long>(result));
-  if (int failure = mappingResult(result, code)) return failure;
+  if (int failure = mappingOutcome(report(), result, code)) return failure;
   code = 0;
   result = qrkProcRel(ctx_, &rel_, top_, kForDecomposition, nullptr, &code, msg_);
   QRK_TRACE(ctx_, "call qrkProcRel() returns %ld.", static_cast<long>(result));
-  return mappingResult(result, code);
+  return mappingOutcome(report(), result, code);
 }
 
 int Decomposition::parseDocument(QrkOutbuf* doc) {

@@ -1,31 +1,12 @@
 #include "database.h"
 
-#include <cstdlib>
-#include <filesystem>
-
 #include "orv/apie.h"
+#include "orvxml/administration.h"
+#include "orvxml/buffer.h"
 
 namespace orvxml::command {
 
 namespace {
-
-constexpr const char* kBindList = "orvxml/bnd/@qrkbind.lst";
-
-// An installation is found by ORVXML_HOME, else around the executable, else where it was meant to
-// be installed.
-std::string bindListPath() {
-  namespace fs = std::filesystem;
-  if (const char* home = std::getenv("ORVXML_HOME"); home != nullptr && *home != '\0') {
-    return (fs::path(home) / "share" / kBindList).string();
-  }
-  std::error_code error;
-  const fs::path executable = fs::read_symlink("/proc/self/exe", error);
-  if (!error) {
-    const fs::path beside = executable.parent_path().parent_path() / "share" / kBindList;
-    if (fs::exists(beside, error)) return beside.string();
-  }
-  return (fs::path(ORVXML_DATA_DIR) / kBindList).string();
-}
 
 std::string serverText(const sqlca& area) {
   char text[1024];
@@ -63,9 +44,11 @@ void bindPackages() {
     sqlopt_header header{2, 2};
     sqlopt_entry option[2]{{27, 0}, {27, 0}};
   } options;
-  const std::string list = bindListPath();
+  char list[kPathSize];
+  if (qrkGetBindDir(nullptr, list) != 0)
+    throw Failure("", "the path of the bind files is too long");
   sqlca area{};
-  sqlabndx(list.c_str(), nullptr, reinterpret_cast<const sqlopt*>(&options), &area);
+  sqlabndx(list, nullptr, reinterpret_cast<const sqlopt*>(&options), &area);
   if (area.sqlcode < 0) throw Failure(list, serverText(area));
 }
 
