@@ -221,7 +221,8 @@ inline bool changesRows(StatementKind kind) {
 struct Assignment {  // SET column = value
   std::string column;
   ExprPtr value;
-  int columnIndex = -1;  // resolved
+  int columnIndex = -1;     // resolved
+  std::string qualifier{};  // in a trigger: the correlation name before the period
 };
 
 // Constraints of a column that are named, and all check constraints, stand among the keys of the
@@ -378,7 +379,8 @@ struct Statement {
   // resolved: Insert, Update: the BEFORE triggers of the table that set columns of the new row, in
   // the order of their creation. The engine sets them inside the statement.
   std::vector<std::shared_ptr<const TriggerDefinition>> setters;
-  std::vector<std::string> viewColumns;  // CreateView: name (c1, c2); with `query`
+  // CreateView, with `query`: name (c1, c2). Resolved: filled when left out.
+  std::vector<std::string> viewColumns;
 
   std::vector<MarkerInfo> markers;  // one per ?, resolved
   bool hasResult() const { return kind == StatementKind::Select; }

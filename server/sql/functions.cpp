@@ -32,6 +32,7 @@ constexpr std::array kFunctions{
     BuiltInFunction{"DOUBLE_PRECISION", "DOUBLE", "A", Conversion, TypeKind::Double},
     BuiltInFunction{"FLOAT", "DOUBLE", "A", Conversion, TypeKind::Double},
     BuiltInFunction{"FLOOR", "FLOOR", "N", First},
+    BuiltInFunction{"GENERATE_UNIQUE", kGenerateUnique, "", UniqueBits},
     BuiltInFunction{"GRAPHIC", "GRAPHIC", "Al", Conversion, TypeKind::Graphic},
     BuiltInFunction{"HEX", "HEX", "A", HexText},
     BuiltInFunction{"HOUR", "HOUR", "D", Integer},

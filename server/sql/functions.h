@@ -9,6 +9,9 @@
 
 namespace orv {
 
+// Its value is another one at each evaluation.
+inline constexpr std::string_view kGenerateUnique = "GENERATE_UNIQUE";
+
 // How the result's type follows from the arguments.
 enum class ResultRule : uint8_t {
   Integer,     // INTEGER
@@ -21,6 +24,7 @@ enum class ResultRule : uint8_t {
   Number,      // the arguments' common number
   Common,      // the common type of all arguments
   Timestamp,   // TIMESTAMP
+  UniqueBits,  // CHAR(13) FOR BIT DATA, never null
   Conversion,  // a CAST in the form of a function; `target` with length and scale as arguments
   Concat,      // the operator || in the form of a function
   Sum,         // column functions

@@ -55,6 +55,10 @@ constexpr std::array kMessages{
                 "The type of \"%1\" is a large object and cannot be sorted, grouped or compared."},
     MessageText{-138, "22011", "A piece of the value is asked for that lies outside it."},
     MessageText{-150, "42807", "The view \"%1\" does not take this change."},
+    MessageText{
+        -153, "42908",
+        "The view \"%1\" needs a list of column names: its query has columns without a name "
+        "or of one name."},
     MessageText{-158, "42811",
                 "The number of column names given for \"%1\" is not its number of columns."},
     MessageText{-159, "42809", "\"%1\" is a \"%2\" and not a \"%3\"."},
@@ -101,6 +105,7 @@ constexpr std::array kMessages{
     MessageText{-429, "54028", "There are too many locators."},
     MessageText{-430, "38503", "The routine \"%1\" (specific name \"%2\") ended abnormally."},
     MessageText{-433, "22001", "The value \"%1\" is too long."},
+    MessageText{-435, "428B3", "The SQLSTATE \"%1\" cannot be signalled."},
     MessageText{-438, "70000", "The application raised an error: \"%1\"."},
     MessageText{-440, "42884", "No routine \"%1\" with suitable arguments was found."},
     MessageText{-443, "38000",
@@ -165,10 +170,12 @@ constexpr std::array kMessages{
     MessageText{-628, "42613", "The clause \"%1\" is given twice or does not go with another."},
     MessageText{-667, "23520", "Rows of the table break the foreign key \"%1\"."},
     MessageText{-673, "23515", "The rows of \"%1\" are not unique in the key columns."},
+    MessageText{-696, "42898", "The trigger \"%1\" uses the row \"%2\" wrongly.  Reason: \"%3\"."},
     MessageText{
         -723, "09000",
         "A statement of the trigger \"%1\" failed: SQLCODE \"%2\", SQLSTATE \"%3\", \"%4\"."},
     MessageText{-724, "54038", "Routines call one another too deeply (\"%1\")."},
+    MessageText{-797, "42987", "The statement \"%2\" is not allowed in the trigger \"%1\"."},
     MessageText{-801, "22012", "Division by zero."},
     MessageText{-802, "22003", "Arithmetic overflow."},
     MessageText{-803, "23505", "The row repeats a value of the unique key \"%1\" of \"%2\"."},

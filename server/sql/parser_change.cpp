@@ -27,19 +27,26 @@ void Parser::parseTargetCorrelation() {
 }
 
 // update: UPDATE target SET assignment {, assignment} [WHERE condition]
-// assignment: column = (value | DEFAULT) | ( column {, column} ) = ( value {, value} )
 void Parser::parseUpdate() {
   statement_->kind = StatementKind::Update;
   parseTargetCorrelation();
   expectWord("SET");
+  statement_->assignments = parseAssignments(false);
+  if (acceptWord("WHERE")) statement_->where = parseCondition();
+  parseQueryTail();
+}
+
+// assignment: column = (value | DEFAULT) | ( column {, column} ) = ( value {, value} )
+// column: name | correlation . name, the latter in triggers only
+std::vector<Assignment> Parser::parseAssignments(bool ofTrigger) {
+  std::vector<Assignment> assignments;
   do {
-    std::vector<std::string> columns;
-    const bool list = isSymbol("(");
-    if (list) {
-      columns = parseNameList();
-    } else {
-      columns.push_back(parseName());
-    }
+    std::vector<QualifiedName> columns;
+    const bool list = acceptSymbol("(");
+    do {
+      columns.push_back(ofTrigger ? parseQualifiedName() : QualifiedName{{}, parseName(), {}});
+    } while (list && acceptSymbol(","));
+    if (list) expectSymbol(")");
     expectSymbol("=");
     const size_t valuesAt = at_;
     std::vector<ExprPtr> values;
@@ -50,11 +57,13 @@ void Parser::parseUpdate() {
     }
     if (values.size() != columns.size()) unexpectedAt(valuesAt, "<one value for each column>");
     for (size_t i = 0; i < columns.size(); ++i) {
-      statement_->assignments.push_back({std::move(columns[i]), std::move(values[i])});
+      Assignment& assignment = assignments.emplace_back();
+      assignment.column = std::move(columns[i].name);
+      assignment.qualifier = std::move(columns[i].schema);
+      assignment.value = std::move(values[i]);
     }
   } while (acceptSymbol(","));
-  if (acceptWord("WHERE")) statement_->where = parseCondition();
-  parseQueryTail();
+  return assignments;
 }
 
 // delete: DELETE FROM target [WHERE condition]

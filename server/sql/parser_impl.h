@@ -2,8 +2,8 @@
 // its members are spread over one file per group of statements: parser.cpp (dispatch and units of
 // work), parser_support.cpp (tokens, names, errors), parser_expression.cpp and parser_primary.cpp,
 // parser_query.cpp, parser_change.cpp (INSERT, UPDATE, DELETE, CALL), parser_type.cpp,
-// parser_table.cpp, parser_temporary.cpp, parser_object.cpp (other DDL), parser_routine.cpp and
-// parser_function.cpp.
+// parser_table.cpp, parser_temporary.cpp, parser_object.cpp (other DDL), parser_routine.cpp,
+// parser_function.cpp and parser_trigger.cpp.
 //
 // No rule ever backtracks, so that parsing takes time in proportion to the text. Two things bound
 // the stack: `Nesting` counts the open rules, and every node knows its height.
@@ -147,6 +147,7 @@ class Parser {
   void parseUpdate();
   void parseDelete();
   void parseCall();
+  std::vector<Assignment> parseAssignments(bool ofTrigger);
   void parseTargetCorrelation();
   void parseCreate();
   void parseDrop();
@@ -160,6 +161,8 @@ class Parser {
   void parseCreateTableSpace();
   void parseCreateProcedure();
   void parseCreateFunction();
+  void parseCreateView();
+  void parseCreateTrigger();
   void parseDropRoutine(StatementKind kind, bool specific);
 
   // ---- types and table definitions
@@ -198,6 +201,14 @@ class Parser {
   void parseReturnedColumns(FunctionDefinition& function);
   void parseSource(FunctionDefinition& function);
   int32_t parseScratchpadSize();
+
+  // ---- triggers
+  void parseTriggerEvent(TriggerDefinition& trigger);
+  void parseReferencing(TriggerDefinition& trigger);
+  void parseTriggerBody(TriggerDefinition& trigger);
+  TriggerStep parseTriggerStep();
+  void parseSignal(TriggerStep& step);
+  std::unique_ptr<Statement> parseNestedStatement();
 
   std::string_view text_;
   std::vector<Token> tokens_;

@@ -5,7 +5,7 @@
 namespace orv {
 
 // create: CREATE ( TABLE .. | [UNIQUE] INDEX .. | ALIAS .. | DISTINCT TYPE .. | TABLESPACE ..
-//                | SCHEMA name | PROCEDURE .. | FUNCTION .. )
+//                | SCHEMA name | PROCEDURE .. | FUNCTION .. | VIEW .. | TRIGGER .. )
 void Parser::parseCreate() {
   if (acceptWord("TABLE")) return parseCreateTable();
   if (isWord("INDEX") || areWords("UNIQUE INDEX")) return parseCreateIndex();
@@ -13,6 +13,8 @@ void Parser::parseCreate() {
   if (acceptWords("DISTINCT TYPE")) return parseCreateDistinctType();
   if (acceptWord("PROCEDURE")) return parseCreateProcedure();
   if (acceptWord("FUNCTION")) return parseCreateFunction();
+  if (acceptWord("VIEW")) return parseCreateView();
+  if (acceptWord("TRIGGER")) return parseCreateTrigger();
   if (acceptWord("SCHEMA")) {
     statement_->kind = StatementKind::CreateSchema;
     statement_->name.name = parseName();
@@ -53,6 +55,15 @@ void Parser::parseCreateAlias() {
   statement_->base = parseQualifiedName();
 }
 
+// create view: CREATE VIEW name [ ( column {, column} ) ] AS query
+void Parser::parseCreateView() {
+  statement_->kind = StatementKind::CreateView;
+  statement_->name = parseQualifiedName();
+  if (isSymbol("(")) statement_->viewColumns = parseNameList();
+  expectWord("AS");
+  statement_->query = parseQuery();
+}
+
 // create distinct type: CREATE DISTINCT TYPE name AS type [WITH COMPARISONS]
 void Parser::parseCreateDistinctType() {
   statement_->kind = StatementKind::CreateDistinctType;
@@ -72,7 +83,9 @@ void Parser::parseCreateTableSpace() {
   while (token().kind != TokenKind::End && !isSymbol(";")) advance();
 }
 
-// drop: DROP ( TABLE | INDEX | ALIAS | DISTINCT TYPE | TYPE | TABLESPACE | SCHEMA ) name [RESTRICT]
+// drop: DROP ( TABLE | INDEX | ALIAS | VIEW | TRIGGER | DISTINCT TYPE | TYPE | TABLESPACE | SCHEMA
+// )
+//       name [RESTRICT]
 //     | DROP [SPECIFIC] (PROCEDURE | FUNCTION) ..
 void Parser::parseDrop() {
   struct Entry {
@@ -84,6 +97,8 @@ void Parser::parseDrop() {
       {"TABLE", StatementKind::DropTable, true},
       {"INDEX", StatementKind::DropIndex, true},
       {"ALIAS", StatementKind::DropAlias, true},
+      {"VIEW", StatementKind::DropView, true},
+      {"TRIGGER", StatementKind::DropTrigger, true},
       {"TYPE", StatementKind::DropDistinctType, true},
       {"TABLESPACE", StatementKind::DropTableSpace, false},
       {"SCHEMA", StatementKind::DropSchema, false},

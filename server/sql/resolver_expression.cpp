@@ -26,6 +26,7 @@ bool sameArgs(const std::vector<ExprPtr>& a, const std::vector<ExprPtr>& b) {
 bool sameExpr(const Expr& a, const Expr& b) {
   if (a.kind != b.kind || a.kind == ExprKind::Marker || a.query || b.query) return false;
   if (a.routine != b.routine || (a.routine && !a.routine->deterministic)) return false;
+  if (a.kind == ExprKind::Function && a.function == kGenerateUnique) return false;
   if (a.kind == ExprKind::Column) return a.source == b.source && a.columnIndex == b.columnIndex;
   return a.text == b.text && a.op == b.op && a.negated == b.negated && a.distinct == b.distinct &&
          a.hasOperand == b.hasOperand && a.hasElse == b.hasElse && a.function == b.function &&

@@ -12,6 +12,7 @@ namespace {
 
 constexpr int64_t kTextLength = 4000;
 constexpr int64_t kConvertedPrecision = 15;
+constexpr int64_t kUniqueLength = 13;
 
 bool isSystemSchema(std::string_view schema) {
   return schema == kBuiltInSchema || schema == "SYSFUN";
@@ -203,6 +204,10 @@ void Resolver::typeResult(Expr& expr, const BuiltInFunction& function) {
       expr.type.nullable = allNullable;
       return;
     }
+    case ResultRule::UniqueBits:
+      expr.type = makeType(TypeKind::CharBits, kUniqueLength);
+      expr.type.nullable = false;
+      return;
     case ResultRule::Timestamp:
       if (expr.args.size() == 1) return turnIntoCast(expr, function);
       break;

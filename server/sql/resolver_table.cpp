@@ -33,10 +33,11 @@ std::string objectType(char type) {
   return type == 'A' ? "ALIAS" : type == 'T' ? "TABLE" : "VIEW";
 }
 
+// Whether it calls what cannot stand in a definition that the engine evaluates by itself.
 bool callsRoutine(const Expr& expr) {
   bool found = false;
   walk(expr, [&](const Expr& part) {
-    found = found || part.routine;
+    found = found || part.routine || part.function == kGenerateUnique;
     return found ? Walk::Skip : Walk::Enter;
   });
   return found;
