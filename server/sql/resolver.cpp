@@ -49,6 +49,10 @@ void Resolver::run() {
       {Kind::DropIndex, &Resolver::resolveDropIndex},
       {Kind::CreateAlias, &Resolver::resolveCreateAlias},
       {Kind::DropAlias, &Resolver::resolveDropAlias},
+      {Kind::CreateView, &Resolver::resolveCreateView},
+      {Kind::DropView, &Resolver::resolveDropView},
+      {Kind::CreateTrigger, &Resolver::resolveCreateTrigger},
+      {Kind::DropTrigger, &Resolver::resolveDropTrigger},
       {Kind::CreateDistinctType, &Resolver::resolveCreateType},
       {Kind::DropDistinctType, &Resolver::resolveDropType},
       {Kind::CreateTableSpace, &Resolver::resolveTableSpace},
@@ -69,7 +73,7 @@ void Resolver::run() {
 }
 
 void Resolver::resolveQueryStatement() {
-  resolveQuery(*statement_.query, nullptr);
+  resolveQuery(*statement_.query, outer_);
   settleRest(*statement_.query);
 }
 
@@ -141,7 +145,7 @@ void Resolver::resolveInsert() {
     target.push_back(outputColumn(table.columns[static_cast<size_t>(index)]));
   }
   Query& query = *statement_.query;
-  resolveQuery(query, nullptr, &target);
+  resolveQuery(query, outer_, &target);
   if (query.columns.size() != target.size()) throw SqlError(-117);
   for (size_t i = 0; i < target.size(); ++i) {
     settleColumn(query, i, target[i].type);
@@ -153,6 +157,7 @@ void Resolver::resolveInsert() {
       checkAssignable(query.columns[i].type, constant, target[i]);
     }
   }
+  addSetters(TriggerEvent::Insert);
 }
 
 void Resolver::fillInsertColumns(const Table& table) {
@@ -186,9 +191,18 @@ void Resolver::resolveTarget(std::string_view action) {
 void Resolver::resolveUpdate() {
   resolveTarget("UPDATE");
   Scope scope;
+  scope.outer = outer_;
   scope.tables.push_back(statement_.target.get());
-  std::vector<bool> taken(statement_.table->columns.size());
-  for (Assignment& assignment : statement_.assignments) {
+  resolveAssignments(statement_.assignments, statement_.target->columns, scope);
+  if (statement_.where) resolveExpr(statement_.where, scope);
+  addSetters(TriggerEvent::Update);
+}
+
+// `columns`: those of the statement's table.
+void Resolver::resolveAssignments(std::vector<Assignment>& assignments, const Columns& columns,
+                                  Scope& scope) {
+  std::vector<bool> taken(columns.size());
+  for (Assignment& assignment : assignments) {
     assignment.columnIndex = statement_.table->columnIndex(assignment.column);
     if (assignment.columnIndex < 0) throw SqlError(-206, {assignment.column});
     const auto position = static_cast<size_t>(assignment.columnIndex);
@@ -196,14 +210,14 @@ void Resolver::resolveUpdate() {
     taken[position] = true;
     if (assignment.value->kind == ExprKind::Default) continue;
     resolveExpr(assignment.value, scope);
-    assign(assignment.value, statement_.target->columns[position]);
+    assign(assignment.value, columns[position]);
   }
-  if (statement_.where) resolveExpr(statement_.where, scope);
 }
 
 void Resolver::resolveDelete() {
   resolveTarget("DELETE");
   Scope scope;
+  scope.outer = outer_;
   scope.tables.push_back(statement_.target.get());
   if (statement_.where) resolveExpr(statement_.where, scope);
 }

@@ -23,8 +23,11 @@
 // is nullable, -624 a second primary key, -573 a foreign key without a parent key, -538 a foreign
 // key of the wrong shape, -546 and -574 a wrong check constraint or default, -193 a new column that
 // needs a default, -449, -454, -455, -469 and -476 wrong routines, -398, -451, -453, -458, -483 and
-// -492 wrong functions, -1216 graphic data in a single-byte database.
+// -492 wrong functions, -696 and -797 wrong rows and statements of triggers, -153 a view without
+// names for its columns, -1216 graphic data in a single-byte database.
 #pragma once
+
+#include <memory>
 
 #include "server/catalog/catalog.h"
 #include "server/sql/ast.h"
@@ -32,5 +35,10 @@
 namespace orv {
 
 void resolve(Statement& statement, const Catalog& catalog);
+
+// Parses and resolves a recorded trigger. Its names mean what they meant when it was made; the
+// pointers in it are the catalog's. Throws what resolve() throws, so -204 or -440 when something
+// that the trigger uses is no longer there.
+std::shared_ptr<TriggerDefinition> resolveTrigger(const Trigger& recorded, const Catalog& catalog);
 
 }  // namespace orv

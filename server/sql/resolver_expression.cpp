@@ -131,10 +131,13 @@ void Resolver::resolveColumn(Expr& expr, const Scope& scope) const {
   throw SqlError(-206, {shown});
 }
 
+// Columns of a trigger's rows are found under their correlation name only.
 bool Resolver::findColumn(Expr& expr, const Scope& scope) const {
   for (size_t i = scope.firstVisible; i < scope.tables.size(); ++i) {
     const TableRef& table = *scope.tables[i];
-    if (!expr.qualifier.empty() && !names(table, expr.name.schema, expr.qualifier)) continue;
+    const bool meant = expr.qualifier.empty() ? table.kind != RefKind::Transition
+                                              : names(table, expr.name.schema, expr.qualifier);
+    if (!meant) continue;
     for (size_t column = 0; column < table.columns.size(); ++column) {
       if (table.columns[column].name != expr.name.name) continue;
       if (expr.source) throw SqlError(-203, {expr.name.name});

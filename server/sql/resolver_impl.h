@@ -2,13 +2,14 @@
 // members are spread over resolver.cpp (statements that change rows, CALL), resolver_query.cpp,
 // resolver_expression.cpp, resolver_typing.cpp (markers, nulls and operands that must agree),
 // resolver_function.cpp (built-in functions), resolver_routine.cpp (calls of registered functions),
-// resolver_table.cpp (table definitions), resolver_temporary.cpp, resolver_function_definition.cpp
-// and resolver_object.cpp (other DDL).
+// resolver_table.cpp (tables and views), resolver_temporary.cpp, resolver_trigger.cpp,
+// resolver_function_definition.cpp and resolver_object.cpp (other DDL).
 //
 // A marker or NULL has the type Unknown until its context gives it one: an expression is resolved
 // first, and whoever needs its type then calls giveType() on it.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,9 +37,15 @@ struct Scope {
 
 class Resolver {
  public:
-  Resolver(Statement& statement, const Catalog& catalog)
-      : statement_(statement), catalog_(catalog) {}
+  // `outer`: the rows that a statement within a trigger sees. `aliases`: how many row sources have
+  // a name already in the statement around this one.
+  Resolver(Statement& statement, const Catalog& catalog, const Scope* outer = nullptr,
+           int aliases = 0)
+      : statement_(statement), catalog_(catalog), outer_(outer), aliases_(aliases) {}
   void run();
+
+  static std::shared_ptr<TriggerDefinition> resolveRecorded(const Trigger& recorded,
+                                                            const Catalog& catalog, int& aliases);
 
  private:
   // The columns of the target of INSERT: what its values are called and typed by.
@@ -61,9 +68,23 @@ class Resolver {
   void resolveDelete();
   void resolveTarget(std::string_view action);
   void resolveCall();
+  void resolveAssignments(std::vector<Assignment>& assignments, const Columns& columns,
+                          Scope& scope);
   void assign(ExprPtr& value, const OutputColumn& column);
   void checkAssignable(const Expr& value, const OutputColumn& column) const;
   void checkAssignable(const SqlType& type, bool constant, const OutputColumn& column) const;
+
+  // ---- triggers
+  void resolveCreateTrigger();
+  void resolveDropTrigger();
+  void requireNoMarkers() const;
+  void resolveTriggerDefinition();
+  void checkReferencing(const TriggerDefinition& trigger) const;
+  std::unique_ptr<TableRef> makeTransition(const std::string& name, bool unchecked);
+  void resolveStep(const TriggerDefinition& trigger, TriggerStep& step, Scope& rows);
+  void resolveSet(const TriggerDefinition& trigger, TriggerStep& step, Scope& rows);
+  void addSetters(TriggerEvent event);
+  bool assignsOneOf(const std::vector<std::string>& columns) const;
 
   // ---- queries
   void resolveQueryStatement();
@@ -165,6 +186,9 @@ class Resolver {
   void resolveDropTable();
   void resolveCreateAlias();
   void resolveDropAlias();
+  void resolveCreateView();
+  void nameViewColumns();
+  void resolveDropView();
   const Table& findObject(QualifiedName& name, char type) const;
   void resolveCreateType();
   void resolveDropType();
@@ -188,7 +212,8 @@ class Resolver {
 
   Statement& statement_;
   const Catalog& catalog_;
-  int aliases_ = 0;
+  const Scope* outer_;
+  int aliases_;
   int typedMarkers_ = 0;
 };
 

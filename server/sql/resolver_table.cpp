@@ -1,8 +1,10 @@
-// Definitions of tables and indexes.
+// Definitions of tables, indexes, aliases and views.
 #include <algorithm>
 #include <numeric>
+#include <set>
 #include <utility>
 
+#include "server/sql/definition_catalog.h"
 #include "server/sql/resolver_impl.h"
 #include "server/sql/sql_error.h"
 #include "server/sql/tree_walk.h"
@@ -287,6 +289,39 @@ void Resolver::resolveCreateAlias() {
 
 void Resolver::resolveDropAlias() {
   statement_.table = &findObject(statement_.name, 'A');
+}
+
+// ---------------------------------------------------------------- views
+
+void Resolver::resolveCreateView() {
+  requireNoMarkers();
+  requireNewTableName(statement_.name);
+  const DefinitionCatalog own(catalog_, catalog_.defaultSchema(), catalog_.functionPath());
+  Resolver(statement_, own).resolveQueryStatement();
+  nameViewColumns();
+}
+
+// Columns of the query that are called by their number have no name that a view could have.
+void Resolver::nameViewColumns() {
+  const Columns& columns = statement_.query->columns;
+  std::vector<std::string>& names = statement_.viewColumns;
+  const bool listed = !names.empty();
+  if (listed && names.size() != columns.size()) throw SqlError(-158, {display(statement_.name)});
+  std::set<std::string_view> taken;
+  for (size_t i = 0; i < columns.size(); ++i) {
+    const std::string& name = listed ? names[i] : columns[i].name;
+    const bool first = taken.insert(name).second;
+    if (listed && !first) throw SqlError(-612, {name});
+    if (!first || (!listed && name == std::to_string(i + 1))) {
+      throw SqlError(-153, {display(statement_.name)});
+    }
+  }
+  if (listed) return;
+  for (const OutputColumn& column : columns) names.push_back(column.name);
+}
+
+void Resolver::resolveDropView() {
+  statement_.table = &findObject(statement_.name, 'V');
 }
 
 }  // namespace orv
