@@ -13,50 +13,28 @@
 namespace orvxml {
 namespace {
 
-constexpr size_t kMaxUnitBytes = 4;
-constexpr size_t kShortValue = 4096;  // bytes
-constexpr int kNotConverted = -1;     // stands for the position in a path that does not convert
+constexpr int kNotConverted = -1;  // stands for the position in a path that does not convert
 
 QrkQuery& ofKind(QrkQuery& query, bool selectsMarkup) {
   if (selectsMarkup) query.kind = kSelectsMarkup;
   return query;
 }
 
-enum class Conversion { Done, NoRoom, NoMemory };
-
-// A short value is converted in front and then takes just the memory that it needs.
-Conversion convertShort(QrkStruct* ctx, const XMLCh* text, size_t room, char*& value) {
-  char bytes[kShortValue];
-  const int length = QRK_wcstombsFunction(ctx, bytes, text, static_cast<int>(room));
-  if (length < 0) return Conversion::NoRoom;
-  const size_t size = static_cast<size_t>(length);
-  value = static_cast<char*>(std::malloc(size + 1));
-  if (!value) return Conversion::NoMemory;
-  std::memcpy(value, bytes, size);
-  value[size] = 0;
-  return Conversion::Done;
-}
-
-// The text in the database code page, as a heap string of at most `maxBytes`.
-Conversion convert(QrkStruct* ctx, std::u16string_view text, int maxBytes, char*& value) {
-  const size_t room = std::min((text.size() + 1) * kMaxUnitBytes, static_cast<size_t>(maxBytes));
-  if (room <= kShortValue) return convertShort(ctx, text.data(), room, value);
-  auto* const bytes = static_cast<char*>(std::malloc(room));
-  if (!bytes) return Conversion::NoMemory;
-  const int length = QRK_wcstombsFunction(ctx, bytes, text.data(), static_cast<int>(room));
-  if (length < 0) {
-    std::free(bytes);
-    return Conversion::NoRoom;
-  }
-  void* const shrunk = std::realloc(bytes, static_cast<size_t>(length) + 1);
-  value = shrunk ? static_cast<char*>(shrunk) : bytes;
-  return Conversion::Done;
+char* heapCopy(std::string_view text) {
+  auto* const copy = static_cast<char*>(std::malloc(text.size() + 1));
+  if (!copy) throw std::bad_alloc();
+  std::memcpy(copy, text.data(), text.size());
+  copy[text.size()] = 0;
+  return copy;
 }
 
 }  // namespace
 
 qrkSgDocHandler::qrkSgDocHandler(QrkStruct* context, XMLCh* path, bool selectsMarkup)
-    : ctx(context), query(context, path), currentPath(ofKind(query, selectsMarkup)) {}
+    : ctx(context),
+      query(context, path),
+      currentPath(ofKind(query, selectsMarkup)),
+      result(context) {}
 
 // A state of 0 holds for all elements below, and a state of 1 outlives the end of an element.
 void qrkSgDocHandler::open(const XMLCh* name, const xercesc::Attributes& attributes) {
@@ -100,27 +78,43 @@ void qrkSgDocHandler::composeEndElement(const XMLCh* name) {
   result.addToCurrentItem(u">");
 }
 
-bool qrkSgDocHandler::retrieve(const Report& report, int maxBytes, QrkExtractResult& values) const {
-  values = {};
-  auto** const array = static_cast<char**>(std::calloc(result.count() + size_t{1}, sizeof(char*)));
-  values.values = values.cursor = array;
-  Conversion conversion = array ? Conversion::Done : Conversion::NoMemory;
-  for (uint32_t i = 0; i < result.count() && conversion == Conversion::Done; ++i) {
-    conversion = convert(ctx, result.item(i), maxBytes, array[i]);
+bool qrkSgDocHandler::retrieve(const Report& report, int maxBytes, QrkExtractResult& values) {
+  bool fits = result.complete();
+  for (uint32_t i = 0; i < result.count() && fits; ++i) {
+    fits = result.item(i).size() < static_cast<size_t>(maxBytes);
   }
-  if (conversion == Conversion::Done) return true;
-  qrkFreeArray(ctx, &values);
-  if (conversion == Conversion::NoRoom) QRK_TRACE(ctx, "extract result exceeds %d", maxBytes);
-  fail(report, conversion == Conversion::NoRoom ? Msg::QRKC013E : Msg::QRKG002E);
-  return false;
+  if (!fits) {
+    QRK_TRACE(ctx, "extract result exceeds %d", maxBytes);
+    fail(report, Msg::QRKC013E);
+    return false;
+  }
+  try {
+    handOver(values);
+    return true;
+  } catch (const std::bad_alloc&) {
+    qrkFreeArray(ctx, &values);
+    fail(report, Msg::QRKG002E);
+    return false;
+  }
 }
 
-void qrkSgDocHandler::debugPrintResult() const {
+void qrkSgDocHandler::handOver(QrkExtractResult& values) {
+  const uint32_t count = result.count();
+  values.values = static_cast<char**>(std::calloc(count + size_t{1}, sizeof(char*)));
+  if (!values.values) throw std::bad_alloc();
+  values.cursor = values.values;
+  if (count == 1) {
+    values.values[0] = result.takeOnly();
+    return;
+  }
+  for (uint32_t i = 0; i < count; ++i) values.values[i] = heapCopy(result.item(i));
+}
+
+void qrkSgDocHandler::debugPrintResult() {
+  result.complete();
   std::printf("count = %u\n", result.count());
   for (uint32_t i = 0; i < result.count(); ++i) {
-    std::string content;
-    toDatabase(ctx, result.item(i), content);
-    std::printf("  content = '%s':%zu\n", content.c_str(), result.item(i).size());
+    std::printf("  content = '%s':%zu\n", result.item(i).data(), result.item(i).size());
   }
 }
 

@@ -22,9 +22,9 @@ class qrkSgDocHandler : public xercesc::DefaultHandler {
   // The values in the database code page, for qrkFreeArray. False with QRKC013E when one does not
   // convert or needs more than `maxBytes` with its terminator, QRKG002E out of memory; `values` is
   // then empty.
-  bool retrieve(const Report& report, int maxBytes, QrkExtractResult& values) const;
+  bool retrieve(const Report& report, int maxBytes, QrkExtractResult& values);
   // The values on standard output.
-  void debugPrintResult() const;
+  void debugPrintResult();
 
   void warning(const xercesc::SAXParseException& problem) override;
   void error(const xercesc::SAXParseException& problem) override;
@@ -53,6 +53,8 @@ class qrkSgDocHandler : public xercesc::DefaultHandler {
   Escaping escapeValues = Escaping::Markup;
 
  private:
+  void handOver(QrkExtractResult& values);
+
   uint32_t below_ = 0;  // open elements below one that settles their state: they are only counted
 };
 

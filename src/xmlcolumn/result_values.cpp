@@ -1,11 +1,21 @@
 #include "src/xmlcolumn/result_values.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <new>
-#include <string>
+
+#include "orvxml/code_pages.h"
+#include "src/foundation/converters.h"
 
 namespace orvxml {
 namespace {
+
+constexpr size_t kPiece = 8192;  // units
+
+bool isUtf8(const QrkStruct* ctx) {
+  return !ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage;
+}
 
 // What stands for a unit in escaped text; empty: the unit itself.
 std::u16string_view entityFor(char16_t unit) {
@@ -26,7 +36,12 @@ std::u16string_view entityFor(char16_t unit) {
 }
 
 bool isMarkup(char16_t unit) {
-  return unit <= u'>' && !entityFor(unit).empty();
+  static const auto kMarkup = [] {
+    std::array<bool, u'>' + 1> marks{};
+    for (char16_t mark = 0; mark <= u'>'; ++mark) marks[mark] = !entityFor(mark).empty();
+    return marks;
+  }();
+  return unit <= u'>' && kMarkup[unit];
 }
 
 // A parser takes these for line ends or blanks, or refuses them as they are (XML 1.1).
@@ -43,31 +58,89 @@ void addReference(qrkResult& result, char16_t unit) {
   result.addToCurrentItem(reference + u';');
 }
 
-}  // namespace
-
-qrkResult::~qrkResult() {
-  std::free(text_);
-}
-
-std::u16string_view qrkResult::item(uint32_t index) const {
-  const size_t end = index + 1 < count() ? begins_[index + 1] - 1 : length_;
-  return {text_ + begins_[index], end - begins_[index]};
-}
-
-void qrkResult::addItem() {
-  const size_t begin = begins_.empty() ? 0 : length_ + 1;
-  begins_.push_back(begin);
-  length_ = begin;
-  addToCurrentItem({});
+bool isAscii(std::u16string_view text) {
+  unsigned all = 0;
+  for (const char16_t unit : text) all |= unit;
+  return all < 0x80;
 }
 
 // Large blocks grow in place or move without being copied.
-void qrkResult::grow(size_t more) {
-  const size_t wanted = more + 2 * capacity_ + 2;
-  auto* const moved = static_cast<XMLCh*>(std::realloc(text_, wanted * sizeof(XMLCh)));
+template <class T>
+void growTo(T*& block, size_t& room, size_t wanted) {
+  auto* const moved = static_cast<T*>(std::realloc(block, wanted * sizeof(T)));
   if (!moved) throw std::bad_alloc();
-  text_ = moved;
-  capacity_ = wanted;
+  block = moved;
+  room = wanted;
+}
+
+}  // namespace
+
+qrkResult::qrkResult(QrkStruct* ctx) : ctx_(ctx), isUtf8_(isUtf8(ctx)) {}
+
+qrkResult::~qrkResult() {
+  std::free(pending_);
+  std::free(bytes_);
+}
+
+void qrkResult::addItem() {
+  endItem();
+  begins_.push_back(length_);
+  isOpen_ = true;
+}
+
+void qrkResult::makeRoom(size_t more) {
+  if (isUtf8_) convertPending(false);
+  if (more <= pendingRoom_ - pendingLength_) return;
+  growTo(pending_, pendingRoom_, std::max(kPiece, more + 2 * pendingRoom_));
+}
+
+// Room for `more` bytes and a terminator behind those that are there.
+char* qrkResult::reserve(size_t more) {
+  if (more >= room_ - length_) growTo(bytes_, room_, length_ + more + 1 + room_);
+  return bytes_ + length_;
+}
+
+void qrkResult::convertPending(bool isLast) {
+  const std::u16string_view all(pending_, pendingLength_);
+  const bool isSplit = !isLast && !all.empty() && U16_IS_LEAD(all.back());
+  const std::u16string_view text = all.substr(0, all.size() - isSplit);
+  if (isAscii(text) && isUtf8_) {
+    std::copy(text.begin(), text.end(), reserve(text.size()));
+    length_ += text.size();
+  } else if (toDatabase(ctx_, text, converted_)) {
+    converted_.copy(reserve(converted_.size()), converted_.size());
+    length_ += converted_.size();
+  } else {
+    isConverted_ = false;
+  }
+  if (isSplit) pending_[0] = all.back();
+  pendingLength_ = isSplit;
+}
+
+void qrkResult::endItem() {
+  if (!isOpen_) return;
+  isOpen_ = false;
+  convertPending(true);
+  *reserve(0) = 0;
+  ++length_;
+}
+
+bool qrkResult::complete() {
+  endItem();
+  return isConverted_;
+}
+
+std::string_view qrkResult::item(uint32_t index) const {
+  const size_t end = index + 1 < count() ? begins_[index + 1] : length_;
+  return {bytes_ + begins_[index], end - 1 - begins_[index]};
+}
+
+char* qrkResult::takeOnly() {
+  char* const value = std::exchange(bytes_, nullptr);
+  char* const shrunk = static_cast<char*>(std::realloc(value, length_));
+  begins_.clear();
+  length_ = room_ = 0;
+  return shrunk ? shrunk : value;
 }
 
 void qrkResult::addToCurrentItem(Escaping escaping, std::u16string_view text) {

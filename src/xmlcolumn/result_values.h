@@ -1,7 +1,8 @@
-// The values that a run over a document has found, in UTF-16 and in the document's order.
+// The values that a run over a document has found, in the document's order.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,35 +20,52 @@ enum class Escaping {
   Attribute,  // the same inside an attribute's value, where a parser takes white space for blanks
 };
 
-// All values stand in one text, each with its terminator, so that many small ones cost little.
+// Collects values. What is added to one is UTF-16; it is kept in the database code page, all values
+// in one text, so that many small ones cost little and a large one takes no more than its size.
 // Out of memory: std::bad_alloc.
 class qrkResult {
  public:
-  qrkResult() = default;
+  explicit qrkResult(QrkStruct* ctx);
   ~qrkResult();
   qrkResult(const qrkResult&) = delete;
   qrkResult& operator=(const qrkResult&) = delete;
 
-  uint32_t count() const { return static_cast<uint32_t>(begins_.size()); }
-  // Value `index` (below count()), terminated; good until the next addition.
-  std::u16string_view item(uint32_t index) const;
   // Appends an empty value, which becomes the current one.
   void addItem();
   // To the current value, which there must be.
   void addToCurrentItem(std::u16string_view text) {
-    if (text.size() >= capacity_ - length_) grow(text.size());
-    text.copy(text_ + length_, text.size());
-    length_ += text.size();
-    text_[length_] = 0;
+    if (text.size() > pendingRoom_ - pendingLength_) makeRoom(text.size());
+    text.copy(pending_ + pendingLength_, text.size());
+    pendingLength_ += text.size();
   }
   void addToCurrentItem(Escaping escaping, std::u16string_view text);
 
- private:
-  void grow(size_t more);
+  // Completes the last value. What follows reads a complete result. False when a value holds what
+  // the code page does not.
+  bool complete();
+  uint32_t count() const { return static_cast<uint32_t>(begins_.size()); }
+  // Value `index`, terminated.
+  std::string_view item(uint32_t index) const;
+  // The only value of all, as a heap string; the result is empty afterwards.
+  char* takeOnly();
 
-  XMLCh* text_ = nullptr;
-  size_t length_ = 0;    // without the last terminator
-  size_t capacity_ = 0;  // more than the length, once there is a value
+ private:
+  void makeRoom(size_t more);
+  void convertPending(bool isLast);
+  void endItem();
+  char* reserve(size_t more);
+
+  QrkStruct* ctx_;
+  const bool isUtf8_;  // then pieces of a text convert to pieces of its bytes
+  bool isConverted_ = true;
+  bool isOpen_ = false;  // there is a current value
+  XMLCh* pending_ = nullptr;  // of the current value, not converted yet
+  size_t pendingLength_ = 0;
+  size_t pendingRoom_ = 0;
+  std::string converted_;
+  char* bytes_ = nullptr;
+  size_t length_ = 0;
+  size_t room_ = 0;
   std::vector<size_t> begins_;
 };
 

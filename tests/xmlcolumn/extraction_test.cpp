@@ -335,7 +335,25 @@ class Collector : public qrkSgDocHandler {
     result.addItem();
     result.addToCurrentItem(text);
   }
+  void add(std::u16string_view text) { result.addToCurrentItem(text); }
 };
+
+// Texts are converted in pieces, which may end inside a character.
+TEST(ValueCollectionTest, NoCharacterIsSplit) {
+  for (size_t length = 8185; length < 8195; ++length) {
+    char16_t path[] = u"/a";
+    Collector collector(path);
+    collector.collect(std::u16string(length, u'x'));
+    for (const char16_t unit : std::u16string_view(u"\U0001F600\u00E9")) collector.add({&unit, 1});
+    collector.add(std::u16string(length, u'y'));
+    QrkExtractResult result{};
+    char msg[kMessageSize] = "", state[kSqlStateSize] = "";
+    ASSERT_TRUE(collector.retrieve({.msg = msg, .sqlState = state}, 100'000, result));
+    EXPECT_EQ(std::string(result.values[0]),
+              std::string(length, 'x') + "\xF0\x9F\x98\x80\xC3\xA9" + std::string(length, 'y'));
+    qrkFreeArray(nullptr, &result);
+  }
+}
 
 TEST(ValueCollectionTest, LoneSurrogatesDoNotConvert) {
   char16_t path[] = u"/a";
@@ -357,7 +375,7 @@ TEST(ValueCollectionTest, ValuesPrintForDebugging) {
   testing::internal::CaptureStdout();
   collector.debugPrintResult();
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "count = 2\n  content = '\xC3\xA9t\xC3\xA9':3\n  content = '':0\n");
+            "count = 2\n  content = '\xC3\xA9t\xC3\xA9':5\n  content = '':0\n");
 }
 
 }  // namespace
