@@ -1,6 +1,12 @@
 // Extraction: the values that a location path selects in one document. The document is read once
 // as a stream of events; memory follows its depth and the values, never its size.
 //
+// As text an element gives its own character data, as markup all that it is. A selected element
+// inside a selected one is part of that one and no value of its own. With text that ends at a child
+// that is not selected: what is selected inside the child is a value again, and the text behind it,
+// when the path has a "//", belongs to none. Attributes give their values with the characters of
+// markup escaped; as markup a path to an attribute gives the elements that it names.
+//
 // The functions are called by the server's function library and by the command. `document` is the
 // terminated text when inMemory is 1, else the name of a file; with useDbEncoding 1 it is read in
 // the encoding of the database code page whatever its declaration says. `path` is in the database
@@ -41,8 +47,8 @@ ORVXML_API int extractAll(orvxml::QrkStruct* ctx, char* document, int useDbEncod
 ORVXML_API void qrkFreeArray(orvxml::QrkStruct* ctx, orvxml::QrkExtractResult* result);
 
 // The one value, as a heap string that the caller frees with free(). 0; -1 with "00000" for an
-// empty one, with QRKD003W ("01HX0") when there is none, with QRKD001E ("38X08") when there are
-// several. Without a value *value is null.
+// empty one, which is handed out as well, with QRKD003W ("01HX0") when there is none, with QRKD001E
+// ("38X08") when there are several. Without a value *value is null.
 ORVXML_API int extractOne(orvxml::QrkStruct* ctx, char* document, int useDbEncoding, int inMemory,
                           int format, char* path, char** value, int maxBytes, char* sqlstate,
                           char* msg);
