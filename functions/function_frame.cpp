@@ -22,12 +22,12 @@ struct FunctionFailure {};
 
 // The use is known by its address at the start of the scratchpad, which is zero at first.
 FunctionUse* storedUse(const sqludf_scratchpad* pad) {
-  FunctionUse* use = nullptr;
+  void* use = nullptr;
   if (pad->length >= sizeof use) std::memcpy(&use, pad->data, sizeof use);
-  return use;
+  return static_cast<FunctionUse*>(use);
 }
 
-void storeUse(sqludf_scratchpad* pad, FunctionUse* use) {
+void storeUse(sqludf_scratchpad* pad, void* use) {
   std::memcpy(pad->data, &use, sizeof use);
 }
 
@@ -63,7 +63,7 @@ FunctionCall::FunctionCall(const Tail& tail) : tail_(tail) {}
 FunctionUse& FunctionCall::use() {
   FunctionUse* use = storedUse(tail_.scratchpad);
   if (!use) {
-    if (tail_.scratchpad->length < sizeof use) fail(Msg::QRKG002E);
+    if (tail_.scratchpad->length < sizeof(void*)) fail(Msg::QRKG002E);
     use = new FunctionUse;
     storeUse(tail_.scratchpad, use);
   }
