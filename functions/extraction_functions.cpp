@@ -4,16 +4,16 @@
 using namespace orvxml::functions;
 
 // clang-format off
-#define ORVXMLFN_EXTRACTION(name, Form, Document, Value)                                     \
-  extern "C" ORVXML_API void name(                                                           \
-      const Document::Field* document, const char* path, Value::Field* result,               \
-      const int16_t* documentNull, const int16_t* pathNull, int16_t* resultNull,             \
-      ORVXMLFN_TAIL_PARAMETERS) {                                                            \
-    extract##Form<Document, Value>({document, documentNull}, {path, pathNull}, {result, resultNull},  \
-                          ORVXMLFN_TAIL);                                                    \
+#define ORVXMLFN_EXTRACTION(name, Form, Document, Value)                                    \
+  extern "C" ORVXML_API void name(                                                          \
+      const Document::Field* document, const char* path, Value::Field* result,              \
+      const int16_t* documentNull, const int16_t* pathNull, int16_t* resultNull,            \
+      ORVXMLFN_TAIL_PARAMETERS) {                                                           \
+    extract##Form<Document, Value>({document, documentNull}, {path, pathNull},              \
+                                   {result, resultNull}, ORVXMLFN_TAIL);                    \
   }
-#define ORVXMLFN_SCALAR_AND_TABLE(word, suffix, Document, Value)                          \
-  ORVXMLFN_EXTRACTION(qrkExtract##word##suffix, Scalar, Document, Value)           \
+#define ORVXMLFN_SCALAR_AND_TABLE(word, suffix, Document, Value)                            \
+  ORVXMLFN_EXTRACTION(qrkExtract##word##suffix, Scalar, Document, Value)                    \
   ORVXMLFN_EXTRACTION(qrkExtract##word##s##suffix, Table, Document, Value)
 
 ORVXMLFN_SCALAR_AND_TABLE(Varchar, , FileDocument, VarcharValue)
