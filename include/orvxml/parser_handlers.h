@@ -138,7 +138,8 @@ class DocumentGuard : public xercesc::MemoryManager {
   void declareAttribute(const xercesc::DTDAttDef& declared);
 
   // The parser forgets to free its note of an external DTD, which it makes right in front of
-  // reading it: what it allocates meanwhile is freed with the guard, if it is still there.
+  // reading it, and a content model in which it finds a fault: what it allocates from the start of
+  // the internal subset on is freed with the guard, if it is still there.
   void watchAllocations() { isWatching_ = true; }
   void stopWatching() { isWatching_ = false; }
 

@@ -116,13 +116,13 @@ void GuardedCallbacks<Base>::notationDecl(const xercesc::XMLNotationDecl& declar
 template <class Base>
 void GuardedCallbacks<Base>::startIntSubset() {
   guard->enterSubset();
+  guard->watchAllocations();
   Base::startIntSubset();
 }
 
 template <class Base>
 void GuardedCallbacks<Base>::endIntSubset() {
   guard->leaveSubset();
-  guard->watchAllocations();
   // References to parameter entities in the subset have changed the scanner's mind.
   requireEntities();
   Base::endIntSubset();
