@@ -14,6 +14,7 @@ extern const orv::esql::Module kQrkrdbi;   // decomposition (decompose/driver.cp
 extern const orv::esql::Module kQrktab;    // target tables (decompose/target_table.cpp)
 extern const orv::esql::Module kQrkcomp;   // composed documents (compose/result_storage.cpp)
 extern const orv::esql::Module kQrksqlda;  // describing (compose/descriptor_areas.cpp)
+extern const orv::esql::Module kQrkcol;    // columns (admin/column_statements.cpp)
 extern const orv::esql::Module kQrkcoll;   // collections (admin/collection.cpp)
 extern const orv::esql::Module kQrkdb;     // databases (admin/database.cpp)
 

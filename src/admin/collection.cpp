@@ -15,6 +15,7 @@
 #include "orvxml/target_table.h"
 #include "orvxml/trace.h"
 #include "src/admin/admin_parameters.h"
+#include "src/admin/usage_table.h"
 #include "src/dad/dad_settings.h"
 #include "src/foundation/server_statements.h"
 
@@ -34,15 +35,6 @@ constexpr std::string_view kValueTooLong = "22001";  // a name that the column c
 
 constexpr ProcedureInfo kEnable{kModule, Msg::QRKA067I, 4, 2, true};
 constexpr ProcedureInfo kDisable{kModule, Msg::QRKA066I, 2, 2, true};
-
-// 0 when there is ORVXML.XML_USAGE.
-int requireUsageTable(const Report& report) {
-  int exists = 0;
-  if (int rc = qrkTableExists(report.ctx, "ORVXML", "XML_USAGE", &exists, report.msg)) return rc;
-  if (exists) return 0;
-  QRK_TRACE(report.ctx, "Table orvxml.xml_usage does not exist.");
-  return fail(report, Msg::QRKQ052E);
-}
 
 // ---------------------------------------------------------------- enabling
 

@@ -1,0 +1,136 @@
+// The exported procedures of columns: they unpack, call and report.
+#include "src/admin/column.h"
+
+#include "orvxml/administration.h"
+#include "orvxml/trace.h"
+#include "src/admin/admin_parameters.h"
+#include "src/admin/column_statements.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr ProcedureInfo kEnable{kColumnModule, Msg::QRKA022I, 7, 2, true};
+constexpr ProcedureInfo kDisable{kColumnModule, Msg::QRKA034I, 3, 2, true};
+
+const char* textOrEmpty(const char* text, const short* indicator) {
+  return isNull(text, indicator) ? "" : text;
+}
+
+struct DescriptorColumn {
+  std::string database, table, column;
+};
+
+// The parameters that both procedures begin with.
+int takeColumn(Call& call, sqlda* da, DescriptorColumn& taken) {
+  int code = takeText(call, da, 0, taken.database);
+  QRK_TRACE(&call.ctx, "dbName_ptr:%s, len:%d, rc:%d", taken.database.c_str(),
+            static_cast<int>(taken.database.size()), code);
+  if (code != 0) return code;
+  code = takeText(call, da, 1, taken.table);
+  QRK_TRACE(&call.ctx, "tabName_ptr:%s, len:%d, rc:%d", taken.table.c_str(),
+            static_cast<int>(taken.table.size()), code);
+  if (code != 0) return code;
+  code = takeText(call, da, 2, taken.column);
+  QRK_TRACE(&call.ctx, "colName_ptr:%s, len:%d, rc:%d", taken.column.c_str(),
+            static_cast<int>(taken.column.size()), code);
+  return code;
+}
+
+int enableFromDescriptor(Call& call, sqlda* da) {
+  DescriptorColumn taken;
+  if (int code = takeColumn(call, da, taken)) return code;
+  char* mapping = nullptr;
+  int mappingLength = 0;
+  int code = 0;
+  if (qrkGetStProcParam(&call.ctx, da, 3, &mapping, &mappingLength, &code, call.msg)) return code;
+  QRK_TRACE(&call.ctx, "dad length:%d", mappingLength);
+  std::string tableSpace, defaultView, rootID;
+  code = takeOptionalText(call, da, 4, tableSpace);
+  QRK_TRACE(&call.ctx, "tbslen:%d, rc:%d", static_cast<int>(tableSpace.size()), code);
+  if (code != 0) return code;
+  code = takeOptionalText(call, da, 5, defaultView);
+  QRK_TRACE(&call.ctx, "defaultv len:%d, rc:%d", static_cast<int>(defaultView.size()), code);
+  if (code != 0) return code;
+  code = takeOptionalText(call, da, 6, rootID);
+  QRK_TRACE(&call.ctx, "rootid len:%d, rc:%d", static_cast<int>(rootID.size()), code);
+  if (code != 0) return code;
+  return enableColumn(call, {taken.table.c_str(), taken.column.c_str(), mapping, mappingLength,
+                             tableSpace.c_str(), defaultView.c_str(), rootID.c_str()});
+}
+
+int disableFromDescriptor(Call& call, sqlda* da) {
+  DescriptorColumn taken;
+  if (int code = takeColumn(call, da, taken)) return code;
+  return disableColumn(call, taken.table.c_str(), taken.column.c_str());
+}
+
+}  // namespace
+
+}  // namespace orvxml
+
+extern "C" {
+
+int qrkEnableColumn(void*, void*, sqlda* da) {
+  using namespace orvxml;
+  return sqldaProcedure(kEnable, da, [&](Call& call) { return enableFromDescriptor(call, da); });
+}
+
+int qrkEnableColumn_STP(const char* tableName, const char* columnName, clob* dadBuf,
+                        char* tableSpace, char* defaultView, const char* rootID, int* returnCode,
+                        char* returnMsg, short* tableNameInd, short* columnNameInd,
+                        short* dadBufInd, short* tableSpaceInd, short* defaultViewInd,
+                        short* rootIDInd, short* returnCodeInd, short* returnMsgInd) {
+  using namespace orvxml;
+  const bool absent = isNull(tableName, tableNameInd) || isNull(columnName, columnNameInd) ||
+                      isNull(dadBuf, dadBufInd);
+  const char* const space = textOrEmpty(tableSpace, tableSpaceInd);
+  const char* const view = textOrEmpty(defaultView, defaultViewInd);
+  const char* const rootid = textOrEmpty(rootID, rootIDInd);
+  inputsNotReturned(
+      {tableNameInd, columnNameInd, dadBufInd, tableSpaceInd, defaultViewInd, rootIDInd});
+  const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
+  return listProcedure(kEnable, outputs, [&](Call& call) {
+    if (absent) return fail(call, Msg::QRKG004E);
+    return enableColumn(call,
+                        {tableName, columnName, dadBuf->data, dadBuf->length, space, view, rootid});
+  });
+}
+
+int qrkEnableColumn0_STP(const char*, const char* tableName, const char* columnName, clob* dadBuf,
+                         char* tableSpace, char* defaultView, const char* rootID, int* returnCode,
+                         char* returnMsg, short* dbNameInd, short* tableNameInd,
+                         short* columnNameInd, short* dadBufInd, short* tableSpaceInd,
+                         short* defaultViewInd, short* rootIDInd, short* returnCodeInd,
+                         short* returnMsgInd) {
+  orvxml::setIndicator(dbNameInd, orvxml::kInputNotReturned);
+  return qrkEnableColumn_STP(tableName, columnName, dadBuf, tableSpace, defaultView, rootID,
+                             returnCode, returnMsg, tableNameInd, columnNameInd, dadBufInd,
+                             tableSpaceInd, defaultViewInd, rootIDInd, returnCodeInd, returnMsgInd);
+}
+
+int qrkDisableColumn(void*, void*, sqlda* da) {
+  using namespace orvxml;
+  return sqldaProcedure(kDisable, da, [&](Call& call) { return disableFromDescriptor(call, da); });
+}
+
+int qrkDisableColumn_STP(const char* tableName, const char* columnName, int* returnCode,
+                         char* returnMsg, short* tableNameInd, short* columnNameInd,
+                         short* returnCodeInd, short* returnMsgInd) {
+  using namespace orvxml;
+  const bool absent = isNull(tableName, tableNameInd) || isNull(columnName, columnNameInd);
+  inputsNotReturned({tableNameInd, columnNameInd});
+  const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
+  return listProcedure(kDisable, outputs, [&](Call& call) {
+    return absent ? fail(call, Msg::QRKG004E) : disableColumn(call, tableName, columnName);
+  });
+}
+
+int qrkDisableColumn0_STP(const char*, const char* tableName, const char* columnName,
+                          int* returnCode, char* returnMsg, short* dbNameInd, short* tableNameInd,
+                          short* columnNameInd, short* returnCodeInd, short* returnMsgInd) {
+  orvxml::setIndicator(dbNameInd, orvxml::kInputNotReturned);
+  return qrkDisableColumn_STP(tableName, columnName, returnCode, returnMsg, tableNameInd,
+                              columnNameInd, returnCodeInd, returnMsgInd);
+}
+}

@@ -1,0 +1,226 @@
+#include "orvxml/column_dad.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "orvxml/trace.h"
+#include "src/dad/dad_settings.h"
+#include "src/dad/dad_walk.h"
+
+namespace orvxml {
+
+namespace {
+
+constexpr size_t kDtdidSize = 1025;  // bytes, terminator included
+constexpr DadSettingLimits kLimits{.schemaLocation = 1000,
+                                   .validation = kNoSettingLimits.validation,
+                                   .dtdid = 508,
+                                   .othersRefused = false};
+constexpr char kMissing[] = "(NULL)";
+
+struct FreeModel {
+  void operator()(dad* model) const { freedad(nullptr, model); }
+};
+
+struct FreeColumns {
+  void operator()(side_column* column) const {
+    while (column) delete std::exchange(column, column->next);
+  }
+};
+
+struct FreeTables {
+  void operator()(side_table* table) const {
+    while (table) {
+      FreeColumns()(table->columns);
+      delete std::exchange(table, table->next);
+    }
+  }
+};
+
+// A terminated heap copy of `size` bytes.
+char* heapCopy(const void* source, size_t size) {
+  auto* copy = static_cast<char*>(std::malloc(size));
+  if (!copy) throw std::bad_alloc();
+  std::memcpy(copy, source, size);
+  return copy;
+}
+
+template <size_t N>
+bool copyName(const char* name, char (&field)[N]) {
+  const size_t length = std::strlen(name);
+  if (length >= N) return false;
+  std::memcpy(field, name, length + 1);
+  return true;
+}
+
+// Calls `take` with each element called `tag` below `root` in document order, up to a failure.
+template <class Take>
+int eachElement(const xercesc::DOMNode* root, std::u16string_view tag, Take&& take) {
+  auto* node = const_cast<xercesc::DOMNode*>(root);
+  while ((node = nextInDocumentOrder(root, node)) != nullptr) {
+    if (dadtree::hasTag(node, tag) && take(dadtree::asElement(node))) return -1;
+  }
+  return 0;
+}
+
+class ModelBuilder {
+ public:
+  ModelBuilder(const Report& report, dad& model)
+      : report_(report), ctx_(report.ctx), model_(model) {}
+
+  // The steps, in their order: 0 or -1.
+  int takeSettings(const DOM_Document& document);
+  int takeNames(const char* tableName, const char* columnName);
+  int takeSideTables(const xercesc::DOMNode* xcolumn);
+
+ private:
+  int takeSideTable(const xercesc::DOMElement* element, side_table& table);
+  int takeColumn(const xercesc::DOMElement* element, side_column& column);
+  int takeOccurrence(const xercesc::DOMElement* element, side_column& column);
+
+  // Takes an attribute into its field. `refuse` reports an attribute that is missing or does not
+  // fit; it gets the text for the message.
+  template <size_t N, class Refuse>
+  int takeAttribute(const xercesc::DOMElement* element, const char16_t* name, char (&field)[N],
+                    Refuse&& refuse) {
+    field[0] = 0;
+    const char16_t* text = element->getAttribute(name);
+    if (!text || !*text) return refuse(std::string(kMissing));
+    std::string converted;
+    if (!toDatabase(ctx_, text, converted)) return refuse(converted);
+    return copyName(converted.c_str(), field) ? 0 : refuse(converted);
+  }
+
+  const Report report_;
+  QrkStruct* const ctx_;
+  dad& model_;
+};
+
+int ModelBuilder::takeSettings(const DOM_Document& document) {
+  DadSettings settings;
+  if (readDadSettings(ctx_, document, kLimits, settings, report_.msg, report_.sqlState)) return -1;
+  model_.validation = settings.validate ? 1 : 0;
+  model_.isSchema = settings.hasSchema ? 1 : 0;
+  if (settings.hasSchema) {
+    const size_t size = (settings.schemaLocation.size() + 1) * sizeof(char16_t);
+    model_.dtdid = heapCopy(settings.schemaLocation.c_str(), size);
+    return 0;
+  }
+  std::string dtdid;
+  if (!toDatabase(ctx_, settings.dtdid, dtdid) || dtdid.size() >= kDtdidSize) {
+    return failed(report_, Msg::QRKA010E, dtdid);
+  }
+  model_.dtdid = heapCopy(dtdid.c_str(), dtdid.size() + 1);
+  return 0;
+}
+
+int ModelBuilder::takeNames(const char* tableName, const char* columnName) {
+  if (!copyName(tableName, model_.tableName)) return failed(report_, Msg::QRKQ031E);
+  if (!copyName(columnName, model_.columnName)) return failed(report_, Msg::QRKQ032E);
+  return 0;
+}
+
+// side_table_popu
+int ModelBuilder::takeSideTables(const xercesc::DOMNode* xcolumn) {
+  side_table** end = &model_.sideTables;
+  return eachElement(xcolumn, u"table", [&](const xercesc::DOMElement* element) {
+    side_table* const table = *end = new side_table{};
+    end = &table->next;
+    return takeSideTable(element, *table);
+  });
+}
+
+int ModelBuilder::takeSideTable(const xercesc::DOMElement* element, side_table& table) {
+  const auto refused = [&](const std::string& name) {
+    return failed(report_, Msg::QRKA057E, name);
+  };
+  if (takeAttribute(element, u"name", table.name, refused)) return -1;
+  QRK_TRACE(ctx_, " Populating side table: '%s'", table.name);
+  side_column** end = &table.columns;
+  return eachElement(element, u"column", [&](const xercesc::DOMElement* below) {
+    side_column* const column = *end = new side_column{};
+    end = &column->next;
+    return takeColumn(below, *column);
+  });
+}
+
+int ModelBuilder::takeColumn(const xercesc::DOMElement* element, side_column& column) {
+  const auto refusedName = [&](const std::string& name) {
+    return failed(report_, Msg::QRKA058E, name);
+  };
+  const auto refusedType = [&](const std::string& type) {
+    return failed(report_, Msg::QRKA059E, type, column.name);
+  };
+  const auto refusedPath = [&](const std::string& path) {
+    return failed(report_, Msg::QRKA060E, path, column.name);
+  };
+  if (takeAttribute(element, u"name", column.name, refusedName)) return -1;
+  QRK_TRACE(ctx_, " Populating column: '%s'", column.name);
+  if (takeAttribute(element, u"type", column.type, refusedType)) return -1;
+  if (takeAttribute(element, u"path", column.path, refusedPath)) return -1;
+  return takeOccurrence(element, column);
+}
+
+int ModelBuilder::takeOccurrence(const xercesc::DOMElement* element, side_column& column) {
+  const auto refused = [&](const std::string& value) {
+    return failed(report_, Msg::QRKA061E, value, column.name);
+  };
+  char(&field)[sizeof column.multi_occurrence] = column.multi_occurrence;
+  if (takeAttribute(element, u"multi_occurrence", field, refused)) return -1;
+  return qrk_toupper(ctx_, field, field, sizeof field) ? refused(field) : 0;
+}
+
+// The last child of the DAD's root that is an `Xcolumn`; null when there is none.
+const xercesc::DOMNode* findXcolumn(const DOM_Document& document) {
+  const xercesc::DOMNode* found = nullptr;
+  const DOM_Element root = document.getDocumentElement();
+  for (auto* child = root.node()->getFirstChild(); child; child = child->getNextSibling()) {
+    if (dadtree::hasTag(child, u"Xcolumn")) found = child;
+  }
+  return found;
+}
+
+int build(const Report& report, const DOM_Document& document, const char* tableName,
+          const char* columnName, dad& model) {
+  ModelBuilder builder(report, model);
+  if (builder.takeSettings(document)) return -1;
+  if (builder.takeNames(tableName, columnName)) return -1;
+  const xercesc::DOMNode* const xcolumn = findXcolumn(document);
+  model.noXcolumn = xcolumn ? 0 : 1;
+  if (!xcolumn) return failed(report, Msg::QRKA009E);
+  return builder.takeSideTables(xcolumn);
+}
+
+}  // namespace
+
+dad* dad_popu(QrkStruct* ctx, const char* tableName, const char* columnName, QrkOutbuf* dadBuffer,
+              int useDbEncoding, char* msg, char* sqlstate, int32_t* noXcolumn) {
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  if (noXcolumn) *noXcolumn = 0;
+  DOM_Document document;
+  const int inMemory = dadBuffer->loctype == QRK_LOC_FILE ? 0 : 1;
+  const int rc = qrkDOM(ctx, dadBuffer->data, useDbEncoding, inMemory, document, sqlstate, msg);
+  QRK_TRACE(ctx, "called qrkDOM(). rc:%d", rc);
+  if (rc < 0) return nullptr;
+  std::unique_ptr<dad, FreeModel> model(new (std::nothrow) dad{});
+  if (!model) {
+    fail(report, Msg::QRKG002E);
+    return nullptr;
+  }
+  const int built = build(report, document, tableName, columnName, *model);
+  if (noXcolumn) *noXcolumn = model->noXcolumn;
+  return built ? nullptr : model.release();
+}
+
+void freedad(QrkStruct*, dad* model) {
+  if (!model) return;
+  FreeTables()(model->sideTables);
+  std::free(model->dtdid);
+  delete model;
+}
+
+}  // namespace orvxml

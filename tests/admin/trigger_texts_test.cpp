@@ -1,0 +1,194 @@
+// The SQL texts of an enabled column's objects, to the blank: the server reads exactly these.
+#include "src/admin/trigger_texts.h"
+
+#include <memory>
+#include <set>
+
+#include "src/admin/column_statements.h"
+#include "src/admin/random_name.h"
+#include "tests/foundation/call_context.h"
+
+namespace orvxml {
+namespace {
+
+using namespace unittest;
+
+constexpr char kSuffix[] = "ABCDEF7";
+
+struct FreeModel {
+  void operator()(dad* model) const { freedad(nullptr, model); }
+};
+
+// The model of a column of letters: one single-occurrence side table and two with a row each value.
+struct Letters {
+  explicit Letters(const std::string& settings = "", const char* table = "letters",
+                   const char* column = "DOC") {
+    std::string text =
+        "<DAD>" + settings +
+        "<Xcolumn><table name='head'>"
+        "<column name='who' type='varchar(30)' path='/a/from' multi_occurrence='NO'/>"
+        "<column name='price' type='Decimal(7,2)' path=\"/a/p[@k='1']\" multi_occurrence='NO'/>"
+        "<column name='sent' type='date' path='/a/@d' multi_occurrence='NO'/></table>"
+        "<table name='s.copies'>"
+        "<column name='n' type='integer' path='/a/n' multi_occurrence='YES'/></table>"
+        "<table name='sums'>"
+        "<column name='sum' type='decimal(5,1)' path='//sum' multi_occurrence='YES'/></table>"
+        "</Xcolumn></DAD>";
+    QrkOutbuf buffer{};
+    buffer.data = text.data();
+    buffer.loctype = QRK_LOC_MEMORY;
+    model.reset(dad_popu(&call.ctx, table, column, &buffer, 1, call.msg, call.state));
+    if (!model) throw std::runtime_error(call.msg);
+  }
+  CallContext call;
+  std::unique_ptr<dad, FreeModel> model;
+};
+
+TEST(TriggerTextsTest, SideTables) {
+  const Letters letters;
+  const side_table* const head = letters.model->sideTables;
+  EXPECT_EQ(sideTableText(*head, "", "", ""),
+            "CREATE TABLE head (QRKROOT_ID CHAR(13) FOR BIT DATA NOT NULL, "
+            "who varchar(30),price Decimal(7,2),sent date)");
+  EXPECT_EQ(sideTableText(*head->next, "no", "INTEGER", "TS1"),
+            "CREATE TABLE s.copies (no INTEGER NOT NULL, QRK_SEQNO integer, n integer) IN TS1");
+  side_column clob{};
+  std::strcpy(clob.name, "t");
+  std::strcpy(clob.type, "Clob(10k)");
+  std::strcpy(clob.multi_occurrence, "NO");
+  side_table texts{};
+  std::strcpy(texts.name, "texts");
+  texts.columns = &clob;
+  EXPECT_EQ(sideTableText(texts, "k", "CHARACTER(4)", ""),
+            "CREATE TABLE texts (k CHARACTER(4) NOT NULL, t Clob(10k) not logged)");
+}
+
+TEST(TriggerTextsTest, TriggersThatKeepTheSideTables) {
+  const Letters letters;
+  QrkStruct* const ctx = const_cast<QrkStruct*>(&letters.call.ctx);
+  dad& model = *letters.model;
+  EXPECT_EQ(rootidTriggerText(model, "APP", kSuffix),
+            "CREATE TRIGGER APP.HABCDEF7 NO CASCADE BEFORE INSERT ON letters REFERENCING NEW AS "
+            "NEWROW FOR EACH ROW MODE ORVSQL WHEN (NEWROW.DOC IS NOT NULL) BEGIN ATOMIC  SET "
+            "NEWROW.QRKROOT_ID=generate_unique();  END");
+  EXPECT_EQ(
+      insertTriggerText(ctx, model, "APP", kSuffix, "QRKROOT_ID"),
+      "CREATE TRIGGER APP.JABCDEF7 AFTER INSERT ON letters REFERENCING NEW AS NEWROW FOR EACH ROW "
+      "MODE ORVSQL WHEN (NEWROW.DOC IS NOT NULL) BEGIN ATOMIC "
+      " INSERT INTO head (QRKROOT_ID,who,price,sent)  VALUES (NEWROW.QRKROOT_ID, "
+      "ORVXML.EXTRACTVarchar(NEWROW.DOC, '/a/from'), CAST(ORVXML.EXTRACTVARCHAR(NEWROW.DOC, "
+      "'/a/p[@k=''1'']') AS Decimal(7,2)), ORVXML.EXTRACTDATE(NEWROW.DOC, '/a/@d')); "
+      " INSERT INTO s.copies SELECT NEWROW.QRKROOT_ID, orvxml.seqno(), returnedinteger FROM "
+      "table(orvxml.extractintegers(NEWROW.DOC, '/a/n')) x; "
+      " INSERT INTO sums SELECT NEWROW.QRKROOT_ID, orvxml.seqno(), cast( returnedVarchar as "
+      "decimal(5,1)) FROM table(orvxml.extractvarchars(NEWROW.DOC, '//sum'))  x;  END");
+  EXPECT_EQ(
+      deleteTriggerText(model, "APP", kSuffix, "no"),
+      "CREATE TRIGGER APP.DABCDEF7 AFTER DELETE ON letters REFERENCING OLD AS OLDROW FOR EACH ROW "
+      "MODE ORVSQL BEGIN ATOMIC DELETE FROM head WHERE oldrow.no = head.no; DELETE FROM s.copies "
+      "WHERE oldrow.no = s.copies.no; DELETE FROM sums WHERE oldrow.no = sums.no;  END");
+  EXPECT_EQ(
+      updateTriggerText(ctx, model, "APP", kSuffix, "QRKROOT_ID"),
+      "CREATE TRIGGER APP.UABCDEF7 AFTER UPDATE ON letters REFERENCING NEW AS NEWROW FOR EACH ROW "
+      "MODE ORVSQL WHEN (NEWROW.DOC IS NOT NULL) BEGIN ATOMIC "
+      " UPDATE head SET who = orvxml.extractVarchar(NEWROW.DOC, '/a/from'), price = "
+      "CAST(ORVXML.EXTRACTVARCHAR(NEWROW.DOC, '/a/p[@k=''1'']') AS Decimal(7,2)), sent = "
+      "orvxml.extractDATE(NEWROW.DOC, '/a/@d') WHERE newrow.QRKROOT_ID = head.QRKROOT_ID; "
+      "DELETE FROM s.copies WHERE newrow.QRKROOT_ID = s.copies.QRKROOT_ID; "
+      " INSERT INTO s.copies SELECT NEWROW.QRKROOT_ID, orvxml.seqno(), returnedinteger FROM "
+      "table(orvxml.extractintegers(NEWROW.DOC, '/a/n')) x; "
+      "DELETE FROM sums WHERE newrow.QRKROOT_ID = sums.QRKROOT_ID; "
+      " INSERT INTO sums SELECT NEWROW.QRKROOT_ID, orvxml.seqno(), cast( returnedVarchar as "
+      "decimal(5,1)) FROM table(orvxml.extractvarchars(NEWROW.DOC, '//sum'))  x;  END");
+}
+
+TEST(TriggerTextsTest, TriggersThatValidate) {
+  const Letters letters("<dtdid>it's.dtd</dtdid>");
+  const dad& model = *letters.model;
+  const std::string byDtd = dtdCheckText(model, "/tmp/qrkX");
+  EXPECT_EQ(insertValidationText(model, "APP", kSuffix, byDtd, "No.\n"),
+            "CREATE TRIGGER APP.VABCDEF7 NO CASCADE BEFORE INSERT ON letters REFERENCING NEW AS "
+            "NEWROW FOR EACH ROW MODE ORVSQL WHEN (0 = (SELECT orvxml.validate(NEWROW.DOC, "
+            "orvxml.Content(content, '/tmp/qrkX'), 'it''s.dtd') FROM orvxml.dtd_ref WHERE "
+            "dtdid='it''s.dtd'))SIGNAL SQLSTATE '38X14' ('No.\n')");
+  EXPECT_EQ(
+      updateValidationText(model, "APP", kSuffix, byDtd, "Don't."),
+      "CREATE TRIGGER APP.WABCDEF7 NO CASCADE BEFORE UPDATE OF DOC ON letters REFERENCING NEW "
+      "AS NEWROW FOR EACH ROW MODE ORVSQL WHEN (0 = (SELECT orvxml.validate(NEWROW.DOC, "
+      "orvxml.Content(content, '/tmp/qrkX'), 'it''s.dtd') FROM orvxml.dtd_ref WHERE "
+      "dtdid='it''s.dtd')) SIGNAL SQLSTATE '38X14' ('Don''t.')");
+  const std::string bySchema = schemaCheckText(model, "a.xsd");
+  EXPECT_EQ(insertValidationText(model, "APP", kSuffix, bySchema, "No."),
+            "CREATE TRIGGER APP.VABCDEF7 NO CASCADE BEFORE INSERT ON letters REFERENCING NEW AS "
+            "NEWROW FOR EACH ROW MODE ORVSQL WHEN (0 = (VALUES orvxml.validateschema(NEWROW.DOC, "
+            "'a.xsd') ))SIGNAL SQLSTATE '38X14' ('No.')");
+  EXPECT_EQ(
+      updateValidationText(model, "APP", kSuffix, bySchema, "No."),
+      "CREATE TRIGGER APP.WABCDEF7 NO CASCADE BEFORE UPDATE OF DOC ON letters REFERENCING NEW "
+      "AS NEWROW FOR EACH ROW MODE ORVSQL WHEN (0 = (VALUES orvxml.validateschema(NEWROW.DOC, "
+      "'a.xsd') )) SIGNAL SQLSTATE '38X14' ('No.')");
+}
+
+TEST(TriggerTextsTest, DefaultView) {
+  const Letters letters;
+  EXPECT_EQ(defaultViewText(*letters.model, "v", "APP", "LETTERS", "no", {"NO", "DOC"}),
+            "CREATE VIEW v AS SELECT APP.LETTERS.NO,APP.LETTERS.DOC, head.who,head.price,head.sent,"
+            "s.copies.n,sums.sum  FROM head,s.copies,sums,APP.LETTERS WHERE "
+            "APP.LETTERS.no=head.no AND APP.LETTERS.no=s.copies.no AND APP.LETTERS.no=sums.no ");
+}
+
+// Names that would not read back as they are stand delimited; a caller's own spelling stays.
+TEST(TriggerTextsTest, NamesThatAreNoOrdinaryIdentifiers) {
+  const Letters letters("", "\"my app\".\"Letters\"", "my doc");
+  const std::string text = rootidTriggerText(*letters.model, "my app", kSuffix);
+  EXPECT_EQ(text.substr(0, 86),
+            "CREATE TRIGGER \"my app\".HABCDEF7 NO CASCADE BEFORE INSERT ON \"my app\".\"Letters\" "
+            "REFER");
+  EXPECT_NE(text.find("WHEN (NEWROW.\"my doc\" IS NOT NULL)"), text.npos);
+  EXPECT_EQ(defaultViewText(*letters.model, "v", "A#1", "Letters", "no", {"A\"B"}).substr(0, 45),
+            "CREATE VIEW v AS SELECT A#1.\"Letters\".\"A\"\"B\",");
+  for (const char* name : {"", "1A", "a", "Ü", "A B"}) EXPECT_EQ(nameText(name)[0], '"') << name;
+}
+
+TEST(TriggerTextsTest, CatalogQueries) {
+  struct Case {
+    int what, from, where;
+    const char* text;
+  };
+  const Case cases[] = {
+      {10, 3, 19, "SELECT COUNT(*) FROM syscat.triggers WHERE TRIGNAME = ?"},
+      {11, 1, 16, "SELECT colname FROM syscat.columns WHERE tabschema = ? AND tabname = ?"},
+      {12, 1, 17, "SELECT colno FROM syscat.columns WHERE tabschema = ? AND tabname = ?"},
+      {13, 2, 17, "SELECT KEYCOLUMNS FROM syscat.tables WHERE tabschema = ? AND tabname = ?"},
+      {14, 1, 18,
+       "SELECT typename, length FROM syscat.columns WHERE tabschema = ? AND tabname = ? AND "
+       "colname = ?"},
+      {15, 1, 18,
+       "SELECT typename, length,scale, keyseq FROM syscat.columns WHERE tabschema = ? AND tabname "
+       "= ? AND colname = ?"},
+      {9, 4, 20, ""},
+  };
+  for (const Case& c : cases) {
+    char text[kCatalogQuerySize];
+    qrkBuildSelectStmt(nullptr, text, c.what, c.from, c.where);
+    EXPECT_STREQ(text, c.text);
+  }
+}
+
+TEST(RandomNameTest, NamesDifferAndConsistOfLettersAndDigits) {
+  std::set<std::string> names;
+  for (int i = 0; i < 200; ++i) {
+    char name[8] = "1234567";
+    qrk_GetRandName(nullptr, name, 7);
+    EXPECT_EQ(std::string(name).find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"),
+              std::string::npos);
+    names.insert(name);
+  }
+  EXPECT_GE(names.size(), 199U);
+  EXPECT_EQ(
+      std::set<char>(scrambleTableOfCharacters.begin(), scrambleTableOfCharacters.end()).size(),
+      kNameCharacters);
+}
+
+}  // namespace
+}  // namespace orvxml
