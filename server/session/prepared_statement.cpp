@@ -186,6 +186,8 @@ void PreparedStatement::close() {
 
 void PreparedStatement::readAhead() {
   if (state_ != State::Walking) return;
+  // A function that the rows call may run statements, which must not step this one as well.
+  state_ = State::Finished;
   const size_t count = columns().size();
   try {
     while (engineStatement_->step()) {

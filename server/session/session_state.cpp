@@ -74,17 +74,27 @@ void SessionState::endUnitOfWork() {
   savepoints_.clear();
 }
 
+template <class Predicate>
+void SessionState::readAheadWhere(Predicate disturbs) {
+  using State = PreparedStatement::State;
+  std::vector<PreparedStatement*> walking;
+  std::ranges::copy_if(live_, std::back_inserter(walking), [&](const PreparedStatement* statement) {
+    return statement->state_ == State::Walking && disturbs(*statement);
+  });
+  // Functions that a result calls may run statements and end others.
+  for (PreparedStatement* statement : walking) {
+    if (std::ranges::find(live_, statement) != live_.end()) statement->readAhead();
+  }
+}
+
 void SessionState::readAheadAll() {
-  for (PreparedStatement* statement : live_) statement->readAhead();
+  readAheadWhere([](const PreparedStatement&) { return true; });
 }
 
 void SessionState::protectResults(const TableUsage& change) {
-  for (PreparedStatement* statement : live_) {
-    if (statement->state_ == PreparedStatement::State::Walking &&
-        statement->compilation_->usage.conflictsWith(change)) {
-      statement->readAhead();
-    }
-  }
+  readAheadWhere([&](const PreparedStatement& statement) {
+    return statement.compilation_->usage.conflictsWith(change);
+  });
 }
 
 void SessionState::runDirectly(const Statement& resolved) {

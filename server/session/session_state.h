@@ -97,6 +97,9 @@ class SessionState {
     InsertCounts::Mark counts;
   };
 
+  // Open results for which the predicate holds.
+  template <class Predicate>
+  void readAheadWhere(Predicate disturbs);
   void readAheadAll();
   void endUnitOfWork();
   void requireUnitOfWork();

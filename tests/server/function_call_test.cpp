@@ -420,6 +420,30 @@ TEST(FunctionStatementTest, FailuresAndWarningsAreTheStatements) {
   EXPECT_EQ(session.rows("SELECT A FROM T"), (Rows{{"kept"}, {"done"}, {"done"}}));
 }
 
+// The change reads the open results ahead, whose functions make changes of their own.
+TEST(FunctionStatementTest, FunctionsMayRunStatementsWhileResultsAreReadAhead) {
+  TestSession session;
+  declare(session, "RUN (VARCHAR(80)) RETURNS INTEGER", "runStatement");
+  session.run("CREATE TABLE T (N INTEGER)");
+  session.run("CREATE TABLE LOG (N INTEGER)");
+  session.run("INSERT INTO T VALUES (1), (2), (3)");
+  const std::string query = "SELECT RUN('INSERT INTO LOG VALUES (1)'), N FROM T";
+  PreparedStatement first(session->state(), query),
+      second(session->state(), query + " WHERE N > 1");
+  for (PreparedStatement* statement : {&first, &second}) {
+    statement->start();
+    statement->run();
+    ASSERT_TRUE(statement->fetch());
+  }
+  session.run("DELETE FROM T WHERE N = 3");
+  int rows = 2;
+  for (PreparedStatement* statement : {&first, &second}) {
+    while (statement->fetch()) ++rows;
+  }
+  EXPECT_EQ(rows, 5);
+  EXPECT_EQ(session.rows("SELECT COUNT(*) FROM LOG"), (Rows{{"5"}}));
+}
+
 TEST(FunctionStatementTest, AClosingSessionMakesTheFinalCalls) {
   TestSession session;
   declare(session, kCountUp, "countUp", "SCRATCHPAD FINAL CALL");

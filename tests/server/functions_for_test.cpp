@@ -167,6 +167,21 @@ FUNCTION(recurse, const int32_t* in, int32_t* out) {
   SQLFreeHandle(SQL_HANDLE_ENV, environment);
 }
 
+// Runs the statement that it is given, and gives its return code.
+FUNCTION(runStatement, const char* text, int32_t* out) {
+  SQLHANDLE environment = 0, connection = 0, statement = 0;
+  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment);
+  SQLAllocHandle(SQL_HANDLE_DBC, environment, &connection);
+  SQLConnect(connection, nullptr, SQL_NTS, nullptr, SQL_NTS, nullptr, SQL_NTS);
+  SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement);
+  std::string copy = text;
+  *out = SQLExecDirect(statement, reinterpret_cast<SQLCHAR*>(copy.data()), SQL_NTS);
+  *resultIsNull = *isNull;
+  SQLDisconnect(connection);
+  SQLFreeHandle(SQL_HANDLE_DBC, connection);
+  SQLFreeHandle(SQL_HANDLE_ENV, environment);
+}
+
 // Rows 1 to n: (number, its text, null for an even one). From 90 on it fails at one call, which the
 // last digit tells: 0 first, 1 open, 2 the second fetch, 3 close, 4 final.
 EXPORTED void countUp(const int32_t* n, int32_t* number, char* text, int16_t* isNull,
