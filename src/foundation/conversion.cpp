@@ -8,6 +8,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "src/foundation/converters.h"
+#include "src/foundation/problem.h"
 
 namespace orvxml {
 namespace {
@@ -73,6 +74,10 @@ std::string shownText(const char16_t* text) {
     shown.push_back(text[i] < 0x80 ? static_cast<char>(text[i]) : '?');
   }
   return shown;
+}
+
+std::string_view textOf(const char* text, int length) {
+  return {text, static_cast<size_t>(std::max(length, 0))};
 }
 
 // Where a buffer conversion reads, writes and reports.
@@ -204,32 +209,29 @@ int QRK_wcstombsFunction(QrkStruct* ctx, char* out, const char16_t* in, int outS
 
 int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
                           char* msg, char* sqlState, int* errCode) {
-  BufferConversion conversion{ctx,
-                              {in, static_cast<size_t>(std::max(inLen, 0))},
-                              out,
-                              outSize,
-                              {ctx, msg, errCode, sqlState},
-                              true};
-  if (sameCodePages(ctx)) {
-    if (isUtf16Application(ctx) && hasUtf16Mark(conversion.in)) conversion.in.remove_prefix(2);
-    return conversion.copy();
-  }
-  const QrkCodePages& pages = *ctx->codePages;
-  UErrorCode status = U_ZERO_ERROR;
-  const Converter marked = openForMark(pages, conversion.in, status);
-  if (U_FAILURE(status)) return conversion.failWith(status);
-  return conversion.convert(marked ? marked.get() : pages.appConverter, pages.dbConverter);
+  const Report report{ctx, msg, errCode, sqlState};
+  return guarded(report, [&] {
+    BufferConversion conversion{ctx, textOf(in, inLen), out, outSize, report, true};
+    if (sameCodePages(ctx)) {
+      if (isUtf16Application(ctx) && hasUtf16Mark(conversion.in)) conversion.in.remove_prefix(2);
+      return conversion.copy();
+    }
+    const QrkCodePages& pages = *ctx->codePages;
+    UErrorCode status = U_ZERO_ERROR;
+    const Converter marked = openForMark(pages, conversion.in, status);
+    if (U_FAILURE(status)) return conversion.failWith(status);
+    return conversion.convert(marked ? marked.get() : pages.appConverter, pages.dbConverter);
+  });
 }
 
 int convertBufferORVToApp(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
                           char* msg, char* sqlState) {
-  const BufferConversion conversion{ctx,
-                                    {in, static_cast<size_t>(std::max(inLen, 0))},
-                                    out,
-                                    outSize,
-                                    {ctx, msg, nullptr, sqlState}};
-  if (sameCodePages(ctx)) return conversion.copy();
-  return conversion.convert(ctx->codePages->dbConverter, ctx->codePages->appConverter);
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
+  return guarded(report, [&] {
+    const BufferConversion conversion{ctx, textOf(in, inLen), out, outSize, report};
+    if (sameCodePages(ctx)) return conversion.copy();
+    return conversion.convert(ctx->codePages->dbConverter, ctx->codePages->appConverter);
+  });
 }
 
 }  // namespace orvxml

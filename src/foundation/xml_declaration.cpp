@@ -9,6 +9,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "src/foundation/converters.h"
+#include "src/foundation/problem.h"
 
 namespace orvxml {
 namespace {
@@ -149,38 +150,39 @@ std::u16string withEncoding(std::u16string_view text, const Declaration& declara
   return result.append(text.substr(declaration.rest));
 }
 
+int rewriteDeclaration(const Report& report, std::string_view in, char* out, int outSize) {
+  const QrkCodePages& pages = *report.ctx->codePages;
+  const auto failWith = [&](UErrorCode status) {
+    failConversion(report, status);
+    return -1;
+  };
+  std::u16string text;
+  UErrorCode status = toUnicode(pages.dbConverter, in, text);
+  if (U_FAILURE(status)) return failWith(status);
+  Declaration declaration;
+  if (!DeclarationReader(report.ctx, text).read(declaration)) return failed(report, Msg::QRKD000E);
+  const char* name = announcedName(pages.appConverter, status);
+  if (!name) {
+    QRK_TRACE(report.ctx, "icu getName error %d", status);
+    return failWith(status);
+  }
+  text = withEncoding(text, declaration, name, isPlainUtf16(pages.appCodePage));
+  const int32_t length = fromUnicode(pages.appConverter, text, out, outSize, status);
+  if (U_FAILURE(status)) {
+    QRK_TRACE(report.ctx, "icu ucnv_fromUChars of rest of buffer %d", status);
+    return failWith(status);
+  }
+  return length;
+}
+
 }  // namespace
 
 int qrkConvBufferORVToAppEncoding(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
                                   char* msg, char* sqlState) {
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
-  const QrkCodePages& pages = *ctx->codePages;
-  std::u16string text;
-  UErrorCode status =
-      toUnicode(pages.dbConverter, {in, static_cast<size_t>(std::max(inLen, 0))}, text);
-  if (U_FAILURE(status)) {
-    failConversion(report, status);
-    return -1;
-  }
-  Declaration declaration;
-  if (!DeclarationReader(ctx, text).read(declaration)) {
-    fail(report, Msg::QRKD000E);
-    return -1;
-  }
-  const char* name = announcedName(pages.appConverter, status);
-  if (!name) {
-    QRK_TRACE(ctx, "icu getName error %d", status);
-    failConversion(report, status);
-    return -1;
-  }
-  text = withEncoding(text, declaration, name, isPlainUtf16(pages.appCodePage));
-  const int32_t length = fromUnicode(pages.appConverter, text, out, outSize, status);
-  if (U_FAILURE(status)) {
-    QRK_TRACE(ctx, "icu ucnv_fromUChars of rest of buffer %d", status);
-    failConversion(report, status);
-    return -1;
-  }
-  return length;
+  return guarded(report, [&] {
+    return rewriteDeclaration(report, {in, static_cast<size_t>(std::max(inLen, 0))}, out, outSize);
+  });
 }
 
 }  // namespace orvxml

@@ -38,6 +38,11 @@ TEST(CodePageTest, BuffersBetweenApplicationAndDatabase) {
        "\xFF\xFE"
        "A\0B\0"s,
        50, "AB", 0},
+      {"a mark in little-endian text", "UTF-16LE", 1208, true,
+       "\xFF\xFE"
+       "A\0"s,
+       50, "A", 0},
+      {"a mark that latin 1 cannot hold", "UTF-8", 819, true, "\uFEFFé", 50, "\xE9", 0},
       {"half a character", "UTF-16BE", 1208, true, "\0A\0"s, 50, "", -135},
       {"shift-jis", "cp943c", 1208, true, "\x83\x41", 50, "ア", 0},
   };

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstring>
 #include <vector>
@@ -44,6 +45,7 @@ TEST(FileTest, SmallFilesAreReadIntoAField) {
   folder.write("larger", std::string(kMaxVarcharFile + 1, 'x'));
   folder.write("latin", "caf\xE9 ");
   folder.write("broken", "caf\xE9 ");
+  ::mkfifo(folder.path("pipe").c_str(), 0600);
   struct Case {
     const char* name;
     const char* encoding;
@@ -59,6 +61,7 @@ TEST(FileTest, SmallFilesAreReadIntoAField) {
       {"latin", "ISO-8859-1", 6, "38X05", "QRKC005E"},
       {"broken", "US-ASCII", 100, "38X45", "QRKQ055E"},
       {"missing", "UTF-8", 100, "38X01", "QRKC001E"},
+      {"pipe", "UTF-8", 100, "38X01", "QRKC001E"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
