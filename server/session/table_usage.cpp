@@ -58,10 +58,20 @@ class UsageCollector {
   const Catalog& catalog_;
 };
 
+bool firesAfterTriggers(const Statement& statement, const Catalog& catalog) {
+  if (!changesRows(statement.kind)) return false;
+  const TriggerEvent event = statement.kind == StatementKind::Insert   ? TriggerEvent::Insert
+                             : statement.kind == StatementKind::Update ? TriggerEvent::Update
+                                                                       : TriggerEvent::Delete;
+  return std::ranges::any_of(catalog.triggersOn(*statement.table), [&](const Trigger* trigger) {
+    return trigger->time == TriggerTime::After && trigger->event == event;
+  });
+}
+
 }  // namespace
 
 bool TableUsage::conflictsWith(const TableUsage& change) const {
-  return readsView || change.writesView ||
+  return readsView || change.writesMore ||
          std::binary_search(disturbedBy.begin(), disturbedBy.end(), change.writes);
 }
 
@@ -72,7 +82,7 @@ TableUsage tableUsage(const Statement& statement, const Catalog& catalog) {
     std::sort(usage.disturbedBy.begin(), usage.disturbedBy.end());
   } else if (statement.table) {
     usage.writes = statement.table->storedName;
-    usage.writesView = statement.table->type == 'V';
+    usage.writesMore = statement.table->type == 'V' || firesAfterTriggers(statement, catalog);
   }
   return usage;
 }

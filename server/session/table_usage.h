@@ -14,9 +14,9 @@ struct TableUsage {
   // Tables whose change disturbs a walk over this statement's result: those that it reads and the
   // parents whose deletion reaches them. Sorted.
   std::vector<std::string> disturbedBy;
-  bool readsView = false;  // then any change may disturb it
-  std::string writes;      // empty for queries
-  bool writesView = false;
+  bool readsView = false;   // then any change may disturb it
+  std::string writes;       // empty for queries
+  bool writesMore = false;  // through a view or AFTER triggers: it may disturb every result
 
   bool conflictsWith(const TableUsage& change) const;
 };

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "orv/session.h"
+#include "server/session/table_usage.h"
 #include "server/sql/parser.h"
 #include "server/sql/resolver.h"
 #include "server/sql/sql_error.h"
@@ -385,6 +386,16 @@ TEST_F(TriggerResolutionTest, ChangesBringTheTriggersThatSetColumns) {
                                       insert->setters[0]->newRow->alias,
                                       insert->setters[1]->newRow->alias};
   EXPECT_EQ(aliases.size(), 3U);
+}
+
+TEST_F(TriggerResolutionTest, ChangesThatFireTriggersDisturbResultsOverEveryTable) {
+  record("CREATE TRIGGER a NO CASCADE BEFORE INSERT ON one FOR EACH ROW MODE ORVSQL VALUES 1");
+  record("CREATE TRIGGER b AFTER INSERT ON mail FOR EACH ROW MODE ORVSQL DELETE FROM one");
+  const auto usage = [&](const std::string& text) { return tableUsage(*resolved(text), catalog_); };
+  const TableUsage reading = usage("SELECT * FROM s.many");
+  EXPECT_TRUE(reading.conflictsWith(usage("INSERT INTO mail(id) VALUES 1")));
+  EXPECT_FALSE(reading.conflictsWith(usage("UPDATE mail SET id = 1")));
+  EXPECT_FALSE(reading.conflictsWith(usage("INSERT INTO one(total) VALUES 1")));
 }
 
 TEST_F(TriggerResolutionTest, RecordedTriggersKeepTheMeaningOfTheirNames) {
