@@ -224,9 +224,9 @@ TEST_F(TriggerResolutionTest, BodiesTakeEveryKindOfStep) {
       {"NO CASCADE BEFORE INSERT",
        "REFERENCING NEW AS o FOR EACH ROW MODE ORVSQL BEGIN ATOMIC SET o.id = (SELECT "
        "MAX(usage_count) FROM orvxml.dtd_ref); SIGNAL SQLSTATE '7000A'; SIGNAL SQLSTATE VALUE "
-       "'7000B' SET MESSAGE_TEXT = 'why'; SELECT id FROM mail; VALUES 1; END",
+       "'7000B' SET MESSAGE_TEXT = 'why'; SELECT id FROM mail; SELECT n FROM mail; END",
        "BEFORE INSERT new T1 | SET ID#0=(SELECT MAX(T2.USAGE_COUNT) FROM ORVXML.DTD_REF) | SIGNAL "
-       "7000A  | SIGNAL 7000B why | SELECT T3.ID FROM MAIL | VALUES (1)"},
+       "7000A  | SIGNAL 7000B why | SELECT T3.ID FROM MAIL | SELECT T4.N FROM MAIL"},
       {"AFTER DELETE", "FOR EACH ROW MODE ORVSQL BEGIN ATOMIC END", "AFTER DELETE"},
       {"AFTER UPDATE",
        "REFERENCING OLD o FOR EACH ROW MODE ORVSQL BEGIN ATOMIC (VALUES 1); INSERT INTO mail "
@@ -353,6 +353,7 @@ TEST_F(TriggerResolutionTest, ChangesBringTheTriggersThatSetColumns) {
          "BEGIN ATOMIC SIGNAL SQLSTATE '70001'; SET id = (SELECT 2 FROM one); END");
   record("CREATE TRIGGER e" + before + "UPDATE ON mail" + body + "SET id = 3");
   record("CREATE TRIGGER f" + before + "UPDATE OF n, doc ON mail" + body + "SET id = 4");
+  record("CREATE TRIGGER h AFTER INSERT ON mail" + body + "INSERT INTO mail(id) VALUES (n.id)");
   record("CREATE TRIGGER g" + before + "INSERT ON one" + body + "SET total = 5");
   struct Case {
     const char *text, *expected;
