@@ -61,7 +61,7 @@ class qrkValidateHandler : public xercesc::DefaultHandler {
   std::optional<std::u16string> systemId;  // the DTD id, then the DOCTYPE's system id
 
  private:
-  xercesc::InputSource* suppliedDtd() const;
+  std::unique_ptr<xercesc::InputSource> suppliedDtd() const;
   const char* dtd_;
   std::u16string encoding_;  // empty: none
   int mode_;

@@ -65,4 +65,14 @@ bool openDocument(const Report& report, const char* document, bool isText, Docum
   }
 }
 
+int chooseEncoding(const Report& report, bool inDbEncoding, DocumentSource& source) {
+  std::u16string name;
+  if (inDbEncoding) {
+    if (int rc = databaseEncoding(report, name)) return rc;
+  }
+  source.input = name.empty() ? inDeclaredEncoding(std::move(source.input))
+                              : inEncoding(report.ctx, std::move(source.input), name);
+  return 0;
+}
+
 }  // namespace orvxml

@@ -6,12 +6,12 @@
 
 #include <xercesc/sax/InputSource.hpp>
 
-#include "orvxml/context.h"
+#include "src/dad/source_encoding.h"
 
 namespace orvxml {
 
 struct DocumentSource {
-  std::unique_ptr<xercesc::InputSource> input;
+  InputPtr input;
   uint64_t bytes = 0;
 };
 
@@ -19,5 +19,9 @@ struct DocumentSource {
 // must live as long as the source. False with QRKC001E ("38X01") when there is no such file,
 // QRKG004E for null, QRKG002E out of memory.
 bool openDocument(const Report& report, const char* document, bool isText, DocumentSource& source);
+
+// Has the document read in the encoding of the database code page, if there are code pages and
+// `inDbEncoding` wants it, else in the one that it declares. 0 or the code of databaseEncoding.
+int chooseEncoding(const Report& report, bool inDbEncoding, DocumentSource& source);
 
 }  // namespace orvxml

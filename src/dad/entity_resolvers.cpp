@@ -8,6 +8,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
+#include "src/dad/source_encoding.h"
 
 namespace orvxml {
 
@@ -31,9 +32,9 @@ std::string converted(QrkStruct* ctx, const std::optional<std::u16string>& text)
   return out;
 }
 
-xercesc::InputSource* memorySource(const char* text, const char16_t* systemId) {
-  auto* source = new xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(text),
-                                                std::strlen(text), systemId);
+InputPtr memorySource(const char* text, const char16_t* systemId) {
+  auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text),
+                                                             std::strlen(text), systemId);
   source->setCopyBufToStream(false);
   return source;
 }
@@ -56,7 +57,7 @@ xercesc::InputSource* qrkNonValidateHandler::resolveEntity(const XMLCh* /*public
     return nullptr;
   }
   QRK_TRACE(ctx, "dtdId and systemId match.");
-  return memorySource("", u"IdForEmptyBuffer");
+  return memorySource("", u"IdForEmptyBuffer").release();
 }
 
 void qrkNonValidateHandler::error(const xercesc::SAXParseException& problem) {
@@ -78,16 +79,18 @@ qrkValidateHandler::qrkValidateHandler(QrkStruct* context, const char* dtd, cons
 xercesc::InputSource* qrkValidateHandler::resolveEntity(const XMLCh* /*publicId*/,
                                                         const XMLCh* /*requested*/) {
   QRK_TRACE(ctx, "systemId='%s'", converted(ctx, systemId).c_str());
-  xercesc::InputSource* source = dtd_ ? suppliedDtd() : nullptr;
-  if (source && !encoding_.empty()) source->setEncoding(encoding_.c_str());
-  return source;
+  InputPtr source = dtd_ ? suppliedDtd() : nullptr;
+  if (!source) return nullptr;
+  source = encoding_.empty() ? inDeclaredEncoding(std::move(source))
+                             : inEncoding(ctx, std::move(source), encoding_);
+  return source.release();
 }
 
-xercesc::InputSource* qrkValidateHandler::suppliedDtd() const {
+std::unique_ptr<xercesc::InputSource> qrkValidateHandler::suppliedDtd() const {
   if (mode_ == kDtdIsText) return memorySource(dtd_, u"IdForDtdDocBuffer");
   std::u16string name;
   if (!toUtf16(ctx, dtd_, name)) return nullptr;
-  return new xercesc::LocalFileInputSource(name.c_str());
+  return std::make_unique<xercesc::LocalFileInputSource>(name.c_str());
 }
 
 void qrkValidateHandler::error(const xercesc::SAXParseException& problem) {
@@ -107,7 +110,7 @@ qrkSchemaHandler::qrkSchemaHandler(QrkStruct* context, const XMLCh* encoding,
 xercesc::InputSource* qrkSchemaHandler::resolveEntity(const XMLCh* /*publicId*/,
                                                       const XMLCh* requested) {
   if (!requested || schemaLocation_.empty() || schemaLocation_ != requested) return nullptr;
-  return new xercesc::LocalFileInputSource(requested);
+  return inDeclaredEncoding(std::make_unique<xercesc::LocalFileInputSource>(requested)).release();
 }
 
 void qrkSchemaHandler::error(const xercesc::SAXParseException& problem) {

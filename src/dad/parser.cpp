@@ -20,7 +20,6 @@ namespace {
 
 constexpr const char* kModule = "qrkSgDoc";
 constexpr const char* kSuccessState = "00000";
-constexpr int kEncodingSize = 1025;
 constexpr int kTracedCharacters = 299;
 constexpr int kParseLine = 1649;
 
@@ -28,18 +27,6 @@ int parserCrash(const Report& report, int line) {
   failInternal(report, kModule, line);
   setSqlState(report, kParserState);
   return -1;
-}
-
-int overrideEncoding(const Report& report, DocumentSource& source) {
-  char16_t name[kEncodingSize];
-  const int32_t codePage = report.ctx->codePages->dbCodePage;
-  if (int rc =
-          QRK_getEncoding(report.ctx, codePage, name, kEncodingSize, report.sqlState, report.msg)) {
-    return rc;
-  }
-  QRK_TRACE(report.ctx, "overriding encoding");
-  source.input->setEncoding(name);
-  return 0;
 }
 
 // What a parse needs; built before it, because a failure to build is another one than to parse.
@@ -108,9 +95,8 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
   std::optional<Parse> state;
   try {
     state.emplace(ctx);
-    if (useDbEncoding && ctx && ctx->codePages) {
-      if (int rc = overrideEncoding(report, source)) return rc;
-    }
+    if (int rc = chooseEncoding(report, useDbEncoding != 0, source)) return rc;
+    if (useDbEncoding && ctx && ctx->codePages) QRK_TRACE(ctx, "overriding encoding");
   } catch (const std::exception&) {
     return failed(report, Msg::QRKG002E);
   } catch (const xercesc::OutOfMemoryException&) {

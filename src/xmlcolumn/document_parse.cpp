@@ -10,25 +10,12 @@ namespace {
 
 using xercesc::XMLUni;
 
-constexpr int kEncodingSize = 1025;  // UTF-16 units
-
 bool outOfMemory(const Report& report) {
   fail(report, Msg::QRKG002E);
   return false;
 }
 
 }  // namespace
-
-bool databaseEncoding(const Report& report, std::u16string& name) {
-  if (!report.ctx || !report.ctx->codePages) return true;
-  char16_t buffer[kEncodingSize] = u"";
-  if (QRK_getEncoding(report.ctx, report.ctx->codePages->dbCodePage, buffer, kEncodingSize,
-                      report.sqlState, report.msg)) {
-    return false;
-  }
-  name = buffer;
-  return true;
-}
 
 bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
                    const xercesc::InputSource& source) {
@@ -49,7 +36,7 @@ bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
   }
 }
 
-bool readDocument(const Report& report, const DocumentSource& source, bool inDbEncoding,
+bool readDocument(const Report& report, DocumentSource& source, bool inDbEncoding,
                   xercesc::DefaultHandler& handler, xercesc::XMLDocumentHandler* declarations) {
   qrkNonValidateHandler outside(report.ctx);
   qrkSAX2XMLReaderImpl parser(report.ctx);
@@ -63,9 +50,7 @@ bool readDocument(const Report& report, const DocumentSource& source, bool inDbE
   parser.setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
   parser.setFeature(XMLUni::fgSAX2CoreValidation, false);
   parser.setFeature(XMLUni::fgXercesSchema, false);
-  std::u16string encoding;
-  if (inDbEncoding && !databaseEncoding(report, encoding)) return false;
-  if (!encoding.empty()) source.input->setEncoding(encoding.c_str());
+  if (chooseEncoding(report, inDbEncoding, source) != 0) return false;
   parser.setDocumentSize(source.bytes);
   return parseDocument(report, parser, *source.input);
 }

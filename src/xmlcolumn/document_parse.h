@@ -23,9 +23,6 @@ inline const char* textOrNull(const char* text) {
   return text ? text : "(NULL)";
 }
 
-// The name of the encoding of the database code page; empty in a context without code pages.
-bool databaseEncoding(const Report& report, std::u16string& name);
-
 // Parses the document. False when the parse ended early: QRKQ047E with the place as far as it is
 // known, SQLSTATE "38X13" (out of memory: QRKG002E, "38X10"). An exception that is not the
 // parser's leaves the message alone. report.sqlState is "00000" after a parse that completed.
@@ -35,7 +32,7 @@ bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
 // Reads the document for `handler`, without validation and with names as written. Nothing that the
 // document names is opened. With `inDbEncoding` the document is read in the encoding of the
 // database code page. `declarations`, or null, hears of the XML declaration.
-bool readDocument(const Report& report, const DocumentSource& source, bool inDbEncoding,
+bool readDocument(const Report& report, DocumentSource& source, bool inDbEncoding,
                   xercesc::DefaultHandler& handler, xercesc::XMLDocumentHandler* declarations);
 
 // Runs the work of one call, which tells whether it succeeded. False, and reported, for whatever

@@ -26,11 +26,11 @@ constexpr int kTracedCharacters = 300;
 
 // The parse itself, with its handlers installed but for the entity resolver.
 bool validate(const Report& report, qrkSAX2XMLReaderImpl& parser, xercesc::DefaultHandler& handler,
-              DocumentSource& source, const std::u16string& encoding) {
+              DocumentSource& source, bool inDbEncoding) {
   parser.setContentHandler(&handler);
   parser.setErrorHandler(&handler);
   parser.setDocumentSize(source.bytes);
-  if (!encoding.empty()) source.input->setEncoding(encoding.c_str());
+  if (chooseEncoding(report, inDbEncoding, source) != 0) return false;
   return parseDocument(report, parser, *source.input);
 }
 
@@ -69,13 +69,13 @@ bool validateByDtd(const Report& report, const char* document, bool isText, bool
     return false;
   }
   std::u16string encoding;
-  if (!databaseEncoding(report, encoding)) return false;
+  if (databaseEncoding(report, encoding) != 0) return false;
   const char16_t* const dtdEncoding = dtd.inDbEncoding ? encoding.c_str() : nullptr;
   qrkValidateHandler supplied(report.ctx, dtd.text, id.c_str(), dtdEncoding, dtd.isText);
   InternalSubsetHandler internal(report.ctx, nullptr, id.c_str(), nullptr, dtd.isText);
   qrkValidateHandler& handler = dtd.text ? supplied : internal;
   parser.setEntityResolver(&handler);
-  return validate(report, parser, handler, source, inDbEncoding ? encoding : u"");
+  return validate(report, parser, handler, source, inDbEncoding);
 }
 
 // Opens the schema, and what it includes or imports from its own folder and the folders below; the
@@ -114,7 +114,9 @@ class SchemaFiles : public xercesc::XMLEntityResolver {
     if (failure || folder_.empty() || folderEnd != folder_.end() || below == file.end()) {
       return nullptr;
     }
-    return new xercesc::LocalFileInputSource(file.u16string().c_str());
+    const std::u16string name = file.u16string();
+    return inDeclaredEncoding(std::make_unique<xercesc::LocalFileInputSource>(name.c_str()))
+        .release();
   }
 
   qrkSchemaHandler& schema_;
@@ -147,14 +149,14 @@ bool validateBySchema(const Report& report, const char* document, bool isText, b
   parser.setFeature(XMLUni::fgXercesDynamic, true);
   parser.setProperty(XMLUni::fgXercesSchemaExternalNoNameSpaceSchemaLocation, location);
   std::u16string encoding;
-  if (!databaseEncoding(report, encoding)) return false;
+  if (databaseEncoding(report, encoding) != 0) return false;
   qrkSchemaHandler schema(report.ctx, encoding.c_str(), location);
   qrkNonValidateHandler outside(report.ctx);
   SchemaFiles files(schema, outside, Path(location));
   // The first one learns of the DOCTYPE, the second one answers.
   parser.setEntityResolver(&outside);
   parser.setXMLEntityResolver(&files);
-  return validate(report, parser, schema, source, inDbEncoding ? encoding : u"");
+  return validate(report, parser, schema, source, inDbEncoding);
 }
 
 }  // namespace
