@@ -102,6 +102,12 @@ void addPrimaryKey(StatementText& sql, StatementText& index, const tab& table) {
   index.closeList(')');
 }
 
+// Whether a value of the document goes into the column, which is then declared with its type.
+bool isMapped(const tab& table, const char* column) {
+  return std::any_of(table.col2xml, table.col2xml + table.num_col,
+                     [&](const col2xml_entry& entry) { return !std::strcmp(entry.col, column); });
+}
+
 // The foreign keys of a table that has some; QRKG001E when nothing supplies one of them.
 int addForeignKeys(const Report& report, StatementText& sql, const tab& table) {
   const join_partner* const parent = hasAllParents(table) ? referencedTable(table) : nullptr;
@@ -115,8 +121,10 @@ int addForeignKeys(const Report& report, StatementText& sql, const tab& table) {
   }
   const std::span<const foreign_key> keys(table.fk, static_cast<size_t>(table.num_fk));
   for (const foreign_key& key : keys) {
-    if (isPriKey(report.ctx, key.column->col, &table.pri_key)) continue;
-    sql.name(key.column->col).text(" ").text(key.parent->dataType).text(", ");
+    const bool inPrimaryKey = isPriKey(report.ctx, key.column->col, &table.pri_key);
+    if (inPrimaryKey && isMapped(table, key.column->col)) continue;
+    sql.name(key.column->col).text(" ").text(key.parent->dataType);
+    sql.text(inPrimaryKey ? " NOT NULL, " : ", ");
   }
   sql.text("FOREIGN KEY (");
   for (const foreign_key& key : keys) sql.name(key.column->col).text(",");
