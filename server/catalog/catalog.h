@@ -131,6 +131,16 @@ struct Trigger {
   // What its unqualified names mean: the session's settings when it was made.
   std::string defaultSchema;
   std::vector<std::string> functionPath;
+  std::string storedName;  // its name in the engine, where it has something to do there
+};
+
+// How a view was made; its columns stand in the Table of its name.
+struct View {
+  std::string schema;
+  std::string name;
+  std::string text;  // the whole CREATE VIEW statement
+  std::string defaultSchema;
+  std::vector<std::string> functionPath;
 };
 
 struct PackageSection {

@@ -26,6 +26,7 @@ class CatalogData {
   std::vector<std::unique_ptr<Procedure>> procedures;
   std::vector<std::unique_ptr<Function>> functions;
   std::vector<std::unique_ptr<Trigger>> triggers;  // in the order of their creation
+  std::vector<std::unique_ptr<View>> views;        // those of other programs excepted
   std::vector<Package> packages;
 
   // Prepares the lookups; call once after filling the lists. Of two tables with one name the first

@@ -148,11 +148,29 @@ std::vector<ViewRow> schemaRows(const CatalogData& data) {
   return rows;
 }
 
-constexpr ViewColumn kTriggers[] = {text("TRIGSCHEMA"), text("TRIGNAME"),    text("TABSCHEMA"),
-                                    text("TABNAME"),    text("TRIGTIME", 1), text("TRIGEVENT", 1)};
+constexpr ViewColumn kDefinitionText = {"TEXT", TypeKind::Clob, 2097152, false};
 
-std::vector<ViewRow> triggerRows(const CatalogData&) {
-  return {};
+constexpr ViewColumn kTriggers[] = {
+    text("TRIGSCHEMA"),  text("TRIGNAME"),     text("TABSCHEMA"),      text("TABNAME"),
+    text("TRIGTIME", 1), text("TRIGEVENT", 1), text("GRANULARITY", 1), kDefinitionText};
+
+std::vector<ViewRow> triggerRows(const CatalogData& data) {
+  static constexpr const char* kEvents[] = {"I", "U", "D"};
+  std::vector<ViewRow> rows;
+  for (const auto& t : data.triggers) {
+    rows.push_back({t->schema, t->name, t->tableSchema, t->tableName,
+                    std::string(t->time == TriggerTime::Before ? "B" : "A"),
+                    std::string(kEvents[static_cast<int>(t->event)]), std::string("R"), t->text});
+  }
+  return rows;
+}
+
+constexpr ViewColumn kViewTexts[] = {text("VIEWSCHEMA"), text("VIEWNAME"), kDefinitionText};
+
+std::vector<ViewRow> viewRows(const CatalogData& data) {
+  std::vector<ViewRow> rows;
+  for (const auto& v : data.views) rows.push_back({v->schema, v->name, v->text});
+  return rows;
 }
 
 constexpr ViewColumn kProcedures[] = {text("PROCSCHEMA"),          text("PROCNAME"),
@@ -325,6 +343,7 @@ constexpr SystemView kViews[] = {
     {"TABLESPACES", kTablespaces, tablespaceRows},
     {"SCHEMATA", kSchemata, schemaRows},
     {"TRIGGERS", kTriggers, triggerRows},
+    {"VIEWS", kViewTexts, viewRows},
     {"PROCEDURES", kProcedures, procedureRows},
     {"PROCPARMS", kProcparms, parameterRows},
     {"FUNCTIONS", kFunctions, functionRows},

@@ -28,22 +28,6 @@ struct ColumnRecord {
   std::string storedDefault;
 };
 
-// "A","B""C" as it is written by nameList().
-std::vector<std::string> readNameList(std::string_view list) {
-  std::vector<std::string> names;
-  for (size_t i = 0; i < list.size(); ++i) {
-    if (list[i] != '"') continue;
-    std::string name;
-    for (++i; i < list.size(); ++i) {
-      if (list[i] == '"' && (i + 1 == list.size() || list[i + 1] != '"')) break;
-      if (list[i] == '"') ++i;
-      name.push_back(list[i]);
-    }
-    names.push_back(std::move(name));
-  }
-  return names;
-}
-
 class Loader {
  public:
   explicit Loader(sqlite3* database)
@@ -58,6 +42,8 @@ class Loader {
       loadTypes();
       loadProcedures(database_, *data_);
       if (hasTable("SYSNTQ.FUNCTIONS")) loadFunctions(database_, *data_);
+      if (hasTable("SYSNTQ.TRIGGERS")) loadTriggers(database_, *data_);
+      if (hasTable("SYSNTQ.VIEWS")) loadViews(database_, *data_);
       loadTableRecords();
     }
     data_->schemas.insert(data_->defaultSchema);
@@ -264,7 +250,7 @@ class Loader {
     }
   }
 
-  // Databases from before there were aliases or functions have no tables of them.
+  // Databases from before there were aliases, functions, triggers or views have no tables of them.
   bool hasTable(std::string_view name) const {
     Command exists(database_, "SELECT 1 FROM sqlite_schema WHERE name=?");
     return exists.bind(name).step();

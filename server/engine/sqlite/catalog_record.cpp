@@ -43,6 +43,14 @@ constexpr std::string_view kCatalogTables[] = {
        SPECIFIC TEXT NOT NULL, ROLE TEXT NOT NULL, POSITION INTEGER NOT NULL, NAME TEXT NOT NULL,
        TYPE TEXT NOT NULL, TYPESCHEMA TEXT NOT NULL, TYPENAME TEXT NOT NULL,
        LOCATOR INTEGER NOT NULL, PRIMARY KEY(SCHEMA, SPECIFIC, ROLE, POSITION)))",
+    R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.TRIGGERS"(SCHEMA TEXT NOT NULL, NAME TEXT NOT NULL,
+       STORED TEXT NOT NULL, TABLESCHEMA TEXT NOT NULL, TABLENAME TEXT NOT NULL,
+       TIME INTEGER NOT NULL, EVENT INTEGER NOT NULL, COLUMNS TEXT NOT NULL, TEXT TEXT NOT NULL,
+       DEFAULTSCHEMA TEXT NOT NULL, FUNCTIONPATH TEXT NOT NULL, POSITION INTEGER PRIMARY KEY,
+       UNIQUE(SCHEMA, NAME)))",
+    R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.VIEWS"(SCHEMA TEXT NOT NULL, NAME TEXT NOT NULL,
+       TEXT TEXT NOT NULL, DEFAULTSCHEMA TEXT NOT NULL, FUNCTIONPATH TEXT NOT NULL,
+       PRIMARY KEY(SCHEMA, NAME)))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.PACKAGES"(QUALIFIER TEXT NOT NULL, NAME TEXT NOT NULL,
        TOKEN TEXT NOT NULL, PRIMARY KEY(QUALIFIER, NAME)))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.SECTIONS"(QUALIFIER TEXT NOT NULL, PACKAGE TEXT NOT NULL,
@@ -79,15 +87,6 @@ void insertFunctionTypes(sqlite3* database, const Function& function, FunctionTy
   for (const SqlType& type : types) {
     insertFunctionType(database, function, role, position++, "", type);
   }
-}
-
-// Names in one text: delimited, with commas between.
-template <typename Names>
-std::string nameList(const Names& names) {
-  SqlText list;
-  Comma comma;
-  for (const std::string& name : names) list << comma << Name{name};
-  return list.take();
 }
 
 std::string columnList(const Table& table, const std::vector<int>& columns) {
@@ -198,6 +197,7 @@ void eraseTable(sqlite3* database, const Table& table) {
                                R"(DELETE FROM "SYSNTQ.INDEXES" WHERE STOREDTABLE=?)"}) {
     Command(database, sql).bind(table.storedName).run();
   }
+  eraseTriggersOf(database, table);
 }
 
 void eraseForeignKey(sqlite3* database, const Table& table, const ForeignKey& key) {

@@ -5,7 +5,9 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "server/catalog/catalog_data.h"
 #include "server/engine/engine.h"
@@ -23,6 +25,10 @@ enum class FunctionTypeRole : char {
   SourceParameter = 'S',
 };
 
+// Names in one text, delimited, with commas between: "A","B""C".
+std::string nameList(const std::vector<std::string>& names);
+std::vector<std::string> readNameList(std::string_view list);
+
 // Makes our tables where they are missing.
 void createCatalogTables(sqlite3* database, int codePage, std::string_view defaultSchema);
 bool hasCatalogTables(sqlite3* database);
@@ -38,6 +44,8 @@ std::shared_ptr<CatalogData> loadCatalog(sqlite3* database, const TemporaryTable
 // Parts of it; their tables are there.
 void loadProcedures(sqlite3* database, CatalogData& data);
 void loadFunctions(sqlite3* database, CatalogData& data);
+void loadTriggers(sqlite3* database, CatalogData& data);
+void loadViews(sqlite3* database, CatalogData& data);
 
 // ---- Writing. Each adds or removes the rows of one object.
 void recordSchema(sqlite3* database, std::string_view schema);
@@ -59,6 +67,11 @@ void recordProcedure(sqlite3* database, const Procedure& procedure);
 void eraseProcedure(sqlite3* database, const Procedure& procedure);
 void recordFunction(sqlite3* database, const Function& function);
 void eraseFunction(sqlite3* database, const Function& function);
+void recordTrigger(sqlite3* database, const Trigger& trigger);
+void eraseTrigger(sqlite3* database, const Trigger& trigger);
+void eraseTriggersOf(sqlite3* database, const Table& table);
+void recordView(sqlite3* database, const View& view);
+void eraseView(sqlite3* database, const Table& view);
 void recordPackage(sqlite3* database, const Package& package,
                    const std::vector<PackageSection>& sections);
 

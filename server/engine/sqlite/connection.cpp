@@ -65,6 +65,7 @@ SqlError resourceFailure(int rc, const std::string& text) {
       break;
   }
   // SQLite's limits on one statement.
+  if (text.starts_with("too many levels of trigger recursion")) return SqlError(-724, {"TRIGGER"});
   if (text.find("maximum depth") != std::string::npos || text.starts_with("too many") ||
       text.starts_with("parser stack overflow")) {
     return SqlError(-101);
@@ -264,6 +265,7 @@ DatabaseHandle openDatabase(const std::string& path, bool create) {
   setUp(database);
   requireDatabase(database, path);
   execute(database, "PRAGMA cache_size=" + std::to_string(-kCacheKilobytes));
+  execute(database, "PRAGMA recursive_triggers=ON");
   if (create && !isMemory(path)) execute(database, "PRAGMA journal_mode=WAL");
   return handle;
 }

@@ -52,6 +52,27 @@ std::string ConstraintNames::tableName() const {
 }
 
 SqlError ConstraintNames::failure(int extendedCode, std::string_view text) const {
+  ConstraintNames about = *this;
+  about.table_ = tableNamedBy(extendedCode, afterColon(text));
+  return about.failureOfTable(extendedCode, text);
+}
+
+// The statement's own table, unless the text names another one, which a trigger changes.
+const Table* ConstraintNames::tableNamedBy(int extendedCode, std::string_view text) const {
+  const bool check = extendedCode == SQLITE_CONSTRAINT_CHECK;
+  const auto isNamed = [&](const Table& table) {
+    return check
+               ? std::ranges::find(table.checks, text, &CheckConstraint::name) != table.checks.end()
+               : !columnsOf(table, text).empty();
+  };
+  if (extendedCode == SQLITE_CONSTRAINT_FOREIGNKEY || (table_ && isNamed(*table_))) return table_;
+  for (const auto& table : catalog_->tables) {
+    if (isNamed(*table)) return table.get();
+  }
+  return table_;
+}
+
+SqlError ConstraintNames::failureOfTable(int extendedCode, std::string_view text) const {
   switch (extendedCode) {
     case SQLITE_CONSTRAINT_UNIQUE:
     case SQLITE_CONSTRAINT_PRIMARYKEY:

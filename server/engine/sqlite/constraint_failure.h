@@ -20,6 +20,8 @@ class ConstraintNames {
   SqlError nullKeyFailure() const;
 
  private:
+  const Table* tableNamedBy(int extendedCode, std::string_view text) const;
+  SqlError failureOfTable(int extendedCode, std::string_view text) const;
   SqlError uniqueFailure(std::string_view columns) const;
   SqlError foreignKeyFailure() const;
   std::string tableName() const;

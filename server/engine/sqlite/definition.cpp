@@ -6,6 +6,8 @@
 #include "server/engine/sqlite/routine_calls.h"
 #include "server/engine/sqlite/sql_text.h"
 #include "server/engine/sqlite/table_definition.h"
+#include "server/engine/sqlite/trigger_definition.h"
+#include "server/engine/sqlite/view_definition.h"
 
 namespace orv::sqlite {
 namespace {
@@ -121,6 +123,7 @@ void dropSchema(sqlite3* database, const CatalogData& catalog, const Statement& 
   requireNoneIn(catalog.procedures, schema);
   requireNoneIn(catalog.functions, schema);
   requireNoneIn(catalog.indexes, schema);
+  requireNoneIn(catalog.triggers, schema);
   Command(database, R"(DELETE FROM "SYSNTQ.SCHEMAS" WHERE NAME=?)").bind(schema).run();
 }
 
@@ -243,7 +246,8 @@ void createStoredIndex(sqlite3* database, const Index& index, const Table& table
 }
 
 void applyDefinition(sqlite3* database, const CatalogData& catalog,
-                     const std::string& currentSchema, const Statement& statement) {
+                     const std::string& currentSchema, const std::vector<std::string>& functionPath,
+                     const Statement& statement) {
   TableDefinition table(database, catalog, currentSchema, statement);
   switch (statement.kind) {
     case StatementKind::CreateTable:
@@ -260,6 +264,14 @@ void applyDefinition(sqlite3* database, const CatalogData& catalog,
       return createAlias(database, statement);
     case StatementKind::DropAlias:
       return eraseAlias(database, *statement.table);
+    case StatementKind::CreateView:
+      return createView(database, catalog, currentSchema, functionPath, statement);
+    case StatementKind::DropView:
+      return dropView(database, *statement.table);
+    case StatementKind::CreateTrigger:
+      return createTrigger(database, catalog, currentSchema, functionPath, statement);
+    case StatementKind::DropTrigger:
+      return dropTrigger(database, *statement.droppedTrigger);
     case StatementKind::CreateDistinctType:
       return createType(database, statement);
     case StatementKind::DropDistinctType:

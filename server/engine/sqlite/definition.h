@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "server/catalog/catalog_data.h"
 #include "server/engine/sqlite/connection.h"
@@ -12,7 +13,8 @@ namespace orv::sqlite {
 // Applies one resolved definition inside the caller's transaction. `catalog` is the content that it
 // was resolved with. When it throws, the caller undoes what was done.
 void applyDefinition(sqlite3* database, const CatalogData& catalog,
-                     const std::string& currentSchema, const Statement& statement);
+                     const std::string& currentSchema, const std::vector<std::string>& functionPath,
+                     const Statement& statement);
 
 // The index that CREATE INDEX describes, without the engine's name for it, and its making there.
 Index indexOf(const Statement& statement);

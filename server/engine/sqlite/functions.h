@@ -68,6 +68,7 @@ void registerArithmetic(sqlite3* database, Environment& environment);
 void registerAggregates(sqlite3* database, Environment& environment);
 void registerStrings(sqlite3* database, Environment& environment);
 void registerNumbers(sqlite3* database, Environment& environment);  // and dates
+void registerTriggerFunctions(sqlite3* database, Environment& environment);
 void registerCollation(sqlite3* database);
 
 }  // namespace orv::sqlite

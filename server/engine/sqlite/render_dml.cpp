@@ -8,13 +8,10 @@
 #include "server/sql/tree_walk.h"
 
 namespace orv::sqlite {
-namespace {
-
 bool isBareValues(const Query& q) {
   return q.kind == QueryKind::Values && q.orderBy.empty() && !q.fetchFirst;
 }
 
-// A value that may be written in every place where its column is named.
 bool isSmall(const Expr& value) {
   switch (value.kind) {
     case ExprKind::Marker:
@@ -29,7 +26,6 @@ bool isSmall(const Expr& value) {
   }
 }
 
-// SELECT over one row of TABLE(VALUES(...)), with or without WHERE; the row's source, else null.
 const TableRef* singleRowSource(const Query& q) {
   bool simple = q.kind == QueryKind::Select && !q.distinct && q.from.size() == 1 &&
                 q.groupBy.empty() && !q.having && q.orderBy.empty() && !q.fetchFirst;
@@ -48,12 +44,31 @@ const TableRef* singleRowSource(const Query& q) {
   return &table;
 }
 
-// SQLite keeps a single INTEGER key in place of its row number.
+std::string defaultText(const Column& column) {
+  return column.storedDefault.empty() ? "NULL" : "(" + column.storedDefault + ")";
+}
+
 bool isRowNumber(const Table& table, const Column& column) {
   return !table.foreign && column.type.kind == TypeKind::Integer && table.primaryKey &&
          table.primaryKey->columns.size() == 1 &&
          &table.columns[static_cast<size_t>(table.primaryKey->columns.front())] == &column;
 }
+
+std::string_view rowNumberName(const Table& table) {
+  for (std::string_view name : {"rowid", "_rowid_", "oid"}) {
+    bool hidden = std::any_of(table.columns.begin(), table.columns.end(), [&](const Column& c) {
+      return foldAscii(c.storedName) == foldAscii(name);
+    });
+    if (!hidden) return name;
+  }
+  return "rowid";
+}
+
+std::string qualifiedColumn(const Table& table, const Column& column) {
+  return table.schema + "." + table.name + "." + column.name;
+}
+
+namespace {
 
 // The row number column when an INSERT leaves it out: SQLite would number the row by itself.
 const Column* omittedRowNumber(const Statement& s) {
@@ -69,33 +84,35 @@ const Column* omittedRowNumber(const Statement& s) {
 // rows that it has changed already.
 bool readsTarget(const Statement& s) {
   bool found = false;
-  for (const Assignment& assignment : s.assignments) {
-    walk(*assignment.value, [&](const Expr& e) {
+  const auto look = [&](const Expr& value) {
+    walk(value, [&](const Expr& e) {
       found = found || (e.kind == ExprKind::Column && e.source != s.target.get() &&
-                        e.source->table == s.table);
+                        e.source->kind != RefKind::Transition && e.source->table == s.table);
       return Walk::Enter;
     });
+  };
+  for (const Assignment& assignment : s.assignments) look(*assignment.value);
+  for (const auto& trigger : s.setters) {
+    if (trigger->when) look(*trigger->when);
+    for (const TriggerStep& step : trigger->steps) {
+      for (const Assignment& assignment : step.assignments) look(*assignment.value);
+    }
   }
   return found;
-}
-
-// A name of the row's number that no column hides.
-std::string_view rowNumberName(const Table& table) {
-  for (std::string_view name : {"rowid", "_rowid_", "oid"}) {
-    bool hidden = std::any_of(table.columns.begin(), table.columns.end(), [&](const Column& c) {
-      return foldAscii(c.storedName) == foldAscii(name);
-    });
-    if (!hidden) return name;
-  }
-  return "rowid";
 }
 
 const Column& insertColumn(const Statement& s, size_t position) {
   return s.table->columns[static_cast<size_t>(s.insertColumnIndexes[position])];
 }
 
-std::string qualifiedColumn(const Table& table, const Column& column) {
-  return table.schema + "." + table.name + "." + column.name;
+// The marker itself where it is only cast to the type that it has.
+const Expr& withoutIdleCasts(const Expr& e) {
+  const Expr* value = &e;
+  while (value->kind == ExprKind::Cast && value->args[0]->kind == ExprKind::Marker &&
+         sameType(value->type, value->args[0]->type)) {
+    value = value->args[0].get();
+  }
+  return *value;
 }
 
 }  // namespace
@@ -117,6 +134,7 @@ void Renderer::statement(const Statement& s) {
 }
 
 void Renderer::insert(const Statement& s) {
+  if (!s.setters.empty()) return insertSetting(s);
   out_ << "INSERT INTO " << Name{s.table->storedName} << "(";
   Comma comma;
   for (size_t i = 0; i < s.insertColumnIndexes.size(); ++i) {
@@ -137,7 +155,8 @@ void Renderer::insert(const Statement& s) {
     }
     return;
   }
-  inlined_ = singleRowSource(q);
+  // In a trigger nothing runs before the statement.
+  inlined_ = q.where && inTrigger_ ? nullptr : singleRowSource(q);
   if (inlined_) {
     if (q.where) condition(*q.where);
     out_ << " VALUES (";
@@ -149,6 +168,7 @@ void Renderer::insert(const Statement& s) {
     }
     omittedKey(s, valueComma);
     out_ << ")";
+    inlined_ = nullptr;
     return;
   }
   insertSelect(s);
@@ -175,7 +195,7 @@ void Renderer::insertRow(const Statement& s, const std::vector<ExprPtr>& row) {
 }
 
 void Renderer::omittedKey(const Statement& s, Comma& comma) {
-  const Column* key = omittedRowNumber(s);
+  const Column* key = keysUnguarded_ ? nullptr : omittedRowNumber(s);
   if (key) out_ << comma << "(" << Verbatim{key->storedDefault} << ")";
 }
 
@@ -219,6 +239,10 @@ void Renderer::insertThrough(const Statement& s) {
 }
 
 void Renderer::update(const Statement& s) {
+  if (!s.setters.empty()) {
+    if (readsTarget(s) || !updateSetting(s)) updateRowsSetting(s);
+    return;
+  }
   out_ << "UPDATE " << Name{s.table->storedName} << " SET ";
   bool ahead = readsTarget(s);
   Comma comma;
@@ -268,28 +292,23 @@ void Renderer::remove(const Statement& s) {
 
 // `always`: the value is stored whenever the statement runs.
 void Renderer::assigned(const Expr& e, const Table& table, const Column& column, bool always) {
-  if (e.kind == ExprKind::Default) {
-    if (column.storedDefault.empty()) {
-      out_ << "NULL";
-    } else {
-      out_ << "(" << Verbatim{column.storedDefault} << ")";
-    }
-    return;
-  }
-  const Expr* value = &e;
-  while (value->kind == ExprKind::Cast && value->args[0]->kind == ExprKind::Marker &&
-         sameType(value->type, value->args[0]->type)) {
-    value = value->args[0].get();
-  }
-  bool guarded =
-      isRowNumber(table, column) && (value->kind == ExprKind::Null || value->type.nullable);
-  if (guarded && value->kind == ExprKind::Marker && always) {
-    requiredMarkers_.push_back(value->markerIndex);
+  const Expr& value = withoutIdleCasts(e);
+  bool guarded = !keysUnguarded_ && e.kind != ExprKind::Default && isRowNumber(table, column) &&
+                 (value.kind == ExprKind::Null || value.type.nullable);
+  if (guarded && value.kind == ExprKind::Marker && always) {
+    requiredMarkers_.push_back(value.markerIndex);
     guarded = false;
   }
   if (guarded) out_ << "ORV_NOT_NULL(";
-  converted(*value, column.type, ConversionMode::Assignment);
+  stored(e, column);
   if (guarded) out_ << "," << TextLiteral{qualifiedColumn(table, column)} << ")";
+}
+
+void Renderer::stored(const Expr& e, const Column& column) {
+  if (e.kind != ExprKind::Default) {
+    return converted(withoutIdleCasts(e), column.type, ConversionMode::Assignment);
+  }
+  out_ << Verbatim{defaultText(column)};
 }
 
 }  // namespace orv::sqlite

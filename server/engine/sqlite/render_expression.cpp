@@ -1,5 +1,6 @@
 // Values and search conditions.
 #include <array>
+#include <utility>
 
 #include "server/engine/sqlite/renderer.h"
 #include "server/sql/numeral.h"
@@ -50,13 +51,47 @@ const Column* baseColumn(const Expr& e) {
   const Expr* at = &e;
   while (at->kind == ExprKind::Column && at->source) {
     auto index = static_cast<size_t>(at->columnIndex);
-    if (at->source->table) return &at->source->table->columns[index];
+    // The new row may be one that is only being made, and a column of a view any expression.
+    if (at->source->kind == RefKind::Transition) return nullptr;
+    if (const Table* table = at->source->table) {
+      return table->type == 'V' && !table->foreign ? nullptr : &table->columns[index];
+    }
     const Query* q = at->source->query.get();
     while (q && q->kind == QueryKind::SetOperation) q = q->left.get();
     if (!q || q->kind != QueryKind::Select || index >= q->items.size()) return nullptr;
     at = q->items[index].expr.get();
   }
   return nullptr;
+}
+
+std::string storedColumn(std::string_view qualifier, const Table& table, const Column& column) {
+  SqlText out;
+  // Other programs write dates and times in forms of their own, which do not compare with ours.
+  const bool rewritten = table.foreign && isDatetime(column.type.kind);
+  if (rewritten) out << "ORV_ASSIGN(";
+  out << Verbatim{qualifier} << "." << Name{column.storedName};
+  if (rewritten) {
+    out << "," << static_cast<int>(column.type.kind) << "," << column.type.length << ","
+        << column.type.scale << ")";
+  }
+  return out.take();
+}
+
+void Renderer::setRow(const TableRef* row, const RowTexts& texts) {
+  std::erase_if(rows_, [&](const auto& known) { return known.first == row; });
+  rows_.emplace_back(row, &texts);
+}
+
+std::string Renderer::textOf(const Expr& e) {
+  SqlText around = std::exchange(out_, SqlText());
+  expression(e);
+  return std::exchange(out_, std::move(around)).take();
+}
+
+std::string Renderer::textOf(const Expr& e, const SqlType& type) {
+  SqlText around = std::exchange(out_, SqlText());
+  converted(e, type, ConversionMode::Assignment);
+  return std::exchange(out_, std::move(around)).take();
 }
 
 void Renderer::expression(const Expr& e) {
@@ -158,6 +193,12 @@ void Renderer::column(const Expr& e) {
     return;
   }
   if (e.source == inlined_) return expression(*e.source->query->rows.front()[index]);
+  if (e.source->kind == RefKind::Transition) {
+    for (const auto& [row, texts] : rows_) {
+      if (row == e.source) out_ << Verbatim{(*texts)[index]};
+    }
+    return;
+  }
   const Table* table = e.source->table;
   if (!table) {
     // Bare columns of table functions would be offered to it as conditions, in place of its
@@ -166,16 +207,9 @@ void Renderer::column(const Expr& e) {
     out_ << Name{e.source->alias} << ".\"C" << e.columnIndex + 1 << "\"";
     return;
   }
-  const Column& stored = table->columns[index];
-  // Other programs write dates and times in forms of their own, which do not compare with ours.
-  bool rewritten = table->foreign && isDatetime(stored.type.kind);
-  if (rewritten) out_ << "ORV_ASSIGN(";
-  out_ << Name{e.source->alias} << "." << Name{stored.storedName};
-  if (rewritten) {
-    out_ << ",";
-    typeArguments(stored.type);
-    out_ << ")";
-  }
+  SqlText qualifier;
+  qualifier << Name{e.source->alias};
+  out_ << Verbatim{storedColumn(qualifier.text(), *table, table->columns[index])};
 }
 
 void Renderer::specialRegister(const Expr& e) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "server/engine/sqlite/renderer.h"
+#include "server/sql/functions.h"
 #include "server/sql/tree_walk.h"
 
 namespace orv::sqlite {
@@ -48,11 +49,6 @@ bool isValue(const Expr& e) {
          (e.kind == ExprKind::Cast && isValue(*e.args[0]));
 }
 
-// A query between these is run before, and apart from, what it is written in. No table can have
-// the name.
-constexpr std::string_view kOnce = "WITH \"SYSNTQ.ONCE\" AS MATERIALIZED (";
-constexpr std::string_view kOnceEnd = ") SELECT * FROM \"SYSNTQ.ONCE\"";
-
 bool holds(const Expr& e, bool (*wanted)(const Expr&)) {
   bool found = false;
   walk(e, [&](const Expr& part) {
@@ -67,7 +63,9 @@ bool namesColumn(const Expr& e) {
 }
 
 bool isVariant(const Expr& e) {
-  return holds(e, [](const Expr& part) { return part.routine && !part.routine->deterministic; });
+  return holds(e, [](const Expr& part) {
+    return (part.routine && !part.routine->deterministic) || part.function == kGenerateUnique;
+  });
 }
 
 // Whether a result column comes from a function that may give another value each time. SQLite would

@@ -19,6 +19,8 @@
 
 namespace orv::sqlite {
 
+class NewRow;  // new_row.h
+
 class Renderer {
  public:
   // `currentSchema` is what CURRENT SCHEMA gives.
@@ -30,9 +32,21 @@ class Renderer {
 
   // Select, Insert, Update, Delete.
   void statement(const Statement& statement);
+  void query(const Query& q) { query(q, {}); }
   void expression(const Expr& e);
   // The value as one of `type`, converted where it is not certain to be one already.
   void converted(const Expr& e, const SqlType& type, ConversionMode mode);
+  // CREATE TRIGGER with what the engine does of a trigger: all but setting columns of the new row,
+  // which the statements that fire it do themselves. False when nothing is left.
+  bool trigger(std::string_view storedName, const Table& table, const TriggerDefinition& trigger);
+
+  // The SQL text of each column of a transition row, by position in its table.
+  using RowTexts = std::vector<std::string>;
+  // From now on columns of `row` are written so. The texts stay where they are meanwhile.
+  void setRow(const TableRef* row, const RowTexts& texts);
+  // What expression() and converted() would write, apart from the rest.
+  std::string textOf(const Expr& e);
+  std::string textOf(const Expr& e, const SqlType& type);
 
   std::string take() { return out_.take(); }
   // A query that must give a row for the statement to be run at all; empty when there is none.
@@ -59,7 +73,7 @@ class Renderer {
                                      const Restrictions& outer);
 
   // ---- render_query.cpp
-  void query(const Query& q, const Restrictions& restrictions = {});
+  void query(const Query& q, const Restrictions& restrictions);
   void select(const Query& q, const Restrictions& restrictions);
   void selectBody(const Query& q, const Restrictions& restrictions = {});
   void values(const Query& q);
@@ -110,6 +124,19 @@ class Renderer {
   void nullIf(const Expr& e);
   bool unitFunction(const Expr& e);
 
+  // ---- render_trigger.cpp
+  void triggerStep(const TriggerStep& step);
+
+  // ---- render_setters.cpp
+  void insertSetting(const Statement& s);
+  bool insertRowsSetting(const Statement& s, const std::vector<int>& targets);
+  std::vector<std::vector<const Expr*>> valueRows(const Query& q);
+  bool updateSetting(const Statement& s);
+  void updateRowsSetting(const Statement& s);
+  NewRow updatedRow(const Statement& s);
+  void assignRow(const Statement& s, const NewRow& row);
+  void guardedKey(const Table& table, const Column& column, const std::string& text);
+
   // ---- render_dml.cpp
   void insert(const Statement& s);
   void condition(const Expr& where);
@@ -121,12 +148,17 @@ class Renderer {
   void updateFromValues(const Statement& s);
   void remove(const Statement& s);
   void assigned(const Expr& e, const Table& table, const Column& column, bool always);
+  void stored(const Expr& e, const Column& column);
 
   const CatalogData& catalog_;
   const std::string& currentSchema_;
   const Table* self_ = nullptr;
   // The one row VALUES of an INSERT whose values are written in place of its columns.
   const TableRef* inlined_ = nullptr;
+  bool inTrigger_ = false;
+  // Keys that may not be null are tested elsewhere.
+  bool keysUnguarded_ = false;
+  std::vector<std::pair<const TableRef*, const RowTexts*>> rows_;
   SqlText out_;
   std::string condition_;
   std::vector<int> requiredMarkers_;
@@ -135,5 +167,24 @@ class Renderer {
 // The column of a base table that a column expression stands for, through subqueries; null when it
 // stands for something else.
 const Column* baseColumn(const Expr& e);
+
+// A value that may be written in every place where its column is named.
+bool isSmall(const Expr& value);
+// SELECT over one row of TABLE(VALUES(...)), with or without WHERE; the row's source, else null.
+const TableRef* singleRowSource(const Query& q);
+bool isBareValues(const Query& q);
+// SQLite keeps a single INTEGER key in place of its row number.
+bool isRowNumber(const Table& table, const Column& column);
+// A name of the row's number that no column hides.
+std::string_view rowNumberName(const Table& table);
+// What a row gets in a column that nothing is given for.
+std::string defaultText(const Column& column);
+std::string qualifiedColumn(const Table& table, const Column& column);
+// A column of a stored table, qualified by SQL text, in the form of its type.
+std::string storedColumn(std::string_view qualifier, const Table& table, const Column& column);
+// A query between these is run before, and apart from, what it is written in. No table can have
+// the name.
+inline constexpr std::string_view kOnce = "WITH \"SYSNTQ.ONCE\" AS MATERIALIZED (";
+inline constexpr std::string_view kOnceEnd = ") SELECT * FROM \"SYSNTQ.ONCE\"";
 
 }  // namespace orv::sqlite

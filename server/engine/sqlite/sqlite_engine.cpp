@@ -4,9 +4,11 @@
 
 #include "server/engine/sqlite/catalog_store.h"
 #include "server/engine/sqlite/definition.h"
+#include "server/engine/sqlite/definition_users.h"
 #include "server/engine/sqlite/engine_statement.h"
 #include "server/engine/sqlite/renderer.h"
 #include "server/engine/sqlite/routine_calls.h"
+#include "server/engine/sqlite/trigger_definition.h"
 
 namespace orv::sqlite {
 namespace {
@@ -46,6 +48,7 @@ SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options
   registerAggregates(database, *environment_);
   registerStrings(database, *environment_);
   registerNumbers(database, *environment_);
+  registerTriggerFunctions(database, *environment_);
   registerScalarCalls(database, *environment_);
   registerTableCalls(database, *environment_);
   registerSystemTables(database, environment_->catalog);
@@ -179,8 +182,28 @@ void SqliteEngine::applyDdl(const Statement& resolved) {
   if (TemporaryTables::concerns(resolved, *data)) {
     changeCatalog([&] { temporary_.apply(*data, schema, resolved); });
   } else {
-    changeStored([&] { applyDefinition(database_.get(), *data, schema, resolved); });
+    changeStored([&] { define(*data, resolved); });
   }
+}
+
+void SqliteEngine::define(const CatalogData& data, const Statement& resolved) {
+  const DefinitionUsers users(resolved, data, *catalog_);
+  const bool setting = changesSetting(resolved);
+  applyDefinition(database_.get(), data, catalog_->defaultSchema(), catalog_->functionPath(),
+                  resolved);
+  if (!users.any() && !setting) return;
+  catalog_->invalidate();
+  const std::shared_ptr<const CatalogData> changed = catalog_->data();
+  users.requireUnchanged(*changed, *catalog_);
+  if (setting) recompileTriggers(database_.get(), *changed, *catalog_);
+}
+
+// Whether statements come to set columns of new rows that they did not set, or no more.
+bool SqliteEngine::changesSetting(const Statement& resolved) const {
+  if (resolved.kind == StatementKind::CreateTrigger) return setsColumns(*resolved.trigger);
+  if (resolved.kind != StatementKind::DropTrigger) return false;
+  const Trigger& dropped = *resolved.droppedTrigger;
+  return dropped.time == TriggerTime::Before && dropped.event != TriggerEvent::Delete;
 }
 
 void SqliteEngine::setFunctionPath(std::vector<std::string> path) {

@@ -44,6 +44,8 @@ class SqliteEngine : public Engine {
   template <typename Change>
   void changeStored(Change change);
   void undoChange();
+  void define(const CatalogData& data, const Statement& resolved);
+  bool changesSetting(const Statement& resolved) const;
   void endUnitOfWork();
 
   // What the connection's functions and tables refer to outlives it.

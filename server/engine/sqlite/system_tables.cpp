@@ -47,6 +47,8 @@ int declare(sqlite3* database, const SystemView& view) {
     sql << comma << Name{column.name};
     if (column.kind == TypeKind::Varchar) {
       sql << " VARCHAR COLLATE RTRIM";
+    } else if (column.kind == TypeKind::Clob) {
+      sql << " CLOB";
     } else {
       sql << " INTEGER";
     }

@@ -256,7 +256,15 @@ void TableDefinition::addStoredColumn(const Column& column) {
   SqlText fill;
   fill << "UPDATE " << Name{table_.storedName} << " SET " << Name{column.storedName} << "="
        << Name{column.storedName};
-  execute(database_, fill.text());
+  // The rows get what they lacked; nobody has changed them.
+  sqlite3_db_config(database_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
+  try {
+    execute(database_, fill.text());
+  } catch (...) {
+    sqlite3_db_config(database_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 1, nullptr);
+    throw;
+  }
+  sqlite3_db_config(database_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 1, nullptr);
   replaceText(database_, table_.storedName, columnText(constant), columnText(column));
 }
 
