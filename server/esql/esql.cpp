@@ -78,11 +78,12 @@ void execute(const Module& module, std::string_view name, Variables input, Varia
   });
 }
 
-void executeImmediate(const Module& module, std::string_view text, sqlca& area) {
+void executeImmediate(const Module& module, std::string_view native, sqlca& area) {
   reporting(area, [&] {
     SessionState& session = requireSession();
     requireBound(session, module);
-    PreparedStatement statement(session, text);
+    std::string storage;
+    PreparedStatement statement(session, session.codePage().toUtf8(native, storage));
     if (statement.compilation().statement->hasResult()) throw SqlError(-84);
     runOnce(statement, {}, {}, session, area);
   });
@@ -121,10 +122,12 @@ void executePrepared(const std::shared_ptr<StatementState>& state, const BoundVa
 Statement::Statement(const Module& module) : state_(std::make_shared<StatementState>(module)) {}
 Statement::~Statement() = default;
 
-void Statement::prepare(std::string_view text, sqlca& area) {
+void Statement::prepare(std::string_view native, sqlca& area) {
   reporting(area, [&] {
     SessionState& session = requireSession();
     requireBound(session, state_->module);
+    std::string storage;
+    const std::string_view text = session.codePage().toUtf8(native, storage);
     if (state_->prepared && state_->prepared->isFor(session, text)) return;
     state_->prepared.reset();
     state_->prepared = std::make_unique<PreparedStatement>(session, text);
