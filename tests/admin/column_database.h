@@ -23,7 +23,8 @@ class ColumnDatabase : public AdminDatabase {
  public:
   using Database::run;
 
-  explicit ColumnDatabase(int codePage = 1208) : AdminDatabase(codePage) {
+  explicit ColumnDatabase(int codePage = 1208)
+      : AdminDatabase(codePage), temporary_("ORVQRKTEMP", folder_.path().c_str()) {
     EXPECT_EQ(enable().code, 0);
     run("create table letters (no integer not null primary key, doc orvxml.XMLVarchar)");
     commit();
@@ -62,6 +63,10 @@ class ColumnDatabase : public AdminDatabase {
   std::string usageCount(const std::string& dtdid) {
     return rows("select usage_count from orvxml.dtd_ref where dtdid = '" + dtdid + "'").at(0).at(0);
   }
+
+ private:
+  const TemporaryFolder folder_;  // of the DTDs that documents are validated against
+  const Variable temporary_;
 };
 
 inline CallOutcome enabled(const std::string& column = "doc") {

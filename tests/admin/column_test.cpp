@@ -48,7 +48,8 @@ TEST(ColumnTest, SideTablesFollowTheDocuments) {
     for (const ColumnForm form : kColumnForms) {
       SCOPED_TRACE(keys.label);
       ColumnDatabase db;
-      EXPECT_EQ(db.enableColumn({.dad = lettersDad(), .rootid = keys.rootid, .form = form}),
+      EXPECT_EQ(db.enableColumn(
+                    {.dad = lettersDad(), .view = "whole", .rootid = keys.rootid, .form = form}),
                 enabled());
       db.insert(1, letter("Ada", "12.5", {"Grace", "Edsger"}));
       db.run("insert into letters (no, doc) values (2, orvxml.XMLVarchar('" +
@@ -105,23 +106,6 @@ TEST(ColumnTest, AStatementThatFailsChangesNothing) {
     db.run("update letters set doc = " + document, c.sqlcode);
     EXPECT_EQ(db.count("letters"), 1);
     EXPECT_EQ(sideRows(db, "QRKROOT_ID"), before);
-  }
-}
-
-TEST(ColumnTest, DefaultViewJoinsTheTables) {
-  for (const Keys& keys : kKeys) {
-    SCOPED_TRACE(keys.label);
-    ColumnDatabase db;
-    EXPECT_EQ(db.enableColumn({.dad = lettersDad(), .view = "all_letters", .rootid = keys.rootid}),
-              enabled());
-    db.insert(1, letter("Ada", "12.5", {"Grace", "Edsger"}));
-    db.insert(2, letter("Alan", "3", {"Kurt"}));
-    EXPECT_EQ(db.rows("select no, sender, price, name from all_letters order by no, name"),
-              (Rows{{"1", "Ada", "12.50", "Edsger"},
-                    {"1", "Ada", "12.50", "Grace"},
-                    {"2", "Alan", "3.00", "Kurt"}}));
-    EXPECT_EQ(db.rows("select default_view from orvxml.xml_usage").at(0).at(0).substr(0, 12),
-              "all_letters ");
   }
 }
 

@@ -31,25 +31,24 @@ struct Setting {
 };
 
 const Setting kSettings[] = {
-    {"two bytes a character", 1208},
-    {"single-byte characters", 819},
-    {"a document type of another length", 1208,
+    {"UnicodeDatabase", 1208},
+    {"SingleByteDatabase", 819},
+    {"TypeOfAnotherLength", 1208,
      "create distinct type orvxml.XMLVarchar as varchar(5000) with comparisons"},
-    {"both document types of other lengths", 819,
+    {"BothTypesOfOtherLengths", 819,
      "create distinct type orvxml.XMLVarchar as varchar(32672) with comparisons;"
      "create distinct type orvxml.XMLCLOB as clob(1M)"},
-    {"one table space", 1208, "create tablespace TS1", "TS1", std::nullopt, "TS1", "TS1"},
-    {"two table spaces", 1208, "create tablespace TS1; create tablespace TS2", "TS1", "TS2", "TS1",
+    {"OneTableSpace", 1208, "create tablespace TS1", "TS1", std::nullopt, "TS1", "TS1"},
+    {"TwoTableSpaces", 1208, "create tablespace TS1; create tablespace TS2", "TS1", "TS2", "TS1",
      "TS2"},
-    {"a table space for the second table alone", 1208, "create tablespace TS2", "", "TS2", "NULL",
-     "TS2"},
-    {"the fixed table space of one table", 1208, "create tablespace QRKDTDRF", std::nullopt,
-     std::nullopt, "QRKDTDRF", "NULL"},
-    {"a given table space wins over the fixed one", 1208,
-     "create tablespace QRKXMLUS; create tablespace TS1", "TS1", "", "TS1", "TS1"},
-    {"by CALL", 1208, "", std::nullopt, std::nullopt, "NULL", "NULL", true},
-    {"by CALL, with table spaces, in a single-byte database", 819, "create tablespace TS1", "TS1",
-     std::nullopt, "TS1", "TS1", true},
+    {"SecondTableSpaceAlone", 1208, "create tablespace TS2", "", "TS2", "NULL", "TS2"},
+    {"FixedTableSpaceOfOneTable", 1208, "create tablespace QRKDTDRF", std::nullopt, std::nullopt,
+     "QRKDTDRF", "NULL"},
+    {"GivenTableSpaceBeforeTheFixedOne", 1208, "create tablespace QRKXMLUS; create tablespace TS1",
+     "TS1", "", "TS1", "TS1"},
+    {"Called", 1208, "", std::nullopt, std::nullopt, "NULL", "NULL", true},
+    {"CalledWithTableSpaces", 819, "create tablespace TS1", "TS1", std::nullopt, "TS1", "TS1",
+     true},
 };
 
 class EnabledDatabase : public AdminDatabase {
@@ -90,37 +89,39 @@ void expectWhatEnablingMakes(EnabledDatabase& db, const Setting& setting) {
       (Rows{{"DTD_REF", setting.dtdRefIn}, {"XML_USAGE", setting.xmlUsageIn}}));
 }
 
+class DatabaseSettingTest : public testing::TestWithParam<Setting> {};
+INSTANTIATE_TEST_SUITE_P(, DatabaseSettingTest, testing::ValuesIn(kSettings),
+                         [](const auto& setting) { return setting.param.label; });
+
 // What is there by the end is what was there at the start, whichever way it ends.
-TEST(DatabaseTest, DisablingLeavesWhatWasThereBeforeEnabling) {
-  for (const Setting& setting : kSettings) {
-    SCOPED_TRACE(setting.label);
-    EnabledDatabase db(setting);
-    const Catalog before = db.catalog();
-    EXPECT_EQ(db.disable(), kNotEnabled);
+TEST_P(DatabaseSettingTest, DisablingLeavesWhatWasThereBeforeEnabling) {
+  const Setting& setting = GetParam();
+  EnabledDatabase db(setting);
+  const Catalog before = db.catalog();
+  EXPECT_EQ(db.disable(), kNotEnabled);
 
-    EXPECT_EQ(db.enableAsSet(), kEnabled);
-    expectWhatEnablingMakes(db, setting);
-    db.rollback();
-    EXPECT_EQ(db.catalog(), before);
+  EXPECT_EQ(db.enableAsSet(), kEnabled);
+  expectWhatEnablingMakes(db, setting);
+  db.rollback();
+  EXPECT_EQ(db.catalog(), before);
 
-    EXPECT_EQ(db.enableAsSet(), kEnabled);
-    db.commit();
-    const Catalog enabled = db.catalog();
-    expectWhatEnablingMakes(db, setting);
-    EXPECT_EQ(db.enableAsSet(), kAlready);
-    EXPECT_EQ(db.catalog(), enabled);
+  EXPECT_EQ(db.enableAsSet(), kEnabled);
+  db.commit();
+  const Catalog enabled = db.catalog();
+  expectWhatEnablingMakes(db, setting);
+  EXPECT_EQ(db.enableAsSet(), kAlready);
+  EXPECT_EQ(db.catalog(), enabled);
 
-    EXPECT_EQ(db.disableAsSet(), kDisabled);
-    EXPECT_EQ(db.catalog(), before);
-    EXPECT_EQ(db.disable(), kNotEnabled);
-    db.rollback();
-    EXPECT_EQ(db.catalog(), enabled);
+  EXPECT_EQ(db.disableAsSet(), kDisabled);
+  EXPECT_EQ(db.catalog(), before);
+  EXPECT_EQ(db.disable(), kNotEnabled);
+  db.rollback();
+  EXPECT_EQ(db.catalog(), enabled);
 
-    EXPECT_EQ(db.disableAsSet(), kDisabled);
-    db.commit();
-    EXPECT_EQ(db.enableAsSet(), kEnabled);
-    EXPECT_EQ(db.catalog(), enabled);
-  }
+  EXPECT_EQ(db.disableAsSet(), kDisabled);
+  db.commit();
+  EXPECT_EQ(db.enableAsSet(), kEnabled);
+  EXPECT_EQ(db.catalog(), enabled);
 }
 
 // The names that stand in the statements are those that the libraries have.
@@ -148,15 +149,13 @@ TEST(DatabaseTest, NamesInMessagesHaveEightCharacters) {
   struct Case {
     const char *name, *shown;
   };
-  const Case kCases[] = {{"", ""},
-                         {"EIGHT_CH", "EIGHT_CH"},
-                         {"NINE_CHAR", "NINE_CHA"},
-                         {"/a/path/of/any/length/%s%n", "/a/path/"},
-                         {"\u00fc\u00fc\u00fc\u00fc\u00fc\u00fc\u00fc\u20ac9",
-                          "\u00fc\u00fc\u00fc\u00fc\u00fc\u00fc\u00fc\u20ac"}};
+  const Case kCases[] = {
+      {"%s%n%d%s9", "%s%n%d%s"},
+      {"\u00fc\u00fc\u00fc\u00fc\u00fc\u00fc\u00fc\u20ac9",
+       "\u00fc\u00fc\u00fc\u00fc\u00fc\u00fc\u00fc\u20ac"},
+  };
+  AdminDatabase db;
   for (const Case& c : kCases) {
-    SCOPED_TRACE(c.name);
-    AdminDatabase db;
     const std::string shown = c.shown;
     EXPECT_EQ(db.enable(c.name).message,
               "QRKA006I  The database " + shown + " was enabled successfully.");

@@ -1,10 +1,9 @@
 // The SQL texts of an enabled column's objects, to the blank: the server reads exactly these.
 #include "src/admin/trigger_texts.h"
 
-#include <memory>
 #include <set>
 
-#include "src/admin/column_statements.h"
+#include "src/admin/column_steps.h"
 #include "src/admin/random_name.h"
 #include "tests/foundation/call_context.h"
 
@@ -14,10 +13,6 @@ namespace {
 using namespace unittest;
 
 constexpr char kSuffix[] = "ABCDEF7";
-
-struct FreeModel {
-  void operator()(dad* model) const { freedad(nullptr, model); }
-};
 
 // The model of a column of letters: one single-occurrence side table and two with a row each value.
 struct Letters {
@@ -42,7 +37,7 @@ struct Letters {
     if (!model) throw std::runtime_error(call.msg);
   }
   CallContext call;
-  std::unique_ptr<dad, FreeModel> model;
+  ModelOwner model;
 };
 
 TEST(TriggerTextsTest, SideTables) {
@@ -144,44 +139,17 @@ TEST(TriggerTextsTest, NamesThatAreNoOrdinaryIdentifiers) {
   for (const char* name : {"", "1A", "a", "Ü", "A B"}) EXPECT_EQ(nameText(name)[0], '"') << name;
 }
 
-TEST(TriggerTextsTest, CatalogQueries) {
-  struct Case {
-    int what, from, where;
-    const char* text;
-  };
-  const Case cases[] = {
-      {10, 3, 19, "SELECT COUNT(*) FROM syscat.triggers WHERE TRIGNAME = ?"},
-      {11, 1, 16, "SELECT colname FROM syscat.columns WHERE tabschema = ? AND tabname = ?"},
-      {12, 1, 17, "SELECT colno FROM syscat.columns WHERE tabschema = ? AND tabname = ?"},
-      {13, 2, 17, "SELECT KEYCOLUMNS FROM syscat.tables WHERE tabschema = ? AND tabname = ?"},
-      {14, 1, 18,
-       "SELECT typename, length FROM syscat.columns WHERE tabschema = ? AND tabname = ? AND "
-       "colname = ?"},
-      {15, 1, 18,
-       "SELECT typename, length,scale, keyseq FROM syscat.columns WHERE tabschema = ? AND tabname "
-       "= ? AND colname = ?"},
-      {9, 4, 20, ""},
-  };
-  for (const Case& c : cases) {
-    char text[kCatalogQuerySize];
-    qrkBuildSelectStmt(nullptr, text, c.what, c.from, c.where);
-    EXPECT_STREQ(text, c.text);
-  }
-}
-
 TEST(RandomNameTest, NamesDifferAndConsistOfLettersAndDigits) {
   std::set<std::string> names;
   for (int i = 0; i < 200; ++i) {
-    char name[8] = "1234567";
-    qrk_GetRandName(nullptr, name, 7);
+    char name[8] = "";
+    qrk_GetRandName(nullptr, name, kSuffixLength);
     EXPECT_EQ(std::string(name).find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"),
               std::string::npos);
+    EXPECT_EQ(std::string(name).size(), 7U);
     names.insert(name);
   }
   EXPECT_GE(names.size(), 199U);
-  EXPECT_EQ(
-      std::set<char>(scrambleTableOfCharacters.begin(), scrambleTableOfCharacters.end()).size(),
-      kNameCharacters);
 }
 
 }  // namespace
