@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <new>
 #include <string>
 
 #include "orv/apie.h"
@@ -40,11 +41,18 @@ std::string installedBindList() {
   return (fs::path(ORVXML_DATA_DIR) / list).string();
 }
 
-// Copies `name` into `path` (kPathSize bytes); -57 when it does not fit.
-int copyPath(const std::string& name, char* path) {
-  if (name.size() >= kPathSize) return codeOf(Msg::QRKG001E);
-  std::memcpy(path, name.c_str(), name.size() + 1);
-  return 0;
+// Copies the name that `makeName` gives into `path` (kPathSize bytes). 0, -57 when it does not fit,
+// -58 when there is no memory for it.
+template <class MakeName>
+int writePath(char* path, MakeName&& makeName) {
+  try {
+    const std::string name = makeName();
+    if (name.size() >= kPathSize) return codeOf(Msg::QRKG001E);
+    std::memcpy(path, name.c_str(), name.size() + 1);
+    return 0;
+  } catch (const std::bad_alloc&) {
+    return codeOf(Msg::QRKG002E);
+  }
 }
 
 // The message into `msg` and to standard error. Returns -1.
@@ -104,7 +112,7 @@ int qrkGetBindDir(orvxml::QrkStruct* ctx, char* path) {
   using namespace orvxml;
   QRK_TRACE(ctx, "Entered ");
   if (!path) return codeOf(Msg::QRKG001E);
-  const int code = copyPath(installedBindList(), path);
+  const int code = writePath(path, installedBindList);
   QRK_TRACE(ctx, "Exit");
   return code;
 }
@@ -117,7 +125,7 @@ int qrkGetBindCliDir(orvxml::QrkStruct* ctx, char* path) {
     QRK_TRACE(ctx, "HOME is not set");
     return kNoHome;
   }
-  return copyPath(std::string(home) + "/sqllib/bnd/@orvcli.lst", path);
+  return writePath(path, [&] { return std::string(home) + "/sqllib/bnd/@orvcli.lst"; });
 }
 
 int autoBind(orvxml::QrkStruct* ctx, char* msg, int* alreadyBound) {
