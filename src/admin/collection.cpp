@@ -67,6 +67,8 @@ class Enabling {
 };
 
 int Enabling::run(Call& call, const clob& dadBuf, char* tableSpace) {
+  QRK_TRACE(ctx_, "enter Enable collection.");
+  QRK_TRACE(ctx_, "dadlen:%d, tbspacename:%s.", dadBuf.length, tableSpace);
   if (std::strlen(name_) > kMaxCollectionName) return fail(report(), Msg::QRKQ032E);
   if (int code = requireUsageTable(report())) return code;
   if (int code = parse(call, dadBuf)) return code;
@@ -184,6 +186,7 @@ sqlca deleteUsage(const char* name) {
 }
 
 int disable(const Report& report, const char* name) {
+  QRK_TRACE(report.ctx, "Enter Disable collection.");
   if (int code = requireUsageTable(report)) return code;
   if (std::strlen(name) > kMaxNameParameter) return fail(report, Msg::QRKQ028E, name);
   const sqlca area = deleteUsage(name);
@@ -236,8 +239,6 @@ int qrkEnableColl_STP(char* dbName, char* collectionName, clob* dadBuf, char* ta
   const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
   return listProcedure(kEnable, outputs, [&](Call& call) {
     if (absent) return fail(call, Msg::QRKG004E);
-    QRK_TRACE(&call.ctx, "enter Enable collection.");
-    QRK_TRACE(&call.ctx, "dadlen:%d, tbspacename:%s.", dadBuf->length, space);
     return Enabling(call, collectionName).run(call, *dadBuf, space);
   });
 }
@@ -256,7 +257,6 @@ int qrkDisableColl_STP(char* dbName, char* collectionName, int* returnCode, char
   const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
   return listProcedure(kDisable, outputs, [&](Call& call) {
     if (absent) return fail(call, Msg::QRKG004E);
-    QRK_TRACE(&call.ctx, "Enter Disable collection.");
     return disable(Report{&call.ctx, call.msg}, collectionName);
   });
 }

@@ -2,6 +2,7 @@
 // work. The first statement that fails ends the list; what ran before it stays pending.
 #include "src/admin/database.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include <unicode/utf16.h>
@@ -204,6 +205,15 @@ Target serverTarget(Call& call) {
   return {Report{&call.ctx, call.msg}, nullptr, ""};
 }
 
+// Names and qualifier have no place in the statements.
+int enableServer(Call& call, std::string_view names, const char* qualifier) {
+  const size_t comma = std::min(names.find(','), names.size());
+  const std::string_view second = names.substr(std::min(comma + 1, names.size()));
+  QRK_TRACE(&call.ctx, "names: '%.*s', '%.*s', qualifier: '%s'", static_cast<int>(comma),
+            names.data(), static_cast<int>(second.size()), second.data(), qualifier);
+  return enable(serverTarget(call), {});
+}
+
 Target targetOf(const Report& report, char* dbName) {
   return {report, dbName, firstCharacters(report.ctx, dbName, kShownNameCharacters)};
 }
@@ -326,16 +336,11 @@ int qrkEnableServer_STP(char* names, char* qualifier, int* returnCode, char* ret
                         short* returnMsgInd) {
   using namespace orvxml;
   const std::string_view both = isNull(names, namesInd) ? "" : names;
-  const std::string_view owner = isNull(qualifier, qualifierInd) ? "ORV" : qualifier;
+  const char* const owner = isNull(qualifier, qualifierInd) ? "ORV" : qualifier;
   inputsNotReturned({namesInd, qualifierInd});
-  return listProcedure(
-      kEnableServer, {returnCode, returnMsg, returnCodeInd, returnMsgInd}, [&](Call& call) {
-        const size_t comma = std::min(both.find(','), both.size());
-        const std::string_view second = both.substr(std::min(comma + 1, both.size()));
-        QRK_TRACE(&call.ctx, "names: '%.*s', '%.*s', qualifier: '%s'", static_cast<int>(comma),
-                  both.data(), static_cast<int>(second.size()), second.data(), owner.data());
-        return enable(serverTarget(call), {});
-      });
+  const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
+  return listProcedure(kEnableServer, outputs,
+                       [&](Call& call) { return enableServer(call, both, owner); });
 }
 
 int qrkDisableServer_STP(int* returnCode, char* returnMsg, short* returnCodeInd,

@@ -59,10 +59,10 @@ class CollectionTest : public testing::Test {
         "select tabname, tbspace from syscat.tables where tabname in ('P', 'C')"
         " order by tabname");
   }
-  CallOutcome enableByCall(Text name, Text dad, Text tableSpace = std::nullopt) {
-    return db_.call("ORVXML", "QRKENABLECOLLECTION", {"SHOP", name, dad, tableSpace});
+  CallOutcome enableByCall(const Text& name, const Text& dad) {
+    return db_.call("ORVXML", "QRKENABLECOLLECTION", {"SHOP", name, dad, std::nullopt});
   }
-  CallOutcome disableByCall(Text name) {
+  CallOutcome disableByCall(const Text& name) {
     return db_.call("ORVXML", "QRKDISABLECOLLECTION", {"SHOP", name});
   }
 
