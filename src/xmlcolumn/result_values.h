@@ -58,7 +58,7 @@ class qrkResult {
   QrkStruct* ctx_;
   const bool isUtf8_;  // then pieces of a text convert to pieces of its bytes
   bool isConverted_ = true;
-  bool isOpen_ = false;  // there is a current value
+  bool isOpen_ = false;       // there is a current value
   XMLCh* pending_ = nullptr;  // of the current value, not converted yet
   size_t pendingLength_ = 0;
   size_t pendingRoom_ = 0;
