@@ -17,8 +17,8 @@ struct DadSettings {
   bool validate = false;
 };
 
-// What a kind of DAD takes: the longest texts in characters, where a longer one counts as missing or
-// wrong, and whether elements of other names are refused.
+// What a kind of DAD takes: the longest texts in characters, where a longer one counts as missing
+// or wrong, and whether elements of other names are refused.
 struct DadSettingLimits {
   size_t schemaLocation;
   size_t validation;

@@ -7,8 +7,8 @@
 // the very table that the module uses (writeBindFile).
 //
 // Texts, those of dynamic statements included, are in the code page of the database. Every call
-// reports through an `sqlca` and throws nothing. All calls run on the session that is current in the
-// calling thread, inside its unit of work; without one the outcome is -1024.
+// reports through an `sqlca` and throws nothing. All calls run on the session that is current in
+// the calling thread, inside its unit of work; without one the outcome is -1024.
 //
 // A section is a query, a VALUES or a data change; parameter markers `?` stand for the input host
 // variables in order, and results go into the output host variables given with the call. Statements

@@ -50,8 +50,8 @@ inline constexpr int32_t kUdfNormalCall = 0;
 inline constexpr int32_t kUdfFinalCall = 1;
 
 // Call types of table functions. First and final calls are made with FINAL CALL only. Arguments are
-// given at first and open calls, rows are taken at fetch calls. A close call follows every open call
-// that succeeded, a final call every first call, also one that failed. Without FINAL CALL the
+// given at first and open calls, rows are taken at fetch calls. A close call follows every open
+// call that succeeded, a final call every first call, also one that failed. Without FINAL CALL the
 // scratchpad is zero again at each open call.
 inline constexpr int32_t kUdfTableFirst = -2;
 inline constexpr int32_t kUdfTableOpen = -1;
