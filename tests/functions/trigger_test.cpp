@@ -1,0 +1,105 @@
+// Side tables that triggers keep current with the functions of the library.
+#include "tests/functions/function_database.h"
+
+namespace orvxml::test {
+namespace {
+
+// A table of documents with a root id of its own, values of which stand in ONE (each once) and MANY
+// (as often as the document has them, numbered).
+class FunctionTriggerTest : public ::testing::Test {
+ protected:
+  FunctionTriggerTest() {
+    db_.run(
+        "create table docs (id integer not null primary key, doc orvxml.XMLCLOB, "
+        "root char(13) for bit data)");
+    db_.run(
+        "create table one (root char(13) for bit data not null, title varchar(20), "
+        "price decimal(7,2))");
+    db_.run(
+        "create table many (root char(13) for bit data not null, seqno integer, "
+        "part varchar(10))");
+    const std::string insertMany =
+        " INSERT INTO many SELECT NEWROW.root, orvxml.seqno(), returnedVarchar FROM "
+        "table(orvxml.extractVarchars(NEWROW.doc, '/d/part')) x; ";
+    db_.run(
+        "CREATE TRIGGER app.H NO CASCADE BEFORE INSERT ON docs REFERENCING NEW AS NEWROW "
+        "FOR EACH ROW MODE ORVSQL WHEN (NEWROW.doc IS NOT NULL) BEGIN ATOMIC "
+        "SET NEWROW.root=generate_unique(); END");
+    db_.run(
+        "CREATE TRIGGER app.J AFTER INSERT ON docs REFERENCING NEW AS NEWROW FOR EACH ROW "
+        "MODE ORVSQL WHEN (NEWROW.doc IS NOT NULL) BEGIN ATOMIC INSERT INTO one "
+        "(root,title,price) VALUES (NEWROW.root, orvxml.EXTRACTVARCHAR(NEWROW.doc, '/d/title'),"
+        " CAST(orvxml.EXTRACTVARCHAR(NEWROW.doc, '/d/@price') AS decimal(7,2))); " +
+        insertMany + "END");
+    db_.run(
+        "CREATE TRIGGER app.D AFTER DELETE ON docs REFERENCING OLD AS OLDROW FOR EACH ROW "
+        "MODE ORVSQL BEGIN ATOMIC DELETE FROM one WHERE oldrow.root = one.root; "
+        "DELETE FROM many WHERE oldrow.root = many.root; END");
+    db_.run(
+        "CREATE TRIGGER app.U AFTER UPDATE ON docs REFERENCING NEW AS NEWROW FOR EACH ROW "
+        "MODE ORVSQL WHEN (NEWROW.doc IS NOT NULL) BEGIN ATOMIC UPDATE one SET "
+        "title = orvxml.extractVARCHAR(NEWROW.doc, '/d/title') WHERE newrow.root = one.root; "
+        "DELETE FROM many WHERE newrow.root = many.root; " +
+        insertMany + "END");
+    db_.run(
+        "create view joined as select docs.id, one.title, one.price, many.seqno, many.part "
+        "from one, many, docs where docs.root = one.root and docs.root = many.root");
+  }
+
+  std::string document(const std::string& price, const std::string& title,
+                       const std::string& parts) {
+    std::string text = "<d price=\"" + price + "\"><title>" + title + "</title>";
+    for (const char part : parts) text += "<part>" + std::string(1, part) + "</part>";
+    return "orvxml.XMLCLOB(" + FunctionDatabase::quoted(text + "</d>") + ")";
+  }
+  Rows joined() { return db_.rows("select * from joined order by id, seqno"); }
+
+  FunctionDatabase db_;
+};
+
+TEST_F(FunctionTriggerTest, FollowEveryChange) {
+  db_.run("insert into docs(id, doc) values (1, " + document("2.5", "A", "xy") + "), (2, null), " +
+          "(3, " + document("10", "B", "z") + ")");
+  EXPECT_EQ(joined(), (Rows{{"1", "A", "2.50", "1", "x"},
+                            {"1", "A", "2.50", "2", "y"},
+                            {"3", "B", "10.00", "1", "z"}}));
+  db_.run("insert into docs(id, doc) select id + 10, doc from docs where id = 1");
+  db_.run("update docs set doc = " + document("9", "C", "qrs") + " where id in (1, 3)");
+  EXPECT_EQ(db_.rows("select id, count(*) from joined group by id order by id"),
+            (Rows{{"1", "3"}, {"3", "3"}, {"11", "2"}}));
+  db_.run("delete from docs where id < 11");
+  EXPECT_EQ(joined(), (Rows{{"11", "A", "2.50", "1", "x"}, {"11", "A", "2.50", "2", "y"}}));
+}
+
+TEST_F(FunctionTriggerTest, AFailingFunctionLeavesAllTablesInStep) {
+  db_.run("insert into docs(id, doc) values (1, " + document("1", "A", "xy") + ")");
+  const Rows before = joined();
+  const std::string broken = "orvxml.XMLCLOB('<d><title>A</title><part>n</part>')";
+  const std::string good = document("1", "B", "n");
+  db_.run("insert into docs(id, doc) values (2, " + good + "), (3, " + broken + ")", -443);
+  db_.run("insert into docs(id, doc) values (4, " + document("a lot", "B", "n") + ")", -420);
+  db_.run("update docs set doc = " + broken, -443);
+  EXPECT_EQ(joined(), before);
+  EXPECT_EQ(db_.rows("select count(*) from docs"), (Rows{{"1"}}));
+  EXPECT_EQ(db_.rows("select count(*) from many"), (Rows{{"2"}}));
+}
+
+TEST_F(FunctionTriggerTest, ValidationRefusesWhatIsInvalid) {
+  db_.run(
+      "create trigger app.V no cascade before insert on docs referencing new as newrow "
+      "for each row mode orvsql when (0 = (select orvxml.extractInteger(newrow.doc, '/d/ok') "
+      "from one where title = 'schema')) signal sqlstate '38X14' ('not valid')");
+  db_.run("insert into one values (generate_unique(), 'schema', 1)");
+  db_.run(
+      "insert into docs(id, doc) values (1, orvxml.XMLCLOB('<d "
+      "price=\"1\"><title>t</title><part>p</part><ok>1</ok></d>'))");
+  const orv::Result refused = db_.run(
+      "insert into docs(id, doc) values (2, orvxml.XMLCLOB('<d "
+      "price=\"1\"><title>t</title><part>p</part><ok>0</ok></d>'))",
+      -438);
+  EXPECT_EQ(refused.outcome.sqlstate, "38X14");
+  EXPECT_EQ(db_.rows("select id from docs"), (Rows{{"1"}}));
+}
+
+}  // namespace
+}  // namespace orvxml::test
