@@ -1,6 +1,7 @@
 // Triggers below the engine's interface: what they do to the rows of their own and of other tables,
 // in which order, and what is left when one of them fails.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include "tests/server/engine_database.h"
 #include "tests/support/temporary_folder.h"
@@ -153,6 +154,49 @@ TEST_F(TriggerTest, StatementsOfTriggersBringTriggersAlong) {
        "ok"},
       {"INSERT INTO A VALUES(-1)", "-724 54038 TRIGGER"},
       {"SELECT COUNT(*) FROM A", "20"},
+  });
+}
+
+TEST_F(TriggerTest, UpdatesWithinTriggersSetColumnsToo) {
+  run({
+      {"CREATE TABLE A(N INTEGER)", "ok"},
+      {"CREATE TABLE \"Q\"(N INTEGER NOT NULL PRIMARY KEY, X VARCHAR(9), Y INTEGER, Z INTEGER)",
+       "ok"},
+      {"INSERT INTO Q VALUES(1, 'a', 0, 0), (2, 'b', 0, 0)", "2 rows"},
+      {"CREATE TRIGGER S NO CASCADE BEFORE UPDATE ON Q REFERENCING NEW AS M OLD AS O FOR EACH ROW "
+       "MODE ORVSQL WHEN (EXISTS (SELECT 1 FROM A WHERE A.N = M.N)) "
+       "SET M.Y = LENGTH(M.X) + LENGTH(O.X), M.Z = (SELECT SUM(P.N) FROM Q AS P)",
+       "ok"},
+      {"CREATE TRIGGER T AFTER INSERT ON A REFERENCING NEW AS R FOR EACH ROW MODE ORVSQL "
+       "UPDATE Q SET X = X || CHAR(R.N) WHERE N <= R.N",
+       "ok"},
+      {"INSERT INTO A VALUES(2)", "1 rows"},
+      {"SELECT N, RTRIM(X), Y, Z FROM Q ORDER BY N", "1|a2|0|0\n2|b2|10|3"},
+  });
+}
+
+TEST_F(TriggerTest, TriggersOfOtherProgramsStayAndFire) {
+  database_.reset();
+  sqlite3* other = nullptr;
+  const auto shell = [&](const char* sql) {
+    return sqlite3_exec(other, sql, nullptr, nullptr, nullptr);
+  };
+  ASSERT_EQ(sqlite3_open(path_.c_str(), &other), SQLITE_OK);
+  EXPECT_EQ(
+      shell("CREATE TABLE theirs(id INTEGER PRIMARY KEY, at DATE); CREATE TABLE log(w VARCHAR(20));"
+            "CREATE TRIGGER i AFTER INSERT ON theirs BEGIN INSERT INTO log VALUES('i'); END"),
+      SQLITE_OK);
+  sqlite3_close(other);
+  database_ = std::make_unique<EngineDatabase>(path_, false);
+  run({
+      {"CREATE TRIGGER I AFTER INSERT ON THEIRS REFERENCING NEW AS N FOR EACH ROW MODE ORVSQL "
+       "INSERT INTO LOG VALUES(CHAR(N.AT))",
+       "ok"},
+      {"INSERT INTO THEIRS VALUES(1, '2026-11-25')", "1 rows"},
+      {"DROP TRIGGER I", "ok"},
+      {"INSERT INTO THEIRS VALUES(2, '2026-11-26')", "1 rows"},
+      {"SELECT COUNT(*) FROM LOG", "3"},
+      {"SELECT COUNT(*) FROM LOG WHERE W = '2026-11-25'", "1"},
   });
 }
 
