@@ -52,4 +52,24 @@ void bindPackages() {
   if (area.sqlcode < 0) throw Failure(list, serverText(area));
 }
 
+orv::Result runStatement(orv::Session& session, const std::string& where,
+                         const std::string& statement) {
+  orv::Result result = session.run(statement);
+  require(result.outcome, where);
+  return result;
+}
+
+bool isEnabled(orv::Session& session, const std::string& where) {
+  return !runStatement(session, where,
+                       "SELECT tabname FROM syscat.tables WHERE tabschema = 'ORVXML' AND "
+                       "tabname = 'XML_USAGE'")
+              .rows.empty();
+}
+
+std::string sqlLiteral(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted.append(c == '\'' ? 2 : 1, c);
+  return quoted + '\'';
+}
+
 }  // namespace orvxml::command

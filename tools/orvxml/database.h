@@ -22,4 +22,14 @@ void bindPackages();
 // Throws Failure with the server's message unless the outcome is a success or a warning.
 void require(const orv::Outcome& outcome, const std::string& where);
 
+// Runs one statement; Failure, with `where` in front, when it fails.
+orv::Result runStatement(orv::Session& session, const std::string& where,
+                         const std::string& statement);
+
+// Whether the session's database is enabled for documents in columns and for collections.
+bool isEnabled(orv::Session& session, const std::string& where);
+
+// A text as an SQL literal.
+std::string sqlLiteral(const std::string& text);
+
 }  // namespace orvxml::command

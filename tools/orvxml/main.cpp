@@ -1,5 +1,6 @@
-// The command `orvxml`: makes databases, binds the library's packages, runs SQL, decomposes and
-// composes documents, extracts from, updates and validates them, and switches the trace.
+// The command `orvxml`: makes databases, enables them, their columns and collections, binds the
+// library's packages, runs SQL, decomposes and composes documents, extracts from, updates and
+// validates them, and switches the trace.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
@@ -8,10 +9,13 @@
 #include "admin_commands.h"
 #include "compose_command.h"
 #include "console.h"
+#include "dtd_command.h"
+#include "enable_commands.h"
 #include "extract_command.h"
 #include "settings.h"
 #include "shred_command.h"
 #include "sql_command.h"
+#include "status_command.h"
 #include "text_encoding.h"
 #include "update_command.h"
 #include "validate_command.h"
@@ -23,6 +27,9 @@ using namespace orvxml::command;
 struct CommandLine {
   Settings settings;
   int codePage = kUtf8CodePage;
+  bool enable = false;
+  EnableOptions enabling;
+  std::string dtdId, dtdFile;
   SqlOptions sql;
   ShredOptions shred;
   ComposeOptions compose;
@@ -48,7 +55,11 @@ void addAdministration(CLI::App& app, CommandLine& line) {
   CLI::App* create = app.add_subcommand("create", "Make a new database with the packages bound");
   create->add_option("--code-page", line.codePage, "Code page of the database")
       ->capture_default_str();
-  create->callback([&line] { createDatabase(line.settings, line.codePage); });
+  create->add_flag("--enable", line.enable, "Enable it as enable-db does");
+  create->callback([&line] {
+    createDatabase(line.settings, line.codePage);
+    if (line.enable) enableDatabase(line.settings, line.enabling);
+  });
 
   CLI::App* bind = app.add_subcommand("bind", "Bind the library's packages again");
   bind->callback([&line] { bindDatabase(line.settings); });
@@ -60,6 +71,69 @@ void addAdministration(CLI::App& app, CommandLine& line) {
   on->callback([&line] { traceOn(line.settings, line.traceDirectory); });
   CLI::App* off = trace->add_subcommand("off", "Write no trace any more");
   off->callback([&line] { traceOff(line.settings); });
+}
+
+void addEnabling(CLI::App& app, CommandLine& line) {
+  EnableOptions& options = line.enabling;
+  const auto command = [&](const char* name, const char* text,
+                           void (*run)(const Settings&, const EnableOptions&)) {
+    CLI::App* added = app.add_subcommand(name, text);
+    added->callback([&line, run] { run(line.settings, line.enabling); });
+    return added;
+  };
+  const auto tableSpace = [&](CLI::App* added, const char* text) {
+    added->add_option("--table-space", options.tableSpace, text)->type_name("TS");
+  };
+  const auto mapping = [&](CLI::App* added) {
+    added->add_option("--dad", options.dad, "File with the mapping")->type_name("FILE");
+  };
+  const auto columnOf = [&](CLI::App* added) {
+    added->add_option("TABLE", options.table, "Table with the documents")->required();
+    added->add_option("COLUMN", options.name, "Column with the documents")->required();
+  };
+  const auto collection = [&](CLI::App* added) {
+    added->add_option("NAME", options.name, "Name of the collection")->required();
+  };
+
+  CLI::App* added = command(
+      "enable-db", "Make types, functions, procedures and administrative tables", enableDatabase);
+  tableSpace(added, "Table space of the administrative tables");
+  added->add_option("--table-space2", options.tableSpace2, "Another one for ORVXML.XML_USAGE")
+      ->type_name("TS");
+  command("disable-db", "Drop what enable-db made", disableDatabase);
+
+  added = command("enable-column", "Keep side tables of a column of documents", enableColumn);
+  columnOf(added);
+  mapping(added);
+  tableSpace(added, "Table space of the side tables");
+  added->add_option("--view", options.view, "View that joins the table with its side tables")
+      ->type_name("NAME");
+  added->add_option("--root-id", options.rootId, "Primary key that joins them; else QRKROOT_ID")
+      ->type_name("COLUMN");
+  columnOf(command("disable-column", "Drop side tables, triggers and view", disableColumn));
+
+  added = command("enable-collection", "Give a mapping a name", enableCollection);
+  collection(added);
+  mapping(added);
+  tableSpace(added, "Table space of the tables that are made");
+  collection(command("disable-collection", "Take the name away", disableCollection));
+}
+
+void addRegistered(CLI::App& app, CommandLine& line) {
+  CLI::App* dtd = app.add_subcommand("dtd", "Registered DTDs");
+  dtd->require_subcommand(1);
+  CLI::App* add = dtd->add_subcommand("add", "Register a DTD");
+  add->add_option("ID", line.dtdId, "Its id")->required();
+  add->add_option("FILE", line.dtdFile, "File with the DTD; - is standard input")->required();
+  add->callback([&line] { addDtd(line.settings, line.dtdId, line.dtdFile); });
+  CLI::App* list = dtd->add_subcommand("list", "Show ids, uses and lengths");
+  list->callback([&line] { listDtds(line.settings); });
+  CLI::App* remove = dtd->add_subcommand("remove", "Remove a DTD that is not used");
+  remove->add_option("ID", line.dtdId, "Its id")->required();
+  remove->callback([&line] { removeDtd(line.settings, line.dtdId); });
+
+  CLI::App* status = app.add_subcommand("status", "Show what is enabled in the database");
+  status->callback([&line] { showStatus(line.settings); });
 }
 
 void addSql(CLI::App& app, CommandLine& line) {
@@ -140,6 +214,8 @@ int run(int argc, char** argv) {
   CLI::App app{"The XML Annex of the ORV server from the command line.", "orvxml"};
   addGlobalOptions(app, line);
   addAdministration(app, line);
+  addEnabling(app, line);
+  addRegistered(app, line);
   addSql(app, line);
   addShred(app, line);
   addCompose(app, line);
