@@ -1,0 +1,1 @@
+create table mail (id integer not null primary key, doc orvxml.XMLCLOB);
