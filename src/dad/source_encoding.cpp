@@ -27,7 +27,7 @@ struct Spelling {
 };
 constexpr Spelling kSpellings[] = {
     {"<?xml", '>', nullptr},
-    {"\x4C\x6F\xA7\x94\x93", '\x6E', "ibm-37"},
+    {"\x4C\x6F\xA7\x94\x93", '\x6E', "cp037"},
 };
 
 // A document's first bytes: to the end of its XML declaration, when it has one, or some more.

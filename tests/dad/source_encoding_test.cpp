@@ -84,7 +84,7 @@ TEST(SourceEncodingTest, BytesThatMeanNothingAreRefused) {
       {"iso-8859-8", 916, "\xC0"},
       {"windows-1255", 1255, "\xFF"},
       {"ISO-2022-JP", 0, "\x1B$B\xFF"},
-      {"ibm-1208", 0, "\xE9"},
+      {"cp1208", 0, "\xE9"},
   };
   CallContext declares;
   for (const Case& c : cases) {
@@ -163,7 +163,7 @@ TEST(SourceEncodingTest, ADeclarationIsFoundHoweverItIsWritten) {
       {"far away", "<?xml version='1.0'" + blanks + "encoding='Shift_JIS'?>" + body, day},
       {"standalone", "<?xml version='1.0' encoding='Shift_JIS' standalone='yes'?>" + body, day},
       {"a mark of another encoding", "\xEF\xBB\xBF" + declared("Shift_JIS") + body, day},
-      {"in EBCDIC", writtenIn("ibm-37", u"<?xml version='1.0' encoding='ibm-37'?><a>\u00E9</a>"),
+      {"in EBCDIC", writtenIn("cp037", u"<?xml version='1.0' encoding='cp037'?><a>\u00E9</a>"),
        "\xC3\xA9"},
       {"an instruction", "<?xml-x encoding='Shift_JIS'?><a>\xC3\xA9</a>", "\xC3\xA9"},
       {"a comment", "<?xml version='1.0'?><!-- encoding='Shift_JIS' --><a>\xC3\xA9</a>",
