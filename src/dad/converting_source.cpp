@@ -47,7 +47,8 @@ class ConvertingStream : public xercesc::BinInputStream {
     if (at_ == end_ && !isLast_) readPiece();
     UErrorCode status = U_ZERO_ERROR;
     char16_t* out = units_.data();
-    ucnv_toUnicode(converter_.get(), &out, out + room, &at_, end_, nullptr, isLast_, &status);
+    ucnv_toUnicode(converter_.get(), &out, out + room, &at_, end_, nullptr,
+                   static_cast<UBool>(isLast_), &status);
     isMalformed_ = U_FAILURE(status) && status != U_BUFFER_OVERFLOW_ERROR;
     isComplete_ = isLast_ && U_SUCCESS(status);
     return static_cast<size_t>(out - units_.data());

@@ -79,14 +79,14 @@ qrkValidateHandler::qrkValidateHandler(QrkStruct* context, const char* dtd, cons
 xercesc::InputSource* qrkValidateHandler::resolveEntity(const XMLCh* /*publicId*/,
                                                         const XMLCh* /*requested*/) {
   QRK_TRACE(ctx, "systemId='%s'", converted(ctx, systemId).c_str());
-  InputPtr source = dtd_ ? suppliedDtd() : nullptr;
+  InputPtr source = suppliedDtd();
   if (!source) return nullptr;
-  source = encoding_.empty() ? inDeclaredEncoding(std::move(source))
-                             : inEncoding(ctx, std::move(source), encoding_);
-  return source.release();
+  if (encoding_.empty()) return inDeclaredEncoding(std::move(source)).release();
+  return inEncoding(ctx, std::move(source), encoding_).release();
 }
 
 std::unique_ptr<xercesc::InputSource> qrkValidateHandler::suppliedDtd() const {
+  if (!dtd_) return nullptr;
   if (mode_ == kDtdIsText) return memorySource(dtd_, u"IdForDtdDocBuffer");
   std::u16string name;
   if (!toUtf16(ctx, dtd_, name)) return nullptr;
