@@ -1,9 +1,14 @@
 #include "sql_command.h"
 
+#include <strings.h>
+
+#include <algorithm>
+
 #include "console.h"
 #include "database.h"
 #include "input_file.h"
 #include "result_writer.h"
+#include "statement_values.h"
 #include "text_encoding.h"
 
 namespace orvxml::command {
@@ -14,6 +19,11 @@ constexpr int kNoRow = 100;
 
 struct Script {
   std::string name;  // in front of messages, with the line
+  std::string text;
+};
+
+struct Statement {
+  std::string where;  // in front of messages
   std::string text;
 };
 
@@ -30,28 +40,79 @@ std::vector<Script> readScripts(const SqlOptions& options) {
   return scripts;
 }
 
+std::vector<Statement> readStatements(const SqlOptions& options) {
+  const StatementValues values(options.texts, options.textFiles);
+  std::vector<Statement> statements;
+  for (const Script& script : readScripts(options)) {
+    for (const orv::ScriptStatement& statement : orv::splitScript(script.text)) {
+      const std::string where = script.name + ':' + std::to_string(statement.line);
+      statements.push_back({where, values.applyTo(statement.text, where)});
+    }
+  }
+  return statements;
+}
+
+// What a CALL says by the output parameters with which the library's procedures report.
+class ProcedureReport {
+ public:
+  explicit ProcedureReport(const std::string& statement)
+      : isCall_(strncasecmp(statement.c_str(), "CALL", 4) == 0) {}
+
+  void begin(const std::vector<orv::ResultColumn>& columns) {
+    for (size_t i = 0; i < columns.size(); ++i) {
+      if (columns[i].name == "RETURNCODE") code_ = i;
+      if (columns[i].name == "RETURNMSG") message_ = i;
+    }
+  }
+
+  // Takes the newline from the end of the message: it would stand in a table as an escape.
+  void take(std::vector<orv::ResultValue>& values) {
+    if (!isCall_ || std::max(code_, message_) >= values.size()) return;
+    hasFailed_ = values[code_].value_or("").starts_with('-');
+    std::string text = values[message_].value_or("");
+    if (text.ends_with('\n')) text.pop_back();
+    if (values[message_]) values[message_] = text;
+    text_ = std::move(text);
+  }
+
+  bool hasFailed() const { return hasFailed_; }
+  const std::string& text() const { return text_; }
+
+ private:
+  static constexpr size_t kAbsent = std::string::npos;
+  bool isCall_;
+  size_t code_ = kAbsent;
+  size_t message_ = kAbsent;
+  bool hasFailed_ = false;
+  std::string text_;
+};
+
 class Runner {
  public:
   Runner(const Settings& settings, orv::Session& session, ResultFormat format)
       : settings_(settings), session_(session), writer_(makeResultWriter(format, stdout)) {}
 
-  void run(const std::string& text, const std::string& where) {
+  void run(const Statement& statement) {
     int64_t rows = 0;
     bool hasResult = false;
+    ProcedureReport procedure(statement.text);
     const orv::Result result = session_.run(
-        text,
+        statement.text,
         [&](const std::vector<orv::ResultColumn>& columns) {
           hasResult = true;
+          procedure.begin(columns);
           writer_->begin(columns);
         },
-        [&](const std::vector<orv::ResultValue>& values) {
+        [&](std::vector<orv::ResultValue>& values) {
           ++rows;
+          procedure.take(values);
           writer_->row(values);
           return std::ferror(stdout) == 0;
         });
     if (hasResult) writer_->end();
-    require(result.outcome, where);
-    report(result, where, hasResult, rows);
+    require(result.outcome, statement.where);
+    if (procedure.hasFailed()) throw Failure(statement.where, procedure.text());
+    report(result, statement.where, hasResult, rows);
   }
 
  private:
@@ -79,18 +140,14 @@ void runSql(const Settings& settings, const SqlOptions& options) {
   }
   if (options.csv && settings.json) throw Failure("", "give --csv or --json, not both", kWrongUse);
   requireDatabase(settings);
-  const std::vector<Script> scripts = readScripts(options);
+  const std::vector<Statement> statements = readStatements(options);
   const std::unique_ptr<orv::Session> session = openDatabase(settings);
   const ResultFormat format = options.csv     ? ResultFormat::Csv
                               : settings.json ? ResultFormat::Json
                                               : ResultFormat::Table;
   // A session that ends without a commit rolls back, so a failure just leaves.
   Runner runner(settings, *session, format);
-  for (const Script& script : scripts) {
-    for (const orv::ScriptStatement& statement : orv::splitScript(script.text)) {
-      runner.run(statement.text, script.name + ':' + std::to_string(statement.line));
-    }
-  }
+  for (const Statement& statement : statements) runner.run(statement);
   checkOutput();
   require(session->commit(), settings.database);
 }
