@@ -11,7 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kProcedures = ORVXML_SOURCE_DIR "/examples/procedures.sql";
 const char kTables[] =
     "create table item (id integer not null primary key, name varchar(2000));"
     "insert into item values (1, 'Zoë'); insert into item values (2, 'b & c');"
@@ -56,7 +55,7 @@ class CommandCompose : public testing::Test {
     const CommandResult result = place_.orvxml({"sql", statements});
     ASSERT_EQ(result.status, 0) << result.err;
   }
-  void registerProcedures() { ASSERT_EQ(place_.orvxml({"sql", "--file", kProcedures}).status, 0); }
+  void registerProcedures() { ASSERT_EQ(place_.orvxml({"enable-db"}).status, 0); }
   void enable(const std::string& collection) {
     sql("insert into orvxml.xml_usage (table_schema, table_name, col_name, dad, access_mode,"
         " validation, trigger_suffix) values ('', 'QRK_COLLECTION', '" +

@@ -7,7 +7,6 @@ namespace orvxml::test {
 namespace {
 
 const std::string kExample = ORVXML_SOURCE_DIR "/examples/invoices/";
-const std::string kProcedures = ORVXML_SOURCE_DIR "/examples/procedures.sql";
 const std::string kDad = kExample + "invoices.dad";
 
 bool contains(const std::string& text, const std::string& part) {
@@ -35,6 +34,7 @@ class CommandShred : public testing::Test {
     const CommandResult result = place_.orvxml({"sql", "--file", file});
     ASSERT_EQ(result.status, 0) << result.err;
   }
+  void registerProcedures() { ASSERT_EQ(place_.orvxml({"enable-db"}).status, 0); }
   CommandResult shred(std::vector<std::string> arguments, const std::string& input = "") const {
     arguments.insert(arguments.begin(), {"shred", "--dad", kDad});
     return place_.orvxml(arguments, input);
@@ -99,12 +99,12 @@ TEST_F(CommandShred, RegisteredProcedureAndCollectionGiveTheSameRows) {
   const std::string direct = rows(query);
 
   setUpDatabase({});
-  sql(kProcedures);
+  registerProcedures();
   EXPECT_EQ(shred(documents()).status, 0);
   EXPECT_EQ(rows(query), direct);
 
   setUpDatabase({});
-  sql(kProcedures);
+  registerProcedures();
   sql(place_.write(
       "enable.sql",
       "insert into orvxml.xml_usage (table_schema, table_name, col_name, dad,"
@@ -171,7 +171,7 @@ TEST_F(CommandShred, ADatabaseInAnotherCodePageTakesWhatItHolds) {
   setUpDatabase({"--code-page", "819"});
   for (const bool registered : {false, true}) {
     SCOPED_TRACE(registered);
-    if (registered) sql(kProcedures);
+    if (registered) registerProcedures();
     const CommandResult fits = shred({"-"}, customer("L-1", "Müller"));
     EXPECT_EQ(fits.status, 0) << fits.err;
     EXPECT_EQ(rows("select name from customer"), "Müller\r\n");
@@ -267,7 +267,7 @@ TEST_F(CommandShred, ADocumentWithoutAnyRowGetsAWarning) {
 }
 
 TEST_F(CommandShred, ADocumentLargerThanTheParameterGoesAroundIt) {
-  sql(kProcedures);
+  registerProcedures();
   std::string document = "<customer number=\"B\"><name>big</name>\n";
   for (int i = 0; i < 9000; ++i) {
     document += "<invoice number=\"" + std::to_string(i) +

@@ -10,12 +10,9 @@ class RealDocument : public testing::Test {
   void shred(const std::string& example, const std::string& dad, const std::string& document) {
     document_ = document;
     const std::string folder = ORVXML_SOURCE_DIR "/examples/" + example + '/';
-    ASSERT_EQ(place_.orvxml({"create"}).status, 0);
-    for (const std::string& script :
-         {folder + "tables.sql", std::string(ORVXML_SOURCE_DIR "/examples/procedures.sql")}) {
-      const CommandResult made = place_.orvxml({"sql", "--file", script});
-      ASSERT_EQ(made.status, 0) << made.err;
-    }
+    ASSERT_EQ(place_.orvxml({"create", "--enable"}).status, 0);
+    const CommandResult made = place_.orvxml({"sql", "--file", folder + "tables.sql"});
+    ASSERT_EQ(made.status, 0) << made.err;
     const CommandResult result = place_.orvxml({"shred", "--dad", folder + dad, document});
     ASSERT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(result.err, "");

@@ -1,5 +1,5 @@
-// A database with the functions of examples/functions.sql and one row of documents, one of each
-// document type, for expressions over them:
+// An enabled database and one row of documents, one of each document type, for expressions over
+// them:
 //
 //   FunctionDatabase db;
 //   db.store("<a>5</a>");
@@ -7,6 +7,7 @@
 //   EXPECT_EQ(db.failure("orvxml.extractInteger(c, 'a')"), "38X09 QRKD002E  ...");
 #pragma once
 
+#include "orvxml/administration.h"
 #include "tests/support/database.h"
 #include "tests/support/temporary_folder.h"
 
@@ -15,11 +16,7 @@ namespace orvxml::test {
 class FunctionDatabase : public Database {
  public:
   explicit FunctionDatabase(int codePage = 1208) : Database(codePage) {
-    const std::string script = readFile(ORVXML_SOURCE_DIR "/examples/functions.sql");
-    for (const orv::ScriptStatement& statement : orv::splitScript(script)) {
-      if (codePage != 1208 && statement.text.find("DBCLOB") != std::string::npos) continue;
-      run(statement.text);
-    }
+    enable();
     run("create table documents (v orvxml.XMLVarchar, c orvxml.XMLCLOB, f orvxml.XMLFile)");
     run("insert into documents values (null, null, null)");
   }
@@ -66,6 +63,16 @@ class FunctionDatabase : public Database {
   const std::string& file() const { return file_; }
 
  private:
+  void enable() {
+    char name[] = "test";
+    char message[kMessageSize] = "";
+    int code = 0;
+    short indicators[3] = {};
+    EXPECT_EQ(qrkEnableDB_STP(name, &code, message, &indicators[0], &indicators[1], &indicators[2]),
+              0)
+        << message;
+  }
+
   const TemporaryFolder folder_;
   std::string file_;
 };

@@ -67,7 +67,7 @@ class DecomposeDatabase : public Database {
  public:
   explicit DecomposeDatabase(int codePage = 1208, bool bound = true)
       : Database(codePage, ":memory:", bound) {
-    runScript(readFile(ORVXML_SOURCE_DIR "/examples/procedures.sql"));
+    runScript(readFile(ORVXML_SOURCE_DIR "/tests/support/procedures.sql"));
   }
 
   // Runs the statements and commits.
