@@ -4,7 +4,9 @@
 
 #include "console.h"
 #include "database.h"
+#include "enable_commands.h"
 #include "orvxml/trace.h"
+#include "text_encoding.h"
 
 namespace orvxml::command {
 
@@ -14,6 +16,14 @@ namespace {
 std::string databaseFile(const std::string& url) {
   constexpr std::string_view kScheme = "sqlite:";
   return url.starts_with(kScheme) ? url.substr(kScheme.size()) : url;
+}
+
+// The library's statements and messages are ASCII as they stand.
+void requireAscii(const std::string& where, int codePage) {
+  const std::string characters = "ABYZabyz0189 '\"<>&/()=.,;:-_";
+  if (toCodePage(where, characters, codePage) == characters) return;
+  throw Failure(where, "in code page " + std::to_string(codePage) +
+                           " letters have other bytes than in ASCII: the library cannot use it");
 }
 
 void bindAndCommit(orv::Session& session, const std::string& where) {
@@ -34,21 +44,24 @@ void note(const Settings& settings, const std::string& text) {
 
 }  // namespace
 
-void createDatabase(const Settings& settings, int codePage) {
+void createDatabase(const Settings& settings, int codePage, bool enable) {
   const std::string& url = requireDatabase(settings);
   orv::Outcome outcome;
   std::unique_ptr<orv::Session> session = orv::Session::create(url, codePage, outcome);
   require(outcome, url);
   session->makeCurrent();
   try {
+    requireAscii(url, codePage);
     bindAndCommit(*session, url);
+    note(settings, "created " + url + " with code page " + std::to_string(codePage));
+    session.reset();
+    if (enable) enableDatabase(settings, {});
   } catch (...) {
     session.reset();
     std::error_code ignored;
     std::filesystem::remove(databaseFile(url), ignored);
     throw;
   }
-  note(settings, "created " + url + " with code page " + std::to_string(codePage));
 }
 
 void bindDatabase(const Settings& settings) {

@@ -7,8 +7,9 @@
 
 namespace orvxml::command {
 
-// Makes a new database with the packages bound. Nothing is left behind when that fails.
-void createDatabase(const Settings& settings, int codePage);
+// Makes a new database with the packages bound, and enables it. Nothing is left behind when that
+// fails.
+void createDatabase(const Settings& settings, int codePage, bool enable);
 void bindDatabase(const Settings& settings);
 void traceOn(const Settings& settings, const std::string& directory);
 void traceOff(const Settings& settings);

@@ -22,6 +22,9 @@ void bindPackages();
 // Throws Failure with the server's message unless the outcome is a success or a warning.
 void require(const orv::Outcome& outcome, const std::string& where);
 
+// Behind the message of a failure that undid what the command had begun.
+inline constexpr char kRolledBack[] = "\nnothing was changed: the unit of work is rolled back";
+
 // Runs one statement; Failure, with `where` in front, when it fails.
 orv::Result runStatement(orv::Session& session, const std::string& where,
                          const std::string& statement);

@@ -20,47 +20,64 @@ std::unique_ptr<orv::Session> openEnabled(const Settings& settings) {
   return session;
 }
 
-void commit(const Settings& settings, orv::Session& session, const std::string& text) {
+// An id as an SQL literal.
+std::string keyOf(const std::string& id) {
+  if (id.empty()) throw Failure("", "the DTD needs an id", kWrongUse);
+  return sqlLiteral(plainTextAsUtf8("DTD id", id));
+}
+
+// Runs a change as one unit of work: committed when it succeeded, rolled back when it did not.
+// `nothing` is what to say when no row was changed.
+void change(const Settings& settings, orv::Session& session, const std::string& statement,
+            const std::string& done, const std::string& nothing) {
+  orv::Result result = session.run(statement);
+  if (result.outcome.failed() || result.rowCount == 0) {
+    session.rollback();
+    throw Failure(settings.database,
+                  (result.outcome.failed() ? result.outcome.message : nothing) + kRolledBack);
+  }
   require(session.commit(), settings.database);
-  if (!settings.quiet) printMessage("", text);
+  if (!settings.quiet) printMessage("", done);
 }
 
 }  // namespace
 
 void addDtd(const Settings& settings, const std::string& id, const std::string& file) {
   requireDatabase(settings);
+  const std::string key = keyOf(id);
   const std::string name = inputName(file);
   const std::string dtd = documentAsUtf8(name, readWhole(file));
   const std::unique_ptr<orv::Session> session = openEnabled(settings);
   // Refuses what has no place in the code page here, where the line can be told.
   toCodePage(name, dtd, session->codePage());
-  const std::string key = sqlLiteral(id);
   const orv::Result found = runStatement(*session, settings.database,
                                          "SELECT dtdid FROM orvxml.dtd_ref WHERE dtdid = " + key);
   if (!found.rows.empty()) {
     throw Failure(settings.database, "there is a DTD " + id + " already; nothing was changed");
   }
-  runStatement(*session, name,
-               "INSERT INTO orvxml.dtd_ref (dtdid, content, usage_count) VALUES (" + key +
-                   ", orvxml.XMLCLOB(" + sqlLiteral(dtd) + "), 0)");
-  commit(settings, *session, "added the DTD " + id);
+  change(settings, *session,
+         "INSERT INTO orvxml.dtd_ref (dtdid, content, usage_count) VALUES (" + key +
+             ", orvxml.XMLCLOB(" + sqlLiteral(dtd) + "), 0)",
+         "added the DTD " + id, "");
 }
 
 void removeDtd(const Settings& settings, const std::string& id) {
+  const std::string key = keyOf(id);
   const std::unique_ptr<orv::Session> session = openEnabled(settings);
-  const orv::Result result =
-      session->run("DELETE FROM orvxml.dtd_ref WHERE dtdid = " + sqlLiteral(id));
-  require(result.outcome, "DTD " + id + " stays");
-  if (result.rowCount == 0) throw Failure(settings.database, "there is no DTD " + id);
-  commit(settings, *session, "removed the DTD " + id);
+  change(settings, *session, "DELETE FROM orvxml.dtd_ref WHERE dtdid = " + key,
+         "removed the DTD " + id, "there is no DTD " + id);
 }
 
 void listDtds(const Settings& settings) {
   const std::unique_ptr<orv::Session> session = openEnabled(settings);
-  const orv::Result result = runStatement(
-      *session, settings.database,
-      "SELECT dtdid, usage_count AS uses, length(content) AS bytes FROM orvxml.dtd_ref "
-      "ORDER BY dtdid");
+  orv::Result result =
+      runStatement(*session, settings.database,
+                   "SELECT dtdid, usage_count, length(content) FROM orvxml.dtd_ref ORDER BY dtdid");
+  const char* const titles[] = {"DTD", "USES", "BYTES"};
+  const char* const members[] = {"dtd", "uses", "bytes"};
+  for (size_t i = 0; i < result.columns.size(); ++i) {
+    result.columns[i].name = settings.json ? members[i] : titles[i];
+  }
   const std::unique_ptr<ResultWriter> writer =
       makeResultWriter(settings.json ? ResultFormat::Json : ResultFormat::Table, stdout);
   writer->begin(result.columns);

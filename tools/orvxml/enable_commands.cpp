@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <functional>
+#include <vector>
 
 #include "console.h"
 #include "database.h"
@@ -20,17 +21,24 @@ namespace {
 constexpr int kNotBound = -104;
 constexpr int kPackageNotFound = -805;
 
+// The warnings: enabled already, and not enabled. A statement of the lists that ends with another
+// warning has left them unfinished, and counts as a failure.
+constexpr int kAlreadyEnabled = 5;
+constexpr int kNotEnabled = 6;
+
 // What a call gives back.
 struct Answer {
   int code = 0;
   char message[kMessageSize] = "";
+  bool failed() const { return code != 0 && code != kAlreadyEnabled && code != kNotEnabled; }
 };
 
 // A text in the database's code page, as the procedures take it; an empty one is null for them.
 class TextArgument {
  public:
-  TextArgument(const char* label, const std::string& utf8, int codePage)
-      : text_(toCodePage(label, utf8, codePage)), isNull_(utf8.empty() ? -1 : 0) {}
+  TextArgument(const char* label, const std::string& argument, int codePage)
+      : text_(toCodePage(label, plainTextAsUtf8(label, argument), codePage)),
+        isNull_(argument.empty() ? -1 : 0) {}
   char* get() { return text_.data(); }
   short indicator() const { return isNull_; }
 
@@ -60,7 +68,10 @@ class MappingArgument {
  private:
   static std::string text(const std::string& file, int codePage) {
     const std::string name = inputName(file);
-    return toCodePage(name, documentAsUtf8(name, readWhole(file)), codePage);
+    std::string mapping = toCodePage(name, documentAsUtf8(name, readWhole(file)), codePage);
+    if (mapping.size() <= kDadParameter) return mapping;
+    throw Failure(name, "the mapping has " + std::to_string(mapping.size()) + " bytes; at most " +
+                            std::to_string(kDadParameter) + " are kept");
   }
   ClobValue value_;
 };
@@ -92,8 +103,10 @@ class Administration {
   }
   TextArgument databaseName() const { return text("database name", session_->databaseName()); }
   MappingArgument mapping(const std::string& file) const { return {file, session_->codePage()}; }
+  orv::Session& session() { return *session_; }
 
-  void run(const std::function<void(Answer&)>& procedure) {
+  // `help` is what to say behind the message of a failure.
+  void run(const std::function<void(Answer&)>& procedure, const std::string& help = "") {
     Answer answer;
     procedure(answer);
     if (lacksPackages(answer)) {
@@ -103,9 +116,9 @@ class Administration {
       procedure(answer);
     }
     const std::string message = fromCodePage(answer.message, session_->codePage());
-    if (answer.code < 0) refuse(answer.code, message);
+    if (answer.failed()) refuse(answer.code, message, help);
     const orv::Outcome outcome = session_->commit();
-    if (outcome.failed()) refuse(outcome.sqlcode, outcome.message);
+    if (outcome.failed()) refuse(outcome.sqlcode, outcome.message, "");
     if (settings_.json) {
       printJson(true, answer.code, message);
     } else if (answer.code > 0 || !settings_.quiet) {
@@ -114,12 +127,11 @@ class Administration {
   }
 
  private:
-  [[noreturn]] void refuse(int code, std::string message) {
+  [[noreturn]] void refuse(int code, std::string message, const std::string& help) {
     session_->rollback();
     message.erase(message.find_last_not_of('\n') + 1);
     if (settings_.json) printJson(false, code, message);
-    throw Failure(settings_.database,
-                  message + "\nnothing was changed: the unit of work is rolled back");
+    throw Failure(settings_.database, message + kRolledBack + help);
   }
 
   static void printJson(bool ok, int code, std::string message) {
@@ -131,6 +143,46 @@ class Administration {
   const Settings& settings_;
   std::unique_ptr<orv::Session> session_;
 };
+
+// What the administrative tables hold.
+struct Kept {
+  struct Column {
+    std::string name;
+    std::string table;
+  };
+  std::vector<Column> columns;
+  int collections = 0;
+  int dtds = 0;
+};
+
+Kept readKept(orv::Session& session, const std::string& database) {
+  Kept kept;
+  if (!isEnabled(session, database)) return kept;
+  const orv::Result usage =
+      runStatement(session, database,
+                   "SELECT RTRIM(table_schema) || '.' || RTRIM(table_name), RTRIM(col_name) FROM "
+                   "orvxml.xml_usage WHERE table_name <> 'QRK_COLLECTION' ORDER BY 1, 2");
+  for (const auto& row : usage.rows) {
+    kept.columns.push_back({row[1].value_or(""), row[0].value_or("")});
+  }
+  const auto count = [&](const char* from) {
+    const std::string query = std::string("SELECT COUNT(*) FROM ") + from;
+    return numberOf(runStatement(session, database, query).rows[0][0]);
+  };
+  kept.collections = count("orvxml.xml_usage WHERE table_name = 'QRK_COLLECTION'");
+  kept.dtds = count("orvxml.dtd_ref");
+  return kept;
+}
+
+// Disabling a collection forgets everything of its name.
+void requireNoColumn(const Kept& kept, const std::string& database, const std::string& name) {
+  for (const Kept::Column& column : kept.columns) {
+    if (column.name != name) continue;
+    throw Failure(database, "the column " + name + " of " + column.table +
+                                " is enabled and would be forgotten with the collection: disable "
+                                "the column first\nnothing was changed");
+  }
+}
 
 void requireMapping(const EnableOptions& options) {
   if (options.dad.empty()) throw Failure("", "give the mapping with --dad", kWrongUse);
@@ -150,7 +202,15 @@ void enableDatabase(const Settings& settings, const EnableOptions& options) {
 void disableDatabase(const Settings& settings, const EnableOptions&) {
   Administration administration(settings);
   TextArgument database = administration.databaseName();
-  administration.run([&](Answer& answer) { call(&qrkDisableDB_STP, answer, database); });
+  const Kept kept = readKept(administration.session(), settings.database);
+  std::string help;
+  for (const Kept::Column& column : kept.columns) {
+    help += "\nto be disabled before: the column " + column.name + " of " + column.table;
+  }
+  administration.run([&](Answer& answer) { call(&qrkDisableDB_STP, answer, database); }, help);
+  if (settings.quiet) return;
+  if (kept.collections > 0) printMessage("", "gone: " + countText(kept.collections, "collection"));
+  if (kept.dtds > 0) printMessage("", "gone: " + countText(kept.dtds, "DTD"));
 }
 
 void enableColumn(const Settings& settings, const EnableOptions& options) {
@@ -190,6 +250,8 @@ void disableCollection(const Settings& settings, const EnableOptions& options) {
   Administration administration(settings);
   TextArgument database = administration.databaseName();
   TextArgument collection = administration.text("collection", options.name);
+  requireNoColumn(readKept(administration.session(), settings.database), settings.database,
+                  options.name);
   administration.run(
       [&](Answer& answer) { call(&qrkDisableColl_STP, answer, database, collection); });
 }

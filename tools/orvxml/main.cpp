@@ -56,10 +56,7 @@ void addAdministration(CLI::App& app, CommandLine& line) {
   create->add_option("--code-page", line.codePage, "Code page of the database")
       ->capture_default_str();
   create->add_flag("--enable", line.enable, "Enable it as enable-db does");
-  create->callback([&line] {
-    createDatabase(line.settings, line.codePage);
-    if (line.enable) enableDatabase(line.settings, line.enabling);
-  });
+  create->callback([&line] { createDatabase(line.settings, line.codePage, line.enable); });
 
   CLI::App* bind = app.add_subcommand("bind", "Bind the library's packages again");
   bind->callback([&line] { bindDatabase(line.settings); });
@@ -98,7 +95,7 @@ void addEnabling(CLI::App& app, CommandLine& line) {
   CLI::App* added = command(
       "enable-db", "Make types, functions, procedures and administrative tables", enableDatabase);
   tableSpace(added, "Table space of the administrative tables");
-  added->add_option("--table-space2", options.tableSpace2, "Another one for ORVXML.XML_USAGE")
+  added->add_option("--table-space2", options.tableSpace2, "Another one for ORVXML.XML_USAGE alone")
       ->type_name("TS");
   command("disable-db", "Drop what enable-db made", disableDatabase);
 
@@ -112,27 +109,30 @@ void addEnabling(CLI::App& app, CommandLine& line) {
       ->type_name("COLUMN");
   columnOf(command("disable-column", "Drop side tables, triggers and view", disableColumn));
 
-  added = command("enable-collection", "Give a mapping a name", enableCollection);
+  added = command("enable-collection", "Keep a mapping under a name and make its tables",
+                  enableCollection);
   collection(added);
   mapping(added);
   tableSpace(added, "Table space of the tables that are made");
-  collection(command("disable-collection", "Take the name away", disableCollection));
+  collection(command("disable-collection", "Forget a mapping and its name; its tables stay",
+                     disableCollection));
 }
 
 void addRegistered(CLI::App& app, CommandLine& line) {
-  CLI::App* dtd = app.add_subcommand("dtd", "Registered DTDs");
+  CLI::App* dtd = app.add_subcommand("dtd", "Register, list and remove DTDs");
   dtd->require_subcommand(1);
-  CLI::App* add = dtd->add_subcommand("add", "Register a DTD");
-  add->add_option("ID", line.dtdId, "Its id")->required();
+  CLI::App* add = dtd->add_subcommand("add", "Register a DTD under an id");
+  add->add_option("ID", line.dtdId, "Id by which mappings name it")->required();
   add->add_option("FILE", line.dtdFile, "File with the DTD; - is standard input")->required();
   add->callback([&line] { addDtd(line.settings, line.dtdId, line.dtdFile); });
   CLI::App* list = dtd->add_subcommand("list", "Show ids, uses and lengths");
   list->callback([&line] { listDtds(line.settings); });
   CLI::App* remove = dtd->add_subcommand("remove", "Remove a DTD that is not used");
-  remove->add_option("ID", line.dtdId, "Its id")->required();
+  remove->add_option("ID", line.dtdId, "Id of the DTD")->required();
   remove->callback([&line] { removeDtd(line.settings, line.dtdId); });
 
-  CLI::App* status = app.add_subcommand("status", "Show what is enabled in the database");
+  CLI::App* status = app.add_subcommand(
+      "status", "Show what is enabled in the database, with side tables, triggers and DTDs");
   status->callback([&line] { showStatus(line.settings); });
 }
 
@@ -142,6 +142,12 @@ void addSql(CLI::App& app, CommandLine& line) {
   sql->add_option("STATEMENT", line.sql.statements, "Statements, separated by semicolons");
   sql->add_option("--file", line.sql.file, "Read the statements from a file")->type_name("FILE");
   sql->add_flag("--csv", line.sql.csv, "Write results as CSV");
+  const auto values = [sql](const char* name, std::vector<std::string>& into, const char* text) {
+    return sql->add_option(name, into, text)->allow_extra_args(false);
+  };
+  values("--set", line.sql.texts, "Let :NAME stand for a text")->type_name("NAME=TEXT");
+  values("--set-file", line.sql.textFiles, "Let :NAME stand for the text of a file")
+      ->type_name("NAME=FILE");
   sql->callback([&line] { runSql(line.settings, line.sql); });
 }
 

@@ -1,5 +1,6 @@
 #include "status_command.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "local_context.h"
 #include "orvxml/extraction.h"
 #include "result_writer.h"
+#include "text_layout.h"
 
 namespace orvxml::command {
 
@@ -32,6 +34,8 @@ struct Dtd {
 };
 
 struct Status {
+  std::string database;
+  int codePage = 0;
   bool isEnabled = false;
   std::vector<EnabledColumn> columns;
   std::vector<Collection> collections;
@@ -83,6 +87,8 @@ class StatusReader {
 
   Status read() {
     Status status;
+    status.database = database_;
+    status.codePage = session_->codePage();
     status.isEnabled = isEnabled(*session_, database_);
     if (!status.isEnabled) return status;
     readUsage(status);
@@ -100,10 +106,10 @@ class StatusReader {
   void readUsage(Status& status) {
     for (const auto& row :
          rows("SELECT table_schema, table_name, col_name, dtdid, validation, default_view, "
-              "trigger_suffix, dad, access_mode FROM orvxml.xml_usage "
+              "trigger_suffix, dad FROM orvxml.xml_usage "
               "ORDER BY table_schema, table_name, col_name")) {
       const bool isValidated = row[4].value_or("0") != "0";
-      if (row[8].value_or("0") != "0") {
+      if (trimmed(row[1]) == "QRK_COLLECTION") {
         status.collections.push_back({trimmed(row[2]), trimmed(row[3]), isValidated});
         continue;
       }
@@ -129,12 +135,6 @@ class StatusReader {
   std::unique_ptr<orv::Session> session_;
 };
 
-std::string joined(const Names& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
-}
-
 // Text columns of these names, and rows of them.
 void printTable(const Names& titles, const std::vector<Names>& lines) {
   std::vector<orv::ResultColumn> columns;
@@ -151,13 +151,22 @@ const char* yesNo(bool yes) {
   return yes ? "yes" : "no";
 }
 
-void printText(const Status& status) {
-  std::printf("enabled: %s\n", yesNo(status.isEnabled));
-  std::vector<Names> lines;
-  for (const EnabledColumn& column : status.columns) {
-    lines.push_back({column.table, column.column, joined(column.sideTables),
-                     joined(column.triggers), column.view, column.dtd, yesNo(column.isValidated)});
+// A line for each side table and each trigger; the first has the rest.
+void addLines(const EnabledColumn& column, std::vector<Names>& lines) {
+  const auto at = [](const Names& names, size_t i) { return i < names.size() ? names[i] : ""; };
+  lines.push_back({column.table, column.column, at(column.sideTables, 0), at(column.triggers, 0),
+                   column.view, column.dtd, yesNo(column.isValidated)});
+  const size_t count = std::max(column.sideTables.size(), column.triggers.size());
+  for (size_t i = 1; i < count; ++i) {
+    lines.push_back({"", "", at(column.sideTables, i), at(column.triggers, i), "", "", ""});
   }
+}
+
+void printText(const Status& status) {
+  std::printf("database: %s\ncode page: %d\nenabled: %s\n", onOneLine(status.database).c_str(),
+              status.codePage, yesNo(status.isEnabled));
+  std::vector<Names> lines;
+  for (const EnabledColumn& column : status.columns) addLines(column, lines);
   if (!lines.empty()) {
     std::printf("\n");
     printTable({"TABLE", "COLUMN", "SIDE TABLES", "TRIGGERS", "VIEW", "DTD", "VALIDATED"}, lines);
@@ -215,9 +224,11 @@ void printJson(const Status& status) {
   const auto array = [](const auto& items) {
     return jsonArray(items, [](const auto& item) { return json(item); });
   };
-  std::printf("{\"enabled\": %s, \"columns\": %s, \"collections\": %s, \"dtds\": %s}\n",
-              jsonBool(status.isEnabled).c_str(), array(status.columns).c_str(),
-              array(status.collections).c_str(), array(status.dtds).c_str());
+  std::printf(
+      "{\"database\": %s, \"codePage\": %d, \"enabled\": %s, \"columns\": %s, "
+      "\"collections\": %s, \"dtds\": %s}\n",
+      jsonString(status.database).c_str(), status.codePage, jsonBool(status.isEnabled).c_str(),
+      array(status.columns).c_str(), array(status.collections).c_str(), array(status.dtds).c_str());
 }
 
 }  // namespace
