@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -25,6 +26,7 @@ struct Column {
   std::string storedName;     // its name in the engine: differs when names differ in case only
   std::string storedDefault;  // the default value as the engine's SQL; empty when unknown
   bool isUntyped = false;     // of another program: values are stored with types of their own
+  int64_t generation = 0;     // of the catalog, when ALTER TABLE added it; 0: before all
 };
 
 struct Key {
@@ -69,10 +71,11 @@ struct Table {
   std::vector<CheckConstraint> checks;
   std::string tableSpace;
   std::string baseSchema, baseTable;  // aliases
-  bool foreign = false;    // made by another program: types are read from its own DDL, and
-                           // its names are folded, the storedNames being as it wrote them
-  bool declared = false;   // a declared temporary table, which this session alone has
-  bool keepsRows = false;  // declared: over a commit
+  bool foreign = false;      // made by another program: types are read from its own DDL, and
+                             // its names are folded, the storedNames being as it wrote them
+  bool declared = false;     // a declared temporary table, which this session alone has
+  bool keepsRows = false;    // declared: over a commit
+  bool firesOthers = false;  // triggers of other programs: what they do is not known
 
   // -1 when there is none. Columns of other programs are found under every spelling.
   int columnIndex(std::string_view column) const;
@@ -83,6 +86,7 @@ struct DistinctType {
   std::string name;
   SqlType source;
   bool comparisons = false;
+  int64_t generation = 0;  // of the catalog, when it was made
 };
 
 struct Procedure {
@@ -117,7 +121,11 @@ struct Function {
   std::string sourceSchema;
   std::string sourceName;
   std::vector<SqlType> sourceParameters;
+  int64_t generation = 0;  // of the catalog, when it was made
 };
+
+// Above all generations: for what is being made.
+inline constexpr int64_t kLatest = std::numeric_limits<int64_t>::max();
 
 struct Trigger {
   std::string schema;
@@ -131,7 +139,8 @@ struct Trigger {
   // What its unqualified names mean: the session's settings when it was made.
   std::string defaultSchema;
   std::vector<std::string> functionPath;
-  std::string storedName;  // its name in the engine, where it has something to do there
+  std::string storedName;        // its name in the engine, where it has something to do there
+  int64_t generation = kLatest;  // of the catalog, when it was made
 };
 
 // How a view was made; its columns stand in the Table of its name.
@@ -141,6 +150,20 @@ struct View {
   std::string text;  // the whole CREATE VIEW statement
   std::string defaultSchema;
   std::vector<std::string> functionPath;
+  int64_t generation = kLatest;  // of the catalog, when it was made
+};
+
+// What can be granted on a table, in the order in which the catalog shows it.
+inline constexpr std::string_view kTablePrivileges[] = {
+    "CONTROL", "ALTER", "DELETE", "INDEX", "INSERT", "SELECT", "REFERENCES", "UPDATE"};
+
+struct TablePrivilege {
+  std::string schema;
+  std::string table;
+  char granteeType = 'U';  // U(ser), G(roup)
+  std::string grantee;
+  std::string privilege;   // one of kTablePrivileges
+  bool grantable = false;  // may be granted on
 };
 
 struct PackageSection {
@@ -160,6 +183,8 @@ class Catalog {
  public:
   virtual ~Catalog() = default;
 
+  // The catalog behind the view that a definition has of it.
+  virtual const Catalog& whole() const { return *this; }
   virtual uint64_t version() const = 0;
   virtual int codePage() const = 0;  // of the database
   virtual const std::string& defaultSchema() const = 0;
@@ -168,6 +193,9 @@ class Catalog {
   // the function path is searched. Names are folded. Tables of other programs are found under
   // their folded name and under every other spelling of it.
   virtual const Table* findTable(std::string_view schema, std::string_view name) const = 0;
+  // How many of the table's columns, from the first, there are for the statement: all of them, but
+  // in a definition those that there were when it was made.
+  virtual size_t columnsSeen(const Table& table) const { return table.columns.size(); }
   virtual const DistinctType* findType(std::string_view schema, std::string_view name) const = 0;
   virtual const Procedure* findProcedure(std::string_view schema, std::string_view name,
                                          size_t parameters) const = 0;
@@ -180,6 +208,8 @@ class Catalog {
                                                       std::string_view name) const = 0;
   virtual const Function* findSpecificFunction(std::string_view schema,
                                                std::string_view specific) const = 0;
+  // The tables that have foreign keys to this one.
+  virtual std::vector<const Table*> childrenOf(const Table& parent) const = 0;
   // In the order of their creation, in which they fire.
   virtual std::vector<const Trigger*> triggersOn(const Table& table) const = 0;
   virtual const Trigger* findTrigger(std::string_view schema, std::string_view name) const = 0;

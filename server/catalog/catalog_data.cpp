@@ -1,5 +1,7 @@
 #include "server/catalog/catalog_data.h"
 
+#include <algorithm>
+
 namespace orv {
 namespace {
 
@@ -102,6 +104,17 @@ const Function* CatalogData::findSpecificFunction(std::string_view schema,
     if (function->schema == schema && function->specific == specific) return function.get();
   }
   return nullptr;
+}
+
+std::vector<const Table*> CatalogData::childrenOf(const Table& parent) const {
+  std::vector<const Table*> found;
+  for (const auto& table : tables) {
+    const bool refers = std::ranges::any_of(table->foreignKeys, [&](const ForeignKey& key) {
+      return findTable(key.parentSchema, key.parentTable) == &parent;
+    });
+    if (refers) found.push_back(table.get());
+  }
+  return found;
 }
 
 std::vector<const Trigger*> CatalogData::triggersOn(const Table& table) const {

@@ -28,6 +28,7 @@ class CatalogData {
   std::vector<std::unique_ptr<Trigger>> triggers;  // in the order of their creation
   std::vector<std::unique_ptr<View>> views;        // those of other programs excepted
   std::vector<Package> packages;
+  std::vector<TablePrivilege> privileges;  // by table and grantee
 
   // Prepares the lookups; call once after filling the lists. Of two tables with one name the first
   // in the list is the one that is found.
@@ -44,6 +45,7 @@ class CatalogData {
                                                 std::string_view name) const;
   std::vector<const Function*> functionsNamed(std::string_view schema, std::string_view name) const;
   const Function* findSpecificFunction(std::string_view schema, std::string_view specific) const;
+  std::vector<const Table*> childrenOf(const Table& parent) const;
   std::vector<const Trigger*> triggersOn(const Table& table) const;
   const Trigger* findTrigger(std::string_view schema, std::string_view name) const;
 

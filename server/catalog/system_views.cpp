@@ -1,6 +1,7 @@
 #include "server/catalog/system_views.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace orv {
 namespace {
@@ -170,6 +171,31 @@ constexpr ViewColumn kViewTexts[] = {text("VIEWSCHEMA"), text("VIEWNAME"), kDefi
 std::vector<ViewRow> viewRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
   for (const auto& v : data.views) rows.push_back({v->schema, v->name, v->text});
+  return rows;
+}
+
+constexpr ViewColumn kTabauth[] = {
+    text("GRANTOR"),      text("GRANTEE"),        text("GRANTEETYPE", 1), text("TABSCHEMA"),
+    text("TABNAME"),      text("CONTROLAUTH", 1), text("ALTERAUTH", 1),   text("DELETEAUTH", 1),
+    text("INDEXAUTH", 1), text("INSERTAUTH", 1),  text("SELECTAUTH", 1),  text("REFAUTH", 1),
+    text("UPDATEAUTH", 1)};
+
+// Y(es), N(o), G(rantable), a row for each table and grantee.
+std::vector<ViewRow> privilegeRows(const CatalogData& data) {
+  constexpr size_t kFirst = std::size(kTabauth) - std::size(kTablePrivileges);
+  std::vector<ViewRow> rows;
+  for (const TablePrivilege& p : data.privileges) {
+    ViewRow key{data.defaultSchema, p.grantee, std::string(1, p.granteeType), p.schema, p.table};
+    const bool more = !rows.empty() && std::equal(key.begin(), key.end(), rows.back().begin());
+    if (!more) {
+      rows.push_back(std::move(key));
+      rows.back().resize(std::size(kTabauth), std::string("N"));
+    }
+    const auto position = static_cast<size_t>(std::ranges::find(kTablePrivileges, p.privilege) -
+                                              std::begin(kTablePrivileges));
+    if (position == std::size(kTablePrivileges)) continue;
+    rows.back()[kFirst + position] = std::string(p.grantable ? "G" : "Y");
+  }
   return rows;
 }
 
@@ -344,6 +370,7 @@ constexpr SystemView kViews[] = {
     {"SCHEMATA", kSchemata, schemaRows},
     {"TRIGGERS", kTriggers, triggerRows},
     {"VIEWS", kViewTexts, viewRows},
+    {"TABAUTH", kTabauth, privilegeRows},
     {"PROCEDURES", kProcedures, procedureRows},
     {"PROCPARMS", kProcparms, parameterRows},
     {"FUNCTIONS", kFunctions, functionRows},

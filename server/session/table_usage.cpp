@@ -1,6 +1,8 @@
 #include "server/session/table_usage.h"
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 namespace orv {
 namespace {
@@ -58,14 +60,46 @@ class UsageCollector {
   const Catalog& catalog_;
 };
 
+// Whether a change fires triggers that may change any table: its own, and those of the rows that
+// foreign keys delete or set to null along with it.
+class FiredTriggers {
+ public:
+  explicit FiredTriggers(const Catalog& catalog) : catalog_(catalog) {}
+
+  bool any(const Table& table, TriggerEvent event) {
+    if (!seen_.insert({&table, event}).second) return false;
+    return table.firesOthers || firesOwn(table, event) ||
+           (event == TriggerEvent::Delete && anyOfChildren(table));
+  }
+
+ private:
+  bool firesOwn(const Table& table, TriggerEvent event) const {
+    return std::ranges::any_of(catalog_.triggersOn(table), [&](const Trigger* trigger) {
+      return trigger->time == TriggerTime::After && trigger->event == event;
+    });
+  }
+
+  bool anyOfChildren(const Table& parent) {
+    return std::ranges::any_of(catalog_.childrenOf(parent), [&](const Table* child) {
+      return std::ranges::any_of(child->foreignKeys, [&](const ForeignKey& key) {
+        const bool follows = catalog_.findTable(key.parentSchema, key.parentTable) == &parent;
+        if (!follows) return false;
+        if (key.onDelete == "CASCADE") return any(*child, TriggerEvent::Delete);
+        return key.onDelete == "SET NULL" && any(*child, TriggerEvent::Update);
+      });
+    });
+  }
+
+  const Catalog& catalog_;
+  std::set<std::pair<const Table*, TriggerEvent>> seen_;
+};
+
 bool firesAfterTriggers(const Statement& statement, const Catalog& catalog) {
   if (!changesRows(statement.kind)) return false;
   const TriggerEvent event = statement.kind == StatementKind::Insert   ? TriggerEvent::Insert
                              : statement.kind == StatementKind::Update ? TriggerEvent::Update
                                                                        : TriggerEvent::Delete;
-  return std::ranges::any_of(catalog.triggersOn(*statement.table), [&](const Trigger* trigger) {
-    return trigger->time == TriggerTime::After && trigger->event == event;
-  });
+  return FiredTriggers(catalog).any(*statement.table, event);
 }
 
 }  // namespace

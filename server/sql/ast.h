@@ -208,7 +208,7 @@ enum class StatementKind : uint8_t {
   DropTrigger,
   CreateView,
   DropView,
-  Grant,  // recorded nowhere: accepted and without effect
+  Grant,  // and REVOKE
   SetFunctionPath,
   SetSchema,
 };
@@ -330,6 +330,20 @@ struct TriggerDefinition {
   std::vector<TriggerStep> steps;
 };
 
+struct Grantee {
+  char type;  // U(ser), G(roup)
+  std::string name;
+};
+
+// GRANT and REVOKE of privileges on a table or view; of others nothing is kept.
+struct GrantDefinition {
+  bool revoke = false;
+  bool all = false;
+  bool grantable = false;               // WITH GRANT OPTION
+  std::vector<std::string> privileges;  // of kTablePrivileges; resolved: filled for ALL
+  std::vector<Grantee> grantees;
+};
+
 struct MarkerInfo {
   SqlType type;  // resolved
 };
@@ -379,6 +393,8 @@ struct Statement {
   // resolved: Insert, Update: the BEFORE triggers of the table that set columns of the new row, in
   // the order of their creation. The engine sets them inside the statement.
   std::vector<std::shared_ptr<const TriggerDefinition>> setters;
+  // Grant, with `name` and, resolved, `table`; neither for privileges on other objects.
+  GrantDefinition grant;
   // CreateView, with `query`: name (c1, c2). Resolved: filled when left out.
   std::vector<std::string> viewColumns;
 

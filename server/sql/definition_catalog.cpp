@@ -34,9 +34,19 @@ const Table* DefinitionCatalog::findTable(std::string_view schema, std::string_v
   return table && table->declared ? nullptr : table;
 }
 
+// ALTER TABLE adds columns behind the others.
+size_t DefinitionCatalog::columnsSeen(const Table& table) const {
+  size_t count = table.columns.size();
+  while (count > 0 && table.columns[count - 1].generation >= generation_) --count;
+  return count;
+}
+
 const DistinctType* DefinitionCatalog::findType(std::string_view schema,
                                                 std::string_view name) const {
-  return firstFound(searched(schema), [&](std::string_view s) { return base_.findType(s, name); });
+  return firstFound(searched(schema), [&](std::string_view s) {
+    const DistinctType* type = base_.findType(s, name);
+    return type && type->generation < generation_ ? type : nullptr;
+  });
 }
 
 const Procedure* DefinitionCatalog::findProcedure(std::string_view schema, std::string_view name,
@@ -64,8 +74,9 @@ std::vector<const Function*> DefinitionCatalog::functionsNamed(std::string_view 
                                                                std::string_view name) const {
   std::vector<const Function*> all;
   for (const std::string_view candidate : searched(schema)) {
-    const std::vector<const Function*> found = base_.functionsNamed(candidate, name);
-    all.insert(all.end(), found.begin(), found.end());
+    for (const Function* function : base_.functionsNamed(candidate, name)) {
+      if (function->generation < generation_) all.push_back(function);
+    }
   }
   return all;
 }
@@ -74,6 +85,10 @@ const Function* DefinitionCatalog::findSpecificFunction(std::string_view schema,
                                                         std::string_view specific) const {
   return firstFound(searched(schema),
                     [&](std::string_view s) { return base_.findSpecificFunction(s, specific); });
+}
+
+std::vector<const Table*> DefinitionCatalog::childrenOf(const Table& parent) const {
+  return base_.childrenOf(parent);
 }
 
 std::vector<const Trigger*> DefinitionCatalog::triggersOn(const Table& table) const {

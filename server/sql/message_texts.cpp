@@ -158,6 +158,7 @@ constexpr std::array kMessages{
     MessageText{-545, "23513", "The row breaks the check constraint \"%1\"."},
     MessageText{-546, "42621", "The check constraint \"%1\" is not valid."},
     MessageText{-553, "42939", "\"%1\" cannot be made: the schema is the system's."},
+    MessageText{-556, "42504", "\"%1\" does not hold the privilege that is to be revoked."},
     MessageText{-573, "42890",
                 "The foreign key \"%1\" refers to columns that are no key of \"%2\"."},
     MessageText{-574, "42894", "The default value of the column \"%1\" is not valid."},
@@ -174,7 +175,7 @@ constexpr std::array kMessages{
     MessageText{
         -723, "09000",
         "A statement of the trigger \"%1\" failed: SQLCODE \"%2\", SQLSTATE \"%3\", \"%4\"."},
-    MessageText{-724, "54038", "Routines call one another too deeply (\"%1\")."},
+    MessageText{-724, "54038", "Routines or triggers call one another too deeply (\"%1\")."},
     MessageText{-797, "42987", "The statement \"%2\" is not allowed in the trigger \"%1\"."},
     MessageText{-801, "22012", "Division by zero."},
     MessageText{-802, "22003", "Arithmetic overflow."},

@@ -108,17 +108,4 @@ void Parser::parseFunctionPath() {
   } while (acceptSymbol(","));
 }
 
-// GRANT privileges [ON object] TO grantees, REVOKE privileges [ON object] FROM grantees: read over.
-void Parser::parseGrant(std::string_view preposition) {
-  statement_->kind = StatementKind::Grant;
-  if (!isName()) unexpected("<privilege>");
-  while (!isWord(preposition)) {
-    if (token().kind == TokenKind::End || isSymbol(";")) unexpected(preposition);
-    advance();
-  }
-  advance();
-  if (!isName()) unexpected("<identifier>");
-  while (token().kind != TokenKind::End && !isSymbol(";")) advance();
-}
-
 }  // namespace orv

@@ -143,6 +143,10 @@ class Parser {
   void parseSet();
   void parseFunctionPath();
   void parseGrant(std::string_view preposition);
+  bool isGrantOnTable(std::string_view preposition) const;
+  void parsePrivileges(GrantDefinition& grant);
+  Grantee parseGrantee();
+  void parseOtherGrant(std::string_view preposition);
   void parseInsert();
   void parseUpdate();
   void parseDelete();

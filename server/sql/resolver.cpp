@@ -63,6 +63,7 @@ void Resolver::run() {
       {Kind::DropProcedure, &Resolver::resolveDropProcedure},
       {Kind::CreateFunction, &Resolver::resolveCreateFunction},
       {Kind::DropFunction, &Resolver::resolveDropFunction},
+      {Kind::Grant, &Resolver::resolveGrant},
   };
   for (const Step& step : kSteps) {
     if (step.kind == statement_.kind) (this->*step.resolve)();
@@ -104,6 +105,14 @@ const Table& Resolver::findChangeableTable(QualifiedName& name, std::string_view
   if (table.type == 'S') throw SqlError(-607, {std::string(action), shown});
   if (table.type == 'V') throw SqlError(-150, {shown});
   return table;
+}
+
+Resolver::Columns Resolver::columnsOf(const Table& table) const {
+  Columns columns;
+  for (size_t i = 0; i < catalog_.columnsSeen(table); ++i) {
+    columns.push_back(outputColumn(table.columns[i]));
+  }
+  return columns;
 }
 
 // Engines write aliases beside the target's stored name, which must not hide behind one of them.
@@ -163,7 +172,7 @@ void Resolver::resolveInsert() {
 void Resolver::fillInsertColumns(const Table& table) {
   std::vector<std::string>& names = statement_.insertColumns;
   if (names.empty()) {
-    for (const Column& column : table.columns) names.push_back(column.name);
+    for (const OutputColumn& column : columnsOf(table)) names.push_back(column.name);
   }
   std::vector<bool> taken(table.columns.size());
   for (const std::string& name : names) {
@@ -185,7 +194,7 @@ void Resolver::resolveTarget(std::string_view action) {
   target.name.resolvedSchema = table.schema;
   target.table = &table;
   target.alias = table.storedName;
-  for (const Column& column : table.columns) target.columns.push_back(outputColumn(column));
+  target.columns = columnsOf(table);
 }
 
 void Resolver::resolveUpdate() {
@@ -204,8 +213,9 @@ void Resolver::resolveAssignments(std::vector<Assignment>& assignments, const Co
   std::vector<bool> taken(columns.size());
   for (Assignment& assignment : assignments) {
     assignment.columnIndex = statement_.table->columnIndex(assignment.column);
-    if (assignment.columnIndex < 0) throw SqlError(-206, {assignment.column});
     const auto position = static_cast<size_t>(assignment.columnIndex);
+    const bool known = assignment.columnIndex >= 0 && position < columns.size();
+    if (!known) throw SqlError(-206, {assignment.column});
     if (taken[position]) throw SqlError(-121, {assignment.column});
     taken[position] = true;
     if (assignment.value->kind == ExprKind::Default) continue;

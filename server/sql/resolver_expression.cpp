@@ -154,7 +154,7 @@ bool Resolver::findColumn(Expr& expr, const Scope& scope) const {
 void Resolver::findForeignColumn(Expr& expr, const TableRef& table) const {
   if (expr.source || !table.table || !table.table->foreign) return;
   const int column = table.table->columnIndex(expr.name.name);
-  if (column < 0) return;
+  if (column < 0 || static_cast<size_t>(column) >= table.columns.size()) return;
   expr.source = &table;
   expr.columnIndex = column;
   expr.type = table.columns[static_cast<size_t>(column)].type;
@@ -227,7 +227,8 @@ void Resolver::resolveLike(Expr& expr) {
   }
   const bool alike =
       sameDistinct(expr.args[0]->type, expr.args[1]->type) || isConstantOrMarker(*expr.args[1]);
-  if (!alike) throw SqlError(-401, {"LIKE"});
+  const bool comparable = hasComparisons(expr.args[0]->type) && hasComparisons(expr.args[1]->type);
+  if (!alike || !comparable) throw SqlError(-401, {"LIKE"});
 }
 
 void Resolver::resolveCast(Expr& expr) {

@@ -53,6 +53,7 @@ class Resolver {
 
   // ---- names
   const Table& findTable(QualifiedName& name);
+  Columns columnsOf(const Table& table) const;
   const Table& findChangeableTable(QualifiedName& name, std::string_view action);
   const std::string& schemaOf(const QualifiedName& name) const;
   std::string display(const QualifiedName& name) const;
@@ -208,6 +209,7 @@ class Resolver {
   SqlType builtInSource(FunctionDefinition& function);
   void resolveDropFunction();
   void requireSchemaOfUsers(const std::string& schema, const QualifiedName& object) const;
+  void resolveGrant();
   void resolveNamed(bool exists, bool wanted, std::string_view type) const;
 
   Statement& statement_;

@@ -30,6 +30,21 @@ void Resolver::resolveSchema() {
   resolveNamed(catalog_.schemaExists(name), wanted, "SCHEMA");
 }
 
+// ALL is what its holder could grant: everything but CONTROL, and on a view what goes for its rows.
+void Resolver::resolveGrant() {
+  if (statement_.name.name.empty()) return;
+  const Table& table = findTable(statement_.name);
+  requireStored(table, statement_.grant.revoke ? "REVOKE" : "GRANT");
+  statement_.table = &table;
+  if (!statement_.grant.all) return;
+  for (const std::string_view privilege : kTablePrivileges) {
+    const bool ofRows = privilege == "DELETE" || privilege == "INSERT" || privilege == "SELECT" ||
+                        privilege == "UPDATE";
+    if (privilege == "CONTROL" || (table.type != 'T' && !ofRows)) continue;
+    statement_.grant.privileges.emplace_back(privilege);
+  }
+}
+
 void Resolver::resolveCreateType() {
   QualifiedName& name = statement_.name;
   name.resolvedSchema = schemaOf(name);

@@ -146,7 +146,7 @@ void Resolver::resolveFrom(TableRef& table, Scope& scope, const Columns* target)
   } else {
     const Table& base = findTable(table.name);
     table.table = &base;
-    for (const Column& column : base.columns) table.columns.push_back({column.name, column.type});
+    table.columns = columnsOf(base);
   }
   if (!table.columnNames.empty()) {
     if (table.columnNames.size() != table.columns.size()) {

@@ -241,6 +241,7 @@ void Resolver::resolveCreateIndex() {
   statement_.table = &table;
   const bool own = table.declared && name.schema.empty();
   name.resolvedSchema = own ? std::string(kDeclaredSchema) : schemaOf(name);
+  requireSchemaOfUsers(name.resolvedSchema, name);
   if (catalog_.indexExists(name.resolvedSchema, name.name)) {
     throw SqlError(-601, {name.resolvedSchema + "." + name.name, "INDEX"});
   }

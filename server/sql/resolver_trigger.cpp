@@ -34,7 +34,8 @@ std::shared_ptr<TriggerDefinition> Resolver::resolveRecorded(const Trigger& reco
   const std::unique_ptr<Statement> statement = parseStatement(recorded.text);
   statement->table = catalog.findTable(recorded.tableSchema, recorded.tableName);
   if (!statement->table) throw SqlError(-204, {recorded.tableSchema + "." + recorded.tableName});
-  const DefinitionCatalog own(catalog, recorded.defaultSchema, recorded.functionPath);
+  const DefinitionCatalog own(catalog, recorded.defaultSchema, recorded.functionPath,
+                              recorded.generation);
   Resolver resolver(*statement, own, nullptr, aliases);
   resolver.resolveTriggerDefinition();
   aliases = resolver.aliases_;
@@ -109,9 +110,9 @@ std::unique_ptr<TableRef> Resolver::makeTransition(const std::string& name, bool
   row->correlation = name;
   row->table = &table;
   row->alias = nextAlias();
-  for (const Column& column : table.columns) {
-    row->columns.push_back({column.name, column.type});
-    if (unchecked) row->columns.back().type.nullable = true;
+  row->columns = columnsOf(table);
+  for (OutputColumn& column : row->columns) {
+    if (unchecked) column.type.nullable = true;
   }
   return row;
 }

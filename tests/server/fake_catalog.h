@@ -147,6 +147,18 @@ class FakeCatalog : public Catalog {
     }
     return nullptr;
   }
+  std::vector<const Table*> childrenOf(const Table& parent) const override {
+    std::vector<const Table*> found;
+    for (const Table& table : tables) {
+      for (const ForeignKey& key : table.foreignKeys) {
+        if (key.parentSchema == parent.schema && key.parentTable == parent.name) {
+          found.push_back(&table);
+          break;
+        }
+      }
+    }
+    return found;
+  }
   std::vector<const Trigger*> triggersOn(const Table& table) const override {
     std::vector<const Trigger*> found;
     for (const Trigger& trigger : triggers) {

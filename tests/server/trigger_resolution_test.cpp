@@ -397,6 +397,27 @@ TEST_F(TriggerResolutionTest, ChangesThatFireTriggersDisturbResultsOverEveryTabl
   EXPECT_TRUE(reading.conflictsWith(usage("INSERT INTO mail(id) VALUES 1")));
   EXPECT_FALSE(reading.conflictsWith(usage("UPDATE mail SET id = 1")));
   EXPECT_FALSE(reading.conflictsWith(usage("INSERT INTO one(total) VALUES 1")));
+
+  // Rows of other tables go along by their foreign keys, and theirs in turn.
+  const auto refer = [](Table& child, const char* parent, const char* onDelete) {
+    child.foreignKeys.push_back({"K", {0}, "USER1", parent, {"A"}, onDelete});
+  };
+  catalog_.addTable("USER1", "TOP", "A INTEGER");
+  catalog_.addTable("USER1", "KEPT", "A INTEGER");
+  catalog_.addTable("USER1", "THEIRS", "A INTEGER").firesOthers = true;
+  Table& middle = catalog_.addTable("USER1", "MIDDLE", "A INTEGER");
+  refer(middle, "TOP", "CASCADE");
+  refer(middle, "MIDDLE", "CASCADE");
+  Table& bottom = catalog_.addTable("USER1", "BOTTOM", "A INTEGER");
+  refer(bottom, "MIDDLE", "SET NULL");
+  refer(bottom, "KEPT", "");
+  EXPECT_FALSE(reading.conflictsWith(usage("DELETE FROM top")));
+  record("CREATE TRIGGER c AFTER UPDATE ON bottom FOR EACH ROW MODE ORVSQL DELETE FROM one");
+  EXPECT_TRUE(reading.conflictsWith(usage("DELETE FROM top")));
+  EXPECT_FALSE(reading.conflictsWith(usage("UPDATE top SET a = 1")));
+  EXPECT_FALSE(reading.conflictsWith(usage("DELETE FROM bottom")));
+  EXPECT_FALSE(reading.conflictsWith(usage("DELETE FROM kept")));
+  EXPECT_TRUE(reading.conflictsWith(usage("INSERT INTO theirs VALUES 1")));
 }
 
 TEST_F(TriggerResolutionTest, RecordedTriggersKeepTheMeaningOfTheirNames) {

@@ -42,6 +42,7 @@ void recordTrigger(sqlite3* database, const Trigger& trigger) {
       .bind(trigger.defaultSchema)
       .bind(nameList(trigger.functionPath))
       .run();
+  recordGeneration(database, Aged::Trigger, trigger.schema, trigger.name);
 }
 
 void eraseTrigger(sqlite3* database, const Trigger& trigger) {
@@ -49,13 +50,16 @@ void eraseTrigger(sqlite3* database, const Trigger& trigger) {
       .bind(trigger.schema)
       .bind(trigger.name)
       .run();
+  eraseGeneration(database, Aged::Trigger, trigger.schema, trigger.name);
 }
 
 void eraseTriggersOf(sqlite3* database, const Table& table) {
-  Command(database, R"(DELETE FROM "SYSNTQ.TRIGGERS" WHERE TABLESCHEMA=? AND TABLENAME=?)")
-      .bind(table.schema)
-      .bind(table.name)
-      .run();
+  for (std::string_view sql :
+       {R"(DELETE FROM "SYSNTQ.GENERATIONS" WHERE KIND='T' AND (OWNER, NAME) IN
+           (SELECT SCHEMA, NAME FROM "SYSNTQ.TRIGGERS" WHERE TABLESCHEMA=? AND TABLENAME=?))",
+        R"(DELETE FROM "SYSNTQ.TRIGGERS" WHERE TABLESCHEMA=? AND TABLENAME=?)"}) {
+    Command(database, sql).bind(table.schema).bind(table.name).run();
+  }
 }
 
 void loadTriggers(sqlite3* database, CatalogData& data) {
@@ -87,6 +91,7 @@ void recordView(sqlite3* database, const View& view) {
       .bind(view.defaultSchema)
       .bind(nameList(view.functionPath))
       .run();
+  recordGeneration(database, Aged::View, view.schema, view.name);
 }
 
 void eraseView(sqlite3* database, const Table& view) {
@@ -94,6 +99,7 @@ void eraseView(sqlite3* database, const Table& view) {
       .bind(view.schema)
       .bind(view.name)
       .run();
+  eraseGeneration(database, Aged::View, view.schema, view.name);
 }
 
 void loadViews(sqlite3* database, CatalogData& data) {

@@ -44,13 +44,16 @@ class Loader {
       if (hasTable("SYSNTQ.FUNCTIONS")) loadFunctions(database_, *data_);
       if (hasTable("SYSNTQ.TRIGGERS")) loadTriggers(database_, *data_);
       if (hasTable("SYSNTQ.VIEWS")) loadViews(database_, *data_);
+      if (hasTable("SYSNTQ.PRIVILEGES")) loadPrivileges(database_, *data_);
       loadTableRecords();
     }
     data_->schemas.insert(data_->defaultSchema);
     loadTables();
+    if (hasTable("SYSNTQ.GENERATIONS")) loadGenerations(database_, *data_);
     if (own_) loadKeys();
     if (own_) loadAliases();
     loadForeignTables();
+    loadForeignTriggers();
     loadIndexes();
     addSystemViews(*data_);
     data_->index();
@@ -250,7 +253,7 @@ class Loader {
     }
   }
 
-  // Databases from before there were aliases, functions, triggers or views have no tables of them.
+  // Databases from before there were aliases, functions or triggers have no tables of them.
   bool hasTable(std::string_view name) const {
     Command exists(database_, "SELECT 1 FROM sqlite_schema WHERE name=?");
     return exists.bind(name).step();
@@ -318,6 +321,18 @@ class Loader {
     }
   }
 
+  void loadForeignTriggers() {
+    std::set<std::string> own;
+    for (const auto& trigger : data_->triggers) own.insert(trigger->storedName);
+    Command rows(database_, "SELECT name, tbl_name FROM sqlite_schema WHERE type='trigger'");
+    while (rows.step()) {
+      if (own.contains(rows.text(0))) continue;
+      for (const auto& table : data_->tables) {
+        if (!table->declared && table->storedName == rows.text(1)) table->firesOthers = true;
+      }
+    }
+  }
+
   // A column declared as a date or time is one when its first values are.
   void checkDatetimes(Table& table) {
     for (Column& column : table.columns) {
@@ -356,7 +371,8 @@ class Loader {
                                FROM sqlite_schema m, pragma_index_list(m.tbl_name) l,
                                     pragma_index_xinfo(m.name) i
                                WHERE m.type='index' AND m.sql IS NOT NULL AND l.name=m.name AND
-                                     i."key" ORDER BY m.rowid, i.seqno)");
+                                     m.name NOT LIKE 'SYSNTQ.%' AND i."key"
+                               ORDER BY m.rowid, i.seqno)");
     while (rows.step()) {
       auto table = tables.find(rows.text(1));
       if (table == tables.end()) continue;

@@ -51,6 +51,11 @@ constexpr std::string_view kCatalogTables[] = {
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.VIEWS"(SCHEMA TEXT NOT NULL, NAME TEXT NOT NULL,
        TEXT TEXT NOT NULL, DEFAULTSCHEMA TEXT NOT NULL, FUNCTIONPATH TEXT NOT NULL,
        PRIMARY KEY(SCHEMA, NAME)))",
+    R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.PRIVILEGES"(SCHEMA TEXT NOT NULL, NAME TEXT NOT NULL,
+       GRANTEETYPE TEXT NOT NULL, GRANTEE TEXT NOT NULL, PRIVILEGE TEXT NOT NULL,
+       GRANTABLE INTEGER NOT NULL, PRIMARY KEY(SCHEMA, NAME, GRANTEETYPE, GRANTEE, PRIVILEGE)))",
+    R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.GENERATIONS"(KIND TEXT NOT NULL, OWNER TEXT NOT NULL,
+       NAME TEXT NOT NULL, GENERATION INTEGER NOT NULL, PRIMARY KEY(KIND, OWNER, NAME)))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.PACKAGES"(QUALIFIER TEXT NOT NULL, NAME TEXT NOT NULL,
        TOKEN TEXT NOT NULL, PRIMARY KEY(QUALIFIER, NAME)))",
     R"(CREATE TABLE IF NOT EXISTS "SYSNTQ.SECTIONS"(QUALIFIER TEXT NOT NULL, PACKAGE TEXT NOT NULL,
@@ -197,6 +202,11 @@ void eraseTable(sqlite3* database, const Table& table) {
                                R"(DELETE FROM "SYSNTQ.INDEXES" WHERE STOREDTABLE=?)"}) {
     Command(database, sql).bind(table.storedName).run();
   }
+  Command(database, R"(DELETE FROM "SYSNTQ.PRIVILEGES" WHERE SCHEMA=? AND NAME=?)")
+      .bind(table.schema)
+      .bind(table.name)
+      .run();
+  eraseColumnGenerations(database, table);
   eraseTriggersOf(database, table);
 }
 
@@ -244,6 +254,7 @@ void recordType(sqlite3* database, const DistinctType& type) {
       .bind(sourceText(type.source))
       .bind(int64_t{type.comparisons})
       .run();
+  recordGeneration(database, Aged::Type, type.schema, type.name);
 }
 
 void eraseType(sqlite3* database, const DistinctType& type) {
@@ -251,6 +262,7 @@ void eraseType(sqlite3* database, const DistinctType& type) {
       .bind(type.schema)
       .bind(type.name)
       .run();
+  eraseGeneration(database, Aged::Type, type.schema, type.name);
 }
 
 void recordProcedure(sqlite3* database, const Procedure& procedure) {
@@ -302,6 +314,7 @@ void recordFunction(sqlite3* database, const Function& function) {
       .bind(function.sourceSchema)
       .bind(function.sourceName)
       .run();
+  recordGeneration(database, Aged::Function, function.schema, function.specific);
   using Role = FunctionTypeRole;
   insertFunctionTypes(database, function, Role::Parameter, function.parameters);
   insertFunctionTypes(database, function, Role::SourceParameter, function.sourceParameters);
@@ -324,6 +337,7 @@ void eraseFunction(sqlite3* database, const Function& function) {
         R"(DELETE FROM "SYSNTQ.FUNCTIONTYPES" WHERE SCHEMA=? AND SPECIFIC=?)"}) {
     Command(database, sql).bind(function.schema).bind(function.specific).run();
   }
+  eraseGeneration(database, Aged::Function, function.schema, function.specific);
 }
 
 void recordPackage(sqlite3* database, const Package& package,

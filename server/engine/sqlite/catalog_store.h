@@ -25,6 +25,15 @@ enum class FunctionTypeRole : char {
   SourceParameter = 'S',
 };
 
+// What has a generation: see recordGeneration().
+enum class Aged : char {
+  Column = 'C',  // that ALTER TABLE added
+  Function = 'F',
+  Trigger = 'T',
+  Type = 'D',
+  View = 'V',
+};
+
 // Names in one text, delimited, with commas between: "A","B""C".
 std::string nameList(const std::vector<std::string>& names);
 std::vector<std::string> readNameList(std::string_view list);
@@ -46,6 +55,8 @@ void loadProcedures(sqlite3* database, CatalogData& data);
 void loadFunctions(sqlite3* database, CatalogData& data);
 void loadTriggers(sqlite3* database, CatalogData& data);
 void loadViews(sqlite3* database, CatalogData& data);
+void loadPrivileges(sqlite3* database, CatalogData& data);
+void loadGenerations(sqlite3* database, CatalogData& data);
 
 // ---- Writing. Each adds or removes the rows of one object.
 void recordSchema(sqlite3* database, std::string_view schema);
@@ -72,7 +83,16 @@ void eraseTrigger(sqlite3* database, const Trigger& trigger);
 void eraseTriggersOf(sqlite3* database, const Table& table);
 void recordView(sqlite3* database, const View& view);
 void eraseView(sqlite3* database, const Table& view);
+// The privileges of GRANT, and those of REVOKE: -556 when a grantee has none of them.
+void recordPrivileges(sqlite3* database, const Table& table, const GrantDefinition& grant);
+void erasePrivileges(sqlite3* database, const Table& table, const GrantDefinition& grant);
 void recordPackage(sqlite3* database, const Package& package,
                    const std::vector<PackageSection>& sections);
+
+// The present generation is noted for a thing. `owner` is its schema and `name` its name, a
+// function's specific one; for columns they are the engine's names of table and column.
+void recordGeneration(sqlite3* database, Aged kind, std::string_view owner, std::string_view name);
+void eraseGeneration(sqlite3* database, Aged kind, std::string_view owner, std::string_view name);
+void eraseColumnGenerations(sqlite3* database, const Table& table);
 
 }  // namespace orv::sqlite

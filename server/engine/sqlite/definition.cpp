@@ -272,6 +272,9 @@ void applyDefinition(sqlite3* database, const CatalogData& catalog,
       return createTrigger(database, catalog, currentSchema, functionPath, statement);
     case StatementKind::DropTrigger:
       return dropTrigger(database, *statement.droppedTrigger);
+    case StatementKind::Grant:
+      return statement.grant.revoke ? erasePrivileges(database, *statement.table, statement.grant)
+                                    : recordPrivileges(database, *statement.table, statement.grant);
     case StatementKind::CreateDistinctType:
       return createType(database, statement);
     case StatementKind::DropDistinctType:

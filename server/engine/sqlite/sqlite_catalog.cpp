@@ -123,6 +123,10 @@ const Function* SqliteCatalog::findSpecificFunction(std::string_view schema,
                 [&](std::string_view s) { return data()->findSpecificFunction(s, specific); });
 }
 
+std::vector<const Table*> SqliteCatalog::childrenOf(const Table& parent) const {
+  return data()->childrenOf(parent);
+}
+
 std::vector<const Trigger*> SqliteCatalog::triggersOn(const Table& table) const {
   return data()->triggersOn(table);
 }

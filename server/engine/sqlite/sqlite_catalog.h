@@ -42,6 +42,7 @@ class SqliteCatalog : public Catalog {
                                               std::string_view name) const override;
   const Function* findSpecificFunction(std::string_view schema,
                                        std::string_view specific) const override;
+  std::vector<const Table*> childrenOf(const Table& parent) const override;
   std::vector<const Trigger*> triggersOn(const Table& table) const override;
   const Trigger* findTrigger(std::string_view schema, std::string_view name) const override;
   bool tableSpaceExists(std::string_view name) const override;

@@ -8,6 +8,7 @@
 #include "server/engine/sqlite/engine_statement.h"
 #include "server/engine/sqlite/renderer.h"
 #include "server/engine/sqlite/routine_calls.h"
+#include "server/engine/sqlite/search_indexes.h"
 #include "server/engine/sqlite/trigger_definition.h"
 
 namespace orv::sqlite {
@@ -175,7 +176,7 @@ void SqliteEngine::changeStored(Change change) {
 }
 
 void SqliteEngine::applyDdl(const Statement& resolved) {
-  if (resolved.kind == StatementKind::Grant) return;
+  if (resolved.kind == StatementKind::Grant && !resolved.table) return;
   // The tree points into the content that it was resolved with.
   std::shared_ptr<const CatalogData> data = catalog_->data();
   const std::string& schema = catalog_->defaultSchema();
@@ -189,13 +190,15 @@ void SqliteEngine::applyDdl(const Statement& resolved) {
 void SqliteEngine::define(const CatalogData& data, const Statement& resolved) {
   const DefinitionUsers users(resolved, data, *catalog_);
   const bool setting = changesSetting(resolved);
+  const bool searching = changesSearches(resolved);
   applyDefinition(database_.get(), data, catalog_->defaultSchema(), catalog_->functionPath(),
                   resolved);
-  if (!users.any() && !setting) return;
+  if (!users.any() && !setting && !searching) return;
   catalog_->invalidate();
   const std::shared_ptr<const CatalogData> changed = catalog_->data();
   users.requireUnchanged(*changed, *catalog_);
   if (setting) recompileTriggers(database_.get(), *changed, *catalog_);
+  if (searching) keepSearchIndexes(database_.get(), *changed, *catalog_);
 }
 
 // Whether statements come to set columns of new rows that they did not set, or no more.

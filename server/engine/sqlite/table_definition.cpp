@@ -40,8 +40,12 @@ std::set<std::string, std::less<>> takenNames(sqlite3* database) {
 std::string storedNameFor(sqlite3* database, const CatalogData& catalog, std::string_view schema,
                           std::string_view name) {
   auto taken = takenNames(database);
+  // Those that only set columns have a name there, but nothing of it.
+  for (const auto& trigger : catalog.triggers) taken.insert(foldAscii(trigger->storedName));
   std::string wanted(name);
   if (schema != catalog.defaultSchema) wanted.insert(0, std::string(schema) + ".");
+  // The names of the catalog's own tables begin so.
+  if (foldAscii(wanted).starts_with("SYSNTQ.")) wanted.insert(0, "_");
   return uniqueStoredName(wanted, taken);
 }
 
@@ -224,6 +228,7 @@ void TableDefinition::alter() {
   for (size_t i = before.columns.size(); i < table_.columns.size(); ++i) {
     addStoredColumn(table_.columns[i]);
     recordColumn(database_, table_, i);
+    recordGeneration(database_, Aged::Column, table_.storedName, table_.columns[i].storedName);
   }
   if (table_.primaryKey && !before.primaryKey) addUniqueIndex(*table_.primaryKey, 'P');
   for (size_t i = before.uniqueKeys.size(); i < table_.uniqueKeys.size(); ++i) {

@@ -50,7 +50,13 @@ void createView(sqlite3* database, const CatalogData& catalog, const std::string
   execute(database, sql.text());
   recordSchema(database, table.schema);
   recordTable(database, table);
-  recordView(database, {table.schema, table.name, statement.text, currentSchema, functionPath});
+  View view;
+  view.schema = table.schema;
+  view.name = table.name;
+  view.text = statement.text;
+  view.defaultSchema = currentSchema;
+  view.functionPath = functionPath;
+  recordView(database, view);
 }
 
 void dropView(sqlite3* database, const Table& view) {
@@ -64,7 +70,8 @@ void dropView(sqlite3* database, const Table& view) {
 std::string compiledView(const CatalogData& data, const View& view, const Catalog& catalog) {
   const std::unique_ptr<Statement> statement = parseStatement(view.text);
   statement->kind = StatementKind::Select;
-  resolve(*statement, DefinitionCatalog(catalog, view.defaultSchema, view.functionPath));
+  resolve(*statement,
+          DefinitionCatalog(catalog, view.defaultSchema, view.functionPath, view.generation));
   return renderedQuery(data, view.defaultSchema, *statement);
 }
 
