@@ -28,7 +28,10 @@ std::string shelf(int id, const std::string& title) {
 class CommandCall : public testing::Test {
  protected:
   void SetUp() override {
-    place_.write("shelf.dad", kDad);
+    // Longer than a literal may be.
+    std::string comment = "<!--";
+    for (int i = 0; i < 30000; ++i) comment += "ü";
+    place_.write("shelf.dad", kDad + comment + "-->");
     place_.write("one.xml", shelf(1, "Ωmega"));
     place_.directory = place_.path("");
     ASSERT_EQ(place_.orvxml({"create", "--enable"}).status, 0);

@@ -8,11 +8,27 @@ namespace orvxml::command {
 
 namespace {
 
+// Of a literal: half of what the server takes, since a code page may need more than UTF-8.
+constexpr size_t kLiteralBytes = 16000;
+
+bool isContinuation(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
 std::string serverText(const sqlca& area) {
   char text[1024];
   const int length = sqlaintp_api(text, sizeof text, 0, nullptr, &area);
   if (length > 0) return std::string(text, static_cast<size_t>(length));
   return "SQLCODE " + std::to_string(area.sqlcode);
+}
+
+// Halves within halves: the server limits how deep an expression nests.
+std::string clobExpression(const std::string& text) {
+  if (text.size() <= kLiteralBytes) return "CAST(" + sqlLiteral(text) + " AS CLOB(2G))";
+  size_t half = text.size() / 2;
+  while (isContinuation(text[half])) --half;
+  return '(' + clobExpression(text.substr(0, half)) + " || " + clobExpression(text.substr(half)) +
+         ')';
 }
 
 }  // namespace
@@ -70,6 +86,10 @@ std::string sqlLiteral(const std::string& text) {
   std::string quoted = "'";
   for (const char c : text) quoted.append(c == '\'' ? 2 : 1, c);
   return quoted + '\'';
+}
+
+std::string sqlText(const std::string& text) {
+  return text.size() <= kLiteralBytes ? sqlLiteral(text) : clobExpression(text);
 }
 
 }  // namespace orvxml::command

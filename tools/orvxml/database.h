@@ -34,5 +34,8 @@ bool isEnabled(orv::Session& session, const std::string& where);
 
 // A text as an SQL literal.
 std::string sqlLiteral(const std::string& text);
+// A well-formed text in UTF-8 as an SQL expression: a literal, or literals that make a CLOB
+// together.
+std::string sqlText(const std::string& text);
 
 }  // namespace orvxml::command

@@ -5,6 +5,7 @@
 #include "console.h"
 #include "database.h"
 #include "input_file.h"
+#include "procedure_values.h"
 #include "result_writer.h"
 #include "text_encoding.h"
 
@@ -47,6 +48,10 @@ void addDtd(const Settings& settings, const std::string& id, const std::string& 
   const std::string key = keyOf(id);
   const std::string name = inputName(file);
   const std::string dtd = documentAsUtf8(name, readWhole(file));
+  if (dtd.size() > kDocumentParameter) {
+    throw Failure(name, "the DTD has " + std::to_string(dtd.size()) + " bytes; at most " +
+                            std::to_string(kDocumentParameter) + " can be registered");
+  }
   const std::unique_ptr<orv::Session> session = openEnabled(settings);
   // Refuses what has no place in the code page here, where the line can be told.
   toCodePage(name, dtd, session->codePage());
@@ -57,7 +62,7 @@ void addDtd(const Settings& settings, const std::string& id, const std::string& 
   }
   change(settings, *session,
          "INSERT INTO orvxml.dtd_ref (dtdid, content, usage_count) VALUES (" + key +
-             ", orvxml.XMLCLOB(" + sqlLiteral(dtd) + "), 0)",
+             ", orvxml.XMLCLOB(" + sqlText(dtd) + "), 0)",
          "added the DTD " + id, "");
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <vector>
 
@@ -17,9 +18,11 @@ namespace orvxml::command {
 
 namespace {
 
-// Codes of a procedure whose package is not bound: by its own check, or as the server says it.
+// How a procedure says that a package is not bound: by its own check, by the code of the statement,
+// or by the server's text in front of what it could not do.
 constexpr int kNotBound = -104;
 constexpr int kPackageNotFound = -805;
+constexpr char kPackageNotFoundText[] = "ORV0805E";
 
 // The warnings: enabled already, and not enabled. A statement of the lists that ends with another
 // warning has left them unfinished, and counts as a failure.
@@ -77,7 +80,8 @@ class MappingArgument {
 };
 
 bool lacksPackages(const Answer& answer) {
-  return answer.code == kNotBound || answer.code == kPackageNotFound;
+  return answer.code == kNotBound || answer.code == kPackageNotFound ||
+         std::strncmp(answer.message, kPackageNotFoundText, sizeof kPackageNotFoundText - 1) == 0;
 }
 
 void bindAgain(orv::Session& session, const std::string& database) {

@@ -64,7 +64,7 @@ StatementValues::StatementValues(const std::vector<std::string>& texts,
 }
 
 void StatementValues::add(const std::string& name, std::string value) {
-  if (!literals_.emplace(name, sqlLiteral(value)).second) {
+  if (!texts_.emplace(name, sqlText(value)).second) {
     throw Failure("", "two values for " + name, kWrongUse);
   }
 }
@@ -86,12 +86,12 @@ std::string StatementValues::applyTo(const std::string& statement, const std::st
       continue;
     }
     const std::string name(text.substr(at + 1, end - at - 1));
-    const auto literal = literals_.find(name);
-    if (literal == literals_.end()) {
+    const auto value = texts_.find(name);
+    if (value == texts_.end()) {
       throw Failure(where, ":" + name + " has no value: give it with --set or --set-file",
                     kWrongUse);
     }
-    applied += literal->second;
+    applied += value->second;
     at = end;
   }
   return applied;

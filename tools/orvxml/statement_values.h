@@ -16,14 +16,14 @@ class StatementValues {
   // for a file that cannot be read.
   StatementValues(const std::vector<std::string>& texts, const std::vector<std::string>& files);
 
-  // The statement with literals in place of the names. Throws Failure, with `where` in front, for a
+  // The statement with texts in place of the names. Throws Failure, with `where` in front, for a
   // name without a value, with kWrongUse.
   std::string applyTo(const std::string& statement, const std::string& where) const;
 
  private:
   void add(const std::string& name, std::string value);
 
-  std::map<std::string, std::string> literals_;
+  std::map<std::string, std::string> texts_;  // as SQL has them
 };
 
 }  // namespace orvxml::command
