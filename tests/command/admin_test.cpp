@@ -9,6 +9,7 @@ namespace orvxml::test {
 namespace {
 
 const std::string kMail = ORVXML_SOURCE_DIR "/examples/mail/";
+const std::string kLanguages = ORVXML_SOURCE_DIR "/examples/iso_639/languages.dad";
 
 class CommandAdmin : public testing::Test {
  protected:
@@ -59,9 +60,6 @@ TEST_F(CommandAdmin, AnEnabledColumnKeepsItsSideTables) {
   EXPECT_EQ(enabled["dtds"][0]["uses"], 1);
 
   refuse({"enable-column", "mail", "doc", "--dad", kMail + "mail.dad"}, "QRKA");
-  const CommandResult used = place_.orvxml({"dtd", "remove", "mail.dtd"});
-  EXPECT_EQ(used.status, 1);
-  EXPECT_NE(used.err.find("SQLSTATE=70010"), used.err.npos) << used.err;
 
   run({"disable-column", "mail", "doc"});
   run({"dtd", "remove", "mail.dtd"});
@@ -72,26 +70,157 @@ TEST_F(CommandAdmin, AnEnabledColumnKeepsItsSideTables) {
 
 TEST_F(CommandAdmin, FailuresChangeNothing) {
   enableMail();
-  run({"enable-collection", "shelf", "--dad", ORVXML_SOURCE_DIR "/examples/iso_639/languages.dad"});
+  run({"enable-collection", "shelf", "--dad", kLanguages});
   EXPECT_EQ(status()["collections"][0]["collection"], "shelf");
+  const nlohmann::json before = status();
   refuse({"enable-column", "absent", "doc", "--dad", kMail + "mail.dad"}, "QRKA016E");
   refuse({"disable-column", "mail", "id"}, "QRKA018E");
+  refuse({"enable-collection", "shelf", "--dad", kLanguages}, "QRKA011E");
+  refuse({"enable-collection", "more", "--dad", place_.write("x.dad", "<DAD/>")}, "QRKQ000E");
   refuse({"disable-collection", "absent"}, "QRKQ028E");
-  refuse({"disable-db"}, "QRKA007E");  // the table of documents has a column of its types
-  EXPECT_EQ(status()["columns"].size(), 1u);
-  run({"disable-collection", "shelf"});
-  EXPECT_EQ(place_.orvxml({"enable-column", "mail", "doc"}).status, 2);
+  refuse({"disable-db"}, "to be disabled before: the column DOC of APP.MAIL");
+  refuse({"dtd", "remove", "mail.dtd"}, "SQLSTATE=70010");
+  refuse({"dtd", "remove", "other.dtd"}, "there is no DTD other.dtd");
+  EXPECT_EQ(status(), before);
+  const CommandResult json = place_.orvxml({"--json", "disable-collection", "absent"});
+  EXPECT_EQ(json.status, 1);
+  EXPECT_EQ(nlohmann::json::parse(json.out)["code"], -88);
 }
 
-TEST_F(CommandAdmin, MissingPackagesAreBound) {
+TEST_F(CommandAdmin, WrongInputIsRefusedBeforeTheDatabaseIsTouched) {
   run({"create"});
-  sqlite3* file = nullptr;
-  ASSERT_EQ(sqlite3_open(place_.path("test.db").c_str(), &file), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(file, R"(DELETE FROM "SYSNTQ.PACKAGES")", nullptr, nullptr, nullptr),
-            SQLITE_OK);
-  sqlite3_close(file);
-  run({"enable-db"});
-  EXPECT_EQ(status()["enabled"], true);
+  const std::string note(200, 'n');
+  struct Case {
+    std::vector<std::string> arguments;
+    std::string text;
+    int status = 1;
+  };
+  const Case kCases[] = {
+      {{"enable-collection", "c"}, "--dad", 2},
+      {{"enable-column", "t"}, "COLUMN", 2},
+      {{"enable-column", "t", "c"}, "--dad", 2},
+      {{"enable-collection", "c", "--dad", "absent.dad"}, "absent.dad: No such file"},
+      {{"enable-collection", "c", "--dad", place_.write("empty.dad", "")}, "is empty"},
+      {{"enable-collection", "c", "--dad", place_.path("")}, "is a directory"},
+      {{"enable-collection", "c", "--dad", place_.write("bad.dad", "<DAD>\xFF")}, "not UTF-8"},
+      {{"enable-collection", "c", "--dad", place_.write("big.dad", std::string(102401, 'x'))},
+       "the mapping has 102401 bytes; at most 102400"},
+      {{"enable-collection", "\xFF", "--dad", kLanguages}, "collection:1: byte 1 is not UTF-8"},
+      {{"dtd", "add", "d", kMail + "mail.dtd"}, "not enabled"},
+      {{"dtd", "add", "", kMail + "mail.dtd"}, "needs an id", 2},
+      {{"dtd", "remove", "\xC3"}, "not UTF-8"},
+      {{"dtd", "add", "d", place_.write("big.dtd", std::string(1048577, ' '))}, "1048577 bytes"},
+      {{"--db", place_.path("absent.db"), "enable-db"}, "ORV1013E"},
+      {{"--db", place_.write("note.txt", note), "status"}, "ORV1026E"},
+      {{"--db", place_.path(""), "disable-db"}, "ORV1026E"},
+      {{"--db", place_.path("new.db"), "create", "--code-page", "37"}, "code page 37"},
+  };
+  const std::string before = place_.read("test.db");
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.text);
+    const CommandResult result = place_.orvxml(c.arguments);
+    EXPECT_EQ(result.status, c.status);
+    EXPECT_NE(result.err.find(c.text), result.err.npos) << result.err;
+    EXPECT_EQ(result.out, "");
+  }
+  EXPECT_EQ(place_.read("test.db"), before);
+  EXPECT_EQ(place_.read("note.txt"), note);
+  EXPECT_FALSE(std::filesystem::exists(place_.path("new.db")));
+}
+
+TEST_F(CommandAdmin, NamesAtTheirLimits) {
+  run({"create", "--enable"});
+  std::string accented;
+  for (int i = 0; i < 15; ++i) accented += "ü";
+  const std::vector<std::string> fits = {std::string(30, 'c'), accented, "O'Neil \"x\""};
+  for (const std::string& name : fits) run({"enable-collection", name, "--dad", kLanguages});
+  EXPECT_EQ(status()["collections"].size(), fits.size());
+  for (const std::string& name : fits) run({"disable-collection", name});
+  EXPECT_EQ(status()["collections"].size(), 0u);
+  refuse({"enable-collection", std::string(31, 'c'), "--dad", kLanguages}, "QRKQ032E");
+  refuse({"enable-collection", accented + "ü", "--dad", kLanguages}, "QRKQ032E");
+  refuse({"disable-collection", std::string(31, 'c')}, "QRKQ028E");
+
+  const std::string dtd = place_.write("long.dtd", std::string(60000, ' ') + "<!ELEMENT ü ANY>");
+  run({"dtd", "add", std::string(128, 'd'), dtd});
+  refuse({"dtd", "add", std::string(129, 'd'), dtd}, "SQLSTATE=22001");
+  EXPECT_EQ(nlohmann::json::parse(run({"--json", "dtd", "list"})),
+            nlohmann::json({{{"dtd", std::string(128, 'd')}, {"uses", 0}, {"bytes", 60017}}}));
+}
+
+// Disabling a collection deletes by its name alone; the column would go unnoticed.
+TEST_F(CommandAdmin, ACollectionNamedLikeAColumnStaysWhileTheColumnIsEnabled) {
+  enableMail();
+  run({"enable-collection", "DOC", "--dad", kLanguages});
+  const nlohmann::json before = status();
+  const CommandResult refused = place_.orvxml({"disable-collection", "DOC"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find("the column DOC of APP.MAIL is enabled"), refused.err.npos);
+  EXPECT_EQ(status(), before);
+  run({"disable-column", "mail", "doc"});
+  run({"disable-collection", "DOC"});
+}
+
+TEST_F(CommandAdmin, WarningsAndWhatGoesWithTheDatabase) {
+  run({"create", "--enable"});
+  const CommandResult again = place_.orvxml({"--quiet", "enable-db"});
+  EXPECT_EQ(again.status, 0);
+  EXPECT_EQ(again.err, "QRKA070W  The database has already been enabled.\n");
+  run({"dtd", "add", "d", kMail + "mail.dtd"});
+  run({"enable-collection", "shelf", "--dad", kLanguages});
+  EXPECT_EQ(place_.orvxml({"disable-db"}).err,
+            "QRKA036I  XML Annex has successfully disabled database test.\n"
+            "gone: 1 collection\ngone: 1 DTD\n");
+  const CommandResult disabled = place_.orvxml({"disable-db"});
+  EXPECT_EQ(disabled.status, 0);
+  EXPECT_EQ(disabled.err, "QRKA071W  The database is not enabled or has already been disabled.\n");
+  EXPECT_EQ(run({"status"}),
+            "database: " + place_.path("test.db") + "\ncode page: 1208\nenabled: no\n");
+  EXPECT_EQ(run({"sql", "--csv", "select count(*) as n from language"}), "N\r\n0\r\n");
+}
+
+TEST_F(CommandAdmin, TableSpacesOfTheAdministrativeTables) {
+  run({"create"});
+  refuse({"enable-db", "--table-space", "NOWHERE"}, "QRKA004E");
+  EXPECT_EQ(status()["enabled"], false);
+  run({"sql", "create tablespace TS1; create tablespace TS2"});
+  run({"enable-db", "--table-space", "TS1", "--table-space2", "TS2"});
+  EXPECT_EQ(run({"sql", "--csv",
+                 "select tabname, tbspace from syscat.tables where tabschema ="
+                 " 'ORVXML' order by 1"}),
+            "TABNAME,TBSPACE\r\nDTD_REF,TS1\r\nXML_USAGE,TS2\r\n");
+}
+
+// Whichever package is missing: the packages are bound and the call is made again.
+TEST_F(CommandAdmin, MissingPackagesAreBound) {
+  const char* const kPackages[] = {"QRKSUWO", "QRKTAB", "QRKDB"};
+  for (const std::string package : kPackages) {
+    SCOPED_TRACE(package);
+    std::filesystem::remove(place_.path("test.db"));
+    run({"create"});
+    const auto unbound = [&](const std::vector<std::string>& arguments) {
+      sqlite3* file = nullptr;
+      ASSERT_EQ(sqlite3_open(place_.path("test.db").c_str(), &file), SQLITE_OK);
+      const std::string remove = R"(DELETE FROM "SYSNTQ.PACKAGES" WHERE NAME = ')" + package + "'";
+      EXPECT_EQ(sqlite3_exec(file, remove.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+      EXPECT_EQ(sqlite3_changes(file), 1);
+      sqlite3_close(file);
+      run(arguments);
+      // Those that the call did not miss are still not bound.
+      run({"bind"});
+    };
+    unbound({"enable-db"});
+    run({"dtd", "add", "mail.dtd", kMail + "mail.dtd"});
+    run({"sql", "--file", kMail + "tables.sql"});
+    unbound({"enable-column", "mail", "doc", "--dad", kMail + "mail.dad"});
+    unbound({"enable-collection", "shelf", "--dad", kLanguages});
+    EXPECT_EQ(status()["columns"].size() + status()["collections"].size(), 2u);
+    unbound({"disable-column", "mail", "doc"});
+    unbound({"disable-collection", "shelf"});
+    run({"sql", "drop table mail"});
+    unbound({"disable-db"});
+    EXPECT_EQ(status()["enabled"], false);
+  }
 }
 
 }  // namespace
