@@ -59,6 +59,14 @@ bool isPath(QrkStruct* ctx, const char* path) {
   }
 }
 
+// In the triggers a side table of such a name would stand for itself where the row is meant: each
+// document would change the rows of all.
+bool hidesRow(QrkStruct* ctx, const char* sideTable) {
+  char schema[kSchemaSize], table[kTableSize];
+  if (qrkParseQualTbl(ctx, sideTable, schema, sizeof schema, table, sizeof table)) return false;
+  return std::string_view(table) == "NEWROW" || std::string_view(table) == "OLDROW";
+}
+
 class EnableColumn {
  public:
   EnableColumn(Call& call, const ColumnRequest& request)
@@ -223,13 +231,11 @@ int EnableColumn::checkModel() {
   for (const side_table* table = model_->sideTables; table; table = table->next) {
     if (int code = checkSideTable(*table)) return code;
   }
-  if (model_->validation && !model_->isSchema && !*model_->dtdid) {
-    return fail(call_, Msg::QRKQ000E, "dtdid");
-  }
   return 0;
 }
 
 int EnableColumn::checkSideTable(const side_table& table) {
+  if (hidesRow(ctx_, table.name)) return fail(call_, Msg::QRKA057E, table.name);
   if (!table.columns) return fail(call_, Msg::QRKA058E, "(NULL)");
   for (const side_column* column = table.columns; column; column = column->next) {
     const std::string_view occurrence = column->multi_occurrence;

@@ -21,6 +21,9 @@ constexpr DadSettingLimits kLimits{.schemaLocation = 1000,
                                    .dtdid = 508,
                                    .othersRefused = false};
 constexpr char kMissing[] = "(NULL)";
+// Of all side tables. A table inside another one has its columns for both: a small mapping could
+// name millions.
+constexpr int kMaxSideColumns = 10'000;
 
 struct FreeModel {
   void operator()(dad* model) const { freedad(nullptr, model); }
@@ -98,6 +101,7 @@ class ModelBuilder {
   const Report report_;
   QrkStruct* const ctx_;
   dad& model_;
+  int columns_ = 0;  // taken so far
 };
 
 int ModelBuilder::takeSettings(const DOM_Document& document) {
@@ -142,6 +146,7 @@ int ModelBuilder::takeSideTable(const xercesc::DOMElement* element, side_table& 
   QRK_TRACE(ctx_, " Populating side table: '%s'", table.name);
   side_column** end = &table.columns;
   return eachElement(element, u"column", [&](const xercesc::DOMElement* below) {
+    if (++columns_ > kMaxSideColumns) return failed(report_, Msg::QRKQ039E);
     side_column* const column = *end = new side_column{};
     end = &column->next;
     return takeColumn(below, *column);

@@ -176,6 +176,19 @@ TEST(ColumnDadTest, RefusesWhatIsMissingOrDoesNotFit) {
   EXPECT_EQ(Model(xcolumn(""), "t", long129.c_str()).failure().substr(0, 14), "00000 QRKQ032E");
 }
 
+// A column belongs to every table around it: nested tables would multiply them.
+TEST(ColumnDadTest, RefusesMoreColumnsThanSideTablesCanHave) {
+  const auto nested = [](int tables, int columns) {
+    std::string text;
+    for (int i = 0; i < tables; ++i) text += "<table name='t'>";
+    for (int i = 0; i < columns; ++i) text += column("c", "date", "/a", "NO");
+    for (int i = 0; i < tables; ++i) text += "</table>";
+    return xcolumn(text);
+  };
+  EXPECT_TRUE(Model(nested(100, 100)).model);
+  EXPECT_EQ(Model(nested(100, 101)).failure().substr(0, 14), "00000 QRKQ039E");
+}
+
 // Fields count bytes of the database code page, not characters.
 TEST(ColumnDadTest, FieldsHoldTheirSizeInBytes) {
   std::string name, type(253, 't'), path(253, 'p');
