@@ -103,10 +103,17 @@ int qrkEnableColumn0_STP(const char*, const char* tableName, const char* columnN
                          short* columnNameInd, short* dadBufInd, short* tableSpaceInd,
                          short* defaultViewInd, short* rootIDInd, short* returnCodeInd,
                          short* returnMsgInd) {
-  orvxml::setIndicator(dbNameInd, orvxml::kInputNotReturned);
-  return qrkEnableColumn_STP(tableName, columnName, dadBuf, tableSpace, defaultView, rootID,
-                             returnCode, returnMsg, tableNameInd, columnNameInd, dadBufInd,
-                             tableSpaceInd, defaultViewInd, rootIDInd, returnCodeInd, returnMsgInd);
+  using namespace orvxml;
+  const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
+  const int code = listProcedure(kEnable, outputs, [&](Call& call) {
+    QRK_TRACE(&call.ctx, "entered.");
+    return qrkEnableColumn_STP(tableName, columnName, dadBuf, tableSpace, defaultView, rootID,
+                               returnCode, call.msg, tableNameInd, columnNameInd, dadBufInd,
+                               tableSpaceInd, defaultViewInd, rootIDInd, nullptr, nullptr);
+  });
+  inputsNotReturned({dbNameInd, tableNameInd, columnNameInd, dadBufInd, tableSpaceInd,
+                     defaultViewInd, rootIDInd});
+  return code;
 }
 
 int qrkDisableColumn(void*, void*, sqlda* da) {
@@ -129,8 +136,14 @@ int qrkDisableColumn_STP(const char* tableName, const char* columnName, int* ret
 int qrkDisableColumn0_STP(const char*, const char* tableName, const char* columnName,
                           int* returnCode, char* returnMsg, short* dbNameInd, short* tableNameInd,
                           short* columnNameInd, short* returnCodeInd, short* returnMsgInd) {
-  orvxml::setIndicator(dbNameInd, orvxml::kInputNotReturned);
-  return qrkDisableColumn_STP(tableName, columnName, returnCode, returnMsg, tableNameInd,
-                              columnNameInd, returnCodeInd, returnMsgInd);
+  using namespace orvxml;
+  const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
+  const int code = listProcedure(kDisable, outputs, [&](Call& call) {
+    QRK_TRACE(&call.ctx, "entered.");
+    return qrkDisableColumn_STP(tableName, columnName, returnCode, call.msg, tableNameInd,
+                                columnNameInd, nullptr, nullptr);
+  });
+  inputsNotReturned({dbNameInd, tableNameInd, columnNameInd});
+  return code;
 }
 }

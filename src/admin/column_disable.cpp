@@ -64,6 +64,7 @@ class DisableColumn {
   int deleteUsage();
 
   int dropTrigger(char letter, Msg failure);
+  bool isOthers(const side_table& sideTable);
   int countRootIds(int32_t& count);
   int fail(Msg message) { return orvxml::fail(call_, message); }
   int failStatement(const sqlca& area, Msg message, const char* argument = "") {
@@ -89,6 +90,7 @@ class DisableColumn {
 };
 
 int DisableColumn::run() {
+  QRK_TRACE(ctx_, "entered.");
   if (int code = findColumn()) return code;
   if (int code = fetchUsage()) return code;
   if (int code = dropView()) return code;
@@ -200,8 +202,31 @@ int DisableColumn::dropRootIdTrigger() {
   return count == 0 ? 0 : dropTrigger('H', Msg::QRKA027E);
 }
 
+// The mapping's names mean other tables under another default schema than that of enabling. A table
+// without the mapped columns is somebody else's; a name that means no table is for the server to
+// refuse.
+bool DisableColumn::isOthers(const side_table& sideTable) {
+  char ignored[kMessageSize];
+  const Report report{ctx_, ignored};
+  ColumnNames names;
+  int code = splitTableName(report, sideTable.name, names);
+  if (code == 0) {
+    check_table(ctx_, names.schema.c_str(), names.table.c_str(), &code, ignored);
+  }
+  if (code != 0) return code != codeOf(Msg::QRKA016E) && code != codeOf(Msg::QRKQ031E);
+  for (const side_column* column = sideTable.columns; column; column = column->next) {
+    if (parseColumnName(report, sideTable.name, column->name, names)) return true;
+    if (check_column(ctx_, names.schema.c_str(), names.table.c_str(), names.column.c_str(), &code,
+                     ignored)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 int DisableColumn::dropSideTables() {
   for (const side_table* table = model_->sideTables; table; table = table->next) {
+    if (isOthers(*table)) return orvxml::fail(call_, Msg::QRKA026E, table->name);
     const sqlca area = define(std::string("DROP TABLE ") + table->name);
     if (area.sqlcode < 0) return failStatement(area, Msg::QRKA026E, table->name);
   }

@@ -1,5 +1,9 @@
 // What enabling and disabling a column refuse, with the message of each.
+#include <algorithm>
+#include <cstdlib>
+
 #include "orvxml/messages.h"
+#include "src/admin/random_name.h"
 #include "tests/admin/column_database.h"
 
 namespace orvxml::test {
@@ -28,6 +32,11 @@ void expectOutcome(const CallOutcome& outcome, const Expected& expected) {
 std::string oneColumn(const std::string& type, const std::string& path = "/a",
                       const std::string& occurrence = "NO") {
   return columnDad(sideTable("side", sideColumn("c", type, path, occurrence)));
+}
+
+std::string sideTableOf(const std::string& name, const std::string& column,
+                        const std::string& occurrence = "NO") {
+  return columnDad(sideTable(name, sideColumn(column, "date", "/a", occurrence)));
 }
 
 // Nobody changes rows of a table any more.
@@ -65,7 +74,27 @@ TEST(ColumnFailuresTest, Enabling) {
        {Msg::QRKA017E, "QRKA017E  The input column " + std::string(30, 'C') +
                            " does not exist in the specified table LETTERS."}},
       {"a column name beyond its limit", {.dad = plain, .column = long31}, {Msg::QRKQ032E, ""}},
+      {"a table name at its limit",
+       {.dad = plain, .table = std::string(30, 's') + "." + std::string(128, 't')},
+       {Msg::QRKA016E, "QRKA016E  The input table " + std::string(128, 'T') + " does not exist."}},
       {"a table name beyond its limit", {.dad = plain, .table = long129}, {Msg::QRKQ031E, ""}},
+      {"a schema name beyond its limit",
+       {.dad = plain, .table = std::string(31, 's') + ".letters"},
+       {Msg::QRKQ031E, ""}},
+      {"a name in characters of two bytes beyond its limit",
+       {.dad = plain, .table = "ü" + std::string(127, 't')},
+       {Msg::QRKQ031E, ""}},
+      {"a qualified name with too many quotes",
+       {.dad = plain,
+        .table = "\"" + std::string(30, 's') + "\".\"" + std::string(126, 't') + "\""},
+       {Msg::QRKQ031E, ""}},
+      {"no column name",
+       {.dad = plain, .column = ""},
+       {Msg::QRKA017E,
+        "QRKA017E  The input column  does not exist in the specified table letters."}},
+      {"no table name",
+       {.dad = plain, .table = ""},
+       {Msg::QRKA016E, "QRKA016E  The input table  does not exist."}},
       {"a table name that is none",
        {.dad = plain, .table = "a.b.c"},
        {Msg::QRKA016E, "QRKA016E  The input table a.b.c does not exist."}},
@@ -96,9 +125,18 @@ TEST(ColumnFailuresTest, Enabling) {
       {"no such DTD",
        {.dad = settings("<dtdid>x.dtd</dtdid>")},
        {Msg::QRKA010E, "QRKA010E  Attempt to find DTD ID x.dtd failed."}},
-      {"validation against nothing",
-       {.dad = settings("<validation>YES</validation>")},
-       {Msg::QRKQ000E, "QRKQ000E  dtdid is missing from the DAD file."}},
+      {"a large mapping",
+       {.dad = settings("<!--" + std::string(150'000, 'c') + "-->")},
+       {Msg::QRKA011E, "", true}},
+      {"no table of DTDs",
+       {.dad = settings("<dtdid>x.dtd</dtdid>")},
+       {Msg::QRKA010E, "QRKA010E  Attempt to find DTD ID x.dtd failed.", true},
+       "drop table orvxml.dtd_ref"},
+      {"no column for suffixes",
+       {.dad = plain},
+       {Msg::QRKA062E, "QRKA062E  Unable to retrieve the column number for DOC in table LETTERS.",
+        true},
+       "drop table orvxml.xml_usage; create table orvxml.xml_usage (col_name char(30))"},
       {"a side table without columns",
        {.dad = columnDad("<table name='t'/>")},
        {Msg::QRKA058E, "QRKA058E  A column name (NULL) in the DAD file is invalid."}},
@@ -116,6 +154,41 @@ TEST(ColumnFailuresTest, Enabling) {
        {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
       {"a type without extraction", {.dad = oneColumn("bigint")}, {Msg::QRKA048E, "", true}},
       {"two columns with a row each value", {.dad = tooManyColumns}, {Msg::QRKA048E, "", true}},
+      {"two side tables of a name",
+       {.dad = columnDad(sideTable("side", sideColumn("c", "date", "/a")) +
+                         sideTable("SIDE", sideColumn("c", "date", "/a")))},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table SIDE.", true}},
+      {"a side table that is there",
+       {.dad = sideTableOf("letters", "c")},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table letters.", true}},
+      {"a side table that hides the new row",
+       {.dad = sideTableOf("NewRow", "c")},
+       {Msg::QRKA057E, "QRKA057E  A side table name NewRow in DAD is invalid."}},
+      {"a side table that hides the old row",
+       {.dad = sideTableOf("app.oldrow", "c")},
+       {Msg::QRKA057E, "QRKA057E  A side table name app.oldrow in DAD is invalid."}},
+      {"a side table that is none",
+       {.dad = sideTableOf("a.b.c", "c")},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table a.b.c.", true}},
+      {"a side table beyond the server's limit",
+       {.dad = sideTableOf(long129, "c")},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table " + long129 + ".", true}},
+      {"a side column beyond the server's limit",
+       {.dad = sideTableOf("side", long129)},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
+      {"two columns of a name",
+       {.dad = columnDad(
+            sideTable("side", sideColumn("c", "date", "/a") + sideColumn("C", "date", "/a")))},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
+      {"a column like the generated root id",
+       {.dad = sideTableOf("side", "qrkroot_id")},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
+      {"a column like the given root id",
+       {.dad = sideTableOf("side", "no"), .rootid = "no"},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
+      {"a column like the number of a value",
+       {.dad = sideTableOf("side", "qrk_seqno", "YES")},
+       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
       {"no such table space",
        {.dad = plain, .tableSpace = "nowhere"},
        {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
@@ -125,6 +198,9 @@ TEST(ColumnFailuresTest, Enabling) {
       {"a view of nothing",
        {.dad = columnDad(""), .view = "v"},
        {Msg::QRKA021E, "QRKA021E  Cannot create the default view v.", true}},
+      {"a view whose name with the schema is too long to be kept",
+       {.dad = plain, .view = std::string(30, 's') + '.' + std::string(98, 'v')},
+       {Msg::QRKA011E, "", true}},
       {"a DTD whose uses nobody may count",
        {.dad = settings("<dtdid>d.dtd</dtdid>")},
        {Msg::QRKA012E, "", true},
@@ -149,20 +225,49 @@ TEST(ColumnFailuresTest, Enabling) {
   const Catalog before = db.catalog();
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    if (*c.before) db.run(c.before);
+    for (const orv::ScriptStatement& s : orv::splitScript(c.before)) db.run(s.text);
     expectOutcome(db.enableColumn(c.arguments), c.expected);
     db.rollback();
     EXPECT_EQ(db.catalog(), before);
   }
 }
 
-// The mapping's own faults come with the code of their SQLSTATE.
+// The mapping's own faults come with the code of their SQLSTATE, which is that of the first of
+// them.
 TEST(ColumnFailuresTest, MappingsThatCannotBeRead) {
   ColumnDatabase db;
-  const CallOutcome nameless =
-      db.enableColumn({.dad = columnDad("<table name='t'><column/></table>")});
-  EXPECT_EQ(nameless, (CallOutcome{codeOf(Msg::QRKA056E),
-                                   "QRKA058E  A column name (NULL) in the DAD file is invalid."}));
+  const auto inColumn = [](const std::string& attributes) {
+    return columnDad("<table name='t'><column " + attributes + "/></table>");
+  };
+  const std::string bindings =
+      "<schemabindings><nonamespacelocation location='s'/></schemabindings>";
+  const std::pair<std::string, std::string> cases[] = {
+      {columnDad("", "<validation>maybe</validation>"),
+       "QRKA056E  The validation value maybe in the DAD file is invalid."},
+      {columnDad("<table/>"), "QRKA057E  A side table name (NULL) in DAD is invalid."},
+      {inColumn(""), "QRKA058E  A column name (NULL) in the DAD file is invalid."},
+      {inColumn("name='c'"), "QRKA059E  The type (NULL) of column c in the DAD file is invalid."},
+      {inColumn("name='c' type='date'"),
+       "QRKA060E  The path attribute (NULL) of c in the DAD file is invalid."},
+      {inColumn("name='c' type='date' path='/a'"),
+       "QRKA061E  The multi_occurrence attribute (NULL) of c in the DAD file is invalid."},
+      {columnDad("", bindings + "<dtdid>d</dtdid>"),
+       qrkMsgTable[static_cast<size_t>(Msg::QRKQ057E)]},
+      {columnDad("", "<schemabindings/>"), qrkMsgTable[static_cast<size_t>(Msg::QRKQ058E)]},
+  };
+  for (const auto& [dad, message] : cases) {
+    EXPECT_EQ(db.enableColumn({.dad = dad}), (CallOutcome{codeOf(Msg::QRKA056E), message}));
+  }
+  const auto location = [](int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += "ü";
+    return columnDad("", "<schemabindings><nonamespacelocation location='" + text +
+                             "'/></schemabindings><validation>YES</validation>");
+  };
+  EXPECT_EQ(db.enableColumn({.dad = location(500)}), enabled());
+  db.rollback();
+  EXPECT_EQ(db.enableColumn({.dad = location(501)}).code, codeOf(Msg::QRKG017E));
+  db.rollback();
   const CallOutcome broken = db.enableColumn({.dad = "<DAD>"});
   EXPECT_LT(broken.code, 0);
   EXPECT_TRUE(broken.message.starts_with("QRKQ047E  Parser error on line 1 column "))
@@ -182,6 +287,63 @@ TEST(ColumnFailuresTest, NullParametersOfTheRegisteredProcedures) {
   }
   expectOutcome(db.disableColumn(ColumnForm::Call, std::nullopt), nullInput);
   expectOutcome(db.disableColumn(ColumnForm::Call, "doc", std::nullopt), nullInput);
+}
+
+// The suffixes that the next columns get.
+std::vector<std::string> nextSuffixes(size_t count) {
+  constexpr unsigned kSeed = 7;
+  std::vector<std::string> suffixes(count, std::string(7, ' '));
+  callRandOnce(nullptr);
+  std::srand(kSeed);
+  for (std::string& suffix : suffixes) qrk_GetRandName(nullptr, suffix.data(), 7);
+  std::srand(kSeed);
+  return suffixes;
+}
+
+TEST(ColumnFailuresTest, TriggersOfOthersWithTheSameNames) {
+  const std::string side = sideTable("side", sideColumn("c", "date", "/a"));
+  const std::string byDtd = columnDad(side, "<dtdid>d</dtdid><validation>YES</validation>");
+  const std::string bySchema =
+      columnDad(side,
+                "<schemabindings><nonamespacelocation location='s'/></schemabindings>"
+                "<validation>YES</validation>");
+  ColumnDatabase db;
+  db.addDtd("d", "<!ELEMENT a ANY>");
+  db.commit();
+  const Catalog before = db.catalog();
+  const std::tuple<char, std::string, Msg> cases[] = {
+      {'H', byDtd, Msg::QRKA047E},    {'J', byDtd, Msg::QRKA048E},    {'D', byDtd, Msg::QRKA049E},
+      {'U', byDtd, Msg::QRKA050E},    {'V', byDtd, Msg::QRKA053E},    {'W', byDtd, Msg::QRKA054E},
+      {'V', bySchema, Msg::QRKA053E}, {'W', bySchema, Msg::QRKA053E},
+  };
+  for (const auto& [letter, dad, message] : cases) {
+    SCOPED_TRACE(letter);
+    db.run("create trigger " + (letter + nextSuffixes(1).front()) +
+           " after delete on letters referencing old as o for each row mode orvsql begin atomic"
+           " delete from letters where no = o.no; end");
+    expectOutcome(db.enableColumn({.dad = dad}), {message, "", true});
+    db.rollback();
+    EXPECT_EQ(db.catalog(), before);
+  }
+}
+
+// A suffix that another column has is drawn anew, 26 times at most.
+TEST(ColumnFailuresTest, SuffixesOfOtherColumns) {
+  const std::string plain = oneColumn("date");
+  ColumnDatabase db;
+  for (const size_t taken : {0, 1, 25, 26}) {
+    const std::vector<std::string> suffixes = nextSuffixes(taken + 1);
+    for (size_t i = 0; i < taken; ++i) {
+      db.run(
+          "insert into orvxml.xml_usage (table_schema, table_name, col_name, access_mode, "
+          "validation, trigger_suffix) values ('S', 'T', 'C" +
+          std::to_string(i) + "', 0, 0, '" + suffixes[i] + "')");
+    }
+    EXPECT_EQ(db.enableColumn({.dad = plain}), enabled());
+    EXPECT_EQ(db.rows("select trigger_suffix from orvxml.xml_usage where col_name = 'DOC'"),
+              (Rows{{suffixes[std::min<size_t>(taken, 25)] + ' '}}));
+    db.rollback();
+  }
 }
 
 TEST(ColumnFailuresTest, EnablingTwice) {
@@ -226,6 +388,15 @@ TEST(ColumnFailuresTest, Disabling) {
         "QRKC004E  Unable to operate the "
         "LOB Locator: rc=-1."}},
       {"update orvxml.xml_usage set dad = '<DAD/>'", {Msg::QRKA024E, ""}},
+      {"drop table orvxml.xml_usage;"
+       "create table orvxml.xml_usage (table_schema char(30), table_name char(30), col_name "
+       "char(30),"
+       " dad clob(1k), default_view char(30), dtdid char(30), trigger_suffix char(8));"
+       "insert into orvxml.xml_usage (table_schema, table_name, col_name, dad)"
+       " values ('APP', 'LETTERS', 'DOC', '<DAD/>')",
+       {Msg::QRKA024E, ""}},
+      {"drop table orvxml.xml_usage; create table orvxml.xml_usage (col_name char(30))",
+       {Msg::QRKA024E, "", true}},
       {dropTrigger("J"), {Msg::QRKA028E, "", true}},
       {dropTrigger("D"), {Msg::QRKA029E, "", true}},
       {dropTrigger("U"), {Msg::QRKA030E, "", true}},
@@ -246,6 +417,40 @@ TEST(ColumnFailuresTest, Disabling) {
   EXPECT_EQ(db.disableColumn(), disabled());
 }
 
+// The trigger of the root ids is looked for by its name alone, and dropped in the table's schema.
+TEST(ColumnFailuresTest, DisablingBesideATriggerOfAnotherSchema) {
+  ColumnDatabase db;
+  EXPECT_EQ(db.enableColumn({.dad = oneColumn("date"), .rootid = "no"}), enabled());
+  const std::string suffix =
+      db.rows("select trigger_suffix from orvxml.xml_usage").at(0).at(0).substr(0, 7);
+  db.run("create trigger other.H" + suffix +
+         " after delete on letters referencing old as o for each row mode orvsql begin atomic"
+         " delete from letters where no = o.no; end");
+  db.commit();
+  expectOutcome(db.disableColumn(), {Msg::QRKA027E, "", true});
+  db.rollback();
+  db.run("drop trigger other.H" + suffix);
+  EXPECT_EQ(db.disableColumn(), disabled());
+}
+
+// Under another default schema the mapping's names mean tables of somebody else.
+TEST(ColumnFailuresTest, DisablingSparesTheTablesOfOthers) {
+  ColumnDatabase db;
+  EXPECT_EQ(db.enableColumn({.dad = oneColumn("date")}), enabled());
+  db.run("create table other.side (c2 integer)");
+  db.run("set schema other");
+  db.commit();
+  expectOutcome(db.disableColumn(ColumnForm::List, "doc", "app.letters"),
+                {Msg::QRKA026E, "QRKA026E  Unable to drop the side table side."});
+  db.rollback();
+  db.run("drop table other.side");
+  expectOutcome(db.disableColumn(ColumnForm::List, "doc", "app.letters"),
+                {Msg::QRKA026E, "QRKA026E  Unable to drop the side table side.", true});
+  db.rollback();
+  db.run("set schema app");
+  EXPECT_EQ(db.disableColumn(), disabled());
+}
+
 TEST(ColumnFailuresTest, DatabasesThatAreNotReady) {
   AdminDatabase empty;
   char table[] = "t", column[] = "c";
@@ -257,6 +462,21 @@ TEST(ColumnFailuresTest, DatabasesThatAreNotReady) {
   };
   expectOutcome(enable(), {Msg::QRKQ052E, ""});
   expectOutcome(callList(&qrkDisableColumn_STP, &table[0], &column[0]), {Msg::QRKQ052E, ""});
+
+  // The package for columns is another program's.
+  ColumnDatabase db;
+  const std::string folder = bindList().substr(0, bindList().rfind('/') + 1);
+  std::string package = readFile(folder + "qrkcol.bnd");
+  package.replace(package.find("QCO00001"), 8, "QCO00000");
+  const TemporaryFolder other;
+  other.write("qrkcol.bnd", package);
+  sqlca area{};
+  sqlabndx(other.write("@other.lst", "qrkcol.bnd").c_str(), nullptr, nullptr, &area);
+  EXPECT_EQ(area.sqlcode, 0);
+  expectOutcome(db.enableColumn({.dad = oneColumn("date")}), {Msg::QRKA073E, "", true});
+  expectOutcome(db.enableColumn({.dad = oneColumn("date"), .table = "app.letters"}),
+                {Msg::QRKA073E, "", true});
+  expectOutcome(db.disableColumn(), {Msg::QRKA073E, "", true});
 }
 
 }  // namespace

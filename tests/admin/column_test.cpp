@@ -1,5 +1,6 @@
 // Columns enabled and disabled: what enabling refuses, how the side tables follow the documents,
 // and what disabling leaves.
+#include "orvxml/messages.h"
 #include "tests/admin/column_database.h"
 
 namespace orvxml::test {
@@ -183,6 +184,7 @@ TEST(ColumnTest, DisablingLeavesTheDatabaseAsItWas) {
       {"DTD", {.dad = lettersDad(validatedByDtd())}},
       {"DTD without validation", {.dad = lettersDad("<dtdid>letter.dtd</dtdid>")}},
       {"schema", {.dad = lettersDad(validatedBySchema(schema)), .rootid = "no"}},
+      {"validation against nothing", {.dad = lettersDad("<validation>YES</validation>")}},
       {"no side tables", {.dad = columnDad("")}},
   };
   ColumnDatabase db;
@@ -221,6 +223,26 @@ TEST(ColumnTest, DisablingLeavesTheDatabaseAsItWas) {
     db.commit();
     expectAsBefore();
   }
+}
+
+// The forms that are given the name of the database first do the same.
+TEST(ColumnTest, FormsWithTheNameOfTheDatabase) {
+  ColumnDatabase db;
+  char name[] = "SHOP", table[] = "letters", column[] = "doc", view[] = "v";
+  ClobArgument dad(lettersDad());
+  const auto enable = [&](clob* mapping) {
+    return callList(&qrkEnableColumn0_STP, &name[0], &table[0], &column[0], mapping,
+                    static_cast<char*>(nullptr), &view[0], static_cast<char*>(nullptr));
+  };
+  const auto disable = [&](char* of) {
+    return callList(&qrkDisableColumn0_STP, &name[0], &table[0], of);
+  };
+  const CallOutcome nullInput{-60, qrkMsgTable[static_cast<size_t>(Msg::QRKG004E)]};
+  EXPECT_EQ(enable(nullptr), nullInput);
+  EXPECT_EQ(enable(dad.get()), enabled());
+  EXPECT_EQ(db.count("v"), 0);
+  EXPECT_EQ(disable(nullptr), nullInput);
+  EXPECT_EQ(disable(&column[0]), disabled());
 }
 
 // Two columns of one table have their own side tables; the rows of both go by the same root id.
