@@ -288,5 +288,28 @@ TEST(CollectionDatabaseTest, DatabasesThatAreNotReady) {
   }
 }
 
+// The package of the deletion is bound with the token of another library.
+TEST(CollectionDatabaseTest, DisablingWithoutItsPackage) {
+  const TemporaryFolder folder;
+  AdminDatabase db;
+  ASSERT_EQ(db.enable().code, 0);
+  ASSERT_EQ(db.enableCollection("L", byQuery(kNo)), enabled("L"));
+  db.commit();
+  const std::string old =
+      folder.write("old.bnd", "ORVBIND 1\npackage QRKCOLL\ntoken 00000000\nsections 0\nend\n");
+  sqlca area{};
+  sqlabndx(old.c_str(), nullptr, nullptr, &area);
+  ASSERT_EQ(area.sqlcode, 0);
+  const CallOutcome outcome = db.disableCollection("L");
+  EXPECT_EQ(outcome.code, -104);
+  EXPECT_TRUE(outcome.message.starts_with("ORV0805E")) << outcome;
+  EXPECT_TRUE(outcome.message.ends_with(
+      "\nQRKM001W  A ORV error occurred.\nQRKA073E  The database is not bound. Please bind the"
+      " database before enabling it."))
+      << outcome;
+  db.bind();
+  EXPECT_EQ(db.disableCollection("L"), disabled("L"));
+}
+
 }  // namespace
 }  // namespace orvxml::test

@@ -245,6 +245,34 @@ TEST(DatabaseTest, WhatIsInUseKeepsTheDatabaseFromBeingDisabled) {
   }
 }
 
+// Types of other lengths stay where they are, with what is stored in them: it is the triggers that
+// keep an enabled column from losing its functions.
+TEST(DatabaseTest, AnEnabledColumnOfAnOlderTypeKeepsTheDatabaseEnabled) {
+  AdminDatabase db;
+  db.run("create distinct type orvxml.XMLVarchar as varchar(5000) with comparisons");
+  ASSERT_EQ(db.enable(), kEnabled);
+  db.run("create table letters (text orvxml.XMLVarchar)");
+  const std::string dad =
+      "<DAD><validation>NO</validation><Xcolumn><table name='side'>"
+      "<column name='a' type='integer' path='/a' multi_occurrence='NO'/></table></Xcolumn></DAD>";
+  const CallOutcome column =
+      db.call("ORVXML", "QRKENABLECOLUMN",
+              {"SHOP", "LETTERS", "TEXT", dad, std::nullopt, std::nullopt, std::nullopt});
+  ASSERT_EQ(column.code, 0) << column;
+  db.run("insert into letters (text) values (orvxml.XMLVarchar('<a>5</a>'))");
+  db.commit();
+  const Catalog before = db.catalog();
+  expectServerFailure(db.disable(), -478, "depends on it",
+                      "QRKA007E  Cannot disable database SHOP.");
+  db.rollback();
+  EXPECT_EQ(db.catalog(), before);
+  EXPECT_EQ(db.rows("select a from side"), (Rows{{"5"}}));
+
+  EXPECT_EQ(db.call("ORVXML", "QRKDISABLECOLUMN", {"SHOP", "LETTERS", "TEXT"}).code, 0);
+  EXPECT_EQ(db.disable(), kDisabled);
+  EXPECT_EQ(db.rows("select varchar(text) from letters"), (Rows{{"<a>5</a>"}}));
+}
+
 TEST(DatabaseTest, ADatabaseWithoutThePackagesSaysSo) {
   AdminDatabase db(1208, ":memory:", false);
   for (const CallOutcome& outcome : {db.enable(), db.disable()}) {

@@ -80,12 +80,13 @@ TEST_F(CommandCall, ColumnsAndTheDatabase) {
             kOutcome + "QRKA034I  XML Annex has successfully disabled column DOC.\n");
   EXPECT_NE(sql("select sender from mail_head").status, 0);
 
-  const std::string disable = "call orvxml.qrkDisableDB('shop', ?, ?)";
+  const std::string disable = "call orvxml.qrkDisableDB('warehouse_of_books', ?, ?)";
   const CommandResult used = sql(disable);
   EXPECT_EQ(used.status, 1);
-  EXPECT_NE(used.err.find("QRKA007E  Cannot disable database shop."), used.err.npos) << used.err;
+  EXPECT_NE(used.err.find("QRKA007E  Cannot disable database warehous."), used.err.npos)
+      << used.err;
   EXPECT_EQ(lines("drop table mail; " + disable),
-            kOutcome + "QRKA036I  XML Annex has successfully disabled database shop.\n");
+            kOutcome + "QRKA036I  XML Annex has successfully disabled database warehous.\n");
   EXPECT_EQ(lines("select count(*) as n from syscat.procedures where procschema = 'ORVXML'"),
             "N\n0\n");
 }
