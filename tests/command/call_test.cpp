@@ -69,7 +69,8 @@ TEST_F(CommandCall, ColumnsAndTheDatabase) {
   const CommandResult enabled = place_.orvxml(
       {"sql", "--set-file", "dad=" + kMail + "mail.dad",
        "call orvxml.qrkEnableColumn('x', 'mail', 'DOC', :dad, null, 'mail_view', null, ?, ?)"});
-  EXPECT_EQ(enabled.status, 0) << enabled.err;
+  EXPECT_EQ(enabled.status, 0);
+  EXPECT_EQ(enabled.err, "");
   EXPECT_EQ(enabled.out,
             "RETURNCODE | RETURNMSG\n"
             "-----------+------------------------------\n"

@@ -75,6 +75,7 @@ class ProcedureReport {
     text_ = std::move(text);
   }
 
+  bool isCall() const { return isCall_; }
   bool hasFailed() const { return hasFailed_; }
   const std::string& text() const { return text_; }
 
@@ -112,17 +113,19 @@ class Runner {
     if (hasResult) writer_->end();
     require(result.outcome, statement.where);
     if (procedure.hasFailed()) throw Failure(statement.where, procedure.text());
-    report(result, statement.where, hasResult, rows);
+    warn(result.outcome, statement.where);
+    if (!settings_.quiet && !procedure.isCall()) count(result, hasResult, rows);
   }
 
  private:
-  void report(const orv::Result& result, const std::string& where, bool hasResult, int64_t rows) {
-    const orv::Outcome& outcome = result.outcome;
+  static void warn(const orv::Outcome& outcome, const std::string& where) {
     if (outcome.sqlcode > 0 && outcome.sqlcode != kNoRow) printMessage(where, outcome.message);
-    if (settings_.quiet) return;
+  }
+
+  static void count(const orv::Result& result, bool hasResult, int64_t rows) {
     if (hasResult) {
       printMessage("", countText(rows, "row"));
-    } else if (result.rowCount > 0 || outcome.sqlcode == kNoRow) {
+    } else if (result.rowCount > 0 || result.outcome.sqlcode == kNoRow) {
       printMessage("", countText(result.rowCount, "row"));
     }
   }
