@@ -27,6 +27,7 @@ class Database {
   Database(const std::filesystem::path& path, const std::string& tables);
 
   void run(const std::string& statement);
+  void commit() { session_->commit(); }
   void rollback() { session_->rollback(); }
 
  private:
