@@ -19,8 +19,25 @@
 
 namespace orvxml {
 
+// Attributes as they are written, without name spaces and types: what asks for those gets null, -1
+// or false.
+class PlainAttributes : public xercesc::Attributes {
+ public:
+  const XMLCh* getURI(XMLSize_t) const override { return nullptr; }
+  const XMLCh* getLocalName(XMLSize_t) const override { return nullptr; }
+  const XMLCh* getType(XMLSize_t) const override { return nullptr; }
+  bool getIndex(const XMLCh*, const XMLCh*, XMLSize_t&) const override { return false; }
+  int getIndex(const XMLCh*, const XMLCh*) const override { return -1; }
+  bool getIndex(const XMLCh*, XMLSize_t&) const override { return false; }
+  int getIndex(const XMLCh*) const override { return -1; }
+  const XMLCh* getType(const XMLCh*, const XMLCh*) const override { return nullptr; }
+  const XMLCh* getType(const XMLCh*) const override { return nullptr; }
+  const XMLCh* getValue(const XMLCh*, const XMLCh*) const override { return nullptr; }
+  using xercesc::Attributes::getValue;
+};
+
 // Copies of one element's attributes that outlive the parser's callback.
-class QrkAttrs : public xercesc::Attributes {
+class QrkAttrs : public PlainAttributes {
  public:
   explicit QrkAttrs(QrkStruct* ctx) : ctx_(ctx) {}
   // Replaces the copies held; their memory is used again.
@@ -33,17 +50,7 @@ class QrkAttrs : public xercesc::Attributes {
   const XMLCh* getValue(const XMLCh* qname) const override;  // null when there is none
   // The value of the first attribute called `qname`; null when there is none.
   const std::u16string* find(std::u16string_view qname) const;
-  // Not supported: null, -1 or false.
-  const XMLCh* getURI(XMLSize_t index) const override;
-  const XMLCh* getLocalName(XMLSize_t index) const override;
-  const XMLCh* getType(XMLSize_t index) const override;
-  bool getIndex(const XMLCh* uri, const XMLCh* local, XMLSize_t& index) const override;
-  int getIndex(const XMLCh* uri, const XMLCh* local) const override;
-  bool getIndex(const XMLCh* qname, XMLSize_t& index) const override;
-  int getIndex(const XMLCh* qname) const override;
-  const XMLCh* getType(const XMLCh* uri, const XMLCh* local) const override;
-  const XMLCh* getType(const XMLCh* qname) const override;
-  const XMLCh* getValue(const XMLCh* uri, const XMLCh* local) const override;
+  using PlainAttributes::getValue;
 
  private:
   void checkIndex(XMLSize_t index, int line) const;

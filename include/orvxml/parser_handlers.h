@@ -7,6 +7,7 @@
 // SAXParseException at the place that was reached, so callers report them as any parse error.
 #pragma once
 
+#include <array>
 #include <bitset>
 #include <memory>
 #include <optional>
@@ -113,7 +114,7 @@ class DocumentGuard : public xercesc::MemoryManager {
   void leaveElement() { --depth_; }
   // The version that the XML declaration names: one that is not known ends the parse. The parser
   // takes whatever begins like a known one.
-  void declareVersion(const XMLCh* version) const;
+  void declareVersion(const XMLCh* version);
   void addAttributes(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count);
   void addNodes(uint64_t count) {
     if ((nodes_ += static_cast<int64_t>(count)) > kMaxDocumentNodes) refuseNodes();
@@ -142,6 +143,9 @@ class DocumentGuard : public xercesc::MemoryManager {
   // the internal subset on is freed with the guard, if it is still there.
   void watchAllocations() { isWatching_ = true; }
   void stopWatching() { isWatching_ = false; }
+  // Whether the documents so far left nothing behind: of a DTD what is freed with the guard, and in
+  // the parser the rules of version 1.1, which it would read every later document by.
+  bool isClean() const { return !isWatching_ && watched_.empty() && !hasNewVersion_; }
 
   void* allocate(XMLSize_t size) override;
   void deallocate(void* memory) override;
@@ -151,6 +155,7 @@ class DocumentGuard : public xercesc::MemoryManager {
   static constexpr size_t kNameSlots = size_t{1} << 18;
 
   void addName(const XMLCh* name);
+  void forgetNames();
   void watch(void* memory);
   [[noreturn]] void refuse(const XMLCh* text) const;
   [[noreturn]] void refuseDepth() const;
@@ -170,9 +175,13 @@ class DocumentGuard : public xercesc::MemoryManager {
   int nestedParameterReferences_ = 0;
   std::bitset<kNameSlots> names_;  // hashes of the attribute names met
   int nameCount_ = 0;
+  // The first of them, for an end that does not cost as much as a small document.
+  static constexpr int kFewNames = 64;
+  std::array<uint32_t, kFewNames> firstNames_;
   XMLSize_t allocationLimit_ = ~XMLSize_t{0};
   bool isWatching_ = false;
   std::unordered_set<void*> watched_;
+  bool hasNewVersion_ = false;
 };
 
 // What a parser needs before its base class is built.
@@ -270,6 +279,8 @@ class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl>
   explicit qrkSAX2XMLReaderImpl(QrkStruct* context);
   // The size of the next document in bytes, which its limits grow with; 0 when unknown.
   void setDocumentSize(uint64_t bytes) { expectDocument(bytes); }
+  // After a parse that completed: whether the parser is as good as new for another document.
+  bool isReusable() const { return guard->isClean() && !metDoctype_; }
 
   void setContentHandler(xercesc::ContentHandler* handler) override;
   void setEntityResolver(xercesc::EntityResolver* resolver) override;
@@ -287,6 +298,7 @@ class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl>
   xercesc::DefaultHandler listener_;
   xercesc::ContentHandler* contentHandler_ = nullptr;
   xercesc::EntityResolver* resolver_ = nullptr;
+  bool metDoctype_ = false;
 };
 
 }  // namespace orvxml

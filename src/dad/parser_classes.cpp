@@ -260,6 +260,7 @@ void qrkSAX2XMLReaderImpl::setEntityResolver(xercesc::EntityResolver* resolver) 
 void qrkSAX2XMLReaderImpl::doctypeDecl(const xercesc::DTDElementDecl& root, const XMLCh* publicId,
                                        const XMLCh* systemId, bool hasIntSubset,
                                        bool hasExtSubset) {
+  metDoctype_ = true;
   // The base forgets the resolver when a resolver of its newer kind is installed.
   rememberDoctype(resolver_, systemId);
   GuardedCallbacks::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);

@@ -61,8 +61,7 @@ void DocumentGuard::start(uint64_t documentBytes, const xercesc::Locator* locato
   characterLimit_ = documentBytes + kMaxEntityCharacters;
   longestParameterEntity_ = 0;
   nestedParameterReferences_ = 0;
-  names_.reset();
-  nameCount_ = 0;
+  forgetNames();
   allocationLimit_ =
       documentBytes * kBytesPerDocumentByte + kMaxEntityCharacters * kBytesPerEntityCharacter;
 }
@@ -90,7 +89,18 @@ void DocumentGuard::addName(const XMLCh* name) {
   hash = (hash ^ (hash >> 32)) % kNameSlots;
   if (names_[hash]) return;
   names_[hash] = true;
+  if (nameCount_ < kFewNames)
+    firstNames_[static_cast<size_t>(nameCount_)] = static_cast<uint32_t>(hash);
   if (++nameCount_ > kMaxNames) refuseNames();
+}
+
+void DocumentGuard::forgetNames() {
+  if (nameCount_ > kFewNames) {
+    names_.reset();
+  } else {
+    for (int i = 0; i < nameCount_; ++i) names_[firstNames_[static_cast<size_t>(i)]] = false;
+  }
+  nameCount_ = 0;
 }
 
 void DocumentGuard::enterEntity(uint64_t length) {
@@ -139,9 +149,11 @@ void DocumentGuard::refuse(const XMLCh* text) const {
   throw xercesc::SAXParseException(text, *locator_);
 }
 
-void DocumentGuard::declareVersion(const XMLCh* version) const {
+void DocumentGuard::declareVersion(const XMLCh* version) {
   const std::u16string_view name(version ? version : u"");
-  if (!name.empty() && name != u"1.0" && name != u"1.1") refuse(u"The XML version is unknown.");
+  if (name.empty() || name == u"1.0") return;
+  if (name != u"1.1") refuse(u"The XML version is unknown.");
+  hasNewVersion_ = true;
 }
 
 void DocumentGuard::refuseDepth() const {

@@ -66,35 +66,4 @@ const XMLCh* QrkAttrs::getValue(const XMLCh* qname) const {
   return value ? value->c_str() : nullptr;
 }
 
-const XMLCh* QrkAttrs::getURI(XMLSize_t) const {
-  return nullptr;
-}
-const XMLCh* QrkAttrs::getLocalName(XMLSize_t) const {
-  return nullptr;
-}
-const XMLCh* QrkAttrs::getType(XMLSize_t) const {
-  return nullptr;
-}
-bool QrkAttrs::getIndex(const XMLCh*, const XMLCh*, XMLSize_t&) const {
-  return false;
-}
-int QrkAttrs::getIndex(const XMLCh*, const XMLCh*) const {
-  return -1;
-}
-bool QrkAttrs::getIndex(const XMLCh*, XMLSize_t&) const {
-  return false;
-}
-int QrkAttrs::getIndex(const XMLCh*) const {
-  return -1;
-}
-const XMLCh* QrkAttrs::getType(const XMLCh*, const XMLCh*) const {
-  return nullptr;
-}
-const XMLCh* QrkAttrs::getType(const XMLCh*) const {
-  return nullptr;
-}
-const XMLCh* QrkAttrs::getValue(const XMLCh*, const XMLCh*) const {
-  return nullptr;
-}
-
 }  // namespace orvxml

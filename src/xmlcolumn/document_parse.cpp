@@ -10,6 +10,23 @@ namespace {
 
 using xercesc::XMLUni;
 
+// A parser grows with the documents that it reads.
+constexpr uint64_t kMaxDocumentBytes = 1024 * 1024;
+
+// Making a parser costs as much as reading a small document, so that each thread keeps one that has
+// nothing left of the document that it read.
+thread_local std::unique_ptr<qrkSAX2XMLReaderImpl> idle;
+
+std::unique_ptr<qrkSAX2XMLReaderImpl> idleParser(QrkStruct* ctx) {
+  if (idle) return std::move(idle);
+  auto parser = std::make_unique<qrkSAX2XMLReaderImpl>(ctx);
+  parser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
+  parser->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
+  parser->setFeature(XMLUni::fgSAX2CoreValidation, false);
+  parser->setFeature(XMLUni::fgXercesSchema, false);
+  return parser;
+}
+
 bool outOfMemory(const Report& report) {
   fail(report, Msg::QRKG002E);
   return false;
@@ -38,21 +55,20 @@ bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
 
 bool readDocument(const Report& report, DocumentSource& source, bool inDbEncoding,
                   xercesc::DefaultHandler& handler, xercesc::XMLDocumentHandler* declarations) {
+  std::unique_ptr<qrkSAX2XMLReaderImpl> parser = idleParser(report.ctx);
   qrkNonValidateHandler outside(report.ctx);
-  qrkSAX2XMLReaderImpl parser(report.ctx);
-  parser.setContentHandler(&handler);
-  parser.setErrorHandler(&handler);
-  parser.setEntityResolver(&outside);
-  parser.setDTDHandler(&handler);
-  parser.setLexicalHandler(&handler);
-  if (declarations) parser.installAdvDocHandler(declarations);
-  parser.setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
-  parser.setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
-  parser.setFeature(XMLUni::fgSAX2CoreValidation, false);
-  parser.setFeature(XMLUni::fgXercesSchema, false);
+  parser->setContentHandler(&handler);
+  parser->setErrorHandler(&handler);
+  parser->setEntityResolver(&outside);
+  parser->setDTDHandler(&handler);
+  parser->setLexicalHandler(&handler);
+  if (declarations) parser->installAdvDocHandler(declarations);
   if (chooseEncoding(report, inDbEncoding, source) != 0) return false;
-  parser.setDocumentSize(source.bytes);
-  return parseDocument(report, parser, *source.input);
+  parser->setDocumentSize(source.bytes);
+  if (!parseDocument(report, *parser, *source.input)) return false;
+  if (declarations) parser->removeAdvDocHandler(declarations);
+  if (source.bytes <= kMaxDocumentBytes && parser->isReusable()) idle = std::move(parser);
+  return true;
 }
 
 }  // namespace orvxml

@@ -7,6 +7,7 @@
 #include "orvxml/trace.h"
 #include "src/xmlcolumn/document_handler.h"
 #include "src/xmlcolumn/document_parse.h"
+#include "src/xmlcolumn/recent_document.h"
 
 namespace orvxml {
 namespace {
@@ -79,14 +80,17 @@ bool extract(const Report& report, const Extraction& wanted, QrkExtractResult& v
     fail(report, Msg::QRKG004E);
     return false;
   }
-  DocumentSource source;
-  if (!openDocument(report, wanted.document, wanted.isText, source)) return false;
+  const bool isText = wanted.isText && wanted.document;
+  DocumentSource file;
+  if (!isText && !openDocument(report, wanted.document, false, file)) return false;
   std::u16string path;
   if (!convertText(report, wanted.path, path)) return false;
   qrkExtractHandler handler(report.ctx, wanted.format, path.data());
-  return acceptPath(report, handler) &&
-         readDocument(report, source, wanted.inDbEncoding, handler, nullptr) &&
-         handler.retrieve(report, wanted.maxBytes, values);
+  if (!acceptPath(report, handler)) return false;
+  const bool isRead = isText
+                          ? readDocumentOnce(report, wanted.document, wanted.inDbEncoding, handler)
+                          : readDocument(report, file, wanted.inDbEncoding, handler, nullptr);
+  return isRead && handler.retrieve(report, wanted.maxBytes, values);
 }
 
 int extractOnly(const Report& report, const Extraction& wanted, char** value) {
