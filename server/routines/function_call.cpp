@@ -60,6 +60,7 @@ uint16_t putName(char (&field)[kSize], const std::string& name, const CodePage& 
 
 FunctionCall::FunctionCall(SessionState& session, const Function& function)
     : session_(session),
+      function_(function),
       isTable_(function.kind == FunctionKind::Table),
       name_(function.schema + "." + function.name),
       specific_(function.specific),
@@ -152,6 +153,12 @@ void FunctionCall::fillDatabase() {
   database_->dbnamelen = putName(database_->dbname, session_.databaseName(), codePage);
   database_->authidlen = putName(database_->authid, session_.authorizationId(), codePage);
   database_->codepage = codePage.number();
+}
+
+bool FunctionCall::isSmall() const {
+  const auto hasField = [](const auto& field) { return field.size() > 0; };
+  return std::all_of(arguments_.begin(), arguments_.end(), hasField) &&
+         std::all_of(results_.begin(), results_.end(), hasField);
 }
 
 void FunctionCall::clearScratchpad() {

@@ -42,6 +42,10 @@ class FunctionCall {
 
   void clearScratchpad();
 
+  const Function& function() const { return function_; }
+  // Whether it is worth keeping: large objects have memory of their own.
+  bool isSmall() const;
+
  private:
   void makeFields(const Function& function);
   void layOut();
@@ -55,6 +59,7 @@ class FunctionCall {
   [[noreturn]] void refuse(std::string_view parameter) const;
 
   SessionState& session_;
+  const Function function_;
   const bool isTable_;
   const std::string name_;  // SCHEMA.NAME
   const std::string specific_;

@@ -4,24 +4,44 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "server/engine/engine.h"
 
 namespace orv {
 
+class FunctionCall;
 class SessionState;
+
+// Calls laid out for a function that no use holds. A use in a trigger ends with the row, and the
+// next row's use finds the memory of the last one ready.
+class IdleCalls {
+ public:
+  explicit IdleCalls(SessionState& session);
+  ~IdleCalls();
+  IdleCalls(const IdleCalls&) = delete;
+  IdleCalls& operator=(const IdleCalls&) = delete;
+
+  // A call with a blank scratchpad. -444 when the code is not found.
+  std::unique_ptr<FunctionCall> take(const Function& function);
+  void keep(std::unique_ptr<FunctionCall> call) noexcept;
+
+ private:
+  SessionState& session_;
+  std::vector<std::unique_ptr<FunctionCall>> calls_;
+};
 
 class RoutineHost final : public FunctionHost {
  public:
   // The session outlives the host and every use.
-  explicit RoutineHost(SessionState& session) : session_(session) {}
+  explicit RoutineHost(SessionState& session) : idleCalls_(session) {}
 
   // -444 when the code is not found.
   std::unique_ptr<ScalarFunctionUse> useScalar(const Function& function) override;
   std::unique_ptr<TableFunctionUse> useTable(const Function& function) override;
 
  private:
-  SessionState& session_;
+  IdleCalls idleCalls_;
 };
 
 }  // namespace orv
