@@ -54,6 +54,7 @@ constexpr std::array kMessages{
     MessageText{-134, "42907",
                 "The type of \"%1\" is a large object and cannot be sorted, grouped or compared."},
     MessageText{-138, "22011", "A piece of the value is asked for that lies outside it."},
+    MessageText{-142, "42612", "The statement \"%1\" is not supported."},
     MessageText{-150, "42807", "The view \"%1\" does not take this change."},
     MessageText{
         -153, "42908",

@@ -51,6 +51,10 @@ void Parser::parseStatementBody() {
   for (const Entry& entry : kStatements) {
     if (acceptWord(entry.word)) return entry.parse(*this);
   }
+  for (const std::string_view word : {"ALLOCATE", "COMMENT", "CONNECT", "EXPLAIN", "LOCK", "MERGE",
+                                      "REFRESH", "RENAME", "TRUNCATE", "WITH"}) {
+    if (isWord(word)) throw SqlError(-142, {std::string(word)});
+  }
   unexpected("<statement>");
 }
 

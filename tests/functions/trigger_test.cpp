@@ -71,6 +71,76 @@ TEST_F(FunctionTriggerTest, FollowEveryChange) {
   EXPECT_EQ(joined(), (Rows{{"11", "A", "2.50", "1", "x"}, {"11", "A", "2.50", "2", "y"}}));
 }
 
+TEST_F(FunctionTriggerTest, StayInStepWhateverStatementChangesTheirTable) {
+  // The number of documents, of values that stand once, and of those that stand more than once.
+  const auto counts = [&](const char* documents, const char* once, const char* often) {
+    EXPECT_EQ(db_.rows("values ((select count(*) from docs where doc is not null), "
+                       "(select count(*) from one), (select count(*) from many))"),
+              (Rows{{documents, once, often}}));
+    EXPECT_EQ(db_.rows("select count(*) from one where root not in (select root from docs)"),
+              (Rows{{"0"}}));
+  };
+  db_.run("create table inbox (doc orvxml.XMLCLOB, n integer)");
+  db_.run(
+      "create trigger post after insert on inbox referencing new as newrow for each row mode "
+      "orvsql "
+      "when (not exists (select 1 from docs where docs.id = newrow.n)) begin atomic insert into "
+      "docs(id, doc) values (newrow.n, newrow.doc); update docs set doc = newrow.doc where docs.id "
+      "= newrow.n - 1; end");
+  db_.run("insert into inbox values (" + document("1", "A", "x") + ", 1), (" +
+          document("2", "B", "yz") + ", 2), (" + document("3", "C", "") + ", 2)");
+  counts("2", "2", "4");
+  db_.run("savepoint s on rollback retain cursors");
+  db_.run("insert into docs(id, doc) select id + 10, doc from docs");
+  db_.run("delete from docs where id = 1");
+  counts("3", "3", "6");
+  db_.run("rollback to savepoint s");
+  counts("2", "2", "4");
+  db_.run("update docs set id = id + 100");
+  db_.run("update docs set doc = " + document("1", "N", "") + " where id = 0", 100);
+  EXPECT_EQ(joined().front(), (Row{"101", "B", "1.00", "1", "y"}));
+  counts("2", "2", "4");
+  db_.run(
+      "delete from docs where root in (select root from many where part = 'z' and seqno = 2) "
+      "and id > (select min(id) from docs)");
+  counts("1", "1", "2");
+  db_.run("insert into joined(id) values (1)", -150);
+  db_.run("update joined set title = 'x'", -150);
+  db_.run("delete from joined", -150);
+  db_.run("merge into docs using inbox on inbox.n = docs.id when matched then delete", -142);
+  counts("1", "1", "2");
+  // Its triggers go with the table; side tables stay, and what reads it is in the way.
+  db_.run("drop table docs", -478);
+  db_.run("drop view joined");
+  db_.run("drop table one", -478);
+  db_.run("drop table docs", -478);
+  db_.run("drop trigger post");
+  db_.run("drop table docs");
+  EXPECT_EQ(db_.rows("select count(*) from syscat.triggers where tabname = 'DOCS'"), (Rows{{"0"}}));
+  db_.run("drop table one");
+  EXPECT_EQ(db_.rows("select part from many order by part"), (Rows{{"y"}, {"z"}}));
+}
+
+TEST_F(FunctionTriggerTest, SignalledTextsArriveWhole) {
+  const auto signalling = [](const std::string& text) {
+    return "create trigger refuse no cascade before insert on docs for each row mode orvsql signal "
+           "sqlstate '75000' (" +
+           FunctionDatabase::quoted(text) + ")";
+  };
+  std::string euros;
+  for (size_t i = 0; i < 24; ++i) euros += "\u20ac";
+  const std::string kTexts[] = {"",    "it's",      std::string(70, 'x'),  std::string(71, 'y'),
+                                euros, "x" + euros, std::string(4000, 'z')};
+  for (const std::string& text : kTexts) {
+    SCOPED_TRACE(text);
+    db_.run(signalling(text));
+    const orv::Result refused = db_.run("insert into docs(id) values (1)", -438);
+    EXPECT_EQ(refused.outcome.sqlstate, "75000");
+    EXPECT_EQ(refused.outcome.tokens, std::vector<std::string>{text});
+    db_.run("drop trigger refuse");
+  }
+}
+
 TEST_F(FunctionTriggerTest, AFailingFunctionLeavesAllTablesInStep) {
   db_.run("insert into docs(id, doc) values (1, " + document("1", "A", "xy") + ")");
   const Rows before = joined();

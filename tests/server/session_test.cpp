@@ -119,11 +119,18 @@ TEST(SessionTest, ChangesDoNotDisturbAResultThatIsBeingRead) {
   struct Case {
     const char* label;
     const char* change;
+    const char* before = "SET SCHEMA APP";
   };
+  constexpr const char* kTrigger =
+      "CREATE TRIGGER D AFTER DELETE ON R FOR EACH ROW MODE ORVSQL DELETE FROM T";
   const Case cases[] = {
       {"inserts into the table that is read", "INSERT INTO T SELECT A + 10 FROM T"},
       {"deletes from it", "DELETE FROM T"},
       {"deletes from a parent whose deletion reaches it", "DELETE FROM P"},
+      {"deletes from a parent whose deletion fires a trigger", "DELETE FROM Q", kTrigger},
+      {"makes a trigger",
+       "CREATE TRIGGER N AFTER UPDATE ON T FOR EACH ROW MODE ORVSQL DELETE FROM P"},
+      {"drops a trigger", "DROP TRIGGER D", kTrigger},
       {"drops the table", "DROP TABLE T"},
       {"rolls back", "ROLLBACK"},
       {"commits", "COMMIT"},
@@ -135,14 +142,20 @@ TEST(SessionTest, ChangesDoNotDisturbAResultThatIsBeingRead) {
     session.run("CREATE TABLE P (A INTEGER NOT NULL PRIMARY KEY)");
     session.run(
         "CREATE TABLE T (A INTEGER NOT NULL, FOREIGN KEY (A) REFERENCES P ON DELETE CASCADE)");
+    session.run("CREATE TABLE Q (A INTEGER NOT NULL PRIMARY KEY)");
+    session.run("CREATE TABLE R (A INTEGER, FOREIGN KEY (A) REFERENCES Q ON DELETE CASCADE)");
+    session.run(c.before);
+    session.run("INSERT INTO Q VALUES (1)");
+    session.run("INSERT INTO R VALUES (1)");
     session.run("INSERT INTO P VALUES (1), (2), (3), (11), (12), (13)");
     session->commit();
     session.run("INSERT INTO T VALUES (1)");
     session.run("SAVEPOINT S ON ROLLBACK RETAIN CURSORS");
     session.run("INSERT INTO T VALUES (2), (3)");
     std::vector<std::string> seen;
+    // Nothing is sorted: each row is read when it is asked for.
     const Result result =
-        session->run("SELECT A FROM T ORDER BY A", nullptr, [&](std::vector<ResultValue>& row) {
+        session->run("SELECT A FROM T", nullptr, [&](std::vector<ResultValue>& row) {
           if (seen.empty()) session.run(c.change);
           seen.push_back(row[0].value_or("NULL"));
           return seen.size() < 10;

@@ -2,6 +2,13 @@
 // in which order, and what is left when one of them fails.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <set>
+#include <sstream>
+#include <thread>
 
 #include "tests/server/engine_database.h"
 #include "tests/support/temporary_folder.h"
@@ -293,6 +300,81 @@ TEST_F(TriggerTest, ViewsShowTheirQueryWithItsTypes) {
   });
 }
 
+TEST_F(TriggerTest, ForeignKeysBringTriggersOfTheirRowsAlong) {
+  run({
+      {"CREATE TABLE TOP(ID INTEGER NOT NULL PRIMARY KEY)", "ok"},
+      {"CREATE TABLE MIDDLE(ID INTEGER NOT NULL PRIMARY KEY, UP INTEGER, "
+       "FOREIGN KEY(UP) REFERENCES TOP ON DELETE CASCADE)",
+       "ok"},
+      {"CREATE TABLE BOTTOM(UP INTEGER, NAME VARCHAR(9), "
+       "FOREIGN KEY(UP) REFERENCES MIDDLE ON DELETE SET NULL)",
+       "ok"},
+      {"CREATE TABLE LOG(NAME VARCHAR(20))", "ok"},
+      {"CREATE TRIGGER M AFTER DELETE ON MIDDLE REFERENCING OLD AS O FOR EACH ROW MODE ORVSQL "
+       "INSERT INTO LOG VALUES('middle ' || RTRIM(CHAR(O.ID)))",
+       "ok"},
+      {"CREATE TRIGGER B AFTER UPDATE OF UP ON BOTTOM REFERENCING NEW AS N OLD AS O FOR EACH ROW "
+       "MODE ORVSQL WHEN (N.UP IS NULL) INSERT INTO LOG VALUES(O.NAME || RTRIM(CHAR(O.UP)))",
+       "ok"},
+      {"INSERT INTO TOP VALUES(1), (2)", "2 rows"},
+      {"INSERT INTO MIDDLE VALUES(1, 1), (2, 1), (3, 2)", "3 rows"},
+      {"INSERT INTO BOTTOM VALUES(1, 'a'), (3, 'b'), (1, 'c')", "3 rows"},
+      {"DELETE FROM TOP WHERE ID = 1", "1 rows"},
+      {"SELECT NAME FROM LOG ORDER BY NAME", "a1\nc1\nmiddle 1\nmiddle 2"},
+      {"SELECT COUNT(*) FROM BOTTOM WHERE UP IS NULL", "2"},
+      {"CREATE TRIGGER K NO CASCADE BEFORE DELETE ON MIDDLE FOR EACH ROW MODE ORVSQL "
+       "SIGNAL SQLSTATE '70001' ('kept')",
+       "ok"},
+      {"DELETE FROM TOP", "-438 70001 kept"},
+      {"SELECT ID FROM TOP", "2"},
+  });
+}
+
+TEST_F(TriggerTest, UniqueValuesRiseAndRepeatInNoThreadOrProcess) {
+  constexpr const char* kTenThousand =
+      "SELECT HEX(generate_unique()) FROM TABLE(VALUES 0,1,2,3,4,5,6,7,8,9) AS A, TABLE(VALUES "
+      "0,1,2,3,4,5,6,7,8,9) AS B, TABLE(VALUES 0,1,2,3,4,5,6,7,8,9) AS C, TABLE(VALUES "
+      "0,1,2,3,4,5,6,7,8,9) AS D";
+  const auto make = [&](std::string& lines) {
+    lines = EngineDatabase(":memory:").run(kTenThousand);
+  };
+  // A child of this process has what this one remembers, and its clock.
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const pid_t child = fork();
+  std::vector<std::string> lines(4);
+  if (child == 0) {
+    make(lines[0]);
+    for (size_t sent = 0; sent < lines[0].size();) {
+      const ssize_t count = write(ends[1], lines[0].data() + sent, lines[0].size() - sent);
+      if (count <= 0) break;
+      sent += static_cast<size_t>(count);
+    }
+    _exit(0);
+  }
+  close(ends[1]);
+  std::vector<std::thread> threads;
+  for (size_t i = 0; i < 3; ++i) threads.emplace_back([&, i] { make(lines[i]); });
+  std::array<char, 65536> buffer;
+  for (ssize_t count; (count = read(ends[0], buffer.data(), buffer.size())) > 0;) {
+    lines[3].append(buffer.data(), static_cast<size_t>(count));
+  }
+  for (std::thread& thread : threads) thread.join();
+  waitpid(child, nullptr, 0);
+  close(ends[0]);
+  std::set<std::string> all;
+  for (const std::string& made : lines) {
+    std::istringstream values(made);
+    std::string before;
+    for (std::string value; std::getline(values, value); before = value) {
+      EXPECT_EQ(value.size(), 26U);
+      EXPECT_LT(before, value);
+      all.insert(value);
+    }
+  }
+  EXPECT_EQ(all.size(), 40000U);
+}
+
 TEST_F(TriggerTest, RollbackTakesTriggersAndViewsBack) {
   run({
       {"CREATE TABLE T(A INTEGER)", "ok"},
@@ -312,6 +394,21 @@ TEST_F(TriggerTest, RollbackTakesTriggersAndViewsBack) {
   run({
       {"SELECT TRIGNAME FROM SYSCAT.TRIGGERS", "I"},
       {"SELECT A FROM V", "-204 42704 APP.V"},
+      {"INSERT INTO T VALUES(1)", "1 rows"},
+      {"SELECT COUNT(*) FROM T", "0"},
+  });
+  database_->engine().savepoint("P");
+  run({
+      {"DROP TRIGGER I", "ok"},
+      {"CREATE TRIGGER S NO CASCADE BEFORE INSERT ON T REFERENCING NEW AS N FOR EACH ROW "
+       "MODE ORVSQL SET N.A = 5",
+       "ok"},
+      {"INSERT INTO T VALUES(1)", "1 rows"},
+      {"SELECT A FROM T", "5"},
+  });
+  database_->engine().rollbackToSavepoint("P");
+  run({
+      {"SELECT TRIGNAME FROM SYSCAT.TRIGGERS", "I"},
       {"INSERT INTO T VALUES(1)", "1 rows"},
       {"SELECT COUNT(*) FROM T", "0"},
   });
