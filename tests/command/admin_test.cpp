@@ -179,6 +179,15 @@ TEST_F(CommandAdmin, WarningsAndWhatGoesWithTheDatabase) {
   EXPECT_EQ(run({"sql", "--csv", "select count(*) as n from language"}), "N\r\n0\r\n");
 }
 
+TEST_F(CommandAdmin, ADatabaseThatIsNotEnabledIsToldOf) {
+  run({"create"});
+  const std::string text = "the database is not enabled: run orvxml enable-db";
+  refuse({"enable-collection", "c", "--dad", kLanguages}, text);
+  refuse({"disable-collection", "c"}, text);
+  refuse({"enable-column", "t", "c", "--dad", kMail + "mail.dad"}, text);
+  refuse({"disable-column", "t", "c"}, text);
+}
+
 TEST_F(CommandAdmin, TableSpacesOfTheAdministrativeTables) {
   run({"create"});
   refuse({"enable-db", "--table-space", "NOWHERE"}, "QRKA004E");

@@ -28,6 +28,7 @@ constexpr char kPackageNotFoundText[] = "ORV0805E";
 // warning has left them unfinished, and counts as a failure.
 constexpr int kAlreadyEnabled = 5;
 constexpr int kNotEnabled = 6;
+constexpr int kNoUsageTable = -132;  // of a column or a collection in such a database
 
 // What a call gives back.
 struct Answer {
@@ -120,7 +121,7 @@ class Administration {
       procedure(answer);
     }
     const std::string message = fromCodePage(answer.message, session_->codePage());
-    if (answer.failed()) refuse(answer.code, message, help);
+    if (answer.failed()) refuse(answer.code, message, helpFor(answer.code, help));
     const orv::Outcome outcome = session_->commit();
     if (outcome.failed()) refuse(outcome.sqlcode, outcome.message, "");
     if (settings_.json) {
@@ -131,6 +132,10 @@ class Administration {
   }
 
  private:
+  static std::string helpFor(int code, const std::string& help) {
+    return code == kNoUsageTable ? "\nthe database is not enabled: run orvxml enable-db" : help;
+  }
+
   [[noreturn]] void refuse(int code, std::string message, const std::string& help) {
     session_->rollback();
     message.erase(message.find_last_not_of('\n') + 1);
