@@ -195,7 +195,7 @@ constexpr std::array kMessages{
     MessageText{-952, "57014", "The statement was interrupted."},
     MessageText{-954, "57011", "There is not enough memory for the statement."},
     MessageText{-968, "57011", "The file system is full."},
-    MessageText{-970, "57011", "The database \"%1\" cannot be written."},
+    MessageText{-970, "57011", "The database cannot be written.  Reason: \"%1\"."},
     MessageText{-1001, "2E000", "\"%1\" is not a valid database name."},
     MessageText{-1005, "42710", "The database \"%1\" exists already."},
     MessageText{-1013, "42705", "The database \"%1\" was not found."},
