@@ -86,15 +86,23 @@ class EngineStatement {
   virtual int64_t changes() const = 0;  // rows changed by the last run
 };
 
+// What a statement does to the stored tables. Declared temporary tables are not among them.
+enum class Access : uint8_t { None, Reads, Changes };
+
 class Engine {
  public:
   virtual ~Engine() = default;
 
   virtual Catalog& catalog() = 0;
+  // Lets the catalog follow what other connections have committed, unless the unit of work sees one
+  // state of the database already.
+  virtual void lookForChanges() = 0;
 
-  // The unit of work. begin() is called before the first statement of one; commit and rollback end
-  // it. Open EngineStatements survive a commit only after reset().
-  virtual void begin() = 0;
+  // The unit of work. begin() is called before each statement of one, with what that is about to
+  // do; commit and rollback end it. From the first statement on that reads or changes, the unit of
+  // work and the catalog see one state of the database. A unit of work that begins with a change
+  // waits for its turn to change. Open EngineStatements survive a commit only after reset().
+  virtual void begin(Access access) = 0;
   virtual void commit() = 0;
   virtual void rollback() = 0;
   virtual bool inUnitOfWork() const = 0;

@@ -6,8 +6,17 @@
 
 namespace orv {
 
+namespace {
+
+CompilationPtr compiled(SessionState& session, std::string_view text) {
+  session.lookForChanges();
+  return session.statements().get(text, session.catalog());
+}
+
+}  // namespace
+
 PreparedStatement::PreparedStatement(SessionState& session, std::string_view text)
-    : session_(&session), compilation_(session.statements().get(text, session.catalog())) {
+    : session_(&session), compilation_(compiled(session, text)) {
   session.enroll(*this);
 }
 
@@ -29,6 +38,9 @@ const std::vector<OutputColumn>& PreparedStatement::columns() const {
 void PreparedStatement::start() {
   SessionState& here = session();
   close();
+  // From here on others' changes wait, and what they did before is known.
+  const Access access = compilation_->usage.access;
+  if (access != Access::None) here.begin(access);
   if (compilation_->catalogVersion != here.catalog().version()) {
     engineStatement_.reset();
     compilation_ = here.statements().get(compilation_->text, here.catalog());

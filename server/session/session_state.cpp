@@ -37,10 +37,11 @@ void SessionState::withdraw(PreparedStatement& statement) {
   live_.pop_back();
 }
 
-void SessionState::begin() {
-  if (engine_->inUnitOfWork()) return;
-  requireUnitOfWork();
-  engine_->begin();
+void SessionState::begin(Access access) {
+  const bool begins = !engine_->inUnitOfWork();
+  if (begins) requireUnitOfWork();
+  rollingBackAtLocks([&] { engine_->begin(access); });
+  if (!begins) return;
   isWorking_ = true;
   countsAtBegin_ = insertCounts_.mark();
 }
@@ -174,7 +175,7 @@ void SessionState::requirePackage(std::string_view qualifier, std::string_view n
 void SessionState::bindPackage(const Package& package,
                                const std::vector<PackageSection>& sections) {
   readAheadAll();
-  begin();
+  begin(Access::Changes);
   rollingBackAtLocks([&] { engine_->bindPackage(package, sections); });
   knownPackages_.clear();
 }

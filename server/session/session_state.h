@@ -45,10 +45,12 @@ class SessionState {
   InsertCounts& insertCounts() { return insertCounts_; }
   const SessionSlotPtr& slot() const { return slot_; }
 
-  // Begins a unit of work unless one is under way. When the engine has lost the one that was, by a
-  // failure that it could only end so, the next statement or COMMIT gives -1476: what comes then is
-  // not taken for its second half.
-  void begin();
+  // Lets the catalog follow what other sessions have committed, as far as it may.
+  void lookForChanges() { engine_->lookForChanges(); }
+  // Begins a unit of work unless one is under way, for a statement that is about to do this. When
+  // the engine has lost the one that was, by a failure that it could only end so, the next
+  // statement or COMMIT gives -1476: what comes then is not taken for its second half.
+  void begin(Access access = Access::None);
   // Runs what may meet a lock. When it fails by one, the SQLCODE -911 says that the unit of work is
   // rolled back, and so it is.
   template <class Action>

@@ -102,6 +102,25 @@ bool firesAfterTriggers(const Statement& statement, const Catalog& catalog) {
   return FiredTriggers(catalog).any(*statement.table, event);
 }
 
+// Of all statements but queries.
+Access accessOf(const Statement& statement) {
+  switch (statement.kind) {
+    case StatementKind::Select:
+    case StatementKind::Call:
+    case StatementKind::SetVariable:
+    case StatementKind::Commit:
+    case StatementKind::Rollback:
+    case StatementKind::Savepoint:
+    case StatementKind::ReleaseSavepoint:
+    case StatementKind::SetFunctionPath:
+    case StatementKind::SetSchema:
+    case StatementKind::DeclareTable:
+      return Access::None;
+    default:
+      return statement.table && statement.table->declared ? Access::Reads : Access::Changes;
+  }
+}
+
 }  // namespace
 
 bool TableUsage::conflictsWith(const TableUsage& change) const {
@@ -111,9 +130,11 @@ bool TableUsage::conflictsWith(const TableUsage& change) const {
 
 TableUsage tableUsage(const Statement& statement, const Catalog& catalog) {
   TableUsage usage;
+  usage.access = accessOf(statement);
   if (statement.kind == StatementKind::Select) {
     UsageCollector(usage, catalog).collect(statement.query.get());
     std::sort(usage.disturbedBy.begin(), usage.disturbedBy.end());
+    if (usage.readsView || !usage.disturbedBy.empty()) usage.access = Access::Reads;
   } else if (statement.table) {
     usage.writes = statement.table->storedName;
     usage.writesMore = statement.table->type == 'V' || firesAfterTriggers(statement, catalog);

@@ -1,11 +1,13 @@
 // Which tables a resolved statement reads and writes: what decides whether an open cursor must be
-// read ahead before a change. Names are the engine's stored names.
+// read ahead before a change, and what the unit of work has to take hold of before the statement
+// runs. Names are the engine's stored names.
 #pragma once
 
 #include <string>
 #include <vector>
 
 #include "server/catalog/catalog.h"
+#include "server/engine/engine.h"
 #include "server/sql/ast.h"
 
 namespace orv {
@@ -17,6 +19,7 @@ struct TableUsage {
   bool readsView = false;   // then any change may disturb it
   std::string writes;       // empty for queries
   bool writesMore = false;  // through a view or AFTER triggers: it may disturb every result
+  Access access = Access::None;
 
   bool conflictsWith(const TableUsage& change) const;
 };

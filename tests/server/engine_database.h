@@ -25,7 +25,7 @@ class EngineDatabase {
   // as "-803 23505 token,token".
   std::string run(std::string_view text, const std::vector<MarkerValue>& values = {}) {
     try {
-      engine_->begin();
+      engine_->begin(Access::None);
       std::unique_ptr<Statement> statement = parseStatement(text);
       resolve(*statement, engine_->catalog());
       switch (statement->kind) {

@@ -75,7 +75,7 @@ TEST(EngineStatementTest, OpenStatementsMeetTheEndOfTheirUnitOfWork) {
   runSteps(database,
            {{"CREATE TABLE T(ID INTEGER)", "ok"}, {"INSERT INTO T VALUES(1), (2), (3)", "3 rows"}});
   engine.commit();
-  engine.begin();
+  engine.begin(Access::None);
   auto select = resolved(database, "SELECT ID FROM T");
   std::unique_ptr<EngineStatement> open = engine.prepare(*select);
   ASSERT_TRUE(open->step());

@@ -24,11 +24,19 @@ int64_t SqliteCatalog::readNumber(Command& command) const {
 }
 
 std::shared_ptr<const CatalogData> SqliteCatalog::data() const {
-  if (!data_) {
-    data_ = loadCatalog(database_, temporary_);
+  if (data_) return data_;
+  // All of it of one state of the file.
+  const bool own = sqlite3_get_autocommit(database_) != 0;
+  if (own) execute(database_, "BEGIN");
+  try {
     schemaVersion_ = readNumber(readSchemaVersion_);
     generation_ = catalogGeneration(database_);
+    data_ = loadCatalog(database_, temporary_);
+  } catch (...) {
+    if (own) execute(database_, "ROLLBACK");
+    throw;
   }
+  if (own) execute(database_, "COMMIT");
   return data_;
 }
 

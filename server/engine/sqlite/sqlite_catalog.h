@@ -20,8 +20,8 @@ class SqliteCatalog : public Catalog {
   std::shared_ptr<const CatalogData> data() const;
   // Forgets the content after a change or the rollback of one.
   void invalidate();
-  // Forgets it when another connection has changed the catalog since the last look. Called outside
-  // of a transaction, it leaves no lock.
+  // Forgets it when another connection has changed the catalog since the last look. Within a
+  // transaction this takes hold of the state that it sees, outside it leaves no lock.
   void lookForChanges();
 
   void setFunctionPath(std::vector<std::string> path);

@@ -67,11 +67,30 @@ bool SqliteEngine::inUnitOfWork() const {
   return sqlite3_get_autocommit(database_.get()) == 0;
 }
 
-void SqliteEngine::begin() {
-  if (inUnitOfWork()) return;
-  catalog_->lookForChanges();
-  catalogChanged_ = false;
-  execute(database_.get(), "BEGIN");
+bool SqliteEngine::seesOneState() const {
+  return sqlite3_txn_state(database_.get(), "main") != SQLITE_TXN_NONE;
+}
+
+void SqliteEngine::lookForChanges() {
+  if (!seesOneState()) catalog_->lookForChanges();
+}
+
+// To look for changes is to read, which takes hold of a state.
+void SqliteEngine::begin(Access access) {
+  const bool begins = !inUnitOfWork();
+  if (!begins && (access == Access::None || seesOneState())) return;
+  if (begins) {
+    catalogChanged_ = false;
+    if (access == Access::None) catalog_->lookForChanges();
+    execute(database_.get(), access == Access::Changes ? "BEGIN IMMEDIATE" : "BEGIN");
+  }
+  if (access == Access::None) return;
+  try {
+    catalog_->lookForChanges();
+  } catch (...) {
+    if (begins) execute(database_.get(), "ROLLBACK");
+    throw;
+  }
 }
 
 void SqliteEngine::commit() {
@@ -144,8 +163,7 @@ std::unique_ptr<EngineStatement> SqliteEngine::prepare(const Statement& resolved
 
 template <typename Change>
 void SqliteEngine::changeCatalog(Change change) {
-  bool own = !inUnitOfWork();
-  if (own) begin();
+  begin(Access::None);
   savepointCommand("SAVEPOINT", kChangeSavepoint);
   try {
     change();

@@ -20,7 +20,9 @@ class SqliteEngine : public Engine {
 
   Catalog& catalog() override { return *catalog_; }
 
-  void begin() override;
+  void lookForChanges() override;
+
+  void begin(Access access) override;
   void commit() override;
   void rollback() override;
   bool inUnitOfWork() const override;
@@ -36,6 +38,8 @@ class SqliteEngine : public Engine {
   void bindPackage(const Package& package, const std::vector<PackageSection>& sections) override;
 
  private:
+  // Whether the unit of work has read or changed the file.
+  bool seesOneState() const;
   void savepointCommand(std::string_view verb, std::string_view name);
   // Runs a change of the catalog so that it happens wholly or not at all.
   template <typename Change>
