@@ -27,7 +27,7 @@
 namespace {
 
 using bench::asClob;
-using bench::milliseconds;
+using bench::processorMilliseconds;
 using bench::require;
 
 constexpr int kDocuments = 10'000;
@@ -281,14 +281,14 @@ Times measure(EnabledDatabase& db, BareDatabase& bare, const std::vector<Mail>& 
   BareParser parser;
   std::array<Times, kRepetitions> taken;
   for (Times& times : taken) {
-    times.insert = milliseconds([&] { db.insert(all); });
+    times.insert = processorMilliseconds([&] { db.insert(all); });
     db.rollback();
     bare.run("begin");
-    times.bareInsert = milliseconds([&] {
+    times.bareInsert = processorMilliseconds([&] {
       for (const Mail& one : all) bare.insert(one);
     });
     bare.run("rollback");
-    times.bareParse = milliseconds([&] {
+    times.bareParse = processorMilliseconds([&] {
       for (const Mail& one : all) parser.parse(one.text);
     });
   }
@@ -327,8 +327,8 @@ void printGrowth(const std::filesystem::path& folder) {
   for (const int wanted : {1'000, 10'000, 100'000}) {
     for (; rows < wanted; rows += kStep) db.insert(mails(rows + 1, kStep));
     const std::vector<Mail> more = mails(rows + 1, kStep);
-    const double insert = milliseconds([&] { db.insert(more); });
-    const double update = milliseconds([&] { db.update(more); });
+    const double insert = processorMilliseconds([&] { db.insert(more); });
+    const double update = processorMilliseconds([&] { db.update(more); });
     rows += kStep;
     std::printf("%9d %9.1f %9.1f\n", wanted, microseconds(insert, kStep),
                 microseconds(update, kStep));

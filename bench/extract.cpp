@@ -9,7 +9,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <string>
 
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -24,6 +23,7 @@
 
 namespace {
 
+using bench::processorMilliseconds;
 using bench::require;
 
 constexpr int kRepetitions = 9;
@@ -150,18 +150,6 @@ using Work = Found (*)(const std::string& document, const Call& call);
 
 // ---- Measuring
 
-// Of the processor: other processes do not lengthen it, and nothing here waits.
-double milliseconds(const std::function<void()>& work) {
-  const auto now = [] {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return 1e3 * static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_nsec);
-  };
-  const double begin = now();
-  work();
-  return now() - begin;
-}
-
 struct Times {
   double call = 0;  // milliseconds
   double bare = 0;
@@ -173,8 +161,8 @@ struct Times {
 Times measure(const std::string& document, const Call& call, Work work) {
   std::array<Times, kRepetitions> taken;
   for (Times& times : taken) {
-    times.call = milliseconds([&] { work(document, call); });
-    times.bare = milliseconds([&] { parseBare(document); });
+    times.call = processorMilliseconds([&] { work(document, call); });
+    times.bare = processorMilliseconds([&] { parseBare(document); });
   }
   const auto middle = taken.begin() + kRepetitions / 2;
   std::nth_element(taken.begin(), middle, taken.end(),
@@ -224,7 +212,8 @@ void printTrees(const std::string& document) {
     for (const Call& call : kExtractions) {
       if (!call.xpath) continue;
       size_t values = 0;
-      const double time = milliseconds([&] { values = engine.values(document, call.xpath); });
+      const double time =
+          processorMilliseconds([&] { values = engine.values(document, call.xpath); });
       std::printf("%-31s %-26s %9zu %8.1f\n", call.what, call.xpath, values, time);
     }
   }

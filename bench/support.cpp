@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <sstream>
 
@@ -80,6 +81,17 @@ double milliseconds(const std::function<void()>& work) {
   work();
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin)
       .count();
+}
+
+double processorMilliseconds(const std::function<void()>& work) {
+  const auto now = [] {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return 1e3 * static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_nsec);
+  };
+  const double begin = now();
+  work();
+  return now() - begin;
 }
 
 long peakKilobytes(const std::function<std::function<void()>()>& prepare) {

@@ -48,6 +48,8 @@ class TemporaryFolder {
 };
 
 double milliseconds(const std::function<void()>& work);
+// Of the processor, in this thread: other processes do not lengthen it.
+double processorMilliseconds(const std::function<void()>& work);
 
 // The memory that a piece of work needs at its peak beyond what its process held before, in
 // kilobytes. `prepare` gives the work; both run in a process of their own.
