@@ -24,30 +24,36 @@ class ConvertingStream : public xercesc::BinInputStream {
 
   XMLFilePos curPos() const override { return delivered_; }
   const XMLCh* getContentType() const override { return nullptr; }
-  // The parser has room for many units.
   XMLSize_t readBytes(XMLByte* toFill, XMLSize_t maxToRead) override {
-    const size_t room = std::min(maxToRead / sizeof(char16_t), kUnits);
-    while (!isComplete_) {
+    if (next_ == filled_) fill();
+    const size_t count = std::min(maxToRead / sizeof(char16_t), filled_ - next_);
+    const size_t size = count * sizeof(char16_t);
+    std::memcpy(toFill, units_.data() + next_, size);
+    next_ += count;
+    delivered_ += size;
+    return size;
+  }
+
+  // Converts the next units: none at the end of the text. What does not convert throws, once all
+  // that stands in front of it has been read.
+  void fill() {
+    next_ = filled_ = 0;
+    while (filled_ == 0 && !isComplete_) {
       if (isMalformed_) {
         throw xercesc::TranscodingException("ConvertingStream", 0,
                                             xercesc::XMLExcepts::Trans_BadSrcSeq);
       }
-      if (const size_t size = convert(room) * sizeof(char16_t)) {
-        std::memcpy(toFill, units_.data(), size);
-        delivered_ += size;
-        return size;
-      }
+      filled_ = convert();
     }
-    return 0;
   }
 
  private:
   // The units converted; none where a piece ends inside its first character.
-  size_t convert(size_t room) {
+  size_t convert() {
     if (at_ == end_ && !isLast_) readPiece();
     UErrorCode status = U_ZERO_ERROR;
     char16_t* out = units_.data();
-    ucnv_toUnicode(converter_.get(), &out, out + room, &at_, end_, nullptr,
+    ucnv_toUnicode(converter_.get(), &out, out + units_.size(), &at_, end_, nullptr,
                    static_cast<UBool>(isLast_), &status);
     isMalformed_ = U_FAILURE(status) && status != U_BUFFER_OVERFLOW_ERROR;
     isComplete_ = isLast_ && U_SUCCESS(status);
@@ -71,6 +77,8 @@ class ConvertingStream : public xercesc::BinInputStream {
   XMLFilePos delivered_ = 0;
   std::array<XMLByte, kPieceSize> piece_;
   std::array<char16_t, kUnits> units_;
+  size_t next_ = 0;  // unit to deliver, of those filled
+  size_t filled_ = 0;
 };
 
 }  // namespace
@@ -93,7 +101,10 @@ xercesc::BinInputStream* ConvertingSource::makeStream() const {
   UErrorCode status = U_ZERO_ERROR;
   Converter converter(ucnv_clone(converter_.get(), &status));
   if (U_FAILURE(status)) throw xercesc::OutOfMemoryException();
-  return new ConvertingStream(std::move(bytes), std::move(converter));
+  auto stream = std::make_unique<ConvertingStream>(std::move(bytes), std::move(converter));
+  // The parser's reader forgets its memory when its first read throws.
+  stream->fill();
+  return stream.release();
 }
 
 }  // namespace orvxml

@@ -47,7 +47,8 @@ CallOutcome parseTree(CallContext& call, std::string document, int useDbEncoding
   return {rc, call.state, call.msg};
 }
 
-void expectRefused(CallContext& call, const std::string& document, int useDbEncoding = 0) {
+void expectRefused(CallContext& call, const std::string& document, int useDbEncoding = 0,
+                   const std::string& line = "1") {
   for (const CallOutcome& outcome :
        {parseTree(call, document, useDbEncoding),
         CallOutcome(extractValues(&call.ctx, document, "/a", {.useDbEncoding = useDbEncoding})),
@@ -55,7 +56,8 @@ void expectRefused(CallContext& call, const std::string& document, int useDbEnco
                                    {.useDbEncoding = useDbEncoding}))}) {
     EXPECT_EQ(outcome.rc, -1);
     EXPECT_EQ(outcome.state, "38X13");
-    EXPECT_EQ(outcome.message.substr(0, 32), "QRKQ047E  Parser error on line 1") << outcome.message;
+    EXPECT_EQ(outcome.message.substr(0, 32), "QRKQ047E  Parser error on line " + line)
+        << outcome.message;
     EXPECT_NE(outcome.message.find("invalid multi-byte sequence"), std::string::npos)
         << outcome.message;
   }
@@ -96,6 +98,7 @@ TEST(SourceEncodingTest, BytesThatMeanNothingAreRefused) {
     CallContext database("UTF-8", c.codePage);
     ASSERT_EQ(database.rc, 0);
     expectRefused(database, declared("UTF-8") + "<a>x" + c.bytes + "</a>", 1);
+    expectRefused(database, c.bytes + "<a/>", 1, "0");  // in front of the first line
   }
 }
 
