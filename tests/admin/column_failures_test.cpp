@@ -346,7 +346,7 @@ TEST(ColumnFailuresTest, SuffixesOfOtherColumns) {
   }
 }
 
-TEST(ColumnFailuresTest, EnablingTwice) {
+TEST(ColumnFailuresTest, EnablingAndDisablingTwice) {
   ColumnDatabase db;
   EXPECT_EQ(db.enableColumn({.dad = oneColumn("date")}), enabled());
   db.commit();
@@ -355,6 +355,8 @@ TEST(ColumnFailuresTest, EnablingTwice) {
       {Msg::QRKA011E, "", true});
   db.rollback();
   EXPECT_EQ(db.disableColumn(), disabled());
+  db.commit();
+  expectOutcome(db.disableColumn(), {Msg::QRKA018E, ""});
 }
 
 TEST(ColumnFailuresTest, Disabling) {

@@ -245,31 +245,64 @@ TEST(ColumnTest, FormsWithTheNameOfTheDatabase) {
   EXPECT_EQ(disable(&column[0]), disabled());
 }
 
-// Two columns of one table have their own side tables; the rows of both go by the same root id.
+// Two columns of one table have their own side tables, which go on when the other column goes.
 TEST(ColumnTest, SeveralColumnsOfOneTable) {
-  for (const Keys& keys : kKeys) {
-    SCOPED_TRACE(keys.label);
-    ColumnDatabase db;
-    db.run("alter table letters add answer orvxml.XMLVarchar");
-    EXPECT_EQ(db.enableColumn({.dad = lettersDad(), .rootid = keys.rootid}), enabled());
-    const std::string answers =
-        columnDad(sideTable("answer", sideColumn("word", "varchar(20)", "//word", "YES")));
-    EXPECT_EQ(db.enableColumn({.dad = answers, .rootid = keys.rootid, .column = "answer"}),
-              enabled("answer"));
-    db.run("insert into letters (no, doc, answer) values (1, orvxml.XMLVarchar('" +
-           letter("Ada", "1", {"Grace"}) + "'), orvxml.XMLVarchar('<a><word>yes</word></a>'))");
-    const std::string words = "letters l, answer a where l." + keys.column + " = a." + keys.column;
-    EXPECT_EQ(sideRows(db, keys.column).receiver, (Rows{{"1", "1", "Grace"}}));
-    EXPECT_EQ(db.count(words), 1);
-    EXPECT_EQ(db.disableColumn(), disabled());
-    EXPECT_EQ(db.count(words), 1) << "the other column's rows";
-    db.run(
-        "update letters set answer = orvxml.XMLVarchar('<a><word>no</word><word>or</word></a>')");
-    EXPECT_EQ(db.count(words), 2);
-    EXPECT_EQ(db.disableColumn(ColumnForm::List, "answer"), disabled("answer"));
-    if (!keys.rootid) {
-      EXPECT_EQ(db.count("letters where QRKROOT_ID is not null"), 0);
+  struct Case {
+    const char* label;
+    Text docKey, answerKey;
+    bool docGoesFirst;
+  };
+  std::vector<Case> cases;
+  for (const bool docGoesFirst : {true, false}) {
+    for (const Keys& doc : kKeys) {
+      for (const Keys& answer : kKeys) {
+        cases.push_back({doc.label, doc.rootid, answer.rootid, docGoesFirst});
+      }
     }
+  }
+  const std::string answers =
+      columnDad(sideTable("answer", sideColumn("word", "varchar(20)", "//word", "YES")) +
+                sideTable("short", sideColumn("size", "integer", "//@size")));
+  ColumnDatabase db;
+  db.run("alter table letters add answer orvxml.XMLVarchar");
+  db.run("alter table letters add QRKROOT_ID char(13) for bit data");
+  db.commit();
+  const Catalog before = db.catalog();
+  const auto key = [](const Text& rootid) { return rootid.value_or("QRKROOT_ID"); };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.label) + ' ' + key(c.answerKey) + (c.docGoesFirst ? " doc" : ""));
+    EXPECT_EQ(db.enableColumn({.dad = lettersDad(), .rootid = c.docKey}), enabled());
+    EXPECT_EQ(db.enableColumn({.dad = answers, .rootid = c.answerKey, .column = "answer"}),
+              enabled("answer"));
+    const auto expectAnswer = [&](const Rows& rows) {
+      const std::string id = key(c.answerKey);
+      EXPECT_EQ(db.rows("select l.no, word, size from letters l, answer a, short s where l." + id +
+                        " = a." + id + " and l." + id + " = s." + id),
+                rows);
+    };
+    const auto answer = [](const std::string& word) {
+      return "orvxml.XMLVarchar('<a size=\"" + std::to_string(word.size()) + "\"><word>" + word +
+             "</word></a>')";
+    };
+    db.run("insert into letters (no, doc, answer) values (1, orvxml.XMLVarchar('" +
+           letter("Ada", "1", {"Grace"}) + "'), " + answer("yes") + ")");
+    EXPECT_EQ(sideRows(db, key(c.docKey)).receiver, (Rows{{"1", "1", "Grace"}}));
+    expectAnswer({{"1", "yes", "3"}});
+    if (c.docGoesFirst) {
+      EXPECT_EQ(db.disableColumn(), disabled());
+      db.run("update letters set answer = " + answer("no"));
+      expectAnswer({{"1", "no", "2"}});
+      EXPECT_EQ(db.disableColumn(ColumnForm::List, "answer"), disabled("answer"));
+    } else {
+      EXPECT_EQ(db.disableColumn(ColumnForm::List, "answer"), disabled("answer"));
+      db.run("update letters set doc = orvxml.XMLVarchar('" + letter("Emmy", "7", {"David"}) +
+             "')");
+      EXPECT_EQ(sideRows(db, key(c.docKey)).receiver, (Rows{{"1", "1", "David"}}));
+      EXPECT_EQ(db.disableColumn(), disabled());
+    }
+    EXPECT_EQ(db.count("letters where QRKROOT_ID is not null"), 0);
+    EXPECT_EQ(db.catalog(), before);
+    db.rollback();
   }
 }
 
@@ -279,6 +312,9 @@ TEST(ColumnTest, DocumentsPresentBefore) {
   db.insert(1, letter("Ada", "1", {"Grace"}));
   EXPECT_EQ(db.enableColumn({.dad = lettersDad()}), enabled());
   EXPECT_EQ(sideRows(db, "QRKROOT_ID"), SideRows{});
+  const orv::Result update = db.run("update letters set doc = doc", -407);
+  EXPECT_NE(update.outcome.message.find("RECEIVER.QRKROOT_ID"), std::string::npos)
+      << update.outcome.message;
   db.run("create table old_letters (no integer, doc orvxml.XMLVarchar)");
   db.run("insert into old_letters select no, doc from letters");
   db.run("delete from letters");
