@@ -451,7 +451,7 @@ TEST_F(FunctionResolutionTest, OnlyDeterministicFunctionsEqualThemselves) {
 }
 
 TEST_F(FunctionResolutionTest, DistinctTypesCompareWithThemselvesWhenTheyMayBeCompared) {
-  catalog_.types.back().comparisons = false;
+  catalog_.types[1].comparisons = false;
   catalog_.addType("ORVXML", "MARK", makeType(TypeKind::Integer));
   catalog_.types.back().comparisons = false;
   catalog_.addTable("USER1", "M", "A ORVXML.MARK, B ORVXML.MARK");
@@ -462,6 +462,9 @@ TEST_F(FunctionResolutionTest, DistinctTypesCompareWithThemselvesWhenTheyMayBeCo
       {"SELECT id FROM docs WHERE doc = f", "-401 ="},
       {"SELECT id FROM docs WHERE doc = text", "-401 ="},
       {"SELECT id FROM docs WHERE doc > 1", "-401 >"},
+      {"SELECT id FROM docs WHERE doc LIKE 'x%'",
+       "SELECT T1.ID FROM DOCS WHERE (T1.DOC LIKE 'x%')"},
+      {"SELECT id FROM docs WHERE big LIKE 'x%'", "-401 LIKE"},
       {"SELECT a FROM m WHERE a = b", "-401 ="},
       {"SELECT a FROM m WHERE a IN (1)", "-401 IN"},
       {"SELECT id FROM docs WHERE mark(doc) = 1", "-401 ="},

@@ -182,6 +182,27 @@ TEST_F(TriggerTest, UpdatesWithinTriggersSetColumnsToo) {
   });
 }
 
+TEST_F(TriggerTest, TablesMayBeCalledAsRowsAre) {
+  run({
+      {"CREATE TABLE OLD(ID INTEGER)", "ok"},
+      {"CREATE TABLE \"new\"(ID INTEGER)", "ok"},
+      {"CREATE TABLE T(ID INTEGER)", "ok"},
+      {"CREATE TRIGGER D AFTER DELETE ON T REFERENCING OLD AS O FOR EACH ROW MODE ORVSQL "
+       "DELETE FROM OLD WHERE OLD.ID = O.ID",
+       "ok"},
+      {"CREATE TRIGGER U AFTER UPDATE ON T REFERENCING NEW AS NEW OLD AS \"old\" FOR EACH ROW "
+       "MODE ORVSQL UPDATE \"new\" SET ID = NEW.ID WHERE \"new\".ID = \"old\".ID",
+       "ok"},
+      {"INSERT INTO OLD VALUES(1), (2)", "2 rows"},
+      {"INSERT INTO \"new\" VALUES(1), (2)", "2 rows"},
+      {"INSERT INTO T VALUES(1), (2)", "2 rows"},
+      {"UPDATE T SET ID = 7 WHERE ID = 1", "1 rows"},
+      {"DELETE FROM T WHERE ID = 2", "1 rows"},
+      {"SELECT ID FROM OLD", "1"},
+      {"SELECT ID FROM \"new\" ORDER BY ID", "2\n7"},
+  });
+}
+
 TEST_F(TriggerTest, TriggersOfOtherProgramsStayAndFire) {
   database_.reset();
   sqlite3* other = nullptr;

@@ -44,8 +44,9 @@ std::string storedNameFor(sqlite3* database, const CatalogData& catalog, std::st
   for (const auto& trigger : catalog.triggers) taken.insert(foldAscii(trigger->storedName));
   std::string wanted(name);
   if (schema != catalog.defaultSchema) wanted.insert(0, std::string(schema) + ".");
-  // The names of the catalog's own tables begin so.
-  if (foldAscii(wanted).starts_with("SYSNTQ.")) wanted.insert(0, "_");
+  // The names of the catalog's own tables, and what SQLite calls the rows in triggers.
+  const std::string folded = foldAscii(wanted);
+  if (folded.starts_with("SYSNTQ.") || folded == "OLD" || folded == "NEW") wanted.insert(0, "_");
   return uniqueStoredName(wanted, taken);
 }
 
