@@ -252,6 +252,8 @@ TEST_F(CollectionTest, NamesThatNoCollectionHas) {
     EXPECT_EQ(disableByCall(name), unknown(name));
   }
   EXPECT_EQ(db_.disableCollection(std::string(2000, 'l')).code, -88);
+  EXPECT_EQ(disableByCall(std::string("L\0M", 3)),
+            (CallOutcome{-134, "QRKQ054E  Invalid input parameter: L"}));
   EXPECT_EQ(db_.disableCollection(std::nullopt).code, -60);
   EXPECT_EQ(disableByCall(std::nullopt).code, -14);
 }

@@ -28,6 +28,15 @@ class CommandAdmin : public testing::Test {
     EXPECT_NE(result.err.find("rolled back"), result.err.npos) << result.err;
   }
   nlohmann::json status() const { return nlohmann::json::parse(run({"--json", "status"})); }
+  // Takes a package of the library out of the database.
+  void unbind(const std::string& package) const {
+    sqlite3* file = nullptr;
+    ASSERT_EQ(sqlite3_open(place_.path("test.db").c_str(), &file), SQLITE_OK);
+    const std::string remove = R"(DELETE FROM "SYSNTQ.PACKAGES" WHERE NAME = ')" + package + "'";
+    EXPECT_EQ(sqlite3_exec(file, remove.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_EQ(sqlite3_changes(file), 1);
+    sqlite3_close(file);
+  }
   void enableMail() const {
     run({"create", "--enable"});
     run({"dtd", "add", "mail.dtd", kMail + "mail.dtd"});
@@ -202,21 +211,14 @@ TEST_F(CommandAdmin, TableSpacesOfTheAdministrativeTables) {
 
 // Whichever package is missing: the packages are bound and the call is made again.
 TEST_F(CommandAdmin, MissingPackagesAreBound) {
-  const char* const kPackages[] = {"QRKSUWO", "QRKTAB", "QRKDB"};
-  for (const std::string package : kPackages) {
+  for (const std::string package : {"QRKSUWO", "QRKTAB", "QRKDB"}) {
     SCOPED_TRACE(package);
     std::filesystem::remove(place_.path("test.db"));
     run({"create"});
     const auto unbound = [&](const std::vector<std::string>& arguments) {
-      sqlite3* file = nullptr;
-      ASSERT_EQ(sqlite3_open(place_.path("test.db").c_str(), &file), SQLITE_OK);
-      const std::string remove = R"(DELETE FROM "SYSNTQ.PACKAGES" WHERE NAME = ')" + package + "'";
-      EXPECT_EQ(sqlite3_exec(file, remove.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
-      EXPECT_EQ(sqlite3_changes(file), 1);
-      sqlite3_close(file);
+      unbind(package);
       run(arguments);
-      // Those that the call did not miss are still not bound.
-      run({"bind"});
+      run({"bind"});  // the call may not have missed it
     };
     unbound({"enable-db"});
     run({"dtd", "add", "mail.dtd", kMail + "mail.dtd"});
@@ -230,6 +232,15 @@ TEST_F(CommandAdmin, MissingPackagesAreBound) {
     unbound({"disable-db"});
     EXPECT_EQ(status()["enabled"], false);
   }
+}
+
+TEST_F(CommandAdmin, PackagesThatCannotBeBoundEndTheCall) {
+  run({"create", "--enable"});
+  unbind("QRKSUWO");
+  place_.environment = {"ORVXML_HOME=/nowhere"};
+  refuse({"disable-db"}, "QRKA073E  The database is not bound.");
+  place_.environment.clear();
+  EXPECT_EQ(status()["enabled"], true);
 }
 
 }  // namespace

@@ -91,7 +91,7 @@ void bindAgain(orv::Session& session, const std::string& database) {
   char message[kMessageSize] = "";
   int alreadyBound = 0;
   if (autoBind(&context, message, &alreadyBound) != 0) {
-    throw Failure(database, "the packages cannot be bound");
+    throw Failure(database, std::string("the packages cannot be bound") + kRolledBack);
   }
   require(session.commit(), database);
 }
