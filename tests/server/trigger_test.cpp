@@ -314,10 +314,15 @@ TEST_F(TriggerTest, ViewsShowTheirQueryWithItsTypes) {
        "ID|INTEGER|4|0\nNAME|CHARACTER|6|0\nP|DECIMAL|6|2\nX|DATE|4|0"},
       {"SELECT TYPE FROM SYSCAT.TABLES WHERE TABNAME = 'W'", "V"},
       {"SELECT VIEWSCHEMA, VIEWNAME FROM SYSCAT.VIEWS", "APP|W\nS|V"},
+      {"CREATE VIEW MARKED AS SELECT ID, generate_unique() AS U FROM T UNION ALL "
+       "SELECT ID, generate_unique() FROM T",
+       "ok"},
+      {"CREATE VIEW TWICE AS SELECT * FROM MARKED WHERE U IS NOT NULL", "ok"},
+      {"SELECT COUNT(*), COUNT(DISTINCT U) FROM TWICE WHERE U = U AND HEX(U) = HEX(U)", "4|4"},
       {"INSERT INTO W VALUES(1, 'x', 2)", "-150 42807 APP.W"},
       {"DROP VIEW S.V", "ok"},
       {"SELECT ID FROM S.V", "-204 42704 S.V"},
-      {"SELECT COUNT(*) FROM SYSCAT.VIEWS", "1"},
+      {"SELECT COUNT(*) FROM SYSCAT.VIEWS", "3"},
   });
 }
 

@@ -137,6 +137,14 @@ void Renderer::query(const Query& q, const Restrictions& restrictions) {
   if (q.fetchFirst) out_ << " LIMIT " << *q.fetchFirst;
 }
 
+// Of a view: SQLite merges it, too, into the query around it.
+void Renderer::viewQuery(const Query& q) {
+  const bool once = givesVariant(q);
+  if (once) out_ << Verbatim{kOnce};
+  query(q);
+  if (once) out_ << Verbatim{kOnceEnd};
+}
+
 void Renderer::select(const Query& q, const Restrictions& restrictions) {
   out_ << "SELECT ";
   if (q.distinct) out_ << "DISTINCT ";

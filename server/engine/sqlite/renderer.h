@@ -33,6 +33,7 @@ class Renderer {
   // Select, Insert, Update, Delete.
   void statement(const Statement& statement);
   void query(const Query& q) { query(q, {}); }
+  void viewQuery(const Query& q);
   void expression(const Expr& e);
   // The value as one of `type`, converted where it is not certain to be one already.
   void converted(const Expr& e, const SqlType& type, ConversionMode mode);

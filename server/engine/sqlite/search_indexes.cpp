@@ -99,15 +99,16 @@ void dropIndex(sqlite3* database, const std::string& name) {
 
 }  // namespace
 
-bool changesSearches(const Statement& definition) {
+bool changesSearches(const Statement& definition, const CatalogData& data) {
   switch (definition.kind) {
     case StatementKind::CreateTrigger:
+      return true;
     case StatementKind::DropTrigger:
     case StatementKind::DropTable:
     case StatementKind::AlterTable:
     case StatementKind::CreateIndex:
     case StatementKind::DropIndex:
-      return true;
+      return !data.triggers.empty();
     default:
       return false;
   }

@@ -10,8 +10,8 @@
 
 namespace orv::sqlite {
 
-// Whether the definition may make such indexes necessary or superfluous.
-bool changesSearches(const Statement& definition);
+// Whether the definition may make such indexes necessary or superfluous. `data`: before it.
+bool changesSearches(const Statement& definition, const CatalogData& data);
 
 // Makes those that are missing and drops those that nothing needs any more. What a trigger that
 // cannot be resolved any more would need is not known and has none.

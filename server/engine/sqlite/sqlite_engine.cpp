@@ -208,7 +208,7 @@ void SqliteEngine::applyDdl(const Statement& resolved) {
 void SqliteEngine::define(const CatalogData& data, const Statement& resolved) {
   const DefinitionUsers users(resolved, data, *catalog_);
   const bool setting = changesSetting(resolved);
-  const bool searching = changesSearches(resolved);
+  const bool searching = changesSearches(resolved, data);
   applyDefinition(database_.get(), data, catalog_->defaultSchema(), catalog_->functionPath(),
                   resolved);
   if (!users.any() && !setting && !searching) return;

@@ -15,7 +15,7 @@ namespace {
 std::string renderedQuery(const CatalogData& data, const std::string& schema,
                           const Statement& statement) {
   Renderer renderer(data, schema);
-  renderer.query(*statement.query);
+  renderer.viewQuery(*statement.query);
   return renderer.take();
 }
 
