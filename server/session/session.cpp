@@ -200,6 +200,12 @@ CallResult Session::call(std::string_view schema, std::string_view name,
   return result;
 }
 
+Outcome Session::beginChange() {
+  Outcome outcome;
+  into(outcome, [&] { state_->begin(Access::Changes); });
+  return outcome;
+}
+
 Outcome Session::commit() {
   Outcome outcome;
   into(outcome, [&] { state_->commit(); });

@@ -1,6 +1,6 @@
 // A process is killed in the midst of its work: the database opens, is sound, and holds each unit
 // of work whole or not at all, and the work can be gone on with. It dies at calls that change
-// files, spread over all of them, and at random moments; ORVXML_KILLS sets how often that is.
+// files, spread over all of them, and at random moments; ORVXML_KILLS sets how often.
 #include <set>
 
 #include "tests/faults/child_process.h"
@@ -11,8 +11,10 @@
 namespace orvxml::test {
 namespace {
 
-constexpr long kSpread = 10;
-constexpr int kRandomKills = 3;
+long kills(long otherwise) {
+  const char* const wanted = std::getenv("ORVXML_KILLS");
+  return wanted ? std::atol(wanted) : otherwise;
+}
 
 class KilledProcess : public WorkTest {
  protected:
@@ -45,7 +47,7 @@ class KilledProcess : public WorkTest {
 TEST_P(KilledProcess, AtAChangeOfAFile) {
   ASSERT_EQ(run([] { armFile(FileFault::Death, 0); }), Ending::Whole);
   bool torn = false;
-  for (const long death : spread(changes_, kSpread)) {
+  for (const long death : spread(changes_, kills(10))) {
     SCOPED_TRACE("change " + std::to_string(death));
     torn = !torn;
     EXPECT_EQ(run([&] { armFile(torn ? FileFault::TornDeath : FileFault::Death, death); }),
@@ -57,8 +59,7 @@ TEST_P(KilledProcess, AtAChangeOfAFile) {
 TEST_P(KilledProcess, AtARandomMoment) {
   using Clock = std::chrono::steady_clock;
   using std::chrono::microseconds;
-  const char* const kills = std::getenv("ORVXML_KILLS");
-  const int wanted = kills ? std::atoi(kills) : kRandomKills;
+  const long wanted = kills(3);
   const Clock::time_point begin = Clock::now();
   microseconds time{};
   ASSERT_EQ(run([] {},
@@ -68,8 +69,8 @@ TEST_P(KilledProcess, AtARandomMoment) {
                 }),
             Ending::Whole);
   Random random(static_cast<uint32_t>(begin.time_since_epoch().count()));
-  int killed = 0;
-  for (int i = 0; killed < wanted && i < 20 * wanted && !HasFailure(); ++i) {
+  long killed = 0;
+  for (long i = 0; killed < wanted && i < 20 * wanted && !HasFailure(); ++i) {
     const microseconds moment(random.below(static_cast<size_t>(time.count())));
     SCOPED_TRACE("after us: " + std::to_string(moment.count()));
     const Ending ending = run([] {}, [&](ChildProcess& child) { child.killAfter(moment); });

@@ -12,6 +12,14 @@ const Act kInsert = statements({insertMail(1)});
 const Act kInsertAnother = statements({insertMail(2)});
 const Act kShredOne = decompose("c-1001.xml").act;
 
+// The act in a unit of work that waits for its turn first.
+Act inTurn(const Act& act) {
+  return [act](StoredDatabase& db) -> CallOutcome {
+    const orv::Outcome outcome = db.session().beginChange();
+    return outcome.failed() ? CallOutcome{outcome.sqlcode, outcome.message} : act(db);
+  };
+}
+
 constexpr char kRolledBack[] = "ORV0911E";
 
 struct Contest {
@@ -36,6 +44,11 @@ const Contest kContests[] = {
      procedure(&enableDatabase),
      kRolledBack,
      "QRKA070W"},
+    {"EnableDatabaseInTurn",
+     {},
+     procedure(&enableDatabase),
+     inTurn(procedure(&enableDatabase)),
+     "QRKA070W"},
     {"DisableDatabaseTwice",
      {kEnableDatabase},
      procedure(&disableDatabase),
@@ -56,6 +69,7 @@ const Contest kContests[] = {
     {"InsertOfTheSameKey", kToBoth, kInsert, kInsert, "ORV0803E"},
     {"AddDtdTwice", {kEnableDatabase}, kAddDtd.act, kAddDtd.act, "ORV0803E"},
     {"ShredTwice", kToBoth, kShredOne, kShredOne, kRolledBack, "ORV0803E"},
+    {"ShredInTurn", kToBoth, kInsert, inTurn(kShredOne), ""},
     {"ShredAfterInsert", kToBoth, kInsert, kShredOne, kRolledBack, ""},
 };
 

@@ -111,6 +111,7 @@ void ComposeRun::writeCollected(OutputFolder& folder, Validity& validity) {
 }
 
 ExitStatus ComposeRun::intoTable() {
+  require(session_.beginChange(), settings_.database);
   const ComposeOutcome outcome = composer_.composeRows(
       {options_.into, options_.column, options_.validColumn}, options_.maxRows);
   if (outcome.code < 0) {

@@ -13,8 +13,11 @@ namespace orvxml::command {
 
 namespace {
 
-std::unique_ptr<orv::Session> openEnabled(const Settings& settings) {
+enum class Purpose { Read, Change };
+
+std::unique_ptr<orv::Session> openEnabled(const Settings& settings, Purpose purpose) {
   std::unique_ptr<orv::Session> session = openDatabase(settings);
+  if (purpose == Purpose::Change) require(session->beginChange(), settings.database);
   if (!isEnabled(*session, settings.database)) {
     throw Failure(settings.database, "the database is not enabled: run orvxml enable-db");
   }
@@ -52,7 +55,7 @@ void addDtd(const Settings& settings, const std::string& id, const std::string& 
     throw Failure(name, "the DTD has " + std::to_string(dtd.size()) + " bytes; at most " +
                             std::to_string(kDocumentParameter) + " can be registered");
   }
-  const std::unique_ptr<orv::Session> session = openEnabled(settings);
+  const std::unique_ptr<orv::Session> session = openEnabled(settings, Purpose::Change);
   // Refuses what has no place in the code page here, where the line can be told.
   toCodePage(name, dtd, session->codePage());
   const orv::Result found = runStatement(*session, settings.database,
@@ -68,13 +71,13 @@ void addDtd(const Settings& settings, const std::string& id, const std::string& 
 
 void removeDtd(const Settings& settings, const std::string& id) {
   const std::string key = keyOf(id);
-  const std::unique_ptr<orv::Session> session = openEnabled(settings);
+  const std::unique_ptr<orv::Session> session = openEnabled(settings, Purpose::Change);
   change(settings, *session, "DELETE FROM orvxml.dtd_ref WHERE dtdid = " + key,
          "removed the DTD " + id, "there is no DTD " + id);
 }
 
 void listDtds(const Settings& settings) {
-  const std::unique_ptr<orv::Session> session = openEnabled(settings);
+  const std::unique_ptr<orv::Session> session = openEnabled(settings, Purpose::Read);
   orv::Result result =
       runStatement(*session, settings.database,
                    "SELECT dtdid, usage_count, length(content) FROM orvxml.dtd_ref ORDER BY dtdid");

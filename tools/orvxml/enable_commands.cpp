@@ -112,13 +112,11 @@ class Administration {
 
   // `help` is what to say behind the message of a failure.
   void run(const std::function<void(Answer&)>& procedure, const std::string& help = "") {
-    Answer answer;
-    procedure(answer);
+    Answer answer = callInTurn(procedure);
     if (lacksPackages(answer)) {
       session_->rollback();
       bindAgain(*session_, settings_.database);
-      answer = Answer{};
-      procedure(answer);
+      answer = callInTurn(procedure);
     }
     const std::string message = fromCodePage(answer.message, session_->codePage());
     if (answer.failed()) refuse(answer.code, message, helpFor(answer.code, help));
@@ -132,6 +130,13 @@ class Administration {
   }
 
  private:
+  Answer callInTurn(const std::function<void(Answer&)>& procedure) {
+    require(session_->beginChange(), settings_.database);
+    Answer answer;
+    procedure(answer);
+    return answer;
+  }
+
   static std::string helpFor(int code, const std::string& help) {
     return code == kNoUsageTable ? "\nthe database is not enabled: run orvxml enable-db" : help;
   }

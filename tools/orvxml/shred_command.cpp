@@ -61,7 +61,7 @@ class DocumentRun {
  private:
   void shred(const std::string& document, DocumentResult& result) {
     session_.resetInsertCounts();
-    ShredOutcome outcome = shredder_.shred(result.name, document);
+    ShredOutcome outcome = shredInTurn(result.name, document);
     result.code = outcome.code;
     result.message = std::move(outcome.message);
     if (outcome.code < 0) {
@@ -72,6 +72,12 @@ class DocumentRun {
     result.rows = session_.insertCounts();
     require(session_.commit(), result.name);
     result.ok = true;
+  }
+
+  ShredOutcome shredInTurn(const std::string& name, const std::string& document) {
+    const orv::Outcome outcome = session_.beginChange();
+    if (outcome.failed()) return {outcome.sqlcode, outcome.message};
+    return shredder_.shred(name, document);
   }
 
   // Says whose line and column a parser error counts.

@@ -89,6 +89,10 @@ class ORV_API Session {
   CallResult call(std::string_view schema, std::string_view name,
                   const std::vector<Argument>& arguments);
 
+  // Begins a unit of work that is going to change the database, whatever it reads before, and waits
+  // for its turn: so it does not fail because others have changed the database after it has read.
+  // No effect within a unit of work that has read or changed something.
+  Outcome beginChange();
   Outcome commit();
   Outcome rollback();
 
