@@ -5,6 +5,7 @@
 //   EXPECT_EQ(db.enableColumn({.dad = lettersDad()}), enabled());
 #pragma once
 
+#include "orvxml/messages.h"
 #include "tests/support/admin_calls.h"
 
 namespace orvxml::test {
@@ -88,6 +89,12 @@ inline std::string columnDad(const std::string& tables, const std::string& setti
   return "<DAD>" + settings + "<Xcolumn>" + tables + "</Xcolumn></DAD>";
 }
 
+// A side table "side" with the column "c".
+inline std::string oneColumn(const std::string& type, const std::string& path = "/a",
+                             const std::string& occurrence = "NO") {
+  return columnDad(sideTable("side", sideColumn("c", type, path, occurrence)));
+}
+
 // The letters' mapping: a head, its price, and the receivers, one row each.
 inline std::string lettersDad(const std::string& settings = "") {
   return columnDad(
@@ -103,6 +110,26 @@ inline std::string letter(const std::string& from, const std::string& price,
   std::string text = "<letter date=\"2026-11-24\"><from>" + from + "</from>";
   for (const std::string& name : to) text += "<to>" + name + "</to>";
   return text + "<price>" + price + "</price></letter>";
+}
+
+// Code and message: the whole, or its beginning and end around the server's own text.
+struct Expected {
+  Msg message;
+  std::string text;  // of the message, where it has arguments
+  bool fromServer = false;
+};
+
+inline void expectOutcome(const CallOutcome& outcome, const Expected& expected) {
+  const std::string text =
+      expected.text.empty() ? qrkMsgTable[static_cast<size_t>(expected.message)] : expected.text;
+  EXPECT_EQ(outcome.code, codeOf(expected.message)) << outcome.message;
+  if (!expected.fromServer) {
+    EXPECT_EQ(outcome.message, text);
+    return;
+  }
+  EXPECT_TRUE(outcome.message.starts_with("ORV")) << outcome.message;
+  EXPECT_TRUE(outcome.message.ends_with("QRKM001W  A ORV error occurred.\n" + text))
+      << outcome.message;
 }
 
 }  // namespace orvxml::test

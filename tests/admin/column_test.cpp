@@ -1,6 +1,5 @@
 // Columns enabled and disabled: what enabling refuses, how the side tables follow the documents,
 // and what disabling leaves.
-#include "orvxml/messages.h"
 #include "tests/admin/column_database.h"
 
 namespace orvxml::test {

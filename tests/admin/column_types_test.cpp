@@ -1,5 +1,4 @@
 // Root ids and side-table columns of every type; documents that were there before, come late or go.
-#include "orvxml/messages.h"
 #include "tests/admin/column_database.h"
 
 namespace orvxml::test {

@@ -1,0 +1,113 @@
+// What disabling a column refuses, with the message of each.
+#include "tests/admin/column_database.h"
+
+namespace orvxml::test {
+namespace {
+
+// Nobody changes rows of a table any more.
+constexpr char kNoUpdateOfDtds[] =
+    "create trigger t no cascade before update on orvxml.dtd_ref referencing new as n for each row "
+    "mode orvsql when (n.usage_count >= 0) signal sqlstate '75001' ('no')";
+constexpr char kNoUpdateOfLetters[] =
+    "create trigger t no cascade before update on letters referencing new as n for each row mode "
+    "orvsql when (n.no >= 0) signal sqlstate '75001' ('no')";
+constexpr char kNoDeletionOfUses[] =
+    "create trigger t no cascade before delete on orvxml.xml_usage referencing old as o for each "
+    "row mode orvsql when (o.access_mode = 0) signal sqlstate '75001' ('no')";
+
+TEST(ColumnDisableTest, Disabling) {
+  ColumnDatabase db;
+  expectOutcome(db.disableColumn(), {Msg::QRKA018E, ""});
+  expectOutcome(db.disableColumn(ColumnForm::List, std::nullopt), {Msg::QRKG004E, ""});
+  expectOutcome(db.disableColumn(ColumnForm::List, std::string(31, 'c')), {Msg::QRKQ032E, ""});
+  expectOutcome(db.disableColumn(ColumnForm::List, "1"),
+                {Msg::QRKA017E,
+                 "QRKA017E  The input column 1 does not exist in the specified table "
+                 "letters."});
+  db.addDtd("d", "<!ELEMENT a ANY>");
+  const std::string dad = columnDad(sideTable("side", sideColumn("c", "date", "/a")),
+                                    "<dtdid>d</dtdid><validation>YES</validation>");
+  EXPECT_EQ(db.enableColumn({.dad = dad, .view = "v"}), enabled());
+  db.insert(1, "<!DOCTYPE a SYSTEM \"d\"><a>2026-11-24</a>");
+  const std::string suffix =
+      db.rows("select trigger_suffix from orvxml.xml_usage").at(0).at(0).substr(0, 7);
+  db.commit();
+  struct Case {
+    std::string statement;  // what somebody did by hand
+    Expected expected;
+  };
+  const auto dropTrigger = [&](const std::string& letter) {
+    return "drop trigger " + letter + suffix;
+  };
+  const Case cases[] = {
+      {"drop view v", {Msg::QRKA025E, "QRKA025E  Cannot drop the default view v.", true}},
+      {"update orvxml.xml_usage set dad = null",
+       {Msg::QRKC004E,
+        "QRKC004E  Unable to operate the "
+        "LOB Locator: rc=-1."}},
+      {"update orvxml.xml_usage set dad = '<DAD/>'", {Msg::QRKA024E, ""}},
+      {"drop table orvxml.xml_usage;"
+       "create table orvxml.xml_usage (table_schema char(30), table_name char(30), col_name "
+       "char(30),"
+       " dad clob(1k), default_view char(30), dtdid char(30), trigger_suffix char(8));"
+       "insert into orvxml.xml_usage (table_schema, table_name, col_name, dad)"
+       " values ('APP', 'LETTERS', 'DOC', '<DAD/>')",
+       {Msg::QRKA024E, ""}},
+      {"drop table orvxml.xml_usage; create table orvxml.xml_usage (col_name char(30))",
+       {Msg::QRKA024E, "", true}},
+      {dropTrigger("J"), {Msg::QRKA028E, "", true}},
+      {dropTrigger("D"), {Msg::QRKA029E, "", true}},
+      {dropTrigger("U"), {Msg::QRKA030E, "", true}},
+      {dropTrigger("V"), {Msg::QRKA051E, "", true}},
+      {dropTrigger("W"), {Msg::QRKA052E, "", true}},
+      {kNoUpdateOfLetters, {Msg::QRKA031E, "", true}},
+      {kNoUpdateOfDtds, {Msg::QRKA032E, "", true}},
+      {kNoDeletionOfUses, {Msg::QRKA033E, "", true}},
+      {"create view w as select c from side",
+       {Msg::QRKA026E, "QRKA026E  Unable to drop the side table side.", true}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.statement);
+    for (const orv::ScriptStatement& s : orv::splitScript(c.statement)) db.run(s.text);
+    expectOutcome(db.disableColumn(), c.expected);
+    db.rollback();
+  }
+  EXPECT_EQ(db.disableColumn(), disabled());
+}
+
+// The trigger of the root ids is looked for by its name alone, and dropped in the table's schema.
+TEST(ColumnDisableTest, DisablingBesideATriggerOfAnotherSchema) {
+  ColumnDatabase db;
+  EXPECT_EQ(db.enableColumn({.dad = oneColumn("date"), .rootid = "no"}), enabled());
+  const std::string suffix =
+      db.rows("select trigger_suffix from orvxml.xml_usage").at(0).at(0).substr(0, 7);
+  db.run("create trigger other.H" + suffix +
+         " after delete on letters referencing old as o for each row mode orvsql begin atomic"
+         " delete from letters where no = o.no; end");
+  db.commit();
+  expectOutcome(db.disableColumn(), {Msg::QRKA027E, "", true});
+  db.rollback();
+  db.run("drop trigger other.H" + suffix);
+  EXPECT_EQ(db.disableColumn(), disabled());
+}
+
+// Under another default schema the mapping's names mean tables of somebody else.
+TEST(ColumnDisableTest, DisablingSparesTheTablesOfOthers) {
+  ColumnDatabase db;
+  EXPECT_EQ(db.enableColumn({.dad = oneColumn("date")}), enabled());
+  db.run("create table other.side (c2 integer)");
+  db.run("set schema other");
+  db.commit();
+  expectOutcome(db.disableColumn(ColumnForm::List, "doc", "app.letters"),
+                {Msg::QRKA026E, "QRKA026E  Unable to drop the side table side."});
+  db.rollback();
+  db.run("drop table other.side");
+  expectOutcome(db.disableColumn(ColumnForm::List, "doc", "app.letters"),
+                {Msg::QRKA026E, "QRKA026E  Unable to drop the side table side.", true});
+  db.rollback();
+  db.run("set schema app");
+  EXPECT_EQ(db.disableColumn(), disabled());
+}
+
+}  // namespace
+}  // namespace orvxml::test
