@@ -299,6 +299,15 @@ TEST(FunctionCallTest, ScalarUsesLastFromFirstToFinalCall) {
   EXPECT_EQ(takeCallLog(), "-1fail 1");
   host.useScalar(function).reset();
   EXPECT_EQ(takeCallLog(), "");
+  // The memory of a use serves the next one, which finds nothing of it; another function's does
+  // not.
+  for (const int64_t length : {40, 40, 48}) {
+    function.scratchpad = static_cast<int32_t>(length);
+    use = host.useScalar(function);
+    EXPECT_EQ(textOf(use->call({&a, 1})), "1 S.F SQL1 MEMORY 1208 " + std::to_string(length));
+    use.reset();
+  }
+  EXPECT_EQ(takeCallLog(), "-1a 1 -1a 1 -1a 1");
   EXPECT_EQ(Session::current(), &*other);
 
   session->state().activeCalls = 16;
