@@ -54,8 +54,8 @@ size_t hiddenEnd(std::string_view text, size_t at) {
 StatementValues::StatementValues(const std::vector<std::string>& texts,
                                  const std::vector<std::string>& files) {
   for (const std::string& argument : texts) {
-    Pair pair = pairOf("--set", argument);
-    add(pair.name, plainTextAsUtf8("--set " + pair.name, std::move(pair.value)));
+    const Pair pair = pairOf("--set", argument);
+    add(pair.name, plainTextAsUtf8("--set " + pair.name, pair.value));
   }
   for (const std::string& argument : files) {
     const Pair pair = pairOf("--set-file", argument);
@@ -63,7 +63,7 @@ StatementValues::StatementValues(const std::vector<std::string>& texts,
   }
 }
 
-void StatementValues::add(const std::string& name, std::string value) {
+void StatementValues::add(const std::string& name, const std::string& value) {
   if (!texts_.emplace(name, sqlText(value)).second) {
     throw Failure("", "two values for " + name, kWrongUse);
   }

@@ -21,7 +21,7 @@ class StatementValues {
   std::string applyTo(const std::string& statement, const std::string& where) const;
 
  private:
-  void add(const std::string& name, std::string value);
+  void add(const std::string& name, const std::string& value);
 
   std::map<std::string, std::string> texts_;  // as SQL has them
 };
