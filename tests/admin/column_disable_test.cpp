@@ -91,6 +91,19 @@ TEST(ColumnDisableTest, DisablingBesideATriggerOfAnotherSchema) {
   EXPECT_EQ(db.disableColumn(), disabled());
 }
 
+TEST(ColumnDisableTest, AKeyWithTheNameOfTheRootId) {
+  ColumnDatabase db;
+  db.run("create table keyed (QRKROOT_ID integer not null primary key, doc orvxml.XMLVarchar)");
+  EXPECT_EQ(db.enableColumn({.dad = oneColumn("date"), .rootid = "QRKROOT_ID", .table = "keyed"}),
+            enabled());
+  db.run("insert into keyed values (1, orvxml.XMLVarchar('<a>2026-11-24</a>'))");
+  db.commit();
+  expectOutcome(db.disableColumn(ColumnForm::List, "doc", "keyed"), {Msg::QRKA031E, "", true});
+  db.rollback();
+  db.run("delete from keyed");
+  EXPECT_EQ(db.disableColumn(ColumnForm::List, "doc", "keyed"), disabled());
+}
+
 // Under another default schema the mapping's names mean tables of somebody else.
 TEST(ColumnDisableTest, DisablingSparesTheTablesOfOthers) {
   ColumnDatabase db;

@@ -321,6 +321,19 @@ TEST(ColumnTest, DocumentsPresentBefore) {
   EXPECT_EQ(sideRows(db, "QRKROOT_ID").receiver, (Rows{{"1", "1", "Grace"}}));
 }
 
+// Without a row in a side table an update has nothing to change there; an update to null leaves it.
+TEST(ColumnTest, DocumentsThatComeAndGoByUpdates) {
+  ColumnDatabase db;
+  EXPECT_EQ(db.enableColumn({.dad = lettersDad(), .rootid = "no"}), enabled());
+  db.run("insert into letters (no) values (1)");
+  db.run("update letters set doc = orvxml.XMLVarchar('" + letter("Ada", "1", {"Grace"}) + "')");
+  EXPECT_EQ(sideRows(db, "no"), (SideRows{{}, {}, {{"1", "1", "Grace"}}}));
+  db.run("update letters set doc = null");
+  EXPECT_EQ(sideRows(db, "no"), (SideRows{{}, {}, {{"1", "1", "Grace"}}}));
+  db.run("delete from letters");
+  EXPECT_EQ(sideRows(db, "no"), SideRows{});
+}
+
 // Names in every spelling that the server takes, in the code page of the database.
 TEST(ColumnTest, NamesThatNeedQuotes) {
   for (const int codePage : {1208, 819}) {
