@@ -35,8 +35,14 @@ ORVXML_API int qrkEnableServer_STP(char* names, char* qualifier, int* returnCode
 ORVXML_API int qrkDisableServer_STP(int* returnCode, char* returnMsg, short* returnCodeInd,
                                     short* returnMsgInd);
 
-// ---- Columns. SQLDA entries: dbName, tableName, columnName, dadBuf, tableSpace, defaultView,
-// rootID, returnCode, returnMsg.
+// ---- Columns. Enabling makes the side tables of the mapping `dadBuf`, the triggers that keep them
+// and, when it is named, the view over them, and enters the column into ORVXML.XML_USAGE. The names
+// are SQL as a statement has them, in the database code page; null or empty tableSpace, defaultView
+// and rootID (a single primary key in place of QRKROOT_ID) are none. Codes: 0 QRKA022I, -60
+// QRKG004E for a null tableName, columnName or dadBuf, -101 QRKQ032E for a column name of more than
+// 30 bytes, else that of the step that failed, with the server's text when a statement did. SQLDA
+// entries: dbName, tableName, columnName, dadBuf, tableSpace, defaultView, rootID, returnCode,
+// returnMsg.
 ORVXML_API int qrkEnableColumn(void* reserved1, void* reserved2, sqlda* da);
 ORVXML_API int qrkEnableColumn_STP(const char* tableName, const char* columnName, clob* dadBuf,
                                    char* tableSpace, char* defaultView, const char* rootID,
@@ -51,7 +57,9 @@ ORVXML_API int qrkEnableColumn0_STP(const char* dbName, const char* tableName,
                                     short* columnNameInd, short* dadBufInd, short* tableSpaceInd,
                                     short* defaultViewInd, short* rootIDInd, short* returnCodeInd,
                                     short* returnMsgInd);
-// SQLDA entries: dbName, tableName, columnName, returnCode, returnMsg.
+// Disabling drops all of it but the column QRKROOT_ID: 0 QRKA034I, -13 QRKA018E for a column that
+// is not enabled, else as above. SQLDA entries: dbName, tableName, columnName, returnCode,
+// returnMsg.
 ORVXML_API int qrkDisableColumn(void* reserved1, void* reserved2, sqlda* da);
 ORVXML_API int qrkDisableColumn_STP(const char* tableName, const char* columnName, int* returnCode,
                                     char* returnMsg, short* tableNameInd, short* columnNameInd,
