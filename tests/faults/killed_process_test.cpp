@@ -80,6 +80,35 @@ TEST_P(KilledProcess, AtARandomMoment) {
   EXPECT_EQ(killed, wanted);
 }
 
+// A database that is there has the code page that it was created with.
+TEST(KilledProcessTest, ADatabaseThatIsCreated) {
+  const TemporaryFolder folder;
+  const std::string path = folder.path("db");
+  const auto create = [&] {
+    orv::Outcome outcome;
+    EXPECT_TRUE(orv::Session::create(path, 819, outcome)) << outcome.message;
+  };
+  Ending ending = Ending::Killed;
+  int absent = 0;
+  for (long death = 1; ending == Ending::Killed && death < 500; death += 1 + death / 8) {
+    SCOPED_TRACE("change " + std::to_string(death));
+    std::filesystem::remove(path);
+    ChildProcess child([&](ChildProcess::Inside&) {
+      armFile(death % 2 == 0 ? FileFault::Death : FileFault::TornDeath, death);
+      create();
+    });
+    ending = child.end();
+    if (!std::filesystem::exists(path)) {
+      ++absent;
+      create();
+    }
+    EXPECT_EQ(faultsOfFile(path), Rows{});
+    EXPECT_EQ(StoredDatabase(path).session().codePage(), 819);
+  }
+  EXPECT_EQ(ending, Ending::Whole);
+  EXPECT_GT(absent, 10);
+}
+
 // Files stand outside of units of work: each is the old one or the new one.
 TEST(KilledProcessTest, AFileThatAFunctionReplaces) {
   const TemporaryFolder folder;

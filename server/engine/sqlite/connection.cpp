@@ -13,6 +13,9 @@ namespace {
 
 constexpr std::chrono::milliseconds kLockWait{5000};
 constexpr std::chrono::milliseconds kLockPause{10};
+// What undoes one statement; beyond this it goes to a temporary file, for the rest of the unit of
+// work and page by page.
+constexpr int kStatementJournalBytes = 8 * 1024 * 1024;
 // Enough that what a unit of work writes seldom has to leave memory before its end.
 constexpr int kCacheKilobytes = 65536;
 constexpr char kFailureMark = '\x01';
@@ -199,18 +202,47 @@ void executeChecked(sqlite3* database, std::string_view sql, const ConstraintRea
   Command(database, sql).run(&constraints);
 }
 
-namespace {
-
 bool isMemory(const std::string& path) {
   return path == ":memory:";
 }
 
-// Makes the empty file, so that two creators cannot both succeed.
-void createFile(const std::string& path) {
-  int file = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-  if (file < 0) throw SqlError(errno == EEXIST ? -1005 : -1051, {path});
-  ::close(file);
-}
+namespace {
+
+// An empty file beside another one, in the place of which it is to come. It does not outlive this.
+class FileBeside {
+ public:
+  explicit FileBeside(const std::string& path)
+      : path_(path), name_(path + ".new" + std::to_string(::getpid())) {
+    remove();  // what a process of the same number has left
+    const int file = ::open(name_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (file < 0) throw SqlError(-1051, {path});
+    ::close(file);
+  }
+  ~FileBeside() { remove(); }
+  FileBeside(const FileBeside&) = delete;
+  FileBeside& operator=(const FileBeside&) = delete;
+
+  const std::string& name() const { return name_; }
+
+  void takeFreePlace() {
+    if (::link(name_.c_str(), path_.c_str()) == 0) return;
+    if (errno == EEXIST) throw SqlError(-1005, {path_});
+    // There are file systems without links.
+    const int file = ::open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (file < 0) throw SqlError(errno == EEXIST ? -1005 : -1051, {path_});
+    ::close(file);
+    if (::rename(name_.c_str(), path_.c_str()) == 0) return;
+    ::unlink(path_.c_str());
+    throw SqlError(-1051, {path_});
+  }
+
+ private:
+  void remove() {
+    for (const char* part : {"", "-journal", "-wal", "-shm"}) ::unlink((name_ + part).c_str());
+  }
+
+  const std::string path_, name_;
+};
 
 void requireFile(const std::string& path) {
   struct stat status {};
@@ -245,16 +277,30 @@ void requireDatabase(sqlite3* database, const std::string& path) {
   }
 }
 
+// For the whole process, so before its first database: in one that has used SQLite already, things
+// stay as they are.
+void keepStatementJournalsInMemory() {
+  [[maybe_unused]] static const int done =
+      sqlite3_config(SQLITE_CONFIG_STMTJRNL_SPILL, kStatementJournalBytes);
+}
+
 }  // namespace
 
-DatabaseHandle openDatabase(const std::string& path, bool create) {
-  if (!isMemory(path)) {
-    if (create) {
-      createFile(path);
-    } else {
-      requireFile(path);
-    }
+void createDatabase(const std::string& path, const std::function<void(sqlite3*)>& fill) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) == 0) throw SqlError(-1005, {path});
+  FileBeside file(path);
+  {
+    const DatabaseHandle database = openDatabase(file.name());
+    fill(database.get());
+    execute(database.get(), "PRAGMA journal_mode=WAL");
   }
+  file.takeFreePlace();
+}
+
+DatabaseHandle openDatabase(const std::string& path) {
+  keepStatementJournalsInMemory();
+  if (!isMemory(path)) requireFile(path);
   // A path is a path: without the URI flag nothing in it is read as an option.
   sqlite3* database = nullptr;
   int rc =
@@ -266,7 +312,6 @@ DatabaseHandle openDatabase(const std::string& path, bool create) {
   requireDatabase(database, path);
   execute(database, "PRAGMA cache_size=" + std::to_string(-kCacheKilobytes));
   execute(database, "PRAGMA recursive_triggers=ON");
-  if (create && !isMemory(path)) execute(database, "PRAGMA journal_mode=WAL");
   return handle;
 }
 

@@ -72,9 +72,15 @@ struct CloseDatabase {
 };
 using DatabaseHandle = std::unique_ptr<sqlite3, CloseDatabase>;
 
+// ":memory:", a database of one connection.
+bool isMemory(const std::string& path);
+
+// Makes the database `path` with what `fill` puts into it. It is there whole or not at all,
+// whenever the process ends. -1005 when there is a file already, -1051 when none can be made.
+void createDatabase(const std::string& path, const std::function<void(sqlite3*)>& fill);
+
 // Opens `path` and sets the connection up: constraints checked, strings never mistaken for names,
-// no changes to the file but through SQL. With `create` the file must not exist yet (-1005);
-// without it must (-1013) and be a database (-1026).
-DatabaseHandle openDatabase(const std::string& path, bool create);
+// no changes to the file but through SQL. The file must exist (-1013) and be a database (-1026).
+DatabaseHandle openDatabase(const std::string& path);
 
 }  // namespace orv::sqlite

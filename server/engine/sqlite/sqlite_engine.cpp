@@ -17,7 +17,7 @@ namespace {
 constexpr std::string_view kChangeSavepoint = "SYSNTQ.CHANGE";
 constexpr std::string_view kDefaultSchema = "APP";
 
-// Removes the file of a database that could not be created.
+// Removes the file of a database that was created and cannot be opened.
 class CreatedFile {
  public:
   explicit CreatedFile(const std::string& path) : path_(path) {}
@@ -33,15 +33,27 @@ class CreatedFile {
   bool kept_ = false;
 };
 
+DatabaseHandle createOrOpen(const std::string& path, const EngineOptions& options) {
+  const auto fill = [&](sqlite3* database) {
+    execute(database, "BEGIN IMMEDIATE");
+    createCatalogTables(database, options.codePage, kDefaultSchema);
+    execute(database, "COMMIT");
+  };
+  if (options.create && !isMemory(path)) createDatabase(path, fill);
+  DatabaseHandle database = openDatabase(path);
+  if (options.create && isMemory(path)) fill(database.get());
+  return database;
+}
+
 }  // namespace
 
 SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options)
     : environment_(std::make_unique<Environment>(options.create ? options.codePage : 1208,
                                                  [this] { return catalog_->data(); })),
-      database_(openDatabase(path, options.create)),
+      database_(createOrOpen(path, options)),
       temporary_(database_.get()) {
   CreatedFile created(path);
-  if (!options.create || path == ":memory:") created.keep();
+  if (!options.create || isMemory(path)) created.keep();
   sqlite3* database = database_.get();
   registerCollation(database);
   registerConversions(database, *environment_);
@@ -53,11 +65,6 @@ SqliteEngine::SqliteEngine(const std::string& path, const EngineOptions& options
   registerScalarCalls(database, *environment_);
   registerTableCalls(database, *environment_);
   registerSystemTables(database, environment_->catalog);
-  if (options.create) {
-    execute(database, "BEGIN IMMEDIATE");
-    createCatalogTables(database, options.codePage, kDefaultSchema);
-    execute(database, "COMMIT");
-  }
   catalog_ = std::make_unique<SqliteCatalog>(database, temporary_);
   environment_->setCodePage(catalog_->codePage());
   created.keep();

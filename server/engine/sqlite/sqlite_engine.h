@@ -15,7 +15,7 @@ namespace orv::sqlite {
 
 class SqliteEngine : public Engine {
  public:
-  // Opens or creates the database at `path`; see openDatabase().
+  // Opens or creates the database at `path`; see openDatabase() and createDatabase().
   SqliteEngine(const std::string& path, const EngineOptions& options);
 
   Catalog& catalog() override { return *catalog_; }
