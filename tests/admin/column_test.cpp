@@ -179,6 +179,7 @@ TEST(ColumnTest, DisablingLeavesTheDatabaseAsItWas) {
       {"plain", {.dad = lettersDad()}},
       {"root id", {.dad = lettersDad(), .rootid = "no"}},
       {"view and table space", {.dad = lettersDad(), .tableSpace = "TS1", .view = "v"}},
+      {"table space with a blank", {.dad = lettersDad(), .tableSpace = "\"my space\""}},
       {"root id and view", {.dad = lettersDad(), .view = "app.v", .rootid = "\"NO\""}},
       {"DTD", {.dad = lettersDad(validatedByDtd())}},
       {"DTD without validation", {.dad = lettersDad("<dtdid>letter.dtd</dtdid>")}},
@@ -188,6 +189,7 @@ TEST(ColumnTest, DisablingLeavesTheDatabaseAsItWas) {
   };
   ColumnDatabase db;
   db.run("create tablespace TS1");
+  db.run("create tablespace \"my space\"");
   db.addDtd("letter.dtd", kDtd);
   // The generated root id would stay in the table.
   db.run("alter table letters add QRKROOT_ID char(13) for bit data");
