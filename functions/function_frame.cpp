@@ -58,7 +58,9 @@ void giveMessage(const char* text, char* field) {
   field[length] = 0;
 }
 
-FunctionCall::FunctionCall(const Tail& tail) : tail_(tail) {}
+FunctionCall::FunctionCall(const Tail& tail) : tail_(tail) {
+  message_[0] = 0;
+}
 
 FunctionUse& FunctionCall::use() {
   FunctionUse* use = storedUse(tail_.scratchpad);
@@ -83,7 +85,9 @@ void FunctionCall::endUse() noexcept {
 
 QrkStruct* FunctionCall::ctx() {
   FunctionUse* use = storedUse(tail_.scratchpad);
-  return use ? &use->ctx : &blank_;
+  if (use) return &use->ctx;
+  if (!blank_) blank_.emplace();
+  return &*blank_;
 }
 
 QrkStruct* FunctionCall::begin(const char* encoding) {

@@ -14,6 +14,7 @@
 // statement and found again through the scratchpad; it goes with the final call or a failure.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "orv/sqludf.h"
@@ -122,8 +123,8 @@ class FunctionCall {
   [[noreturn]] void refuse();
 
   Tail tail_;
-  QrkStruct blank_{};
-  char message_[kMessageSize] = "";
+  std::optional<QrkStruct> blank_;  // for reports before there is a context
+  char message_[kMessageSize];
 };
 
 template <class Body>

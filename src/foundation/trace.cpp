@@ -30,7 +30,8 @@ struct CloseFile {
 };
 using File = std::unique_ptr<FILE, CloseFile>;
 
-// No file permission is masked out while this lives.
+// No file permission is masked out while this lives: for files that are for everybody. The mask is
+// the whole process's, so that it is left alone where no file is made.
 class OpenFileMode {
  public:
   OpenFileMode() : saved_(::umask(0)) {}
@@ -80,6 +81,9 @@ void readTraceFileName(QrkStruct* ctx, FILE* control) {
 
 File initialise(const TraceCall& call) {
   const std::string path = call.controlFile();
+  // Nearly every call ends here, and to ask costs less than to open.
+  struct stat status;
+  if (::lstat(path.c_str(), &status) != 0 && errno == ENOENT) return nullptr;
   const File control = openControlFile(path, O_RDONLY, "r");
   if (!control) {
     if (errno == ENOENT) return nullptr;
@@ -89,6 +93,7 @@ File initialise(const TraceCall& call) {
     return nullptr;
   }
   readTraceFileName(call.ctx, control.get());
+  const OpenFileMode openMode;
   File trace(std::fopen(call.ctx->traceFileName, "a+"));
   if (!trace) fail(call.report, Msg::QRKC003E);
   return trace;
@@ -102,6 +107,7 @@ bool writeControlFile(const std::string& path, const std::string& traceFile) {
 }
 
 File turnOn(const TraceCall& call) {
+  const OpenFileMode openMode;
   const std::string path = call.traceFile();
   File trace;
   if (path.size() < sizeof call.ctx->traceFileName) {
@@ -163,7 +169,6 @@ FILE* qrkGetTrace(QrkStruct* ctx, int request, char* directory, char* instance, 
   *rc = 0;
   errno = 0;
   std::strcpy(out, kSuccessState);
-  const OpenFileMode openMode;
   if (request == kTraceInit) return initialise(call).release();
   if (request == kTraceOn) return turnOn(call).release();
   if (request == kTraceOff) turnOff(call);
