@@ -24,31 +24,32 @@ constexpr char kSetUpCalls[] =
 struct Setting {
   const char* label;
   int codePage = 1208;
+  bool byCall = false;
   const char* before = "";  // statements
   Text tableSpace = std::nullopt, tableSpace2 = std::nullopt;
   const char *dtdRefIn = "NULL", *xmlUsageIn = "NULL";
-  bool byCall = false;
 };
 
 const Setting kSettings[] = {
     {"UnicodeDatabase", 1208},
     {"SingleByteDatabase", 819},
-    {"TypeOfAnotherLength", 1208,
+    {"DoubleByteDatabase", 943},
+    {"TypeOfAnotherLength", 1208, false,
      "create distinct type orvxml.XMLVarchar as varchar(5000) with comparisons"},
-    {"BothTypesOfOtherLengths", 819,
+    {"BothTypesOfOtherLengths", 819, false,
      "create distinct type orvxml.XMLVarchar as varchar(32672) with comparisons;"
      "create distinct type orvxml.XMLCLOB as clob(1M)"},
-    {"OneTableSpace", 1208, "create tablespace TS1", "TS1", std::nullopt, "TS1", "TS1"},
-    {"TwoTableSpaces", 1208, "create tablespace TS1; create tablespace TS2", "TS1", "TS2", "TS1",
-     "TS2"},
-    {"SecondTableSpaceAlone", 1208, "create tablespace TS2", "", "TS2", "NULL", "TS2"},
-    {"FixedTableSpaceOfOneTable", 1208, "create tablespace QRKDTDRF", std::nullopt, std::nullopt,
-     "QRKDTDRF", "NULL"},
-    {"GivenTableSpaceBeforeTheFixedOne", 1208, "create tablespace QRKXMLUS; create tablespace TS1",
-     "TS1", "", "TS1", "TS1"},
-    {"Called", 1208, "", std::nullopt, std::nullopt, "NULL", "NULL", true},
-    {"CalledWithTableSpaces", 819, "create tablespace TS1", "TS1", std::nullopt, "TS1", "TS1",
-     true},
+    {"OneTableSpace", 1208, false, "create tablespace TS1", "TS1", std::nullopt, "TS1", "TS1"},
+    {"TwoTableSpaces", 1208, false, "create tablespace TS1; create tablespace TS2", "TS1", "TS2",
+     "TS1", "TS2"},
+    {"SecondTableSpaceAlone", 1208, false, "create tablespace TS2", "", "TS2", "NULL", "TS2"},
+    {"FixedTableSpaceOfOneTable", 1208, false, "create tablespace QRKDTDRF", std::nullopt,
+     std::nullopt, "QRKDTDRF", "NULL"},
+    {"GivenTableSpaceBeforeTheFixedOne", 1208, false,
+     "create tablespace QRKXMLUS; create tablespace TS1", "TS1", "", "TS1", "TS1"},
+    {"Called", 1208, true},
+    {"CalledWithTableSpaces", 819, true, "create tablespace TS1", "TS1", std::nullopt, "TS1",
+     "TS1"},
 };
 
 class EnabledDatabase : public AdminDatabase {
@@ -79,7 +80,7 @@ class EnabledDatabase : public AdminDatabase {
 };
 
 void expectWhatEnablingMakes(EnabledDatabase& db, const Setting& setting) {
-  const bool doubleByte = setting.codePage == 1208;
+  const bool doubleByte = setting.codePage != 819;
   EXPECT_EQ(db.count("syscat.functions where funcschema = 'ORVXML'"), doubleByte ? 100 : 84);
   EXPECT_EQ(db.count("syscat.procedures where procschema = 'ORVXML'"), 13);
   EXPECT_EQ(db.count("syscat.triggers where trigschema = 'ORVXML'"), 3);
