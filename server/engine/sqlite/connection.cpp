@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds kLockWait{5000};
 constexpr std::chrono::milliseconds kLockPause{10};
 // What undoes one statement; beyond this it goes to a temporary file, for the rest of the unit of
 // work and page by page.
-constexpr int kStatementJournalBytes = 8 * 1024 * 1024;
+constexpr int kStatementJournalBytes = 1024 * 1024;
 // Enough that what a unit of work writes seldom has to leave memory before its end.
 constexpr int kCacheKilobytes = 65536;
 constexpr char kFailureMark = '\x01';
