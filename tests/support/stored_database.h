@@ -8,7 +8,6 @@
 #include <sqlite3.h>
 
 #include <map>
-#include <regex>
 
 #include "tests/support/admin_calls.h"
 
@@ -88,7 +87,6 @@ class StoredDatabase {
         names[usage[0].substr(0, usage[0].find(' '))] = "of " + usage[1];
       }
     }
-    static const std::regex kFile("/qrk[A-Za-z0-9]{6}");
     for (std::string& line : lines) {
       for (const auto& [old, name] : names) {
         if (old == "NULL" || old.empty()) continue;
@@ -96,7 +94,11 @@ class StoredDatabase {
           line.replace(at, old.size(), name);
         }
       }
-      line = std::regex_replace(line, kFile, "/file");
+      constexpr std::string_view kFile = "/qrk";
+      constexpr size_t kDrawn = 6;
+      for (size_t at = 0; (at = line.find(kFile, at)) != line.npos; ++at) {
+        line.replace(at, kFile.size() + kDrawn, "/file");
+      }
     }
   }
 
