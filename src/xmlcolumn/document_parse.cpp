@@ -4,6 +4,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/parser_handlers.h"
+#include "src/foundation/thread_kept.h"
 
 namespace orvxml {
 namespace {
@@ -13,12 +14,17 @@ using xercesc::XMLUni;
 // A parser grows with the documents that it reads.
 constexpr uint64_t kMaxDocumentBytes = 1024 * 1024;
 
-// Making a parser costs as much as reading a small document, so that each thread keeps one that has
-// nothing left of the document that it read.
-thread_local std::unique_ptr<qrkSAX2XMLReaderImpl> idle;
+using ParserPtr = std::unique_ptr<qrkSAX2XMLReaderImpl>;
 
-std::unique_ptr<qrkSAX2XMLReaderImpl> idleParser(QrkStruct* ctx) {
-  if (idle) return std::move(idle);
+// Making a parser costs as much as reading a small document, so that each thread keeps one that has
+// nothing left of the document that it read. Null when there is no room to keep one.
+ParserPtr* idleParser() {
+  static const ThreadKept<ParserPtr> kKept;
+  return kKept.get();
+}
+
+ParserPtr takeParser(QrkStruct* ctx) {
+  if (ParserPtr* idle = idleParser(); idle && *idle) return std::move(*idle);
   auto parser = std::make_unique<qrkSAX2XMLReaderImpl>(ctx);
   parser->setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
   parser->setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
@@ -55,7 +61,7 @@ bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
 
 bool readDocument(const Report& report, DocumentSource& source, bool inDbEncoding,
                   xercesc::DefaultHandler& handler, xercesc::XMLDocumentHandler* declarations) {
-  std::unique_ptr<qrkSAX2XMLReaderImpl> parser = idleParser(report.ctx);
+  ParserPtr parser = takeParser(report.ctx);
   qrkNonValidateHandler outside(report.ctx);
   parser->setContentHandler(&handler);
   parser->setErrorHandler(&handler);
@@ -67,7 +73,8 @@ bool readDocument(const Report& report, DocumentSource& source, bool inDbEncodin
   parser->setDocumentSize(source.bytes);
   if (!parseDocument(report, *parser, *source.input)) return false;
   if (declarations) parser->removeAdvDocHandler(declarations);
-  if (source.bytes <= kMaxDocumentBytes && parser->isReusable()) idle = std::move(parser);
+  ParserPtr* const idle = idleParser();
+  if (idle && source.bytes <= kMaxDocumentBytes && parser->isReusable()) *idle = std::move(parser);
   return true;
 }
 

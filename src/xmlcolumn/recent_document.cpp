@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "src/foundation/thread_kept.h"
 #include "src/xmlcolumn/event_tape.h"
 
 namespace orvxml {
@@ -106,9 +107,10 @@ class RecentDocument {
 
 bool readDocumentOnce(const Report& report, const char* text, bool inDbEncoding,
                       qrkSgDocHandler& handler) {
-  thread_local RecentDocument recent;
+  static const ThreadKept<RecentDocument> kKept;
   const std::string_view document(text);
-  if (document.size() <= kMaxTextBytes) return recent.read(report, document, inDbEncoding, handler);
+  RecentDocument* const recent = document.size() <= kMaxTextBytes ? kKept.get() : nullptr;
+  if (recent) return recent->read(report, document, inDbEncoding, handler);
   DocumentSource source;
   return openDocument(report, text, true, source) &&
          readDocument(report, source, inDbEncoding, handler, nullptr);
