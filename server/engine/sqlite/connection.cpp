@@ -14,8 +14,9 @@ namespace {
 constexpr std::chrono::milliseconds kLockWait{5000};
 constexpr std::chrono::milliseconds kLockPause{10};
 // What undoes one statement; beyond this it goes to a temporary file, for the rest of the unit of
-// work and page by page.
-constexpr int kStatementJournalBytes = 1024 * 1024;
+// work and page by page. SQLite moves it there in one write, and its writes end at 0x1ffff bytes:
+// with more here it would take the disk for full.
+constexpr int kStatementJournalBytes = 0x1ffff;
 // Enough that what a unit of work writes seldom has to leave memory before its end.
 constexpr int kCacheKilobytes = 65536;
 constexpr char kFailureMark = '\x01';
