@@ -15,11 +15,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
-#include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
-#include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/util/XMLUni.hpp>
 
+#include "bench/bare_parser.h"
 #include "bench/support.h"
 #include "orv/sqlcli.h"
 #include "orvxml/administration.h"
@@ -27,6 +24,7 @@
 namespace {
 
 using bench::asClob;
+using bench::BareParser;
 using bench::processorMilliseconds;
 using bench::require;
 
@@ -175,34 +173,6 @@ class EnabledDatabase : public bench::Database {
 };
 
 // ---- The bare work
-
-class BareParser {
- public:
-  BareParser() {
-    using xercesc::XMLUni;
-    parser_.setContentHandler(&handler_);
-    parser_.setErrorHandler(&handler_);
-    parser_.setEntityResolver(&handler_);
-    parser_.setDTDHandler(&handler_);
-    parser_.setLexicalHandler(&handler_);
-    for (const XMLCh* feature :
-         {XMLUni::fgSAX2CoreNameSpaces, XMLUni::fgSAX2CoreNameSpacePrefixes,
-          XMLUni::fgSAX2CoreValidation, XMLUni::fgXercesSchema, XMLUni::fgXercesLoadExternalDTD}) {
-      parser_.setFeature(feature, false);
-    }
-  }
-
-  void parse(const std::string& text) {
-    xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
-                                      "document");
-    source.setCopyBufToStream(false);
-    parser_.parse(source);
-  }
-
- private:
-  xercesc::SAX2XMLReaderImpl parser_;
-  xercesc::DefaultHandler handler_;
-};
 
 class BareDatabase {
  public:

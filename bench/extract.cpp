@@ -11,11 +11,7 @@
 #include <cstring>
 #include <string>
 
-#include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
-#include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/util/XMLUni.hpp>
-
+#include "bench/bare_parser.h"
 #include "bench/support.h"
 #include "bench/tree_engines.h"
 #include "orvxml/extraction.h"
@@ -54,28 +50,6 @@ std::string orders(size_t bytes) {
     text += "</order>\n";
   }
   return text + "</orders>\n";
-}
-
-// ---- The bare work
-
-void parseBare(const std::string& text) {
-  using xercesc::XMLUni;
-  xercesc::SAX2XMLReaderImpl parser;
-  xercesc::DefaultHandler handler;
-  parser.setContentHandler(&handler);
-  parser.setErrorHandler(&handler);
-  parser.setEntityResolver(&handler);
-  parser.setDTDHandler(&handler);
-  parser.setLexicalHandler(&handler);
-  for (const XMLCh* feature :
-       {XMLUni::fgSAX2CoreNameSpaces, XMLUni::fgSAX2CoreNameSpacePrefixes,
-        XMLUni::fgSAX2CoreValidation, XMLUni::fgXercesSchema, XMLUni::fgXercesLoadExternalDTD}) {
-    parser.setFeature(feature, false);
-  }
-  xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(text.data()), text.size(),
-                                    "document");
-  source.setCopyBufToStream(false);
-  parser.parse(source);
 }
 
 // ---- The calls
@@ -162,7 +136,7 @@ Times measure(const std::string& document, const Call& call, Work work) {
   std::array<Times, kRepetitions> taken;
   for (Times& times : taken) {
     times.call = processorMilliseconds([&] { work(document, call); });
-    times.bare = processorMilliseconds([&] { parseBare(document); });
+    times.bare = processorMilliseconds([&] { bench::BareParser().parse(document); });
   }
   const auto middle = taken.begin() + kRepetitions / 2;
   std::nth_element(taken.begin(), middle, taken.end(),
