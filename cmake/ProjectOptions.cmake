@@ -16,10 +16,16 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
+# Without these the cache passes over everything that a precompiled header goes into.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
-  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+  set(cached ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros
+             CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${cached})
+  set(CMAKE_C_COMPILER_LAUNCHER ${cached})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fpch-preprocess>)
+  endif()
 endif()
 
 option(ORVXML_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
