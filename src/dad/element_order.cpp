@@ -1,0 +1,113 @@
+#include "src/dad/element_order.h"
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <numeric>
+#include <vector>
+
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax/Locator.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+#include "orvxml/notices.h"
+#include "orvxml/parser_handlers.h"
+
+namespace orvxml {
+namespace {
+
+using xercesc::DOMElement;
+using xercesc::DOMNode;
+using xercesc::XMLUni;
+
+const DOMElement* enclosingElement(const DOMNode* node) {
+  if (node && node->getNodeType() == DOMNode::ATTRIBUTE_NODE) {
+    node = static_cast<const xercesc::DOMAttr*>(node)->getOwnerElement();
+  }
+  while (node && node->getNodeType() != DOMNode::ELEMENT_NODE) node = node->getParentNode();
+  return static_cast<const DOMElement*>(node);
+}
+
+// The element whose start tag stands right before `element`'s; null for the root.
+const DOMElement* elementBefore(const DOMElement* element) {
+  const DOMElement* before = element->getPreviousElementSibling();
+  if (!before) {
+    const DOMNode* parent = element->getParentNode();
+    return parent && parent->getNodeType() == DOMNode::ELEMENT_NODE
+               ? static_cast<const DOMElement*>(parent)
+               : nullptr;
+  }
+  while (const DOMElement* last = before->getLastElementChild()) before = last;
+  return before;
+}
+
+// Ends the parse when all places are found.
+struct AllFound {};
+
+class PlaceFinder : public xercesc::DefaultHandler {
+ public:
+  PlaceFinder(ElementPlace* places, size_t count) : wanted_(count) {
+    for (size_t i = 0; i < count; ++i) {
+      places[i].line = places[i].column = 0;
+      wanted_[i] = &places[i];
+    }
+    std::sort(wanted_.begin(), wanted_.end(),
+              [](const auto* a, const auto* b) { return a->element < b->element; });
+    next_ = std::find_if(wanted_.begin(), wanted_.end(),
+                         [](const auto* place) { return place->element != 0; });
+  }
+
+  bool isDone() const { return next_ == wanted_.end(); }
+
+  void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
+  void startElement(const XMLCh*, const XMLCh*, const XMLCh*, const xercesc::Attributes&) override {
+    ++number_;
+    for (; !isDone() && (*next_)->element == number_; ++next_) {
+      (*next_)->line = locator_ ? locator_->getLineNumber() : 0;
+      (*next_)->column = locator_ ? locator_->getColumnNumber() : 0;
+    }
+    if (isDone()) throw AllFound{};
+  }
+  void fatalError(const xercesc::SAXParseException& problem) override { throw problem; }
+
+ private:
+  std::vector<ElementPlace*> wanted_;
+  std::vector<ElementPlace*>::iterator next_;
+  const xercesc::Locator* locator_ = nullptr;
+  size_t number_ = 0;
+};
+
+}  // namespace
+
+size_t elementNumber(const DOMNode* node) {
+  size_t number = 0;
+  for (const DOMElement* at = enclosingElement(node); at; at = elementBefore(at)) ++number;
+  return number;
+}
+
+int qrkElementPlaces(const char* document, size_t size, ElementPlace* places, size_t count) try {
+  PlaceFinder finder(places, count);
+  if (finder.isDone()) return 0;
+  qrkSAX2XMLReaderImpl parser(nullptr);
+  qrkNonValidateHandler outside(nullptr);
+  parser.setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
+  parser.setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
+  parser.setFeature(XMLUni::fgSAX2CoreValidation, false);
+  parser.setFeature(XMLUni::fgXercesSchema, false);
+  parser.setContentHandler(&finder);
+  parser.setErrorHandler(&finder);
+  parser.setEntityResolver(&outside);
+  parser.setDocumentSize(size);
+  xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(document), size, u"document");
+  source.setCopyBufToStream(false);
+  try {
+    parser.parse(source);
+  } catch (const AllFound&) {
+  }
+  return 0;
+} catch (...) {
+  return -1;
+}
+
+}  // namespace orvxml
