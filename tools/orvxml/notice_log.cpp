@@ -1,0 +1,84 @@
+#include "notice_log.h"
+
+#include <algorithm>
+
+#include "console.h"
+
+namespace orvxml::command {
+
+namespace {
+
+constexpr size_t kKept = 100;
+
+bool isSame(const Notice& a, const Notice& b) {
+  return a.mappingElement == b.mappingElement && a.documentElement == b.documentElement &&
+         std::string_view(a.rule) == b.rule && a.text == b.text;
+}
+
+// The text is in UTF-8 whatever it declares: blanks keep the places of what follows.
+std::string withoutDeclaration(std::string_view text) {
+  std::string plain(text);
+  const size_t end = plain.starts_with("<?xml") ? plain.find("?>") : std::string::npos;
+  if (end != std::string::npos) {
+    std::replace_if(
+        plain.begin(), plain.begin() + static_cast<ptrdiff_t>(end) + 2,
+        [](char c) { return c != '\n' && c != '\r'; }, ' ');
+  }
+  return plain;
+}
+
+}  // namespace
+
+std::optional<Position> positionOf(const NamedText& in, size_t element) {
+  if (element == 0 || in.text.empty()) return std::nullopt;
+  const std::string text = withoutDeclaration(in.text);
+  ElementPlace place{.element = element};
+  qrkElementPlaces(text.data(), text.size(), &place, 1);
+  if (place.line == 0) return std::nullopt;
+  return Position{std::to_string(place.line), std::to_string(place.column)};
+}
+
+std::string placeOf(const NamedText& in, size_t element) {
+  const std::optional<Position> position = positionOf(in, element);
+  return position ? located(in.label, *position) : in.label;
+}
+
+std::string placeOf(const Notice* failure, const NamedText& mapping, const NamedText& document,
+                    const std::string& otherwise) {
+  if (failure && failure->documentElement) return placeOf(document, failure->documentElement);
+  if (failure && failure->mappingElement) return placeOf(mapping, failure->mappingElement);
+  return otherwise;
+}
+
+void NoticeLog::notice(const Notice& notice) {
+  if (notice.kind == Notice::kPlace) {
+    failure_ = notice;
+    return;
+  }
+  const bool known = std::any_of(warnings_.begin(), warnings_.end(),
+                                 [&](const Notice& kept) { return isSame(kept, notice); });
+  if (known) return;
+  if (warnings_.size() == kKept) {
+    ++unkept_;
+    return;
+  }
+  warnings_.push_back(notice);
+}
+
+void NoticeLog::printWarnings(const NamedText& mapping, const NamedText& document) {
+  for (const Notice& notice : warnings_) {
+    std::string text = "warning: " + notice.text;
+    if (notice.documentElement && notice.mappingElement) {
+      text += " (" + placeOf(mapping, notice.mappingElement) + ')';
+    }
+    if (*notice.rule) text.append(" [").append(notice.rule).append("]");
+    printMessage(placeOf(&notice, mapping, document, mapping.label), text);
+  }
+  if (unkept_ > 0)
+    printMessage(
+        "", "warning: " + countText(static_cast<int64_t>(unkept_), "more warning") + " not shown");
+  warnings_.clear();
+  unkept_ = 0;
+}
+
+}  // namespace orvxml::command

@@ -1,0 +1,50 @@
+// What the library tells beside the outcome of a call: warnings, each printed once with its place
+// in front, and the place of a failure.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "mapping.h"
+#include "orvxml/notices.h"
+
+namespace orvxml::command {
+
+// A text in UTF-8 whose elements notices number, and how messages name it.
+struct NamedText {
+  std::string label;
+  std::string_view text;  // empty: no places can be told
+};
+
+// "label:line:column" of an element, or the label alone.
+std::string placeOf(const NamedText& in, size_t element);
+// The same in parts; nothing for an element that is not there.
+std::optional<Position> positionOf(const NamedText& in, size_t element);
+
+// Listens where `Listening` says so. `mapping` is always there, `document` where the call reads
+// one.
+class NoticeLog final : public NoticeListener {
+ public:
+  void notice(const Notice& notice) override;
+
+  // Prints the warnings as "place: warning: text [rule]" on standard error and forgets them.
+  void printWarnings(const NamedText& mapping, const NamedText& document = {});
+  size_t warnings() const { return warnings_.size() + unkept_; }
+  // The place of the failure that the last call gave, and what its message lacks; null for none.
+  const Notice* failure() const { return failure_ ? &*failure_ : nullptr; }
+  void forgetFailure() { failure_.reset(); }
+
+ private:
+  std::vector<Notice> warnings_;
+  size_t unkept_ = 0;  // beyond those that anybody would read
+  std::optional<Notice> failure_;
+};
+
+// Where a failure stands: in the document when the notice has a place there, else in the mapping,
+// else `otherwise`.
+std::string placeOf(const Notice* failure, const NamedText& mapping, const NamedText& document,
+                    const std::string& otherwise);
+
+}  // namespace orvxml::command
