@@ -12,8 +12,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 #include "orvxml/buffer.h"
+#include "orvxml/compose_documents.h"
 #include "orvxml/context.h"
 #include "orvxml/mapping_model.h"
 #include "orvxml/overrides.h"
@@ -25,7 +27,8 @@ inline constexpr uint32_t kDocumentInitialSize = 4096;   // bytes
 inline constexpr uint32_t kDocumentMemoryLimit = 32766;  // bytes; a longer document is a file
 inline constexpr int kColumnBufferSize = 3000;           // bytes, the least for a fetched column
 inline constexpr int kStatementLimit = 65536;            // bytes of a generated statement
-inline constexpr int kResultDocumentSize = 1048576;      // bytes of the CLOB output as declared
+inline constexpr char kStatementTooLong[] = "sql_stmt > MAX_STMT_LEN";
+inline constexpr int kResultDocumentSize = 1048576;  // bytes of the CLOB output as declared
 
 // ---- What validates the composed documents.
 enum ValidationKind : uint16_t { kValidateByDtd = 0, kValidateBySchema = 1 };
@@ -37,10 +40,12 @@ struct ValidationSource {
 
 class ResultWriter;  // src/compose/result_storage.h
 
-// ---- Where composed documents go. Without a result table they go into the CLOB output.
+// ---- Where composed documents go: to a receiver, into a result table, or into the CLOB output.
 struct Delivery {
-  const char* resultTable = nullptr;  // as the caller wrote it; null: CLOB mode
-  const char* resultSchema = nullptr;
+  DocumentReceiver* receiver = nullptr;
+  bool firstOnly = false;              // of a receiver: see ComposeRequest
+  const char* resultTable = nullptr;   // as the caller wrote it; null: there is none
+  const char* resultSchema = nullptr;  // in upper case
   const char* resultTabname = nullptr;
   const char* resultColumn = nullptr;
   const char* validColumn = nullptr;
@@ -54,17 +59,27 @@ struct Delivery {
   ResultWriter* writer = nullptr;  // keeps the INSERT prepared from one document to the next
 
   bool toTable() const { return resultTable != nullptr; }
+  // The catalog does not list the columns of declared temporary tables.
+  bool toSessionTable() const { return toTable() && std::string_view(resultSchema) == "SESSION"; }
+  // Whether a document is wanted when `documents` are there.
+  bool wantsDocument(int32_t documents) const {
+    return toTable() || (receiver && !firstOnly) || documents == 0;
+  }
   // Bytes that a document may have; the result table itself tells what it does not take.
   uint32_t sizeLimit() const {
-    return toTable() ? kNoSizeLimit : static_cast<uint32_t>(std::max(clobCapacity, 0));
+    const bool isBounded = !toTable() && !receiver;
+    return isBounded ? static_cast<uint32_t>(std::max(clobCapacity, 0)) : kNoSizeLimit;
   }
 };
 
-// Stores the complete document in `document` where `to` says, validated when it asks for that. The
-// buffer is released on every path. A document that exceeds the CLOB output gives QRKG017E, and the
-// output stays empty.
-int deliverDocument(QrkStruct* ctx, const Delivery& to, QrkOutbuf* document, int* errCode,
-                    char* msg);
+// Stores the complete document in `document`, which begins with `header`, where `to` says,
+// validated when it asks for that. The buffer is released on every path. A document that exceeds
+// the CLOB output gives QRKG017E, and the output stays empty.
+int deliverDocument(QrkStruct* ctx, const Delivery& to, QrkOutbuf* document,
+                    std::string_view header, int* errCode, char* msg);
+// Whether composition goes on without the document that failed with `errCode` and `msg`: 0 with
+// both cleared, or -1.
+int leaveOutDocument(const Delivery& to, int* errCode, char* msg);
 // One document as a new row of the result table. Releases `buf`.
 int qrkInsertResult(QrkStruct* ctx, QrkOutbuf* buf, const Delivery& to, int* errCode, char* msg);
 // The validation result (1 valid, 0 not) of a composed document.
@@ -81,6 +96,10 @@ int qrkComposeXML(QrkStruct* ctx, const char* dad, int32_t dadLoctype, const cha
                   const char* validColumn, int32_t overrideType, const char* override,
                   int32_t maxRows, int32_t* numDocs, char* clobOut, int32_t* clobLen,
                   int32_t* validOut, int32_t* errCode, char* msg, int32_t addValidColumn);
+
+// The same to a receiver, which takes the place of the result.
+int qrkComposeTo(QrkStruct* ctx, const char* dad, int32_t dadLoctype, const ComposeRequest& request,
+                 DocumentReceiver& receiver, int32_t* numDocs, int32_t* errCode, char* msg);
 
 // ---- Overrides of RDB_node mapping. The result is the error code. qrkFreeOverride is always
 // called, also after a failure; it accepts null.

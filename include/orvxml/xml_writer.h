@@ -50,7 +50,8 @@ int qrkEntityReplaceUCSRealloc(QrkStruct* ctx, char16_t** buf, const char16_t* s
 // Characters written with the terminator, or -1 (QRKG002E) when they do not fit.
 int qrkEntityReplaceUCS(QrkStruct* ctx, char16_t* dst, const char16_t* src, int capacity,
                         int* errCode, char* msg);
-// Escape text of the database code page, from memory or from a character large object, into `out`.
+// Escape text of the database code page, from memory or from a character large object, into `out`:
+// 0, or -1, with QRKQ055E for what XML cannot carry.
 int qrkEntityReplaceChunk(QrkStruct* ctx, const char* chunk, QrkOutbuf* out, int* errCode,
                           char* msg);
 int qrkEntityReplaceUsingLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* out, int* errCode,

@@ -1,15 +1,24 @@
-// The first lines of a composed document: exactly what the DAD says, nothing added.
+// The first lines of a composed document: what the DAD says, nothing added.
+#include <algorithm>
 #include <cstring>
 
 #include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
+#include "src/compose/modules.h"
 #include "src/dad/dad_walk.h"
 
 namespace orvxml {
 
 namespace {
 
-constexpr const char* kModule = "qrkcomp";
+constexpr std::u16string_view kSpace = u" \t\r\n";
+
+// White space around a part is how the mapping is laid out: nothing parses where it stands behind
+// "<", nor, but in a doctype, in front of ">".
+std::u16string_view trimmed(std::u16string_view text, bool isDoctype) {
+  text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
+  return isDoctype ? text : text.substr(0, text.find_last_not_of(kSpace) + 1);
+}
 
 // Writes the parts of the header one below the other.
 class HeaderWriter {
@@ -26,7 +35,9 @@ class HeaderWriter {
       return failed(report_, Msg::QRKQ000E, dadtree::inDatabase(report_.ctx, name));
     }
     std::u16string line(used_ ? u"\n" : u"");
-    line.append(K_UC_L_ABRACE).append(dadtree::childText(part.node())).append(K_UC_R_ABRACE);
+    const std::u16string text = dadtree::childText(part.node());
+    line.append(K_UC_L_ABRACE).append(trimmed(text, std::u16string_view(name) == u"doctype"));
+    line.append(K_UC_R_ABRACE);
     return append(line);
   }
 
@@ -34,11 +45,12 @@ class HeaderWriter {
   int append(const std::u16string& line) {
     std::string bytes;
     if (!toDatabase(report_.ctx, line, bytes)) {
-      failInternal(report_, kModule, __LINE__);
+      failInternal(report_, kComposeModule, __LINE__);
       return -1;
     }
     if (used_ + bytes.size() >= kHeaderSize) {
-      return failed(report_, Msg::QRKG017E, "QRK_HEADER_SIZE", buildStamp(), kModule, __LINE__);
+      return failed(report_, Msg::QRKG017E, "QRK_HEADER_SIZE", buildStamp(), kComposeModule,
+                    __LINE__);
     }
     std::memcpy(header_ + used_, bytes.c_str(), bytes.size() + 1);
     used_ += bytes.size();

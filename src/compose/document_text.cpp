@@ -1,7 +1,6 @@
 #include "src/compose/document_text.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -13,51 +12,14 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/locators.h"
 #include "orvxml/xml_writer.h"
+#include "src/compose/compose_notices.h"
+#include "src/compose/modules.h"
 #include "src/compose/piecewise_decoder.h"
+#include "src/compose/plain_text.h"
 
 namespace orvxml {
 
 namespace {
-
-constexpr char kModule[] = "qrkcomp";
-constexpr int32_t kUtf8CodePage = 1208;
-
-// What a byte of ASCII text is in a document.
-enum class ByteClass : uint8_t { Plain, Entity, Control, NotAscii };
-
-constexpr ByteClass classOf(int byte) {
-  if (byte >= 0x80) return ByteClass::NotAscii;
-  if (byte == '"' || byte == '&' || byte == '\'' || byte == '<' || byte == '>') {
-    return ByteClass::Entity;
-  }
-  const bool control = byte < ' ' && byte != '\t' && byte != '\n' && byte != '\r';
-  return control ? ByteClass::Control : ByteClass::Plain;
-}
-
-constexpr auto kByteClasses = [] {
-  std::array<ByteClass, 256> classes{};
-  for (int byte = 0; byte < 256; ++byte) classes[static_cast<size_t>(byte)] = classOf(byte);
-  return classes;
-}();
-
-ByteClass classOf(char byte) {
-  return kByteClasses[static_cast<unsigned char>(byte)];
-}
-
-std::string_view entityOf(char byte) {
-  switch (byte) {
-    case '"':
-      return "&quot;";
-    case '&':
-      return "&amp;";
-    case '\'':
-      return "&apos;";
-    case '<':
-      return "&lt;";
-    default:
-      return "&gt;";
-  }
-}
 
 // Whether every printable ASCII character has its ASCII byte in the code page, alone and in a row:
 // not so where such bytes introduce others.
@@ -68,58 +30,9 @@ bool keepsAscii(QrkStruct* ctx) {
   return toUtf16(ctx, ascii, units) && std::u16string(ascii.begin(), ascii.end()) == units;
 }
 
-bool isUtf8Database(const QrkStruct* ctx) {
-  return !ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage;
-}
-
-// Sixteen bytes at once.
-typedef signed char ByteBlock __attribute__((vector_size(16)));
-
-template <class Part>
-Part load(const char* bytes) {
-  Part part;
-  std::memcpy(&part, bytes, sizeof part);
-  return part;
-}
-
-// Two parts of eight bytes as a block.
-ByteBlock joined(uint64_t first, uint64_t second) {
-  const uint64_t parts[] = {first, second};
-  return load<ByteBlock>(reinterpret_cast<const char*>(parts));
-}
-
-// Whether every byte is an ASCII character that is written as it stands in every version of XML.
-bool isPlainBlock(ByteBlock block) {
-  // Bytes beyond ASCII are negative here.
-  const auto special = (block < ' ') | (block == '"') | (block == '&') | (block == '\'') |
-                       (block == '<') | (block == '>') | (block == 0x7F);
-  uint64_t halves[2];
-  std::memcpy(halves, &special, sizeof halves);
-  return (halves[0] | halves[1]) == 0;
-}
-
-// The same for a whole value; false also means that one has to look closer. Parts that overlap
-// cover the end.
-bool isPlain(std::string_view value) {
-  const char* const begin = value.data();
-  const char* const end = begin + value.size();
-  if (value.size() >= sizeof(ByteBlock)) {
-    for (const char* at = begin; end - at >= ptrdiff_t{sizeof(ByteBlock)};
-         at += sizeof(ByteBlock)) {
-      if (!isPlainBlock(load<ByteBlock>(at))) return false;
-    }
-    return isPlainBlock(load<ByteBlock>(end - sizeof(ByteBlock)));
-  }
-  if (value.size() >= sizeof(uint64_t)) {
-    return isPlainBlock(joined(load<uint64_t>(begin), load<uint64_t>(end - sizeof(uint64_t))));
-  }
-  if (value.size() >= sizeof(uint32_t)) {
-    const uint64_t both =
-        uint64_t{load<uint32_t>(begin)} << 32 | load<uint32_t>(end - sizeof(uint32_t));
-    return isPlainBlock(joined(both, both));
-  }
-  return std::all_of(begin, end,
-                     [](char byte) { return classOf(byte) == ByteClass::Plain && byte != 0x7F; });
+// How messages name the source of a value.
+std::string sourceOf(std::string_view column) {
+  return column.empty() ? "a value" : "column " + std::string(column);
 }
 
 // The next character of `text`, which moves `at` behind it; negative for a malformed one.
@@ -166,7 +79,7 @@ int DocumentText::flush() {
     return failed(report_, Msg::QRKQ002E);
   }
   if (qrkBufGetSize(report_.ctx, out_) > sizeLimit_) {
-    return failed(report_, Msg::QRKG017E, "resultDoc", buildStamp(), kModule, __LINE__);
+    return failed(report_, Msg::QRKG017E, "resultDoc", buildStamp(), kComposeModule, __LINE__);
   }
   at_ = piece_.get();
   if (out_->loctype != QRK_LOC_FILE || end_ == at_ + kFilePiece) return 0;
@@ -195,13 +108,12 @@ int DocumentText::refuse(std::string_view column, char32_t ch) {
   char name[16];
   std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(ch));
   return failed(report_, Msg::QRKQ055E,
-                "column " + std::string(column) + " holds " + name + ", which XML cannot carry");
+                sourceOf(column) + " holds " + name + ", which XML cannot carry");
 }
 
 int DocumentText::refuseText(std::string_view column, const char* reason) {
   return failed(report_, Msg::QRKQ055E,
-                "column " + std::string(column) + " holds no text of the database code page (" +
-                    reason + ")");
+                sourceOf(column) + " holds no text of the database code page (" + reason + ")");
 }
 
 // How many bytes from the start are written as they stand.
@@ -300,6 +212,8 @@ int checkedDocHeader(QrkStruct* ctx, const DOM_Element& dad, const DOM_Element& 
   char sqlState[kSqlStateSize] = "00000";
   if (qrkDOM(ctx, sample.data(), 1, QRK_LOC_MEMORY, parsed, sqlState, msg) == 0) return 0;
   *errCode = codeOf(Msg::QRKQ047E);
+  tellPlace(dad.firstDescendant(u"prolog").node(),
+            "the header that prolog, doctype and stylesheet make");
   return -1;
 }
 

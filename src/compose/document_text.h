@@ -37,8 +37,8 @@ class DocumentText {
   }
 
   // Appends a value of the database code page with the five characters of markup replaced by their
-  // entities. `column` names its source in the message for text that XML cannot carry or that is no
-  // text of the code page: QRKQ055E. 0 or -1.
+  // entities. `column` names its source, if it has one, in the message for text that XML cannot
+  // carry or that is no text of the code page: QRKQ055E. 0 or -1.
   int appendValue(std::string_view value, std::string_view column);
   // The same for a character large object, read in pieces through its locator.
   int appendLargeObject(int32_t locator, std::string_view column);

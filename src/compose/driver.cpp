@@ -11,6 +11,8 @@
 #include "orvxml/packages.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "src/compose/compose_notices.h"
+#include "src/compose/modules.h"
 #include "src/compose/result_storage.h"
 #include "src/compose/sql_mapping.h"
 #include "src/compose/statement_text.h"
@@ -19,10 +21,8 @@
 namespace orvxml {
 namespace {
 
-constexpr char kModule[] = "qrkcomp";
 constexpr char kValidColumn[] = "QRK_VALID";
-constexpr char kSessionSchema[] = "SESSION";  // of declared temporary tables
-constexpr int kColumnExists = -612;           // SQLCODE
+constexpr int kColumnExists = -612;  // SQLCODE
 constexpr int kTracedBytes = 299;
 constexpr DadSettingLimits kSettingLimits{.schemaLocation = 2001, .validation = 59};
 
@@ -45,6 +45,8 @@ struct Request {
   char* clobOut;
   int32_t clobCapacity;
   bool addValidColumn;
+  DocumentReceiver* receiver = nullptr;  // in place of all results
+  bool firstOnly = false;
 };
 
 // The level map of a call, released with its owner.
@@ -150,6 +152,8 @@ void Composition::setDelivery(SQLHDBC hdbc) {
   delivery_.hdbc = hdbc;
   delivery_.validate = settings_.validate;
   delivery_.validSource = &source_;
+  delivery_.receiver = request_.receiver;
+  delivery_.firstOnly = request_.firstOnly;
   if (request_.resultTable) {
     delivery_.resultTable = request_.resultTable;
     delivery_.resultSchema = request_.resultSchema;
@@ -173,7 +177,7 @@ int Composition::checkResultTable() {
     return failed(Msg::QRKA016E, request_.resultTabname);
   }
   std::memcpy(request_.resultSchema, schema.c_str(), std::strlen(schema.c_str()) + 1);
-  if (std::strcmp(request_.resultSchema, kSessionSchema) == 0) return chooseResultColumn();
+  if (delivery_.toSessionTable()) return chooseResultColumn();
   int exists = 0;
   if (int code = qrkTableExists(ctx_, request_.resultSchema, request_.resultTabname, &exists,
                                 report_.msg)) {
@@ -192,7 +196,7 @@ int Composition::checkResultTable() {
 int Composition::chooseResultColumn() {
   if (request_.resultColumn) return 0;
   delivery_.resultColumn = resultColumn_;
-  if (std::strcmp(request_.resultSchema, kSessionSchema) != 0) {
+  if (!delivery_.toSessionTable()) {
     const int code = qrkGetColumnName(ctx_, request_.resultSchema, request_.resultTabname,
                                       resultColumn_, report_.errCode, report_.msg);
     if (code != codeOf(Msg::QRKA016E)) return code;
@@ -232,8 +236,8 @@ int Composition::composeStatement(const DOM_Element& sqlStmt) {
     return rc;
   }
   if (int rc = checkObjectLevel(map.get())) return rc;
-  SqlComposition objects(ctx_, delivery_.hdbc, dad_.getDocumentElement(),
-                         statement.baseQuery.c_str(), map.get(), report_.errCode, report_.msg);
+  const SqlCall call{report_, delivery_.hdbc, map.get(), sqlStmt.node()};
+  SqlComposition objects(call, dad_.getDocumentElement(), statement.baseQuery.c_str());
   int rc = objects.open();
   if (rc == 0) rc = composeObjects(objects);
   return objects.close() == 0 ? rc : failedWith(codeOf(Msg::QRKG006E));
@@ -242,12 +246,12 @@ int Composition::composeStatement(const DOM_Element& sqlStmt) {
 int Composition::checkObjectLevel(const level_map* map) {
   const char* columns = nullptr;
   if (int code = qrkLmGetColumns(ctx_, map, 0, &columns)) {
-    failInternal(report_, kModule, __LINE__);
+    failInternal(report_, kComposeModule, __LINE__);
     return code;
   }
   if (columns && !isEndOfColumns(columns)) return 0;
   QRK_TRACE(ctx_, "Levelmap does not contain any column at Level 0.");
-  failInternal(report_, kModule, __LINE__);
+  failInternal(report_, kComposeModule, __LINE__);
   return -1;
 }
 
@@ -258,7 +262,11 @@ int Composition::composeObjects(SqlComposition& objects) {
     const int rc = objects.nextObject();
     if (rc == SQL_NO_DATA) return 0;
     if (rc != 0) return rc;
-    if (int failure = composeObject(objects)) return failure;
+    if (int failure = composeObject(objects)) {
+      if (leaveOutDocument(delivery_, report_.errCode, report_.msg)) return failure;
+      if (objects.abandonDocument()) return -1;
+      continue;
+    }
     if (maximum != 0 && documents_ >= maximum) break;
   }
   report(report_, Msg::QRKQ003W);
@@ -266,20 +274,21 @@ int Composition::composeObjects(SqlComposition& objects) {
   return 0;
 }
 
-// Of the documents for a CLOB the first one is returned, the others are only counted.
+// Where only the first document is wanted the others are composed and counted.
 int Composition::composeObject(SqlComposition& objects) {
   OutBuffer document(ctx_);
   if (qrkBufAcquire(ctx_, document.get(), kDocumentInitialSize, kDocumentMemoryLimit,
                     QRK_LOC_MEMORY, report_.errCode, report_.msg, 0)) {
     return -1;
   }
-  const bool isReturned = delivery_.toTable() || documents_ == 0;
+  const bool isReturned = delivery_.wantsDocument(documents_);
   const int rc =
       objects.writeDocument(document.get(), isReturned ? delivery_.sizeLimit() : kNoSizeLimit);
   if (rc == kKeyIsNull) return 0;
   if (rc != 0) return rc;
-  if (isReturned &&
-      deliverDocument(ctx_, delivery_, document.get(), report_.errCode, report_.msg)) {
+  if (isReturned && deliverDocument(ctx_, delivery_, document.get(), objects.header(),
+                                    report_.errCode, report_.msg)) {
+    tellPlace(nullptr, "in the object " + objects.objectName());
     return -1;
   }
   ++documents_;
@@ -290,12 +299,12 @@ int Composition::composeObject(SqlComposition& objects) {
 // Nothing that failed looks like a success, or leaves the caller without a word.
 void settleFailure(const Report& report) {
   const int code = *report.errCode;
-  if (*report.msg == '\0') failInternal(report, kModule, __LINE__);
+  if (*report.msg == '\0') failInternal(report, kComposeModule, __LINE__);
   *report.errCode = code < 0 ? code : codeOf(Msg::QRKG006E);
 }
 
 int compose(QrkStruct* ctx, Composition& composition, const Report& report) {
-  CliConnection connection(ctx, kModule, report.msg);
+  CliConnection connection(ctx, kComposeModule, report.msg);
   int rc = connection.open();
   if (rc != 0) {
     *report.errCode = rc;
@@ -314,6 +323,26 @@ int compose(QrkStruct* ctx, Composition& composition, const Report& report) {
 }
 
 }  // namespace
+
+int qrkComposeTo(QrkStruct* ctx, const char* dad, int32_t dadLoctype, const ComposeRequest& wanted,
+                 DocumentReceiver& receiver, int32_t* numDocs, int32_t* errCode, char* msg) {
+  QRK_TRACE(ctx, "Entered, dad='%.*s' overrideType=%d", kTracedBytes, dad, wanted.overrideType);
+  Request request{};
+  request.dad = dad;
+  request.dadLoctype = dadLoctype;
+  request.overrideType = wanted.overrideType;
+  request.override = wanted.override;
+  request.maxRows = wanted.maxRows;
+  request.receiver = &receiver;
+  request.firstOnly = wanted.firstOnly;
+  *errCode = 0;
+  *msg = '\0';
+  Composition composition(ctx, request, errCode, msg);
+  const int rc = compose(ctx, composition, Report{ctx, msg, errCode});
+  if (rc == 0) *numDocs = composition.documents();
+  QRK_TRACE(ctx, "Exits, rc=%d", rc);
+  return rc;
+}
 
 int qrkComposeXML(QrkStruct* ctx, const char* dad, int32_t dadLoctype, const char* resultTable,
                   char* resultSchema, char* resultTabname, const char* resultColumn,

@@ -1,15 +1,12 @@
-// Escaping of character data: the five characters of XML's predefined entities, nothing else.
-#include <algorithm>
+// Escaping of character data: the five characters of XML's predefined entities, nothing else. The
+// functions of the interface are for programs that write XML beside the library: documents are
+// written through DocumentText.
 #include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <vector>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/locators.h"
-#include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
-#include "src/compose/piecewise_decoder.h"
+#include "src/compose/document_text.h"
 
 namespace orvxml {
 
@@ -27,42 +24,12 @@ std::u16string escaped(const char16_t* text) {
   return out;
 }
 
-// Escapes text that arrives in pieces.
-class PiecewiseEscaper {
- public:
-  PiecewiseEscaper(const Report& report, QrkOutbuf* out)
-      : report_(report), out_(out), decoder_(report.ctx) {}
-
-  // `isLast` tells that no more pieces come. 0 or -1.
-  int add(std::string_view piece, bool isLast) {
-    const int rc =
-        decoder_.decode(piece, isLast, [this](std::u16string_view text) { return append(text); });
-    return rc == PiecewiseDecoder::kNotText ? conversionError(decoder_.errorName()) : rc;
-  }
-
- private:
-  int conversionError(const char* reason) {
-    QRK_TRACE(report_.ctx, "Conversion error. %s", reason);
-    return failed(report_, Msg::QRKQ055E, reason);
-  }
-
-  int append(std::u16string_view text) {
-    std::u16string written;
-    appendEscaped(written, text);
-    std::string bytes;
-    // A terminator inside the text would end it.
-    if (text.find(u'\0') != text.npos || !toDatabase(report_.ctx, written, bytes)) {
-      return conversionError(u_errorName(U_INVALID_CHAR_FOUND));
-    }
-    if (qrkBufAppend(report_.ctx, out_, bytes.c_str()) == 0) return 0;
-    failInternal(report_, kModule, __LINE__);
-    return -1;
-  }
-
-  const Report& report_;
-  QrkOutbuf* const out_;
-  PiecewiseDecoder decoder_;
-};
+// Into `out` as a document's values are written. 0 or -1.
+template <class Write>
+int writeEscaped(const Report& report, QrkOutbuf* out, Write&& write) {
+  DocumentText text(report.ctx, report.errCode, report.msg);
+  return text.begin(out, "") || write(text) || text.flush() ? -1 : 0;
+}
 
 }  // namespace
 
@@ -140,27 +107,14 @@ int qrkEntityReplaceUCS(QrkStruct* ctx, char16_t* dst, const char16_t* src, int 
 
 int qrkEntityReplaceChunk(QrkStruct* ctx, const char* chunk, QrkOutbuf* out, int* errCode,
                           char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  return PiecewiseEscaper(report, out).add(chunk, true);
+  return writeEscaped({ctx, msg, errCode}, out,
+                      [&](DocumentText& text) { return text.appendValue(chunk, ""); });
 }
 
 int qrkEntityReplaceUsingLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* out, int* errCode,
                                  char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  int32_t length = 0;
-  if (int rc = qrkGetLocatorLength(ctx, locator, &length, errCode, msg)) return rc;
-  std::vector<char> chunk(static_cast<size_t>(std::clamp(length, 0, kLocatorChunk)) + 1);
-  PiecewiseEscaper escaper(report, out);
-  for (int32_t done = 0; done < length;) {
-    const int32_t size = std::min(length - done, kLocatorChunk);
-    if (int rc =
-            qrkGetChunkFromLocator(ctx, locator, done + 1, length, chunk.data(), errCode, msg)) {
-      return rc;
-    }
-    done += size;
-    if (int rc = escaper.add({chunk.data(), static_cast<size_t>(size)}, done == length)) return rc;
-  }
-  return 0;
+  return writeEscaped({ctx, msg, errCode}, out,
+                      [&](DocumentText& text) { return text.appendLargeObject(locator, ""); });
 }
 
 }  // namespace orvxml

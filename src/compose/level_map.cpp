@@ -92,7 +92,7 @@ int LevelMapBuilder::describeStatement(const char* sqlStmt) {
   if (int rc = statement_.allocate(hdbc_)) return rc;
   if (statement_.prepare(sqlStmt) < 0) {
     QRK_TRACE(report_.ctx, "SQLPrepare(%s) failed: %s", sqlStmt, statement_.diagnostic().c_str());
-    return statement_.failWithDiagnostic(Msg::QRKQ001E, __LINE__);
+    return statement_.failWith(Msg::QRKQ001E);
   }
   SQLSMALLINT count = 0;
   if (const SQLRETURN rc = SQLNumResultCols(statement_.handle(), &count); rc < 0) {

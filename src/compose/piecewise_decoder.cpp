@@ -4,6 +4,11 @@ namespace orvxml {
 
 namespace {
 constexpr int kDecodedUnits = 16384;
+constexpr int32_t kUtf8CodePage = 1208;
+}  // namespace
+
+bool isUtf8Database(const QrkStruct* ctx) {
+  return !ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage;
 }
 
 PiecewiseDecoder::PiecewiseDecoder(const QrkStruct* ctx) {

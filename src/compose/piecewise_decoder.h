@@ -12,6 +12,9 @@
 
 namespace orvxml {
 
+// Whether the text of the database code page is UTF-8.
+bool isUtf8Database(const QrkStruct* ctx);
+
 class PiecewiseDecoder {
  public:
   explicit PiecewiseDecoder(const QrkStruct* ctx);

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "orvxml/compose_documents.h"
 #include "orvxml/composition.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
@@ -269,7 +270,42 @@ int composeFromList(const Form& form, std::span<const ListParameter> list, const
   return code;
 }
 
+constexpr ProcedureInfo kToReceiver{kModule, Msg::QRKQ020I, 0, 2, true};
+
+int composeToReceiver(Call& call, const ComposeRequest& request, DocumentReceiver& receiver,
+                      int32_t& documents) {
+  QrkStruct* const ctx = &call.ctx;
+  const bool overrideMissing = request.overrideType != 0 && !request.override;
+  if (overrideMissing || (!request.dad && !request.collection) || request.maxRows < 0) {
+    return fail(call, Msg::QRKG004E);
+  }
+  OutBuffer dad(ctx);
+  int code = 0;
+  if (!request.dad) {
+    if (qrkFetchDAD(ctx, request.collection, dad.get(), call.msg, &code)) return failureCode(code);
+  } else if (request.dadSize > INT32_MAX) {
+    return fail(call, Msg::QRKG017E, "dad", buildStamp(), kModule, __LINE__);
+  } else if (int rc = fillBuffer(call, dad, request.dad, static_cast<int>(request.dadSize))) {
+    return rc;
+  }
+  const char* const text = qrkBufGetContent(ctx, dad.get());
+  if (!text) return failInternal(call.report(), kModule, __LINE__);
+  const int rc =
+      qrkComposeTo(ctx, text, dad->loctype, request, receiver, &documents, &code, call.msg);
+  return rc != 0 ? failureCode(code) : code;
+}
+
 }  // namespace
+
+int qrkComposeDocuments(const ComposeRequest& request, DocumentReceiver& receiver,
+                        ComposeResult& result) {
+  static_assert(sizeof result.message == kMessageSize);
+  result = {};
+  return listProcedure(
+      kToReceiver, {&result.code, result.message, nullptr, nullptr},
+      [&](Call& call) { return composeToReceiver(call, request, receiver, result.documents); });
+}
+
 }  // namespace orvxml
 
 extern "C" {

@@ -1,6 +1,5 @@
 // RDB_node mapping: the model and the root query of one call, and a document for each of its rows.
 #include <algorithm>
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -10,17 +9,17 @@
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
+#include "src/compose/compose_notices.h"
 #include "src/compose/document_text.h"
 #include "src/compose/rdb_document.h"
 #include "src/compose/rdb_plan.h"
 #include "src/compose/rdb_query.h"
+#include "src/dad/dad_walk.h"
+#include "src/dad/mapping_traps.h"
 
 namespace orvxml {
 
 namespace {
-
-constexpr char kSessionSchema[] = "SESSION";  // of declared temporary tables
-constexpr int kTypeNameSize = 129;
 
 // The mapping model and the overrides of a call, released with their owner.
 struct Mapping {
@@ -105,15 +104,11 @@ int RdbComposition::findRootTable(TableQuery*& table) {
   return 0;
 }
 
-// The result table and its column have to exist; the catalog does not list those of the session.
+// The result table and its column have to exist.
 int RdbComposition::checkResultColumn() {
-  char schema[4 * kSchemaSize] = "";
-  if (qrk_toupper(report_.ctx, to_.resultSchema, schema, sizeof schema) == 0 &&
-      std::strcmp(schema, kSessionSchema) == 0) {
-    return 0;
-  }
-  char typeSchema[kTypeNameSize] = "";
-  char typeName[kTypeNameSize] = "";
+  if (to_.toSessionTable()) return 0;
+  char typeSchema[kColumnSize] = "";
+  char typeName[kColumnSize] = "";
   long length = 0;
   if (qrkGetCatalogColumnType(report_.ctx, to_.resultSchema, to_.resultTabname, to_.resultColumn,
                               typeSchema, sizeof typeSchema, typeName, sizeof typeName, &length,
@@ -123,16 +118,26 @@ int RdbComposition::checkResultColumn() {
   return report_.failedAlso(Msg::QRKQ009E, to_.resultTable);
 }
 
-// Of the documents for a CLOB only the first one is made, the rows of the others are counted.
+// Where only the first document is wanted, the rows of the others are counted.
 int RdbComposition::composeRows(TableQuery& table, int32_t maxRows) {
-  for (;;) {
+  for (int64_t rows = 0;;) {
     if (maxRows != 0 && documents_ >= maxRows) {
       report(report_.report(), Msg::QRKQ003W);
       return 0;
     }
-    if (table.fetch()) return -1;
+    if (table.fetch()) {
+      tellPlace(nullptr, "in row " + std::to_string(rows + 1) + " of " +
+                             shownText(report_.ctx, table.table().name));
+      return -1;
+    }
     if (!table.hasRow()) return 0;
-    if ((to_.toTable() || documents_ == 0) && qrkGenOneDoc(&table)) return -1;
+    ++rows;
+    if (to_.wantsDocument(documents_) && qrkGenOneDoc(&table)) {
+      if (leaveOutDocument(to_, report_.errCode, report_.msg) || queries_.closeAllBut(table)) {
+        return -1;
+      }
+      continue;
+    }
     ++documents_;
   }
 }
@@ -147,11 +152,41 @@ int RdbComposition::qrkGenOneDoc(TableQuery* table) {
       text_.flush()) {
     return -1;
   }
-  return deliverDocument(report_.ctx, to_, document.get(), report_.errCode, report_.msg) ? -1 : 0;
+  if (deliverDocument(report_.ctx, to_, document.get(), header_, report_.errCode, report_.msg) ==
+      0) {
+    return 0;
+  }
+  tellPlace(nullptr, queries_.rowsAtHand(report_.ctx));
+  return -1;
+}
+
+// The element that lists the table in the top RDB_node.
+const xercesc::DOMElement* tableElement(const DOM_Element& dad, const rel& model,
+                                        const tab& table) {
+  const xercesc::DOMNode* child = dad.firstDescendant(u"RDB_node").node()->getFirstChild();
+  for (int i = 0; child; child = child->getNextSibling()) {
+    if (!dadtree::hasTag(child, u"table")) continue;
+    if (model.tab[i++] == &table) return static_cast<const xercesc::DOMElement*>(child);
+  }
+  return nullptr;
 }
 
 DOM_Element rootElementNode(const DOM_Element& dad) {
   return dad.firstDescendant(u"root_node").firstDescendant(u"element_node");
+}
+
+// A table without a join would be read whole for each row of the tables around it.
+int refuseUnjoined(const RdbReport& report, const rel& model, const DOM_Element& dad,
+                   const DOM_Element& root) {
+  const tab* const loose = unjoinedTable(report.ctx, model, root);
+  if (!loose) return 0;
+  const std::string name = shownText(report.ctx, loose->name);
+  tellPlace(
+      tableElement(dad, model, *loose),
+      "no condition joins " + name +
+          " to a table above it, so each row there would get all of its rows; add an equality "
+          "of their columns to the condition of the top RDB_node");
+  return report.failed(Msg::QRKQ035E, loose->name);
 }
 
 int composeFrom(const RdbReport& report, SQLHDBC hdbc, rel& model, const DOM_Element& dad,
@@ -164,6 +199,7 @@ int composeFrom(const RdbReport& report, SQLHDBC hdbc, rel& model, const DOM_Ele
     return -1;
   }
   if (root.isNull()) return report.failed(Msg::QRKQ000E, "root_node");
+  if (refuseUnjoined(report, model, dad, root)) return -1;
   RdbComposition composition(report, hdbc, model, root, header, to);
   const int rc = composition.qrkProcRootElement(maxRows);
   *docCount = composition.documents();
@@ -171,8 +207,16 @@ int composeFrom(const RdbReport& report, SQLHDBC hdbc, rel& model, const DOM_Ele
 }
 
 void warnOfUnusedOverrides(const RdbReport& report, const override_list& overrides) {
-  const int32_t* const end = overrides.used + overrides.count;
-  if (std::find(overrides.used, end, 0) != end) orvxml::report(report.report(), Msg::QRKQ041W);
+  bool all = true;
+  for (int i = 0; i < overrides.count; ++i) {
+    if (overrides.used[i]) continue;
+    all = false;
+    std::string path;
+    toDatabase(nullptr, overrides.cond[i]->path_str, path);
+    tellWarning("override-unused", nullptr,
+                "the override of " + path + " was not applied: the path selects no mapped value");
+  }
+  if (!all) orvxml::report(report.report(), Msg::QRKQ041W);
 }
 
 int buildModel(const RdbReport& report, Mapping& mapping, const DOM_Element& dad,
@@ -183,8 +227,12 @@ int buildModel(const RdbReport& report, Mapping& mapping, const DOM_Element& dad
   *report.errCode =
       qrkInitOverride(report.ctx, overrideType, override, &mapping.overrides, report.msg);
   if (*report.errCode < 0) return -1;
-  return qrkProcRel(report.ctx, &mapping.model, root, kForComposition, &mapping.overrides,
-                    report.errCode, report.msg);
+  if (qrkProcRel(report.ctx, &mapping.model, root, kForComposition, &mapping.overrides,
+                 report.errCode, report.msg)) {
+    return -1;
+  }
+  tellTraps(report.ctx, mapping.model, root, kForComposition);
+  return 0;
 }
 
 }  // namespace

@@ -1,19 +1,29 @@
 #include "src/compose/rdb_document.h"
 
 #include "orvxml/locators.h"
+#include "src/compose/compose_notices.h"
 
 namespace orvxml {
 
 int RdbDocument::write(DadNode& root, TableQuery* table) {
-  if (!root.isMet && plan_.meet(nullptr, root)) return -1;
-  if (qrkProcElementNode(root, table, 1)) return -1;
+  isPlaceTold_ = false;
+  if (!root.isMet && plan_.meet(nullptr, root)) return placed(root, -1);
+  if (qrkProcElementNode(root, table, 1)) return placed(root, -1);
   return queries_.closeAttributeQueries();
+}
+
+// Passes the outcome of a node on; of a failure the innermost node is told.
+int RdbDocument::placed(const DadNode& node, int rc) {
+  if (rc == 0 || isPlaceTold_) return rc;
+  isPlaceTold_ = true;
+  tellPlace(node.dad, queries_.rowsAtHand(report_.ctx));
+  return rc;
 }
 
 // `current`: the table whose row is being written. A child that starts a query changes it for the
 // children behind it as well. Recursion is bounded by the depth of the DAD.
 int RdbDocument::qrkProcElementNode(DadNode& node, TableQuery* current, int depth) {
-  if (!node.element) plan_.open(node, depth);
+  if (!node.element && plan_.open(node, depth)) return -1;
   DadElement& element = *node.element;
   if (text_.append(element.startTag)) return -1;
   for (size_t i = 0; i < element.children.size(); ++i) {
@@ -24,7 +34,11 @@ int RdbDocument::qrkProcElementNode(DadNode& node, TableQuery* current, int dept
 }
 
 int RdbDocument::writeChild(DadNode& parent, DadNode& child, TableQuery*& current, int depth) {
-  if (!child.isMet && plan_.meet(&parent, child)) return -1;
+  if (!child.isMet && plan_.meet(&parent, child)) return placed(child, -1);
+  return placed(child, writeMet(child, current, depth));
+}
+
+int RdbDocument::writeMet(DadNode& child, TableQuery*& current, int depth) {
   bool isStarted = false;
   const bool isSettled = current && current == child.settledFor;
   if (!isSettled && startQuery(child, current, depth, isStarted)) return -1;

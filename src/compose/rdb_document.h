@@ -2,8 +2,6 @@
 // queries of tables as elements ask for them.
 #pragma once
 
-#include <string>
-
 #include "src/compose/document_text.h"
 #include "src/compose/rdb_plan.h"
 #include "src/compose/rdb_query.h"
@@ -23,6 +21,8 @@ class RdbDocument {
  private:
   int qrkProcElementNode(DadNode& node, TableQuery* current, int depth);
   int writeChild(DadNode& parent, DadNode& child, TableQuery*& current, int depth);
+  int writeMet(DadNode& child, TableQuery*& current, int depth);
+  int placed(const DadNode& node, int rc);
   int startQuery(DadNode& child, TableQuery*& current, int depth, bool& isStarted);
   int chooseTable(DadNode& child, TableQuery*& current);
   int writeRows(DadNode& child, TableQuery& query, int depth);
@@ -35,6 +35,7 @@ class RdbDocument {
   TableQueries& queries_;
   RdbPlan& plan_;
   DocumentText& text_;
+  bool isPlaceTold_ = false;  // of the failure that ends the document
 };
 
 }  // namespace orvxml

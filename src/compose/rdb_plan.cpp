@@ -5,6 +5,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/sql_scanner.h"
 #include "src/compose/document_text.h"
+#include "src/compose/element_tags.h"
 #include "src/dad/dad_walk.h"
 
 namespace orvxml {
@@ -61,7 +62,7 @@ int RdbPlan::checkAttributeName(DadNode& parent, const DadNode& node) {
   return report_.failed(Msg::QRKQ045E, parent.name, node.name);
 }
 
-void RdbPlan::open(DadNode& node, int depth) {
+int RdbPlan::open(DadNode& node, int depth) {
   auto element = std::make_unique<DadElement>();
   std::vector<DadNode>& children = element->children;
   addChildren(node, DadNodeKind::Attribute, u"attribute_node", children);
@@ -71,12 +72,18 @@ void RdbPlan::open(DadNode& node, int depth) {
   const bool hasAttributes = element->attributes > 0;
   const bool hasContent = children.size() > element->attributes;
   const bool endsWithElement = hasContent && children.back().kind == DadNodeKind::Element;
-  const std::string lineStart = '\n' + std::string(2 * static_cast<size_t>(depth - 1), ' ');
+  const DOMString name(node.dad->getAttribute(u"name"));
+  const int indent = 2 * (depth - 1);
+  std::string startTag = startTagOf(report_.ctx, name, indent);
+  std::string endTag = endTagOf(report_.ctx, name, endsWithElement, indent);
+  if (startTag.empty() || endTag.empty()) return report_.failed(Msg::QRKQ002E);
   element->closesStartTag = hasAttributes && hasContent;
-  element->startTag = lineStart + '<' + node.name + (hasContent && !hasAttributes ? ">" : "");
-  element->endTag =
-      (endsWithElement ? lineStart : "") + (hasContent ? "</" : "></") + node.name + '>';
+  if (hasContent && !hasAttributes) startTag += '>';
+  if (!hasContent) endTag.insert(0, ">");
+  element->startTag = std::move(startTag);
+  element->endTag = std::move(endTag);
   node.element = std::move(element);
+  return 0;
 }
 
 int RdbPlan::findGroup(DadNode& node) {

@@ -64,7 +64,7 @@ class RdbPlan {
   // The name of a node and what follows from it. `parent`: null for the root.
   int meet(DadNode* parent, DadNode& node);
   // The children and tags of an element_node that was met, at this depth (the root has 1).
-  void open(DadNode& node, int depth);
+  int open(DadNode& node, int depth);
   // qrkFindTabForIntermediate.
   int findGroup(DadNode& node);
   // The table that a value comes from, then its column.

@@ -9,7 +9,9 @@
 #include "orv/esql.h"
 #include "orvxml/composition.h"
 #include "orvxml/level_map.h"
+#include "orvxml/sql_scanner.h"
 #include "src/compose/column_buffers.h"
+#include "src/compose/compose_notices.h"
 
 namespace orvxml {
 
@@ -17,7 +19,7 @@ namespace {
 
 constexpr int16_t kString = orv::kSqlCString | 1;
 constexpr int16_t kLocator = orv::kSqlClobLocator | 1;
-constexpr int kColumnNameBuffer = 129;
+constexpr int kNamingColumns = 2;  // of a row, in messages
 
 // The column's size as a descriptor has it: bytes.
 int16_t describedLength(SQLSMALLINT type, SQLUINTEGER size) {
@@ -80,7 +82,7 @@ int TableQuery::describeColumns(bool isRoot) {
 }
 
 int TableQuery::describeColumn(int column, bool isRoot) {
-  SQLCHAR name[kColumnNameBuffer] = "";
+  SQLCHAR name[kColumnSize] = "";
   SQLSMALLINT nameLength = 0, type = 0, digits = 0, nullable = 0;
   SQLUINTEGER size = 0;
   const auto number = static_cast<SQLUSMALLINT>(column + 1);
@@ -128,6 +130,18 @@ int TableQuery::close() {
   const SQLRETURN rc = SQLCloseCursor(table_.hstmt);
   if (rc < 0) return report_.serverWords(SQL_HANDLE_STMT, table_.hstmt, __LINE__);
   return 0;
+}
+
+std::string TableQuery::rowName(QrkStruct* ctx) const {
+  std::string name;
+  int named = 0;
+  for (int i = 0; i < table_.num_col && named < kNamingColumns; ++i) {
+    const ColumnValue value(table_, i);
+    if (value.isNull() || value.isLargeObject()) continue;
+    name += (named++ ? " and " : "") + shownValue(ctx, value.columnName(), value.text());
+  }
+  if (!name.empty()) name += " of " + shownText(ctx, table_.name);
+  return name;
 }
 
 void TableQuery::forgetRow() {
@@ -211,6 +225,25 @@ TableSet TableQueries::containing(QrkStruct* ctx, const char* name) const {
     if (isInTab(ctx, &query.table(), name)) set |= query.self();
   }
   return set;
+}
+
+std::string TableQueries::rowsAtHand(QrkStruct* ctx) const {
+  std::string rows;
+  for (const TableQuery& query : queries_) {
+    const std::string row = query.isWalked() && query.hasRow() ? query.rowName(ctx) : "";
+    if (row.empty()) continue;
+    rows += (rows.empty() ? "in the row " : ", ") + row;
+  }
+  return rows;
+}
+
+int TableQueries::closeAllBut(const TableQuery& documents) {
+  for (TableQuery& query : queries_) {
+    if (&query == &documents) continue;
+    query.setWalked(false);
+    if (query.isOpen() && query.close()) return -1;
+  }
+  return 0;
 }
 
 int TableQueries::closeAttributeQueries() {

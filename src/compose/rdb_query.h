@@ -75,6 +75,9 @@ class TableQuery {
   bool isWalked() const { return isWalked_; }
   void setWalked(bool walked) { isWalked_ = walked; }
 
+  // The row by its first values, in UTF-8: "C = 1 and D = 2 of T". It has columns once it is open.
+  std::string rowName(QrkStruct* ctx) const;
+
   // Binds marker `number` of `child` to a column of this table.
   void supply(TableQuery& child, int number, int column);
 
@@ -115,6 +118,11 @@ class TableQueries {
   // The tables whose top element is called so, and those that the name belongs to at all.
   TableSet withTopElement(const char* name) const;
   TableSet containing(QrkStruct* ctx, const char* name) const;
+  // The rows that are being written, by their first columns, in UTF-8: "in the row C = 1 of T";
+  // empty when there is none.
+  std::string rowsAtHand(QrkStruct* ctx) const;
+  // Gives up a document: closes all but the query of the documents. 0 or -1.
+  int closeAllBut(const TableQuery& documents);
   // Closes what attributes left open. 0 or -1.
   int closeAttributeQueries();
   // Closes what a failure left open, without a word about it.

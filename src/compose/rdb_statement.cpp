@@ -159,7 +159,7 @@ class StatementWriter {
 
   bool isTooLong() const {
     if (sql_.size() < kStatementLimit - 1) return false;
-    report_.failed(Msg::QRKQ038E, "sql_stmt > MAX_STMT_LEN");
+    report_.failed(Msg::QRKQ038E, kStatementTooLong);
     return true;
   }
 

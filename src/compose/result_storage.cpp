@@ -2,15 +2,20 @@
 // mapping asks for it.
 #include "src/compose/result_storage.h"
 
+#include <cstdio>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 #include "orvxml/catalog_queries.h"
+#include "orvxml/code_pages.h"
 #include "orvxml/locators.h"
 #include "orvxml/packages.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
+#include "src/compose/modules.h"
+#include "src/compose/piecewise_decoder.h"
 #include "src/compose/sql_statement.h"
 
 namespace orvxml {
@@ -19,8 +24,8 @@ const orv::esql::Module kQrkcomp = {"QRKCOMP", "QCP00001", {}};
 
 namespace {
 
-constexpr char kModule[] = "qrkcomp";
 constexpr uint32_t kMaxTextParameter = std::numeric_limits<int16_t>::max();  // with terminator
+constexpr size_t kHandoverPart = 131072;  // bytes of a file that are handed on at once
 constexpr std::string_view kValueTooLong = "22001";
 constexpr std::string_view kOutOfMemory = "38X10";
 constexpr std::string_view kUnreadable = "38X00";
@@ -33,7 +38,7 @@ int validateByDtd(const Report& report, char* document, int32_t loctype, const c
   bool isUnknown = false;
   const int rc = qrkGetDtdFileFromDtdId(ctx, dtd.get(), dtdid, report.msg, &isUnknown);
   if (rc < 0 && !isUnknown) {
-    failInternal(report, kModule, __LINE__);
+    failInternal(report, kComposeModule, __LINE__);
     return 0;
   }
   char* const text = rc == 0 ? qrkBufGetContent(ctx, dtd.get()) : nullptr;
@@ -77,7 +82,7 @@ int fillClob(const Report& report, const Delivery& to, QrkOutbuf* document) {
   if (!content) return failed(report, Msg::QRKQ002E);
   const uint32_t size = qrkBufGetSize(report.ctx, document);
   if (size > to.sizeLimit()) {
-    return failed(report, Msg::QRKG017E, "resultDoc", buildStamp(), kModule, __LINE__);
+    return failed(report, Msg::QRKG017E, "resultDoc", buildStamp(), kComposeModule, __LINE__);
   }
   if (document->loctype == QRK_LOC_MEMORY) {
     std::memcpy(to.clobOut, content, size);
@@ -91,11 +96,82 @@ int fillClob(const Report& report, const Delivery& to, QrkOutbuf* document) {
   return 0;
 }
 
+// ---- A receiver.
+// Hands a document on in parts, in UTF-8. The functions return 0 or -1 with the failure reported.
+class Handover {
+ public:
+  Handover(const Report& report, DocumentReceiver& receiver)
+      : report_(report), receiver_(receiver), decoder_(report.ctx) {}
+
+  int begin(std::string_view header) {
+    std::u16string units;
+    std::string utf8;
+    if (!toUtf16(report_.ctx, header, units) || !toDatabase(nullptr, units, utf8)) {
+      return failed(report_, Msg::QRKQ002E);
+    }
+    return taken(receiver_.beginDocument(utf8));
+  }
+
+  int add(std::string_view part, bool isLast) {
+    if (isUtf8Database(report_.ctx)) return taken(receiver_.text(part));
+    const int rc = decoder_.decode(part, isLast, [&](std::u16string_view units) {
+      std::string utf8;
+      return toDatabase(nullptr, units, utf8) ? taken(receiver_.text(utf8)) : -1;
+    });
+    if (rc == PiecewiseDecoder::kNotText) {
+      return failed(report_, Msg::QRKQ055E, decoder_.errorName());
+    }
+    return rc;
+  }
+
+  int addFile(const char* path, size_t start) {
+    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path, "rb"));
+    if (!file || std::fseek(file.get(), static_cast<long>(start), SEEK_SET) != 0) {
+      return failed(report_, Msg::QRKC002E);
+    }
+    const auto part = std::make_unique_for_overwrite<char[]>(kHandoverPart);
+    for (;;) {
+      const size_t size = std::fread(part.get(), 1, kHandoverPart, file.get());
+      if (std::ferror(file.get())) return failed(report_, Msg::QRKC002E);
+      const bool isLast = size < kHandoverPart;
+      if (add({part.get(), size}, isLast)) return -1;
+      if (isLast) return 0;
+    }
+  }
+
+  int end(int32_t valid) { return taken(receiver_.endDocument(valid)); }
+
+ private:
+  struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+  };
+
+  int taken(bool isTaken) { return isTaken ? 0 : failed(report_, Msg::QRKC003E); }
+
+  const Report& report_;
+  DocumentReceiver& receiver_;
+  PiecewiseDecoder decoder_;
+};
+
+int handOver(const Report& report, const Delivery& to, QrkOutbuf* document,
+             std::string_view header) {
+  const char* const content = qrkBufGetContent(report.ctx, document);
+  if (!content) return failed(report, Msg::QRKQ002E);
+  int32_t valid = -1;
+  if (to.validate && judge(report, to, document, valid)) return -1;
+  Handover handover(report, *to.receiver);
+  if (handover.begin(header)) return -1;
+  const int rc = document->loctype == QRK_LOC_MEMORY
+                     ? handover.add(std::string_view(content).substr(header.size()), true)
+                     : handover.addFile(content, header.size());
+  return rc ? rc : handover.end(valid);
+}
+
 // ---- The result table.
 int insertMemory(const Report& report, const Delivery& to, ResultWriter& writer,
                  QrkOutbuf* document, int32_t valid) {
   if (document->size >= kMaxTextParameter) {
-    return failed(report, Msg::QRKG001E, "sqllen is negative", kModule, __LINE__);
+    return failed(report, Msg::QRKG001E, "sqllen is negative", kComposeModule, __LINE__);
   }
   sqlca area{};
   writer.insert(to, document->data, static_cast<int32_t>(document->size), valid, area);
@@ -104,7 +180,7 @@ int insertMemory(const Report& report, const Delivery& to, ResultWriter& writer,
   }
   if (area.sqlcode == 0) return 0;
   QRK_TRACE(report.ctx, "insert_stmt failed. insert_stmt='%s'", writer.insertText(to).c_str());
-  failDbInternal(report, area, kModule, __LINE__);
+  failDbInternal(report, area, kComposeModule, __LINE__);
   return -1;
 }
 
@@ -135,7 +211,7 @@ int release(const Report& report, QrkOutbuf* document, int rc) {
   if (released == 0) return rc;
   QRK_TRACE(report.ctx, "Cannot remove file '%s', rc=%d", document->data ? document->data : "",
             released);
-  failInternal(report, kModule, __LINE__);
+  failInternal(report, kComposeModule, __LINE__);
   return -1;
 }
 
@@ -168,7 +244,7 @@ void ResultWriter::insert(const Delivery& to, char* document, int32_t length, in
 
 int firstResultColumn(QrkStruct* ctx, const Delivery& to, char* column, int* errCode, char* msg) {
   const Report report{ctx, msg, errCode};
-  CliStatement query(report, kModule);
+  CliStatement query(report, kComposeModule);
   if (int rc = query.allocate(to.hdbc)) return rc;
   SQLRETURN rc = query.prepare(std::string("SELECT * FROM ") + to.resultTable);
   SQLSMALLINT length = 0, type = 0, digits = 0, nullable = 0;
@@ -207,11 +283,20 @@ int qrkInsertResult(QrkStruct* ctx, QrkOutbuf* buf, const Delivery& to, int* err
   return release(report, buf, rc);
 }
 
-int deliverDocument(QrkStruct* ctx, const Delivery& to, QrkOutbuf* document, int* errCode,
-                    char* msg) {
+int deliverDocument(QrkStruct* ctx, const Delivery& to, QrkOutbuf* document,
+                    std::string_view header, int* errCode, char* msg) {
   if (to.toTable()) return qrkInsertResult(ctx, document, to, errCode, msg);
   const Report report{ctx, msg, errCode};
-  return release(report, document, fillClob(report, to, document));
+  const int rc =
+      to.receiver ? handOver(report, to, document, header) : fillClob(report, to, document);
+  return release(report, document, rc);
+}
+
+int leaveOutDocument(const Delivery& to, int* errCode, char* msg) {
+  if (!to.receiver || *errCode != codeOf(Msg::QRKQ055E) || !to.receiver->leaveOut(msg)) return -1;
+  *errCode = 0;
+  *msg = '\0';
+  return 0;
 }
 
 }  // namespace orvxml

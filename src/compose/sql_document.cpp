@@ -3,7 +3,7 @@
 
 #include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
-#include "src/compose/sql_mapping.h"
+#include "src/compose/compose_notices.h"
 
 namespace orvxml {
 
@@ -14,6 +14,7 @@ SqlDocument::SqlDocument(const SqlCall& call, const DOM_Element& dadRoot, LevelQ
       text_(call.report.ctx, call.report.errCode, call.report.msg) {}
 
 int SqlDocument::qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit) {
+  isPlaceTold_ = false;
   if (!hasHeader_) {
     if (int rc = prepareHeader()) return rc;
   }
@@ -41,8 +42,17 @@ int SqlDocument::prepareHeader() {
 }
 
 int SqlDocument::qrkGenXMLElement(ElementPlan& element, LevelQuery& rows) {
-  const int rc = writeElement(element, rows);
+  const int rc = placed(element.node, rows, writeElement(element, rows));
   QRK_TRACE(call_.report.ctx, "Exits, rc=%d", rc);
+  return rc;
+}
+
+// Passes the outcome of a node on; of a failure the innermost node is told.
+int SqlDocument::placed(const DOM_Element& node, const LevelQuery& rows, int rc) {
+  if (rc == 0 || rc == kKeyIsNull || isPlaceTold_) return rc;
+  isPlaceTold_ = true;
+  const std::string row = rows.rowName();
+  tellPlace(node.node(), row.empty() ? row : "in the row " + row);
   return rc;
 }
 
@@ -57,7 +67,9 @@ int SqlDocument::writeElement(ElementPlan& element, LevelQuery& rows) {
   }
   if (int rc = text_.append(element.startTag)) return rc;
   for (ValuePlan& attribute : element.attributes) {
-    if (int rc = qrkGenXMLAttribute(element, attribute, rows)) return rc;
+    if (int rc = qrkGenXMLAttribute(element, attribute, rows)) {
+      return placed(attribute.node, rows, rc);
+    }
   }
   if (!element.attributes.empty()) {
     if (int rc = text_.append(">")) return rc;
@@ -95,9 +107,11 @@ int SqlDocument::writeValue(const ValuePlan& value, const ResultColumn& column) 
 
 int SqlDocument::writeContent(ElementPlan& element, LevelQuery& rows) {
   for (ContentPlan& child : element.content) {
-    const int rc =
-        child.element ? writeChild(element, child, rows) : qrkGenXMLText(child.text, rows);
-    if (rc) return rc;
+    if (child.element) {
+      if (int rc = writeChild(element, child, rows)) return placed(child.element->node, rows, rc);
+    } else if (int rc = qrkGenXMLText(child.text, rows)) {
+      return placed(child.text.node, rows, rc);
+    }
   }
   return 0;
 }

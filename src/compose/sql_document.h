@@ -25,6 +25,9 @@ struct ValuePlan {
   std::string beforeValue;  // of an attribute: blank, name, equals sign and quotation mark
 };
 
+// The element is left out because its key is null.
+inline constexpr int kKeyIsNull = 525;
+
 struct ElementPlan;
 
 // A child that is content of its element: a text_node, or an element_node.
@@ -56,11 +59,13 @@ class SqlDocument {
   // Appends the document of the top query's current object. 0, kKeyIsNull when its root is left
   // out, or the status of the failure.
   int qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit);
+  std::string_view header() const { return header_; }
 
  private:
   int prepareHeader();
   int qrkGenXMLElement(ElementPlan& element, LevelQuery& rows);
   int writeElement(ElementPlan& element, LevelQuery& rows);
+  int placed(const DOM_Element& node, const LevelQuery& rows, int rc);
   int qrkGenXMLAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows);
   int qrkGenXMLText(ValuePlan& text, const LevelQuery& rows);
   int writeContent(ElementPlan& element, LevelQuery& rows);
@@ -86,6 +91,7 @@ class SqlDocument {
   std::string header_;
   ElementPlan root_;
   bool hasHeader_ = false;
+  bool isPlaceTold_ = false;  // of the failure that ends the document
 };
 
 }  // namespace orvxml

@@ -2,7 +2,8 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/element_tags.h"
+#include "src/compose/modules.h"
 #include "src/compose/sql_document.h"
 #include "src/compose/sql_query_text.h"
 #include "src/dad/dad_walk.h"
@@ -11,12 +12,9 @@ namespace orvxml {
 
 namespace {
 
-constexpr char kModule[] = "qrkscomp";
 constexpr int kNameLimit = 2047;    // UTF-16 units
 constexpr size_t kNameSize = 1024;  // bytes, terminator included
 constexpr int kIndentStep = 2;
-// A tag with the longest name at the greatest depth.
-constexpr int kLongestTag = static_cast<int>(kNameSize) + kIndentStep * kMaxElementDepth + 8;
 
 }  // namespace
 
@@ -69,17 +67,14 @@ int SqlDocument::writeTags(ElementPlan& element) {
   QrkStruct* const ctx = call_.report.ctx;
   const DOMString name = element.node.getAttribute(u"name");
   const bool endsWithElement = !element.content.empty() && element.content.back().element;
-  // On the heap: the walk is recursive.
-  std::string tag(kLongestTag, '\0');
-  const int start = writeXMLStartTag(ctx, tag.data(), kLongestTag, element.indent, name, 1);
-  element.startTag.assign(tag, 0, static_cast<size_t>(start));
+  element.startTag = startTagOf(ctx, name, element.indent);
+  element.endTag = endTagOf(ctx, name, endsWithElement, element.indent);
+  if (element.startTag.empty() || element.endTag.empty()) {
+    failInternal(call_.report, kSqlMappingModule, __LINE__);
+    return -1;
+  }
   if (element.attributes.empty()) element.startTag += '>';
-  const int end = writeXMLEndTag(ctx, tag.data(), kLongestTag, endsWithElement ? element.indent : 0,
-                                 name, endsWithElement, 0);
-  element.endTag.assign(tag, 0, static_cast<size_t>(end));
-  if (start && end) return 0;
-  failInternal(call_.report, kModule, __LINE__);
-  return -1;
+  return 0;
 }
 
 int SqlDocument::isKeyNode(const ElementPlan& element, bool* isKey, std::string* column) {

@@ -5,6 +5,8 @@
 
 #include "orv/esql.h"
 #include "orvxml/trace.h"
+#include "src/compose/compose_notices.h"
+#include "src/compose/modules.h"
 #include "src/compose/sql_query_text.h"
 #include "src/foundation/cli_diagnostics.h"
 
@@ -12,10 +14,12 @@ namespace orvxml {
 
 namespace {
 
-constexpr char kModule[] = "qrkscomp";
-
 SQLUSMALLINT columnNumber(size_t index) {
   return static_cast<SQLUSMALLINT>(index + 1);
+}
+
+std::string_view withoutBlanks(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
 }  // namespace
@@ -34,7 +38,7 @@ LevelQuery::LevelQuery(const SqlCall& call, LevelQuery* parent, int level, std::
       parent_(parent),
       level_(level),
       base_(std::move(base)),
-      statement_(call.report, kModule) {}
+      statement_(call.report, kSqlMappingModule) {}
 
 LevelQuery::~LevelQuery() {
   freeLocators();
@@ -84,7 +88,7 @@ int LevelQuery::prepareChild() {
   if (const SQLRETURN rc = statement_.prepare(text_); rc < 0) {
     QRK_TRACE(ctx, "Prepare sqlcode = %d", rc);
     QRK_TRACE(ctx, "SQLPrepare(%s) failed: %s", text_.c_str(), statement_.diagnostic().c_str());
-    return statement_.failWithDiagnostic(Msg::QRKG001E, __LINE__);
+    return statement_.failInternally(__LINE__);
   }
   QRK_TRACE(ctx, "CLI prepare succeeded.  childquery='%s'", text_.c_str());
   return bindParameters();
@@ -95,7 +99,7 @@ int LevelQuery::bindParameters() {
   SQLSMALLINT count = 0;
   if (SQLNumParams(statement_.handle(), &count) < 0) {
     QRK_TRACE(ctx, "SQLNumParams(%s) failed: %s", text_.c_str(), statement_.diagnostic().c_str());
-    return statement_.failWithDiagnostic(Msg::QRKG001E, __LINE__);
+    return statement_.failInternally(__LINE__);
   }
   QRK_TRACE(ctx, "num parameters %d", count);
   parameters_.reserve(static_cast<size_t>(count));
@@ -109,7 +113,7 @@ int LevelQuery::failParameter(const char* call, SQLUSMALLINT number, const std::
                               int line) {
   QRK_TRACE(call_.report.ctx, "%s(%s, %d+1, %s) failed: %s", call, text_.c_str(), number - 1,
             name.c_str(), statement_.diagnostic().c_str());
-  return statement_.failWithDiagnostic(Msg::QRKG001E, line);
+  return statement_.failInternally(line);
 }
 
 int LevelQuery::bindParameter(SQLUSMALLINT number) {
@@ -122,7 +126,7 @@ int LevelQuery::bindParameter(SQLUSMALLINT number) {
   }
   const int index = isKnown ? parent_->findColumn(name) : -1;
   if (index < 0) {
-    failInternal(call_.report, kModule, __LINE__);
+    failInternal(call_.report, kSqlMappingModule, __LINE__);
     return -1;
   }
   return bindDescribed(number, parent_->columns_[static_cast<size_t>(index)], type, size, digits);
@@ -168,8 +172,8 @@ int LevelQuery::run() {
   hasLastKey_ = false;
   if (const SQLRETURN rc = statement_.execute(); rc < 0) {
     SQLHANDLE handle = statement_.handle();
-    const int code = qrkCLIError(ctx, rc, SQL_HANDLE_STMT, &handle, "childquery failed", kModule,
-                                 __LINE__, call_.report.msg);
+    const int code = qrkCLIError(ctx, rc, SQL_HANDLE_STMT, &handle, "childquery failed",
+                                 kSqlMappingModule, __LINE__, call_.report.msg);
     if (call_.report.errCode) *call_.report.errCode = code;
     QRK_TRACE(ctx, "childquery failed. rc=%d, childquery='%s'", rc, text_.c_str());
     return -1;
@@ -231,7 +235,7 @@ int LevelQuery::qrkFetchNextObj() {
     if (int status = freeLocators()) return status;
     rc = examined(SQLFetch(statement_.handle()));
     if (rc == SQL_SUCCESS && key.isNull()) QRK_TRACE(ctx, "key is NULL");
-  } while (rc == SQL_SUCCESS && !isNewKey(key.text()));
+  } while (rc == SQL_SUCCESS && !isNewKey(key));
   if (rc != SQL_SUCCESS && rc != SQL_NO_DATA) statement_.diagnose(__LINE__);
   QRK_TRACE(ctx, "Exits, thisKey='%s' rc=%d", std::string(key.text()).c_str(), rc);
   return rc;
@@ -247,11 +251,25 @@ SQLRETURN LevelQuery::examined(SQLRETURN rc) {
 }
 
 // Notes the key. A null key is the empty string.
-bool LevelQuery::isNewKey(std::string_view key) {
-  if (hasLastKey_ && lastKey_ == key) return false;
+bool LevelQuery::isNewKey(const ResultColumn& key) {
+  const std::string_view text = key.text();
+  if (hasLastKey_ && lastKey_ == text) return false;
+  if (hasLastKey_ && withoutBlanks(lastKey_) == withoutBlanks(text)) warnOfBlanks(key);
   hasLastKey_ = true;
-  lastKey_.assign(key);
+  lastKey_.assign(text);
   return true;
+}
+
+// The server takes such keys for equal: they come in any order, and what belongs to one is found
+// for the other as well.
+void LevelQuery::warnOfBlanks(const ResultColumn& key) const {
+  if (!noticeListener()) return;
+  QrkStruct* const ctx = call_.report.ctx;
+  tellWarning("keys-differ-in-blanks", call_.statement,
+              "the keys \"" + shownText(ctx, lastKey_) + "\" and \"" + shownText(ctx, key.text()) +
+                  "\" of column " + shownText(ctx, key.name) +
+                  " differ in trailing blanks alone: each becomes an element, and each gets what "
+                  "belongs to both");
 }
 
 int LevelQuery::freeLocators() {
@@ -264,7 +282,7 @@ int LevelQuery::freeLocators() {
     column->locator = 0;
     if (area.sqlcode == 0) continue;
     QRK_TRACE(call_.report.ctx, "Error While Locator Free");
-    failDbInternal(call_.report, area, kModule, __LINE__);
+    failDbInternal(call_.report, area, kSqlMappingModule, __LINE__);
     result = -1;
   }
   return result;
@@ -274,6 +292,24 @@ int LevelQuery::endRows() {
   const int freed = freeLocators();
   const int closed = statement_.closeCursor();
   return freed ? freed : closed;
+}
+
+int LevelQuery::endChildRows() {
+  int result = 0;
+  for (const auto& [level, query] : children_) {
+    if (query->endChildRows() || query->endRows()) result = -1;
+  }
+  return result;
+}
+
+std::string LevelQuery::rowName() const {
+  std::string name;
+  for (size_t i = 0; i <= static_cast<size_t>(level_) && i < columns_.size(); ++i) {
+    if (columns_[i].isLargeObject()) continue;
+    if (!name.empty()) name += ", ";
+    name += shownValue(call_.report.ctx, columns_[i].name, columns_[i].text());
+  }
+  return name;
 }
 
 int LevelQuery::close() {

@@ -7,7 +7,6 @@
 // CLOB have a locator. Rows with equal keys that follow each other are one object.
 #pragma once
 
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
@@ -18,6 +17,7 @@
 #include "orvxml/level_map.h"
 #include "src/compose/column_buffers.h"
 #include "src/compose/sql_statement.h"
+#include "src/foundation/heap_memory.h"
 
 namespace orvxml {
 
@@ -26,10 +26,7 @@ struct SqlCall {
   Report report;
   SQLHDBC hdbc;
   const level_map* levelMap;
-};
-
-struct FreeMemory {
-  void operator()(void* memory) const { std::free(memory); }
+  const xercesc::DOMNode* statement = nullptr;  // in the mapping, for messages
 };
 
 struct ResultColumn {
@@ -65,6 +62,10 @@ class LevelQuery {
   int qrkFetchNextObj();
   // Ends the rows of a child query. 0 or -1.
   int endRows();
+  // Ends the rows of all child queries, whether they are at their end or not. 0 or -1.
+  int endChildRows();
+  // The current row by its keys, in UTF-8: "C = 1, D = 2".
+  std::string rowName() const;
   // Releases everything, children first. 0, or -1 with the diagnostics.
   int close();
 
@@ -91,7 +92,8 @@ class LevelQuery {
   int bindColumns();
   int bindColumn(SQLUSMALLINT number, ResultColumn& column);
   SQLRETURN examined(SQLRETURN rc);
-  bool isNewKey(std::string_view key);
+  bool isNewKey(const ResultColumn& key);
+  void warnOfBlanks(const ResultColumn& key) const;
   int freeLocators();
 
   const SqlCall& call_;

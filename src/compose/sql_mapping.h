@@ -4,41 +4,42 @@
 // keys of the levels above it.
 #pragma once
 
-#include <memory>
-
-#include "orvxml/composition.h"
-#include "orvxml/level_map.h"
+#include "src/compose/sql_document.h"
 
 namespace orvxml {
 
-// The element is left out because its key is null.
-inline constexpr int kKeyIsNull = 525;
-
 // Composes the objects of one call: runs the top query over `baseQuery` and walks its rows. What is
 // the same for all objects (the DAD's element tree, child statements with their buffers) is read
-// and prepared once. Prepared statements, buffers and locators are released by the destructor.
+// and prepared once.
 class SqlComposition {
  public:
-  // The texts must live as long as this object.
-  SqlComposition(QrkStruct* ctx, SQLHDBC hdbc, const DOM_Element& dadRoot, const char* baseQuery,
-                 const level_map* levelMap, int* errCode, char* msg);
-  ~SqlComposition();
-  SqlComposition(const SqlComposition&) = delete;
-  SqlComposition& operator=(const SqlComposition&) = delete;
+  // What `call` refers to and the texts must live as long as this object.
+  SqlComposition(const SqlCall& call, const DOM_Element& dadRoot, const char* baseQuery)
+      : call_(call), top_(call_, nullptr, 0, baseQuery), document_(call_, dadRoot, top_) {}
 
   // Builds, runs and binds the top query. 0, or the status of the failure.
-  int open();
+  int open() { return top_.open(); }
   // Goes to the next object: 0, SQL_NO_DATA at the end, or the status of the failure.
   int nextObject();
   // Appends the document of the current object, which may have `sizeLimit` bytes. 0, kKeyIsNull
   // when the object has none because its root is left out, or the status of the failure.
-  int writeDocument(QrkOutbuf* document, uint32_t sizeLimit);
+  int writeDocument(QrkOutbuf* document, uint32_t sizeLimit) {
+    return document_.qrkGenXMLDoc(document, sizeLimit);
+  }
+  // What documents begin with, once there is one.
+  std::string_view header() const { return document_.header(); }
+  // Gives up the document of the current object. 0, or -1 with the diagnostics.
+  int abandonDocument() { return top_.endChildRows(); }
+  // The current object in messages, in UTF-8.
+  std::string objectName() const { return top_.rowName(); }
   // Closes the top query and frees everything. 0, or -1 with the diagnostics in `msg`.
-  int close();
+  int close() { return top_.close(); }
 
  private:
-  class Impl;
-  std::unique_ptr<Impl> impl_;
+  const SqlCall call_;
+  LevelQuery top_;
+  SqlDocument document_;
+  int objects_ = 0;
 };
 
 }  // namespace orvxml

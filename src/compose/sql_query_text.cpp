@@ -3,12 +3,12 @@
 #include "orvxml/composition.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "src/compose/modules.h"
 
 namespace orvxml {
 
 namespace {
 
-constexpr char kModule[] = "qrkscomp";
 constexpr char kDerivedTable[] = ") qrk_tab_exp ";
 
 void appendNames(std::string& text, const std::vector<std::string>& names) {
@@ -28,7 +28,7 @@ int checkUndelimitedName(const Report& report, const std::string& name) {
 
 int checkLength(const Report& report, const std::string& text) {
   if (text.size() < kStatementLimit) return 0;
-  return failed(report, Msg::QRKQ038E, "sql_stmt > MAX_STMT_LEN");
+  return failed(report, Msg::QRKQ038E, kStatementTooLong);
 }
 
 }  // namespace
@@ -41,7 +41,7 @@ int readLevel(const Report& report, const level_map* levelMap, int level,
   for (; list && !isEndOfColumns(list); list += kLevelSlotSize) columns.emplace_back(list);
   if (!columns.empty()) return 0;
   QRK_TRACE(report.ctx, "qrkLmGetColumns returned error for Level %d.", level);
-  failInternal(report, kModule, __LINE__);
+  failInternal(report, kSqlMappingModule, __LINE__);
   if (rc && report.errCode) *report.errCode = rc;
   return -1;
 }

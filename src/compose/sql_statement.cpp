@@ -52,13 +52,16 @@ void CliStatement::diagnose(int line) const {
   failInServerWords(report_, firstDiagnostic(SQL_HANDLE_STMT, handle_), module_, line);
 }
 
-int CliStatement::failWithDiagnostic(Msg message, int line) const {
+int CliStatement::failWith(Msg message) const {
   const std::string words = diagnostic();
-  if (message == Msg::QRKG001E) {
-    failInternal(report_, module_, line);
-  } else {
-    fail(report_, message);
-  }
+  fail(report_, message);
+  if (report_.msg) appendToMessage(report_.msg, words);
+  return -1;
+}
+
+int CliStatement::failInternally(int line) const {
+  const std::string words = diagnostic();
+  failInternal(report_, module_, line);
   if (report_.msg) appendToMessage(report_.msg, words);
   return -1;
 }

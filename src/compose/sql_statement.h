@@ -27,8 +27,10 @@ class CliStatement {
   std::string diagnostic() const;
   // Makes the diagnostics of the last call the message, with the code of a failed CLI call.
   void diagnose(int line) const;
-  // Reports `message` with the diagnostics of the last call behind it. Returns -1.
-  int failWithDiagnostic(Msg message, int line) const;
+  // Report `message`, or an internal error, with the diagnostics of the last call behind it. Return
+  // -1.
+  int failWith(Msg message) const;
+  int failInternally(int line) const;
 
   // 0, or -1 with the diagnostics.
   int closeCursor();

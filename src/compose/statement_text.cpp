@@ -14,13 +14,12 @@ constexpr std::string_view kSmallOrderBy = " order by ";
 
 // Normalised, in the database code page; not empty and shorter than the limit.
 int normalised(const Report& report, std::u16string text, std::string& out) {
-  constexpr char kTooLong[] = "sql_stmt > MAX_STMT_LEN";
-  if (text.size() >= kStatementLimit) return failed(report, Msg::QRKQ038E, kTooLong);
+  if (text.size() >= kStatementLimit) return failed(report, Msg::QRKQ038E, kStatementTooLong);
   if (qrkCleanQueryUcs(report.ctx, text.data(), report) != 0) return -1;
   if (!toDatabase(report.ctx, text.c_str(), out) || out.empty()) {
     return failed(report, Msg::QRKQ001E);
   }
-  return out.size() < kStatementLimit ? 0 : failed(report, Msg::QRKQ038E, kTooLong);
+  return out.size() < kStatementLimit ? 0 : failed(report, Msg::QRKQ038E, kStatementTooLong);
 }
 
 // The last clause counts: those in front of it belong to subselects.

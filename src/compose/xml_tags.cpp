@@ -3,6 +3,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/xml_writer.h"
+#include "src/compose/element_tags.h"
 
 namespace orvxml {
 
@@ -26,7 +27,27 @@ std::u16string lineStart(int indent, int lineFeed, bool closeStart) {
   return start;
 }
 
+// Room for every form of a tag: a character has four bytes at most.
+std::string roomForTag(const DOMString& name, int indent) {
+  return std::string(4 * name.view().size() + static_cast<size_t>(indent) + 8, '\0');
+}
+
 }  // namespace
+
+std::string startTagOf(QrkStruct* ctx, const DOMString& name, int indent) {
+  std::string tag = roomForTag(name, indent);
+  const int size = writeXMLStartTag(ctx, tag.data(), static_cast<int>(tag.size()), indent, name, 1);
+  tag.resize(static_cast<size_t>(size));
+  return tag;
+}
+
+std::string endTagOf(QrkStruct* ctx, const DOMString& name, bool hasOwnLine, int indent) {
+  std::string tag = roomForTag(name, indent);
+  const int size = writeXMLEndTag(ctx, tag.data(), static_cast<int>(tag.size()),
+                                  hasOwnLine ? indent : 0, name, hasOwnLine, 0);
+  tag.resize(static_cast<size_t>(size));
+  return tag;
+}
 
 int cpyFromRawBuffer(char16_t* dst, const DOMString& src, int capacity) {
   if (capacity < 1) return 0;

@@ -98,6 +98,7 @@ struct Registry {
   Msg notFound;
 };
 
+constexpr std::string_view kValueTooLong = "22001";  // SQLSTATE
 constexpr Registry kDtds = {"SELECT content FROM orvxml.dtd_ref WHERE dtdid=?", Msg::QRKA010E};
 constexpr Registry kSchemas = {"SELECT content FROM orvxml.schema_ref WHERE schemaid=?",
                                Msg::QRKQ060E};
@@ -242,8 +243,12 @@ int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, ch
                            bool* isUnknown) {
   sqlca area{};
   const int rc = readRegistered(ctx, kDtds, dtd, dtdid, msg, area);
-  // A database without the table has registered nothing.
-  if (isUnknown) *isUnknown = area.sqlcode == kNoRow || area.sqlcode == kNoSuchTable;
+  // A database without the table has registered nothing, nor has any an id that the column cannot
+  // hold.
+  const bool isTooLong = std::string_view(area.sqlstate, sizeof area.sqlstate) == kValueTooLong;
+  if (isUnknown) {
+    *isUnknown = area.sqlcode == kNoRow || area.sqlcode == kNoSuchTable || isTooLong;
+  }
   if (area.sqlcode != 0) {
     QRK_TRACE(ctx, "Error in getting DTD from DTD_REF dtdid string:%s, sqlcode=%d", dtdid,
               area.sqlcode);

@@ -1,65 +1,8 @@
-// RDB_node mapping: what a call counts and warns of, and what every failure says.
-#include "orvxml/composition.h"
+// RDB_node mapping: what every failure says.
 #include "tests/compose/rdb_mapping.h"
 
 namespace orvxml::test {
 namespace {
-
-TEST(RdbComposition, CountsAndWarnings) {
-  ComposeDatabase db;
-  db.runScript("create table t (k integer); create table result (doc clob(1m))");
-  for (int i = 1; i <= 5; ++i) db.run("insert into t values (" + std::to_string(i) + ")");
-  const std::string dad = mapping(element("t", top(table("t", "k")) + attributeOf("k", "t", "k")));
-  const char* const kDone = "QRKQ020I  XML successfully generated.";
-  const char* const kMaximum = "QRKQ003W  Result exceeds maximum.";
-  const char* const kUnused =
-      "QRKQ041W  XML document successfully generated.  One or more override paths specified is "
-      "invalid and ignored.";
-  const struct {
-    const char* label;
-    ComposeArguments arguments;
-    int code, count;
-    const char* message;
-    size_t stored;
-  } cases[] = {
-      {"all", {.table = "result"}, 0, 5, kDone, 5},
-      {"fewer than the maximum", {.table = "result", .maxRows = 6}, 0, 5, kDone, 5},
-      {"the maximum", {.table = "result", .maxRows = 2}, 3, 2, kMaximum, 2},
-      {"as many as the maximum", {.table = "result", .maxRows = 5}, 3, 5, kMaximum, 5},
-      {"an override",
-       {.table = "result", .overrideType = XML_OVERRIDE, .override = "/t/@k > 3"},
-       0,
-       2,
-       kDone,
-       2},
-      {"an override of no column, and the maximum",
-       {.table = "result", .overrideType = XML_OVERRIDE, .override = "/x > 3", .maxRows = 1},
-       5,
-       1,
-       kUnused,
-       1},
-      {"no document",
-       {.table = "result", .overrideType = XML_OVERRIDE, .override = "/t/@k > 5"},
-       0,
-       0,
-       kDone,
-       0},
-      {"a document of five rows", {}, 0, 5, kDone, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.label);
-    db.session().run("delete from result");
-    ComposeArguments arguments = c.arguments;
-    arguments.source = dad;
-    const ComposeOutcome outcome = db.compose(ComposeForm::List, arguments);
-    EXPECT_EQ(outcome.code, c.code) << outcome;
-    EXPECT_EQ(outcome.message, c.message);
-    EXPECT_EQ(outcome.count, c.count);
-    EXPECT_EQ(db.rows("select doc from result").size(), c.stored);
-    if (arguments.table) continue;
-    EXPECT_EQ(outcome.document, std::string(kHeader) + "\n<t k=\"1\"></t>");
-  }
-}
 
 // ---- Failures: the code and the message of each, nothing composed, nothing left open.
 struct FailureCase {
@@ -158,21 +101,6 @@ TEST(RdbComposition, EveryFailureHasItsMessage) {
     db.run("create table d (k integer)");
     EXPECT_EQ(db.compose(ComposeForm::List, {.source = fine}).code, 0);
   }
-}
-
-TEST(RdbComposition, TheResultColumnIsLookedForInTheCatalog) {
-  ComposeDatabase db;
-  db.runScript("create table t (k integer); create table result (doc clob(1m))");
-  const ComposeOutcome outcome =
-      db.compose(ComposeForm::List,
-                 {.source = mapping(element("t", top(table("t")) + attributeOf("k", "t", "k"))),
-                  .table = "result",
-                  .column = "nothing",
-                  .validColumn = ""});
-  EXPECT_EQ(outcome.code, -69);
-  EXPECT_EQ(outcome.message,
-            "QRKQ021E  Table RESULT does not have column NOTHING.\n"
-            "QRKQ009E  Result table result does not exist.");
 }
 
 // Documents that were made before stay in the unit of work.

@@ -34,7 +34,7 @@ class ResultStorageTest : public testing::Test {
     call_.msg[0] = 0;
     document(text);
     wasFile_ = document_.loctype == QRK_LOC_FILE;
-    const int rc = deliverDocument(call_, to_, &document_, &code_, call_.msg);
+    const int rc = deliverDocument(call_, to_, &document_, "", &code_, call_.msg);
     EXPECT_EQ(rc != 0, code_ != 0);
     EXPECT_EQ(document_.data, nullptr);
     EXPECT_TRUE(folder_.isEmpty());
@@ -73,12 +73,9 @@ TEST_F(ResultStorageTest, ResultTables) {
       {"a file", kDocs, "docs", "DOC", kFile, 0, kNone},
       {"delimited names", "\"a b\" (\"a \"\"b\"\"\" VARCHAR(9))", "\"a b\"", "a \"b\"", 7, 0,
        kNone},
-      {"a schema", "their.docs (A INTEGER, DOC CLOB(1M))", "their.docs", "DOC", 7, 0, kNone},
       {"the longest text", "docs (DOC VARCHAR(7))", "docs", "DOC", 7, 0, kNone},
       {"a longer one", "docs (DOC VARCHAR(7))", "docs", "DOC", 8, -77, kTooSmall},
       {"a longer file", "docs (DOC CLOB(19999))", "docs", "DOC", kFile, -77, kTooSmall},
-      {"no such table", kDocs, "dogs", "DOC", 7, -57, kInternal},
-      {"no such column", kDocs, "docs", "doc", 7, -57, kInternal},
       {"no column at all", kDocs, "docs", nullptr, 7, -57, kInternal},
       {"no such column for a file", kDocs, "docs", "doc", kFile, -57, "*QRKM001W  *QRKG001E*"},
       {"a name stays a name", kDocs, "docs", "DOC\") VALUES ('x') --", 7, -57, kInternal},
@@ -178,6 +175,8 @@ TEST_F(ResultStorageTest, Validation) {
   const std::u16string location(schema.begin(), schema.end());
   const ValidationSource registered{kValidateByDtd, "d.dtd"};
   const ValidationSource unknown{kValidateByDtd, "e.dtd"};
+  const std::string longId(129, 'd');
+  const ValidationSource tooLong{kValidateByDtd, longId.c_str()};
   const ValidationSource bySchema{kValidateBySchema, location.c_str()};
   const ValidationSource noSchema{kValidateBySchema, u"/nowhere/s.xsd"};
   const std::string large(40000, 'x');
@@ -194,6 +193,7 @@ TEST_F(ResultStorageTest, Validation) {
       {"a valid file", &registered, "<!DOCTYPE p SYSTEM 'e'><p>" + large + "</p>", "1"},
       {"an unknown DTD is done without", &unknown, subset + "<p/>", "1"},
       {"and nothing is declared then", &unknown, "<p/>", "0"},
+      {"so is one that cannot be registered", &tooLong, subset + "<p/>", "1"},
       {"valid by its schema", &bySchema, "<p>x</p>", "1"},
       {"a valid file by its schema", &bySchema, "<p>" + large + "</p>", "1"},
       {"invalid by its schema", &bySchema, "<p><q/></p>", "0"},

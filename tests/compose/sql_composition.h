@@ -86,8 +86,8 @@ inline Composed composeSql(const std::string& statement, const std::string& tree
     const LevelMap map(call, statement);
     rc = map.rc;
     const MappedStatement parts(statement);
-    SqlComposition objects(ctx, call.hdbc(), dad.getDocumentElement(), parts.base.c_str(), map.map,
-                           &call.code, call.context.msg);
+    const SqlCall sqlCall{call.report(), call.hdbc(), map.map};
+    SqlComposition objects(sqlCall, dad.getDocumentElement(), parts.base.c_str());
     if (rc == 0) rc = objects.open();
     while (rc == 0 && (rc = objects.nextObject()) == 0) {
       OutBuffer buffer(ctx);

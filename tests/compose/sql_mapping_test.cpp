@@ -1,5 +1,6 @@
 // SQL mapping: documents of one to four levels to the byte, and every way in which a tree or a
 // statement can be wrong.
+#include "orvxml/notices.h"
 #include "src/compose/sql_level_query.h"
 #include "tests/compose/sql_composition.h"
 #include "tests/support/decompose_calls.h"
@@ -198,6 +199,24 @@ TEST(SqlMappingTest, KeysOfEveryTypeSelectTheirRows) {
                          element("t", attribute("k", "K") + element("n", text("N")))),
               (Composed{documents, 0, ""}));
   }
+}
+
+// The server takes them for equal.
+TEST(SqlMappingTest, KeysThatDifferInBlanksAreTold) {
+  struct Listener final : NoticeListener {
+    void notice(const Notice& notice) override { texts.push_back(notice.text); }
+    std::vector<std::string> texts;
+  } listener;
+  const Listening listening(listener);
+  Database db;
+  db.run("CREATE TABLE T (K VARCHAR(9), N INTEGER)");
+  db.run("INSERT INTO T VALUES ('a', 1), ('a ', 2), ('b', 3)");
+  EXPECT_EQ(composeSql("SELECT k, n FROM t ORDER BY k, n",
+                       element("t", attribute("k", "K") + element("n", text("N"))))
+                .documents.size(),
+            3U);
+  ASSERT_EQ(listener.texts.size(), 1U);
+  EXPECT_TRUE(listener.texts[0].starts_with("the keys \"a\" and \"a \" of column K differ in"));
 }
 
 // Double-byte keys travel as double-byte characters, or as bytes in the EUC code pages.

@@ -7,28 +7,14 @@
 #include "composer.h"
 #include "console.h"
 #include "database.h"
-#include "output_file.h"
+#include "document_writers.h"
+#include "notice_log.h"
 #include "result_writer.h"
-#include "shredder.h"
 #include "text_encoding.h"
 
 namespace orvxml::command {
 
 namespace {
-
-constexpr const char* kCollectingTable =
-    "DECLARE GLOBAL TEMPORARY TABLE SESSION.QRK_RESULT (DOC CLOB(2G), VALID INTEGER)"
-    " ON COMMIT PRESERVE ROWS NOT LOGGED";
-const ResultTable kCollected{"SESSION.QRK_RESULT", "DOC", "VALID"};
-
-// How many of the documents were found valid and invalid.
-struct Validity {
-  size_t valid = 0;
-  size_t invalid = 0;
-
-  void add(bool isValid) { ++(isValid ? valid : invalid); }
-  bool known() const { return valid + invalid > 0; }
-};
 
 std::string jsonField(const char* name, const std::string& value) {
   return ", \"" + std::string(name) + "\": " + value;
@@ -41,73 +27,73 @@ class ComposeRun {
       : settings_(settings),
         options_(options),
         session_(session),
+        mappingText_(textOf(session, mapping)),
         composer_(session, std::move(mapping), std::move(override)) {}
 
   ExitStatus run() {
+    const Listening listening(log_);
     if (!options_.into.empty()) return intoTable();
-    if (!options_.outputDir.empty()) return intoFolder();
-    return firstDocument();
+    if (!options_.wrap.empty()) {
+      WrappedDocuments documents(options_.wrap, options_.output);
+      return compose(documents);
+    }
+    if (!options_.outputDir.empty()) {
+      NumberedDocuments documents(options_.outputDir);
+      return compose(documents);
+    }
+    FirstDocument document(options_.output);
+    return compose(document);
   }
 
  private:
-  ExitStatus firstDocument();
-  ExitStatus intoFolder();
+  static std::string textOf(orv::Session& session, const Mapping& mapping);
+  bool firstOnly() const {
+    return options_.into.empty() && options_.outputDir.empty() && options_.wrap.empty();
+  }
+  ExitStatus compose(DocumentWriter& documents);
   ExitStatus intoTable();
-  void writeCollected(OutputFolder& folder, Validity& validity);
+  bool leaveOut(const std::string& message);
+  NamedText mapping() const { return {labelOf(composer_.mapping()), mappingText_}; }
   ExitStatus failed(const ComposeOutcome& outcome);
-  std::string whereFailed(const std::string& message);
-  void report(const ComposeOutcome& outcome, const Validity& validity, const std::string& target);
-  void printJson(const ComposeOutcome& outcome, bool ok, const std::string& more);
+  void printPlaced(const std::string& message);
+  void report(const ComposeOutcome& outcome, const DocumentWriter* documents);
+  void reportCounts(const ComposeOutcome& outcome, const DocumentWriter* documents) const;
+  void printDocument(const std::string& document) const;
+  std::string target() const;
+  void printJson(const ComposeOutcome& outcome, bool ok, const std::string& more) const;
 
   const Settings& settings_;
   const ComposeOptions& options_;
   orv::Session& session_;
+  const std::string mappingText_;
   Composer composer_;
+  NoticeLog log_;
+  int leftOut_ = 0;
 };
 
-// ---- The three ways out.
-ExitStatus ComposeRun::firstDocument() {
-  std::optional<OutputFile> file;
-  if (!options_.output.empty()) file.emplace(options_.output);
-  const ComposeOutcome outcome = composer_.composeDocument();
-  session_.rollback();
-  if (outcome.code < 0) return failed(outcome);
-  const bool composed = outcome.documents > 0;
-  if (file && composed) {
-    file->write(outcome.document);
-    file->commit();
-  } else if (!settings_.json && composed) {
-    std::fwrite(outcome.document.data(), 1, outcome.document.size(), stdout);
-    if (!outcome.document.ends_with('\n')) std::fputc('\n', stdout);
+// Where places in the mapping are looked for; empty for a collection that is not there.
+std::string ComposeRun::textOf(orv::Session& session, const Mapping& mapping) {
+  if (!mapping.isCollection) return mapping.dad;
+  const orv::Result result = session.run(
+      "SELECT DAD FROM ORVXML.XML_USAGE WHERE TABLE_NAME = 'QRK_COLLECTION' AND COL_NAME = " +
+      sqlLiteral(mapping.name));
+  return result.rows.empty() ? "" : result.rows[0][0].value_or("");
+}
+
+// ---- The ways out.
+ExitStatus ComposeRun::compose(DocumentWriter& documents) {
+  if (options_.keepGoing) {
+    documents.whenUnwritable(
+        [&](const char* message) { return leaveOut(fromCodePage(message, session_.codePage())); });
   }
-  checkOutput();
-  Validity validity;
-  if (outcome.valid) validity.add(*outcome.valid);
-  report(outcome, validity, options_.output);
-  return kDone;
-}
-
-ExitStatus ComposeRun::intoFolder() {
-  OutputFolder folder(options_.outputDir);
-  require(session_.run(kCollectingTable).outcome, settings_.database);
-  const ComposeOutcome outcome = composer_.composeRows(kCollected, options_.maxRows);
-  if (outcome.code < 0) return failed(outcome);
-  Validity validity;
-  writeCollected(folder, validity);
+  const ComposeOutcome outcome =
+      composer_.composeDocuments(documents, firstOnly(), options_.maxRows);
   session_.rollback();
-  folder.keep();
-  report(outcome, validity, options_.outputDir);
-  return kDone;
-}
-
-void ComposeRun::writeCollected(OutputFolder& folder, Validity& validity) {
-  const orv::Result result = session_.run("SELECT DOC, VALID FROM SESSION.QRK_RESULT", nullptr,
-                                          [&](std::vector<orv::ResultValue>& row) {
-                                            folder.add(row[0].value_or(""));
-                                            if (row[1]) validity.add(*row[1] != "0");
-                                            return true;
-                                          });
-  require(result.outcome, settings_.database);
+  documents.rethrow();
+  if (outcome.code < 0) return failed(outcome);
+  documents.complete();
+  report(outcome, &documents);
+  return leftOut_ > 0 ? kFailed : kDone;
 }
 
 ExitStatus ComposeRun::intoTable() {
@@ -119,63 +105,98 @@ ExitStatus ComposeRun::intoTable() {
     return failed(outcome);
   }
   require(session_.commit(), settings_.database);
-  report(outcome, {}, options_.into);
+  report(outcome, nullptr);
   return kDone;
 }
 
+bool ComposeRun::leaveOut(const std::string& message) {
+  ++leftOut_;
+  printPlaced(message);
+  log_.forgetFailure();
+  return true;
+}
+
 // ---- What is said about it.
-// Line and column of a parser error when they count in the mapping.
-std::string ComposeRun::whereFailed(const std::string& message) {
-  const Mapping& mapping = composer_.mapping();
-  const std::optional<Position> position = parserPosition(message);
-  if (!position) return labelOf(mapping);
-  const bool inMapping = Shredder(session_, mapping).isAboutMapping(message);
-  session_.rollback();
-  return inMapping ? located(labelOf(mapping), *position) : labelOf(mapping);
+// A message of the library behind the place that it is about.
+void ComposeRun::printPlaced(const std::string& message) {
+  std::string where = labelOf(composer_.mapping());
+  std::string text = message;
+  if (const Notice* const failure = log_.failure()) {
+    where = placeOf(failure, mapping(), {}, where);
+    if (!failure->text.empty()) text = failure->text + ": " + message;
+  } else if (const std::optional<Position> position = parserPosition(message)) {
+    where = located(where, *position);
+  }
+  printFailure(where, text);
 }
 
 ExitStatus ComposeRun::failed(const ComposeOutcome& outcome) {
   if (settings_.json) printJson(outcome, false, "");
-  printFailure(whereFailed(outcome.message), outcome.message);
-  if (outcome.message.find("The limit for resultDoc") != std::string::npos) {
-    printMessage("", "--output-dir writes documents of any size");
-  }
+  log_.printWarnings(mapping());
+  printPlaced(outcome.message);
   checkOutput();
   return kFailed;
 }
 
-void ComposeRun::report(const ComposeOutcome& outcome, const Validity& validity,
-                        const std::string& target) {
-  const bool onlyFirst = options_.into.empty() && options_.outputDir.empty();
-  if (settings_.json) {
-    std::string more;
-    if (validity.known()) {
-      more += jsonField("valid", std::to_string(validity.valid)) +
-              jsonField("invalid", std::to_string(validity.invalid));
-    }
-    if (!target.empty()) {
-      more += jsonField("output", jsonString(target));
-    } else if (outcome.documents > 0) {
-      more += jsonField("document", jsonString(outcome.document));
-    }
-    printJson(outcome, true, more);
-    checkOutput();
+std::string ComposeRun::target() const {
+  for (const std::string* name : {&options_.into, &options_.outputDir, &options_.output}) {
+    if (!name->empty()) return *name;
+  }
+  return "";
+}
+
+// Ahead of a document on standard output, so that it is not taken for all there is.
+void ComposeRun::report(const ComposeOutcome& outcome, const DocumentWriter* documents) {
+  log_.printWarnings(mapping());
+  const bool writesHeaders = documents && options_.wrap.empty();
+  if (writesHeaders && !documents->otherEncoding().empty()) {
+    printMessage(labelOf(composer_.mapping()),
+                 "warning: the prolog names the encoding " + documents->otherEncoding() +
+                     "; what is written is UTF-8 and says so [prolog-encoding]");
   }
   if (outcome.code > 0 || (!settings_.quiet && !settings_.json)) printMessage("", outcome.message);
   if (outcome.documents == 0) {
     printMessage(labelOf(composer_.mapping()), "warning: no document was composed");
   }
-  if (settings_.quiet || settings_.json) return;
-  const bool someLeft = onlyFirst && outcome.documents > 1;
-  printMessage("", countText(outcome.documents, "document") +
-                       (someLeft ? "; this is the first, --output-dir writes all of them" : ""));
-  if (!validity.known()) return;
-  if (onlyFirst) return printMessage("", validity.valid > 0 ? "valid" : "invalid");
-  printMessage("", std::to_string(validity.valid) + " valid, " + std::to_string(validity.invalid) +
-                       " invalid");
+  if (!settings_.quiet && !settings_.json) reportCounts(outcome, documents);
+  const bool toOutput = firstOnly() && options_.output.empty() && outcome.documents > 0;
+  const std::string document = toOutput ? static_cast<const FirstDocument*>(documents)->kept() : "";
+  if (settings_.json) {
+    std::string more;
+    if (documents && documents->valid() + documents->invalid() > 0) {
+      more += jsonField("valid", std::to_string(documents->valid())) +
+              jsonField("invalid", std::to_string(documents->invalid()));
+    }
+    if (options_.keepGoing) more += jsonField("leftOut", std::to_string(leftOut_));
+    if (!target().empty()) more += jsonField("output", jsonString(target()));
+    if (toOutput) more += jsonField("document", jsonString(document));
+    printJson(outcome, leftOut_ == 0, more);
+  } else if (toOutput) {
+    printDocument(document);
+  }
+  checkOutput();
 }
 
-void ComposeRun::printJson(const ComposeOutcome& outcome, bool ok, const std::string& more) {
+void ComposeRun::reportCounts(const ComposeOutcome& outcome,
+                              const DocumentWriter* documents) const {
+  std::string text = countText(outcome.documents, "document");
+  if (leftOut_ > 0) text += ", " + std::to_string(leftOut_) + " left out";
+  if (firstOnly() && outcome.documents > 1) {
+    text += "; this is the first, --output-dir or --wrap writes all of them";
+  }
+  printMessage("", text);
+  if (!documents || documents->valid() + documents->invalid() == 0) return;
+  if (firstOnly()) return printMessage("", documents->valid() > 0 ? "valid" : "invalid");
+  printMessage("", std::to_string(documents->valid()) + " valid, " +
+                       std::to_string(documents->invalid()) + " invalid");
+}
+
+void ComposeRun::printDocument(const std::string& document) const {
+  std::fwrite(document.data(), 1, document.size(), stdout);
+  if (!document.ends_with('\n')) std::fputc('\n', stdout);
+}
+
+void ComposeRun::printJson(const ComposeOutcome& outcome, bool ok, const std::string& more) const {
   std::string message = outcome.message;
   message.erase(message.find_last_not_of('\n') + 1);
   const std::string text = std::string("{\"ok\": ") + (ok ? "true" : "false") +
@@ -186,24 +207,47 @@ void ComposeRun::printJson(const ComposeOutcome& outcome, bool ok, const std::st
 }
 
 // ---- The options.
+[[noreturn]] void wrong(const char* text) {
+  throw Failure("", text, kWrongUse);
+}
+
+// A colon would be the end of a prefix that nothing declares.
+bool isElementName(const std::string& name) {
+  if (name.find_first_of(" \t\r\n<>/=&'\"!?:") != std::string::npos) return false;
+  const std::string document = '<' + plainTextAsUtf8("<wrap>", name) + "/>";
+  ElementPlace place{.element = 1};
+  return qrkElementPlaces(document.data(), document.size(), &place, 1) == 0 && place.line == 1;
+}
+
 void checkOptions(const ComposeOptions& options) {
-  const auto wrong = [](const char* text) { throw Failure("", text, kWrongUse); };
   checkMapping(options.dad, options.collection);
   if (options.overrideSql && options.overrideXml) {
     wrong("give --override-sql or --override-xml, not both");
   }
-  const int targets = !options.output.empty() + !options.outputDir.empty() + !options.into.empty();
-  if (targets > 1) wrong("give one of --output, --output-dir and --into");
-  if (options.into.empty() && !(options.column.empty() && options.validColumn.empty())) {
+  const bool toFolder = !options.outputDir.empty(), toTable = !options.into.empty();
+  const bool toOne = !options.output.empty() || !options.wrap.empty();
+  if (toFolder + toTable + toOne > 1) {
+    wrong("give one of --output-dir, --into, and --output or --wrap");
+  }
+  if (!toTable && !(options.column.empty() && options.validColumn.empty())) {
     wrong("--column and --valid-column go with --into");
   }
   if (options.column.empty() && !options.validColumn.empty()) {
     wrong("--valid-column goes with --column");
   }
   if (options.maxRows < 0) wrong("--max-rows takes no negative number");
-  if (options.maxRows > 0 && options.into.empty() && options.outputDir.empty()) {
-    wrong("--max-rows goes with --output-dir or --into");
+  if (options.maxRows > 0 && !toFolder && !toTable && options.wrap.empty()) {
+    wrong("--max-rows goes with --output-dir, --wrap or --into");
   }
+  if (options.keepGoing && !toFolder && options.wrap.empty()) {
+    wrong("--keep-going goes with --output-dir or --wrap");
+  }
+}
+
+void checkWrap(const Settings& settings, const ComposeOptions& options) {
+  if (options.wrap.empty()) return;
+  if (!isElementName(options.wrap)) wrong("--wrap takes the name of an element, without a prefix");
+  if (settings.json && options.output.empty()) wrong("--json with --wrap wants --output");
 }
 
 Override readOverride(const ComposeOptions& options) {
@@ -220,6 +264,7 @@ Override readOverride(const ComposeOptions& options) {
 
 ExitStatus runCompose(const Settings& settings, const ComposeOptions& options) {
   checkOptions(options);
+  checkWrap(settings, options);
   requireDatabase(settings);
   Mapping mapping = readMapping(options.dad, options.collection);
   Override override = readOverride(options);

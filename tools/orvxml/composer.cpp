@@ -8,14 +8,6 @@
 
 namespace orvxml::command {
 
-namespace {
-
-std::optional<bool> validity(int valid) {
-  return valid < 0 ? std::nullopt : std::optional<bool>(valid != 0);
-}
-
-}  // namespace
-
 Composer::Composer(orv::Session& session, Mapping mapping, Override override)
     : session_(session), mapping_(std::move(mapping)), override_(std::move(override)) {
   databaseMapping_ =
@@ -37,27 +29,17 @@ orv::Argument Composer::overrideText() const {
 }
 
 // The outcome in the last three outputs; nothing when there is no such procedure.
-std::optional<ComposeOutcome> Composer::call(const std::string& name,
-                                             std::vector<orv::Argument> arguments, size_t inputs,
-                                             size_t outputs) {
-  arguments.resize(inputs + outputs);
-  const std::string procedure = (mapping_.isCollection ? "QRKRETRIEVE" : "QRKGEN") + name;
-  orv::CallResult result = session_.call("ORVXML", procedure, arguments);
+std::optional<ComposeOutcome> Composer::call(std::vector<orv::Argument> arguments) {
+  constexpr size_t kOutputs = 3;
+  arguments.resize(arguments.size() + kOutputs);
+  const orv::CallResult result =
+      session_.call("ORVXML", mapping_.isCollection ? "QRKRETRIEVEXML" : "QRKGENXML", arguments);
   if (result.outcome.sqlcode == kNoSuchRoutine) return std::nullopt;
-  ComposeOutcome outcome;
   if (result.outcome.failed()) {
-    outcome.code = result.outcome.sqlcode;
-    outcome.message = result.outcome.message;
-    return outcome;
+    return ComposeOutcome{result.outcome.sqlcode, result.outcome.message, 0};
   }
-  std::vector<orv::ResultValue>& values = result.outputs;
-  outcome.message = values.back().value_or("");
-  outcome.code = numberOf(values[values.size() - 2]);
-  outcome.documents = numberOf(values[values.size() - 3]);
-  if (outputs == 3) return outcome;
-  outcome.document = std::move(values[inputs]).value_or("");
-  if (values[inputs + 1]) outcome.valid = validity(numberOf(values[inputs + 1]));
-  return outcome;
+  const orv::ResultValue* const outputs = &result.outputs.back() - (kOutputs - 1);
+  return ComposeOutcome{numberOf(outputs[1]), outputs[2].value_or(""), numberOf(outputs[0])};
 }
 
 // The parameter-list form: the mapping leads its arguments, its indicator their indicators.
@@ -68,31 +50,22 @@ int Composer::callEither(ByDad* byDad, ByName* byName, Arguments... arguments) {
   return byDad(dad.get(), arguments...);
 }
 
-// ---- The first document.
-ComposeOutcome Composer::composeDocument() {
-  if (fitsParameters()) {
-    const std::vector<orv::Argument> arguments{
-        source(), {std::to_string(override_.type)}, overrideText()};
-    if (auto outcome = call("XMLCLOB", arguments, arguments.size(), 5)) return *std::move(outcome);
+// ---- Documents.
+ComposeOutcome Composer::composeDocuments(DocumentReceiver& receiver, bool firstOnly, int maxRows) {
+  ComposeRequest request;
+  if (mapping_.isCollection) {
+    request.collection = databaseMapping_.c_str();
+  } else {
+    request.dad = databaseMapping_.data();
+    request.dadSize = databaseMapping_.size();
   }
-  return composeDocumentDirectly();
-}
-
-ComposeOutcome Composer::composeDocumentDirectly() {
-  ComposeOutcome outcome;
-  char message[kMessageSize] = "";
-  int valid = -1;
-  short indicators[8] = {};
-  short* const ind = indicators;
-  ClobValue document("", kDocumentParameter);
-  callEither(qrkGenXMLClob_STP, qrkRetrieveXMLClob_STP, &override_.type, databaseOverride_.c_str(),
-             document.get(), &valid, &outcome.documents, &outcome.code, message, &ind[0], &ind[1],
-             &ind[2], &ind[3], &ind[4], &ind[5], &ind[6], &ind[7]);
-  outcome.message = fromCodePage(message, session_.codePage());
-  outcome.document = fromCodePage(
-      {document.get()->data, static_cast<size_t>(document.get()->length)}, session_.codePage());
-  outcome.valid = validity(valid);
-  return outcome;
+  request.overrideType = override_.type;
+  request.override = databaseOverride_.c_str();
+  request.maxRows = maxRows;
+  request.firstOnly = firstOnly;
+  ComposeResult result;
+  qrkComposeDocuments(request, receiver, result);
+  return {result.code, fromCodePage(result.message, session_.codePage()), result.documents};
 }
 
 // ---- Rows.
@@ -109,7 +82,7 @@ ComposeOutcome Composer::composeRows(const ResultTable& table, int maxRows) {
     arguments.push_back({std::to_string(override_.type)});
     arguments.push_back(overrideText());
     arguments.push_back({std::to_string(maxRows)});
-    if (auto outcome = call("XML", arguments, arguments.size(), 3)) return *std::move(outcome);
+    if (auto outcome = call(arguments)) return *std::move(outcome);
   }
   return composeRowsDirectly(table, maxRows);
 }

@@ -1,6 +1,6 @@
-// Has the library compose documents from the tables of the current session, and knows which form of
-// its procedures to take: the registered one through CALL where it is there and the values fit its
-// parameters, the parameter-list form otherwise.
+// Has the library compose documents from the tables of the current session. Documents that become
+// rows go through the registered procedure where it is there and the values fit its parameters,
+// else through the parameter-list form.
 #pragma once
 
 #include <optional>
@@ -9,6 +9,7 @@
 
 #include "mapping.h"
 #include "orv/session.h"
+#include "orvxml/compose_documents.h"
 
 namespace orvxml::command {
 
@@ -29,11 +30,9 @@ struct ResultTable {
 };
 
 struct ComposeOutcome {
-  int code = 0;               // negative: failed; positive: a warning
-  std::string message;        // UTF-8, of one line or several
-  int documents = 0;          // composed
-  std::string document;       // the first one, in UTF-8; empty when there is a result table
-  std::optional<bool> valid;  // of that document, when it was validated
+  int code = 0;         // negative: failed; positive: a warning
+  std::string message;  // UTF-8, of one line or several
+  int documents = 0;    // composed
 };
 
 class Composer {
@@ -43,7 +42,7 @@ class Composer {
   Composer(orv::Session& session, Mapping mapping, Override override);
 
   // Both commit and roll back nothing. `maxRows` 0: no limit.
-  ComposeOutcome composeDocument();
+  ComposeOutcome composeDocuments(DocumentReceiver& receiver, bool firstOnly, int maxRows);
   ComposeOutcome composeRows(const ResultTable& table, int maxRows);
 
   const Mapping& mapping() const { return mapping_; }
@@ -51,11 +50,9 @@ class Composer {
  private:
   std::string toDatabase(const std::string& where, const std::string& text) const;
   bool fitsParameters() const;
-  std::optional<ComposeOutcome> call(const std::string& name, std::vector<orv::Argument> arguments,
-                                     size_t inputs, size_t outputs);
+  std::optional<ComposeOutcome> call(std::vector<orv::Argument> arguments);
   orv::Argument source() const { return {mapping_.isCollection ? mapping_.name : mapping_.dad}; }
   orv::Argument overrideText() const;
-  ComposeOutcome composeDocumentDirectly();
   ComposeOutcome composeRowsDirectly(const ResultTable& table, int maxRows);
   template <class ByDad, class ByName, class... Arguments>
   int callEither(ByDad* byDad, ByName* byName, Arguments... arguments);

@@ -163,7 +163,9 @@ void addShred(CLI::App& app, CommandLine& line) {
 }
 
 void addCompose(CLI::App& app, CommandLine& line) {
-  CLI::App* compose = app.add_subcommand("compose", "Compose documents from rows");
+  CLI::App* compose = app.add_subcommand(
+      "compose",
+      "Compose documents from rows: the first one, or all with --output-dir, --wrap, --into");
   ComposeOptions& options = line.compose;
   const auto add = [compose](const char* name, auto& value, const char* text, const char* type) {
     compose->add_option(name, value, text)->type_name(type);
@@ -173,11 +175,15 @@ void addCompose(CLI::App& app, CommandLine& line) {
   add("--override-sql", options.overrideSql, "Statement in place of the mapping's", "TEXT");
   add("--override-xml", options.overrideXml, "Conditions by location path", "TEXT");
   add("--max-rows", options.maxRows, "Documents to compose at most; 0: all", "N");
-  add("--output", options.output, "Write the first document to a file", "FILE");
+  add("--output", options.output, "Write to a file: the first document, or all with --wrap",
+      "FILE");
+  add("--wrap", options.wrap, "Write all documents inside one element", "NAME");
   add("--output-dir", options.outputDir, "Write all documents into a folder", "DIR");
   add("--into", options.into, "Insert all documents into a table", "TABLE");
   add("--column", options.column, "Column of that table for the documents", "COLUMN");
   add("--valid-column", options.validColumn, "Column for their validation results", "COLUMN");
+  compose->add_flag("--keep-going", options.keepGoing,
+                    "Leave out documents with values that XML cannot carry");
   compose->callback([&line] { line.status = runCompose(line.settings, line.compose); });
 }
 

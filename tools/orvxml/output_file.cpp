@@ -112,9 +112,11 @@ std::string OutputFolder::fileName(size_t number) const {
   return (fs::path(path_) / name).string();
 }
 
-void OutputFolder::add(std::string_view document) {
-  OutputFile file(fileName(written_ + 1));
-  file.write(document);
+std::unique_ptr<OutputFile> OutputFolder::next() const {
+  return std::make_unique<OutputFile>(fileName(written_ + 1));
+}
+
+void OutputFolder::commit(OutputFile& file) {
   file.commit();
   ++written_;
 }

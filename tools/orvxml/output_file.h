@@ -1,9 +1,9 @@
 // Files that the command writes: whole or not at all.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace orvxml::command {
 
@@ -38,7 +38,9 @@ class OutputFolder {
   ~OutputFolder();
   OutputFolder(const OutputFolder&) = delete;
   OutputFolder& operator=(const OutputFolder&) = delete;
-  void add(std::string_view document);
+  // The file of the next document, which counts once it is committed here.
+  std::unique_ptr<OutputFile> next() const;
+  void commit(OutputFile& file);
   void keep() { kept_ = true; }
 
  private:
