@@ -22,7 +22,9 @@ struct Notice {
     kPlace,  // of the failure whose message the call gives; at most one a call is of use: the last
   };
   Kind kind = kWarning;
-  const char* rule = "";       // the warning's name, like "join-of-equal-depth"; a literal
+  // A literal: the warning's name, like "join-of-equal-depth"; of a place what the failure is
+  // about: "mapping", "document" or "schema".
+  const char* rule = "";
   std::string text;            // one line in UTF-8; of a place: what the message lacks, or empty
   size_t mappingElement = 0;   // number of the element in the mapping; 0: none
   size_t documentElement = 0;  // the same in the document

@@ -17,8 +17,12 @@ int columnOf(const tab& table, const std::string& xmlName) {
 
 class Planner {
  public:
-  Planner(QrkStruct* ctx, rel* relinfo, const tab& table, DadPlan& plan)
-      : ctx_(ctx), rel_(relinfo), table_(table), plan_(plan) {}
+  Planner(WalkState& walk, int tableIndex, DadPlan& plan)
+      : walk_(walk),
+        ctx_(walk.ctx),
+        tableIndex_(tableIndex),
+        table_(*walk.relinfo->tab[tableIndex]),
+        plan_(plan) {}
 
   // False when the walk stops at this child.
   bool addChild(xercesc::DOMElement* child);
@@ -27,11 +31,12 @@ class Planner {
  private:
   bool addAttribute(xercesc::DOMElement* child);
   bool addElement(xercesc::DOMElement* child);
-  void addText();
+  void addText(const xercesc::DOMElement* child);
   DadStep& add(StepKind kind, std::string name, std::u16string xmlName);
 
+  WalkState& walk_;
   QrkStruct* ctx_;
-  rel* rel_;
+  int tableIndex_;
   const tab& table_;
   DadPlan& plan_;
   bool hasMappedChild_ = false;
@@ -41,7 +46,7 @@ bool Planner::addChild(xercesc::DOMElement* child) {
   const std::u16string_view tag = child->getTagName();
   if (tag == u"attribute_node") return addAttribute(child);
   if (tag == u"element_node") return addElement(child);
-  if (tag == u"text_node") addText();
+  if (tag == u"text_node") addText(child);
   return true;
 }
 
@@ -53,8 +58,9 @@ DadStep& Planner::add(StepKind kind, std::string name, std::u16string xmlName) {
   return step;
 }
 
-void Planner::addText() {
+void Planner::addText(const xercesc::DOMElement* child) {
   hasMappedChild_ = true;
+  if (walk_.watch) walk_.watch->leafTaken(child, tableIndex_);
   add(StepKind::Text, plan_.name, {}).column = columnOf(table_, plan_.name);
 }
 
@@ -67,6 +73,7 @@ bool Planner::addAttribute(xercesc::DOMElement* child) {
   }
   if (!isInTab(ctx_, &table_, name.c_str())) return true;
   const int column = columnOf(table_, name);
+  if (walk_.watch && column >= 0) walk_.watch->leafTaken(child, tableIndex_);
   DadStep& step = add(StepKind::Attribute, std::move(name), child->getAttribute(u"name"));
   step.column = column;
   step.joinName = joinAttributeName(step.xmlName);
@@ -81,7 +88,7 @@ bool Planner::addElement(xercesc::DOMElement* child) {
     add(StepKind::NamelessElement, {}, {});
     return false;
   }
-  const tab* top = getTabofTopElement(rel_, name.c_str());
+  const tab* top = getTabofTopElement(walk_.relinfo, name.c_str());
   if (top != nullptr && top != &table_) return true;
   add(StepKind::Element, std::move(name), child->getAttribute(u"name")).dadElement = child;
   plan_.searchesChildren = true;
@@ -96,17 +103,22 @@ std::string dadName(QrkStruct* ctx, const xercesc::DOMElement* dadElement) {
   return name;
 }
 
-DadPlan planElement(QrkStruct* ctx, rel* relinfo, const tab& table,
-                    const xercesc::DOMElement* dadElement, std::string name) {
+DadPlan planElement(WalkState& walk, int tableIndex, const xercesc::DOMElement* dadElement,
+                    std::string name) {
+  const tab& table = *walk.relinfo->tab[tableIndex];
   DadPlan plan;
   plan.name = std::move(name);
-  Planner planner(ctx, relinfo, table, plan);
+  plan.dadElement = dadElement;
+  Planner planner(walk, tableIndex, plan);
   for (auto* child = dadElement->getFirstElementChild(); child;
        child = child->getNextElementSibling()) {
     if (!planner.addChild(child)) return plan;
   }
-  plan.wholeElement = !planner.hasMappedChild() && isInTab(ctx, &table, plan.name.c_str()) != 0;
-  if (plan.wholeElement) plan.wholeElementColumn = columnOf(table, plan.name);
+  plan.wholeElement =
+      !planner.hasMappedChild() && isInTab(walk.ctx, &table, plan.name.c_str()) != 0;
+  if (!plan.wholeElement) return plan;
+  plan.wholeElementColumn = columnOf(table, plan.name);
+  if (walk.watch) walk.watch->leafTaken(dadElement, tableIndex);
   return plan;
 }
 

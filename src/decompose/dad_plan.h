@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "orvxml/mapping_model.h"
+#include "src/decompose/walk_state.h"
 
 namespace orvxml {
 
@@ -32,7 +32,8 @@ struct DadStep {
 };
 
 struct DadPlan {
-  std::string name;               // of the element_node
+  std::string name;  // of the element_node
+  const xercesc::DOMElement* dadElement = nullptr;
   std::vector<DadStep> steps;     // in DAD order
   bool searchesChildren = false;  // some step is for child elements
   bool wholeElement = false;      // the element itself, written out, is the value
@@ -43,7 +44,7 @@ struct DadPlan {
 // not convert.
 std::string dadName(QrkStruct* ctx, const xercesc::DOMElement* dadElement);
 
-DadPlan planElement(QrkStruct* ctx, rel* relinfo, const tab& table,
-                    const xercesc::DOMElement* dadElement, std::string name);
+DadPlan planElement(WalkState& walk, int tableIndex, const xercesc::DOMElement* dadElement,
+                    std::string name);
 
 }  // namespace orvxml

@@ -7,6 +7,7 @@
 #include "orvxml/cli_handles.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/mapping_model.h"
+#include "orvxml/notices.h"
 #include "orvxml/packages.h"
 #include "orvxml/parser.h"
 #include "orvxml/row_extraction.h"
@@ -14,6 +15,7 @@
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
 #include "src/dad/dad_settings.h"
+#include "src/dad/mapping_traps.h"
 #include "src/foundation/server_statements.h"
 #include "src/foundation/stored_dad.h"
 
@@ -27,6 +29,16 @@ constexpr char kModule[] = "qrkrdbi";
 constexpr int kCollectionNameSize = 129;  // bytes, terminator included
 constexpr int kSettingsError = -1;        // whatever is wrong in front of the mapping
 constexpr int kInvalidDocument = -90;
+
+// From here on a failure is about this text, until something more precise is told.
+void tellSubject(const char* subject) {
+  NoticeListener* listener = noticeListener();
+  if (!listener) return;
+  Notice notice;
+  notice.kind = Notice::kPlace;
+  notice.rule = subject;
+  listener->notice(notice);
+}
 
 // ---- One decomposition: the steps share the context, the model and the parsed documents.
 class Decomposition {
@@ -68,16 +80,23 @@ class Decomposition {
 };
 
 int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled) {
+  tellSubject("mapping");
   if (int code = parseDad(dad, dadFlag)) return code;
   if (readDadSettings(ctx_, dad_, kNoSettingLimits, settings_, msg_)) return kSettingsError;
   if (settings_.validate) {
+    tellSubject("document");
     if (int code = validate(doc)) return code;
+    tellSubject("mapping");
   }
   if (int code = buildMapping()) return code;
+  tellTraps(ctx_, rel_, top_, kForDecomposition);
   rel_.hdbc = hdbc;
+  tellSubject("document");
   if (int code = parseDocument(doc)) return code;
   if (notEnabled == 1) {
+    tellSubject("mapping");
     if (int code = checkTables()) return code;
+    tellSubject("document");
   }
   return insertRows();
 }
@@ -97,9 +116,8 @@ int Decomposition::fetchDtd(const std::string& dtdid) {
   if (code >= 0) return 0;
   dtd_.release();
   if (isUnknown) return 0;
-  SQLHANDLE none = SQL_NULL_HANDLE;
-  return qrkCLIError(ctx_, static_cast<short>(code), SQL_HANDLE_STMT, &none, " SQLFetch on dtd_ref",
-                     kModule, __LINE__, msg_);
+  // Its message has the server's words; there is no handle that had more to say.
+  return code;
 }
 
 int Decomposition::validate(QrkOutbuf* doc) {

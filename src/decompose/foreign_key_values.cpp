@@ -1,65 +1,35 @@
 #include "src/decompose/foreign_key_values.h"
 
-#include <cstdio>
-
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "src/decompose/element_text.h"
 
 namespace orvxml {
 
 namespace {
 
 constexpr char kModule[] = "qrkrdbi";
-constexpr int kInternalError = -57;
-constexpr char kNoParent[] = "Error: Could not find foreign key value in XML.";
-
-bool isElement(const xercesc::DOMNode* node) {
-  return node->getNodeType() == xercesc::DOMNode::ELEMENT_NODE;
-}
-
 const XMLCh* attributeOf(const Lineage& at, const std::u16string& name) {
   return at.isElement() ? at.element()->getAttribute(name.c_str()) : u"";
 }
 
 }  // namespace
 
-// ---- First descendants
-
-// One pass in document order: the first element of the tag that comes by is the answer for every
-// ancestor that has none yet; above an ancestor that has one, all have one.
-FirstDescendants::Index FirstDescendants::build(const std::u16string& tag) const {
-  Index index;
-  auto* node = const_cast<xercesc::DOMElement*>(root_);
-  for (xercesc::DOMNode* at = node; at; at = nextInDocumentOrder(node, at)) {
-    if (!isElement(at) || tag != at->getNodeName()) continue;
-    for (const xercesc::DOMNode* up = at->getParentNode(); up; up = up->getParentNode()) {
-      if (!index.try_emplace(up, at).second) break;
-    }
-  }
-  return index;
-}
-
-const xercesc::DOMNode* FirstDescendants::find(const xercesc::DOMNode* node,
-                                               const std::u16string& tag) {
-  auto entry = byTag_.find(tag);
-  if (entry == byTag_.end()) entry = byTag_.emplace(tag, build(tag)).first;
-  const auto found = entry->second.find(node);
-  return found == entry->second.end() ? nullptr : found->second;
-}
-
-// ---- Foreign keys
-
 // Where a climb stands: the node looked at, its name, and what was found so far.
 struct ForeignKeyValues::Climb {
+  explicit Climb(const Lineage* start) : node(start) {}
+
   const Lineage* node;
-  const NameInfo* name;
+  const NameInfo* name = nullptr;
   bool found = false;
-  bool recalled = false;  // the rest of the climb is known already
-  const XMLCh* value = nullptr;
+  bool recalled = false;                        // the rest of the climb is known already
+  std::u16string value;                         // empty: none yet
+  const xercesc::DOMElement* holder = nullptr;  // of the value
+  bool isJoin = false;                          // it is the holder's join attribute
 };
 
 ForeignKeyValues::ForeignKeyValues(WalkState& walk, const tab& table, int tableIndex)
-    : walk_(walk), tableBit_(tableBit(tableIndex)), keys_(static_cast<size_t>(table.num_fk)) {
+    : walk_(walk), tableIndex_(tableIndex), keys_(static_cast<size_t>(table.num_fk)) {
   for (size_t k = 0; k < keys_.size(); ++k) {
     keys_[k].definition = &table.fk[k];
     if (!table.fk[k].parent) continue;
@@ -68,9 +38,9 @@ ForeignKeyValues::ForeignKeyValues(WalkState& walk, const tab& table, int tableI
   }
 }
 
-int ForeignKeyValues::get_foreign_key_values(const Lineage* parent) {
+int ForeignKeyValues::get_foreign_key_values(const Lineage& element) {
   for (Key& key : keys_) {
-    const int rc = get_foreign_key_value(key, parent);
+    const int rc = get_foreign_key_value(key, element);
     QRK_TRACE(walk_.ctx, "call get_foreign_key_value() returns %ld.", static_cast<long>(rc));
     if (rc < 0) return rc;
     QRK_TRACE(walk_.ctx, "%s='%s'", key.definition->column->col, key.value().c_str());
@@ -78,19 +48,21 @@ int ForeignKeyValues::get_foreign_key_values(const Lineage* parent) {
   return 0;
 }
 
-int ForeignKeyValues::get_foreign_key_value(Key& key, const Lineage* parent) {
+int ForeignKeyValues::get_foreign_key_value(Key& key, const Lineage& element) {
   if (key.joinAttributes != walk_.joinAttributes) {
     for (Known& known : key.known) known.start = nullptr;
     key.joinAttributes = walk_.joinAttributes;
   }
-  if (!parent) {
-    std::snprintf(walk_.msg, kMessageSize, "%s", kNoParent);
-    return kInternalError;
-  }
-  if (recall(key, parent->node)) return 0;
-  Climb at{parent, nullptr};
+  if (recall(key, element.parent->node)) return 0;
+  Climb at(element.parent);
   if (int code = climb(key, at)) return code;
-  return remember(key, parent->node, at);
+  if (!at.recalled && at.value.empty()) return failed(key, at, element);
+  return remember(key, element.parent->node, at);
+}
+
+int ForeignKeyValues::failed(const Key& key, const Climb& at, const Lineage& element) {
+  if (walk_.watch) walk_.watch->failedAt(tableIndex_, -1, {}, element.element());
+  return fail(walk_.report(), Msg::QRKQ043E, key.definition->parent->xml, at.name->text);
 }
 
 // Towards the root until a value is found, and past elements that belong to the table itself.
@@ -102,7 +74,8 @@ int ForeignKeyValues::climb(Key& key, Climb& at) {
     QRK_TRACE(walk_.ctx, "parent_name='%s'", at.name->text.c_str());
     if (!lookAt(key, at)) return failInternal(walk_.report(), kModule, __LINE__);
     at.node = at.node->parent;
-    goOn = at.node && at.node->isElement() && (!at.found || (at.name->inTables & tableBit_) != 0);
+    goOn = at.node && at.node->isElement() &&
+           (!at.found || (at.name->inTables & tableBit(tableIndex_)) != 0);
     at.recalled = goOn && !at.found && recall(key, at.node->node);
     goOn = goOn && !at.recalled;
   }
@@ -110,21 +83,30 @@ int ForeignKeyValues::climb(Key& key, Climb& at) {
 }
 
 int ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Climb& at) {
-  if (!at.found && !at.recalled) {
-    return fail(walk_.report(), Msg::QRKQ043E, key.definition->parent->xml, at.name->text);
-  }
   const size_t slot = key.next == key.current ? (key.next + 1) % key.known.size() : key.next;
   Known& known = key.known[slot];
   known.start = nullptr;
   if (at.recalled) {
     known.value = key.value();
-  } else if (!at.value || !toDatabase(walk_.ctx, at.value, known.value)) {
+    known.stray = key.known[key.current].stray;
+  } else if (!toDatabase(walk_.ctx, at.value, known.value)) {
+    if (walk_.watch) walk_.watch->unconvertible(tableIndex_, -1, at.holder);
     return fail(walk_.report(), Msg::QRKG002E);
+  } else if (walk_.watch) {
+    const bool isMeant = walk_.watch->isMeant(*key.definition, at.holder, at.isJoin);
+    known.stray = isMeant ? nullptr : at.holder;
   }
   known.start = start;
   key.current = slot;
   key.next = (slot + 1) % key.known.size();
   return 0;
+}
+
+void ForeignKeyValues::tellStrays(const xercesc::DOMElement* source) const {
+  for (const Key& key : keys_) {
+    const xercesc::DOMElement* stray = key.known[key.current].stray;
+    if (stray) walk_.watch->keyInBetween(tableIndex_, *key.definition, stray, source);
+  }
 }
 
 // Makes what is known of `start` current. A trace shows every climb, so nothing is known while it
@@ -157,19 +139,26 @@ bool ForeignKeyValues::lookAt(const Key& key, Climb& at) {
 // A level without a value leaves the value of a lower one in place.
 void ForeignKeyValues::lookAtAttribute(const Key& key, Climb& at) {
   const XMLCh* value = attributeOf(*at.node, key.xmlName);
-  if (*value == 0 && at.name->topElementOf != 0) value = attributeOf(*at.node, key.joinName);
+  const bool isJoin = *value == 0 && at.name->topElementOf != 0;
+  if (isJoin) value = attributeOf(*at.node, key.joinName);
   if (*value == 0) return;
   at.found = true;
   at.value = value;
+  at.holder = at.node->element();
+  at.isJoin = isJoin;
 }
 
+// The element ends the climb even when it has no text: one of the same name further up would be
+// another one.
 void ForeignKeyValues::lookAtText(const Key& key, Climb& at) {
-  const xercesc::DOMNode* element = walk_.descendants.find(at.node->node, key.xmlName);
-  const xercesc::DOMNode* content = element ? element->getFirstChild() : nullptr;
-  if (!content) return;
+  const xercesc::DOMElement* element = walk_.descendants.find(at.node->node, key.xmlName);
+  if (!element) return;
   at.found = true;
-  const XMLCh* value = content->getNodeValue();
-  if (value && *value != 0) at.value = value;
+  std::u16string joined;
+  const XMLCh* value = textOf(element, joined);
+  if (!value || *value == 0) return;
+  at.value = value;
+  at.holder = element;
 }
 
 }  // namespace orvxml

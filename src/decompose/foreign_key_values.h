@@ -9,58 +9,32 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
-#include "src/decompose/document_names.h"
 #include "src/decompose/selection.h"
+#include "src/decompose/walk_state.h"
 
 namespace orvxml {
-
-// For each element of a document, the first element of a given tag below it.
-class FirstDescendants {
- public:
-  explicit FirstDescendants(const xercesc::DOMElement* root) : root_(root) {}
-  // Null when `node` has no descendant of that tag.
-  const xercesc::DOMNode* find(const xercesc::DOMNode* node, const std::u16string& tag);
-
- private:
-  using Index = std::unordered_map<const xercesc::DOMNode*, const xercesc::DOMNode*>;
-  Index build(const std::u16string& tag) const;
-
-  const xercesc::DOMElement* root_;
-  std::unordered_map<std::u16string, Index> byTag_;
-};
-
-// What the foreign keys of all tables share during one walk over a document.
-struct WalkState {
-  QrkStruct* ctx;
-  rel* relinfo;
-  char* msg;
-  DocumentOwner owner;  // keeps the document
-  DocumentNames names;
-  FirstDescendants descendants;
-  uint64_t joinAttributes = 0;  // added to the document so far
-
-  Report report() const { return {ctx, msg}; }
-};
 
 class ForeignKeyValues {
  public:
   ForeignKeyValues(WalkState& walk, const tab& table, int tableIndex);
 
   int count() const { return static_cast<int>(keys_.size()); }
-  // Looks up the values of all keys for a row at an element with this parent. 0 or the message's
-  // code.
-  int get_foreign_key_values(const Lineage* parent);
+  // Looks up the values of all keys for a row at this element. 0 or the message's code.
+  int get_foreign_key_values(const Lineage& element);
   // The value of key `k` of the last look-up; good until the next one.
   std::string_view value(int k) const { return keys_[static_cast<size_t>(k)].value(); }
+  // Tells the listener of the values of the last look-up, for a row begun at `source`, that were
+  // not found where the mapping has them.
+  void tellStrays(const xercesc::DOMElement* source) const;
 
  private:
   // What climbing from `start` gives.
   struct Known {
     const xercesc::DOMNode* start = nullptr;
     std::string value;
+    const xercesc::DOMElement* stray = nullptr;  // has the value, and is not where it was meant
   };
   struct Key {
     const foreign_key* definition;
@@ -75,16 +49,17 @@ class ForeignKeyValues {
   };
   struct Climb;
 
-  int get_foreign_key_value(Key& key, const Lineage* parent);
+  int get_foreign_key_value(Key& key, const Lineage& element);
   int climb(Key& key, Climb& at);
   int remember(Key& key, const xercesc::DOMNode* start, const Climb& at);
+  int failed(const Key& key, const Climb& at, const Lineage& element);
   bool lookAt(const Key& key, Climb& at);
   void lookAtAttribute(const Key& key, Climb& at);
   void lookAtText(const Key& key, Climb& at);
   bool recall(Key& key, const xercesc::DOMNode* start) const;
 
   WalkState& walk_;
-  uint32_t tableBit_;
+  int tableIndex_;
   std::vector<Key> keys_;
 };
 

@@ -3,6 +3,7 @@
 
 #include <cstring>
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -25,11 +26,9 @@ namespace {
 void qrk_getNodeList(const Container& container, std::vector<Branch>& branches) {
   if (branches.empty()) return;
   for (const Lineage& parent : container) {
-    for (auto* child = parent.node->getFirstChild(); child; child = child->getNextSibling()) {
-      if (child->getNodeType() != xercesc::DOMNode::ELEMENT_NODE) continue;
-      const XMLCh* name = child->getNodeName();
+    forChildElements(parent.node, [&](xercesc::DOMElement* child, const XMLCh* name) {
       for (Branch& branch : branches) branch.offer(child, name, parent);
-    }
+    });
   }
 }
 
@@ -123,11 +122,17 @@ int Walk::insertRows(int tableIndex, const Container& container, std::vector<Bra
   }
   TableRows collected(state_, *table, tableIndex);
   if (int code = collected.gen_rows(container, branches, dadElement, name)) return code;
+  if (state_.watch) state_.watch->rowsCollected(tableIndex, dadElement, collected.rows());
   RowInserter inserter(state_.ctx, state_.relinfo, *table, state_.msg);
   if (int code = inserter.prepare()) return code;
   RowList& rows = collected.rows();
   for (int i = 0; i < rows.count(); ++i) {
-    if (int code = inserter.qrkrow_to_stmt(rows.row(i))) return code;
+    if (int code = inserter.qrkrow_to_stmt(rows.row(i))) {
+      if (state_.watch) {
+        state_.watch->rowRefused(tableIndex, rows, i, inserter.faultyParameter(rows.row(i)));
+      }
+      return code;
+    }
   }
   return inserter.close();
 }
@@ -143,9 +148,15 @@ int decompose_element(QrkStruct* ctx, rel* relinfo, DOM_Document& doc, tab* pare
                   root.owner(),
                   DocumentNames(ctx, relinfo),
                   FirstDescendants(root.element())};
+  std::optional<DataWatch> watch;
+  if (NoticeListener* listener = noticeListener()) {
+    state.watch = &watch.emplace(*listener, ctx, *relinfo, *dad_element, root.element());
+  }
   std::deque<Lineage> ancestors;
   const Container container = containerOf(*xml_container, ancestors);
-  return Walk(state).decompose(parent_tab, container, dad_element->element());
+  const int code = Walk(state).decompose(parent_tab, container, dad_element->element());
+  if (code >= 0 && watch) watch->end();
+  return code;
 }
 
 tab* getTabofTopElement(rel* relinfo, const char* name) {

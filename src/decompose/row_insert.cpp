@@ -1,5 +1,7 @@
 #include "src/decompose/row_insert.h"
 
+#include <string>
+
 #include "orvxml/trace.h"
 
 namespace orvxml {
@@ -94,10 +96,40 @@ int RowInserter::describe(int index) {
 }
 
 int RowInserter::tooLarge(int index) {
+  faulty_ = index;
   const char* xmlName = xmlNameOf(table_, index);
   const char* column = columnOf(table_, index);
   QRK_TRACE(ctx_, "XML element %s too large to fit in column %s", xmlName, column);
   return fail(Report{ctx_, msg_}, Msg::QRKQ026E, xmlName, column);
+}
+
+// The server refuses a row without saying which value it could not convert: each is tried alone.
+int RowInserter::faultyParameter(const Value* row) {
+  for (int i = 0; faulty_ < 0 && i < parameterCount(); ++i) {
+    if (row[i].length > 0 && !converts(i, row[i])) faulty_ = i;
+  }
+  return faulty_;
+}
+
+bool RowInserter::converts(int index, const Value& value) const {
+  if (static_cast<size_t>(index) >= descriptions_.size()) return true;
+  const Description& described = descriptions_[static_cast<size_t>(index)];
+  if (isGraphicType(described.type)) return true;
+  const char* type = index < table_.num_col ? table_.col2xml[index].dataType
+                                            : table_.fk[index - table_.num_col].parent->dataType;
+  std::string query = std::string("SELECT * FROM TABLE(VALUES(CAST(? AS ") + type + "))) AS T";
+  SQLHSTMT hstmt = SQL_NULL_HANDLE;
+  if (SQLAllocHandle(SQL_HANDLE_STMT, rel_->hdbc, &hstmt) < 0) return true;
+  SQLINTEGER indicator = SQL_NTS;
+  bool converts = true;
+  if (SQLPrepare(hstmt, reinterpret_cast<SQLCHAR*>(query.data()), SQL_NTS) >= 0 &&
+      SQLBindParameter(hstmt, 1, SQL_PARAM_INPUT, SQL_C_CHAR, described.type, described.size,
+                       described.digits, const_cast<char*>(value.text),
+                       static_cast<SQLINTEGER>(value.length), &indicator) >= 0) {
+    converts = SQLExecute(hstmt) >= 0 && SQLFetch(hstmt) >= 0;
+  }
+  SQLFreeHandle(SQL_HANDLE_STMT, hstmt);
+  return converts;
 }
 
 // In a code page with shift states a double-byte value stands between shift bytes, which are no

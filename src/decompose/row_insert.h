@@ -19,6 +19,8 @@ class RowInserter {
   int prepare();
   int qrkrow_to_stmt(const Value* row);
   int close();  // frees the statement and reports when that fails
+  // After a row that was refused: the parameter whose value is at fault, -1 when that is not known.
+  int faultyParameter(const Value* row);
 
  private:
   // What the server says about a parameter; the same for every row.
@@ -33,6 +35,7 @@ class RowInserter {
   int describe(int index);
   int bindParameter(int index, const Value& value);
   int tooLarge(int index);
+  bool converts(int index, const Value& value) const;
   void dropShiftBytes(const char*& text, SQLINTEGER& length) const;
   int failed(SQLRETURN rc, const char* what, int line);
 
@@ -41,6 +44,7 @@ class RowInserter {
   const tab& table_;
   char* msg_;
   SQLHSTMT hstmt_ = SQL_NULL_HANDLE;
+  int faulty_ = -1;                        // the parameter that the last row failed at
   std::vector<Description> descriptions_;  // of the parameters met so far
   std::vector<SQLINTEGER> indicators_;
 };

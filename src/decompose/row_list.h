@@ -19,9 +19,18 @@ struct Value {
   std::string_view view() const { return {text, length}; }
 };
 
+// Where the values of a row come from.
+struct RowOrigin {
+  const xercesc::DOMElement* begun;                 // the element whose value began the row
+  const xercesc::DOMElement* occurrence = nullptr;  // of the top element, around the last value
+  const xercesc::DOMElement** values;               // by column; null: no value yet
+};
+
 class RowList {
  public:
-  explicit RowList(const tab& table) : columns_(table.num_col), foreignKeys_(table.num_fk) {}
+  // Origins are kept on request: only a listener asks for them.
+  RowList(const tab& table, bool keepsOrigins)
+      : columns_(table.num_col), foreignKeys_(table.num_fk), keepsOrigins_(keepsOrigins) {}
 
   int count() const { return static_cast<int>(rows_.size()); }
   bool full() const { return rows_.size() >= QRK_MAX_ROWS; }
@@ -31,16 +40,19 @@ class RowList {
   Value* last() { return rows_.back(); }
   // The foreign-key values of a row.
   Value* keys(Value* row) const { return row + columns_; }
-  // A new row without any value. The caller has checked `full`.
-  Value* append();
+  RowOrigin& origin(int index) { return origins_[static_cast<size_t>(index)]; }
+  // A new row without any value, for a value of `element`. The caller has checked `full`.
+  Value* append(const xercesc::DOMElement* element);
   // A copy of `text` that lives as long as the list.
   Value copy(std::string_view text);
 
  private:
   int columns_;
   int foreignKeys_;
+  bool keepsOrigins_;
   std::pmr::monotonic_buffer_resource arena_;
   std::vector<Value*> rows_;
+  std::vector<RowOrigin> origins_;
 };
 
 }  // namespace orvxml

@@ -19,6 +19,15 @@ struct Lineage {
   xercesc::DOMElement* element() const { return static_cast<xercesc::DOMElement*>(node); }
 };
 
+// Calls `take(element, name)` for the child elements of `node`, in document order.
+template <class Take>
+void forChildElements(const xercesc::DOMNode* node, Take take) {
+  for (auto* child = node->getFirstChild(); child; child = child->getNextSibling()) {
+    if (child->getNodeType() != xercesc::DOMNode::ELEMENT_NODE) continue;
+    take(static_cast<xercesc::DOMElement*>(child), child->getNodeName());
+  }
+}
+
 // The elements that one DAD element selects, in document order.
 using Container = std::vector<Lineage>;
 

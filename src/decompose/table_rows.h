@@ -15,8 +15,8 @@ class TableRows {
   TableRows(WalkState& walk, tab& table, int tableIndex)
       : walk_(walk),
         table_(table),
-        tableBit_(tableBit(tableIndex)),
-        rows_(table),
+        tableIndex_(tableIndex),
+        rows_(table, walk.watch != nullptr),
         keys_(walk, table, tableIndex) {}
 
   // The rows of all elements of the container, in their order. On the way each branch takes what
@@ -44,35 +44,39 @@ class TableRows {
   int get_rows(DadPlan& plan, const Lineage& at);
   void collectChildren(const Element* element);
   int rowsOfPlace(DadPlan& plan, const Place& place);
-  int runStep(DadStep& step, const Place& place);
+  int runStep(DadPlan& plan, DadStep& step, const Place& place);
   int rowsOfChildren(DadStep& step, const Place& place);
 
-  int takeAttribute(const DadStep& step, const Place& place);
-  int takeText(const DadStep& step, const Place& place);
+  int takeAttribute(const DadPlan& plan, const DadStep& step, const Place& place);
+  int takeText(const DadPlan& plan, const DadStep& step, const Place& place);
   int takeElement(const DadPlan& plan, const Place& place);
-  int unknownItem(const std::string& xmlName);
+  int unknownItem(const std::string& xmlName, const DadPlan& plan, const Place& place);
   int attributeWithoutValue(const Lineage& at);
 
   int get_coldata(int column, const XMLCh* text, const Place& place);
   int store(int column, Value value, const Place& place);
   int newRow(const Place& place, Value*& row);
   bool isPrevRowKeyEqual(Value* previous) const;
+  void noteOrigin(int column, const Value& value, const Place& place);
+  const Element* occurrenceAround(const Lineage& at);
 
   int add_attribute_to_DOM(const Lineage& at, const DadStep& step, const XMLCh* value);
   Element* get_named_ancestor(const Lineage& at);
   bool isTopElement(const Lineage& at) {
-    return (walk_.names.of(at.node).topElementOf & tableBit_) != 0;
+    return (walk_.names.of(at.node).topElementOf & tableBit(tableIndex_)) != 0;
   }
   int withoutAncestor(const Lineage& at);
 
   WalkState& walk_;
   tab& table_;
-  uint32_t tableBit_;
+  int tableIndex_;
   RowList rows_;
   ForeignKeyValues keys_;
-  std::vector<Child> children_;  // of the elements on the way down, one after the other
-  std::string converted_;        // the value being placed
-  std::u16string joinedText_;    // text of an element with several text nodes
+  std::vector<Child> children_;              // of the elements on the way down, one after the other
+  std::string converted_;                    // the value being placed
+  std::u16string joinedText_;                // text of an element with several text nodes
+  const Element* lastSource_ = nullptr;      // whose occurrence was looked for last
+  const Element* lastOccurrence_ = nullptr;  // and what it was
 };
 
 }  // namespace orvxml

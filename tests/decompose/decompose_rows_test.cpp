@@ -59,11 +59,14 @@ TEST(DecomposeRows, ValuesBecomeRows) {
        "<p k='1'><c v='a' k='no'><w>b</w></c></p>",
        "select k, v, w from c",
        {{"1", "a", "b"}}},
-      {"text, CDATA and text are one value",
-       parentWith(childTexts),
-       "<p k='1'><c><w>&lt;<!-- - --><![CDATA[&]]>\xC3\xBC</w></c></p>",
-       "select w from c",
-       {{"<&\xC3\xBC"}}},
+      {"text, CDATA and text are one value, also where it is a key",
+       dad(element(
+           "r", tables("pc", "p.k = c.k") + element("p", attribute("a", column("p", "a")) +
+                                                             element("k", text(column("p", "k"))) +
+                                                             element("s", childTexts)))),
+       "<r><p a='1'><k><!-- 1 -->&lt;<?k 2?><![CDATA[&]]><q/>\xC3\xBC</k><s><c v='x'/></s></p></r>",
+       "select p.k, c.k from p, c",
+       {{"<&\xC3\xBC", "<&\xC3\xBC"}}},
       {"an instruction of the child's name is no child",
        parentWith(childTexts),
        "<p k='1'><?c v='x'?><c v='y'/></p>",

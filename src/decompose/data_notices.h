@@ -1,0 +1,45 @@
+// Notices about a document's data: texts in UTF-8, and warnings that are told a few times with
+// their places and then counted.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "orvxml/mapping_model.h"
+#include "orvxml/notices.h"
+
+namespace orvxml {
+
+// A text from the database code page in UTF-8; with a null context from UTF-8.
+std::string noticeText(QrkStruct* ctx, std::string_view text);
+std::string noticeText(const XMLCh* text);
+// "'value'", cut behind a whole character when it is long, without line ends.
+std::string quotedValue(std::string_view utf8);
+// "table S.T" or "table S.T, column C"; `column` -1: none.
+std::string placeInTable(QrkStruct* ctx, const tab& table, int column);
+
+class DataWarnings {
+ public:
+  DataWarnings(NoticeListener& listener, QrkStruct* ctx, const rel& model)
+      : listener_(listener), ctx_(ctx), model_(model) {}
+
+  // `makeText` is only asked while the warning is still told; what it gives stands behind table and
+  // column.
+  void warn(const char* rule, int table, int column, const xercesc::DOMNode* documentNode,
+            const xercesc::DOMNode* dadNode, const std::function<std::string()>& makeText);
+  // How often each rule was met beyond what was told.
+  void tellCounts();
+
+ private:
+  using Key = std::tuple<std::string_view, int, int>;
+
+  NoticeListener& listener_;
+  QrkStruct* ctx_;
+  const rel& model_;
+  std::map<Key, size_t> counts_;
+};
+
+}  // namespace orvxml

@@ -1,0 +1,76 @@
+// What a walk tells the listener, when there is one, beside the outcome: where the document's data
+// meets a trap of the mapping, where the failure lies, and what the mapping did not take. Nothing
+// here changes what is stored.
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "src/decompose/data_notices.h"
+#include "src/decompose/mapped_values.h"
+#include "src/decompose/row_list.h"
+
+namespace orvxml {
+
+class DataWatch {
+ public:
+  using Element = xercesc::DOMElement;
+
+  // `top` is the element_node that the model was built from, `root` the document's root element.
+  DataWatch(NoticeListener& listener, QrkStruct* ctx, const rel& model, const DOM_Element& top,
+            const Element* root);
+
+  // ---- What the walk does
+  // The values of this leaf of the DAD go into rows of `table`.
+  void leafTaken(const Element* leaf, int table);
+  // These are the rows of `table` from one DAD element.
+  void rowsCollected(int table, const Element* dadElement, RowList& rows);
+  // The value at `source` completes a row that another occurrence of the top element began.
+  void rowMixed(int table, int column, const Element* source);
+  // The value of a foreign key was found at `holder`, in its attribute or its text; "join" is a
+  // value that was noted there for an element below.
+  bool isMeant(const foreign_key& key, const Element* holder, bool isJoin) const;
+  // So it was for a row begun at `source`, and it was not meant.
+  void keyInBetween(int table, const foreign_key& key, const Element* holder,
+                    const Element* source);
+
+  // ---- Where the failure lies that the call is about to give
+  // `column` -1: the row, or the table, as a whole. The value is in the database code page.
+  void failedAt(int table, int column, std::string_view value, const Element* source);
+  void failedAt(const std::string& text, const Element* source, const Element* dadNode = nullptr);
+  void unconvertible(int table, int column, const Element* source);
+  // The insert of a row was refused; `parameter` -1: it is not known which value is at fault.
+  void rowRefused(int table, RowList& rows, int row, int parameter);
+  void failedWhole(int table, int column, int code, const Element* source);
+  void unknownItem(int table, const Element* source, const Element* dadElement);
+  void nameTooLong(int table, const Element* source, size_t limit);
+  // An element has no ancestor of its table's top element.
+  void withoutAncestor(int table, const Element* source);
+
+  // After a walk that succeeded.
+  void end();
+
+ private:
+  struct Visit {
+    const Element* dadElement;
+    std::vector<bool> columns;  // that have a value in some row
+  };
+
+  std::string text(std::string_view databaseText) const { return noticeText(ctx_, databaseText); }
+  std::string rowText(int table, RowList& rows, int row) const;
+  std::string rootText() const;
+
+  NoticeListener& listener_;
+  QrkStruct* ctx_;
+  const rel& model_;
+  const Element* root_;
+  MappedValues values_;
+  DataWarnings warnings_;
+  std::map<const Element*, std::vector<int>> takers_;
+  std::map<int, std::vector<Visit>> visits_;  // by table
+  std::vector<size_t> rowCounts_;             // by table
+};
+
+}  // namespace orvxml

@@ -1,0 +1,140 @@
+// What a listener hears of a decomposition: where the document's data meets a trap of the mapping,
+// what was not taken, and where a failure lies.
+#include "orvxml/notices.h"
+#include "tests/decompose/mapping_texts.h"
+#include "tests/support/decompose_calls.h"
+
+namespace orvxml::test {
+namespace {
+
+// Notices as "rule@element of the document: text".
+struct Told final : NoticeListener {
+  std::vector<std::string> warnings;  // about the data
+  std::string place;                  // the last one
+
+  void notice(const Notice& notice) override {
+    const std::string text =
+        notice.rule + ('@' + std::to_string(notice.documentElement)) + ": " + notice.text;
+    if (notice.kind == Notice::kPlace) {
+      place = text;
+    } else if (notice.documentElement > 0 || notice.mappingElement == 0) {
+      warnings.push_back(text);
+    }
+  }
+};
+
+const std::string kTop = tables("pc", "p.k = c.k");
+const std::string kParent = kTop + attribute("k", column("p", "k"));
+const std::string kChild = element("c", attribute("v", column("c", "v")));
+
+struct Case {
+  const char* label;
+  std::string dad;
+  const char* document;
+  std::vector<std::string> warnings = {};
+  const char* place = "document@0: ";
+  const char* script = "";
+};
+
+void expectTold(const Case& c, int code) {
+  SCOPED_TRACE(c.label);
+  DecomposeDatabase db;
+  db.runScript(std::string(kParentAndChild) + c.script);
+  Told told;
+  const Listening listening(told);
+  const CallOutcome outcome = callListForm("qrkShredXML", c.dad, c.document);
+  EXPECT_EQ(outcome.code < 0 ? -1 : outcome.code, code) << outcome;
+  EXPECT_EQ(told.warnings, c.warnings);
+  EXPECT_EQ(code < 0 ? told.place : c.place, c.place);
+}
+
+TEST(DecomposeNotices, TrapsThatTheDataMeets) {
+  const std::string pair =
+      dad(element("p", kParent + repeated("c", element("v", text(column("c", "v"))) +
+                                                   element("w", text(column("c", "w"))))));
+  const std::string textLater = dad(element(
+      "p", kParent + element("c", attribute("v", column("c", "v")) + text(column("c", "w")))));
+  const std::string mixed =
+      "table C, column V: the value of 'c' went into the row that another 'c' began";
+  const Case cases[] = {
+      {"nothing to tell", pair, "<p k='1'><c><v>1</v><w>1</w></c><c><v>2</v><w>2</w></c></p>"},
+      {"a first value that is not always there",
+       pair,
+       "<p k='1'><c><w>1</w></c><c><v>2</v></c><c><v>3</v></c></p>",
+       {"values-of-two-occurrences@5: table C, column V: the value of 'v' went into the row that "
+        "another 'c' began"}},
+      {"the same again and again",
+       textLater,
+       "<p k='1'><c>0</c><c v='1'>1</c><c v='2'>2</c><c v='3'>3</c><c v='4'>4</c><c v='5'/></p>",
+       {"values-of-two-occurrences@3: " + mixed, "values-of-two-occurrences@4: " + mixed,
+        "values-of-two-occurrences@5: " + mixed,
+        "values-of-two-occurrences@0: table C, column V: the same 2 times more"}},
+      {"a record in two half rows",
+       dad(element("p", tables("c") + element("v", text(column("c", "v"))) +
+                            element("w", text(column("c", "w"))))),
+       "<p><v>1</v><w>2</w></p>",
+       {"record-in-two-rows@3: table C: the values of 'w' make rows of their own, beside those of "
+        "'v', which lack them"}},
+      {"rows below a mapped text",
+       dad(element("p", kParent + element("a", text(column("p", "a")) + kChild))),
+       "<p k='1'><a>x<c v='1'/></a></p>",
+       {"value-not-taken@3: table C, column V: attribute 'v' of 'c' is not stored: 'a' counts as "
+        "an element of table P",
+        "not-taken@0: tables without a row: C"}},
+      {"two tables on one element",
+       dad(element("p", kParent + attribute("v", column("c", "v")))),
+       "<p k='1' v='2'/>",
+       {"value-not-taken@1: table P, column K: attribute 'k' of 'p' is not stored: 'p' counts as "
+        "an element of table C",
+        "not-taken@0: tables without a row: P"}},
+      {"a key from an element in between",
+       dad(element("p", kParent + element("m", kChild))),
+       "<p k='1'><m k='9'><c v='x'/></m></p>",
+       {"key-from-in-between@3: table C: column K takes its value from 'm' (2. element), not from "
+        "where table P, column K is mapped",
+        "not-taken@0: 1 attribute: @k"}},
+      {"what the mapping does not name",
+       dad(element("r", kTop + element("p", attribute("k", column("p", "k")) + kChild))),
+       "<q xmlns='u'>t<p k='1' z='2'>t<c v='1' z='1'/><d/><d><c/></d></p></q>",
+       {"other-root@1: the document's root is 'q', the mapping's 'r'",
+        "not-taken@0: 2 elements, 2 attributes, 2 texts: d (2), @z (2), text of q, text of p"}},
+  };
+  for (const Case& c : cases) expectTold(c, 0);
+}
+
+TEST(DecomposeNotices, PlacesOfFailures) {
+  const std::string both = dad(element("p", kParent + kChild));
+  const std::string tooLong(70, '1');
+  const std::string longDocument = "<p k='1'><c v='" + tooLong + "'/></p>";
+  const Case cases[] = {
+      {"a value longer than its column",
+       both,
+       longDocument.c_str(),
+       {},
+       "document@2: element 'c', table C, column V, value "
+       "'111111111111111111111111111111111111111111111111111111111111...'"},
+      {"a value of another type",
+       dad(element("p", tables("d") + attribute("k", column("d", "k", "smallint")) +
+                            attribute("t", column("d", "t", "date")))),
+       "<p k='1' t='2024-13-45'/>",
+       {},
+       "document@1: element 'p', table D, column T, value '2024-13-45'",
+       "create table d (k smallint, t date);"},
+      {"a row that the table refuses",
+       both,
+       "<p k='1'><c/></p>",
+       {},
+       "document@2: element 'c', table C, row (V null, K '1')",
+       "drop table c; create table c (k varchar(4) not null, v varchar(4) not null);"},
+      {"another root",
+       both,
+       "<foo k='1'/>",
+       {},
+       "document@1: element 'foo', table P: the document's root is 'foo', the mapping's 'p'"},
+      {"a key that is nowhere", both, "<p><c v='x'/></p>", {}, "document@2: element 'c', table C"},
+  };
+  for (const Case& c : cases) expectTold(c, -1);
+}
+
+}  // namespace
+}  // namespace orvxml::test
