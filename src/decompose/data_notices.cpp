@@ -52,8 +52,9 @@ std::string placeInTable(QrkStruct* ctx, const tab& table, int column) {
 void DataWarnings::warn(const char* rule, int table, int column,
                         const xercesc::DOMNode* documentNode, const xercesc::DOMNode* dadNode,
                         const std::function<std::string()>& makeText) {
-  size_t& count = counts_[{rule, table, column}];
-  if (++count > kToldWithPlaces) return;
+  Met& met = met_[{rule, table, column}];
+  if (++met.count == kToldWithPlaces + 1) met.firstUntold = elementNumber(documentNode);
+  if (met.count > kToldWithPlaces) return;
   Notice notice;
   notice.rule = rule;
   notice.text = placeInTable(ctx_, *model_.tab[table], column) + ": " + makeText();
@@ -63,13 +64,14 @@ void DataWarnings::warn(const char* rule, int table, int column,
 }
 
 void DataWarnings::tellCounts() {
-  for (const auto& [key, count] : counts_) {
-    if (count <= kToldWithPlaces) continue;
+  for (const auto& [key, met] : met_) {
+    if (met.count <= kToldWithPlaces) continue;
     const auto& [rule, table, column] = key;
     Notice notice;
     notice.rule = rule.data();
-    notice.text = placeInTable(ctx_, *model_.tab[table], column) + ": the same " +
-                  std::to_string(count - kToldWithPlaces) + " times more";
+    notice.text = placeInTable(ctx_, *model_.tab[table], column) + ": from here on the same " +
+                  std::to_string(met.count - kToldWithPlaces) + " times more";
+    notice.documentElement = met.firstUntold;
     listener_.notice(notice);
   }
 }

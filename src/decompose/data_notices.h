@@ -39,7 +39,11 @@ class DataWarnings {
   NoticeListener& listener_;
   QrkStruct* ctx_;
   const rel& model_;
-  std::map<Key, size_t> counts_;
+  struct Met {
+    size_t count = 0;
+    size_t firstUntold = 0;  // the number of its element in the document
+  };
+  std::map<Key, Met> met_;
 };
 
 }  // namespace orvxml

@@ -213,12 +213,17 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
                                      dadText().substr(dadText().find("<Xcollection>"))),
        "invalid.xml:2:"},
       {"mapping without nodes", good, place_.write("no.dad", "<DAD><Xcollection/></DAD>"),
-       "good.xml: QRKQ000E"},
+       "no.dad: QRKQ000E  root_node is missing"},
       {"row refused",
        place_.write("half.xml",
                     "<customer number=\"H\"><name>h</name>"
-                    "<invoice number=\"1\"/></customer>"),
-       kDad, "half.xml: "},
+                    "\n<invoice number=\"1\"/></customer>"),
+       kDad,
+       "half.xml:2:22: element 'invoice', table INVOICE, row (INVOICE_NO '1', ISSUED null, "
+       "CURRENCY null, REMARK null, CUSTOMER_NO 'H'): ORV0407E  The null value cannot be stored in "
+       "the NOT NULL column \"APP.INVOICE.ISSUED\".  SQLSTATE=23502.\nQRKG006E  "},
+      {"value too large", place_.write("long.xml", customer("N", std::string(201, 'n'))), kDad,
+       "long.xml:2:28: element 'name', table CUSTOMER, column NAME, value 'nnn"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
@@ -228,6 +233,37 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(rows("select count(*) from customer"), "0\r\n");
   }
+}
+
+TEST_F(CommandShred, WhatIsNotTakenIsToldAndRefusedOnRequest) {
+  const std::string dad = place_.write(
+      "m.dad",
+      "<DAD><Xcollection><root_node><element_node name=\"p\"><RDB_node><table "
+      "name=\"m\"/></RDB_node>"
+      "<element_node name=\"m\" multi_occurrence=\"YES\">\n<attribute_node name=\"a\"><RDB_node>"
+      "<table name=\"m\"/><column name=\"a\" type=\"varchar(4)\"/></RDB_node></attribute_node>"
+      "<text_node><RDB_node><table name=\"m\"/><column name=\"t\" type=\"varchar(4)\"/></RDB_node>"
+      "</text_node></element_node></element_node></root_node></Xcollection></DAD>");
+  const std::string document = place_.write("m.xml", "<p>\n<m>1</m><m a='2'>2</m><x/></p>");
+  place_.orvxml({"sql", "create table m (a varchar(4), t varchar(4))"});
+  const CommandResult told = place_.orvxml({"shred", "--dad", dad, document});
+  EXPECT_EQ(told.status, 0);
+  EXPECT_EQ(told.err, document +
+                          ":2:18: warning: table M, column A: the value of 'm' went into the "
+                          "row that another 'm' began (" +
+                          dad + ":2:26) [values-of-two-occurrences]\n");
+  EXPECT_TRUE(told.out.ends_with("\n  M        2\n  not taken: 1 element: x\n")) << told.out;
+  const CommandResult refused =
+      place_.orvxml({"shred", "--strict", "--json", "--dad", dad, document});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_TRUE(refused.err.ends_with(document +
+                                    ": refused by --strict: 1 warning; not taken: 1 element: x\n"))
+      << refused.err;
+  const nlohmann::json report = nlohmann::json::parse(refused.out);
+  EXPECT_EQ(report["warnings"][0]["line"], 2);
+  EXPECT_EQ(report["warnings"][0]["mapping_column"], 26);
+  EXPECT_EQ(report["not_taken"], "1 element: x");
+  EXPECT_EQ(rows("select count(*) from m"), "2\r\n");
 }
 
 TEST_F(CommandShred, EachDocumentIsAUnitOfWorkOfItsOwn) {
@@ -243,7 +279,10 @@ TEST_F(CommandShred, EachDocumentIsAUnitOfWorkOfItsOwn) {
   place_.orvxml({"sql", "delete from customer"});
   const CommandResult result = shred({"--json", "--keep-going", first, bad, foreign, last});
   EXPECT_EQ(result.status, 1);
-  EXPECT_TRUE(contains(result.err, "3.xml: QRKQ044E")) << result.err;
+  EXPECT_TRUE(contains(result.err,
+                       "3.xml:1:12: element 'catalogue', table CUSTOMER: the document's root is "
+                       "'catalogue', the mapping's 'customer': QRKQ044E"))
+      << result.err;
   EXPECT_EQ(rows("select customer_no from customer order by 1"), "1\r\n4\r\n");
   std::vector<nlohmann::json> reports;
   std::istringstream lines(result.out);

@@ -68,7 +68,7 @@ TEST(DecomposeNotices, TrapsThatTheDataMeets) {
        "<p k='1'><c>0</c><c v='1'>1</c><c v='2'>2</c><c v='3'>3</c><c v='4'>4</c><c v='5'/></p>",
        {"values-of-two-occurrences@3: " + mixed, "values-of-two-occurrences@4: " + mixed,
         "values-of-two-occurrences@5: " + mixed,
-        "values-of-two-occurrences@0: table C, column V: the same 2 times more"}},
+        "values-of-two-occurrences@6: table C, column V: from here on the same 2 times more"}},
       {"a record in two half rows",
        dad(element("p", tables("c") + element("v", text(column("c", "v"))) +
                             element("w", text(column("c", "w"))))),

@@ -158,6 +158,8 @@ void addShred(CLI::App& app, CommandLine& line) {
   shred->add_option("--collection", line.shred.collection, "Enabled collection with the mapping")
       ->type_name("NAME");
   shred->add_flag("--keep-going", line.shred.keepGoing, "Go on after a document that failed");
+  shred->add_flag("--strict", line.shred.strict,
+                  "Refuse a document with a warning or with anything that the mapping leaves out");
   shred->add_option("DOCUMENT", line.shred.documents, "XML documents; - is standard input");
   shred->callback([&line] { line.status = runShred(line.settings, line.shred); });
 }

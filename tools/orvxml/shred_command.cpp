@@ -2,14 +2,19 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include "console.h"
 #include "database.h"
+#include "document_report.h"
 #include "input_file.h"
 #include "mapping.h"
 #include "result_writer.h"
+#include "shred_notices.h"
 #include "shredder.h"
 #include "text_encoding.h"
 #include "text_layout.h"
@@ -23,7 +28,8 @@ using TableCounts = std::vector<std::pair<std::string, int64_t>>;
 // What became of one document.
 struct DocumentResult {
   std::string name;
-  std::string where;  // in front of the message
+  std::string where;   // in front of the message
+  std::string detail;  // of a failure: what the message lacks
   std::string message;
   int code = 0;
   bool ok = false;
@@ -31,20 +37,33 @@ struct DocumentResult {
   TableCounts rows;
 };
 
+// The server's words in the library's message of a failed statement, which hides them at its end.
+std::string serverWords(const std::string& message) {
+  constexpr std::string_view kBefore = "CLIMSG=";
+  const size_t at = message.starts_with("QRKG006E") ? message.find(kBefore) : message.npos;
+  return at == message.npos ? "" : message.substr(at + kBefore.size());
+}
+
 class DocumentRun {
  public:
-  DocumentRun(const Settings& settings, orv::Session& session, Mapping mapping, size_t total)
+  DocumentRun(const Settings& settings, const ShredOptions& options, orv::Session& session,
+              Mapping mapping)
       : settings_(settings),
+        options_(options),
         session_(session),
         shredder_(session, std::move(mapping)),
-        progress_(total, !settings.quiet) {}
+        mapping_{labelOf(shredder_.mapping()), shredder_.mapping().dad},
+        progress_(options.documents.size(), !settings.quiet) {}
 
   // One document as one unit of work; its outcome is reported. True when it succeeded.
   bool run(const std::string& path) {
     DocumentResult result;
     result.name = result.where = inputName(path);
+    std::string document;
+    notices_.begin();
     try {
-      shred(documentAsUtf8(result.name, readWhole(path)), result);
+      document = documentAsUtf8(result.name, readWhole(path));
+      shred(document, result);
     } catch (const Failure& failure) {
       result.ok = false;
       result.where = failure.where();
@@ -53,7 +72,7 @@ class DocumentRun {
     }
     if (!result.ok) session_.rollback();
     result.message.erase(result.message.find_last_not_of('\n') + 1);
-    report(result);
+    report(result, {result.name, document});
     progress_.documentEnded(result.ok);
     return result.ok;
   }
@@ -66,9 +85,9 @@ class DocumentRun {
     result.message = std::move(outcome.message);
     if (outcome.code < 0) {
       session_.rollback();
-      locate(result);
-      return;
+      return locate({result.name, document}, result);
     }
+    if (options_.strict) refuseWhatIsLeftOut(result.name);
     result.rows = session_.insertCounts();
     require(session_.commit(), result.name);
     result.ok = true;
@@ -77,30 +96,57 @@ class DocumentRun {
   ShredOutcome shredInTurn(const std::string& name, const std::string& document) {
     const orv::Outcome outcome = session_.beginChange();
     if (outcome.failed()) return {outcome.sqlcode, outcome.message};
+    const Listening listening(notices_);
     return shredder_.shred(name, document);
   }
 
-  // Says whose line and column a parser error counts.
-  void locate(DocumentResult& result) {
+  void refuseWhatIsLeftOut(const std::string& name) const {
+    const size_t warnings = notices_.warnings();
+    if (warnings == 0 && notices_.notTaken().empty()) return;
+    std::string text = "refused by --strict";
+    if (warnings > 0) text += ": " + countText(static_cast<int64_t>(warnings), "warning");
+    if (!notices_.notTaken().empty()) text += (warnings > 0 ? "; " : ": ") + notTakenText();
+    throw Failure(name, text);
+  }
+
+  std::string notTakenText() const { return "not taken: " + notices_.notTaken(); }
+
+  // Says what the failure is about, and where in it.
+  void locate(const NamedText& document, DocumentResult& result) const {
+    const Notice* failure = notices_.failure();
+    if (!failure) return;
+    result.detail = failure->text;
+    const std::string_view about = failure->rule;
+    if (about == "schema") {
+      result.where = std::exchange(result.detail, "");
+      return;
+    }
+    const bool inMapping =
+        about == "mapping" || (!failure->documentElement && failure->mappingElement);
+    const NamedText& text = inMapping ? mapping_ : document;
     result.position = parserPosition(result.message);
-    if (!result.position) return;
-    const bool inMapping = shredder_.isAboutMapping(result.message);
-    session_.rollback();
-    result.where =
-        located(inMapping ? labelOf(shredder_.mapping()) : result.name, *result.position);
+    if (!result.position) {
+      const size_t element = inMapping ? failure->mappingElement : failure->documentElement;
+      result.position = positionOf(text, element);
+    }
+    result.where = result.position ? located(text.label, *result.position) : text.label;
     if (inMapping) result.position.reset();
   }
 
-  void report(const DocumentResult& result) {
+  void report(const DocumentResult& result, const NamedText& document) {
     progress_.clearForData();
+    if (notices_.hasUnprinted()) progress_.clear();
+    std::string warnings;
+    if (settings_.json) warnings = warningsAsJson(document);
+    notices_.print(mapping_, document);
     if (settings_.json) {
-      printJson(result);
+      printJson(result, warnings);
     } else if (result.ok && !settings_.quiet) {
       printRows(result);
     }
     if (!result.ok) {
       progress_.clear();
-      printFailure(result.where, result.message);
+      printFailure(result.where, failureText(result));
     } else if (result.rows.empty()) {
       progress_.clear();
       printMessage(result.where,
@@ -110,7 +156,13 @@ class DocumentRun {
     checkOutput();
   }
 
-  static void printRows(const DocumentResult& result) {
+  static std::string failureText(const DocumentResult& result) {
+    const std::string detail = result.detail.empty() ? "" : result.detail + ": ";
+    const std::string server = serverWords(result.message);
+    return detail + (server.empty() ? "" : server + '\n') + result.message;
+  }
+
+  void printRows(const DocumentResult& result) const {
     std::printf("%s: %s\n", result.name.c_str(), result.message.c_str());
     size_t width = 0;
     for (const auto& [table, count] : result.rows) width = std::max(width, displayWidth(table));
@@ -118,16 +170,36 @@ class DocumentRun {
       const auto blanks = static_cast<int>(width - displayWidth(table));
       std::printf("  %s%*s %8" PRId64 "\n", table.c_str(), blanks, "", count);
     }
+    if (!notices_.notTaken().empty()) std::printf("  %s\n", notTakenText().c_str());
   }
 
-  static void printJson(const DocumentResult& result) {
-    std::string text = "{\"document\": " + jsonString(result.name) +
-                       ", \"ok\": " + (result.ok ? "true" : "false") +
+  // The warnings of this document, those about the mapping included.
+  std::string warningsAsJson(const NamedText& document) const {
+    std::string text;
+    for (const Notice& notice : notices_.list()) {
+      text += (text.empty() ? "{\"rule\": " : ", {\"rule\": ") + jsonString(notice.rule) +
+              ", \"text\": " + jsonString(notice.text);
+      if (const auto at = positionOf(document, notice.documentElement)) {
+        text += ", \"line\": " + at->line + ", \"column\": " + at->column;
+      }
+      if (const auto at = positionOf(mapping_, notice.mappingElement)) {
+        text += ", \"mapping_line\": " + at->line + ", \"mapping_column\": " + at->column;
+      }
+      text += '}';
+    }
+    return text;
+  }
+
+  void printJson(const DocumentResult& result, const std::string& warnings) const {
+    std::string text = jsonHead(result.name, result.ok) +
                        ", \"code\": " + std::to_string(result.code) +
                        ", \"message\": " + jsonString(result.message);
+    if (!result.detail.empty()) text += ", \"detail\": " + jsonString(result.detail);
     if (result.position) {
       text += ", \"line\": " + result.position->line + ", \"column\": " + result.position->column;
     }
+    if (!warnings.empty()) text += ", \"warnings\": [" + warnings + ']';
+    if (!notices_.notTaken().empty()) text += ", \"not_taken\": " + jsonString(notices_.notTaken());
     text += ", \"rows\": {";
     const char* separator = "";
     for (const auto& [table, count] : result.rows) {
@@ -138,8 +210,11 @@ class DocumentRun {
   }
 
   const Settings& settings_;
+  const ShredOptions& options_;
   orv::Session& session_;
   Shredder shredder_;
+  const NamedText mapping_;
+  ShredNotices notices_;
   Progress progress_;
 };
 
@@ -155,7 +230,7 @@ ExitStatus runShred(const Settings& settings, const ShredOptions& options) {
   requireDatabase(settings);
   Mapping mapping = readMapping(options.dad, options.collection);
   const std::unique_ptr<orv::Session> session = openDatabase(settings);
-  DocumentRun run(settings, *session, std::move(mapping), options.documents.size());
+  DocumentRun run(settings, options, *session, std::move(mapping));
   ExitStatus status = kDone;
   for (const std::string& document : options.documents) {
     if (run.run(document)) continue;

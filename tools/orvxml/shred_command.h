@@ -13,6 +13,7 @@ struct ShredOptions {
   std::string collection;
   std::vector<std::string> documents;  // "-": standard input
   bool keepGoing = false;              // go on with the next document after a failed one
+  bool strict = false;                 // take a warning, or anything not taken, for a failure
 };
 
 // Reports every document on standard output, its message and the rows by table, and throws nothing

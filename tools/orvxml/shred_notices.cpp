@@ -1,0 +1,39 @@
+#include "shred_notices.h"
+
+#include <string_view>
+
+namespace orvxml::command {
+
+namespace {
+
+constexpr size_t kListed = 100;
+
+}  // namespace
+
+void ShredNotices::begin() {
+  log_.forgetFailure();
+  list_.clear();
+  count_ = 0;
+  notTaken_.clear();
+}
+
+void ShredNotices::notice(const Notice& notice) {
+  if (notice.kind == Notice::kWarning) {
+    if (std::string_view(notice.rule) == "not-taken") {
+      notTaken_ = notice.text;
+      return;
+    }
+    ++count_;
+    if (list_.size() < kListed) list_.push_back(notice);
+    const bool isAboutMapping = notice.documentElement == 0;
+    if (isAboutMapping &&
+        !aboutMapping_
+             .insert(notice.rule + (' ' + std::to_string(notice.mappingElement)) + notice.text)
+             .second) {
+      return;
+    }
+  }
+  log_.notice(notice);
+}
+
+}  // namespace orvxml::command

@@ -1,0 +1,38 @@
+// What the library tells while documents are decomposed, one after the other by one mapping.
+#pragma once
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "notice_log.h"
+
+namespace orvxml::command {
+
+class ShredNotices final : public NoticeListener {
+ public:
+  // Forgets the document before. What was printed about the mapping is not printed again.
+  void begin();
+  void notice(const Notice& notice) override;
+
+  // The warnings of this document, those about the mapping included.
+  const std::vector<Notice>& list() const { return list_; }
+  size_t warnings() const { return count_; }
+  // What the mapping left out of this document, in one line; or empty.
+  const std::string& notTaken() const { return notTaken_; }
+  const Notice* failure() const { return log_.failure(); }
+
+  bool hasUnprinted() const { return log_.warnings() > 0; }
+  void print(const NamedText& mapping, const NamedText& document) {
+    log_.printWarnings(mapping, document);
+  }
+
+ private:
+  NoticeLog log_;
+  std::vector<Notice> list_;
+  size_t count_ = 0;
+  std::string notTaken_;
+  std::set<std::string> aboutMapping_;  // logged before
+};
+
+}  // namespace orvxml::command
