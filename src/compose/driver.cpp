@@ -192,11 +192,12 @@ int Composition::checkResultTable() {
   return -1;
 }
 
-// The catalog lists no columns for a declared temporary table or an alias.
+// The catalog lists no columns for a declared temporary table or an alias, and without a schema it
+// is asked for a table of the user, who may work in another schema.
 int Composition::chooseResultColumn() {
   if (request_.resultColumn) return 0;
   delivery_.resultColumn = resultColumn_;
-  if (!delivery_.toSessionTable()) {
+  if (!delivery_.toSessionTable() && !isEmpty(request_.resultSchema)) {
     const int code = qrkGetColumnName(ctx_, request_.resultSchema, request_.resultTabname,
                                       resultColumn_, report_.errCode, report_.msg);
     if (code != codeOf(Msg::QRKA016E)) return code;

@@ -61,7 +61,7 @@ int judge(const Report& report, const Delivery& to, QrkOutbuf* document, int32_t
   int code = 0;
   valid = qrkValidateXML(report.ctx, document, to.validSource, &code, words, to.hdbc);
   if (code >= 0) return 0;
-  std::strcpy(report.msg, words);
+  std::memcpy(report.msg, words, sizeof words);
   *report.errCode = code;
   return -1;
 }

@@ -158,6 +158,13 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
       "<element_node name='part' multi_occurrence='YES'><attribute_node name='k'>" +
       column("PART", "K") + "</attribute_node>\n<text_node>" + column("PART", "NOTE") +
       "</text_node></element_node></element_node></root_node></Xcollection></DAD>";
+  const std::string query =
+      "<DAD><Xcollection><SQL_stmt>SELECT item AS id, k, note FROM part ORDER BY id, k</SQL_stmt>"
+      "<prolog>?xml version='1.0'?</prolog><root_node><element_node name='item'>"
+      "<attribute_node name='id'><column name='ID'/></attribute_node>"
+      "<element_node name='part'><attribute_node name='k'><column name='K'/></attribute_node>"
+      "<text_node><column name='NOTE'/></text_node></element_node></element_node></root_node>"
+      "</Xcollection></DAD>";
   const std::string unbroken = "/item/@id <> 2";
   struct Case {
     const char* label;
@@ -194,13 +201,12 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
        "item.dad: warning: the override of /item/@no was not applied: the path selects no mapped "
        "value [override-unused]\n",
        "<item"},
-      {"a query's row",
-       mapping(),
-       {"--override-sql",
-        "select item as id, note as name from part"
-        " order by id"},
+      {"a row of a query",
+       query,
+       {"--wrap", "all", "--keep-going"},
        1,
-       "item.dad:2:231: in the row ID = 2: QRKQ055E"},
+       "in the row ID = 2, K = y: QRKQ055E  ICU error: column NOTE holds U+0002",
+       "</item>\n<item id=\"3\">\n  <part k=\"z\">c</part>"},
       {"a header with which nothing parses",
        mapping().replace(mapping().find("1.0"), 3, "one"),
        {},
