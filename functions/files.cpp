@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 
 #include "functions/documents.h"
 
@@ -30,17 +31,21 @@ class Descriptor {
   int fd_;
 };
 
-// Disappears unless it takes the place of another file.
+// A file in the folder of another one, which disappears unless it takes the other's place.
 class FileBeside {
  public:
   explicit FileBeside(const std::string& path)
       : name_(path.substr(0, path.rfind('/') + 1) + ".qrkXXXXXX"),
-        file_(::mkostemp(name_.data(), O_CLOEXEC)) {}
+        file_(::mkostemp(name_.data(), O_CLOEXEC)),
+        isThere_(file_.isOpen()) {}
   ~FileBeside() {
-    if (file_.isOpen() || isComplete_) ::unlink(name_.c_str());
+    if (isThere_) ::unlink(name_.c_str());
   }
   FileBeside(const FileBeside&) = delete;
   FileBeside& operator=(const FileBeside&) = delete;
+
+  bool isThere() const { return isThere_; }
+  const std::string& name() const { return name_; }
 
   bool write(std::string_view content, mode_t mode) {
     if (!file_.isOpen()) return false;
@@ -49,21 +54,72 @@ class FileBeside {
       if (written <= 0) return false;
       content.remove_prefix(static_cast<size_t>(written));
     }
-    if (::fchmod(file_.get(), mode) != 0 || ::fsync(file_.get()) != 0) return false;
-    isComplete_ = true;
-    return file_.close();
+    return ::fchmod(file_.get(), mode) == 0 && ::fsync(file_.get()) == 0 && file_.close();
   }
   bool takePlaceOf(const std::string& path) {
     if (::rename(name_.c_str(), path.c_str()) != 0) return false;
-    isComplete_ = false;
+    isThere_ = false;
     return true;
   }
 
  private:
   std::string name_;
   Descriptor file_;
-  bool isComplete_ = false;  // and lies beside the other file still
+  bool isThere_;
 };
+
+std::string folderOf(const std::string& path) {
+  return path.substr(0, path.rfind('/') + 1);
+}
+
+// Whether what somebody put into a folder may be used: the caller's own, root's, or that of the
+// folder's owner. Whoever else can write there may have laid a trap.
+bool isTrusted(uid_t owner, const std::string& path) {
+  struct stat folder {};
+  return owner == ::geteuid() || owner == 0 ||
+         (::stat(folderOf(path).c_str(), &folder) == 0 && owner == folder.st_uid);
+}
+
+bool isSame(const Descriptor& a, const Descriptor& b) {
+  constexpr size_t kPiece = 65536;
+  std::string one(kPiece, '\0'), other(kPiece, '\0');
+  for (;;) {
+    const ssize_t count = ::read(a.get(), one.data(), kPiece);
+    if (count < 0) return false;
+    ssize_t taken = 0;
+    while (taken < count) {
+      const ssize_t more = ::read(b.get(), other.data(), static_cast<size_t>(count - taken));
+      if (more <= 0 ||
+          std::memcmp(one.data() + taken, other.data(), static_cast<size_t>(more)) != 0) {
+        return false;
+      }
+      taken += more;
+    }
+    if (count == 0) return ::read(b.get(), other.data(), 1) == 0;
+  }
+}
+
+bool hasContentOf(const std::string& path, const std::string& other) {
+  const Descriptor a(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  const Descriptor b(::open(other.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status {};
+  return a.isOpen() && b.isOpen() && ::fstat(a.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+         isTrusted(status.st_uid, path) && isSame(a, b);
+}
+
+// The path that a name stands for. A link, or a file, of somebody who is not trusted is refused.
+std::string trustedPath(FunctionCall& call, const char* name) {
+  struct stat status {};
+  std::string path = name;
+  if (::lstat(name, &status) != 0) return path;
+  if (!isTrusted(status.st_uid, path)) call.failFile(name);
+  if (!S_ISLNK(status.st_mode)) return path;
+  char target[PATH_MAX];
+  if (!::realpath(name, target)) call.failFile(name);
+  path = target;
+  if (::lstat(target, &status) != 0 || !isTrusted(status.st_uid, path)) call.failFile(name);
+  return path;
+}
 
 }  // namespace
 
@@ -93,6 +149,20 @@ void replaceFile(FunctionCall& call, const char* name, std::string_view content)
   if (!replacement.write(content, status.st_mode & 07777) || !replacement.takePlaceOf(path)) {
     call.fail(Msg::QRKC003E);
   }
+}
+
+void putFile(FunctionCall& call, const char* name, const std::function<int(const char*)>& write) {
+  requirePlainFile(call, name);
+  const std::string path = trustedPath(call, name);
+  FileBeside fresh(path);
+  if (!fresh.isThere()) {
+    // In a folder that is not the caller's to write a file may be.
+    if (::access(path.c_str(), W_OK) != 0) call.failFile(name);
+    return call.check(write(path.c_str()));
+  }
+  call.check(write(fresh.name().c_str()));
+  if (hasContentOf(path, fresh.name()) || fresh.takePlaceOf(path)) return;
+  call.failFile(name);
 }
 
 }  // namespace orvxml::functions

@@ -120,12 +120,23 @@ void FunctionCall::succeed() {
 
 void FunctionCall::failValue(std::string_view text) {
   orvxml::fail(report(), Msg::QRKQ061E);
-  std::string message(message_, std::strcspn(message_, "\n"));
-  message += " '";
-  message +=
-      shownText(text, kUdfMessageSize - std::min<size_t>(kUdfMessageSize, message.size() + 1));
-  std::snprintf(message_, sizeof message_, "%s'", message.c_str());
+  append(" '", text, "'");
   refuse();
+}
+
+void FunctionCall::failFile(std::string_view name) {
+  orvxml::fail(report(), Msg::QRKC000E);
+  append(" ", name, "");
+  refuse();
+}
+
+void FunctionCall::append(std::string_view before, std::string_view text, std::string_view after) {
+  std::string message(message_, std::strcspn(message_, "\n"));
+  message += before;
+  message += shownText(
+      text, kUdfMessageSize - std::min<size_t>(kUdfMessageSize, message.size() + after.size()));
+  message += after;
+  std::snprintf(message_, sizeof message_, "%s", message.c_str());
 }
 
 void FunctionCall::check(int status, int messageIndex) {

@@ -14,8 +14,10 @@
 // statement and found again through the scratchpad; it goes with the final call or a failure.
 #pragma once
 
+#include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "orv/sqludf.h"
 #include "orvxml/context.h"
@@ -104,6 +106,8 @@ class FunctionCall {
   }
   // A value of the document that is none of the function's type.
   [[noreturn]] void failValue(std::string_view text);
+  // A file that cannot be made or must not be used (QRKC000E), with its name behind the message.
+  [[noreturn]] void failFile(std::string_view name);
   // Leaves the body when `status` tells of a failure, which has been reported.
   void check(int status) {
     if (status != 0) refuse();
@@ -121,6 +125,8 @@ class FunctionCall {
 
  private:
   [[noreturn]] void refuse();
+  // Puts a text of the call behind the message, as far as it fits.
+  void append(std::string_view before, std::string_view text, std::string_view after);
 
   Tail tail_;
   std::optional<QrkStruct> blank_;  // for reports before there is a context

@@ -24,17 +24,23 @@ bool isNull(const Argument<char>* argument) {
   return argument && argument->isNull();
 }
 
+void writeBytes(FunctionCall& call, QrkStruct* ctx, std::string_view bytes, const char* file) {
+  putFile(call, file, [&](const char* name) {
+    return qrk_buf2file(ctx, bytes.data(), static_cast<int>(bytes.size()), name, call.sqlState(),
+                        call.message());
+  });
+}
+
 // Writes a text in the database code page to a file. With an encoding the document's declaration
 // names it.
 void writeText(FunctionCall& call, QrkStruct* ctx, std::string_view text, const char* file,
                bool declares) {
-  requirePlainFile(call, file);
   const auto convert = declares ? &qrkConvBufferORVToAppEncoding : &convertBufferORVToApp;
   std::string converted(kMaxUnitBytes * (text.size() + 64), '\0');
   const int length = convert(ctx, text.data(), static_cast<int>(text.size()), converted.data(),
                              static_cast<int>(converted.size()), call.message(), call.sqlState());
   if (length < 0) call.check(length);
-  call.check(qrk_buf2file(ctx, converted.data(), length, file, call.sqlState(), call.message()));
+  writeBytes(call, ctx, {converted.data(), static_cast<size_t>(length)}, file);
 }
 
 // A file's text in the database code page into a VARCHAR, which a character 0 would cut unseen.
@@ -96,9 +102,10 @@ void fileFromClob(const Argument<sqludf_locator>& clob, const Argument<char>& fi
   scalarFunction(tail, result.indicator, [&](FunctionCall& call) {
     if (anyNull(clob, file) || isNull(encoding)) return false;
     QrkStruct* ctx = call.begin(encodingOf(encoding));
-    requirePlainFile(call, file.value);
     const auto write = encoding ? &qrk_conv_locator2file_encoding : &qrk_conv_locator2file;
-    call.check(write(ctx, clob.value, file.value, call.sqlState(), call.message()));
+    putFile(call, file.value, [&](const char* name) {
+      return write(ctx, clob.value, name, call.sqlState(), call.message());
+    });
     giveName(file.value, result);
     return true;
   });
@@ -126,11 +133,9 @@ void fileFromDbClob(const Argument<sqludf_locator>& clob, const Argument<char>& 
   scalarFunction(tail, result.indicator, [&](FunctionCall& call) {
     if (anyNull(clob, file)) return false;
     QrkStruct* ctx = call.begin();
-    requirePlainFile(call, file.value);
-    const std::string text =
-        fromUnicode(call, ctx->codePages->appConverter, dbClobText(call, clob.value));
-    call.check(qrk_buf2file(ctx, text.data(), static_cast<int>(text.size()), file.value,
-                            call.sqlState(), call.message()));
+    writeBytes(call, ctx,
+               fromUnicode(call, ctx->codePages->appConverter, dbClobText(call, clob.value)),
+               file.value);
     giveName(file.value, result);
     return true;
   });

@@ -1,5 +1,6 @@
 // validate and validateschema: 1 for a valid document, 0 for any other. That a document is not
-// valid is an answer; a failure is when there is none, because a file is missing or memory is out.
+// valid is an answer; a failure is when there is none, because what it is to be judged by is
+// missing or wrong, or memory is out.
 #include "orvxml/validation.h"
 
 #include <optional>
@@ -13,13 +14,10 @@ namespace {
 
 constexpr size_t kMaxDtdBytes = 2000000000;
 
-// Turns the library's status into the function's result. The one state is a parse that ended, the
-// other a DTD id that no document can have.
-bool giveVerdict(FunctionCall& call, int valid, int32_t* result) {
-  const std::string_view state = call.sqlState();
-  if (valid == 0 && state != "38X13" && state != "00000") call.check(-1);
+bool giveVerdict(FunctionCall& call, int verdict, int32_t* result) {
+  if (verdict == kNotJudged) call.check(-1);
   call.succeed();
-  *result = valid;
+  *result = verdict;
   return true;
 }
 
@@ -51,10 +49,10 @@ void validate(const Argument<typename Document::Field>& document, const Argument
     std::string file = dtd.value;
     std::string id = dtdId.value;
     const int inMemory = text ? 1 : 0;
-    const int valid = qrkValidate(ctx, source.text(), source.inMemory(), Document::kInDbEncoding,
-                                  text ? text->data() : file.data(), inMemory, id.data(),
-                                  call.sqlState(), call.message(), inMemory);
-    return giveVerdict(call, valid, result.value);
+    const int verdict = qrkJudge(ctx, source.text(), source.inMemory(), Document::kInDbEncoding,
+                                 text ? text->data() : file.data(), inMemory, id.data(),
+                                 call.sqlState(), call.message(), inMemory);
+    return giveVerdict(call, verdict, result.value);
   });
 }
 
@@ -67,10 +65,10 @@ void validateSchema(const Argument<typename Document::Field>& document,
     QrkStruct* ctx = call.begin();
     Document source(call, document.value);
     std::u16string location = toUnicode(call, ctx->codePages->dbConverter, schema.value);
-    const int valid =
-        qrkValidateSchema(ctx, source.text(), source.inMemory(), Document::kInDbEncoding,
-                          location.data(), call.sqlState(), call.message());
-    return giveVerdict(call, valid, result.value);
+    const int verdict =
+        qrkJudgeBySchema(ctx, source.text(), source.inMemory(), Document::kInDbEncoding,
+                         location.data(), call.sqlState(), call.message());
+    return giveVerdict(call, verdict, result.value);
   });
 }
 

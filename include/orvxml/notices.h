@@ -28,6 +28,9 @@ struct Notice {
   std::string text;            // one line in UTF-8; of a place: what the message lacks, or empty
   size_t mappingElement = 0;   // number of the element in the mapping; 0: none
   size_t documentElement = 0;  // the same in the document
+  // Of a place: the schema or DTD that the message's line and column count in, or that is missing;
+  // empty: none.
+  std::string file;
 };
 
 class NoticeListener {

@@ -17,6 +17,7 @@
 #include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/framework/XMLAttr.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
+#include <xercesc/framework/XMLErrorReporter.hpp>
 #include <xercesc/internal/XMLScanner.hpp>
 #include <xercesc/parsers/SAX2XMLReaderImpl.hpp>
 #include <xercesc/parsers/SAXParser.hpp>
@@ -31,22 +32,27 @@
 
 namespace orvxml {
 
+// Ends the parse at an error, by throwing a copy of it, and takes no notice of a warning.
+class ThrowingHandler : public xercesc::DefaultHandler {
+ public:
+  void error(const xercesc::SAXParseException& problem) override;
+  void fatalError(const xercesc::SAXParseException& problem) override;
+  void warning(const xercesc::SAXParseException&) override {}
+};
+
 // Reads the document's own DTD as empty. Install it as entity resolver and error handler.
-class qrkNonValidateHandler : public xercesc::DefaultHandler {
+class qrkNonValidateHandler : public ThrowingHandler {
  public:
   explicit qrkNonValidateHandler(QrkStruct* context) : ctx(context) {}
   // An empty buffer for the document's DTD; null for everything else.
   xercesc::InputSource* resolveEntity(const XMLCh* publicId, const XMLCh* requested) override;
-  void error(const xercesc::SAXParseException& problem) override;       // throws a copy
-  void fatalError(const xercesc::SAXParseException& problem) override;  // throws a copy
-  void warning(const xercesc::SAXParseException&) override {}
 
   QrkStruct* ctx;
   std::optional<std::u16string> systemId;  // of the DOCTYPE; none until one is seen
 };
 
 // Supplies the DTD that a document is validated against, whatever entity is asked for.
-class qrkValidateHandler : public xercesc::DefaultHandler {
+class qrkValidateHandler : public ThrowingHandler {
  public:
   enum DtdMode : int { kDtdIsFile = 0, kDtdIsText = 1 };
   // `dtd`: text up to its terminator, or a file name in the database code page, or null (nothing
@@ -54,9 +60,7 @@ class qrkValidateHandler : public xercesc::DefaultHandler {
   qrkValidateHandler(QrkStruct* context, const char* dtd, const XMLCh* dtdId, const XMLCh* encoding,
                      int mode);
   xercesc::InputSource* resolveEntity(const XMLCh* publicId, const XMLCh* requested) override;
-  void error(const xercesc::SAXParseException& problem) override;
-  void fatalError(const xercesc::SAXParseException& problem) override;
-  void warning(const xercesc::SAXParseException&) override {}
+  bool suppliesDtd() const { return dtd_ != nullptr; }
 
   QrkStruct* ctx;
   std::optional<std::u16string> systemId;  // the DTD id, then the DOCTYPE's system id
@@ -68,22 +72,15 @@ class qrkValidateHandler : public xercesc::DefaultHandler {
   int mode_;
 };
 
-// Supplies nothing but the schema file itself: only a request for `schemaLocation`, as written, is
-// answered. `encoding` is the name of the database code page's encoding.
-class qrkSchemaHandler : public xercesc::DefaultHandler {
+// For validation by a schema: supplies nothing itself. `encoding` is the name of the database code
+// page's encoding, which is kept for whoever asks and used by nobody here.
+class qrkSchemaHandler : public ThrowingHandler {
  public:
-  qrkSchemaHandler(QrkStruct* context, const XMLCh* encoding,
-                   const XMLCh* schemaLocation = nullptr);
-  xercesc::InputSource* resolveEntity(const XMLCh* publicId, const XMLCh* requested) override;
-  void error(const xercesc::SAXParseException& problem) override;
-  void fatalError(const xercesc::SAXParseException& problem) override;
-  void warning(const xercesc::SAXParseException&) override {}
+  qrkSchemaHandler(QrkStruct* context, const XMLCh* encoding);
+  xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh*) override { return nullptr; }
 
   QrkStruct* ctx;
-
- private:
-  std::u16string encoding_;
-  std::u16string schemaLocation_;  // empty: answer nothing
+  std::u16string encoding;
 };
 
 // Stores the system id of a DOCTYPE (null: none) in the resolver, when it is one that has use of
@@ -115,6 +112,10 @@ class DocumentGuard : public xercesc::MemoryManager {
   // The version that the XML declaration names: one that is not known ends the parse. The parser
   // takes whatever begins like a known one.
   void declareVersion(const XMLCh* version);
+  // At a DOCTYPE: the library supplies the DTD, in place of the external one, and what the document
+  // declares itself must not make something else of it. Ends the parse of a document that names no
+  // external DTD, or declares elements, attributes or parameter entities.
+  void requireSuppliedDtd(bool namesExternalDtd);
   void addAttributes(const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count);
   void addNodes(uint64_t count) {
     if ((nodes_ += static_cast<int64_t>(count)) > kMaxDocumentNodes) refuseNodes();
@@ -132,6 +133,7 @@ class DocumentGuard : public xercesc::MemoryManager {
   // parser does not tell.
   enum Declaration : uint64_t { kNew = 0, kRepeated = 1, kElement = 8 };
   void addDeclaration(Declaration kind);
+  void declareElement();
   void addSubsetText(uint64_t length) {
     if (inSubset_) addCharacters(length);
   }
@@ -158,6 +160,7 @@ class DocumentGuard : public xercesc::MemoryManager {
   void forgetNames();
   void watch(void* memory);
   [[noreturn]] void refuse(const XMLCh* text) const;
+  void requireSupplied() const;
   [[noreturn]] void refuseDepth() const;
   [[noreturn]] void refuseNodes() const;
   [[noreturn]] void refuseNames() const;
@@ -165,6 +168,7 @@ class DocumentGuard : public xercesc::MemoryManager {
   const xercesc::Locator* locator_ = nullptr;
   int depth_ = 0;
   bool inSubset_ = false;
+  bool hasSuppliedDtd_ = false;
   bool countsValues_ = false;  // entities or defaults are declared
   int64_t nodes_ = 0;
   int64_t expansions_ = 0;
@@ -224,6 +228,10 @@ class GuardedCallbacks : protected GuardedParser, public Base {
   void endElement(const xercesc::XMLElementDecl& declared, unsigned int uriId, bool isRoot,
                   const XMLCh* prefix) override;
   void startEntityReference(const xercesc::XMLEntityDecl& entity) override;
+  // Says more where the parser's text leads astray.
+  void error(unsigned int code, const XMLCh* domain, xercesc::XMLErrorReporter::ErrTypes type,
+             const XMLCh* text, const XMLCh* systemId, const XMLCh* publicId, XMLFileLoc line,
+             XMLFileLoc column) override;
 
  protected:
   template <class... Args>

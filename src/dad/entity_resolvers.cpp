@@ -1,4 +1,4 @@
-// What the parser gets instead of the outside: an empty DTD, the supplied DTD, the named schema.
+// What the parser gets instead of the outside: an empty DTD or the supplied one.
 #include <cstring>
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
@@ -41,6 +41,14 @@ InputPtr memorySource(const char* text, const char16_t* systemId) {
 
 }  // namespace
 
+void ThrowingHandler::error(const xercesc::SAXParseException& problem) {
+  throw xercesc::SAXParseException(problem);
+}
+
+void ThrowingHandler::fatalError(const xercesc::SAXParseException& problem) {
+  throw xercesc::SAXParseException(problem);
+}
+
 void rememberDoctype(xercesc::EntityResolver* resolver, const XMLCh* systemId) {
   if (auto* empty = dynamic_cast<qrkNonValidateHandler*>(resolver)) {
     empty->systemId = optionalText(systemId);
@@ -58,14 +66,6 @@ xercesc::InputSource* qrkNonValidateHandler::resolveEntity(const XMLCh* /*public
   }
   QRK_TRACE(ctx, "dtdId and systemId match.");
   return memorySource("", u"IdForEmptyBuffer").release();
-}
-
-void qrkNonValidateHandler::error(const xercesc::SAXParseException& problem) {
-  throw xercesc::SAXParseException(problem);
-}
-
-void qrkNonValidateHandler::fatalError(const xercesc::SAXParseException& problem) {
-  throw xercesc::SAXParseException(problem);
 }
 
 qrkValidateHandler::qrkValidateHandler(QrkStruct* context, const char* dtd, const XMLCh* dtdId,
@@ -93,32 +93,7 @@ std::unique_ptr<xercesc::InputSource> qrkValidateHandler::suppliedDtd() const {
   return std::make_unique<xercesc::LocalFileInputSource>(name.c_str());
 }
 
-void qrkValidateHandler::error(const xercesc::SAXParseException& problem) {
-  throw xercesc::SAXParseException(problem);
-}
-
-void qrkValidateHandler::fatalError(const xercesc::SAXParseException& problem) {
-  throw xercesc::SAXParseException(problem);
-}
-
-qrkSchemaHandler::qrkSchemaHandler(QrkStruct* context, const XMLCh* encoding,
-                                   const XMLCh* schemaLocation)
-    : ctx(context),
-      encoding_(boundedName(encoding)),
-      schemaLocation_(schemaLocation ? schemaLocation : u"") {}
-
-xercesc::InputSource* qrkSchemaHandler::resolveEntity(const XMLCh* /*publicId*/,
-                                                      const XMLCh* requested) {
-  if (!requested || schemaLocation_.empty() || schemaLocation_ != requested) return nullptr;
-  return inDeclaredEncoding(std::make_unique<xercesc::LocalFileInputSource>(requested)).release();
-}
-
-void qrkSchemaHandler::error(const xercesc::SAXParseException& problem) {
-  throw xercesc::SAXParseException(problem);
-}
-
-void qrkSchemaHandler::fatalError(const xercesc::SAXParseException& problem) {
-  throw xercesc::SAXParseException(problem);
-}
+qrkSchemaHandler::qrkSchemaHandler(QrkStruct* context, const XMLCh* name)
+    : ctx(context), encoding(boundedName(name)) {}
 
 }  // namespace orvxml

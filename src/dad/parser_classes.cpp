@@ -1,6 +1,8 @@
 // The three parser subclasses: each is closed to the outside, tells the entity resolver about the
 // DOCTYPE, and reports what it meets to the guard.
+#include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/framework/XMLNotationDecl.hpp>
+#include <xercesc/framework/XMLValidityCodes.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/DTD/DTDAttDef.hpp>
 #include <xercesc/validators/DTD/DTDEntityDecl.hpp>
@@ -86,7 +88,7 @@ void GuardedCallbacks<Base>::doctypeWhitespace(const XMLCh* text, XMLSize_t leng
 
 template <class Base>
 void GuardedCallbacks<Base>::elementDecl(const xercesc::DTDElementDecl& declared, bool isIgnored) {
-  guard->addDeclaration(DocumentGuard::kElement);
+  guard->declareElement();
   Base::elementDecl(declared, isIgnored);
 }
 
@@ -165,6 +167,23 @@ template <class Base>
 void GuardedCallbacks<Base>::startEntityReference(const xercesc::XMLEntityDecl& entity) {
   guard->enterEntity(entity.isExternal() ? 0 : entity.getValueLen());
   Base::startEntityReference(entity);
+}
+
+template <class Base>
+void GuardedCallbacks<Base>::error(unsigned int code, const XMLCh* domain,
+                                   xercesc::XMLErrorReporter::ErrTypes type, const XMLCh* text,
+                                   const XMLCh* systemId, const XMLCh* publicId, XMLFileLoc line,
+                                   XMLFileLoc column) {
+  std::u16string told(text);
+  if (xercesc::XMLString::equals(domain, xercesc::XMLUni::fgXMLErrDomain)) {
+    const auto* supplied = dynamic_cast<const qrkValidateHandler*>(this->getEntityResolver());
+    if (code == xercesc::XMLErrs::UnterminatedDOCTYPE) {
+      told += u", or a content model with too many groups";
+    } else if (code == xercesc::XMLErrs::RecursiveEntity && supplied && supplied->suppliesDtd()) {
+      told += u"; a supplied DTD cannot consist of several files";
+    }
+  }
+  Base::error(code, domain, type, told.c_str(), systemId, publicId, line, column);
 }
 
 template class GuardedCallbacks<xercesc::XercesDOMParser>;
@@ -263,6 +282,8 @@ void qrkSAX2XMLReaderImpl::doctypeDecl(const xercesc::DTDElementDecl& root, cons
   metDoctype_ = true;
   // The base forgets the resolver when a resolver of its newer kind is installed.
   rememberDoctype(resolver_, systemId);
+  const auto* supplied = dynamic_cast<const qrkValidateHandler*>(resolver_);
+  if (supplied && supplied->suppliesDtd()) guard->requireSuppliedDtd(hasExtSubset);
   GuardedCallbacks::doctypeDecl(root, publicId, systemId, hasIntSubset, hasExtSubset);
   if (hasIntSubset || hasExtSubset || !getLexicalHandler()) return;
   // The base does not tell of a DOCTYPE that names nothing but the document element.
@@ -278,7 +299,14 @@ void qrkSAX2XMLReaderImpl::error(unsigned int code, const XMLCh* domain, ErrType
       (code == Codes::Scan_CouldNotOpenSource || code == Codes::File_CouldNotReadFromFile)) {
     throw UnreadableSource();
   }
-  GuardedCallbacks::error(code, domain, type, text, systemId, publicId, line, column);
+  std::u16string told(text);
+  const auto* supplied = dynamic_cast<const qrkValidateHandler*>(resolver_);
+  if (code == xercesc::XMLValid::ElementNotDefined && !metDoctype_ && supplied &&
+      supplied->suppliesDtd() &&
+      xercesc::XMLString::equals(domain, xercesc::XMLUni::fgValidityDomain)) {
+    told += u"; the document names no DTD that the supplied one could take the place of";
+  }
+  GuardedCallbacks::error(code, domain, type, told.c_str(), systemId, publicId, line, column);
 }
 
 void qrkSAX2XMLReaderImpl::ignorableWhitespace(const XMLCh* text, XMLSize_t length, bool isCdata) {

@@ -52,6 +52,7 @@ void DocumentGuard::start(uint64_t documentBytes, const xercesc::Locator* locato
   locator_ = locator;
   depth_ = 0;
   inSubset_ = false;
+  hasSuppliedDtd_ = false;
   countsValues_ = false;
   nodes_ = 0;
   expansions_ = 0;
@@ -89,8 +90,9 @@ void DocumentGuard::addName(const XMLCh* name) {
   hash = (hash ^ (hash >> 32)) % kNameSlots;
   if (names_[hash]) return;
   names_[hash] = true;
-  if (nameCount_ < kFewNames)
+  if (nameCount_ < kFewNames) {
     firstNames_[static_cast<size_t>(nameCount_)] = static_cast<uint32_t>(hash);
+  }
   if (++nameCount_ > kMaxNames) refuseNames();
 }
 
@@ -123,8 +125,28 @@ void DocumentGuard::addDeclaration(Declaration kind) {
   addSubsetText(std::max(kind * longestParameterEntity_, kCharactersPerDeclaration));
 }
 
+void DocumentGuard::declareElement() {
+  requireSupplied();
+  addDeclaration(kElement);
+}
+
+void DocumentGuard::requireSuppliedDtd(bool namesExternalDtd) {
+  hasSuppliedDtd_ = true;
+  if (namesExternalDtd) return;
+  refuse(u"The document names no external DTD that the supplied one could take the place of.");
+}
+
+void DocumentGuard::requireSupplied() const {
+  if (!inSubset_ || !hasSuppliedDtd_) return;
+  refuse(u"The document declares itself what the supplied DTD has to declare.");
+}
+
 void DocumentGuard::declareEntity(const xercesc::DTDEntityDecl& declared, bool isParameter) {
-  if (!isParameter) countsValues_ = true;
+  if (isParameter) {
+    requireSupplied();
+  } else {
+    countsValues_ = true;
+  }
   if (!inSubset_ || !declared.getValue()) return;
   addCharacters(declared.getValueLen());
   if (!isParameter) return;
@@ -139,6 +161,7 @@ void DocumentGuard::declareEntity(const xercesc::DTDEntityDecl& declared, bool i
 }
 
 void DocumentGuard::declareAttribute(const xercesc::DTDAttDef& declared) {
+  requireSupplied();
   if (!declared.getValue()) return;
   countsValues_ = true;
   addSubsetText(xercesc::XMLString::stringLen(declared.getValue()));

@@ -121,13 +121,6 @@ void qrkSgDocHandler::debugPrintResult() {
 void qrkSgDocHandler::warning(const xercesc::SAXParseException& problem) {
   throw xercesc::SAXParseException(problem);
 }
-void qrkSgDocHandler::error(const xercesc::SAXParseException& problem) {
-  throw xercesc::SAXParseException(problem);
-}
-void qrkSgDocHandler::fatalError(const xercesc::SAXParseException& problem) {
-  throw xercesc::SAXParseException(problem);
-}
-
 bool convertText(const Report& report, const char* text, std::u16string& converted) {
   if (text && toUtf16(report.ctx, text, converted)) return true;
   text ? fail(report, Msg::QRKD002E, kNotConverted) : fail(report, Msg::QRKG004E);

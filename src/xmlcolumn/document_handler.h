@@ -2,16 +2,15 @@
 // the values, and turns them into the caller's.
 #pragma once
 
-#include <xercesc/sax2/DefaultHandler.hpp>
-
 #include "orvxml/location_path.h"
+#include "orvxml/parser_handlers.h"
 #include "src/xmlcolumn/path_progress.h"
 #include "src/xmlcolumn/result_values.h"
 
 namespace orvxml {
 
 // Every problem that the parser reports ends the parse, a warning as well.
-class qrkSgDocHandler : public xercesc::DefaultHandler {
+class qrkSgDocHandler : public ThrowingHandler {
  public:
   // `path` must live, unchanged, as long as the handler. Out of memory: a QRKException or
   // std::bad_alloc.
@@ -26,9 +25,7 @@ class qrkSgDocHandler : public xercesc::DefaultHandler {
   // The values on standard output.
   void debugPrintResult();
 
-  void warning(const xercesc::SAXParseException& problem) override;
-  void error(const xercesc::SAXParseException& problem) override;
-  void fatalError(const xercesc::SAXParseException& problem) override;
+  void warning(const xercesc::SAXParseException& problem) override;  // throws a copy
 
  protected:
   // What becomes of the elements inside a selected one: each is compared with the path, or all are

@@ -1,5 +1,6 @@
 #include "src/xmlcolumn/document_parse.h"
 
+#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include "orvxml/code_pages.h"
@@ -38,10 +39,21 @@ bool outOfMemory(const Report& report) {
   return false;
 }
 
+// Inside a handler: the file that the exception is about.
+std::u16string faultyFile() {
+  try {
+    throw;
+  } catch (const xercesc::SAXParseException& e) {
+    return e.getSystemId() ? e.getSystemId() : u"";
+  } catch (...) {
+    return {};
+  }
+}
+
 }  // namespace
 
 bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
-                   const xercesc::InputSource& source) {
+                   const xercesc::InputSource& source, std::u16string* faulty) {
   try {
     parser.parse(source);
     setSqlState(report, "00000");
@@ -54,6 +66,7 @@ bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
   } catch (const xercesc::OutOfMemoryException&) {
     return outOfMemory(report);
   } catch (...) {
+    if (faulty) *faulty = faultyFile();
     if (!reportParserException(report)) setSqlState(report, kParserState);
     return false;
   }

@@ -26,8 +26,9 @@ inline const char* textOrNull(const char* text) {
 // Parses the document. False when the parse ended early: QRKQ047E with the place as far as it is
 // known, SQLSTATE "38X13" (out of memory: QRKG002E, "38X10"). An exception that is not the
 // parser's leaves the message alone. report.sqlState is "00000" after a parse that completed.
+// `faulty`, unless null, gets the file in which it ended, as the parser names it; empty: unknown.
 bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
-                   const xercesc::InputSource& source);
+                   const xercesc::InputSource& source, std::u16string* faulty = nullptr);
 
 // Reads the document for `handler`, without validation and with names as written. Nothing that the
 // document names is opened. With `inDbEncoding` the document is read in the encoding of the

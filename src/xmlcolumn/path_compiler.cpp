@@ -5,12 +5,16 @@
 //   step       = ( name | "*" ) [ "[" ... "@" name "=" quote value quote ... "]" | "[" ... "]" ]
 //
 // Every position in the path is looked at a bounded number of times, however long or odd it is.
+#include <algorithm>
+#include <utility>
 #include <vector>
 
+#include "orvxml/notices.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/xmlcolumn/location_path_steps.h"
 #include "src/xmlcolumn/name_characters.h"
+#include "src/xmlcolumn/notice_text.h"
 
 namespace orvxml {
 namespace {
@@ -48,11 +52,24 @@ class PathCompiler {
     QRK_TRACE(ctx_, "query length is %zu", path_.size());
     if (!path_.starts_with(u'/')) return errorAt(1);
     splitAtDescendants(takeAttribute());
+    if (query_.kind == kSelectsAttribute && !query_.head && !query_.body && !query_.tail) {
+      warn("attribute-of-nothing", u" selects nothing: it names no element");
+    }
   }
 
  private:
   // Later errors replace earlier ones.
   void errorAt(size_t position) { query_.state = static_cast<int32_t>(position); }
+
+  // The path is accepted, and selects something else than it seems to.
+  void warn(const char* rule, const std::u16string& reason) const {
+    NoticeListener* const listener = noticeListener();
+    if (!listener) return;
+    Notice warning;
+    warning.rule = rule;
+    warning.text = utf8Text(u"the path '" + std::u16string(path_) + u"'" + reason);
+    listener->notice(warning);
+  }
 
   // `ch` in [from, end), or `end`.
   size_t find(char16_t ch, size_t from, size_t end) const {
@@ -65,9 +82,13 @@ class PathCompiler {
     const size_t at = path_.rfind(u'@');
     const size_t equals = path_.rfind(u'=');
     if (at == kNone || (equals != kNone && at < equals)) return path_.size();
-    // A predicate without a "=": its step tells.
-    if (path_[at - 1] == u'[') return path_.size();
+    if (path_[at - 1] == u'[') {
+      // A predicate without a "=".
+      errorAt(at);
+      return path_.size();
+    }
     query_.kind = kSelectsAttribute;
+    warnOfName(path_.substr(at + 1));
     query_.attrName = heapCopy(path_.substr(at + 1));
     if (path_[at - 1] != u'/') {
       errorAt(at - 1);
@@ -76,6 +97,16 @@ class PathCompiler {
       return at;
     }
     return at - 1;
+  }
+
+  // The name is not checked, but an attribute cannot have any.
+  void warnOfName(std::u16string_view name) const {
+    const bool isName = !name.empty() && isNameStart(name.front()) &&
+                        std::all_of(name.begin(), name.end(), isNameCharacter);
+    if (name != u"*" && !isName) {
+      warn("attribute-name",
+           u" selects nothing: '" + std::u16string(name) + u"' is no name of an attribute");
+    }
   }
 
   // Parses what stands between the "//" of [0, end): head, tail, then the body segments.
@@ -113,6 +144,7 @@ class PathCompiler {
     Lookahead ahead;
     while (begin < end) {
       const size_t stepEnd = endOfStep(ahead, begin, end);
+      warnOfSwallowedSteps(begin, stepEnd);
       *link = new QrkQueryChunk;
       parseStep((*link)->filter, begin, stepEnd);
       link = &(*link)->next;
@@ -140,6 +172,19 @@ class PathCompiler {
     if (slash == end || next(ahead.quote, u'"', begin, end) > slash) return slash;
     const size_t bracket = next(ahead.bracket, u']', slash, end);
     return bracket == end ? slash : bracket + 1;
+  }
+
+  // A "]" of a later step ends the step as well: then that step and all between count for nothing.
+  void warnOfSwallowedSteps(size_t begin, size_t end) const {
+    bool isQuoted = false;
+    for (size_t i = begin; i < end; ++i) {
+      if (path_[i] == u'"') isQuoted = !isQuoted;
+      if (path_[i] != u'/' || isQuoted) continue;
+      return warn("steps-behind-predicate",
+                  u" selects what '" + std::u16string(path_.substr(0, i)) + u"' selects: '" +
+                      std::u16string(path_.substr(i, end - i)) +
+                      u"' counts as part of the predicate in front of it");
+    }
   }
 
   void parseStep(QrkQueryFilter& filter, size_t begin, size_t end) {

@@ -22,13 +22,21 @@ bool isGiven(const XMLCh* text) {
   return text && *text;
 }
 
+// Whether a path ends in "//@name": any element may then hold the attribute, and one inside another
+// is selected as well.
+bool isOfAnyElement(std::u16string_view path) {
+  const size_t at = path.rfind(u'@');
+  return at != path.npos && at >= 2 && path.substr(at - 2, 2) == u"//";
+}
+
 // Writes what it hears into its one value. What a parser reads from it is what was heard, but for
 // the replaced parts.
 class qrkUpdateHandler : public qrkSgDocHandler {
  public:
   qrkUpdateHandler(QrkStruct* context, XMLCh* path, const XMLCh* value)
       : qrkSgDocHandler(context, path), newValue_(value) {
-    inside = Inside::IsSelected;
+    comparesInside_ = query.kind == kSelectsAttribute && isOfAnyElement(path);
+    inside = comparesInside_ ? Inside::IsCompared : Inside::IsSelected;
     escapeText = Escaping::Text;
     escapeValues = Escaping::Attribute;
     result.addItem();
@@ -38,7 +46,7 @@ class qrkUpdateHandler : public qrkSgDocHandler {
                     const xercesc::Attributes& attributes) override {
     const bool wasOpen = state == kMatchPossibleBelow;
     open(qname, attributes);
-    const bool isNew = wasOpen && state == kMatch;
+    const bool isNew = (wasOpen || comparesInside_) && state == kMatch;
     if (isNew && query.kind == kSelectsAttribute) {
       return composeStartElement(qname, attributes, query.attrName, newValue_);
     }
@@ -96,6 +104,7 @@ class qrkUpdateHandler : public qrkSgDocHandler {
   }
 
   const XMLCh* newValue_;
+  bool comparesInside_ = false;
 };
 
 // Hears of the XML declaration, which no other handler does.

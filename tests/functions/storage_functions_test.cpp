@@ -1,5 +1,6 @@
 // The storage functions through SQL: what comes from files into columns and goes back.
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -95,6 +96,39 @@ TEST_F(StorageFunctionsTest, FromAColumnIntoAFile) {
     EXPECT_EQ(status.st_mode & 0777, 0644u);
     std::filesystem::remove(db_.folder().path("out.xml"));
   }
+}
+
+// The name of a file that many use may be known to strangers.
+TEST_F(StorageFunctionsTest, AFileIsReplacedAsOneStepAndNoStrangersFileIsUsed) {
+  const std::string out = db_.folder().path("out.xml");
+  const std::string victim = db_.folder().write("victim", "precious");
+  const std::string call = "orvxml.Content(c, " + target() + ")";
+  const auto number = [&] {
+    struct stat status {};
+    return stat(out.c_str(), &status) == 0 ? status.st_ino : 0;
+  };
+  EXPECT_EQ(db_.value(call), out);
+  const ino_t first = number();
+  EXPECT_EQ(db_.value(call), out);
+  EXPECT_EQ(number(), first);
+  std::filesystem::create_hard_link(out, db_.folder().path("kept.xml"));
+  db_.store("<b/>");
+  EXPECT_EQ(db_.value(call), out);
+  EXPECT_EQ(written(), "<b/>");
+  EXPECT_EQ(readFile(db_.folder().path("kept.xml")), "<a/>");
+  if (geteuid() != 0) GTEST_SKIP() << "only root can make a stranger's file";
+  constexpr uid_t kStranger = 65534;
+  const std::string refused = (kNotOpened + (" " + out)).substr(0, 76);
+  ASSERT_EQ(chown(out.c_str(), kStranger, kStranger), 0);
+  EXPECT_EQ(db_.failure(call).substr(0, 76), refused);
+  std::filesystem::remove(out);
+  std::filesystem::create_symlink(victim, out);
+  EXPECT_EQ(db_.value(call), out);
+  EXPECT_EQ(readFile(victim), "<b/>");
+  db_.store("<c/>");
+  ASSERT_EQ(lchown(out.c_str(), kStranger, kStranger), 0);
+  EXPECT_EQ(db_.failure(call).substr(0, 76), refused);
+  EXPECT_EQ(readFile(victim), "<b/>");
 }
 
 TEST_F(StorageFunctionsTest, TheEncodingMayChangeFromRowToRow) {

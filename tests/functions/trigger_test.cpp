@@ -57,20 +57,6 @@ class FunctionTriggerTest : public ::testing::Test {
   FunctionDatabase db_;
 };
 
-TEST_F(FunctionTriggerTest, FollowEveryChange) {
-  db_.run("insert into docs(id, doc) values (1, " + document("2.5", "A", "xy") + "), (2, null), " +
-          "(3, " + document("10", "B", "z") + ")");
-  EXPECT_EQ(joined(), (Rows{{"1", "A", "2.50", "1", "x"},
-                            {"1", "A", "2.50", "2", "y"},
-                            {"3", "B", "10.00", "1", "z"}}));
-  db_.run("insert into docs(id, doc) select id + 10, doc from docs where id = 1");
-  db_.run("update docs set doc = " + document("9", "C", "qrs") + " where id in (1, 3)");
-  EXPECT_EQ(db_.rows("select id, count(*) from joined group by id order by id"),
-            (Rows{{"1", "3"}, {"3", "3"}, {"11", "2"}}));
-  db_.run("delete from docs where id < 11");
-  EXPECT_EQ(joined(), (Rows{{"11", "A", "2.50", "1", "x"}, {"11", "A", "2.50", "2", "y"}}));
-}
-
 TEST_F(FunctionTriggerTest, StayInStepWhateverStatementChangesTheirTable) {
   // The number of documents, of values that stand once, and of those that stand more than once.
   const auto counts = [&](const char* documents, const char* once, const char* often) {
@@ -139,36 +125,6 @@ TEST_F(FunctionTriggerTest, SignalledTextsArriveWhole) {
     EXPECT_EQ(refused.outcome.tokens, std::vector<std::string>{text});
     db_.run("drop trigger refuse");
   }
-}
-
-TEST_F(FunctionTriggerTest, AFailingFunctionLeavesAllTablesInStep) {
-  db_.run("insert into docs(id, doc) values (1, " + document("1", "A", "xy") + ")");
-  const Rows before = joined();
-  const std::string broken = "orvxml.XMLCLOB('<d><title>A</title><part>n</part>')";
-  const std::string good = document("1", "B", "n");
-  db_.run("insert into docs(id, doc) values (2, " + good + "), (3, " + broken + ")", -443);
-  db_.run("insert into docs(id, doc) values (4, " + document("a lot", "B", "n") + ")", -420);
-  db_.run("update docs set doc = " + broken, -443);
-  EXPECT_EQ(joined(), before);
-  EXPECT_EQ(db_.rows("select count(*) from docs"), (Rows{{"1"}}));
-  EXPECT_EQ(db_.rows("select count(*) from many"), (Rows{{"2"}}));
-}
-
-TEST_F(FunctionTriggerTest, ValidationRefusesWhatIsInvalid) {
-  db_.run(
-      "create trigger app.V no cascade before insert on docs referencing new as newrow "
-      "for each row mode orvsql when (0 = (select orvxml.extractInteger(newrow.doc, '/d/ok') "
-      "from one where title = 'schema')) signal sqlstate '38X14' ('not valid')");
-  db_.run("insert into one values (generate_unique(), 'schema', 1)");
-  db_.run(
-      "insert into docs(id, doc) values (1, orvxml.XMLCLOB('<d "
-      "price=\"1\"><title>t</title><part>p</part><ok>1</ok></d>'))");
-  const orv::Result refused = db_.run(
-      "insert into docs(id, doc) values (2, orvxml.XMLCLOB('<d "
-      "price=\"1\"><title>t</title><part>p</part><ok>0</ok></d>'))",
-      -438);
-  EXPECT_EQ(refused.outcome.sqlstate, "38X14");
-  EXPECT_EQ(db_.rows("select id from docs"), (Rows{{"1"}}));
 }
 
 }  // namespace

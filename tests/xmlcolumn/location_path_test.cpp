@@ -11,6 +11,7 @@
 #include <xercesc/sax2/SAX2XMLReader.hpp>
 #include <xercesc/sax2/XMLReaderFactory.hpp>
 
+#include "orvxml/notices.h"
 #include "orvxml/utilities.h"
 
 namespace orvxml {
@@ -32,6 +33,29 @@ std::string narrow(std::u16string_view text) {
   return narrowed;
 }
 
+TEST(LocationPathTest, WhatIsAcceptedAndNotMeantIsTold) {
+  struct Rules final : NoticeListener {
+    void notice(const Notice& notice) override { all += notice.rule; }
+    std::string all;
+  };
+  struct Case {
+    const char16_t* path;
+    const char* rule;
+  };
+  static constexpr Case kCases[] = {
+      {u"/a[@x=\"1/2\"]/b/@c", ""},     {u"/a[@x=\"1\"]/b[@y=\"2\"]", "steps-behind-predicate"},
+      {u"/a/@x/b", "attribute-name"},   {u"/a/@", "attribute-name"},
+      {u"/@x", "attribute-of-nothing"}, {u"//@*", ""},
+  };
+  for (const Case& c : kCases) {
+    Rules rules;
+    const Listening listening(rules);
+    Path path(c.path);
+    EXPECT_EQ(QrkQuery(nullptr, path.get()).state, 0);
+    EXPECT_EQ(rules.all, c.rule) << narrow(c.path);
+  }
+}
+
 TEST(LocationPathTest, SyntaxErrorsGiveTheirPosition) {
   struct Case {
     const char16_t* path;
@@ -42,6 +66,7 @@ TEST(LocationPathTest, SyntaxErrorsGiveTheirPosition) {
       {u"", 1},
       {u"/a/b@c", 3},
       {u"/a[@x\"1\"]", 3},
+      {u"/a[@x=\"1\"]/b[@y]", 13},
       {u"/a[@x=\"1]", 5},
       {u"/a[@x=", 5},
       {u"/a[@x=\"", 5},

@@ -37,6 +37,8 @@ TEST_F(UpdateTest, TheSelectedPartIsReplacedAndTheRestStays) {
       {"an attribute", "<a id='1' x='2'/>", u"/a/@id", u"7", "<a id=\"7\" x=\"2\"></a>"},
       {"the outermost one's attribute", "<a><b i='1'><c><b i='2'/></c>t</b><b i='3'/></a>",
        u"//b/@i", u"7", "<a><b i=\"7\"><c><b i=\"2\"></b></c>t</b><b i=\"7\"></b></a>"},
+      {"an attribute of any element", "<a i='0'><b i='1'><c><b i='2'/></c></b><d j='3'/></a>",
+       u"//@i", u"7", "<a i=\"7\"><b i=\"7\"><c><b i=\"7\"></b></c></b><d j=\"3\"></d></a>"},
       {"an attribute that is not there", "<a x='2'/>", u"/a/@id", u"7", "<a x=\"2\"></a>"},
       {"nothing", "<a> x <b t='1'/></a>", u"/a/c", u"7", "<a> x <b t=\"1\"></b></a>"},
       {"an empty value", "<a>1</a>", u"/a", u"", "<a></a>"},

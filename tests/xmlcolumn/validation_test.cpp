@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
+#include <filesystem>
 #include <string>
 
 #include "tests/support/database.h"
@@ -14,7 +16,7 @@ namespace {
 using test::TemporaryFolder;
 
 struct Verdict {
-  int valid = -1;
+  int valid = -2;
   std::string sqlState;
   std::string message;
 };
@@ -29,9 +31,8 @@ class ValidationTest : public testing::Test {
     char msg[kMessageSize] = "old";
     char state[kSqlStateSize] = "old";
     std::string dtdText = dtd ? dtd : "";
-    verdict.valid =
-        qrkValidate(&context_, document.data(), documentInMemory, 0, dtd ? dtdText.data() : nullptr,
-                    0, id.data(), state, msg, dtdInMemory);
+    verdict.valid = qrkJudge(&context_, document.data(), documentInMemory, 0,
+                             dtd ? dtdText.data() : nullptr, 0, id.data(), state, msg, dtdInMemory);
     verdict.sqlState = state;
     verdict.message = msg;
     return verdict;
@@ -42,16 +43,15 @@ class ValidationTest : public testing::Test {
     char msg[kMessageSize] = "old";
     char state[kSqlStateSize] = "old";
     std::u16string location(schema.begin(), schema.end());
-    verdict.valid =
-        qrkValidateSchema(&context_, document.data(), 1, 0, location.data(), state, msg);
+    verdict.valid = qrkJudgeBySchema(&context_, document.data(), 1, 0, location.data(), state, msg);
     verdict.sqlState = state;
     verdict.message = msg;
     return verdict;
   }
 
   // An invalid document: `part` stands in the message.
-  static void expectRejected(const Verdict& verdict, const std::string& part) {
-    EXPECT_EQ(verdict.valid, 0);
+  static void expectRejected(const Verdict& verdict, const std::string& part, int valid = 0) {
+    EXPECT_EQ(verdict.valid, valid);
     EXPECT_EQ(verdict.sqlState, "38X13");
     EXPECT_EQ(verdict.message.substr(0, 8), "QRKQ047E");
     EXPECT_NE(verdict.message.find(part), std::string::npos) << verdict.message;
@@ -79,7 +79,7 @@ TEST_F(ValidationTest, ADocumentThatCannotBeOpenedIsNotCalledInvalid) {
   setrlimit(RLIMIT_NOFILE, &none);
   const Verdict verdict = byDtd(file, kDtd, false);
   setrlimit(RLIMIT_NOFILE, &files);
-  EXPECT_EQ(verdict.valid, 0);
+  EXPECT_EQ(verdict.valid, kNotJudged);
   EXPECT_EQ(verdict.sqlState, "38X00");
   EXPECT_EQ(verdict.message, "QRKC000E  Unable to open the specified file.\n");
   expectValid(byDtd(file, kDtd, false));
@@ -92,7 +92,11 @@ TEST_F(ValidationTest, DocumentsAreJudgedByTheSuppliedDtd) {
     std::string document;
     const char* dtd;
     const char* rejectedFor;  // null: valid
+    int verdict = kInvalid;
   };
+  std::string groups = "<!ELEMENT a (b";
+  for (int i = 0; i < 2000; ++i) groups += ",(b)";
+  groups += ")>";
   const std::string nested = std::string(kDoctype) + [] {
     std::string open, close;
     for (int i = 0; i < 2000; ++i) open += "<a>", close += "</a>";
@@ -104,13 +108,25 @@ TEST_F(ValidationTest, DocumentsAreJudgedByTheSuppliedDtd) {
        "line 3 column 5: no declaration found for element 'c'"},
       {"undeclared attribute", std::string(kDoctype) + "<a y='1'/>", kDtd, "line 2"},
       {"malformed", std::string(kDoctype) + "<a><b></a>", kDtd, "line 2 column 9: "},
-      {"no DOCTYPE, no grammar", "<a/>", kDtd, "line 1"},
-      {"malformed DTD", std::string(kDoctype) + "<a/>", "<!ELEMENT a", "line 1"},
+      {"no DOCTYPE", "<a/>", kDtd, "the document names no DTD"},
+      {"an internal subset alone", "<!DOCTYPE a [<!ELEMENT a ANY>]><a/>", kDtd,
+       "names no external DTD"},
+      {"an element of its own", "<!DOCTYPE e SYSTEM 'x' [<!ELEMENT e ANY>]><e/>", kDtd,
+       "declares itself"},
+      {"an attribute of its own", "<!DOCTYPE a SYSTEM 'x' [<!ATTLIST a y CDATA '1'>]><a/>", kDtd,
+       "declares itself"},
+      {"a parameter entity of its own", "<!DOCTYPE a SYSTEM 'x' [<!ENTITY % c 'ANY'>]><a/>", kDtd,
+       "declares itself"},
+      {"an entity of its own", "<!DOCTYPE a SYSTEM '' [<!ENTITY e 't'>]><a><b>&e;</b></a>", kDtd,
+       nullptr},
       {"the document's own reference to a file of the system",
        "<!DOCTYPE a SYSTEM 'file:///etc/passwd'><a/>", kDtd, nullptr},
       {"the network", "<!DOCTYPE a SYSTEM 'http://127.0.0.1:1/a.dtd'><a/>", kDtd, nullptr},
       {"a DTD that reads itself", std::string(kDoctype) + "<a/>",
-       "<!ENTITY % m SYSTEM 'm.mod'>%m;<!ELEMENT a EMPTY>", "line 1"},
+       "<!ENTITY % m SYSTEM 'm.mod'>%m;<!ELEMENT a EMPTY>", "cannot consist of several files", -1},
+      {"malformed DTD", std::string(kDoctype) + "<a/>", "<!ELEMENT a ((b)>", "line 1", -1},
+      {"a DTD of too many groups", std::string(kDoctype) + "<a/>", groups.c_str(),
+       "too many groups", -1},
       {"no DTD: the internal subset counts",
        "<!DOCTYPE a SYSTEM 'nowhere.dtd' [<!ELEMENT a EMPTY>]><a/>", nullptr, nullptr},
       {"no DTD: invalid by the internal subset", "<!DOCTYPE a [<!ELEMENT a EMPTY>]><a><b/></a>",
@@ -129,7 +145,7 @@ TEST_F(ValidationTest, DocumentsAreJudgedByTheSuppliedDtd) {
     SCOPED_TRACE(c.label);
     const Verdict verdict = byDtd(c.document, c.dtd);
     if (c.rejectedFor) {
-      expectRejected(verdict, c.rejectedFor);
+      expectRejected(verdict, c.rejectedFor, c.verdict);
     } else {
       expectValid(verdict);
     }
@@ -143,7 +159,7 @@ TEST_F(ValidationTest, FilesHoldDocumentAndDtd) {
   expectRejected(byDtd(document, folder_.path("none.dtd").c_str(), false, false), "");
   for (const std::string& name : {folder_.path("none.xml"), folder_.path()}) {
     const Verdict missing = byDtd(name, kDtd, false);
-    EXPECT_EQ(missing.valid, 0);
+    EXPECT_EQ(missing.valid, kNotJudged);
     EXPECT_EQ(missing.sqlState, "38X01");
     EXPECT_EQ(missing.message, "QRKC001E  The specified file is not found.\n");
   }
@@ -190,12 +206,24 @@ std::string schemaText(const std::string& body) {
 TEST_F(ValidationTest, DocumentsAreJudgedByTheNamedSchema) {
   const std::string schema = folder_.write(
       "sub/a.xsd",
-      schemaText("<xs:include schemaLocation='types/amount.xsd'/><xs:element name='a'>"
-                 "<xs:complexType><xs:sequence><xs:element name='n' type='Amount' "
-                 "maxOccurs='unbounded'/></xs:sequence></xs:complexType></xs:element>"));
-  folder_.write("sub/types/amount.xsd",
+      "<!DOCTYPE xs:schema PUBLIC 'p' 'XMLSchema.dtd'>" +
+          schemaText("<xs:include schemaLocation='types/%61%20mount.xsd'/><xs:element name='a'>"
+                     "<xs:complexType><xs:sequence><xs:element name='n' type='Amount' "
+                     "maxOccurs='unbounded'/></xs:sequence></xs:complexType></xs:element>"));
+  folder_.write("sub/types/a mount.xsd",
                 schemaText("<xs:simpleType name='Amount'><xs:restriction base='xs:integer'>"
                            "<xs:maxInclusive value='9'/></xs:restriction></xs:simpleType>"));
+  // Through a link, and from a schema of a name space.
+  const std::string linked = folder_.path("linked.xsd");
+  std::filesystem::create_symlink(schema, linked);
+  expectValid(bySchema("<a><n>1</n></a>", linked));
+  const std::string spaced = folder_.write(
+      "spaced.xsd",
+      "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='a&amp;b'>"
+      "<xs:element name='a' type='xs:int'/></xs:schema>");
+  expectValid(bySchema("<a xmlns='a&amp;b'>1</a>", spaced));
+  expectRejected(bySchema("<a xmlns='a&amp;b'>x</a>", spaced), "line 1");
+  expectRejected(bySchema("<a>1</a>", spaced), "no declaration");
   const std::string other =
       folder_.write("other.xsd", schemaText("<xs:element name='other' type='xs:string'/>"));
   struct Case {
@@ -240,17 +268,27 @@ TEST_F(ValidationTest, SchemasReachNoFurtherThanTheirFolder) {
         folder_.write("sub/a.xsd", schemaText("<xs:include schemaLocation='" + location +
                                               "'/><xs:element name='a' type='Amount'/>"));
     SCOPED_TRACE(location);
-    expectRejected(bySchema("<a>1</a>", schema), "Amount");
+    expectRejected(bySchema("<a>1</a>", schema), "Amount", kNotJudged);
   }
+  const std::string fifo = folder_.path("sub/fifo");
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const std::string body = schemaText("<xs:element name='a' type='xs:int'/>&t;%t;");
+  for (const std::string& declaration : {std::string("<!ENTITY t SYSTEM '") + outside + "'>",
+                                         std::string("<!ENTITY % t SYSTEM 'fifo'>%t;")}) {
+    const std::string schema =
+        folder_.write("sub/a.xsd", "<!DOCTYPE xs:schema [" + declaration + "]>" + body);
+    expectRejected(bySchema("<a>1</a>", schema), "unable to open", kNotJudged);
+  }
+  EXPECT_EQ(bySchema("<a>1</a>", fifo).sqlState, "38X01");
 }
 
 TEST_F(ValidationTest, WithoutItsSchemaNoDocumentIsValid) {
   const Verdict missing = bySchema("<a/>", folder_.path("none.xsd"));
-  EXPECT_EQ(missing.valid, 0);
+  EXPECT_EQ(missing.valid, kNotJudged);
   EXPECT_EQ(missing.sqlState, "38X01");
   EXPECT_EQ(missing.message, "QRKC001E  The specified file is not found.\n");
   for (const char* text : {"", "no schema", "<xs:schema xmlns:xs='urn:x'/>"}) {
-    expectRejected(bySchema("<a/>", folder_.write("bad.xsd", text)), "");
+    expectRejected(bySchema("<a/>", folder_.write("bad.xsd", text)), "", kNotJudged);
   }
 }
 

@@ -46,6 +46,7 @@ class StreamedFile {
   const std::string& name() const { return name_; }  // in messages
   // The name for the library, in UTF-8; good as long as this object lives.
   char* location() { return location_.data(); }
+  const std::string& location() const { return location_; }
   // After reading: throws Failure when the file is no longer what it was.
   void requireUnchanged() const;
 

@@ -45,6 +45,7 @@ std::string placeOf(const NamedText& in, size_t element) {
 
 std::string placeOf(const Notice* failure, const NamedText& mapping, const NamedText& document,
                     const std::string& otherwise) {
+  if (failure && !failure->file.empty()) return failure->file;
   if (failure && failure->documentElement) return placeOf(document, failure->documentElement);
   if (failure && failure->mappingElement) return placeOf(mapping, failure->mappingElement);
   return otherwise;

@@ -5,6 +5,7 @@
 #include "console.h"
 #include "document_report.h"
 #include "local_context.h"
+#include "notice_log.h"
 #include "orvxml/validation.h"
 #include "text_encoding.h"
 
@@ -12,69 +13,44 @@ namespace orvxml::command {
 
 namespace {
 
-// Names a DTD and is of a name that no document has.
-constexpr const char* kProbe = "<!DOCTYPE orvxml-probe SYSTEM 'orvxml-probe'><orvxml-probe/>";
-constexpr const char* kUnreadableDtd = "<!";
-constexpr const char* kUndeclared = "no declaration found";
-constexpr const char* kNoDtdNamed =
-    "\nthe DTD takes the place of the one that the document's DOCTYPE names; this document names "
-    "none";
-
-// What follows line and column in a message of the parser.
-std::string_view reasonOf(std::string_view message) {
-  const size_t column = message.find(" column ");
-  const size_t reason = message.find(": ", column);
-  return column == std::string_view::npos || reason == std::string_view::npos
-             ? message
-             : message.substr(reason);
-}
-
 class Validator {
  public:
   Validator(StreamedFile& grammar, bool isSchema)
       : grammar_(grammar), isSchema_(isSchema), schema_(utf16Of(grammar.location())) {}
 
   std::optional<Problem> check(StreamedFile& document) {
-    const bool isValid = judge(document.location(), false);
+    NoticeLog notices;
+    const Listening listening(notices);
+    const int verdict = judge(document);
     document.requireUnchanged();
     grammar_.requireUnchanged();
-    if (isValid) return std::nullopt;
+    if (verdict == kValid) return std::nullopt;
     Problem problem = problemIn(document.name(), context_.message, context_.sqlState);
-    if (problem.position) explain(document, problem);
+    const Notice* const failure = notices.failure();
+    if (failure && !failure->file.empty()) blame(nameOf(failure->file), failure->text, problem);
     return problem;
   }
 
  private:
-  // True for a valid document; else the context has the outcome.
-  bool judge(char* document, bool isText) {
+  int judge(StreamedFile& document) {
     *context_.message = 0;
     if (isSchema_) {
-      return qrkValidateSchema(context_.get(), document, isText, 0, schema_.data(),
-                               context_.sqlState, context_.message) == 1;
+      return qrkJudgeBySchema(context_.get(), document.location(), 0, 0, schema_.data(),
+                              context_.sqlState, context_.message);
     }
-    return judgeByDtd(document, isText, grammar_.location(), false);
+    return qrkJudge(context_.get(), document.location(), 0, 0, grammar_.location(), 0, nullptr,
+                    context_.sqlState, context_.message, 0);
   }
 
-  bool judgeByDtd(char* document, bool isText, char* dtd, bool isDtdText) {
-    return qrkValidate(context_.get(), document, isText, 0, dtd, 0, nullptr, context_.sqlState,
-                       context_.message, isDtdText) == 1;
+  std::string nameOf(const std::string& file) const {
+    return file == grammar_.location() ? grammar_.name() : file;
   }
 
-  // The parser tells errors in the grammar as it tells those in the document, with a place that may
-  // count in either.
-  void explain(StreamedFile& document, Problem& problem) {
-    const std::string message = context_.message;
-    std::string probe = kProbe;
-    judge(probe.data(), true);
-    if (reasonOf(message) == reasonOf(context_.message)) {
-      const bool samePlace = message == context_.message;
-      problem.where = samePlace ? located(grammar_.name(), *problem.position) : grammar_.name();
-      problem.position.reset();
-    } else if (!isSchema_ && message.find(kUndeclared) != std::string::npos) {
-      std::string dtd = kUnreadableDtd;
-      judgeByDtd(document.location(), false, dtd.data(), true);
-      if (message == context_.message) problem.message += kNoDtdNamed;
-    }
+  // The place is in that file, and not in the document.
+  static void blame(const std::string& file, const std::string& note, Problem& problem) {
+    if (!note.empty()) problem.message += "\n" + note;
+    problem.where = problem.position ? located(file, *problem.position) : file;
+    problem.position.reset();
   }
 
   StreamedFile& grammar_;

@@ -1,0 +1,240 @@
+#include "src/xmlcolumn/schema_set.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include <xercesc/framework/MemBufInputSource.hpp>
+
+#include "orvxml/code_pages.h"
+#include "orvxml/notices.h"
+#include "src/foundation/parser_failures.h"
+#include "src/xmlcolumn/document_parse.h"
+#include "src/xmlcolumn/notice_text.h"
+
+namespace orvxml {
+namespace {
+
+constexpr size_t kMaxSchemaBytes = 64 * 1024 * 1024;  // of all files
+constexpr size_t kMaxSchemaFiles = 1000;
+constexpr char16_t kImportingId[] = u"IdForImportingSchema";
+
+class Descriptor {
+ public:
+  // Whatever is no file must not be waited for.
+  explicit Descriptor(const SchemaSet::Path& path)
+      : fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
+  ~Descriptor() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+bool readAll(int fd, size_t limit, std::string& text) {
+  struct stat status {};
+  if (::fstat(fd, &status) != 0 || static_cast<uint64_t>(status.st_size) > limit) return false;
+  text.resize(static_cast<size_t>(status.st_size));
+  size_t taken = 0;
+  while (taken < text.size()) {
+    const ssize_t got = ::read(fd, text.data() + taken, text.size() - taken);
+    if (got <= 0) return false;
+    taken += static_cast<size_t>(got);
+  }
+  return true;
+}
+
+bool isRegular(const SchemaSet::Path& path) {
+  std::error_code failure;
+  return std::filesystem::is_regular_file(path, failure);
+}
+
+// %XX as the byte, for a location is a URI.
+std::string decoded(std::string_view uri) {
+  std::string out;
+  for (size_t i = 0; i < uri.size(); ++i) {
+    const std::string hex(uri.substr(std::min(i + 1, uri.size()), 2));
+    const bool isEscape = uri[i] == '%' && hex.size() == 2 &&
+                          hex.find_first_not_of("0123456789abcdefABCDEF") == hex.npos;
+    out += isEscape ? static_cast<char>(std::stoi(hex, nullptr, 16)) : uri[i];
+    if (isEscape) i += 2;
+  }
+  return out;
+}
+
+std::string escaped(const std::string& text) {
+  std::string out;
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += c;
+    }
+  }
+  return out;
+}
+
+std::unique_ptr<xercesc::InputSource> memorySource(const std::string& text, const char16_t* id) {
+  auto source = std::make_unique<xercesc::MemBufInputSource>(
+      reinterpret_cast<const XMLByte*>(text.data()), text.size(), id);
+  source->setCopyBufToStream(false);
+  return source;
+}
+
+}  // namespace
+
+void tellFaultyFile(const std::string& name, const std::string& note) {
+  NoticeListener* const listener = noticeListener();
+  if (!listener || name.empty()) return;
+  Notice place;
+  place.kind = Notice::kPlace;
+  place.file = name;
+  place.text = note;
+  listener->notice(place);
+}
+
+bool SchemaSet::refuse(Msg message, const std::u16string& id) const {
+  fail(report_, message);
+  tellFaultyFile(shownName(id));
+  return false;
+}
+
+bool SchemaSet::refuse(const char* reason, const std::u16string& id) const {
+  reportParserError(report_, 0, 0, reason);
+  tellFaultyFile(shownName(id));
+  return false;
+}
+
+bool SchemaSet::load(const char16_t* location) {
+  location_ = location ? location : u"";
+  // The name as the database writes it, or else in UTF-8, as most names of files are.
+  std::string name;
+  const bool converts = toDatabase(report_.ctx, location_, name);
+  Path named(converts ? name : std::string());
+  if (!isRegular(named)) named = utf8Text(location_);
+  std::error_code failure;
+  if (!isRegular(named)) return refuse(Msg::QRKC001E, {});
+  // A file that is open and has lost its name has none without links.
+  Path path = std::filesystem::canonical(named, failure);
+  if (failure) path = named;
+  folder_ = path.parent_path();
+  if (!read(path)) return false;
+  for (size_t i = 0; i < files_.size(); ++i) {
+    if (!scan(files_[i])) return false;
+    for (const std::u16string& wanted : files_[i].scan.locations()) {
+      const Path file = part(wanted, files_[i].path);
+      if (file.empty() && !wanted.empty() && note_.empty()) {
+        note_ = "'" + utf8Text(wanted) + "' is not read: no file in the schema's folder or below";
+      }
+      if (!file.empty() && !find(file) && !read(file)) return false;
+    }
+  }
+  const std::u16string& space = files_.front().scan.targetNamespace();
+  if (!space.empty()) {
+    importing_ =
+        "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"><xs:import namespace=\"" +
+        escaped(utf8Text(space)) + "\" schemaLocation=\"schema\"/></xs:schema>";
+  }
+  return true;
+}
+
+bool SchemaSet::read(const Path& path) {
+  File& file = files_.emplace_back(path);
+  byPath_[path] = &file;
+  if (files_.size() > kMaxSchemaFiles) return refuse("The schema has too many files.", file.id);
+  const Descriptor descriptor(path);
+  if (descriptor.get() < 0) return refuse(Msg::QRKC000E, file.id);
+  if (!readAll(descriptor.get(), kMaxSchemaBytes - bytes_, file.text)) {
+    return refuse("The schema is too large, or cannot be read.", file.id);
+  }
+  bytes_ += file.text.size();
+  return true;
+}
+
+bool SchemaSet::scan(File& file) {
+  DocumentSource source{memorySource(file.text, file.id.c_str()), file.text.size()};
+  if (readDocument(report_, source, false, file.scan, nullptr)) return true;
+  tellFaultyFile(shownName(file.id));
+  return false;
+}
+
+SchemaSet::Path SchemaSet::part(std::u16string_view location, const Path& base) const {
+  if (location.empty() || location.find(u':') != location.npos) return {};
+  const std::string written = utf8Text(location);
+  for (const std::string& name : {written, decoded(written)}) {
+    std::error_code failure;
+    const Path file = std::filesystem::weakly_canonical(base.parent_path() / name, failure);
+    if (failure || !isRegular(file)) continue;
+    const auto [folderEnd, below] =
+        std::mismatch(folder_.begin(), folder_.end(), file.begin(), file.end());
+    return folderEnd == folder_.end() && below != file.end() ? file : Path();
+  }
+  return {};
+}
+
+const SchemaSet::File* SchemaSet::find(const Path& path) const {
+  const auto found = byPath_.find(path);
+  return found == byPath_.end() ? nullptr : found->second;
+}
+
+const SchemaSet::File* SchemaSet::fileOf(const XMLCh* location, const XMLCh* base) const {
+  if (!location || !base) return nullptr;
+  if (std::u16string_view(base) == kImportingId) return &files_.front();
+  return find(part(location, Path(base)));
+}
+
+xercesc::InputSource* SchemaSet::resolveEntity(xercesc::XMLResourceIdentifier* wanted) {
+  using xercesc::XMLResourceIdentifier;
+  static const std::string kNothing;
+  const File* file = nullptr;
+  switch (wanted->getResourceIdentifierType()) {
+    case XMLResourceIdentifier::SchemaGrammar:
+      if (!wanted->getSystemId() || location_ != wanted->getSystemId()) return nullptr;
+      if (!importing_.empty()) return memorySource(importing_, kImportingId).release();
+      file = &files_.front();
+      break;
+    case XMLResourceIdentifier::SchemaImport:
+    case XMLResourceIdentifier::SchemaInclude:
+    case XMLResourceIdentifier::SchemaRedefine:
+      file = fileOf(wanted->getSchemaLocation(), wanted->getBaseURI());
+      break;
+    default:
+      // Nothing but the DTD of a schema is left to ask for: its entities have been refused.
+      if (wanted->getBaseURI() && contains(wanted->getBaseURI())) {
+        return memorySource(kNothing, u"IdForEmptyBuffer").release();
+      }
+      return document_.resolveEntity(wanted->getPublicId(), wanted->getSystemId());
+  }
+  if (!file) return nullptr;
+  return inDeclaredEncoding(memorySource(file->text, file->id.c_str())).release();
+}
+
+bool SchemaSet::contains(std::u16string_view systemId) const {
+  return systemId == kImportingId ||
+         std::any_of(files_.begin(), files_.end(),
+                     [&](const File& file) { return file.id == systemId; });
+}
+
+std::string SchemaSet::shownName(std::u16string_view systemId) const {
+  const bool isPart = !files_.empty() && systemId != files_.front().id && !systemId.empty() &&
+                      systemId != kImportingId;
+  if (!isPart) return utf8Text(location_);
+  const Path folder = Path(utf8Text(location_)).parent_path();
+  return (folder / Path(utf8Text(systemId)).lexically_relative(folder_)).string();
+}
+
+}  // namespace orvxml

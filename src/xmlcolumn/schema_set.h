@@ -1,0 +1,79 @@
+// A schema with all that it includes, imports and redefines, read into memory and looked at before
+// the parser gets it: the parser's own reader of schemas is neither closed to the outside nor
+// bounded.
+//
+// Of the outside, files in the schema's folder and the folders below are read, links resolved; a
+// part that lies elsewhere is left out, and what needs it does not compile. A DTD that a schema
+// names reads as empty. A schema of a name space stands behind one of none that imports it, so that
+// the parser finds both by one name.
+#pragma once
+
+#include <deque>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <xercesc/util/XMLEntityResolver.hpp>
+#include <xercesc/util/XMLResourceIdentifier.hpp>
+
+#include "orvxml/parser_handlers.h"
+#include "src/xmlcolumn/schema_scan.h"
+
+namespace orvxml {
+
+class SchemaSet : public xercesc::XMLEntityResolver {
+ public:
+  using Path = std::filesystem::path;
+
+  // `document` answers for what the document asks. Both must outlive the set.
+  SchemaSet(const Report& report, qrkNonValidateHandler& document)
+      : report_(report), document_(document) {}
+
+  // Reads the schema. False, and reported, when it or a part of it is missing (QRKC001E), cannot be
+  // read (QRKC000E), is no XML or out of proportion (QRKQ047E); a notice then names the file.
+  bool load(const char16_t* location);
+  xercesc::InputSource* resolveEntity(xercesc::XMLResourceIdentifier* wanted) override;
+
+  // Whether a name in the parser's errors is one of this set's, and how to tell it to a user: as
+  // the caller named the schema.
+  bool contains(std::u16string_view systemId) const;
+  std::string shownName(std::u16string_view systemId) const;
+  // What to add to an error in the schema: a part that was not read. Empty: all were.
+  const std::string& note() const { return note_; }
+
+ private:
+  struct File {
+    explicit File(Path where) : path(std::move(where)), id(path.u16string()) {}
+    Path path;  // without links
+    std::u16string id;
+    std::string text;
+    SchemaScan scan;
+  };
+
+  bool read(const Path& path);
+  bool scan(File& file);
+  // The file that `location` means in a schema of this base; empty when it must not be read.
+  Path part(std::u16string_view location, const Path& base) const;
+  const File* find(const Path& path) const;
+  const File* fileOf(const XMLCh* location, const XMLCh* base) const;
+  bool refuse(Msg message, const std::u16string& id) const;
+  bool refuse(const char* reason, const std::u16string& id) const;
+
+  const Report& report_;
+  qrkNonValidateHandler& document_;
+  std::u16string location_;
+  Path folder_;  // of the schema, without links
+  std::deque<File> files_;
+  std::map<Path, const File*> byPath_;
+  size_t bytes_ = 0;
+  std::string note_;
+  std::string importing_;  // the schema that imports the named one; empty: none is needed
+};
+
+// Tells the listener of this thread, if there is one, in which file the place of the failure is,
+// and what the message lacks.
+void tellFaultyFile(const std::string& name, const std::string& note = "");
+
+}  // namespace orvxml
