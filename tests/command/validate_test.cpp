@@ -55,7 +55,7 @@ TEST_F(CommandValidate, EveryDocumentGetsItsVerdict) {
       {"a document that names no DTD",
        {"--dtd", "a b.dtd", "bare.xml"},
        "",
-       {"bare.xml:1:5: QRKQ047E  Parser error on line 1 column 5: no declaration found for element "
+       {"bare.xml:1:3: QRKQ047E  Parser error on line 1 column 3: no declaration found for element "
         "'a'; the document names no DTD that"}},
       {"an error in the DTD is told as the DTD's",
        {"--dtd", "cut.dtd", "good 1.xml", "worse.xml"},
