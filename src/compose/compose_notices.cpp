@@ -11,8 +11,6 @@ namespace orvxml {
 
 namespace {
 
-constexpr size_t kShownUnits = 60;
-
 std::u16string unitsOf(QrkStruct* ctx, std::string_view text) {
   std::u16string units;
   if (toUtf16(ctx, text, units)) return units;
@@ -35,12 +33,12 @@ void tell(Notice::Kind kind, const char* rule, const xercesc::DOMNode* node,
 
 }  // namespace
 
-std::string shownText(QrkStruct* ctx, std::string_view text) {
+std::string shownText(QrkStruct* ctx, std::string_view text, size_t most) {
   const std::u16string units = unitsOf(ctx, text);
   std::u16string shown;
   for (const char16_t unit : units) {
     const bool isWhole = !U16_IS_TRAIL(unit);
-    if (shown.size() >= kShownUnits && isWhole) {
+    if (shown.size() >= most && isWhole) {
       shown += u"...";
       break;
     }

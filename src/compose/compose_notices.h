@@ -13,8 +13,8 @@
 namespace orvxml {
 
 // Text of the database code page in UTF-8, for one line: control characters as escapes, and cut
-// where nobody would read on.
-std::string shownText(QrkStruct* ctx, std::string_view text);
+// behind `most` UTF-16 units.
+std::string shownText(QrkStruct* ctx, std::string_view text, size_t most = 60);
 // "COLUMN = value" in UTF-8.
 std::string shownValue(QrkStruct* ctx, std::string_view column, std::string_view value);
 

@@ -289,7 +289,9 @@ int Composition::composeObject(SqlComposition& objects) {
   if (rc != 0) return rc;
   if (isReturned && deliverDocument(ctx_, delivery_, document.get(), objects.header(),
                                     report_.errCode, report_.msg)) {
-    tellPlace(nullptr, "in the object " + objects.objectName());
+    if (*report_.errCode == codeOf(Msg::QRKQ017E)) {
+      tellPlace(nullptr, "in the object " + objects.objectName());
+    }
     return -1;
   }
   ++documents_;

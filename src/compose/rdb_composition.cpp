@@ -156,7 +156,9 @@ int RdbComposition::qrkGenOneDoc(TableQuery* table) {
       0) {
     return 0;
   }
-  tellPlace(nullptr, queries_.rowsAtHand(report_.ctx));
+  if (*report_.errCode == codeOf(Msg::QRKQ017E)) {
+    tellPlace(nullptr, queries_.rowsAtHand(report_.ctx));
+  }
   return -1;
 }
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
@@ -14,6 +15,7 @@
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
+#include "src/compose/compose_notices.h"
 #include "src/compose/modules.h"
 #include "src/compose/piecewise_decoder.h"
 #include "src/compose/sql_statement.h"
@@ -27,31 +29,67 @@ namespace {
 constexpr uint32_t kMaxTextParameter = std::numeric_limits<int16_t>::max();  // with terminator
 constexpr size_t kHandoverPart = 131072;  // bytes of a file that are handed on at once
 constexpr std::string_view kValueTooLong = "22001";
-constexpr std::string_view kOutOfMemory = "38X10";
-constexpr std::string_view kUnreadable = "38X00";
+constexpr std::string_view kUnparsed = "38X13";  // a document, or what it is to be valid by
+constexpr Msg kUnjudged[] = {Msg::QRKC001E, Msg::QRKC000E, Msg::QRKG002E};
 
 // ---- Validation.
-int validateByDtd(const Report& report, char* document, int32_t loctype, const char* dtdid,
-                  char* sqlState) {
+int judgeByDtd(const Report& report, char* document, int32_t loctype, const char* dtdid) {
   QrkStruct* const ctx = report.ctx;
   OutBuffer dtd(ctx);
   bool isUnknown = false;
   const int rc = qrkGetDtdFileFromDtdId(ctx, dtd.get(), dtdid, report.msg, &isUnknown);
   if (rc < 0 && !isUnknown) {
     failInternal(report, kComposeModule, __LINE__);
-    return 0;
+    return kNotJudged;
   }
   char* const text = rc == 0 ? qrkBufGetContent(ctx, dtd.get()) : nullptr;
-  const int valid = qrkValidate(ctx, document, loctype, 1, text, 1, const_cast<char*>(dtdid),
-                                sqlState, report.msg, dtd->loctype);
-  QRK_TRACE(ctx, "return rc:%d", valid);
-  return valid;
+  const int verdict = qrkJudge(ctx, document, loctype, 1, text, 1, const_cast<char*>(dtdid),
+                               report.sqlState, report.msg, dtd->loctype);
+  QRK_TRACE(ctx, "return rc:%d", verdict);
+  return verdict;
 }
 
-int validateBySchema(const Report& report, char* document, int32_t loctype, const void* location,
-                     char* sqlState) {
+int judgeBySchema(const Report& report, char* document, int32_t loctype, const void* location) {
   auto* const schema = static_cast<char16_t*>(const_cast<void*>(location));
-  return qrkValidateSchema(report.ctx, document, loctype, 1, schema, sqlState, report.msg);
+  return qrkJudgeBySchema(report.ctx, document, loctype, 1, schema, report.sqlState, report.msg);
+}
+
+// Hears, for somebody else, in which file of a schema or DTD a judgement ended.
+class FaultyFile final : public NoticeListener {
+ public:
+  explicit FaultyFile(NoticeListener& other) : other_(other) {}
+  void notice(const Notice& notice) override {
+    if (notice.kind == Notice::kPlace) file_ = notice.file;
+    other_.notice(notice);
+  }
+  const std::string& name() const { return file_; }
+
+ private:
+  NoticeListener& other_;
+  std::string file_;
+};
+
+// What keeps a document from being judged is a failure, with the code of its own message. 0.
+int reportUnjudged(const Report& report, std::string_view sqlState) {
+  for (const Msg message : kUnjudged) {
+    if (sqlState != sqlStateOf(message)) continue;
+    fail(report, message);
+    return 0;
+  }
+  failInternal(report, kComposeModule, __LINE__);
+  return 0;
+}
+
+// A document cannot be valid by what is wrong in itself: the result says no more than that.
+void warnOfFaultyFile(const Report& report, const std::string& file) {
+  std::string_view words = report.msg;
+  words = words.substr(0, words.find_last_not_of(" \n") + 1);
+  Notice notice;
+  notice.rule = "validation-file-faulty";
+  notice.text = "no document is valid by a faulty schema or DTD: " +
+                shownText(report.ctx, words, kMessageSize);
+  notice.file = file;
+  noticeListener()->notice(notice);
 }
 
 // The result is for the caller, the validator's words about an invalid document are not. 0, or -1
@@ -258,22 +296,27 @@ int firstResultColumn(QrkStruct* ctx, const Delivery& to, char* column, int* err
 
 int qrkValidateXML(QrkStruct* ctx, QrkOutbuf* docBuf, const ValidationSource* source, int* errCode,
                    char* msg, SQLHDBC) {
-  const Report report{ctx, msg, errCode};
+  char sqlState[kSqlStateSize] = "00000";
+  const Report report{ctx, msg, errCode, sqlState};
   char* const document = qrkBufGetContent(ctx, docBuf);
   if (!document) {
     fail(report, Msg::QRKQ002E);
     return 0;
   }
-  char sqlState[kSqlStateSize] = "00000";
-  const int valid =
+  NoticeListener* const listener = noticeListener();
+  std::optional<FaultyFile> file;
+  std::optional<Listening> listening;
+  if (listener) listening.emplace(file.emplace(*listener));
+  const int verdict =
       source->kind == kValidateBySchema
-          ? validateBySchema(report, document, docBuf->loctype, source->text, sqlState)
-          : validateByDtd(report, document, docBuf->loctype, static_cast<const char*>(source->text),
-                          sqlState);
-  // No judgement on the document.
-  if (sqlState == kOutOfMemory) fail(report, Msg::QRKG002E);
-  if (sqlState == kUnreadable) fail(report, Msg::QRKC000E);
-  return valid;
+          ? judgeBySchema(report, document, docBuf->loctype, source->text)
+          : judgeByDtd(report, document, docBuf->loctype, static_cast<const char*>(source->text));
+  listening.reset();
+  if (verdict != kNotJudged) return verdict;
+  if (*errCode < 0) return 0;  // reported
+  if (sqlState != kUnparsed) return reportUnjudged(report, sqlState);
+  if (listener) warnOfFaultyFile(report, file->name());
+  return 0;
 }
 
 int qrkInsertResult(QrkStruct* ctx, QrkOutbuf* buf, const Delivery& to, int* errCode, char* msg) {

@@ -124,6 +124,10 @@ TEST_F(CommandCompose, OneElementAroundAllDocuments) {
   EXPECT_EQ(compose({"--wrap", "all"}, dad).out, wrapped(all));
   setUpDatabase({"--code-page", "819"});
   EXPECT_EQ(compose({"--wrap", "all", "--max-rows", "2"}, dad).out, wrapped({all[0], all[1]}));
+  EXPECT_EQ(compose({"--override-sql", nested("name = 'Zoë'")}).out, document(1, "Zoë"));
+  const CommandResult other = compose({"--override-sql", nested("name = '€'")});
+  EXPECT_EQ(other.status, 1);
+  EXPECT_TRUE(contains(other.err, "<override>:1: the character U+20AC is not in ")) << other.err;
   const CommandResult none = compose({"--wrap", "all", "--override-sql", nested("id > 3")});
   EXPECT_EQ(none.out, wrapped({}));
   const CommandResult json = compose({"--json", "--wrap", "all", "--output", file});
@@ -165,6 +169,10 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
       "<element_node name='part'><attribute_node name='k'><column name='K'/></attribute_node>"
       "<text_node><column name='NOTE'/></text_node></element_node></element_node></root_node>"
       "</Xcollection></DAD>";
+  const std::string schema =
+      place_.write("part.xsd",
+                   "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'><xs:element name='p' "
+                   "type='q'/></xs:schema>");
   const std::string unbroken = "/item/@id <> 2";
   struct Case {
     const char* label;
@@ -207,6 +215,19 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
        1,
        "in the row ID = 2, K = y: QRKQ055E  ICU error: column NOTE holds U+0002",
        "</item>\n<item id=\"3\">\n  <part k=\"z\">c</part>"},
+      {"a faulty schema",
+       mapping("<schemabindings><nonamespacelocation location='" + schema +
+               "'/>"
+               "</schemabindings><validation>YES</validation>"),
+       {},
+       0,
+       "part.xsd:1:87: warning: no document is valid by a faulty schema or DTD: QRKQ047E"},
+      {"no schema",
+       mapping("<schemabindings><nonamespacelocation location='none.xsd'/>"
+               "</schemabindings><validation>YES</validation>"),
+       {},
+       1,
+       "none.xsd: QRKC001E"},
       {"a header with which nothing parses",
        mapping().replace(mapping().find("1.0"), 3, "one"),
        {},
@@ -244,14 +265,6 @@ TEST_F(CommandCompose, ADatabaseOfAnotherProgram) {
   EXPECT_EQ(compose({}).out, document(7, "foreign"));
   EXPECT_EQ(compose({"--output-dir", place_.path("all")}).status, 0);
   EXPECT_EQ(filesOf("all").size(), 1u);
-}
-
-TEST_F(CommandCompose, ADatabaseInAnotherCodePageGivesUtf8) {
-  setUpDatabase({"--code-page", "819"});
-  EXPECT_EQ(compose({"--override-sql", nested("name = 'Zoë'")}).out, document(1, "Zoë"));
-  const CommandResult other = compose({"--override-sql", nested("name = '€'")});
-  EXPECT_EQ(other.status, 1);
-  EXPECT_TRUE(contains(other.err, "<override>:1: the character U+20AC is not in ")) << other.err;
 }
 
 TEST_F(CommandCompose, AFileIsWrittenWholeOrNotAtAll) {

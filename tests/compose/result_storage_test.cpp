@@ -179,13 +179,19 @@ TEST_F(ResultStorageTest, Validation) {
   const ValidationSource tooLong{kValidateByDtd, longId.c_str()};
   const ValidationSource bySchema{kValidateBySchema, location.c_str()};
   const ValidationSource noSchema{kValidateBySchema, u"/nowhere/s.xsd"};
+  const std::string broken =
+      schemas.write("f.xsd",
+                    "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'><xs:element name='p' "
+                    "type='q'/></xs:schema>");
+  const std::u16string brokenLocation(broken.begin(), broken.end());
+  const ValidationSource faulty{kValidateBySchema, brokenLocation.c_str()};
   const std::string large(40000, 'x');
   const std::string subset = "<!DOCTYPE p [<!ELEMENT p (#PCDATA)>]>";
   struct Case {
     const char* label;
     const ValidationSource* source;
     std::string document;
-    const char* valid;
+    const char* valid;  // null: nothing is stored
   };
   const Case cases[] = {
       {"valid by its DTD", &registered, "<!DOCTYPE p SYSTEM 'elsewhere.dtd'><p>x</p>", "1"},
@@ -197,7 +203,8 @@ TEST_F(ResultStorageTest, Validation) {
       {"valid by its schema", &bySchema, "<p>x</p>", "1"},
       {"a valid file by its schema", &bySchema, "<p>" + large + "</p>", "1"},
       {"invalid by its schema", &bySchema, "<p><q/></p>", "0"},
-      {"no schema there", &noSchema, "<p/>", "0"},
+      {"no schema there", &noSchema, "<p/>", nullptr},
+      {"a faulty schema", &faulty, "<p/>", "0"},
   };
   to_.validate = true;
   to_.resultTable = "docs";
@@ -206,6 +213,12 @@ TEST_F(ResultStorageTest, Validation) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
     to_.validSource = c.source;
+    if (!c.valid) {
+      EXPECT_EQ(deliver(c.document), -80);
+      expectMessage("QRKC001E  *");
+      EXPECT_EQ(db_.rows("SELECT DOC FROM DOCS"), Rows{});
+      continue;
+    }
     EXPECT_EQ(deliver(c.document), 0);
     EXPECT_STREQ(call_.msg, "");
     EXPECT_EQ(db_.rows("SELECT DOC, \"v\" FROM DOCS"), (Rows{{c.document, c.valid}}));

@@ -124,9 +124,10 @@ void ComposeRun::printPlaced(const std::string& message) {
   if (const Notice* const failure = log_.failure()) {
     where = placeOf(failure, mapping(), {}, where);
     if (!failure->text.empty()) text = failure->text + ": " + message;
-  } else if (const std::optional<Position> position = parserPosition(message)) {
-    where = located(where, *position);
   }
+  const bool countsThere = !log_.failure() || !log_.failure()->file.empty();
+  const std::optional<Position> position = parserPosition(message);
+  if (countsThere && position) where = located(where, *position);
   printFailure(where, text);
 }
 

@@ -73,7 +73,11 @@ void NoticeLog::printWarnings(const NamedText& mapping, const NamedText& documen
       text += " (" + placeOf(mapping, notice.mappingElement) + ')';
     }
     if (*notice.rule) text.append(" [").append(notice.rule).append("]");
-    printMessage(placeOf(&notice, mapping, document, mapping.label), text);
+    std::string place = placeOf(&notice, mapping, document, mapping.label);
+    const std::optional<Position> inFile =
+        notice.file.empty() ? std::nullopt : parserPosition(notice.text);
+    if (inFile) place = located(place, *inFile);
+    printMessage(place, text);
   }
   if (unkept_ > 0)
     printMessage(
