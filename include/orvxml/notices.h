@@ -19,7 +19,8 @@ namespace orvxml {
 struct Notice {
   enum Kind {
     kWarning,  // the call goes on and its result may not be what is meant
-    kPlace,  // of the failure whose message the call gives; at most one a call is of use: the last
+    kPlace,   // of the failure whose message the call gives; at most one a call is of use: the last
+    kOrigin,  // of the decomposed document: the override that composes it again from its rows
   };
   Kind kind = kWarning;
   // A literal: the warning's name, like "join-of-equal-depth"; of a place what the failure is

@@ -1,8 +1,11 @@
 #include "src/decompose/data_watch.h"
 
 #include <algorithm>
+#include <cctype>
+#include <initializer_list>
 
 #include "orvxml/messages.h"
+#include "orvxml/target_table.h"
 #include "src/dad/element_order.h"
 #include "src/decompose/untaken_data.h"
 
@@ -53,6 +56,11 @@ void DataWatch::leafTaken(const Element* leaf, int table) {
 void DataWatch::rowsCollected(int table, const Element* dadElement, RowList& rows) {
   if (rows.count() == 0) return;
   rowCounts_[static_cast<size_t>(table)] += static_cast<size_t>(rows.count());
+  if (dadElement == values_.top() && rows.count() == 1) {
+    rootTable_ = table;
+    for (int c = 0; c < model_.tab[table]->num_col; ++c)
+      rootRow_.push_back(text(rows.row(0)[c].view()));
+  }
   Visit visit{dadElement, filledColumns(*model_.tab[table], rows)};
   for (const Visit& before : visits_[table]) {
     if (overlap(before.columns, visit.columns)) continue;
@@ -200,6 +208,60 @@ std::string DataWatch::rootText() const {
   return "the document's root is '" + actual + "', the mapping's '" + mapped + "'";
 }
 
+// ---- Where the document can be found again
+
+std::string DataWatch::pathOf(const MappedValue& value) const {
+  std::string path;
+  for (const Element* at = value.element; at;
+       at = static_cast<const Element*>(at->getParentNode())) {
+    path.insert(0, '/' + noticeText(at->getAttribute(u"name")));
+    if (at == values_.top()) break;
+  }
+  if (value.isAttribute()) path += "/@" + noticeText(value.leaf->getAttribute(u"name"));
+  return path;
+}
+
+// A condition of an override; empty where the type has no literal that is sure to compare.
+std::string DataWatch::conditionOn(const MappedValue& value, const std::string& text) const {
+  constexpr size_t kLongest = 200;  // bytes; a key is no longer
+  if (text.empty() || text.size() > kLongest) return {};
+  std::string type = model_.tab[value.table]->col2xml[value.column].dataType;
+  for (char& c : type) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  const auto isOf = [&](std::initializer_list<const char*> names) {
+    return std::any_of(names.begin(), names.end(),
+                       [&](const char* name) { return type.starts_with(name); });
+  };
+  std::string literal;
+  if (isOf({"CHAR", "VARCHAR", "DATE", "TIME"})) {
+    literal = "'";
+    for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
+    literal += '\'';
+  } else if (isOf({"INT", "SMALLINT", "BIGINT", "DEC", "NUM"}) &&
+             text.find_first_not_of("0123456789+-.") == text.npos) {
+    literal = text;
+  } else {
+    return {};
+  }
+  return pathOf(value) + " = " + literal;
+}
+
+// By the key of the root's table, or by all of its row where the mapping has no key.
+void DataWatch::tellOrigin() {
+  Notice notice;
+  notice.kind = Notice::kOrigin;
+  for (const MappedValue& value : values_.all()) {
+    const tab& table = *model_.tab[value.table];
+    const auto column = static_cast<size_t>(value.column);
+    if (value.table != rootTable_ || column >= rootRow_.size()) continue;
+    const char* name = table.col2xml[value.column].col;
+    if (table.pri_key.num > 0 && !isPriKey(ctx_, name, &table.pri_key)) continue;
+    const std::string condition = conditionOn(value, rootRow_[column]);
+    if (condition.empty()) continue;
+    notice.text += (notice.text.empty() ? "" : " AND ") + condition;
+  }
+  listener_.notice(notice);
+}
+
 // ---- The end
 
 void DataWatch::end() {
@@ -218,6 +280,7 @@ void DataWatch::end() {
   notice.rule = "not-taken";
   notice.text = untaken.text(rowCounts_);
   if (!notice.text.empty()) listener_.notice(notice);
+  tellOrigin();
 }
 
 }  // namespace orvxml

@@ -61,6 +61,9 @@ class DataWatch {
   std::string text(std::string_view databaseText) const { return noticeText(ctx_, databaseText); }
   std::string rowText(int table, RowList& rows, int row) const;
   std::string rootText() const;
+  void tellOrigin();
+  std::string conditionOn(const MappedValue& value, const std::string& text) const;
+  std::string pathOf(const MappedValue& value) const;
 
   NoticeListener& listener_;
   QrkStruct* ctx_;
@@ -71,6 +74,8 @@ class DataWatch {
   std::map<const Element*, std::vector<int>> takers_;
   std::map<int, std::vector<Visit>> visits_;  // by table
   std::vector<size_t> rowCounts_;             // by table
+  int rootTable_ = -1;                        // whose only row the root element gives
+  std::vector<std::string> rootRow_;          // that row
 };
 
 }  // namespace orvxml

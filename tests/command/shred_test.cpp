@@ -63,7 +63,9 @@ class CommandShred : public testing::Test {
 };
 
 TEST_F(CommandShred, TheExampleFillsFourTables) {
-  const CommandResult result = shred(documents());
+  std::vector<std::string> arguments = documents();
+  arguments.push_back("--verify");
+  const CommandResult result = shred(arguments);
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.err, "");
   EXPECT_TRUE(contains(result.out,
@@ -238,7 +240,8 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
 TEST_F(CommandShred, WhatIsNotTakenIsToldAndRefusedOnRequest) {
   const std::string dad = place_.write(
       "m.dad",
-      "<DAD><Xcollection><root_node><element_node name=\"p\"><RDB_node><table "
+      "<DAD><Xcollection><prolog>?xml version=\"1.0\"?</prolog><root_node><element_node "
+      "name=\"p\"><RDB_node><table "
       "name=\"m\"/></RDB_node>"
       "<element_node name=\"m\" multi_occurrence=\"YES\">\n<attribute_node name=\"a\"><RDB_node>"
       "<table name=\"m\"/><column name=\"a\" type=\"varchar(4)\"/></RDB_node></attribute_node>"
@@ -263,6 +266,13 @@ TEST_F(CommandShred, WhatIsNotTakenIsToldAndRefusedOnRequest) {
   EXPECT_EQ(report["warnings"][0]["line"], 2);
   EXPECT_EQ(report["warnings"][0]["mapping_column"], 26);
   EXPECT_EQ(report["not_taken"], "1 element: x");
+  const CommandResult verified =
+      place_.orvxml({"shred", "--verify", "--quiet", "--dad", dad, document});
+  EXPECT_TRUE(
+      contains(verified.err,
+               "\n" + document +
+                   ":2:4: refused by --verify: attribute 'a' of 'm' is empty, the rows give '2'\n"))
+      << verified.err;
   EXPECT_EQ(rows("select count(*) from m"), "2\r\n");
 }
 

@@ -1,5 +1,6 @@
 // What a listener hears of a decomposition: where the document's data meets a trap of the mapping,
 // what was not taken, and where a failure lies.
+#include "orvxml/document_comparison.h"
 #include "orvxml/notices.h"
 #include "tests/decompose/mapping_texts.h"
 #include "tests/support/decompose_calls.h"
@@ -11,12 +12,15 @@ namespace {
 struct Told final : NoticeListener {
   std::vector<std::string> warnings;  // about the data
   std::string place;                  // the last one
+  std::string origin;
 
   void notice(const Notice& notice) override {
     const std::string text =
         notice.rule + ('@' + std::to_string(notice.documentElement)) + ": " + notice.text;
     if (notice.kind == Notice::kPlace) {
       place = text;
+    } else if (notice.kind == Notice::kOrigin) {
+      origin = notice.text;
     } else if (notice.documentElement > 0 || notice.mappingElement == 0) {
       warnings.push_back(text);
     }
@@ -134,6 +138,35 @@ TEST(DecomposeNotices, PlacesOfFailures) {
       {"a key that is nowhere", both, "<p><c v='x'/></p>", {}, "document@2: element 'c', table C"},
   };
   for (const Case& c : cases) expectTold(c, -1);
+}
+
+TEST(DecomposeNotices, DocumentsComparedWithWhatComesBack) {
+  struct {
+    const char* document;
+    const char* composed;
+    const char* difference;  // "element: text", or empty
+  } cases[] = {
+      {"<p k='1' a='2'><c/><d>1.50</d><e>\n</e></p>",
+       "<?xml version='1.0'?><p a='2' k='1.0'>\n<e>\n</e><d>1.5</d><f></f></p>", ""},
+      {"<p><c v='1'/><c v='2'/></p>", "<p><c v='2'/><c v='1'/></p>", ""},
+      {"<p><c v='1'/><c v='2'/></p>", "<p><c v='2'/><c v='3'/></p>",
+       "2: attribute 'v' of 'c' is '1', the rows give '3'"},
+      {"<p><c>x</c></p>", "<p><c>x </c></p>", "2: the text of 'c' is 'x', the rows give 'x '"},
+      {"<p><c>01</c></p>", "<p><c>1</c></p>", "2: the text of 'c' is '01', the rows give '1'"},
+      {"<p><c v='1'/><d v='1'/></p>", "<p><c v='1'/></p>",
+       "3: element 'd' is not in what the rows give"},
+      {"<p><c v='1'/></p>", "<p><c v='1'/><c v='1'/></p>", "1: the rows give one more 'c' in 'p'"},
+      {"<q>1</q>", "<p>1</p>", "1: the name of 'q' is 'q', the rows give 'p'"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.document);
+    DocumentDifference found;
+    const bool differs = *c.difference != '\0';
+    EXPECT_EQ(
+        qrkCompareDocuments(c.document, strlen(c.document), c.composed, strlen(c.composed), &found),
+        differs ? 1 : 0);
+    EXPECT_EQ(differs ? std::to_string(found.element) + ": " + found.text : "", c.difference);
+  }
 }
 
 }  // namespace

@@ -160,6 +160,8 @@ void addShred(CLI::App& app, CommandLine& line) {
   shred->add_flag("--keep-going", line.shred.keepGoing, "Go on after a document that failed");
   shred->add_flag("--strict", line.shred.strict,
                   "Refuse a document with a warning or with anything that the mapping leaves out");
+  shred->add_flag("--verify", line.shred.verify,
+                  "Refuse a document that does not come back from its rows");
   shred->add_option("DOCUMENT", line.shred.documents, "XML documents; - is standard input");
   shred->callback([&line] { line.status = runShred(line.settings, line.shred); });
 }

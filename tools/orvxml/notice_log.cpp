@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "console.h"
+#include "text_encoding.h"
 
 namespace orvxml::command {
 
@@ -13,18 +14,6 @@ constexpr size_t kKept = 100;
 bool isSame(const Notice& a, const Notice& b) {
   return a.mappingElement == b.mappingElement && a.documentElement == b.documentElement &&
          std::string_view(a.rule) == b.rule && a.text == b.text;
-}
-
-// The text is in UTF-8 whatever it declares: blanks keep the places of what follows.
-std::string withoutDeclaration(std::string_view text) {
-  std::string plain(text);
-  const size_t end = plain.starts_with("<?xml") ? plain.find("?>") : std::string::npos;
-  if (end != std::string::npos) {
-    std::replace_if(
-        plain.begin(), plain.begin() + static_cast<ptrdiff_t>(end) + 2,
-        [](char c) { return c != '\n' && c != '\r'; }, ' ');
-  }
-  return plain;
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "console.h"
 #include "database.h"
 #include "document_report.h"
+#include "document_verifier.h"
 #include "input_file.h"
 #include "mapping.h"
 #include "result_writer.h"
@@ -34,6 +35,7 @@ struct DocumentResult {
   int code = 0;
   bool ok = false;
   std::optional<Position> position;
+  std::optional<bool> verified;
   TableCounts rows;
 };
 
@@ -88,6 +90,7 @@ class DocumentRun {
       return locate({result.name, document}, result);
     }
     if (options_.strict) refuseWhatIsLeftOut(result.name);
+    if (options_.verify && !verify({result.name, document}, result)) return;
     result.rows = session_.insertCounts();
     require(session_.commit(), result.name);
     result.ok = true;
@@ -107,6 +110,19 @@ class DocumentRun {
     if (warnings > 0) text += ": " + countText(static_cast<int64_t>(warnings), "warning");
     if (!notices_.notTaken().empty()) text += (warnings > 0 ? "; " : ": ") + notTakenText();
     throw Failure(name, text);
+  }
+
+  // Composes in the unit of work that the rows went into.
+  bool verify(const NamedText& document, DocumentResult& result) {
+    const std::optional<Difference> difference =
+        verifyDocument(session_, shredder_.mapping(), notices_.origin(), document);
+    result.verified = !difference;
+    if (!difference) return true;
+    result.code = -1;
+    result.message = "refused by --verify: " + difference->text;
+    result.position = positionOf(document, difference->element);
+    if (result.position) result.where = located(document.label, *result.position);
+    return false;
   }
 
   std::string notTakenText() const { return "not taken: " + notices_.notTaken(); }
@@ -198,6 +214,8 @@ class DocumentRun {
     if (result.position) {
       text += ", \"line\": " + result.position->line + ", \"column\": " + result.position->column;
     }
+    if (result.verified)
+      text += std::string(", \"verified\": ") + (*result.verified ? "true" : "false");
     if (!warnings.empty()) text += ", \"warnings\": [" + warnings + ']';
     if (!notices_.notTaken().empty()) text += ", \"not_taken\": " + jsonString(notices_.notTaken());
     text += ", \"rows\": {";

@@ -13,6 +13,7 @@ struct ShredOptions {
   std::string collection;
   std::vector<std::string> documents;  // "-": standard input
   bool keepGoing = false;              // go on with the next document after a failed one
+  bool verify = false;                 // compose what went in and compare
   bool strict = false;                 // take a warning, or anything not taken, for a failure
 };
 

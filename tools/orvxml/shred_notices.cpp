@@ -15,9 +15,14 @@ void ShredNotices::begin() {
   list_.clear();
   count_ = 0;
   notTaken_.clear();
+  origin_.clear();
 }
 
 void ShredNotices::notice(const Notice& notice) {
+  if (notice.kind == Notice::kOrigin) {
+    origin_ = notice.text;
+    return;
+  }
   if (notice.kind == Notice::kWarning) {
     if (std::string_view(notice.rule) == "not-taken") {
       notTaken_ = notice.text;

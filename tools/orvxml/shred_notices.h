@@ -20,6 +20,8 @@ class ShredNotices final : public NoticeListener {
   size_t warnings() const { return count_; }
   // What the mapping left out of this document, in one line; or empty.
   const std::string& notTaken() const { return notTaken_; }
+  // The override that composes this document again; or empty.
+  const std::string& origin() const { return origin_; }
   const Notice* failure() const { return log_.failure(); }
 
   bool hasUnprinted() const { return log_.warnings() > 0; }
@@ -31,7 +33,7 @@ class ShredNotices final : public NoticeListener {
   NoticeLog log_;
   std::vector<Notice> list_;
   size_t count_ = 0;
-  std::string notTaken_;
+  std::string notTaken_, origin_;
   std::set<std::string> aboutMapping_;  // logged before
 };
 

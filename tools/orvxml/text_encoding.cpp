@@ -175,6 +175,17 @@ std::string documentAsUtf8(const std::string& name, std::string content) {
   return content;
 }
 
+std::string withoutDeclaration(std::string_view text) {
+  std::string plain(text);
+  const size_t end = plain.starts_with("<?xml") ? plain.find("?>") : std::string::npos;
+  if (end != std::string::npos) {
+    std::replace_if(
+        plain.begin(), plain.begin() + static_cast<ptrdiff_t>(end) + 2,
+        [](char c) { return c != '\n' && c != '\r'; }, ' ');
+  }
+  return plain;
+}
+
 std::string plainTextAsUtf8(const std::string& name, std::string content) {
   if (content.starts_with("\xEF\xBB\xBF")) content.erase(0, 3);
   checkUtf8(name, content);

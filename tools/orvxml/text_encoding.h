@@ -21,6 +21,10 @@ bool isUtf8(std::string_view text);
 // unknown, when bytes do not belong to it, or when the text holds U+0000.
 std::string documentAsUtf8(const std::string& name, std::string content);
 
+// A document in UTF-8 with blanks in place of an XML declaration, which may name another encoding;
+// all that follows keeps its place.
+std::string withoutDeclaration(std::string_view text);
+
 // UTF-8 text, without a byte order mark; as above.
 std::string plainTextAsUtf8(const std::string& name, std::string content);
 

@@ -1,0 +1,235 @@
+#include "orvxml/document_comparison.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax2/Attributes.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+#include "orvxml/parser_handlers.h"
+#include "src/decompose/data_notices.h"
+#include "src/foundation/text_cut.h"
+
+namespace orvxml {
+
+namespace {
+
+using Attribute = std::pair<std::u16string, std::u16string>;
+
+// An element with all that counts of it.
+struct Element {
+  std::u16string name;
+  std::vector<Attribute> attributes;  // with a value, by name
+  std::u16string text;
+  std::vector<Element> children;  // that hold something
+  size_t number = 0;              // in the document
+  size_t hash = 0;                // of all of it, whatever the order of the children
+
+  bool isEmpty() const { return attributes.empty() && text.empty() && children.empty(); }
+  void finish();
+};
+
+bool isBlank(std::u16string_view text) {
+  return text.find_first_not_of(u" \t\r\n") == text.npos;
+}
+
+size_t mixed(size_t hash, size_t more) {
+  return (hash ^ (more + 0x9E3779B97F4A7C15u + (hash << 6) + (hash >> 2))) * 0x100000001B3u;
+}
+
+// A number without the zeros that end its fraction: a column of decimals writes them by its scale.
+// Zeros in front stay, they may be part of a code.
+std::u16string_view withoutFinalZeros(std::u16string_view value) {
+  const size_t digits = value.starts_with(u'-') ? 1 : 0;
+  const size_t point = value.find_first_not_of(u"0123456789", digits);
+  if (point == value.npos || point == digits || value[point] != u'.') return value;
+  if (value.find_first_not_of(u"0123456789", point + 1) != value.npos) return value;
+  const size_t last = value.find_last_not_of(u'0');
+  return value.substr(0, last == point ? point : last + 1);
+}
+
+bool isSame(std::u16string_view a, std::u16string_view b) {
+  return withoutFinalZeros(a) == withoutFinalZeros(b);
+}
+
+void Element::finish() {
+  if (!children.empty() && isBlank(text)) text.clear();
+  std::sort(attributes.begin(), attributes.end());
+  const auto of = [](std::u16string_view value) {
+    return std::hash<std::u16string_view>()(withoutFinalZeros(value));
+  };
+  hash = mixed(of(name), of(text));
+  for (const auto& [attribute, value] : attributes)
+    hash = mixed(mixed(hash, of(attribute)), of(value));
+  std::vector<size_t> hashes;
+  for (const Element& child : children) hashes.push_back(child.hash);
+  std::sort(hashes.begin(), hashes.end());
+  for (const size_t below : hashes) hash = mixed(hash, below);
+}
+
+// Builds the tree of a document. The parser bounds its depth.
+class TreeBuilder : public xercesc::DefaultHandler {
+ public:
+  Element takeRoot() { return std::move(root_); }
+
+  void startElement(const XMLCh*, const XMLCh*, const XMLCh* name,
+                    const xercesc::Attributes& attributes) override {
+    Element element;
+    element.name = name;
+    element.number = ++number_;
+    for (XMLSize_t i = 0; i < attributes.getLength(); ++i) {
+      const std::u16string_view attribute = attributes.getQName(i);
+      const XMLCh* value = attributes.getValue(i);
+      if (*value == 0 || attribute == u"xmlns" || attribute.starts_with(u"xmlns:")) continue;
+      element.attributes.emplace_back(attribute, value);
+    }
+    open_.push_back(std::move(element));
+  }
+  void characters(const XMLCh* text, const XMLSize_t length) override {
+    open_.back().text.append(text, length);
+  }
+  void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override {
+    Element element = std::move(open_.back());
+    open_.pop_back();
+    element.finish();
+    if (open_.empty()) {
+      root_ = std::move(element);
+    } else if (!element.isEmpty()) {
+      open_.back().children.push_back(std::move(element));
+    }
+  }
+  void fatalError(const xercesc::SAXParseException& problem) override { throw problem; }
+
+ private:
+  std::vector<Element> open_;
+  Element root_;
+  size_t number_ = 0;
+};
+
+Element parsed(const char* document, size_t size) {
+  TreeBuilder builder;
+  qrkSAX2XMLReaderImpl parser(nullptr);
+  qrkNonValidateHandler outside(nullptr);
+  parser.setFeature(xercesc::XMLUni::fgSAX2CoreNameSpaces, false);
+  parser.setFeature(xercesc::XMLUni::fgSAX2CoreNameSpacePrefixes, true);
+  parser.setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
+  parser.setFeature(xercesc::XMLUni::fgXercesSchema, false);
+  parser.setContentHandler(&builder);
+  parser.setErrorHandler(&builder);
+  parser.setEntityResolver(&outside);
+  parser.setDocumentSize(size);
+  xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(document), size, u"document");
+  source.setCopyBufToStream(false);
+  parser.parse(source);
+  return builder.takeRoot();
+}
+
+struct Found {
+  size_t element;
+  std::string text;
+};
+
+std::string quoted(const std::u16string& text) {
+  return quotedValue(noticeText(text.c_str()));
+}
+
+Found otherValue(const Element& in, const std::string& what, const std::u16string& document,
+                 const std::u16string& composed) {
+  return {in.number, what + (document.empty() ? " is empty" : " is " + quoted(document)) +
+                         ", the rows give " + (composed.empty() ? "nothing" : quoted(composed))};
+}
+
+const std::u16string& valueOf(const Element& element, const std::u16string& attribute) {
+  static const std::u16string kNone;
+  const auto found = std::find_if(element.attributes.begin(), element.attributes.end(),
+                                  [&](const Attribute& other) { return other.first == attribute; });
+  return found == element.attributes.end() ? kNone : found->second;
+}
+
+// The children of `all` that have no equal among `others`, each of which counts once.
+std::vector<const Element*> without(const std::vector<Element>& all,
+                                    const std::vector<Element>& others) {
+  std::vector<size_t> hashes;
+  for (const Element& other : others) hashes.push_back(other.hash);
+  std::sort(hashes.begin(), hashes.end());
+  std::vector<bool> used(hashes.size());
+  std::vector<const Element*> left;
+  for (const Element& element : all) {
+    const auto first = std::lower_bound(hashes.begin(), hashes.end(), element.hash);
+    auto at = static_cast<size_t>(first - hashes.begin());
+    while (at < hashes.size() && hashes[at] == element.hash && used[at]) ++at;
+    if (at < hashes.size() && hashes[at] == element.hash) {
+      used[at] = true;
+    } else {
+      left.push_back(&element);
+    }
+  }
+  return left;
+}
+
+Found firstDifference(const Element& document, const Element& composed);
+
+Found differenceOfChildren(const Element& document, const Element& composed) {
+  const std::vector<const Element*> lost = without(document.children, composed.children);
+  const std::vector<const Element*> more = without(composed.children, document.children);
+  if (lost.empty()) {
+    return {document.number, "the rows give one more '" + noticeText(more.front()->name.c_str()) +
+                                 "' in '" + noticeText(document.name.c_str()) + "'"};
+  }
+  const Element& child = *lost.front();
+  for (const Element* other : more) {
+    if (other->name == child.name) return firstDifference(child, *other);
+  }
+  return {child.number,
+          "element '" + noticeText(child.name.c_str()) + "' is not in what the rows give"};
+}
+
+// Of two elements that differ.
+Found firstDifference(const Element& document, const Element& composed) {
+  const std::string name = "'" + noticeText(document.name.c_str()) + "'";
+  if (document.name != composed.name) {
+    return otherValue(document, "the name of " + name, document.name, composed.name);
+  }
+  for (const Element* side : {&document, &composed}) {
+    for (const auto& [attribute, value] : side->attributes) {
+      const std::u16string& ours = valueOf(document, attribute);
+      const std::u16string& theirs = valueOf(composed, attribute);
+      if (isSame(ours, theirs)) continue;
+      return otherValue(document, "attribute '" + noticeText(attribute.c_str()) + "' of " + name,
+                        ours, theirs);
+    }
+  }
+  if (!isSame(document.text, composed.text)) {
+    return otherValue(document, "the text of " + name, document.text, composed.text);
+  }
+  return differenceOfChildren(document, composed);
+}
+
+}  // namespace
+
+int qrkCompareDocuments(const char* document, size_t documentSize, const char* composed,
+                        size_t composedSize, DocumentDifference* difference) try {
+  const Element ours = parsed(document, documentSize);
+  const Element theirs = parsed(composed, composedSize);
+  if (ours.hash == theirs.hash) return 0;
+  const Found found = firstDifference(ours, theirs);
+  difference->element = found.element;
+  std::string_view text(found.text);
+  if (text.size() >= sizeof difference->text) {
+    text = text.substr(0, sizeof difference->text - 1);
+    text = text.substr(0, wholeCharacters(text));
+  }
+  difference->text[text.copy(difference->text, text.size())] = '\0';
+  return 1;
+} catch (...) {
+  return -1;
+}
+
+}  // namespace orvxml
