@@ -24,7 +24,7 @@ struct Notice {
   };
   Kind kind = kWarning;
   // A literal: the warning's name, like "join-of-equal-depth"; of a place what the failure is
-  // about: "mapping", "document" or "schema".
+  // about, "mapping" or "document".
   const char* rule = "";
   std::string text;            // one line in UTF-8; of a place: what the message lacks, or empty
   size_t mappingElement = 0;   // number of the element in the mapping; 0: none

@@ -46,7 +46,6 @@ class ComposeRun {
   }
 
  private:
-  static std::string textOf(orv::Session& session, const Mapping& mapping);
   bool firstOnly() const {
     return options_.into.empty() && options_.outputDir.empty() && options_.wrap.empty();
   }
@@ -70,15 +69,6 @@ class ComposeRun {
   NoticeLog log_;
   int leftOut_ = 0;
 };
-
-// Where places in the mapping are looked for; empty for a collection that is not there.
-std::string ComposeRun::textOf(orv::Session& session, const Mapping& mapping) {
-  if (!mapping.isCollection) return mapping.dad;
-  const orv::Result result = session.run(
-      "SELECT DAD FROM ORVXML.XML_USAGE WHERE TABLE_NAME = 'QRK_COLLECTION' AND COL_NAME = " +
-      sqlLiteral(mapping.name));
-  return result.rows.empty() ? "" : result.rows[0][0].value_or("");
-}
 
 // ---- The ways out.
 ExitStatus ComposeRun::compose(DocumentWriter& documents) {

@@ -1,5 +1,6 @@
 #include "mapping.h"
 
+#include "database.h"
 #include "input_file.h"
 #include "settings.h"
 #include "text_encoding.h"
@@ -16,6 +17,14 @@ Mapping readMapping(const std::string& dad, const std::string& collection) {
   if (!collection.empty()) return {true, collection, ""};
   const std::string name = inputName(dad);
   return {false, name, documentAsUtf8(name, readWhole(dad))};
+}
+
+std::string textOf(orv::Session& session, const Mapping& mapping) {
+  if (!mapping.isCollection) return mapping.dad;
+  const orv::Result result = session.run(
+      "SELECT DAD FROM ORVXML.XML_USAGE WHERE TABLE_NAME = 'QRK_COLLECTION' AND COL_NAME = " +
+      sqlLiteral(mapping.name));
+  return result.rows.empty() ? "" : result.rows[0][0].value_or("");
 }
 
 std::string labelOf(const Mapping& mapping) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "orv/session.h"
+
 namespace orvxml::command {
 
 struct Mapping {
@@ -17,6 +19,9 @@ struct Mapping {
 void checkMapping(const std::string& dad, const std::string& collection);
 // The mapping of the file `dad` or of the collection. Throws Failure when the file cannot be read.
 Mapping readMapping(const std::string& dad, const std::string& collection);
+
+// Where places in the mapping are looked for; empty for a collection that is not there.
+std::string textOf(orv::Session& session, const Mapping& mapping);
 
 // How messages name a mapping.
 std::string labelOf(const Mapping& mapping);

@@ -54,8 +54,11 @@ class DocumentRun {
         options_(options),
         session_(session),
         shredder_(session, std::move(mapping)),
-        mapping_{labelOf(shredder_.mapping()), shredder_.mapping().dad},
-        progress_(options.documents.size(), !settings.quiet) {}
+        mappingText_(textOf(session, shredder_.mapping())),
+        mapping_{labelOf(shredder_.mapping()), mappingText_},
+        progress_(options.documents.size(), !settings.quiet) {
+    session_.rollback();  // what was read of the mapping is no part of a document's unit of work
+  }
 
   // One document as one unit of work; its outcome is reported. True when it succeeded.
   bool run(const std::string& path) {
@@ -132,11 +135,8 @@ class DocumentRun {
     const Notice* failure = notices_.failure();
     if (!failure) return;
     result.detail = failure->text;
+    if (!failure->file.empty()) return blame(failure->file, result);
     const std::string_view about = failure->rule;
-    if (about == "schema") {
-      result.where = std::exchange(result.detail, "");
-      return;
-    }
     const bool inMapping =
         about == "mapping" || (!failure->documentElement && failure->mappingElement);
     const NamedText& text = inMapping ? mapping_ : document;
@@ -147,6 +147,13 @@ class DocumentRun {
     }
     result.where = result.position ? located(text.label, *result.position) : text.label;
     if (inMapping) result.position.reset();
+  }
+
+  // The message is about a schema or DTD, and so are its line and column.
+  static void blame(const std::string& file, DocumentResult& result) {
+    const std::optional<Position> position = parserPosition(result.message);
+    result.where = position ? located(file, *position) : file;
+    if (!result.detail.empty()) result.message += '\n' + std::exchange(result.detail, "");
   }
 
   void report(const DocumentResult& result, const NamedText& document) {
@@ -231,6 +238,7 @@ class DocumentRun {
   const ShredOptions& options_;
   orv::Session& session_;
   Shredder shredder_;
+  const std::string mappingText_;
   const NamedText mapping_;
   ShredNotices notices_;
   Progress progress_;

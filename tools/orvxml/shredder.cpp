@@ -24,11 +24,6 @@ ShredOutcome Shredder::shred(const std::string& name, const std::string& documen
   return callDirectly(databaseDocument);
 }
 
-bool Shredder::isAboutMapping(const std::string& parserMessage) {
-  // Well-formed, and of a name that a validated document does not have.
-  return callDirectly("<orvxml-probe/>").message == parserMessage;
-}
-
 bool Shredder::fitsParameters(const std::string& document) const {
   return document.size() <= kDocumentParameter && databaseMapping_.size() <= kDadParameter;
 }

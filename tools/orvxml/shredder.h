@@ -24,10 +24,6 @@ class Shredder {
   // Decomposes one document in UTF-8; `name` stands in messages. Commits and rolls back nothing.
   ShredOutcome shred(const std::string& name, const std::string& document);
 
-  // Whether a parser error with this message is about the mapping and not about the document: the
-  // mapping gives it with every document. May leave rows pending, so the caller rolls back.
-  bool isAboutMapping(const std::string& parserMessage);
-
   const Mapping& mapping() const { return mapping_; }
 
  private:
