@@ -42,20 +42,22 @@ class ComposeRun {
       return compose(documents);
     }
     FirstDocument document(options_.output);
-    return compose(document);
+    return compose(document, options_.output.empty() ? &document.kept() : nullptr);
   }
 
  private:
   bool firstOnly() const {
     return options_.into.empty() && options_.outputDir.empty() && options_.wrap.empty();
   }
-  ExitStatus compose(DocumentWriter& documents);
+  ExitStatus compose(DocumentWriter& documents, const std::string* shown = nullptr);
   ExitStatus intoTable();
   bool leaveOut(const std::string& message);
   NamedText mapping() const { return {labelOf(composer_.mapping()), mappingText_}; }
   ExitStatus failed(const ComposeOutcome& outcome);
   void printPlaced(const std::string& message);
-  void report(const ComposeOutcome& outcome, const DocumentWriter* documents);
+  void report(const ComposeOutcome& outcome, const DocumentWriter* documents,
+              const std::string* shown);
+  std::string jsonFields(const DocumentWriter* documents, const std::string* shown) const;
   void reportCounts(const ComposeOutcome& outcome, const DocumentWriter* documents) const;
   void printDocument(const std::string& document) const;
   std::string target() const;
@@ -71,7 +73,8 @@ class ComposeRun {
 };
 
 // ---- The ways out.
-ExitStatus ComposeRun::compose(DocumentWriter& documents) {
+// `shown`: the document that goes to standard output at the end, if one does.
+ExitStatus ComposeRun::compose(DocumentWriter& documents, const std::string* shown) {
   if (options_.keepGoing) {
     documents.whenUnwritable(
         [&](const char* message) { return leaveOut(fromCodePage(message, session_.codePage())); });
@@ -82,7 +85,7 @@ ExitStatus ComposeRun::compose(DocumentWriter& documents) {
   documents.rethrow();
   if (outcome.code < 0) return failed(outcome);
   documents.complete();
-  report(outcome, &documents);
+  report(outcome, &documents, outcome.documents > 0 ? shown : nullptr);
   return leftOut_ > 0 ? kFailed : kDone;
 }
 
@@ -95,7 +98,7 @@ ExitStatus ComposeRun::intoTable() {
     return failed(outcome);
   }
   require(session_.commit(), settings_.database);
-  report(outcome, nullptr);
+  report(outcome, nullptr, nullptr);
   return kDone;
 }
 
@@ -137,7 +140,8 @@ std::string ComposeRun::target() const {
 }
 
 // Ahead of a document on standard output, so that it is not taken for all there is.
-void ComposeRun::report(const ComposeOutcome& outcome, const DocumentWriter* documents) {
+void ComposeRun::report(const ComposeOutcome& outcome, const DocumentWriter* documents,
+                        const std::string* shown) {
   log_.printWarnings(mapping());
   const bool writesHeaders = documents && options_.wrap.empty();
   if (writesHeaders && !documents->otherEncoding().empty()) {
@@ -150,22 +154,25 @@ void ComposeRun::report(const ComposeOutcome& outcome, const DocumentWriter* doc
     printMessage(labelOf(composer_.mapping()), "warning: no document was composed");
   }
   if (!settings_.quiet && !settings_.json) reportCounts(outcome, documents);
-  const bool toOutput = firstOnly() && options_.output.empty() && outcome.documents > 0;
-  const std::string document = toOutput ? static_cast<const FirstDocument*>(documents)->kept() : "";
   if (settings_.json) {
-    std::string more;
-    if (documents && documents->valid() + documents->invalid() > 0) {
-      more += jsonField("valid", std::to_string(documents->valid())) +
-              jsonField("invalid", std::to_string(documents->invalid()));
-    }
-    if (options_.keepGoing) more += jsonField("leftOut", std::to_string(leftOut_));
-    if (!target().empty()) more += jsonField("output", jsonString(target()));
-    if (toOutput) more += jsonField("document", jsonString(document));
-    printJson(outcome, leftOut_ == 0, more);
-  } else if (toOutput) {
-    printDocument(document);
+    printJson(outcome, leftOut_ == 0, jsonFields(documents, shown));
+  } else if (shown) {
+    printDocument(*shown);
   }
   checkOutput();
+}
+
+std::string ComposeRun::jsonFields(const DocumentWriter* documents,
+                                   const std::string* shown) const {
+  std::string fields;
+  if (documents && documents->valid() + documents->invalid() > 0) {
+    fields += jsonField("valid", std::to_string(documents->valid())) +
+              jsonField("invalid", std::to_string(documents->invalid()));
+  }
+  if (options_.keepGoing) fields += jsonField("leftOut", std::to_string(leftOut_));
+  if (!target().empty()) fields += jsonField("output", jsonString(target()));
+  if (shown) fields += jsonField("document", jsonString(*shown));
+  return fields;
 }
 
 void ComposeRun::reportCounts(const ComposeOutcome& outcome,
