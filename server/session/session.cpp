@@ -69,7 +69,7 @@ std::vector<ResultColumn> describeResult(const std::vector<OutputColumn>& column
 
 ResultValue resultValue(const ValueView& value, const SqlType& type) {
   if (value.kind == ValueView::Kind::Null) return std::nullopt;
-  if (value.kind == ValueView::Kind::Blob) return std::string(value.text);
+  if (value.kind == ValueView::Kind::Blob && isBinary(type.kind)) return std::string(value.text);
   std::string storage;
   return std::string(valueText(value, type, storage));
 }

@@ -171,11 +171,43 @@ std::string_view fitText(std::string_view text, const Measure& measure, int64_t 
   return kept;
 }
 
+ValueView toBinary(const ValueView& value, const SqlType& type, ConversionMode mode,
+                   std::string& storage) {
+  if (value.kind != Kind::Text && value.kind != Kind::Blob) failNeverConverts(type);
+  std::string_view bytes = value.text;
+  if (type.length > 0 && static_cast<int64_t>(bytes.size()) > type.length) {
+    std::string_view kept = bytes.substr(0, static_cast<size_t>(type.length));
+    if (mode == ConversionMode::Assignment && !onlyBlanks(bytes.substr(kept.size()))) {
+      throw SqlError(-433, {shortenedBinary(bytes)});
+    }
+    bytes = kept;
+  }
+  const bool padded = type.kind == TypeKind::CharBits || type.kind == TypeKind::Char;
+  if (padded && static_cast<int64_t>(bytes.size()) < type.length) {
+    storage.assign(bytes);
+    storage.resize(static_cast<size_t>(type.length), ' ');
+    bytes = storage;
+  }
+  return ValueView::ofBlob(bytes);
+}
+
+// Whether a text has as many bytes in the database code page: its bytes can then be counted and
+// compared as those of a value FOR BIT DATA.
+bool isAsLong(std::string_view text, const TextLength& length) {
+  return length.bytes(text) == static_cast<int64_t>(text.size());
+}
+
+// Bytes that are no text stay what they are where they are assigned to CHAR or VARCHAR.
 ValueView toText(const ValueView& value, const SqlType& type, const TextLength& length,
                  ConversionMode mode, std::string& storage) {
   std::string_view text = value.text;
   if (value.kind == Kind::Blob) {
-    if (!isUtf8(text)) failNeverConverts(type);
+    const bool isText = isUtf8(text);
+    const bool takesBytes = type.kind == TypeKind::Char || type.kind == TypeKind::Varchar;
+    if (takesBytes && mode == ConversionMode::Assignment && !(isText && isAsLong(text, length))) {
+      return toBinary(value, type, mode, storage);
+    }
+    if (!isText) failNeverConverts(type);
   } else if (value.kind != Kind::Text) {
     text = valueText(value, type, storage);
     // A number that loses digits is another number.
@@ -193,25 +225,6 @@ ValueView toText(const ValueView& value, const SqlType& type, const TextLength& 
     }
   }
   return ValueView::ofText(text);
-}
-
-ValueView toBinary(const ValueView& value, const SqlType& type, ConversionMode mode,
-                   std::string& storage) {
-  if (value.kind != Kind::Text && value.kind != Kind::Blob) failNeverConverts(type);
-  std::string_view bytes = value.text;
-  if (type.length > 0 && static_cast<int64_t>(bytes.size()) > type.length) {
-    std::string_view kept = bytes.substr(0, static_cast<size_t>(type.length));
-    if (mode == ConversionMode::Assignment && !onlyBlanks(bytes.substr(kept.size()))) {
-      throw SqlError(-433, {shortenedBinary(bytes)});
-    }
-    bytes = kept;
-  }
-  if (type.kind == TypeKind::CharBits && static_cast<int64_t>(bytes.size()) < type.length) {
-    storage.assign(bytes);
-    storage.resize(static_cast<size_t>(type.length), ' ');
-    bytes = storage;
-  }
-  return ValueView::ofBlob(bytes);
 }
 
 ValueView toDatetime(const ValueView& value, const SqlType& type, std::string& storage) {

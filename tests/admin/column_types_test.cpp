@@ -20,6 +20,7 @@ TEST(ColumnTypesTest, KeysOfEveryType) {
       {"char(5)", "'it''s'"},
       {"varchar(9)", "'a  b '"},
       {"char(3) for bit data", "'a''c'"},
+      {"char(3) for bit data", "x'FF00C3'"},
       {"varchar(3) for bit data", "'ab'"},
       {"date", "'2026-11-24'"},
       {"time", "'12:30:00'"},

@@ -154,7 +154,10 @@ TEST(ValueConversionTest, StringsArePaddedAndCutBetweenCharacters) {
       {number(12345), type(TypeKind::Varchar, 4), kTooLong, nullptr},
       {ValueView::ofBlob("ab"), type(TypeKind::CharBits, 4), "X61622020", nullptr},
       {ValueView::ofBlob("ab\x01"), type(TypeKind::Blob, 2), "-433 22001", "X6162"},
-      {ValueView::ofBlob("\xFF"), type(TypeKind::Varchar, 4), "-408 42821", nullptr},
+      {ValueView::ofBlob("\xFF"), type(TypeKind::Varchar, 4), "XFF", "-408 42821"},
+      {ValueView::ofBlob("\xFF"), type(TypeKind::Char, 3), "XFF2020", "-408 42821"},
+      {ValueView::ofBlob("\xFFxy"), type(TypeKind::Varchar, 2), "-433 22001", "-408 42821"},
+      {ValueView::ofBlob("\xFF"), type(TypeKind::Clob, 4), "-408 42821", nullptr},
       {ValueView::ofBlob("1"), type(TypeKind::Integer), "-408 42821", nullptr},
   });
 }
