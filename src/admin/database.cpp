@@ -3,6 +3,7 @@
 #include "src/admin/database.h"
 
 #include <algorithm>
+#include <functional>
 #include <string_view>
 
 #include <unicode/utf16.h>
@@ -87,17 +88,46 @@ int askEnabled(const Target& target, bool& enabled) {
   return rc;
 }
 
+// One of the lists, and what ends it.
+struct ListRun {
+  const char* name;  // in the trace, in front of the statement's number
+  Msg failure;
+  // Whether the list goes on behind this SQLCODE of statement `index`.
+  std::function<bool(int sqlcode, size_t index)> goesOn;
+  // What is done to the text of statement `index` before it is run: 0, or the code of a failure.
+  std::function<int(size_t index, std::string& text)> complete = {};
+};
+
+int runList(const Target& target, StatementList statements, const ListRun& run) {
+  for (size_t i = 0; i < statements.size(); ++i) {
+    if (int rc = run.complete ? run.complete(i, statements[i]) : 0) return rc;
+    const sqlca area = runStatement(statements[i]);
+    const int number = static_cast<int>(i);
+    QRK_TRACE(target.ctx(), "%s%d ", run.name, number);
+    if (run.goesOn(area.sqlcode, i)) continue;
+    QRK_TRACE(target.ctx(), "%s%d failed.", run.name, number);
+    QRK_TRACE(target.ctx(), "%s", statements[i].c_str());
+    QRK_TRACE(target.ctx(), "SQLCODE = %d", area.sqlcode);
+    return failStatement(target, area, run.failure);
+  }
+  return 0;
+}
+
+bool isSuccess(int sqlcode, size_t) {
+  return sqlcode == 0;
+}
+
 // ---------------------------------------------------------------- enabling
 
 // Whether the object of this statement may be there already.
-bool mayExist(const Target& target, int index) {
+bool mayExist(const Target& target, size_t index) {
   if (target.isServer()) return index <= kLastExistingOnServer;
   return index == kCreateXmlVarchar || index == kCreateXmlClob;
 }
 
-// Statement `index`, with the table space of its table.
-int enablingText(const Target& target, int index, const TableSpaces& spaces, std::string& text) {
-  text = enableStmt[index].text();
+// The administrative tables stand in the table spaces that are given.
+int completeTable(const Target& target, const TableSpaces& spaces, size_t index,
+                  std::string& text) {
   if (target.isServer() || (index != kCreateDtdRef && index != kCreateXmlUsage)) return 0;
   const bool isDtdRef = index == kCreateDtdRef;
   const std::string plain = text;
@@ -107,80 +137,28 @@ int enablingText(const Target& target, int index, const TableSpaces& spaces, std
                                 target.report.msg);
 }
 
-int runEnablingList(const Target& target, const TableSpaces& spaces) {
-  for (int i = 0; i <= NUM_ENADB_STMT; ++i) {
-    std::string text;
-    if (int rc = enablingText(target, i, spaces, text)) return rc;
-    const sqlca area = runStatement(text);
-    QRK_TRACE(target.ctx(), "Enable Database Stmt I  %d ", i);
-    if (area.sqlcode >= 0) continue;
-    if (area.sqlcode == kAlreadyExists && mayExist(target, i)) continue;
-    QRK_TRACE(target.ctx(), "Enable Database Stmt I  %d failed.", i);
-    QRK_TRACE(target.ctx(), "%s", text.c_str());
-    QRK_TRACE(target.ctx(), "SQLCODE = %d", area.sqlcode);
-    return failStatement(target, area, Msg::QRKA004E);
-  }
-  return 0;
-}
-
-int runDoubleByteList(const Target& target) {
-  for (int i = 0; i <= NUM_ENADB_STMT_DB; ++i) {
-    const sqlca area = runStatement(enableStmtDB[i].text());
-    QRK_TRACE(target.ctx(), "Enable Database Stmt II %d ", i);
-    if (area.sqlcode == 0) continue;
-    QRK_TRACE(target.ctx(), "Enable Database Stmt II %d failed.", i);
-    return failStatement(target, area, Msg::QRKA004E);
-  }
-  return 0;
-}
-
-int addSchemaFunctions(const Target& target) {
-  for (const DatabaseStatement& statement : enableStmtSchema) {
-    const sqlca area = runStatement(statement.text());
-    if (area.sqlcode >= 0) continue;
-    QRK_TRACE(target.ctx(), "%s failed.", statement.head);
-    return failStatement(target, area, Msg::QRKA004E);
-  }
-  return 0;
-}
-
 int enable(const Target& target, const TableSpaces& spaces) {
   bool enabled = false;
   if (int rc = askEnabled(target, enabled)) return rc;
   if (enabled) return report(target.report, Msg::QRKA070W);
-  if (int rc = runEnablingList(target, spaces)) return rc;
+  const ListRun run = {
+      "Enable Database Stmt I  ", Msg::QRKA004E,
+      [&](int sqlcode, size_t index) {
+        return sqlcode >= 0 || (sqlcode == kAlreadyExists && mayExist(target, index));
+      },
+      [&](size_t index, std::string& text) { return completeTable(target, spaces, index, text); }};
+  if (int rc = runList(target, enableStmt(), run)) return rc;
   if (!target.isServer() && isDBCS_DB(target.ctx(), target.dbName) != 0) {
-    if (int rc = runDoubleByteList(target)) return rc;
+    const ListRun more = {"Enable Database Stmt II ", Msg::QRKA004E, isSuccess};
+    if (int rc = runList(target, enableStmtDB(), more)) return rc;
   }
-  if (int rc = addSchemaFunctions(target)) return rc;
+  const auto noFailure = [](int sqlcode, size_t) { return sqlcode >= 0; };
+  const ListRun schema = {"Enable Database Stmt III ", Msg::QRKA004E, noFailure};
+  if (int rc = runList(target, enableStmtSchema(), schema)) return rc;
   return report(target.report, Msg::QRKA006I, target.shownName);
 }
 
 // ---------------------------------------------------------------- disabling
-
-// The functions depend on the document types and so go before them. Where they are missing, the
-// schema was made by other means.
-int dropSchemaFunctions(const Target& target) {
-  for (const DatabaseStatement& statement : disableStmtSchema) {
-    const sqlca area = runStatement(statement.text());
-    if (area.sqlcode >= 0 || area.sqlcode == kNoSuchObject) continue;
-    QRK_TRACE(target.ctx(), "%s failed.", statement.head);
-    return failStatement(target, area, Msg::QRKA007E);
-  }
-  return 0;
-}
-
-// A warning ends the list as a failure does.
-int runDisablingList(const Target& target, const DatabaseStatement* list, int last) {
-  for (int i = 0; i <= last; ++i) {
-    const sqlca area = runStatement(list[i].text());
-    QRK_TRACE(target.ctx(), "Disable Database Stmt %d", i);
-    if (area.sqlcode == 0) continue;
-    QRK_TRACE(target.ctx(), "Disable Database Stmt %d failed.", i);
-    return failStatement(target, area, Msg::QRKA007E);
-  }
-  return 0;
-}
 
 int dropDocumentTypes(const Target& target) {
   sqlca failure{};
@@ -188,14 +166,20 @@ int dropDocumentTypes(const Target& target) {
   return failStatement(target, failure, Msg::QRKA007E);
 }
 
+// A warning ends a list as a failure does.
 int disable(const Target& target) {
   bool enabled = false;
   if (int rc = askEnabled(target, enabled)) return rc;
   if (!enabled) return report(target.report, Msg::QRKA071W);
-  if (int rc = dropSchemaFunctions(target)) return rc;
-  if (int rc = runDisablingList(target, disableStmt, NUM_DISADB_STMT)) return rc;
+  // The functions that ask a schema depend on the document types and so go before them. Where they
+  // are missing, the schema ORVXML was made by other means.
+  const auto isGone = [](int sqlcode, size_t) { return sqlcode >= 0 || sqlcode == kNoSuchObject; };
+  const ListRun schema = {"Disable Database Stmt III ", Msg::QRKA007E, isGone};
+  const ListRun all = {"Disable Database Stmt ", Msg::QRKA007E, isSuccess};
+  if (int rc = runList(target, disableStmtSchema(), schema)) return rc;
+  if (int rc = runList(target, disableStmt(), all)) return rc;
   if (!target.isServer() && isDBCS_DB(target.ctx(), target.dbName) != 0) {
-    if (int rc = runDisablingList(target, disableStmtDB, NUM_DISADB_STMT_DB)) return rc;
+    if (int rc = runList(target, disableStmtDB(), all)) return rc;
   }
   if (int rc = dropDocumentTypes(target)) return rc;
   return report(target.report, Msg::QRKA036I, target.shownName);
@@ -309,6 +293,7 @@ int qrkEnableDB_STP1(char* dbName, char* tableSpace, char* tableSpace2, int* ret
                                 dbNameInd, tableSpaceInd, tableSpace2Ind, returnCodeInd,
                                 returnMsgInd);
   });
+  // Where the context could not be set up, the body did not get so far.
   inputsNotReturned({dbNameInd, tableSpaceInd, tableSpace2Ind});
   return code;
 }

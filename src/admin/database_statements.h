@@ -4,38 +4,26 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace orvxml {
 
-// One statement: its text, and behind that the attributes that it shares with others of its kind.
-struct DatabaseStatement {
-  const char* head;
-  const char* attributes = "";
-
-  std::string text() const { return std::string(head) + attributes; }
-};
-
-// Indexes of the last statements.
-inline constexpr int NUM_ENADB_STMT = 110;
-inline constexpr int NUM_ENADB_STMT_DB = 16;
-inline constexpr int NUM_DISADB_STMT = 99;
-inline constexpr int NUM_DISADB_STMT_DB = 16;
-inline constexpr int NUM_SCHEMA_STMT = 2;
+using StatementList = std::vector<std::string>;
 
 // Indexes in `enableStmt`.
-inline constexpr int kCreateXmlVarchar = 1;
-inline constexpr int kCreateXmlClob = 2;
-inline constexpr int kCreateDtdRef = 77;
-inline constexpr int kCreateXmlUsage = 82;
-inline constexpr int kLastExistingOnServer = 7;  // up to here a server may have the objects
+inline constexpr size_t kCreateXmlVarchar = 1;
+inline constexpr size_t kCreateXmlClob = 2;
+inline constexpr size_t kCreateDtdRef = 77;
+inline constexpr size_t kCreateXmlUsage = 82;
+inline constexpr size_t kLastExistingOnServer = 7;  // up to here a server may have the objects
 
-extern const DatabaseStatement enableStmt[NUM_ENADB_STMT + 1];
-extern const DatabaseStatement disableStmt[NUM_DISADB_STMT + 1];
+StatementList enableStmt();
+StatementList disableStmt();
 // What a database that supports double-byte data has besides.
-extern const DatabaseStatement enableStmtDB[NUM_ENADB_STMT_DB + 1];
-extern const DatabaseStatement disableStmtDB[NUM_DISADB_STMT_DB + 1];
+StatementList enableStmtDB();
+StatementList disableStmtDB();
 // Validation against a schema, for columns whose mapping names one.
-extern const DatabaseStatement enableStmtSchema[NUM_SCHEMA_STMT + 1];
-extern const DatabaseStatement disableStmtSchema[NUM_SCHEMA_STMT + 1];
+StatementList enableStmtSchema();
+StatementList disableStmtSchema();
 
 }  // namespace orvxml
