@@ -5,8 +5,11 @@
 // refused: nothing is cut.
 #pragma once
 
+#include <memory>
+
 #include "orvxml/buffer.h"
 #include "orvxml/context.h"
+#include "orvxml/export.h"
 
 namespace orvxml {
 
@@ -47,8 +50,14 @@ inline const char16_t* schemaLocation(const dad& model) {
 // QRKA061E a missing or too long attribute, QRKQ039E more than 10,000 columns, QRKQ031E or QRKQ032E
 // a `tableName` or `columnName` beyond its field, QRKG002E. `sqlstate` holds 6 bytes. `noXcolumn`,
 // when given, tells whether the mapping lacked the `Xcolumn`.
-dad* dad_popu(QrkStruct* ctx, const char* tableName, const char* columnName, QrkOutbuf* dadBuffer,
-              int useDbEncoding, char* msg, char* sqlstate, int32_t* noXcolumn = nullptr);
-void freedad(QrkStruct* ctx, dad* model);
+extern "C" ORVXML_API dad* dad_popu(QrkStruct* ctx, const char* tableName, const char* columnName,
+                                    QrkOutbuf* dadBuffer, int useDbEncoding, char* msg,
+                                    char* sqlstate, int32_t* noXcolumn = nullptr);
+extern "C" ORVXML_API void freedad(QrkStruct* ctx, dad* model);
+
+struct FreeModel {
+  void operator()(dad* model) const { freedad(nullptr, model); }
+};
+using ModelOwner = std::unique_ptr<dad, FreeModel>;
 
 }  // namespace orvxml

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "orvxml/locators.h"
+#include "orvxml/sql_literal.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/admin/column.h"
@@ -64,7 +65,8 @@ class DisableColumn {
   int deleteUsage();
 
   int dropTrigger(char letter, Msg failure);
-  bool isOthers(const side_table& sideTable);
+  int findRootId(std::string& rootid);
+  int requireOwn(const side_table& sideTable, const std::string& rootid);
   int countRootIds(int32_t& count);
   int fail(Msg message) { return orvxml::fail(call_, message); }
   int failStatement(const sqlca& area, Msg message, const char* argument = "") {
@@ -87,6 +89,7 @@ class DisableColumn {
   std::string dtdid_;
   std::string suffix_;
   ModelOwner model_;
+  bool generatesRootIds_ = false;
 };
 
 int DisableColumn::run() {
@@ -199,34 +202,61 @@ int DisableColumn::dropRootIdTrigger() {
             names_.table.c_str(), trigger.c_str());
   const sqlca area = fetchRow(query, {textInput(trigger.c_str())}, {integerVariable(&count)});
   if (area.sqlcode < 0) return failStatement(area, Msg::QRKA027E);
-  return count == 0 ? 0 : dropTrigger('H', Msg::QRKA027E);
+  generatesRootIds_ = count > 0;
+  return generatesRootIds_ ? dropTrigger('H', Msg::QRKA027E) : 0;
+}
+
+// The column by which the side tables belong to the rows: the one that a trigger fills, else the
+// table's only key. Empty when the table has neither any more.
+int DisableColumn::findRootId(std::string& rootid) {
+  if (generatesRootIds_) {
+    rootid = kRootIdColumn;
+    return 0;
+  }
+  char column[kColumnSize] = "";
+  const sqlca area = fetchRow(
+      "SELECT colname FROM syscat.columns WHERE tabschema = ? AND tabname = ? AND keyseq = 1",
+      {schema(), table()}, {stringVariable(column, sizeof column)});
+  if (area.sqlcode < 0) return failStatement(area, Msg::QRKA024E);
+  rootid = column;
+  return 0;
 }
 
 // The mapping's names mean other tables under another default schema than that of enabling. A table
-// without the mapped columns is somebody else's; a name that means no table is for the server to
-// refuse.
-bool DisableColumn::isOthers(const side_table& sideTable) {
-  char ignored[kMessageSize];
-  const Report report{ctx_, ignored};
+// without the root id and the mapped columns is somebody else's; a name that means no table is for
+// the server to refuse.
+int DisableColumn::requireOwn(const side_table& sideTable, const std::string& rootid) {
   ColumnNames names;
-  int code = splitTableName(report, sideTable.name, names);
-  if (code == 0) {
-    check_table(ctx_, names.schema.c_str(), names.table.c_str(), &code, ignored);
+  if (int code = splitTableName(call_.report(), sideTable.name, names)) {
+    return code == codeOf(Msg::QRKA016E) || code == codeOf(Msg::QRKQ031E) ? 0 : code;
   }
-  if (code != 0) return code != codeOf(Msg::QRKA016E) && code != codeOf(Msg::QRKQ031E);
+  int32_t own = 0;
+  std::string list;
+  const auto add = [&](const std::string& column) {
+    list += (own++ > 0 ? ", " : "") + literalText(column);
+  };
+  if (!rootid.empty()) add(rootid);
   for (const side_column* column = sideTable.columns; column; column = column->next) {
-    if (parseColumnName(report, sideTable.name, column->name, names)) return true;
-    if (check_column(ctx_, names.schema.c_str(), names.table.c_str(), names.column.c_str(), &code,
-                     ignored)) {
-      return true;
+    if (parseColumnName(call_.report(), sideTable.name, column->name, names)) {
+      return orvxml::fail(call_, Msg::QRKA026E, sideTable.name);
     }
+    add(names.column);
   }
-  return false;
+  int32_t all = 0, found = 0;
+  const sqlca area = fetchRow("SELECT COUNT(*), COUNT(CASE WHEN colname IN (" + list +
+                                  ") THEN 1 END) FROM syscat.columns WHERE tabschema = ? AND"
+                                  " tabname = ?",
+                              {textInput(names.schema.c_str()), textInput(names.table.c_str())},
+                              {integerVariable(&all), integerVariable(&found)});
+  if (area.sqlcode < 0) return failStatement(area, Msg::QRKA026E, sideTable.name);
+  return all == 0 || found == own ? 0 : orvxml::fail(call_, Msg::QRKA026E, sideTable.name);
 }
 
 int DisableColumn::dropSideTables() {
+  std::string rootid;
+  if (int code = findRootId(rootid)) return code;
   for (const side_table* table = model_->sideTables; table; table = table->next) {
-    if (isOthers(*table)) return orvxml::fail(call_, Msg::QRKA026E, table->name);
+    if (int code = requireOwn(*table, rootid)) return code;
     const sqlca area = define(std::string("DROP TABLE ") + table->name);
     if (area.sqlcode < 0) return failStatement(area, Msg::QRKA026E, table->name);
   }

@@ -184,12 +184,13 @@ int EnableColumn::fetchKeyType(CatalogType& type) {
 }
 
 int EnableColumn::takeGeneratedRootId() {
+  bool exists = false;
   int code = 0;
-  if (check_column(ctx_, names_.schema.c_str(), names_.table.c_str(), kRootIdColumn, &code,
-                   call_.msg) == 0) {
-    return checkExistingRootId();
+  if (hasColumn({ctx_, call_.msg, &code}, names_.schema.c_str(), names_.table.c_str(),
+                kRootIdColumn, exists)) {
+    return code;
   }
-  if (code != codeOf(Msg::QRKA017E)) return code;
+  if (exists) return checkExistingRootId();
   QRK_TRACE(ctx_, "Alter table : %s to add column QRKROOT_ID", request_.tableName);
   const sqlca area = define(std::string("ALTER TABLE ") + request_.tableName +
                             " ADD QRKROOT_ID CHAR(13) FOR BIT DATA");
@@ -295,7 +296,7 @@ int EnableColumn::createObjects() {
 }
 
 int EnableColumn::createTriggers() {
-  dad* const model = model_.get();
+  const dad* const model = model_.get();
   const char* const schema = names_.schema.c_str();
   char* const msg = call_.msg;
   int code = 0;

@@ -142,16 +142,23 @@ int check_table(QrkStruct* ctx, const char* schema, const char* table, int* rc, 
   return area.sqlcode < 0 ? failQuery(report, area) : 0;
 }
 
+int hasColumn(const Report& report, const char* schema, const char* table, const char* column,
+              bool& exists) {
+  char query[kCatalogQuerySize];
+  CatalogName name;
+  qrkBuildSelectStmt(report.ctx, query, kColumnNames, kFromColumns, kThisColumn);
+  const sqlca area =
+      fetchRow(query, {textInput(schema), textInput(table), textInput(column)}, {name.output()});
+  exists = area.sqlcode != kNoRow;
+  return area.sqlcode < 0 ? failQuery(report, area) : 0;
+}
+
 int check_column(QrkStruct* ctx, const char* schema, const char* table, const char* column, int* rc,
                  char* msg) {
   const Report report{ctx, msg, rc};
-  char query[kCatalogQuerySize];
-  CatalogName name;
-  qrkBuildSelectStmt(ctx, query, kColumnNames, kFromColumns, kThisColumn);
-  const sqlca area =
-      fetchRow(query, {textInput(schema), textInput(table), textInput(column)}, {name.output()});
-  if (area.sqlcode == kNoRow) return failed(report, Msg::QRKA017E, column, table);
-  return area.sqlcode < 0 ? failQuery(report, area) : 0;
+  bool exists = false;
+  if (hasColumn(report, schema, table, column, exists)) return -1;
+  return exists ? 0 : failed(report, Msg::QRKA017E, column, table);
 }
 
 int createSidetables(QrkStruct* ctx, const dad* model, const char* /*suffix*/, const char* rootid,
@@ -176,7 +183,7 @@ int rootidTrigger_BIT(QrkStruct* ctx, const dad* model, const char* schema, cons
   return runDefinition({ctx, msg, rc}, rootidTriggerText(*model, schema, suffix), Msg::QRKA047E);
 }
 
-int insertTrigger_AIT(QrkStruct* ctx, dad* model, const char* schema, const char* suffix,
+int insertTrigger_AIT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
                       const char* rootid, int* rc, char* msg) {
   return runDefinition({ctx, msg, rc}, insertTriggerText(ctx, *model, schema, suffix, rootid),
                        Msg::QRKA048E);

@@ -13,11 +13,6 @@ inline constexpr int kSuffixLength = 7;       // of the names of one column's tr
 inline constexpr int kNameAttempts = 26;      // how often the server is asked for a name
 inline constexpr size_t kMaxColumnName = 30;  // bytes
 
-struct FreeModel {
-  void operator()(dad* model) const { freedad(nullptr, model); }
-};
-using ModelOwner = std::unique_ptr<dad, FreeModel>;
-
 // The names of a column, as the catalog has them.
 struct ColumnNames {
   std::string schema;
@@ -35,13 +30,16 @@ int parseColumnName(const Report& report, const char* tableName, const char* col
                     ColumnNames& names);
 
 int check_table(QrkStruct* ctx, const char* schema, const char* table, int* rc, char* msg);
+// Whether the table has the column.
+int hasColumn(const Report& report, const char* schema, const char* table, const char* column,
+              bool& exists);
 int check_column(QrkStruct* ctx, const char* schema, const char* table, const char* column, int* rc,
                  char* msg);
 int createSidetables(QrkStruct* ctx, const dad* model, const char* suffix, const char* rootid,
                      const char* rootid_def, const char* tableSpace, int* rc, char* msg);
 int rootidTrigger_BIT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
                       int* rc, char* msg);
-int insertTrigger_AIT(QrkStruct* ctx, dad* model, const char* schema, const char* suffix,
+int insertTrigger_AIT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
                       const char* rootid, int* rc, char* msg);
 int deleteTrigger_ADT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
                       const char* rootid, int* rc, char* msg);

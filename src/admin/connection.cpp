@@ -1,5 +1,7 @@
 // Connecting to a database and binding the library's packages there, for the administration
 // command: messages go to standard error as well.
+#include <dlfcn.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -8,6 +10,7 @@
 
 #include "orv/apie.h"
 #include "orvxml/administration.h"
+#include "orvxml/bind_options.h"
 #include "orvxml/buffer.h"
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
@@ -16,7 +19,6 @@ namespace orvxml {
 namespace {
 
 constexpr char kBindList[] = "bnd/@qrkbind.lst";
-constexpr uint32_t kOptionType = 27;
 constexpr int kBoundWithWarnings = 25;  // SQLCODE
 constexpr int kNoHome = -102;
 
@@ -24,19 +26,32 @@ bool isEmpty(const char* text) {
   return !text || !*text;
 }
 
-// An installation is found by ORVXML_HOME, else around the executable, else where it was meant to
-// be installed.
+// The file that this code was loaded from: the library, which may be part of any process.
+std::filesystem::path ownFile() {
+  Dl_info info{};
+  std::error_code error;
+  std::filesystem::path file;
+  if (dladdr(kBindList, &info) != 0 && info.dli_fname) {
+    file = std::filesystem::canonical(info.dli_fname, error);
+  }
+  // The program itself may go by the name that it was called by.
+  return file.empty() ? std::filesystem::read_symlink("/proc/self/exe", error) : file;
+}
+
+// An installation is found by ORVXML_HOME, else around the library, else where it was meant to be
+// installed.
 std::string installedBindList() {
   namespace fs = std::filesystem;
   const fs::path list = fs::path("orvxml") / kBindList;
   if (const char* home = std::getenv("ORVXML_HOME"); !isEmpty(home)) {
     return (fs::path(home) / "share" / list).string();
   }
-  std::error_code error;
-  const fs::path executable = fs::read_symlink("/proc/self/exe", error);
-  if (!error) {
-    const fs::path beside = executable.parent_path().parent_path() / "share" / list;
-    if (fs::exists(beside, error)) return beside.string();
+  fs::path folder = ownFile().parent_path().parent_path();
+  // There may be one more folder between, for the architecture.
+  for (int i = 0; i < 2 && folder.has_relative_path(); ++i, folder = folder.parent_path()) {
+    std::error_code error;
+    const fs::path above = folder / "share" / list;
+    if (fs::exists(above, error)) return above.string();
   }
   return (fs::path(ORVXML_DATA_DIR) / list).string();
 }
@@ -61,15 +76,9 @@ int failAloud(QrkStruct* ctx, char* msg, Msg message) {
   return failed(Report{ctx, msg}, message);
 }
 
-struct BindOptions {
-  sqlopt_header header{2, 2};
-  sqlopt_entry option[2]{{kOptionType, 0}, {kOptionType, 0}};
-};
-
 sqlca bindList(const char* list) {
-  BindOptions options;
   sqlca area{};
-  sqlabndx(list, nullptr, reinterpret_cast<const sqlopt*>(&options), &area);
+  sqlabndx(list, nullptr, BindOptions().get(), &area);
   return area;
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "orvxml/code_pages.h"
+#include "orvxml/sql_literal.h"
 #include "orvxml/sql_scanner.h"
 
 namespace orvxml {
@@ -45,26 +46,34 @@ std::string belongsTo(const char* row, const side_table& table, const char* root
   return std::string(row) + '.' + rootid + " = " + table.name + '.' + rootid;
 }
 
+// The word of the extraction function of a column; with one value a document it is in upper case
+// where it is the type itself.
+std::string singleWord(QrkStruct* ctx, const char* type) {
+  char upper[sizeof side_column::type];
+  qrk_toupper(ctx, type, upper, sizeof upper);
+  return mapType(upper);
+}
+
 // The insertion of the values of one document into a single-occurrence side table.
 std::string singleInsertText(QrkStruct* ctx, const dad& model, const side_table& table,
                              const char* rootid) {
   std::string list = std::string(" (") + rootid + ',';
   std::string values = std::string(" VALUES (NEWROW.") + rootid;
-  for (side_column* column = table.columns; column; column = column->next) {
+  for (const side_column* column = table.columns; column; column = column->next) {
     list.append(column->name).append(",");
     const std::string arguments = extractionArguments(model.columnName, column->path);
     if (isDecimal(column->type)) {
       values += ", CAST(ORVXML.EXTRACTVARCHAR" + arguments + ") AS " + column->type + ')';
     } else {
-      qrk_toupper(ctx, column->type, column->type, sizeof column->type);
-      values += std::string(", ORVXML.EXTRACT") + mapType(column->type) + arguments + ')';
+      values += ", ORVXML.EXTRACT" + singleWord(ctx, column->type) + arguments + ')';
     }
   }
   list.back() = ')';
   return std::string(" INSERT INTO ") + table.name + list + ' ' + values + "); ";
 }
 
-std::string singleUpdateText(const dad& model, const side_table& table, const char* rootid) {
+std::string singleUpdateText(QrkStruct* ctx, const dad& model, const side_table& table,
+                             const char* rootid) {
   std::string text = std::string(" UPDATE ") + table.name + " SET ";
   for (const side_column* column = table.columns; column; column = column->next) {
     if (column != table.columns) text += ", ";
@@ -74,7 +83,7 @@ std::string singleUpdateText(const dad& model, const side_table& table, const ch
               column->type + ')';
     } else {
       text +=
-          std::string(column->name) + " = orvxml.extract" + mapType(column->type) + arguments + ')';
+          column->name + (" = orvxml.extract" + singleWord(ctx, column->type)) + arguments + ')';
     }
   }
   return text + " WHERE " + belongsTo("newrow", table, rootid) + "; ";
@@ -95,12 +104,6 @@ std::string nameText(std::string_view name) {
   const bool isOrdinary =
       !name.empty() && starts(name.front()) && std::all_of(name.begin(), name.end(), continues);
   return isOrdinary ? std::string(name) : delimitedName(name);
-}
-
-std::string literalText(std::string_view text) {
-  std::string literal = "'";
-  for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
-  return literal + '\'';
 }
 
 bool typeBegins(const char* type, std::string_view word) {
@@ -166,8 +169,8 @@ std::string rootidTriggerText(const dad& model, const char* schema, const char* 
          onNewRows(model) + notNull(model) + atomic(body);
 }
 
-std::string insertTriggerText(QrkStruct* ctx, dad& model, const char* schema, const char* suffix,
-                              const char* rootid) {
+std::string insertTriggerText(QrkStruct* ctx, const dad& model, const char* schema,
+                              const char* suffix, const char* rootid) {
   std::string body;
   for (const side_table* table = model.sideTables; table; table = table->next) {
     const side_column& first = *table->columns;
@@ -202,7 +205,7 @@ std::string updateTriggerText(QrkStruct* ctx, const dad& model, const char* sche
       qrkTriggerUpdateStmt(ctx, body, "", table->name, rootid, first.type, model.columnName,
                            first.path);
     } else {
-      body += singleUpdateText(model, *table, rootid);
+      body += singleUpdateText(ctx, model, *table, rootid);
     }
   }
   return "CREATE TRIGGER " + triggerName(schema, 'U', suffix) + " AFTER UPDATE" + onNewRows(model) +

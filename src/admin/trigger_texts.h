@@ -20,8 +20,6 @@ inline constexpr char kRejectedState[] = "38X14";  // SQLSTATE of an invalid doc
 
 // A folded name as SQL text, delimited unless it is an ordinary identifier.
 std::string nameText(std::string_view name);
-// A string constant.
-std::string literalText(std::string_view text);
 // Whether a type begins with `word`, ignoring case.
 bool typeBegins(const char* type, std::string_view word);
 // The word that names the extraction functions for columns of this type: the type itself when the
@@ -42,9 +40,8 @@ void qrkTriggerUpdateStmt(QrkStruct* ctx, std::string& body, const char* columnL
 std::string sideTableText(const side_table& table, const char* rootid, const char* rootidDef,
                           const char* tableSpace);
 std::string rootidTriggerText(const dad& model, const char* schema, const char* suffix);
-// Folds the types of single-occurrence columns to upper case in the model.
-std::string insertTriggerText(QrkStruct* ctx, dad& model, const char* schema, const char* suffix,
-                              const char* rootid);
+std::string insertTriggerText(QrkStruct* ctx, const dad& model, const char* schema,
+                              const char* suffix, const char* rootid);
 std::string deleteTriggerText(const dad& model, const char* schema, const char* suffix,
                               const char* rootid);
 std::string updateTriggerText(QrkStruct* ctx, const dad& model, const char* schema,

@@ -25,10 +25,6 @@ constexpr char kMissing[] = "(NULL)";
 // name millions.
 constexpr int kMaxSideColumns = 10'000;
 
-struct FreeModel {
-  void operator()(dad* model) const { freedad(nullptr, model); }
-};
-
 struct FreeColumns {
   void operator()(side_column* column) const {
     while (column) delete std::exchange(column, column->next);
@@ -211,7 +207,7 @@ dad* dad_popu(QrkStruct* ctx, const char* tableName, const char* columnName, Qrk
   const int rc = qrkDOM(ctx, dadBuffer->data, useDbEncoding, inMemory, document, sqlstate, msg);
   QRK_TRACE(ctx, "called qrkDOM(). rc:%d", rc);
   if (rc < 0) return nullptr;
-  std::unique_ptr<dad, FreeModel> model(new (std::nothrow) dad{});
+  ModelOwner model(new (std::nothrow) dad{});
   if (!model) {
     fail(report, Msg::QRKG002E);
     return nullptr;

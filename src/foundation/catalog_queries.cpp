@@ -2,6 +2,7 @@
 #include "orvxml/catalog_queries.h"
 
 #include "orvxml/locators.h"
+#include "orvxml/sql_literal.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/foundation/locator_owner.h"
@@ -83,13 +84,6 @@ bool copyName(std::string_view name, char* out, int capacity) {
   std::memcpy(out, name.data(), name.size());
   out[name.size()] = 0;
   return true;
-}
-
-// A string constant of SQL.
-std::string quoted(std::string_view text) {
-  std::string literal = "'";
-  for (char c : text) literal.append(c == '\'' ? 2 : 1, c);
-  return literal + '\'';
 }
 
 // A table of texts that are registered under an id.
@@ -222,8 +216,8 @@ void qrkConvertTypename(QrkStruct* ctx, char* type, int length) {
 int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char* column, int* rc,
                      char* msg) {
   const Report report{ctx, msg, rc};
-  const std::string query = "SELECT COLNAME FROM syscat.columns WHERE tabname = " + quoted(table) +
-                            " AND tabschema = " + (isEmpty(schema) ? "USER" : quoted(schema));
+  const std::string query = "SELECT COLNAME FROM syscat.columns WHERE tabname = " + literalText(table) +
+                            " AND tabschema = " + (isEmpty(schema) ? "USER" : literalText(schema));
   QRK_TRACE(ctx, "tab_stmt:%s", query.c_str());
   Name found;
   const sqlca area = fetchFirst(query.c_str(), {}, found.output());

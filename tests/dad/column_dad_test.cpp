@@ -31,7 +31,7 @@ struct Model {
 
   CallContext call;
   int32_t noXcolumn = 99;
-  std::unique_ptr<dad, FreeModel> model;
+  ModelOwner model;
 };
 
 std::string xcolumn(const std::string& tables, const std::string& before = "") {

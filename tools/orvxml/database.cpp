@@ -2,7 +2,9 @@
 
 #include "orv/apie.h"
 #include "orvxml/administration.h"
+#include "orvxml/bind_options.h"
 #include "orvxml/buffer.h"
+#include "orvxml/sql_literal.h"
 
 namespace orvxml::command {
 
@@ -24,7 +26,7 @@ std::string serverText(const sqlca& area) {
 
 // Halves within halves: the server limits how deep an expression nests.
 std::string clobExpression(const std::string& text) {
-  if (text.size() <= kLiteralBytes) return "CAST(" + sqlLiteral(text) + " AS CLOB(2G))";
+  if (text.size() <= kLiteralBytes) return "CAST(" + literalText(text) + " AS CLOB(2G))";
   size_t half = text.size() / 2;
   while (isContinuation(text[half])) --half;
   return '(' + clobExpression(text.substr(0, half)) + " || " + clobExpression(text.substr(half)) +
@@ -55,16 +57,11 @@ std::unique_ptr<orv::Session> openDatabase(const Settings& settings) {
 }
 
 void bindPackages() {
-  // The option list that every caller of the bind function passes: type 27, twice.
-  struct {
-    sqlopt_header header{2, 2};
-    sqlopt_entry option[2]{{27, 0}, {27, 0}};
-  } options;
   char list[kPathSize];
   if (qrkGetBindDir(nullptr, list) != 0)
     throw Failure("", "the path of the bind files is too long");
   sqlca area{};
-  sqlabndx(list, nullptr, reinterpret_cast<const sqlopt*>(&options), &area);
+  sqlabndx(list, nullptr, BindOptions().get(), &area);
   if (area.sqlcode < 0) throw Failure(list, serverText(area));
 }
 
@@ -82,14 +79,8 @@ bool isEnabled(orv::Session& session, const std::string& where) {
               .rows.empty();
 }
 
-std::string sqlLiteral(const std::string& text) {
-  std::string quoted = "'";
-  for (const char c : text) quoted.append(c == '\'' ? 2 : 1, c);
-  return quoted + '\'';
-}
-
 std::string sqlText(const std::string& text) {
-  return text.size() <= kLiteralBytes ? sqlLiteral(text) : clobExpression(text);
+  return text.size() <= kLiteralBytes ? literalText(text) : clobExpression(text);
 }
 
 }  // namespace orvxml::command

@@ -32,8 +32,6 @@ orv::Result runStatement(orv::Session& session, const std::string& where,
 // Whether the session's database is enabled for documents in columns and for collections.
 bool isEnabled(orv::Session& session, const std::string& where);
 
-// A text as an SQL literal.
-std::string sqlLiteral(const std::string& text);
 // A well-formed text in UTF-8 as an SQL expression: a literal, or literals that make a CLOB
 // together.
 std::string sqlText(const std::string& text);

@@ -5,6 +5,7 @@
 #include "console.h"
 #include "database.h"
 #include "input_file.h"
+#include "orvxml/sql_literal.h"
 #include "procedure_values.h"
 #include "result_writer.h"
 #include "text_encoding.h"
@@ -27,7 +28,7 @@ std::unique_ptr<orv::Session> openEnabled(const Settings& settings, Purpose purp
 // An id as an SQL literal.
 std::string keyOf(const std::string& id) {
   if (id.empty()) throw Failure("", "the DTD needs an id", kWrongUse);
-  return sqlLiteral(plainTextAsUtf8("DTD id", id));
+  return literalText(plainTextAsUtf8("DTD id", id));
 }
 
 // Runs a change as one unit of work: committed when it succeeded, rolled back when it did not.
