@@ -21,6 +21,10 @@ struct Notice {
     kWarning,  // the call goes on and its result may not be what is meant
     kPlace,   // of the failure whose message the call gives; at most one a call is of use: the last
     kOrigin,  // of the decomposed document: the override that composes it again from its rows
+    // What may lie behind a failure of the statement that called: the last one counts. The rule is
+    // "parser" for the message of a parser's error, whole where the call's own is cut or lost, and
+    // "value" for the location path whose values are about to be taken out of a document.
+    kReason,
   };
   Kind kind = kWarning;
   // A literal: the warning's name, like "join-of-equal-depth"; of a place what the failure is
@@ -50,6 +54,9 @@ extern "C" ORVXML_API NoticeListener* qrkListen(NoticeListener* listener);
 
 // The listener of this thread's calls, or null.
 NoticeListener* noticeListener();
+
+// Tells a reason, where there is a listener.
+void tellReason(const char* rule, const std::string& text);
 
 // Listens as long as it lives.
 class Listening {

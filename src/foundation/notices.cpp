@@ -17,4 +17,9 @@ NoticeListener* noticeListener() {
   return listenerOfThread;
 }
 
+void tellReason(const char* rule, const std::string& text) {
+  if (listenerOfThread)
+    listenerOfThread->notice({.kind = Notice::kReason, .rule = rule, .text = text});
+}
+
 }  // namespace orvxml

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "orvxml/code_pages.h"
+#include "orvxml/notices.h"
 #include "orvxml/trace.h"
 #include "src/xmlcolumn/document_handler.h"
 #include "src/xmlcolumn/document_parse.h"
@@ -75,6 +76,11 @@ struct Extraction {
   int maxBytes;
 };
 
+void tellPath(std::u16string_view path) {
+  std::string utf8;
+  if (noticeListener() && toDatabase(nullptr, path, utf8)) tellReason("value", utf8);
+}
+
 bool extract(const Report& report, const Extraction& wanted, QrkExtractResult& values) {
   if (wanted.maxBytes <= 0) {
     fail(report, Msg::QRKG004E);
@@ -85,6 +91,7 @@ bool extract(const Report& report, const Extraction& wanted, QrkExtractResult& v
   if (!isText && !openDocument(report, wanted.document, false, file)) return false;
   std::u16string path;
   if (!convertText(report, wanted.path, path)) return false;
+  tellPath(path);
   qrkExtractHandler handler(report.ctx, wanted.format, path.data());
   if (!acceptPath(report, handler)) return false;
   const bool isRead = isText

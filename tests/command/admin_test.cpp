@@ -56,7 +56,9 @@ TEST_F(CommandAdmin, AnEnabledColumnKeepsItsSideTables) {
             "2,Barbara,2026-11-24,3.00,Ada\r\n");
   const CommandResult invalid = place_.orvxml({"sql", "--file", kMail + "invalid.sql"});
   EXPECT_EQ(invalid.status, 1);
-  EXPECT_NE(invalid.err.find("SQLSTATE=38X14"), invalid.err.npos) << invalid.err;
+  EXPECT_NE(invalid.err.find("SQLSTATE=38X14\nreason: line 1, column 59: element 'mail' is not"),
+            invalid.err.npos)
+      << invalid.err;
   EXPECT_EQ(run({"sql", "--csv", "SELECT COUNT(*) AS N FROM mail_to"}), "N\r\n3\r\n");
 
   const nlohmann::json enabled = status();
@@ -85,7 +87,16 @@ TEST_F(CommandAdmin, FailuresChangeNothing) {
   refuse({"enable-column", "absent", "doc", "--dad", kMail + "mail.dad"}, "QRKA016E");
   refuse({"disable-column", "mail", "id"}, "QRKA018E");
   refuse({"enable-collection", "shelf", "--dad", kLanguages}, "QRKA011E");
-  refuse({"enable-collection", "more", "--dad", place_.write("x.dad", "<DAD/>")}, "QRKQ000E");
+  const std::string dad = place_.write("x.dad", "<DAD/>");
+  refuse({"enable-collection", "more", "--dad", dad}, dad + ": QRKQ000E");
+  place_.write("x.dad", "<DAD>\n");
+  refuse({"enable-column", "mail", "doc", "--dad", dad}, dad + ":2:1: QRKQ047E");
+  const std::string schema = place_.write("s.xsd", "<schema/>");
+  place_.write("x.dad", "<DAD><schemabindings><nonamespacelocation location=\"" + schema +
+                            "\"/></schemabindings><validation>YES</validation><Xcolumn/></DAD>");
+  const CommandResult unusable = place_.orvxml({"enable-column", "mail", "doc", "--dad", dad});
+  EXPECT_EQ(unusable.err.find(schema), 0u) << unusable.err;
+  EXPECT_NE(unusable.err.find("cannot be used: nothing was changed"), unusable.err.npos);
   refuse({"disable-collection", "absent"}, "QRKQ028E");
   refuse({"disable-db"}, "to be disabled before: the column DOC of APP.MAIL");
   refuse({"dtd", "remove", "mail.dtd"}, "SQLSTATE=70010");
@@ -137,37 +148,40 @@ TEST_F(CommandAdmin, WrongInputIsRefusedBeforeTheDatabaseIsTouched) {
   EXPECT_FALSE(std::filesystem::exists(place_.path("new.db")));
 }
 
-TEST_F(CommandAdmin, NamesAtTheirLimits) {
-  run({"create", "--enable"});
-  std::string accented;
-  for (int i = 0; i < 15; ++i) accented += "ü";
-  const std::vector<std::string> fits = {std::string(30, 'c'), accented, "O'Neil \"x\""};
-  for (const std::string& name : fits) run({"enable-collection", name, "--dad", kLanguages});
-  EXPECT_EQ(status()["collections"].size(), fits.size());
-  for (const std::string& name : fits) run({"disable-collection", name});
-  EXPECT_EQ(status()["collections"].size(), 0u);
-  refuse({"enable-collection", std::string(31, 'c'), "--dad", kLanguages}, "QRKQ032E");
-  refuse({"enable-collection", accented + "ü", "--dad", kLanguages}, "QRKQ032E");
-  refuse({"disable-collection", std::string(31, 'c')}, "QRKQ028E");
-
-  const std::string dtd = place_.write("long.dtd", std::string(60000, ' ') + "<!ELEMENT ü ANY>");
-  run({"dtd", "add", std::string(128, 'd'), dtd});
-  refuse({"dtd", "add", std::string(129, 'd'), dtd}, "SQLSTATE=22001");
-  EXPECT_EQ(nlohmann::json::parse(run({"--json", "dtd", "list"})),
-            nlohmann::json({{{"dtd", std::string(128, 'd')}, {"uses", 0}, {"bytes", 60017}}}));
-}
-
-// Disabling a collection deletes by its name alone; the column would go unnoticed.
+// Disabling a collection deletes by its name alone; the column would go unnoticed. A collection is
+// told by the schema as well.
 TEST_F(CommandAdmin, ACollectionNamedLikeAColumnStaysWhileTheColumnIsEnabled) {
-  enableMail();
+  run({"create", "--enable"});
+  run({"sql", "create table s.qrk_collection (no integer, doc orvxml.XMLVarchar)"});
+  const std::string dad = place_.write(
+      "x.dad",
+      "<DAD><Xcollection><table name='no'/></Xcollection><Xcolumn><table name='side'><column "
+      "name='c' type='date' path='/c' multi_occurrence='NO'/></table></Xcolumn></DAD>");
+  run({"enable-column", "s.qrk_collection", "doc", "--dad", dad, "--schema", "s"});
   run({"enable-collection", "DOC", "--dad", kLanguages});
   const nlohmann::json before = status();
+  EXPECT_EQ(before["columns"][0]["sideTables"], nlohmann::json{"side"});
   const CommandResult refused = place_.orvxml({"disable-collection", "DOC"});
   EXPECT_EQ(refused.status, 1);
-  EXPECT_NE(refused.err.find("the column DOC of APP.MAIL is enabled"), refused.err.npos);
+  EXPECT_NE(refused.err.find("the column DOC of S.QRK_COLLECTION is enabled"), refused.err.npos);
   EXPECT_EQ(status(), before);
-  run({"disable-column", "mail", "doc"});
+
+  run({"sql", "create table side (c date, no integer); insert into side values (null, 1)"});
+  refuse({"disable-column", "s.qrk_collection", "doc"}, "QRKA026E");
+  run({"disable-column", "s.qrk_collection", "doc", "--schema", "s"});
+  EXPECT_EQ(run({"sql", "--csv", "select no from side"}), "NO\r\n1\r\n");
   run({"disable-collection", "DOC"});
+}
+
+TEST_F(CommandAdmin, AMappingThatIsDamagedIsToldByTheStatus) {
+  enableMail();
+  run({"sql", "update orvxml.xml_usage set dad = '<x'"});
+  const CommandResult shown = place_.orvxml({"--json", "status"});
+  EXPECT_EQ(shown.status, 0);
+  EXPECT_NE(shown.err.find("the mapping of column DOC of APP.MAIL cannot be read: QRKQ047E"),
+            shown.err.npos)
+      << shown.err;
+  EXPECT_EQ(nlohmann::json::parse(shown.out)["columns"][0]["sideTables"], nullptr);
 }
 
 TEST_F(CommandAdmin, WarningsAndWhatGoesWithTheDatabase) {
@@ -175,8 +189,14 @@ TEST_F(CommandAdmin, WarningsAndWhatGoesWithTheDatabase) {
   const CommandResult again = place_.orvxml({"--quiet", "enable-db"});
   EXPECT_EQ(again.status, 0);
   EXPECT_EQ(again.err, "QRKA070W  The database has already been enabled.\n");
-  run({"dtd", "add", "d", kMail + "mail.dtd"});
-  run({"enable-collection", "shelf", "--dad", kLanguages});
+  const std::string longest(128, 'd');
+  const std::string dtd = place_.write("long.dtd", std::string(60000, ' ') + "<!ELEMENT ü ANY>");
+  run({"dtd", "add", longest, dtd});
+  refuse({"dtd", "add", longest + 'd', dtd}, "SQLSTATE=22001");
+  EXPECT_EQ(nlohmann::json::parse(run({"--json", "dtd", "list"})),
+            nlohmann::json({{{"dtd", longest}, {"uses", 0}, {"bytes", 60017}}}));
+  run({"enable-collection", "O'Neil \"ü\"", "--dad", kLanguages});
+  refuse({"enable-collection", std::string(31, 'c'), "--dad", kLanguages}, "QRKQ032E");
   EXPECT_EQ(place_.orvxml({"disable-db"}).err,
             "QRKA036I  XML Annex has successfully disabled database test.\n"
             "gone: 1 collection\ngone: 1 DTD\n");

@@ -1,5 +1,6 @@
 #include "enable_commands.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -9,10 +10,14 @@
 #include "console.h"
 #include "database.h"
 #include "input_file.h"
+#include "local_context.h"
+#include "notice_log.h"
 #include "orvxml/administration.h"
+#include "orvxml/validation.h"
 #include "procedure_values.h"
 #include "result_writer.h"
 #include "text_encoding.h"
+#include "usage.h"
 
 namespace orvxml::command {
 
@@ -65,20 +70,66 @@ void call(Procedure procedure, Answer& answer, In&... in) {
 
 class MappingArgument {
  public:
-  MappingArgument(const std::string& file, int codePage) : value_(text(file, codePage)) {}
+  MappingArgument(const std::string& file, int codePage)
+      : name_(inputName(file)),
+        text_(documentAsUtf8(name_, readWhole(file))),
+        value_(fitting(toCodePage(name_, text_, codePage))) {}
   clob* get() { return value_.get(); }
   short indicator() const { return 0; }
+  const std::string& name() const { return name_; }
+  const std::string& text() const { return text_; }  // in UTF-8
 
  private:
-  static std::string text(const std::string& file, int codePage) {
-    const std::string name = inputName(file);
-    std::string mapping = toCodePage(name, documentAsUtf8(name, readWhole(file)), codePage);
+  const std::string& fitting(const std::string& mapping) const {
     if (mapping.size() <= kDadParameter) return mapping;
-    throw Failure(name, "the mapping has " + std::to_string(mapping.size()) + " bytes; at most " +
-                            std::to_string(kDadParameter) + " are kept");
+    throw Failure(name_, "the mapping has " + std::to_string(mapping.size()) + " bytes; at most " +
+                             std::to_string(kDadParameter) + " are kept");
   }
+  std::string name_, text_;
   ClobValue value_;
 };
+
+// Whether a message of enabling is about the mapping, and neither about the table nor the database.
+bool isAboutMapping(const std::string& message) {
+  static constexpr std::string_view kOthers[] = {"QRKQ031E", "QRKQ032E", "QRKQ052E"};
+  static constexpr std::string_view kMappings[] = {"QRKA009E", "QRKA010E", "QRKA056E", "QRKA057E",
+                                                   "QRKA058E", "QRKA059E", "QRKA060E", "QRKA061E"};
+  const auto begins = [&](std::string_view name) { return message.starts_with(name); };
+  if (message.starts_with("QRKQ")) return std::ranges::none_of(kOthers, begins);
+  return std::ranges::any_of(kMappings, begins);
+}
+
+// Where a failure stands: in the mapping as far as it is about it, else in the database.
+std::string placeOf(const std::string& message, const Notice* failure, const NamedText& mapping,
+                    const std::string& database) {
+  if (failure && failure->mappingElement) return placeOf(mapping, failure->mappingElement);
+  if (mapping.label.empty() || !isAboutMapping(message)) return database;
+  const std::optional<Position> position = parserPosition(message);
+  return position ? located(mapping.label, *position) : mapping.label;
+}
+
+// A document that every schema refuses for its name alone, unless the schema cannot be used.
+constexpr char kProbe[] = "<orvxml-probe/>";
+
+// Documents are validated against a schema when they come: one that cannot be used would refuse
+// them all.
+void requireUsableSchema(const MappingArgument& mapping) {
+  const ColumnMapping read = readColumnMapping(mapping.text());
+  if (!read.model || !read.model->isSchema || read.model->validation != 1) return;
+  LocalContext context;
+  std::string probe = kProbe;
+  std::u16string location = schemaLocation(*read.model);
+  qrkValidateSchema(context.get(), probe.data(), 1, 1, location.data(), context.sqlState,
+                    context.message);
+  const std::string message = context.message;
+  if (message.find("orvxml-probe") != std::string::npos) return;
+  const std::string schema = utf8Of(location);
+  const std::optional<Position> position = parserPosition(message);
+  throw Failure(position ? located(schema, *position) : schema,
+                message.substr(0, message.find_last_not_of('\n') + 1) +
+                    "\nthe schema of the mapping " + mapping.name() +
+                    " cannot be used: nothing was changed");
+}
 
 bool lacksPackages(const Answer& answer) {
   return answer.code == kNotBound || answer.code == kPackageNotFound ||
@@ -109,9 +160,17 @@ class Administration {
   TextArgument databaseName() const { return text("database name", session_->databaseName()); }
   MappingArgument mapping(const std::string& file) const { return {file, session_->codePage()}; }
   orv::Session& session() { return *session_; }
+  // Makes `schema` the one of names without a schema; empty: it stays the session's own.
+  void setSchema(const std::string& schema) {
+    if (!schema.empty()) runStatement(*session_, settings_.database, "SET SCHEMA " + schema);
+  }
 
-  // `help` is what to say behind the message of a failure.
-  void run(const std::function<void(Answer&)>& procedure, const std::string& help = "") {
+  // `mapping` is the one that the call reads, `help` what to say behind the message of a failure.
+  void run(const std::function<void(Answer&)>& procedure, const MappingArgument* mapping = nullptr,
+           const std::string& help = "") {
+    NoticeLog notices;
+    const Listening listening(notices);
+    const NamedText text = mapping ? NamedText{mapping->name(), mapping->text()} : NamedText{};
     Answer answer = callInTurn(procedure);
     if (lacksPackages(answer)) {
       session_->rollback();
@@ -119,9 +178,13 @@ class Administration {
       answer = callInTurn(procedure);
     }
     const std::string message = fromCodePage(answer.message, session_->codePage());
-    if (answer.failed()) refuse(answer.code, message, helpFor(answer.code, help));
+    if (answer.failed()) {
+      refuse(placeOf(message, notices.failure(), text, settings_.database), answer.code, message,
+             helpFor(answer.code, help));
+    }
     const orv::Outcome outcome = session_->commit();
-    if (outcome.failed()) refuse(outcome.sqlcode, outcome.message, "");
+    if (outcome.failed()) refuse(settings_.database, outcome.sqlcode, outcome.message, "");
+    notices.printWarnings(text);
     if (settings_.json) {
       printJson(true, answer.code, message);
     } else if (answer.code > 0 || !settings_.quiet) {
@@ -141,11 +204,12 @@ class Administration {
     return code == kNoUsageTable ? "\nthe database is not enabled: run orvxml enable-db" : help;
   }
 
-  [[noreturn]] void refuse(int code, std::string message, const std::string& help) {
+  [[noreturn]] void refuse(const std::string& where, int code, std::string message,
+                           const std::string& help) {
     session_->rollback();
     message.erase(message.find_last_not_of('\n') + 1);
     if (settings_.json) printJson(false, code, message);
-    throw Failure(settings_.database, message + kRolledBack + help);
+    throw Failure(where, message + kRolledBack + help);
   }
 
   static void printJson(bool ok, int code, std::string message) {
@@ -172,19 +236,15 @@ struct Kept {
 Kept readKept(orv::Session& session, const std::string& database) {
   Kept kept;
   if (!isEnabled(session, database)) return kept;
-  const orv::Result usage =
-      runStatement(session, database,
-                   "SELECT RTRIM(table_schema) || '.' || RTRIM(table_name), RTRIM(col_name) FROM "
-                   "orvxml.xml_usage WHERE table_name <> 'QRK_COLLECTION' ORDER BY 1, 2");
-  for (const auto& row : usage.rows) {
-    kept.columns.push_back({row[1].value_or(""), row[0].value_or("")});
+  for (const Usage& usage : readUsage(session, database)) {
+    if (usage.isCollection) {
+      ++kept.collections;
+    } else {
+      kept.columns.push_back({usage.name, usage.qualifiedTable()});
+    }
   }
-  const auto count = [&](const char* from) {
-    const std::string query = std::string("SELECT COUNT(*) FROM ") + from;
-    return numberOf(runStatement(session, database, query).rows[0][0]);
-  };
-  kept.collections = count("orvxml.xml_usage WHERE table_name = 'QRK_COLLECTION'");
-  kept.dtds = count("orvxml.dtd_ref");
+  kept.dtds =
+      numberOf(runStatement(session, database, "SELECT COUNT(*) FROM orvxml.dtd_ref").rows[0][0]);
   return kept;
 }
 
@@ -221,7 +281,8 @@ void disableDatabase(const Settings& settings, const EnableOptions&) {
   for (const Kept::Column& column : kept.columns) {
     help += "\nto be disabled before: the column " + column.name + " of " + column.table;
   }
-  administration.run([&](Answer& answer) { call(&qrkDisableDB_STP, answer, database); }, help);
+  administration.run([&](Answer& answer) { call(&qrkDisableDB_STP, answer, database); }, nullptr,
+                     help);
   if (settings.quiet) return;
   if (kept.collections > 0) printMessage("", "gone: " + countText(kept.collections, "collection"));
   if (kept.dtds > 0) printMessage("", "gone: " + countText(kept.dtds, "DTD"));
@@ -236,15 +297,20 @@ void enableColumn(const Settings& settings, const EnableOptions& options) {
   TextArgument tableSpace = administration.text("table space", options.tableSpace);
   TextArgument view = administration.text("view", options.view);
   TextArgument rootId = administration.text("root id", options.rootId);
-  administration.run([&](Answer& answer) {
-    call(&qrkEnableColumn_STP, answer, table, column, mapping, tableSpace, view, rootId);
-  });
+  requireUsableSchema(mapping);
+  administration.setSchema(options.schema);
+  administration.run(
+      [&](Answer& answer) {
+        call(&qrkEnableColumn_STP, answer, table, column, mapping, tableSpace, view, rootId);
+      },
+      &mapping);
 }
 
 void disableColumn(const Settings& settings, const EnableOptions& options) {
   Administration administration(settings);
   TextArgument table = administration.text("table", options.table);
   TextArgument column = administration.text("column", options.name);
+  administration.setSchema(options.schema);
   administration.run([&](Answer& answer) { call(&qrkDisableColumn_STP, answer, table, column); });
 }
 
@@ -255,9 +321,11 @@ void enableCollection(const Settings& settings, const EnableOptions& options) {
   TextArgument collection = administration.text("collection", options.name);
   MappingArgument mapping = administration.mapping(options.dad);
   TextArgument tableSpace = administration.text("table space", options.tableSpace);
-  administration.run([&](Answer& answer) {
-    call(&qrkEnableColl_STP, answer, database, collection, mapping, tableSpace);
-  });
+  administration.run(
+      [&](Answer& answer) {
+        call(&qrkEnableColl_STP, answer, database, collection, mapping, tableSpace);
+      },
+      &mapping);
 }
 
 void disableCollection(const Settings& settings, const EnableOptions& options) {

@@ -10,9 +10,10 @@ namespace orvxml::command {
 
 // Empty texts: not given.
 struct EnableOptions {
-  std::string table;  // as SQL writes it
-  std::string name;   // column or collection
-  std::string dad;    // file with the mapping
+  std::string table;   // as SQL writes it
+  std::string schema;  // default schema of the call, as SQL writes it
+  std::string name;    // column or collection
+  std::string dad;     // file with the mapping
   std::string tableSpace;
   std::string tableSpace2;  // of ORVXML.XML_USAGE
   std::string view;

@@ -12,6 +12,7 @@
 #include "dtd_command.h"
 #include "enable_commands.h"
 #include "extract_command.h"
+#include "load_command.h"
 #include "settings.h"
 #include "shred_command.h"
 #include "sql_command.h"
@@ -31,6 +32,7 @@ struct CommandLine {
   EnableOptions enabling;
   std::string dtdId, dtdFile;
   SqlOptions sql;
+  LoadOptions load;
   ShredOptions shred;
   ComposeOptions compose;
   ExtractOptions extract;
@@ -88,6 +90,10 @@ void addEnabling(CLI::App& app, CommandLine& line) {
     added->add_option("TABLE", options.table, "Table with the documents")->required();
     added->add_option("COLUMN", options.name, "Column with the documents")->required();
   };
+  const auto schema = [&](CLI::App* added) {
+    added->add_option("--schema", options.schema, "Schema of names without one; else APP")
+        ->type_name("NAME");
+  };
   const auto collection = [&](CLI::App* added) {
     added->add_option("NAME", options.name, "Name of the collection")->required();
   };
@@ -107,7 +113,10 @@ void addEnabling(CLI::App& app, CommandLine& line) {
       ->type_name("NAME");
   added->add_option("--root-id", options.rootId, "Primary key that joins them; else QRKROOT_ID")
       ->type_name("COLUMN");
-  columnOf(command("disable-column", "Drop side tables, triggers and view", disableColumn));
+  schema(added);
+  added = command("disable-column", "Drop side tables, triggers and view", disableColumn);
+  columnOf(added);
+  schema(added);
 
   added = command("enable-collection", "Keep a mapping under a name and make its tables",
                   enableCollection);
@@ -149,6 +158,25 @@ void addSql(CLI::App& app, CommandLine& line) {
   values("--set-file", line.sql.textFiles, "Let :NAME stand for the text of a file")
       ->type_name("NAME=FILE");
   sql->callback([&line] { runSql(line.settings, line.sql); });
+}
+
+void addLoad(CLI::App& app, CommandLine& line) {
+  LoadOptions& options = line.load;
+  CLI::App* load = app.add_subcommand(
+      "load", "Put files as documents into a column, each in a row and a unit of work of its own");
+  load->add_option("TABLE", options.table, "Table with the documents")->required();
+  load->add_option("COLUMN", options.column, "Column with the documents")->required();
+  load->add_option("FILE", options.files, "XML documents; - is standard input");
+  const auto values = [load](const char* name, auto& into, const char* text, const char* type) {
+    load->add_option(name, into, text)->type_name(type)->allow_extra_args(false);
+  };
+  values("--set", options.texts, "Give a column a value", "COLUMN=VALUE");
+  values("--take", options.paths, "Give a column the value of a path", "COLUMN=PATH");
+  values("--number", options.number, "Give a column numbers from FIRST on", "COLUMN=FIRST");
+  values("--name-column", options.nameColumn, "Give a column the file's name", "COLUMN");
+  load->add_flag("--keep-going", options.keepGoing, "Go on after a document that was refused");
+  load->add_flag("--all-or-nothing", options.allOrNothing, "One unit of work for all documents");
+  load->callback([&line] { line.status = runLoad(line.settings, line.load); });
 }
 
 void addShred(CLI::App& app, CommandLine& line) {
@@ -233,6 +261,7 @@ int run(int argc, char** argv) {
   addEnabling(app, line);
   addRegistered(app, line);
   addSql(app, line);
+  addLoad(app, line);
   addShred(app, line);
   addCompose(app, line);
   addExtract(app, line);

@@ -45,6 +45,10 @@ void NoticeLog::notice(const Notice& notice) {
     failure_ = notice;
     return;
   }
+  if (notice.kind == Notice::kReason) {
+    reason_ = notice;
+    return;
+  }
   const bool known = std::any_of(warnings_.begin(), warnings_.end(),
                                  [&](const Notice& kept) { return isSame(kept, notice); });
   if (known) return;

@@ -34,12 +34,17 @@ class NoticeLog final : public NoticeListener {
   size_t warnings() const { return warnings_.size() + unkept_; }
   // The place of the failure that the last call gave, and what its message lacks; null for none.
   const Notice* failure() const { return failure_ ? &*failure_ : nullptr; }
-  void forgetFailure() { failure_.reset(); }
+  // What may lie behind the failure of a statement; null for nothing.
+  const Notice* reason() const { return reason_ ? &*reason_ : nullptr; }
+  void forgetFailure() {
+    failure_.reset();
+    reason_.reset();
+  }
 
  private:
   std::vector<Notice> warnings_;
   size_t unkept_ = 0;  // beyond those that anybody would read
-  std::optional<Notice> failure_;
+  std::optional<Notice> failure_, reason_;
 };
 
 // Where a failure stands: in the document when the notice has a place there, else in the mapping,

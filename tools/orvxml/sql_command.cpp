@@ -7,6 +7,8 @@
 #include "console.h"
 #include "database.h"
 #include "input_file.h"
+#include "notice_log.h"
+#include "refusal.h"
 #include "result_writer.h"
 #include "statement_values.h"
 #include "text_encoding.h"
@@ -97,8 +99,9 @@ class Runner {
     int64_t rows = 0;
     bool hasResult = false;
     ProcedureReport procedure(statement.text);
-    const orv::Result result = session_.run(
-        statement.text,
+    NoticeLog notices;
+    const orv::Result result = runListening(
+        notices, statement.text,
         [&](const std::vector<orv::ResultColumn>& columns) {
           hasResult = true;
           procedure.begin(columns);
@@ -111,13 +114,31 @@ class Runner {
           return std::ferror(stdout) == 0;
         });
     if (hasResult) writer_->end();
-    require(result.outcome, statement.where);
+    if (result.outcome.failed()) refuse(statement, result.outcome, notices);
     if (procedure.hasFailed()) throw Failure(statement.where, procedure.text());
     warn(result.outcome, statement.where);
     if (!settings_.quiet && !procedure.isCall()) count(result, hasResult, rows);
   }
 
  private:
+  template <class OnColumns, class OnRow>
+  orv::Result runListening(NoticeLog& notices, const std::string& text, OnColumns&& onColumns,
+                           OnRow&& onRow) {
+    const Listening listening(notices);
+    return session_.run(text, onColumns, onRow);
+  }
+
+  [[noreturn]] void refuse(const Statement& statement, const orv::Outcome& outcome,
+                           const NoticeLog& notices) {
+    session_.rollback();
+    const Refusal refusal = refusalOf(session_, outcome.sqlstate, notices.reason());
+    std::string message =
+        outcome.message.empty() ? "SQLCODE " + std::to_string(outcome.sqlcode) : outcome.message;
+    message.erase(message.find_last_not_of('\n') + 1);
+    if (!refusal.text.empty()) message += '\n' + refusal.text;
+    throw Failure(statement.where, message);
+  }
+
   static void warn(const orv::Outcome& outcome, const std::string& where) {
     if (outcome.sqlcode > 0 && outcome.sqlcode != kNoRow) printMessage(where, outcome.message);
   }

@@ -1,15 +1,16 @@
 #include "status_command.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstdio>
+#include <optional>
 #include <vector>
 
+#include "console.h"
 #include "database.h"
-#include "local_context.h"
-#include "orvxml/extraction.h"
+#include "orvxml/sql_literal.h"
 #include "result_writer.h"
 #include "text_layout.h"
+#include "usage.h"
 
 namespace orvxml::command {
 
@@ -20,7 +21,8 @@ using Names = std::vector<std::string>;
 struct EnabledColumn {
   std::string table, column, dtd, view;
   bool isValidated = false;
-  Names sideTables, triggers;
+  std::optional<Names> sideTables;  // nothing: its mapping cannot be read
+  Names triggers;
 };
 
 struct Collection {
@@ -42,41 +44,18 @@ struct Status {
   std::vector<Dtd> dtds;
 };
 
-// Columns of fixed length are padded.
-std::string trimmed(const orv::ResultValue& value) {
-  std::string text = value.value_or("");
-  text.erase(text.find_last_not_of(' ') + 1);
-  return text;
-}
-
-// Extraction gives attribute values as they stand between quotation marks.
-std::string withoutEntities(std::string text) {
-  static constexpr std::pair<std::string_view, char> kEntities[] = {
-      {"&quot;", '"'}, {"&apos;", '\''}, {"&lt;", '<'}, {"&gt;", '>'}, {"&amp;", '&'}};
-  for (size_t at = text.find('&'); at != std::string::npos; at = text.find('&', at + 1)) {
-    for (const auto& [entity, character] : kEntities) {
-      if (text.compare(at, entity.size(), entity) != 0) continue;
-      text.replace(at, entity.size(), 1, character);
-      break;
-    }
-  }
-  return text;
-}
-
-// The side tables that a column's mapping names.
-Names sideTablesOf(std::string dad) {
-  LocalContext context;
-  char path[] = "//table/@name";
-  QrkExtractResult result{};
-  if (extractAll(context.get(), dad.data(), 1, 1, kExtractText, path, &result, INT_MAX,
-                 context.sqlState, context.message) != 0) {
-    throw Failure("mapping of an enabled column", context.message);
+// The side tables that a column's mapping names; nothing, and a warning, when it cannot be read.
+std::optional<Names> sideTablesOf(const Usage& usage) {
+  const ColumnMapping mapping = readColumnMapping(usage.mapping);
+  if (!mapping.model) {
+    printMessage("", "warning: the mapping of column " + usage.name + " of " +
+                         usage.qualifiedTable() + " cannot be read: " + mapping.message);
+    return std::nullopt;
   }
   Names names;
-  for (char** name = result.values; *name != nullptr; ++name) {
-    names.push_back(withoutEntities(*name));
+  for (const side_table* table = mapping.model->sideTables; table; table = table->next) {
+    names.emplace_back(table->name);
   }
-  qrkFreeArray(context.get(), &result);
   return names;
 }
 
@@ -91,7 +70,7 @@ class StatusReader {
     status.codePage = session_->codePage();
     status.isEnabled = isEnabled(*session_, database_);
     if (!status.isEnabled) return status;
-    readUsage(status);
+    takeUsage(status);
     for (const auto& row : rows("SELECT dtdid, usage_count FROM orvxml.dtd_ref ORDER BY dtdid")) {
       status.dtds.push_back({row[0].value_or(""), row[1].value_or("")});
     }
@@ -103,20 +82,15 @@ class StatusReader {
     return runStatement(*session_, database_, query).rows;
   }
 
-  void readUsage(Status& status) {
-    for (const auto& row :
-         rows("SELECT table_schema, table_name, col_name, dtdid, validation, default_view, "
-              "trigger_suffix, dad FROM orvxml.xml_usage "
-              "ORDER BY table_schema, table_name, col_name")) {
-      const bool isValidated = row[4].value_or("0") != "0";
-      if (trimmed(row[1]) == "QRK_COLLECTION") {
-        status.collections.push_back({trimmed(row[2]), trimmed(row[3]), isValidated});
+  void takeUsage(Status& status) {
+    for (const Usage& usage : readUsage(*session_, database_)) {
+      if (usage.isCollection) {
+        status.collections.push_back({usage.name, usage.dtd, usage.isValidated});
         continue;
       }
-      status.columns.push_back({trimmed(row[0]) + '.' + trimmed(row[1]), trimmed(row[2]),
-                                trimmed(row[3]), trimmed(row[5]), isValidated,
-                                sideTablesOf(row[7].value_or("")),
-                                triggers(trimmed(row[0]), trimmed(row[6]))});
+      status.columns.push_back({usage.qualifiedTable(), usage.name, usage.dtd, usage.view,
+                                usage.isValidated, sideTablesOf(usage),
+                                triggers(usage.schema, usage.suffix)});
     }
   }
 
@@ -124,9 +98,9 @@ class StatusReader {
   Names triggers(const std::string& schema, const std::string& suffix) {
     Names names;
     for (const auto& row :
-         rows("SELECT trigname FROM syscat.triggers WHERE trigschema = " + sqlLiteral(schema) +
-              " AND trigname LIKE " + sqlLiteral('_' + suffix) + " ORDER BY trigname")) {
-      names.push_back(trimmed(row[0]));
+         rows("SELECT trigname FROM syscat.triggers WHERE trigschema = " + literalText(schema) +
+              " AND trigname LIKE " + literalText('_' + suffix) + " ORDER BY trigname")) {
+      names.push_back(row[0].value_or(""));
     }
     return names;
   }
@@ -154,11 +128,12 @@ const char* yesNo(bool yes) {
 // A line for each side table and each trigger; the first has the rest.
 void addLines(const EnabledColumn& column, std::vector<Names>& lines) {
   const auto at = [](const Names& names, size_t i) { return i < names.size() ? names[i] : ""; };
-  lines.push_back({column.table, column.column, at(column.sideTables, 0), at(column.triggers, 0),
+  const Names sideTables = column.sideTables.value_or(Names{"?"});
+  lines.push_back({column.table, column.column, at(sideTables, 0), at(column.triggers, 0),
                    column.view, column.dtd, yesNo(column.isValidated)});
-  const size_t count = std::max(column.sideTables.size(), column.triggers.size());
+  const size_t count = std::max(sideTables.size(), column.triggers.size());
   for (size_t i = 1; i < count; ++i) {
-    lines.push_back({"", "", at(column.sideTables, i), at(column.triggers, i), "", "", ""});
+    lines.push_back({"", "", at(sideTables, i), at(column.triggers, i), "", "", ""});
   }
 }
 
@@ -204,7 +179,8 @@ std::string jsonBool(bool value) {
 
 std::string json(const EnabledColumn& column) {
   return "{\"table\": " + jsonString(column.table) + ", \"column\": " + jsonString(column.column) +
-         ", \"sideTables\": " + jsonArray(column.sideTables, jsonString) +
+         ", \"sideTables\": " +
+         (column.sideTables ? jsonArray(*column.sideTables, jsonString) : "null") +
          ", \"triggers\": " + jsonArray(column.triggers, jsonString) +
          ", \"view\": " + nameOrNull(column.view) + ", \"dtd\": " + nameOrNull(column.dtd) +
          ", \"validated\": " + jsonBool(column.isValidated) + '}';

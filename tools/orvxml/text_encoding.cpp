@@ -92,16 +92,6 @@ DetectedEncoding detectEncoding(std::string_view text) {
   return {declared};
 }
 
-std::string utf8Of(std::u16string_view text) {
-  std::string result(text.size() * 3, '\0');
-  int32_t length = 0;
-  UErrorCode status = U_ZERO_ERROR;
-  u_strToUTF8(result.data(), static_cast<int32_t>(result.size()), &length, text.data(),
-              static_cast<int32_t>(text.size()), &status);
-  result.resize(U_FAILURE(status) ? 0 : static_cast<size_t>(length));
-  return result;
-}
-
 std::string decode(const std::string& name, const std::string& encoding, std::string_view bytes) {
   UErrorCode status = U_ZERO_ERROR;
   const Converter converter(ucnv_open(encoding.c_str(), &status));
@@ -218,6 +208,16 @@ std::string toCodePage(const std::string& name, const std::string& utf8, int cod
                       " is not in the database's code page " + std::to_string(codePage));
   }
   result.resize(static_cast<size_t>(target - result.data()));
+  return result;
+}
+
+std::string utf8Of(std::u16string_view text) {
+  std::string result(text.size() * 3, '\0');
+  int32_t length = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  u_strToUTF8(result.data(), static_cast<int32_t>(result.size()), &length, text.data(),
+              static_cast<int32_t>(text.size()), &status);
+  result.resize(U_FAILURE(status) ? 0 : static_cast<size_t>(length));
   return result;
 }
 

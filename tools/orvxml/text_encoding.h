@@ -38,6 +38,8 @@ std::string inDeclaredEncoding(const std::string& name, const std::string& utf8)
 
 // Well-formed UTF-8 as UTF-16.
 std::u16string utf16Of(std::string_view utf8);
+// Well-formed UTF-16 as UTF-8.
+std::string utf8Of(std::u16string_view text);
 
 // The server's text as UTF-8; what cannot be converted is replaced.
 std::string fromCodePage(std::string text, int codePage);

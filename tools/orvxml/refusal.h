@@ -1,0 +1,24 @@
+// Why the server refused a document in a column, as far as its message does not say: what the
+// validation found, or which value of which side table could not be taken.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "mapping.h"
+#include "orv/session.h"
+#include "orvxml/notices.h"
+
+namespace orvxml::command {
+
+struct Refusal {
+  std::string text;                  // a line behind the message; empty: nothing is known
+  std::optional<Position> position;  // in the document
+};
+
+// Of a statement that failed with `sqlState`, while `reason` was the last that the library told;
+// null for nothing. Reads what is enabled; the statement's unit of work has been rolled back.
+Refusal refusalOf(orv::Session& session, std::string_view sqlState, const Notice* reason);
+
+}  // namespace orvxml::command
