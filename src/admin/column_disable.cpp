@@ -2,7 +2,9 @@
 // fires for the work of another step, and the column leaves ORVXML.XML_USAGE.
 #include <string_view>
 
+#include "orvxml/code_pages.h"
 #include "orvxml/locators.h"
+#include "orvxml/notices.h"
 #include "orvxml/sql_literal.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
@@ -68,6 +70,7 @@ class DisableColumn {
   int findRootId(std::string& rootid);
   int requireOwn(const side_table& sideTable, const std::string& rootid);
   int countRootIds(int32_t& count);
+  void tellResetValues() const;
   int fail(Msg message) { return orvxml::fail(call_, message); }
   int failStatement(const sqlca& area, Msg message, const char* argument = "") {
     return failDb(call_.report(), area, message, argument);
@@ -89,6 +92,7 @@ class DisableColumn {
   std::string dtdid_;
   std::string suffix_;
   ModelOwner model_;
+  int32_t resetRootIds_ = 0;
   bool generatesRootIds_ = false;
 };
 
@@ -188,6 +192,7 @@ int DisableColumn::resetRootIds() {
   int32_t count = 0;
   if (int code = countRootIds(count)) return code;
   if (count == 0) return 0;
+  resetRootIds_ = count;
   QRK_TRACE(ctx_, "Before reset QRKROOT_ID count of QRKROOT_ID=%d", count);
   const sqlca area = define("UPDATE " + qualifiedTable() + " SET QRKROOT_ID=NULL");
   return area.sqlcode >= 0 ? 0 : failStatement(area, Msg::QRKA031E);
@@ -203,7 +208,22 @@ int DisableColumn::dropRootIdTrigger() {
   const sqlca area = fetchRow(query, {textInput(trigger.c_str())}, {integerVariable(&count)});
   if (area.sqlcode < 0) return failStatement(area, Msg::QRKA027E);
   generatesRootIds_ = count > 0;
-  return generatesRootIds_ ? dropTrigger('H', Msg::QRKA027E) : 0;
+  if (generatesRootIds_) return dropTrigger('H', Msg::QRKA027E);
+  if (resetRootIds_ > 0) tellResetValues();
+  return 0;
+}
+
+// The column goes by its name: its values may be the table's own.
+void DisableColumn::tellResetValues() const {
+  if (NoticeListener* const listener = noticeListener()) {
+    std::u16string wide;
+    std::string name;
+    if (!toUtf16(ctx_, qualifiedTable(), wide) || !toDatabase(nullptr, wide, name)) name.clear();
+    listener->notice({.rule = "values-of-qrkroot-id",
+                      .text = "QRKROOT_ID of " + name +
+                              " is emptied; rows with a value that this " +
+                              "column had not put there: " + std::to_string(resetRootIds_)});
+  }
 }
 
 // The column by which the side tables belong to the rows: the one that a trigger fills, else the

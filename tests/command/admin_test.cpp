@@ -152,12 +152,15 @@ TEST_F(CommandAdmin, WrongInputIsRefusedBeforeTheDatabaseIsTouched) {
 // told by the schema as well.
 TEST_F(CommandAdmin, ACollectionNamedLikeAColumnStaysWhileTheColumnIsEnabled) {
   run({"create", "--enable"});
-  run({"sql", "create table s.qrk_collection (no integer, doc orvxml.XMLVarchar)"});
+  run({"sql",
+       "create table s.qrk_collection (no integer not null primary key, doc orvxml.XMLVarchar, "
+       "qrkroot_id integer); insert into s.qrk_collection values (1, null, 7)"});
   const std::string dad = place_.write(
       "x.dad",
       "<DAD><Xcollection><table name='no'/></Xcollection><Xcolumn><table name='side'><column "
       "name='c' type='date' path='/c' multi_occurrence='NO'/></table></Xcolumn></DAD>");
-  run({"enable-column", "s.qrk_collection", "doc", "--dad", dad, "--schema", "s"});
+  run({"enable-column", "s.qrk_collection", "doc", "--dad", dad, "--schema", "s", "--root-id",
+       "no"});
   run({"enable-collection", "DOC", "--dad", kLanguages});
   const nlohmann::json before = status();
   EXPECT_EQ(before["columns"][0]["sideTables"], nlohmann::json{"side"});
@@ -166,10 +169,14 @@ TEST_F(CommandAdmin, ACollectionNamedLikeAColumnStaysWhileTheColumnIsEnabled) {
   EXPECT_NE(refused.err.find("the column DOC of S.QRK_COLLECTION is enabled"), refused.err.npos);
   EXPECT_EQ(status(), before);
 
-  run({"sql", "create table side (c date, no integer); insert into side values (null, 1)"});
+  run({"sql", "create table side (c date, n integer); insert into side values (null, 1)"});
   refuse({"disable-column", "s.qrk_collection", "doc"}, "QRKA026E");
-  run({"disable-column", "s.qrk_collection", "doc", "--schema", "s"});
-  EXPECT_EQ(run({"sql", "--csv", "select no from side"}), "NO\r\n1\r\n");
+  EXPECT_EQ(
+      place_.orvxml({"--quiet", "disable-column", "s.qrk_collection", "doc", "--schema", "s"}).err,
+      place_.path("test.db") +
+          ": warning: QRKROOT_ID of S.QRK_COLLECTION is emptied; rows with a "
+          "value that this column had not put there: 1 [values-of-qrkroot-id]\n");
+  EXPECT_EQ(run({"sql", "--csv", "select n from side"}), "N\r\n1\r\n");
   run({"disable-collection", "DOC"});
 }
 
@@ -182,6 +189,8 @@ TEST_F(CommandAdmin, AMappingThatIsDamagedIsToldByTheStatus) {
             shown.err.npos)
       << shown.err;
   EXPECT_EQ(nlohmann::json::parse(shown.out)["columns"][0]["sideTables"], nullptr);
+  refuse({"disable-column", "mail", "doc"}, "QRKA024E");
+  refuse({"disable-column", "mail", "doc"}, "\nreason: its mapping: QRKQ047E  Parser error");
 }
 
 TEST_F(CommandAdmin, WarningsAndWhatGoesWithTheDatabase) {

@@ -79,13 +79,13 @@ TEST_F(FailingColumns, EveryFailureOfDisablingHasItsMessage) {
   db_.commit();
   EXPECT_EQ(
       messages(disabled(), [&] { return db_.disableColumn(); }),
-      (Messages{{"execute", "QRKG001E QRKA024E QRKC004E QRKA026E QRKA026E QRKA026E "},
+      (Messages{{"execute", "QRKG001E QRKA024E QRKC004E QRKA024E QRKA024E QRKA024E "},
                 {"executeImmediate",
                  "QRKA025E QRKA028E QRKA029E QRKA030E QRKA051E QRKA052E QRKA031E QRKA027E QRKA026E "
                  "QRKA026E QRKA026E "},
                 {"Statement.prepare",
-                 "QRKA024E QRKA024E QRKA031E QRKA027E QRKA026E QRKA026E QRKA026E QRKA026E QRKA026E "
-                 "QRKA026E QRKA026E QRKA032E QRKA033E "},
+                 "QRKA024E QRKA024E QRKA031E QRKA027E QRKA026E QRKA026E QRKA026E QRKA032E "
+                 "QRKA033E "},
                 {"Statement.execute", "QRKA032E QRKA033E "}}));
 }
 

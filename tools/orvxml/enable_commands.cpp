@@ -180,11 +180,11 @@ class Administration {
     const std::string message = fromCodePage(answer.message, session_->codePage());
     if (answer.failed()) {
       refuse(placeOf(message, notices.failure(), text, settings_.database), answer.code, message,
-             helpFor(answer.code, help));
+             helpFor(answer.code, message, notices.reason()) + help);
     }
     const orv::Outcome outcome = session_->commit();
     if (outcome.failed()) refuse(settings_.database, outcome.sqlcode, outcome.message, "");
-    notices.printWarnings(text);
+    notices.printWarnings(mapping ? text : NamedText{settings_.database, ""});
     if (settings_.json) {
       printJson(true, answer.code, message);
     } else if (answer.code > 0 || !settings_.quiet) {
@@ -200,8 +200,15 @@ class Administration {
     return answer;
   }
 
-  static std::string helpFor(int code, const std::string& help) {
-    return code == kNoUsageTable ? "\nthe database is not enabled: run orvxml enable-db" : help;
+  static std::string helpFor(int code, const std::string& message, const Notice* reason) {
+    const auto tells = [&](const char* text) { return message.find(text) != std::string::npos; };
+    if (code == kNoUsageTable) return "\nthe database is not enabled: run orvxml enable-db";
+    if (tells("QRKA048E") && tells("ORV0117E")) {
+      return "\na side table with a row for each value takes one column";
+    }
+    // What cannot be read when a column is disabled is the mapping that was kept.
+    if (tells("QRKA024E") && reason) return "\nreason: its mapping: " + reason->text;
+    return "";
   }
 
   [[noreturn]] void refuse(const std::string& where, int code, std::string message,
