@@ -121,10 +121,6 @@ TEST(ColumnFailuresTest, Enabling) {
        {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
       {"a type without extraction", {.dad = oneColumn("bigint")}, {Msg::QRKA048E, "", true}},
       {"two columns with a row each value", {.dad = tooManyColumns}, {Msg::QRKA048E, "", true}},
-      {"two side tables of a name",
-       {.dad = columnDad(sideTable("side", sideColumn("c", "date", "/a")) +
-                         sideTable("SIDE", sideColumn("c", "date", "/a")))},
-       {Msg::QRKA046E, "QRKA046E  Unable to create the side table SIDE.", true}},
       {"a side table that is there",
        {.dad = sideTableOf("letters", "c")},
        {Msg::QRKA046E, "QRKA046E  Unable to create the side table letters.", true}},
@@ -137,25 +133,6 @@ TEST(ColumnFailuresTest, Enabling) {
       {"a side table that is none",
        {.dad = sideTableOf("a.b.c", "c")},
        {Msg::QRKA046E, "QRKA046E  Unable to create the side table a.b.c.", true}},
-      {"a side table beyond the server's limit",
-       {.dad = sideTableOf(long129, "c")},
-       {Msg::QRKA046E, "QRKA046E  Unable to create the side table " + long129 + ".", true}},
-      {"a side column beyond the server's limit",
-       {.dad = sideTableOf("side", long129)},
-       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
-      {"two columns of a name",
-       {.dad = columnDad(
-            sideTable("side", sideColumn("c", "date", "/a") + sideColumn("C", "date", "/a")))},
-       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
-      {"a column like the generated root id",
-       {.dad = sideTableOf("side", "qrkroot_id")},
-       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
-      {"a column like the given root id",
-       {.dad = sideTableOf("side", "no"), .rootid = "no"},
-       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
-      {"a column like the number of a value",
-       {.dad = sideTableOf("side", "qrk_seqno", "YES")},
-       {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
       {"no such table space",
        {.dad = plain, .tableSpace = "nowhere"},
        {Msg::QRKA046E, "QRKA046E  Unable to create the side table side.", true}},
@@ -203,23 +180,10 @@ TEST(ColumnFailuresTest, Enabling) {
 // them.
 TEST(ColumnFailuresTest, MappingsThatCannotBeRead) {
   ColumnDatabase db;
-  const auto inColumn = [](const std::string& attributes) {
-    return columnDad("<table name='t'><column " + attributes + "/></table>");
-  };
-  const std::string bindings =
-      "<schemabindings><nonamespacelocation location='s'/></schemabindings>";
   const std::pair<std::string, std::string> cases[] = {
       {columnDad("", "<validation>maybe</validation>"),
        "QRKA056E  The validation value maybe in the DAD file is invalid."},
       {columnDad("<table/>"), "QRKA057E  A side table name (NULL) in DAD is invalid."},
-      {inColumn(""), "QRKA058E  A column name (NULL) in the DAD file is invalid."},
-      {inColumn("name='c'"), "QRKA059E  The type (NULL) of column c in the DAD file is invalid."},
-      {inColumn("name='c' type='date'"),
-       "QRKA060E  The path attribute (NULL) of c in the DAD file is invalid."},
-      {inColumn("name='c' type='date' path='/a'"),
-       "QRKA061E  The multi_occurrence attribute (NULL) of c in the DAD file is invalid."},
-      {columnDad("", bindings + "<dtdid>d</dtdid>"),
-       qrkMsgTable[static_cast<size_t>(Msg::QRKQ057E)]},
       {columnDad("", "<schemabindings/>"), qrkMsgTable[static_cast<size_t>(Msg::QRKQ058E)]},
   };
   for (const auto& [dad, message] : cases) {
@@ -294,33 +258,6 @@ std::vector<std::string> nextSuffixes(size_t count) {
   return suffixes;
 }
 
-TEST(ColumnFailuresTest, TriggersOfOthersWithTheSameNames) {
-  const std::string side = sideTable("side", sideColumn("c", "date", "/a"));
-  const std::string byDtd = columnDad(side, "<dtdid>d</dtdid><validation>YES</validation>");
-  const std::string bySchema =
-      columnDad(side,
-                "<schemabindings><nonamespacelocation location='s'/></schemabindings>"
-                "<validation>YES</validation>");
-  ColumnDatabase db;
-  db.addDtd("d", "<!ELEMENT a ANY>");
-  db.commit();
-  const Catalog before = db.catalog();
-  const std::tuple<char, std::string, Msg> cases[] = {
-      {'H', byDtd, Msg::QRKA047E},    {'J', byDtd, Msg::QRKA048E},    {'D', byDtd, Msg::QRKA049E},
-      {'U', byDtd, Msg::QRKA050E},    {'V', byDtd, Msg::QRKA053E},    {'W', byDtd, Msg::QRKA054E},
-      {'V', bySchema, Msg::QRKA053E}, {'W', bySchema, Msg::QRKA053E},
-  };
-  for (const auto& [letter, dad, message] : cases) {
-    SCOPED_TRACE(letter);
-    db.run("create trigger " + (letter + nextSuffixes(1).front()) +
-           " after delete on letters referencing old as o for each row mode orvsql begin atomic"
-           " delete from letters where no = o.no; end");
-    expectOutcome(db.enableColumn({.dad = dad}), {message, "", true});
-    db.rollback();
-    EXPECT_EQ(db.catalog(), before);
-  }
-}
-
 // A suffix that another column has is drawn anew, 26 times at most.
 TEST(ColumnFailuresTest, SuffixesOfOtherColumns) {
   const std::string plain = oneColumn("date");
@@ -338,19 +275,6 @@ TEST(ColumnFailuresTest, SuffixesOfOtherColumns) {
               (Rows{{suffixes[std::min<size_t>(taken, 25)] + ' '}}));
     db.rollback();
   }
-}
-
-TEST(ColumnFailuresTest, EnablingAndDisablingTwice) {
-  ColumnDatabase db;
-  EXPECT_EQ(db.enableColumn({.dad = oneColumn("date")}), enabled());
-  db.commit();
-  expectOutcome(
-      db.enableColumn({.dad = columnDad(sideTable("more", sideColumn("c", "date", "/a")))}),
-      {Msg::QRKA011E, "", true});
-  db.rollback();
-  EXPECT_EQ(db.disableColumn(), disabled());
-  db.commit();
-  expectOutcome(db.disableColumn(), {Msg::QRKA018E, ""});
 }
 
 TEST(ColumnFailuresTest, DatabasesThatAreNotReady) {

@@ -339,36 +339,5 @@ TEST(ColumnTest, DocumentsThatComeAndGoByUpdates) {
   EXPECT_EQ(sideRows(db, "no"), SideRows{});
 }
 
-// Names in every spelling that the server takes, in the code page of the database.
-TEST(ColumnTest, NamesThatNeedQuotes) {
-  for (const int codePage : {1208, 819}) {
-    SCOPED_TRACE(codePage);
-    ColumnDatabase db(codePage);
-    db.run(
-        "create table \"mü letters\" (no integer not null primary key, \"order\" "
-        "orvxml.XMLVarchar, \"FROM\" integer)");
-    const std::string tables =
-        sideTable("&quot;ä side&quot;",
-                  sideColumn("&quot;the sender&quot;", "varchar(20)", "/letter/from") +
-                      sideColumn("n", "varchar(20)", "/letter[@date=&quot;it's&quot;]/from")) +
-        sideTable("receiver", sideColumn("&quot;SELECT&quot;", "varchar(20)", "/letter/tö", "YES"));
-    EXPECT_EQ(db.enableColumn({.dad = columnDad(tables),
-                               .view = "\"a view\"",
-                               .table = "\"mü letters\"",
-                               .column = "\"order\"",
-                               .form = ColumnForm::Call}),
-              enabled("\"order\""));
-    // A path that selects nothing is worth a warning.
-    db.run(
-        "insert into \"mü letters\" (no, \"order\") values (1, orvxml.XMLVarchar('<letter>"
-        "<from>Ada</from><tö>Émile</tö></letter>'))",
-        462);
-    EXPECT_EQ(db.rows("select no, \"the sender\", n, \"SELECT\" from \"a view\""),
-              (Rows{{"1", "Ada", "NULL", "Émile"}}));
-    EXPECT_EQ(db.disableColumn(ColumnForm::Call, "\"order\"", "\"mü letters\""),
-              disabled("\"order\""));
-  }
-}
-
 }  // namespace
 }  // namespace orvxml::test

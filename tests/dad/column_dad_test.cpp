@@ -10,10 +10,6 @@ namespace {
 
 using namespace unittest;
 
-struct FreeModel {
-  void operator()(dad* model) const { freedad(nullptr, model); }
-};
-
 // One model, built from a text in memory or from a file.
 struct Model {
   explicit Model(std::string text, const std::string& table = "letters", const char* column = "DOC",
