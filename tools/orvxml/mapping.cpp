@@ -2,6 +2,7 @@
 
 #include "database.h"
 #include "input_file.h"
+#include "orvxml/sql_literal.h"
 #include "settings.h"
 #include "text_encoding.h"
 
@@ -22,8 +23,9 @@ Mapping readMapping(const std::string& dad, const std::string& collection) {
 std::string textOf(orv::Session& session, const Mapping& mapping) {
   if (!mapping.isCollection) return mapping.dad;
   const orv::Result result = session.run(
-      "SELECT DAD FROM ORVXML.XML_USAGE WHERE TABLE_NAME = 'QRK_COLLECTION' AND COL_NAME = " +
-      sqlLiteral(mapping.name));
+      "SELECT DAD FROM ORVXML.XML_USAGE WHERE TABLE_SCHEMA = 'QRK_COLL' AND TABLE_NAME = "
+      "'QRK_COLLECTION' AND COL_NAME = " +
+      literalText(mapping.name));
   return result.rows.empty() ? "" : result.rows[0][0].value_or("");
 }
 
