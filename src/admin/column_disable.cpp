@@ -215,15 +215,17 @@ int DisableColumn::dropRootIdTrigger() {
 
 // The column goes by its name: its values may be the table's own.
 void DisableColumn::tellResetValues() const {
-  if (NoticeListener* const listener = noticeListener()) {
-    std::u16string wide;
-    std::string name;
-    if (!toUtf16(ctx_, qualifiedTable(), wide) || !toDatabase(nullptr, wide, name)) name.clear();
-    listener->notice({.rule = "values-of-qrkroot-id",
-                      .text = "QRKROOT_ID of " + name +
-                              " is emptied; rows with a value that this " +
-                              "column had not put there: " + std::to_string(resetRootIds_)});
-  }
+  NoticeListener* const listener = noticeListener();
+  if (!listener) return;
+  std::u16string wide;
+  std::string name;
+  if (!toUtf16(ctx_, qualifiedTable(), wide) || !toDatabase(nullptr, wide, name)) name.clear();
+  Notice notice;
+  notice.rule = "values-of-qrkroot-id";
+  notice.text = "QRKROOT_ID of " + name +
+                " is emptied; rows with a value that this column had not " +
+                "put there: " + std::to_string(resetRootIds_);
+  listener->notice(notice);
 }
 
 // The column by which the side tables belong to the rows: the one that a trigger fills, else the

@@ -18,8 +18,12 @@ NoticeListener* noticeListener() {
 }
 
 void tellReason(const char* rule, const std::string& text) {
-  if (listenerOfThread)
-    listenerOfThread->notice({.kind = Notice::kReason, .rule = rule, .text = text});
+  if (!listenerOfThread) return;
+  Notice notice;
+  notice.kind = Notice::kReason;
+  notice.rule = rule;
+  notice.text = text;
+  listenerOfThread->notice(notice);
 }
 
 }  // namespace orvxml
