@@ -127,10 +127,10 @@ std::string readFile(FunctionCall& call, const char* name, size_t limit, Msg too
   struct stat status;
   if (::stat(name, &status) != 0) call.fail(Msg::QRKC001E);
   requirePlainFile(call, name);
-  Descriptor file(::open(name, O_RDONLY | O_CLOEXEC));
-  if (!file.isOpen()) call.fail(Msg::QRKC000E);
   const auto size = static_cast<size_t>(status.st_size);
   if (size > limit) call.fail(tooLarge);
+  const Descriptor file(::open(name, O_RDONLY | O_CLOEXEC));
+  if (!file.isOpen()) call.fail(Msg::QRKC000E);
   std::string content(size, '\0');
   size_t taken = 0;
   while (taken < size) {

@@ -134,7 +134,7 @@ class FunctionCall {
 };
 
 template <class Body>
-void guarded(FunctionCall& call, Body body) noexcept {
+void runBody(FunctionCall& call, Body body) noexcept {
   try {
     body();
   } catch (...) {
@@ -149,7 +149,7 @@ void scalarFunction(const Tail& tail, int16_t* resultIndicator, Body body) noexc
   FunctionCall call(tail);
   if (call.type() == orv::kUdfFinalCall) return call.endUse();
   *resultIndicator = -1;
-  guarded(call, [&] { *resultIndicator = body(call) ? int16_t{0} : int16_t{-1}; });
+  runBody(call, [&] { *resultIndicator = body(call) ? int16_t{0} : int16_t{-1}; });
 }
 
 // `open(call)` fills the rows of the use, `fetch(call, text)` hands one out as scalarFunction's
@@ -157,7 +157,7 @@ void scalarFunction(const Tail& tail, int16_t* resultIndicator, Body body) noexc
 template <class Open, class Fetch>
 void tableFunction(const Tail& tail, int16_t* columnIndicator, Open open, Fetch fetch) noexcept {
   FunctionCall call(tail);
-  guarded(call, [&] {
+  runBody(call, [&] {
     switch (call.type()) {
       case orv::kUdfTableOpen:
         return open(call);

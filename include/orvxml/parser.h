@@ -145,7 +145,8 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
 // never a success.
 int parseCode(QrkStruct* ctx, int rc, const char* sqlstate);
 
-// Converts a parser string into the database code page (room 4 * length + 4 bytes); returns `out`.
+// For callers of the interface; messages here are converted where they are reported. Converts a
+// parser string into the database code page (room 4 * length + 4 bytes); returns `out`.
 char* qrkConvXMLCh(QrkStruct* ctx, const XMLCh* text, char* out);
 
 // Limits on documents from outside.

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <bitset>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +27,7 @@
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/util/RefVectorOf.hpp>
 #include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/validators/schema/SchemaValidator.hpp>
 
 #include "orvxml/context.h"
 #include "orvxml/parser.h"
@@ -289,6 +291,10 @@ class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl>
   void setDocumentSize(uint64_t bytes) { expectDocument(bytes); }
   // After a parse that completed: whether the parser is as good as new for another document.
   bool isReusable() const { return guard->isClean() && !metDoctype_; }
+
+  // Validates by schemas with the validator that `make` makes, which the parser then owns.
+  void replaceSchemaValidator(
+      const std::function<xercesc::SchemaValidator*(xercesc::MemoryManager*)>& make);
 
   void setContentHandler(xercesc::ContentHandler* handler) override;
   void setEntityResolver(xercesc::EntityResolver* resolver) override;

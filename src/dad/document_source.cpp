@@ -38,12 +38,12 @@ void openText(const char* text, DocumentSource& source) {
   source.input = std::move(input);
 }
 
+}  // namespace
+
 bool outOfMemory(const Report& report) {
   fail(report, Msg::QRKG002E);
   return false;
 }
-
-}  // namespace
 
 bool openDocument(const Report& report, const char* document, bool isText, DocumentSource& source) {
   if (!document) {

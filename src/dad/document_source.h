@@ -20,6 +20,9 @@ struct DocumentSource {
 // QRKG004E for null, QRKG002E out of memory.
 bool openDocument(const Report& report, const char* document, bool isText, DocumentSource& source);
 
+// Reports QRKG002E; false.
+bool outOfMemory(const Report& report);
+
 // Has the document read in the encoding of the database code page, if there are code pages and
 // `inDbEncoding` wants it, else in the one that it declares. 0 or the code of databaseEncoding.
 int chooseEncoding(const Report& report, bool inDbEncoding, DocumentSource& source);

@@ -39,7 +39,7 @@ struct Parse {
   qrkNonValidateDOM parser;
 };
 
-int parse(const Report& report, Parse& parse, const DocumentSource& source, DOM_Document& result) {
+int run(const Report& report, Parse& parse, const DocumentSource& source, DOM_Document& result) {
   try {
     parse.parser.parseDocument(*source.input, source.bytes);
     result = DOM_Document(parse.parser.takeDocument());
@@ -95,8 +95,8 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
   std::optional<Parse> state;
   try {
     state.emplace(ctx);
-    if (int rc = chooseEncoding(report, useDbEncoding != 0, source)) return rc;
-    if (useDbEncoding && ctx && ctx->codePages) QRK_TRACE(ctx, "overriding encoding");
+    if (int rc = chooseEncoding(report, useDbEncoding == 1, source)) return rc;
+    if (useDbEncoding == 1 && ctx && ctx->codePages) QRK_TRACE(ctx, "overriding encoding");
   } catch (const std::exception&) {
     return failed(report, Msg::QRKG002E);
   } catch (const xercesc::OutOfMemoryException&) {
@@ -105,7 +105,7 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
     reportParserException(report);
     return -1;
   }
-  return parse(report, *state, source, result);
+  return run(report, *state, source, result);
 }
 
 int parseCode(QrkStruct* ctx, int rc, const char* sqlstate) {

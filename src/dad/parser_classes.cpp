@@ -1,8 +1,11 @@
 // The three parser subclasses: each is closed to the outside, tells the entity resolver about the
 // DOCTYPE, and reports what it meets to the guard.
+#include <utility>
+
 #include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/framework/XMLNotationDecl.hpp>
 #include <xercesc/framework/XMLValidityCodes.hpp>
+#include <xercesc/internal/IGXMLScanner.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/DTD/DTDAttDef.hpp>
 #include <xercesc/validators/DTD/DTDEntityDecl.hpp>
@@ -25,6 +28,19 @@ struct ScannerAccess {
 };
 xercesc::XMLScanner& scannerOf(xercesc::SAX2XMLReaderImpl& reader);
 template struct ScannerAccess<&xercesc::SAX2XMLReaderImpl::fScanner>;
+
+// Nor does the scanner take a validator beside the one for DTDs.
+template <xercesc::SchemaValidator* xercesc::IGXMLScanner::*validator,
+          void (xercesc::XMLScanner::*initialise)(xercesc::XMLValidator*)>
+struct ValidatorAccess {
+  friend void install(xercesc::IGXMLScanner& scanner, xercesc::SchemaValidator* made) {
+    delete std::exchange(scanner.*validator, made);
+    (scanner.*initialise)(made);
+  }
+};
+void install(xercesc::IGXMLScanner& scanner, xercesc::SchemaValidator* made);
+template struct ValidatorAccess<&xercesc::IGXMLScanner::fSchemaValidator,
+                                &xercesc::XMLScanner::initValidator>;
 
 }  // namespace
 
@@ -264,6 +280,11 @@ qrkSAX2XMLReaderImpl::qrkSAX2XMLReaderImpl(QrkStruct* context) {
 
 xercesc::XMLScanner& qrkSAX2XMLReaderImpl::scanner() {
   return scannerOf(*this);
+}
+
+void qrkSAX2XMLReaderImpl::replaceSchemaValidator(
+    const std::function<xercesc::SchemaValidator*(xercesc::MemoryManager*)>& make) {
+  install(dynamic_cast<xercesc::IGXMLScanner&>(scanner()), make(guard.get()));
 }
 
 void qrkSAX2XMLReaderImpl::setContentHandler(xercesc::ContentHandler* handler) {

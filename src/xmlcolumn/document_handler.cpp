@@ -122,8 +122,12 @@ void qrkSgDocHandler::warning(const xercesc::SAXParseException& problem) {
   throw xercesc::SAXParseException(problem);
 }
 bool convertText(const Report& report, const char* text, std::u16string& converted) {
-  if (text && toUtf16(report.ctx, text, converted)) return true;
-  text ? fail(report, Msg::QRKD002E, kNotConverted) : fail(report, Msg::QRKG004E);
+  if (!text) {
+    fail(report, Msg::QRKG004E);
+    return false;
+  }
+  if (toUtf16(report.ctx, text, converted)) return true;
+  fail(report, Msg::QRKD002E, kNotConverted);
   return false;
 }
 

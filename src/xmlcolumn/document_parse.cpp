@@ -34,11 +34,6 @@ ParserPtr takeParser(QrkStruct* ctx) {
   return parser;
 }
 
-bool outOfMemory(const Report& report) {
-  fail(report, Msg::QRKG002E);
-  return false;
-}
-
 // Inside a handler: the file that the exception is about.
 std::u16string faultyFile() {
   try {

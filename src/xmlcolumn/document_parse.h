@@ -49,7 +49,7 @@ bool reported(const Report& report, const char* module, Work work) {
   } catch (const xercesc::OutOfMemoryException&) {
     fail(report, Msg::QRKG002E);
   } catch (const QRKException&) {
-    // Only memory stops the compilation of a path.
+    // Nothing but want of memory is told in this way.
     fail(report, Msg::QRKG002E);
   } catch (...) {
     failInternal(report, module, __LINE__);

@@ -2,6 +2,9 @@
 #include "orvxml/extraction.h"
 
 #include <cstdlib>
+#include <cstring>
+#include <string>
+#include <utility>
 
 #include "orvxml/code_pages.h"
 #include "orvxml/notices.h"
@@ -115,13 +118,9 @@ int extractOnly(const Report& report, const Extraction& wanted, char** value) {
   return *value && **value ? 0 : -1;
 }
 
-void traceEntry(QrkStruct* ctx, const Extraction& wanted) {
-  if (wanted.isText) {
-    QRK_TRACE(ctx, "Entered, input uri=buffer and query='%s'", textOrNull(wanted.path));
-  } else {
-    QRK_TRACE(ctx, "Entered, input uri='%s' and query='%s'", textOrNull(wanted.document),
-              textOrNull(wanted.path));
-  }
+// For the trace.
+std::string shownSource(const Extraction& wanted) {
+  return wanted.isText ? "buffer" : std::string("'") + textOrNull(wanted.document) + "'";
 }
 
 Extraction wanted(const char* document, int useDbEncoding, int inMemory, int format,
@@ -139,7 +138,8 @@ int extractAll(orvxml::QrkStruct* ctx, char* document, int useDbEncoding, int in
                char* msg) {
   using namespace orvxml;
   const Extraction call = wanted(document, useDbEncoding, inMemory, format, path, maxBytes);
-  traceEntry(ctx, call);
+  QRK_TRACE(ctx, "Entered, input uri=%s and query='%s'", shownSource(call).c_str(),
+            textOrNull(path));
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
   if (!result) return failed(report, Msg::QRKG004E);
   *result = {};
@@ -161,7 +161,8 @@ int extractOne(orvxml::QrkStruct* ctx, char* document, int useDbEncoding, int in
                char* path, char** value, int maxBytes, char* sqlstate, char* msg) {
   using namespace orvxml;
   const Extraction call = wanted(document, useDbEncoding, inMemory, format, path, maxBytes);
-  traceEntry(ctx, call);
+  QRK_TRACE(ctx, "Entered, input uri=%s and query='%s'", shownSource(call).c_str(),
+            textOrNull(path));
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
   if (!value) return failed(report, Msg::QRKG004E);
   *value = nullptr;

@@ -1,6 +1,8 @@
 // The stack of open elements.
 #include "src/xmlcolumn/location_path_steps.h"
 
+#include <utility>
+
 namespace orvxml {
 
 QrkCurrentPath::~QrkCurrentPath() {

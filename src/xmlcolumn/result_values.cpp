@@ -153,7 +153,11 @@ void qrkResult::addToCurrentItem(Escaping escaping, std::u16string_view text) {
     if (!markup && !(forParser && needsReference(unit, escaping))) continue;
     addToCurrentItem(text.substr(plain, i - plain));
     plain = i + 1;
-    markup ? addToCurrentItem(entityFor(unit)) : addReference(*this, unit);
+    if (markup) {
+      addToCurrentItem(entityFor(unit));
+    } else {
+      addReference(*this, unit);
+    }
   }
   addToCurrentItem(text.substr(plain));
 }

@@ -143,6 +143,7 @@ bool SchemaSet::load(const char16_t* location) {
       if (!file.empty() && !find(file) && !read(file)) return false;
     }
   }
+  if (!isBounded()) return false;
   const std::u16string& space = files_.front().scan.targetNamespace();
   if (!space.empty()) {
     importing_ =
@@ -150,6 +151,18 @@ bool SchemaSet::load(const char16_t* location) {
         escaped(utf8Text(space)) + "\" schemaLocation=\"schema\"/></xs:schema>";
   }
   return true;
+}
+
+bool SchemaSet::isBounded() const {
+  std::vector<const SchemaScan*> scans;
+  for (const File& file : files_) scans.push_back(&file.scan);
+  const std::optional<SchemaExcess> excess = excessOf(scans);
+  if (!excess) return true;
+  const auto faulty = std::find_if(files_.begin(), files_.end(),
+                                   [&](const File& file) { return &file.scan == excess->file; });
+  reportParserError(report_, excess->line, excess->column, excess->reason);
+  tellFaultyFile(shownName(faulty == files_.end() ? std::u16string_view() : faulty->id));
+  return false;
 }
 
 bool SchemaSet::read(const Path& path) {

@@ -19,7 +19,7 @@
 #include <xercesc/util/XMLResourceIdentifier.hpp>
 
 #include "orvxml/parser_handlers.h"
-#include "src/xmlcolumn/schema_scan.h"
+#include "src/xmlcolumn/schema_limits.h"
 
 namespace orvxml {
 
@@ -54,6 +54,7 @@ class SchemaSet : public xercesc::XMLEntityResolver {
 
   bool read(const Path& path);
   bool scan(File& file);
+  bool isBounded() const;
   // The file that `location` means in a schema of this base; empty when it must not be read.
   Path part(std::u16string_view location, const Path& base) const;
   const File* find(const Path& path) const;

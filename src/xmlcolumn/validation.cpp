@@ -9,6 +9,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
+#include "src/xmlcolumn/bounded_validator.h"
 #include "src/xmlcolumn/document_parse.h"
 #include "src/xmlcolumn/schema_set.h"
 
@@ -130,6 +131,8 @@ int judgeBySchema(const Report& report, const Document& document, const char16_t
   std::u16string encoding;
   if (databaseEncoding(report, encoding) != 0) return kNotJudged;
   Judging<qrkSchemaHandler> handler(report.ctx, encoding.c_str());
+  parser.replaceSchemaValidator(
+      [&](xercesc::MemoryManager* memory) { return new BoundedValidator(memory, source.bytes); });
   // The first one learns of the DOCTYPE, the second one answers.
   parser.setEntityResolver(&outside);
   parser.setXMLEntityResolver(&schema);

@@ -282,6 +282,101 @@ TEST_F(ValidationTest, SchemasReachNoFurtherThanTheirFolder) {
   EXPECT_EQ(bySchema("<a>1</a>", fifo).sqlState, "38X01");
 }
 
+// An element "a" of this type, and of other definitions.
+std::string schemaOfType(const std::string& type, const std::string& more = "") {
+  return schemaText("<xs:element name='a'>" + type + "</xs:element>" + more);
+}
+std::string withPattern(const std::string& pattern, const std::string& more = "") {
+  return "<xs:simpleType name='p'><xs:restriction base='xs:string'><xs:pattern value='" + pattern +
+         "'/>" + more + "</xs:restriction></xs:simpleType>";
+}
+// Definitions 0 to `count`: "#" is the number, "@" the next one.
+std::string definitions(int count, const std::string& text) {
+  std::string all;
+  for (int i = 0; i <= count; ++i) {
+    for (const char c : text) {
+      all += c == '#' ? std::to_string(i) : c == '@' ? std::to_string(i + 1) : std::string(1, c);
+    }
+  }
+  return all;
+}
+
+TEST_F(ValidationTest, SchemasOutOfProportionEndTheirOwnCallAlone) {
+  const std::string open = "<xs:complexType><xs:sequence>",
+                    close = "</xs:sequence></xs:complexType>";
+  std::string nested, ends;
+  for (int i = 0; i < 2000; ++i) nested += "<xs:sequence>", ends += "</xs:sequence>";
+  const auto group = [&](const char* content) {
+    return "<xs:group name='g#'><xs:sequence>" + std::string(content) + "</xs:sequence></xs:group>";
+  };
+  const std::string first = open + "<xs:group ref='g0'/>" + close;
+  const std::string many(40, 'a'), pattern = withPattern("(a+)+b");
+  const auto ofElement = [](const std::string& type, const std::string& more) {
+    return schemaText("<xs:element name='a' type='" + type + "'/>" + more);
+  };
+  struct Case {
+    const char* label;
+    std::string schema;
+    std::string document;
+    const char* rejectedFor;  // null: valid
+    int verdict = kNotJudged;
+  };
+  const Case cases[] = {
+      {"groups in groups", schemaOfType(open + nested + ends + close), "<a/>", "nested too deeply"},
+      {"a chain of groups", schemaOfType(first, definitions(20000, group("<xs:group ref='g@'/>"))),
+       "<a/>", "too deeply"},
+      {"groups that double",
+       schemaOfType(first, definitions(40, group("<xs:group ref='g@'/><xs:group ref='g@'/>"))),
+       "<a/>", "content models are too large"},
+      {"occurrences",
+       schemaOfType(open +
+                    "<xs:sequence maxOccurs='5000'><xs:element name='b'/>"
+                    "<xs:element name='c'/></xs:sequence>" +
+                    close),
+       "<a/>", "content models are too large"},
+      {"unions that double",
+       ofElement("u0", definitions(40,
+                                   "<xs:simpleType name='u#'><xs:union memberTypes='u@ u@'/>"
+                                   "</xs:simpleType>")),
+       "<a/>", "too many types"},
+      {"a repeat of what may be empty", ofElement("p", withPattern("(a*)*b")), "<a/>",
+       "repeats what may be empty"},
+      {"a pattern on the schema's own value",
+       ofElement("q", withPattern("(a+)+b") +
+                          "<xs:simpleType name='q'><xs:restriction base='p'>"
+                          "<xs:enumeration value='" +
+                          many + "'/></xs:restriction></xs:simpleType>"),
+       "<a/>", "take too long"},
+      {"a pattern that backtracks", ofElement("p", pattern), "<a>" + many + "c</a>", "too long",
+       kInvalid},
+      {"one that repeats alternatives", ofElement("p", withPattern("(a|aa|a)*b")),
+       "<a>" + many + "c</a>", "too long", kInvalid},
+      {"one of several repeats", ofElement("p", withPattern(".*.*.*x")),
+       "<a>" + std::string(2000, 'a') + "</a>", "too long", kInvalid},
+      {"in an attribute",
+       schemaOfType("<xs:complexType><xs:attribute name='x' type='p'/></xs:complexType>", pattern),
+       "<a x='" + many + "'/>", "too long", kInvalid},
+      {"in a union of lists",
+       ofElement("u", pattern + "<xs:simpleType name='l'><xs:list itemType='p'/></xs:simpleType>"
+                                "<xs:simpleType name='u'><xs:union memberTypes='xs:int l'/>"
+                                "</xs:simpleType>"),
+       "<a>ab " + many + "</a>", "too long", kInvalid},
+      {"the same with a value that matches", ofElement("p", pattern), "<a>aaaab</a>", nullptr},
+      {"what many schemas have",
+       ofElement("p", withPattern("[A-Z]{2}\\d{2,4}(-[\\c-[:]]+)?|(\\p{L}|[^&lt;a-c\\s])+( x)*")),
+       "<a>DE1234-x.y</a>", nullptr},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    const Verdict verdict = bySchema(c.document, folder_.write("a.xsd", c.schema));
+    if (c.rejectedFor) {
+      expectRejected(verdict, c.rejectedFor, c.verdict);
+    } else {
+      expectValid(verdict);
+    }
+  }
+}
+
 TEST_F(ValidationTest, WithoutItsSchemaNoDocumentIsValid) {
   const Verdict missing = bySchema("<a/>", folder_.path("none.xsd"));
   EXPECT_EQ(missing.valid, kNotJudged);
