@@ -71,12 +71,6 @@ void expectWorks(ColumnDatabase& db, const Names& n, ColumnForm form, bool ownKe
   db.run("drop table " + n.table);
 }
 
-std::string times(int count, const std::string& text) {
-  std::string all;
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
-}
-
 std::string quoted(const std::string& name) {
   return '"' + name + '"';
 }
@@ -110,13 +104,13 @@ TEST(ColumnNamesTest, NamesOfEverySpellingWork) {
 // Limits count the bytes of the names as they are written, in the code page of the database.
 TEST(ColumnNamesTest, TheLongestNamesWork) {
   const Names wide[] = {
-      {"characters of two bytes", quoted(times(64, "ü")), quoted(times(14, "ü")),
-       quoted(times(64, "ö")), quoted(times(15, "s")) + "." + quoted(times(64, "é")),
-       quoted(times(62, "ü") + "&'<"), quoted(times(128, "m")), quoted(times(63, "ö")),
-       quoted(times(63, "ä"))},
-      {"schemas", quoted(times(30, "z")) + "." + quoted(times(125, "t")), times(30, "c"),
-       quoted(times(128, "k")), quoted(times(30, "s")) + "." + times(127, "t"), times(128, "c"),
-       times(128, "m"), times(128, "d"), times(30, "z") + "." + times(97, "v")},
+      {"characters of two bytes", quoted(repeat("ü", 64)), quoted(repeat("ü", 14)),
+       quoted(repeat("ö", 64)), quoted(repeat("s", 15)) + "." + quoted(repeat("é", 64)),
+       quoted(repeat("ü", 62) + "&'<"), quoted(repeat("m", 128)), quoted(repeat("ö", 63)),
+       quoted(repeat("ä", 63))},
+      {"schemas", quoted(repeat("z", 30)) + "." + quoted(repeat("t", 125)), repeat("c", 30),
+       quoted(repeat("k", 128)), quoted(repeat("s", 30)) + "." + repeat("t", 127), repeat("c", 128),
+       repeat("m", 128), repeat("d", 128), repeat("z", 30) + "." + repeat("v", 97)},
   };
   ColumnDatabase db;
   db.addDtd("n.dtd", kDtd);
@@ -124,9 +118,9 @@ TEST(ColumnNamesTest, TheLongestNamesWork) {
     expectWorks(db, n, ColumnForm::List, false);
     expectWorks(db, n, ColumnForm::List, true);
   }
-  const Names narrow{"characters of one byte", times(64, "ü"), times(30, "ö"),
-                     times(64, "ä"),           times(64, "é"), times(64, "ç"),
-                     times(64, "ñ"),           times(64, "ó"), times(64, "á")};
+  const Names narrow{"characters of one byte", repeat("ü", 64), repeat("ö", 30),
+                     repeat("ä", 64),          repeat("é", 64), repeat("ç", 64),
+                     repeat("ñ", 64),          repeat("ó", 64), repeat("á", 64)};
   ColumnDatabase latin(819);
   latin.addDtd("n.dtd", kDtd);
   expectWorks(latin, narrow, ColumnForm::Call, false);

@@ -1,9 +1,9 @@
 // Administration from the command line: a database, a column and a collection are enabled, used and
 // disabled, as the mail example does it.
-#include <sqlite3.h>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/command_runner.h"
+#include "tests/support/sqlite_file.h"
 
 namespace orvxml::test {
 namespace {
@@ -30,12 +30,9 @@ class CommandAdmin : public testing::Test {
   nlohmann::json status() const { return nlohmann::json::parse(run({"--json", "status"})); }
   // Takes a package of the library out of the database.
   void unbind(const std::string& package) const {
-    sqlite3* file = nullptr;
-    ASSERT_EQ(sqlite3_open(place_.path("test.db").c_str(), &file), SQLITE_OK);
     const std::string remove = R"(DELETE FROM "SYSNTQ.PACKAGES" WHERE NAME = ')" + package + "'";
-    EXPECT_EQ(sqlite3_exec(file, remove.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
-    EXPECT_EQ(sqlite3_changes(file), 1);
-    sqlite3_close(file);
+    EXPECT_EQ(runSqlite(place_.path("test.db"), remove + "; SELECT changes()"),
+              std::vector<std::string>{"1"});
   }
   void enableMail() const {
     run({"create", "--enable"});

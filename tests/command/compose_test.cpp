@@ -1,10 +1,10 @@
 // `orvxml compose`, run as a user runs it.
-#include <sqlite3.h>
-
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "tests/support/command_runner.h"
+#include "tests/support/sqlite_file.h"
+#include "tests/support/texts.h"
 
 namespace orvxml::test {
 namespace {
@@ -34,10 +34,6 @@ std::string document(int id, const std::string& name) {
 
 std::string nested(const std::string& condition) {
   return "select id, name from item where " + condition + " order by id";
-}
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
 }
 
 class CommandCompose : public testing::Test {
@@ -250,14 +246,9 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
 
 TEST_F(CommandCompose, ADatabaseOfAnotherProgram) {
   fs::remove(place_.path("test.db"));
-  sqlite3* db = nullptr;
-  ASSERT_EQ(sqlite3_open(place_.path("test.db").c_str(), &db), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(db,
-                         "create table item (id integer primary key, name text);"
-                         "insert into item values (7, 'foreign');",
-                         nullptr, nullptr, nullptr),
-            SQLITE_OK);
-  sqlite3_close(db);
+  runSqlite(place_.path("test.db"),
+            "create table item (id integer primary key, name text);"
+            "insert into item values (7, 'foreign');");
   const CommandResult unbound = compose({});
   EXPECT_EQ(unbound.status, 1);
   EXPECT_TRUE(contains(unbound.err, "run orvxml bind")) << unbound.err;

@@ -2,16 +2,13 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/command_runner.h"
+#include "tests/support/texts.h"
 
 namespace orvxml::test {
 namespace {
 
 const std::string kExample = ORVXML_SOURCE_DIR "/examples/invoices/";
 const std::string kDad = kExample + "invoices.dad";
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 std::string customer(const std::string& number, const std::string& name,
                      const std::string& encoding = "") {
@@ -53,11 +50,6 @@ class CommandShred : public testing::Test {
     std::ostringstream text;
     text << std::ifstream(kDad).rdbuf();
     return text.str();
-  }
-  static std::string quoted(const std::string& text) {
-    std::string result;
-    for (const char c : text) result.append(c == '\'' ? 2 : 1, c);
-    return result;
   }
   Workplace place_;
 };
@@ -110,8 +102,8 @@ TEST_F(CommandShred, RegisteredProcedureAndCollectionGiveTheSameRows) {
   sql(place_.write(
       "enable.sql",
       "insert into orvxml.xml_usage (table_schema, table_name, col_name, dad,"
-      " access_mode, validation, trigger_suffix) values ('', 'QRK_COLLECTION', 'sales', '" +
-          quoted(dadText()) + "', 1, 0, '')"));
+      " access_mode, validation, trigger_suffix) values ('', 'QRK_COLLECTION', 'sales', " +
+          literal(dadText()) + ", 1, 0, '')"));
   const std::string empty =
       place_.write("empty.sql",
                    "delete from line_tax; delete from invoice_line; delete from invoice;"
@@ -132,20 +124,14 @@ TEST_F(CommandShred, RegisteredProcedureAndCollectionGiveTheSameRows) {
 TEST_F(CommandShred, EveryEncodingGivesTheSameText) {
   const std::u16string name = u"Zoë €";
   const std::string utf8 = "Zoë €";
-  const auto utf16 = [&](bool bigEndian, bool mark) {
-    std::string bytes;
+  const auto wide = [&](bool bigEndian, bool mark) {
     const std::string head = customer("E-1", "", "UTF-16");
     const size_t middle = head.find("</name>");
     std::u16string text(head.begin(), head.begin() + static_cast<ptrdiff_t>(middle));
     text += name;
     text.append(head.begin() + static_cast<ptrdiff_t>(middle), head.end());
     if (mark) text.insert(0, 1, u'\xFEFF');
-    for (const char16_t unit : text) {
-      const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit);
-      bytes += bigEndian ? high : low;
-      bytes += bigEndian ? low : high;
-    }
-    return bytes;
+    return utf16(text, bigEndian);
   };
   struct Case {
     const char* label;
@@ -154,9 +140,9 @@ TEST_F(CommandShred, EveryEncodingGivesTheSameText) {
   const Case cases[] = {
       {"no encoding given", customer("E-1", utf8)},
       {"byte order mark", "\xEF\xBB\xBF" + customer("E-1", utf8, "UTF-8")},
-      {"little endian", utf16(false, true)},
-      {"big endian", utf16(true, true)},
-      {"big endian without mark", utf16(true, false)},
+      {"little endian", wide(false, true)},
+      {"big endian", wide(true, true)},
+      {"big endian without mark", wide(true, false)},
       {"windows-1252", customer("E-1", "Zo\xEB \x80", "windows-1252")},
       {"untrue UTF-16", customer("E-1", utf8, "UTF-16")},
   };

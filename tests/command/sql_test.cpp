@@ -2,13 +2,10 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/command_runner.h"
+#include "tests/support/texts.h"
 
 namespace orvxml::test {
 namespace {
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 TEST(CommandUse, WrongUseIsStatusTwoAndTouchesNothing) {
   struct Case {

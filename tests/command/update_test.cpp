@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/command_runner.h"
+#include "tests/support/texts.h"
 
 namespace orvxml::test {
 namespace {
@@ -20,11 +21,6 @@ class CommandUpdate : public testing::Test {
     const CommandResult result = place_.orvxml({"extract", "--one", "--path", path, "-"}, document);
     EXPECT_EQ(result.err, "");
     return result.out.substr(0, result.out.find('\n'));
-  }
-  std::string wide(const std::string& text) const {
-    std::string bytes = "\xFE\xFF";
-    for (const char c : text) bytes += {'\0', c};
-    return bytes;
   }
   Workplace place_;
 };
@@ -62,7 +58,7 @@ TEST_F(CommandUpdate, TheOutputHasTheEncodingThatItDeclares) {
       {document("ISO-8859-1", "\xE9"), "é", "<b>&#8364;</b><c>\xE9</c>"},
       {document("US-ASCII", "&#233;"), "é", "<c>&#233;</c>"},
       {document("Shift_JIS", "\x95\x5C"), "表", "<c>\x95\x5C</c>"},
-      {wide(document("UTF-16", "\xE9")), "é", "\0\xE9\0<"s},
+      {"\xFE\xFF" + utf16(document("UTF-16", "\xE9"), true), "é", "\0\xE9\0<"s},
       {"\xEF\xBB\xBF<a><b/><c>é</c></a>", "é", "<a><b>€</b><c>é</c></a>\n"},
   };
   for (const Case& c : cases) {

@@ -12,17 +12,13 @@
 #include "tests/foundation/call_context.h"
 #include "tests/support/database.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/texts.h"
 
 namespace orvxml {
 namespace {
 
+using test::repeat;
 using unittest::CallContext;
-
-std::string repeat(const std::string& text, int times) {
-  std::string out;
-  while (times-- > 0) out += text;
-  return out;
-}
 
 DOM_Document parsed(CallContext& call, std::string text) {
   DOM_Document document;

@@ -5,17 +5,13 @@
 
 #include "tests/dad/mapping.h"
 #include "tests/support/database.h"
+#include "tests/support/texts.h"
 
 namespace orvxml {
 namespace {
 
+using test::repeat;
 using namespace unittest;
-
-std::string repeat(const std::string& text, int times) {
-  std::string out;
-  while (times-- > 0) out += text;
-  return out;
-}
 
 // "table: column=xml@level..." of every table, with the foreign keys as "column>table column".
 std::string describe(const rel& model) {

@@ -11,18 +11,13 @@
 #include "orvxml/xml_writer.h"
 #include "tests/foundation/call_context.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/texts.h"
 
 namespace orvxml {
 namespace {
 
+using test::repeat;
 using unittest::CallContext;
-
-std::string repeat(std::string_view text, size_t times) {
-  std::string out;
-  out.reserve(text.size() * times);
-  while (times-- > 0) out += text;
-  return out;
-}
 
 struct Parsed {
   DOM_Document document;

@@ -10,36 +10,20 @@ namespace {
 constexpr char kDtd[] =
     "<!ELEMENT letter ANY><!ATTLIST letter date CDATA #IMPLIED><!ELEMENT from ANY>"
     "<!ELEMENT to ANY><!ELEMENT price ANY>";
-// Every allocation at first, then ever fewer of them: the late ones are alike.
 constexpr long kEvery = 8;
 
-// A procedure in which the `countdown`-th allocation fails: of its own, not of the test's around
-// it.
-template <class Procedure>
-auto failing(Procedure procedure, long countdown, bool& fired) {
-  return [=, &fired](auto... arguments) {
-    armMemory(countdown);
-    const int code = procedure(arguments...);
-    fired = disarmMemory();
-    return code;
-  };
-}
-
-// Calls with each allocation failing in turn; the number of failures. `call` takes the countdown
-// and where to say whether an allocation has failed, `judge` the outcome.
+// Calls with allocations failing in turn; the number of failures. `judge` looks at the outcome.
 template <class CallIt, class Judge>
 int failEveryAllocation(CallIt&& call, Judge&& judge) {
   int failures = 0;
-  bool fired = true;
-  for (long n = 1; fired && !testing::Test::HasFailure(); n += 1 + n / kEvery) {
-    SCOPED_TRACE("allocation " + std::to_string(n));
-    const CallOutcome outcome = call(n, fired);
+  atEveryAllocation(kEvery, [&](FailingAllocation& failing) {
+    const CallOutcome outcome = call(failing);
     failures += outcome.code < 0;
     if (outcome.code < 0) {
       EXPECT_NE(outcome.message, "");
     }
     judge(outcome);
-  }
+  });
   return failures;
 }
 
@@ -50,7 +34,13 @@ void expectWholeOrNothing(AdminDatabase& db, const CallOutcome& success, Procedu
                           In... in) {
   const Catalog before = db.catalog();
   const int failures = failEveryAllocation(
-      [&](long n, bool& fired) { return callList(failing(procedure, n, fired), in...); },
+      [&](FailingAllocation& failing) {
+        // In the procedure itself, not in the test around it.
+        const auto call = [&](auto... arguments) {
+          return failing.in([&] { return procedure(arguments...); });
+        };
+        return callList(call, in...);
+      },
       [&](const CallOutcome& outcome) {
         if (outcome.code >= 0) {
           EXPECT_EQ(outcome, success);
@@ -112,12 +102,9 @@ TEST(AdministrationMemoryTest, DocumentsOfAnEnabledColumn) {
         "update letters set doc = " + value("Emmy"), std::string("delete from letters")}) {
     SCOPED_TRACE(statement);
     const int failures = failEveryAllocation(
-        [&](long n, bool& fired) -> CallOutcome {
-          // A blank more each time: the statement is compiled anew.
-          const std::string text = statement + std::string(static_cast<size_t>(n % 5000), ' ');
-          armMemory(n);
-          const orv::Result result = db.session().run(text);
-          fired = disarmMemory();
+        [&](FailingAllocation& failing) -> CallOutcome {
+          const std::string text = statement + failing.blanks();
+          const orv::Result result = failing.in([&] { return db.session().run(text); });
           return {result.outcome.sqlcode, result.outcome.message};
         },
         [&](const CallOutcome& outcome) {

@@ -26,11 +26,6 @@ Function* next(const char* symbol) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, symbol));
 }
 
-template <class Function, class... Args>
-SQLRETURN passOn(const char* name, Args... args) {
-  return failsNow(name) ? SQLRETURN{SQL_ERROR} : next<Function>(name)(args...);
-}
-
 // For embedded SQL, of which the symbol is not the name.
 template <class... Args>
 void passOnTo(const char* name, const char* symbol, sqlca& area, Args... args) {
@@ -55,72 +50,45 @@ bool disarmCall() {
 
 }  // namespace orvxml::test
 
-using orvxml::test::passOn;
 using orvxml::test::passOnTo;
 
-extern "C" {
-SQLRETURN SQLAllocHandle(SQLSMALLINT type, SQLHANDLE input, SQLHANDLE* output) {
-  return passOn<decltype(SQLAllocHandle)>("SQLAllocHandle", type, input, output);
-}
-SQLRETURN SQLFreeHandle(SQLSMALLINT type, SQLHANDLE handle) {
-  return passOn<decltype(SQLFreeHandle)>("SQLFreeHandle", type, handle);
-}
-SQLRETURN SQLSetConnectOption(SQLHDBC connection, SQLUSMALLINT option, SQLINTEGER value) {
-  return passOn<decltype(SQLSetConnectOption)>("SQLSetConnectOption", connection, option, value);
-}
-SQLRETURN SQLConnect(SQLHDBC connection, SQLCHAR* server, SQLSMALLINT serverLength, SQLCHAR* user,
-                     SQLSMALLINT userLength, SQLCHAR* password, SQLSMALLINT passwordLength) {
-  return passOn<decltype(SQLConnect)>("SQLConnect", connection, server, serverLength, user,
-                                      userLength, password, passwordLength);
-}
-SQLRETURN SQLDisconnect(SQLHDBC connection) {
-  return passOn<decltype(SQLDisconnect)>("SQLDisconnect", connection);
-}
-SQLRETURN SQLPrepare(SQLHSTMT statement, SQLCHAR* text, SQLINTEGER length) {
-  return passOn<decltype(SQLPrepare)>("SQLPrepare", statement, text, length);
-}
-SQLRETURN SQLNumParams(SQLHSTMT statement, SQLSMALLINT* count) {
-  return passOn<decltype(SQLNumParams)>("SQLNumParams", statement, count);
-}
-SQLRETURN SQLDescribeParam(SQLHSTMT statement, SQLUSMALLINT number, SQLSMALLINT* type,
-                           SQLUINTEGER* size, SQLSMALLINT* digits, SQLSMALLINT* nullable) {
-  return passOn<decltype(SQLDescribeParam)>("SQLDescribeParam", statement, number, type, size,
-                                            digits, nullable);
-}
-SQLRETURN SQLBindParameter(SQLHSTMT statement, SQLUSMALLINT number, SQLSMALLINT direction,
-                           SQLSMALLINT cType, SQLSMALLINT sqlType, SQLUINTEGER size,
-                           SQLSMALLINT digits, SQLPOINTER value, SQLINTEGER capacity,
-                           SQLINTEGER* indicator) {
-  return passOn<decltype(SQLBindParameter)>("SQLBindParameter", statement, number, direction, cType,
-                                            sqlType, size, digits, value, capacity, indicator);
-}
-SQLRETURN SQLExecute(SQLHSTMT statement) {
-  return passOn<decltype(SQLExecute)>("SQLExecute", statement);
-}
-SQLRETURN SQLExecDirect(SQLHSTMT statement, SQLCHAR* text, SQLINTEGER length) {
-  return passOn<decltype(SQLExecDirect)>("SQLExecDirect", statement, text, length);
-}
-SQLRETURN SQLNumResultCols(SQLHSTMT statement, SQLSMALLINT* count) {
-  return passOn<decltype(SQLNumResultCols)>("SQLNumResultCols", statement, count);
-}
-SQLRETURN SQLDescribeCol(SQLHSTMT statement, SQLUSMALLINT number, SQLCHAR* name,
-                         SQLSMALLINT nameCapacity, SQLSMALLINT* nameLength, SQLSMALLINT* type,
-                         SQLUINTEGER* size, SQLSMALLINT* digits, SQLSMALLINT* nullable) {
-  return passOn<decltype(SQLDescribeCol)>("SQLDescribeCol", statement, number, name, nameCapacity,
-                                          nameLength, type, size, digits, nullable);
-}
-SQLRETURN SQLBindCol(SQLHSTMT statement, SQLUSMALLINT number, SQLSMALLINT cType, SQLPOINTER value,
-                     SQLINTEGER capacity, SQLINTEGER* indicator) {
-  return passOn<decltype(SQLBindCol)>("SQLBindCol", statement, number, cType, value, capacity,
-                                      indicator);
-}
-SQLRETURN SQLFetch(SQLHSTMT statement) {
-  return passOn<decltype(SQLFetch)>("SQLFetch", statement);
-}
-SQLRETURN SQLCloseCursor(SQLHSTMT statement) {
-  return passOn<decltype(SQLCloseCursor)>("SQLCloseCursor", statement);
-}
-}
+// A function of the call-level interface that is passed on unless it is to fail.
+#define PASS_ON(name, parameters, ...)                             \
+  extern "C" SQLRETURN name parameters {                           \
+    if (orvxml::test::failsNow(#name)) return SQL_ERROR;           \
+    return orvxml::test::next<decltype(name)>(#name)(__VA_ARGS__); \
+  }
+
+PASS_ON(SQLAllocHandle, (SQLSMALLINT a, SQLHANDLE b, SQLHANDLE* c), a, b, c)
+PASS_ON(SQLFreeHandle, (SQLSMALLINT a, SQLHANDLE b), a, b)
+PASS_ON(SQLSetConnectOption, (SQLHDBC a, SQLUSMALLINT b, SQLINTEGER c), a, b, c)
+PASS_ON(SQLConnect,
+        (SQLHDBC a, SQLCHAR* b, SQLSMALLINT c, SQLCHAR* d, SQLSMALLINT e, SQLCHAR* f,
+         SQLSMALLINT g),
+        a, b, c, d, e, f, g)
+PASS_ON(SQLDisconnect, (SQLHDBC a), a)
+PASS_ON(SQLPrepare, (SQLHSTMT a, SQLCHAR* b, SQLINTEGER c), a, b, c)
+PASS_ON(SQLNumParams, (SQLHSTMT a, SQLSMALLINT* b), a, b)
+PASS_ON(SQLDescribeParam,
+        (SQLHSTMT a, SQLUSMALLINT b, SQLSMALLINT* c, SQLUINTEGER* d, SQLSMALLINT* e,
+         SQLSMALLINT* f),
+        a, b, c, d, e, f)
+PASS_ON(SQLBindParameter,
+        (SQLHSTMT a, SQLUSMALLINT b, SQLSMALLINT c, SQLSMALLINT d, SQLSMALLINT e, SQLUINTEGER f,
+         SQLSMALLINT g, SQLPOINTER h, SQLINTEGER i, SQLINTEGER* j),
+        a, b, c, d, e, f, g, h, i, j)
+PASS_ON(SQLExecute, (SQLHSTMT a), a)
+PASS_ON(SQLExecDirect, (SQLHSTMT a, SQLCHAR* b, SQLINTEGER c), a, b, c)
+PASS_ON(SQLNumResultCols, (SQLHSTMT a, SQLSMALLINT* b), a, b)
+PASS_ON(SQLDescribeCol,
+        (SQLHSTMT a, SQLUSMALLINT b, SQLCHAR* c, SQLSMALLINT d, SQLSMALLINT* e, SQLSMALLINT* f,
+         SQLUINTEGER* g, SQLSMALLINT* h, SQLSMALLINT* i),
+        a, b, c, d, e, f, g, h, i)
+PASS_ON(SQLBindCol,
+        (SQLHSTMT a, SQLUSMALLINT b, SQLSMALLINT c, SQLPOINTER d, SQLINTEGER e, SQLINTEGER* f), a,
+        b, c, d, e, f)
+PASS_ON(SQLFetch, (SQLHSTMT a), a)
+PASS_ON(SQLCloseCursor, (SQLHSTMT a), a)
 
 namespace orv::esql {
 

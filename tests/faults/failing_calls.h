@@ -3,6 +3,8 @@
 // when it is not to fail; the failing one never reaches the server.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 namespace orvxml::test {
@@ -23,5 +25,22 @@ inline constexpr const char* kFailingCalls[] = {
 void armCall(const std::string& function, int successes);
 // Ends it. True when a call has failed.
 bool disarmCall();
+
+// Calls `attempt` with each call of `function` failing in turn: each of the first `every` ones,
+// then ever one of as many. It ends the fault with `disarmCall`, and returns what that gives. The
+// number of calls that have failed.
+template <class Attempt>
+int atEveryCall(const std::string& function, const Attempt& attempt, int every = 100) {
+  int failures = 0, occurrence = 0;
+  for (bool hasFailed = true; hasFailed && !testing::Test::HasFailure();) {
+    SCOPED_TRACE(function + ", occurrence " + std::to_string(occurrence));
+    armCall(function, occurrence);
+    hasFailed = attempt();
+    failures += hasFailed;
+    occurrence += occurrence < every ? 1 : every;
+    EXPECT_LT(occurrence, 10'000) << "there is no end";
+  }
+  return failures;
+}
 
 }  // namespace orvxml::test

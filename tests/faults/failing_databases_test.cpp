@@ -18,11 +18,9 @@ void failInTurn(AdminDatabase& db, const std::string& failure, Procedure procedu
   db.rollback();
   int failures = 0;
   for (const char* const statement : kStatements) {
-    for (int occurrence = 0;; occurrence += occurrence < kStep ? 1 : kStep) {
-      SCOPED_TRACE(statement + (", occurrence " + std::to_string(occurrence)));
-      armCall(statement, occurrence);
+    const auto attempt = [&] {
       const CallOutcome outcome = procedure();
-      if (!disarmCall() || testing::Test::HasFailure()) break;
+      const bool hasFailed = disarmCall();
       if (outcome.code < 0) {
         ++failures;
         // Only the question whether the database is enabled has a message of its own.
@@ -34,8 +32,9 @@ void failInTurn(AdminDatabase& db, const std::string& failure, Procedure procedu
       }
       db.rollback();
       EXPECT_EQ(db.catalog(), before);
-    }
-    db.rollback();
+      return hasFailed;
+    };
+    atEveryCall(statement, attempt, kStep);
   }
   EXPECT_GT(failures, 15);
   EXPECT_EQ(procedure().code, 0);

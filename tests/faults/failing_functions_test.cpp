@@ -21,13 +21,9 @@ Outcome failEveryAllocation(const std::string& expected,
                             const std::function<std::string(RawCall&)>& use,
                             const std::function<void(bool failed)>& judge) {
   Outcome outcome;
-  bool fired = true;
-  for (long n = 1; fired; n += 1 + n / 60) {
-    SCOPED_TRACE("allocation " + std::to_string(n));
+  atEveryAllocation(60, [&](FailingAllocation& failing) {
     RawCall call;
-    armMemory(n);
-    const std::string result = use(call);
-    fired = disarmMemory();
+    const std::string result = failing.in([&] { return use(call); });
     EXPECT_FALSE(call.holdsUse());
     const bool failed = result != expected;
     if (failed) {
@@ -36,8 +32,7 @@ Outcome failEveryAllocation(const std::string& expected,
       EXPECT_EQ(result.substr(0, 3), "38X");
     }
     judge(failed);
-    if (testing::Test::HasFailure()) break;
-  }
+  });
   return outcome;
 }
 

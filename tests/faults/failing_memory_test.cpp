@@ -14,17 +14,17 @@ class FailingMemoryTest : public testing::Test {
  protected:
   FailingMemoryTest() { db_.runScript(readFile(std::string(kExample) + "tables.sql")); }
 
-  // Lets the `countdown`-th allocation of the call itself fail; 0: none.
-  CallOutcome shred(long countdown = 0) {
+  // With one of the allocations of the call itself failing.
+  CallOutcome shred(FailingAllocation& failing) {
     ClobArgument dad(dad_);
     ClobArgument document(document_);
     int code = 99;
     char message[kMessageSize] = "not written";
     short indicators[4] = {};
-    armMemory(countdown);
-    const int returned = qrkShredXML_STP(dad.get(), document.get(), &code, message, &indicators[0],
-                                         &indicators[1], &indicators[2], &indicators[3]);
-    fired_ = disarmMemory();
+    const int returned = failing.in([&] {
+      return qrkShredXML_STP(dad.get(), document.get(), &code, message, &indicators[0],
+                             &indicators[1], &indicators[2], &indicators[3]);
+    });
     EXPECT_EQ(returned, code);
     return {code, withoutNewline(message)};
   }
@@ -42,27 +42,24 @@ class FailingMemoryTest : public testing::Test {
     return all;
   }
 
-  bool fired_ = false;  // an allocation has failed
   const TemporaryFolder folder_;
   const Variable folderForFiles_{"ORVQRKTEMP", folder_.path().c_str()};
   DecomposeDatabase db_;
   std::string dad_ = readFile(std::string(kExample) + "invoices.dad");
+  FailingAllocation none_{0};
   std::string document_ = readFile(std::string(kExample) + "documents/c-1001.xml");
 };
 
 TEST_F(FailingMemoryTest, ACallFailsWholeOrSucceeds) {
-  const CallOutcome success = shred();
+  const CallOutcome success = shred(none_);
   ASSERT_EQ(success.code, 0) << success;
   const std::vector<std::string> whole = counts();
   db_.run("rollback");
   beginOwnWork();
 
   int failures = 0;
-  fired_ = true;
-  // Every allocation at first, then ever fewer of them: the late ones are alike.
-  for (long n = 1; fired_; n += 1 + n / 60) {
-    const CallOutcome outcome = shred(n);
-    SCOPED_TRACE("allocation " + std::to_string(n));
+  atEveryAllocation(60, [&](FailingAllocation& failing) {
+    const CallOutcome outcome = shred(failing);
     if (outcome.code < 0) {
       ++failures;
       EXPECT_NE(outcome.message, "");
@@ -73,11 +70,10 @@ TEST_F(FailingMemoryTest, ACallFailsWholeOrSucceeds) {
     }
     db_.run("rollback to savepoint before_call");
     EXPECT_EQ(counts(), (std::vector<std::string>{"1", "0", "0", "0"}));
-    if (HasFailure()) return;
-  }
+  });
   EXPECT_GT(failures, 100);
   EXPECT_TRUE(folder_.isEmpty());
-  EXPECT_EQ(shred(), success);
+  EXPECT_EQ(shred(none_), success);
   db_.run("commit");
   EXPECT_EQ(counts()[0], "2");
 }
@@ -85,14 +81,10 @@ TEST_F(FailingMemoryTest, ACallFailsWholeOrSucceeds) {
 class FailingMemoryInComposition : public CompositionFaults {};
 
 TEST_P(FailingMemoryInComposition, ACallFailsWholeOrSucceeds) {
-  bool fired = true;
   int failures = 0, withoutMemory = 0;
-  for (long n = 1; fired; n += 1 + n / 60) {
-    SCOPED_TRACE("allocation " + std::to_string(n));
+  atEveryAllocation(60, [&](FailingAllocation& failing) {
     ComposeListCall call(arguments_);
-    armMemory(n);
-    call.call();
-    fired = disarmMemory();
+    failing.in([&] { return call.call(), true; });
     const ComposeOutcome outcome = call.outcome();
     failures += outcome.code < 0;
     if (outcome.code == -58) {
@@ -100,8 +92,7 @@ TEST_P(FailingMemoryInComposition, ACallFailsWholeOrSucceeds) {
       EXPECT_EQ(outcome.message, "QRKG002E  The system is out of memory.");
     }
     judge(outcome);
-    if (HasFailure()) return;
-  }
+  });
   EXPECT_GT(failures, 100);
   EXPECT_GT(withoutMemory, 20);
   expectNothingLeftOpen();
@@ -120,21 +111,15 @@ TEST_F(FailingMemoryTest, AStatementFailsWithItsCodeOrSucceeds) {
     db_.run("savepoint before_it on rollback retain cursors");
   };
   beginWork();
-  bool fired = true;
   int failures = 0;
-  for (long n = 1; fired; ++n) {
-    // A blank more each time: the statement is compiled anew.
-    const std::string text = kStatement + std::string(static_cast<size_t>(n % 3000), ' ');
-    armMemory(n);
-    const orv::Result result = db_.session().run(text);
-    fired = disarmMemory();
-    SCOPED_TRACE("allocation " + std::to_string(n));
+  atEveryAllocation(5000, [&](FailingAllocation& failing) {
+    const std::string text = kStatement + failing.blanks();
+    const orv::Result result = failing.in([&] { return db_.session().run(text); });
     failures += result.outcome.failed();
     if (result.outcome.failed() && hasLostUnitOfWork(db_)) beginWork();
     EXPECT_EQ(counts()[0], result.outcome.failed() ? "2" : "4");
     db_.run("rollback to savepoint before_it");
-    if (HasFailure()) return;
-  }
+  });
   EXPECT_GT(failures, 50);
 }
 

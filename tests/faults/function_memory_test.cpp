@@ -31,21 +31,16 @@ class FunctionMemoryTest : public testing::Test {
   // up.
   template <class Call, class Check>
   void failEveryAllocation(Call&& call, Check&& check) {
-    bool fired = true;
-    for (long countdown = 1; fired; ++countdown) {
-      ASSERT_LT(countdown, 1000);
-      SCOPED_TRACE(countdown);
+    atEveryAllocation(1000, [&](FailingAllocation& failing) {
       state_[0] = 0;
-      armMemory(countdown);
-      const int rc = call();
-      fired = disarmMemory();
-      EXPECT_TRUE(rc == 0 || fired);
+      const int rc = failing.in(call);
+      EXPECT_TRUE(rc == 0 || failing.fired());
       const std::string state = state_;
       // Out of memory in the library, the server, the system and the converters.
       const std::string expected = rc == 0 ? " " : " 38X10 38X04 38X00 38X45 ";
       EXPECT_NE(expected.find(state), expected.npos) << state;
       check(rc == 0);
-    }
+    });
   }
 
   static constexpr char kDocument[] = "<?xml version='1.0'?><a>\xE9</a>";

@@ -12,6 +12,7 @@
 #include "orvxml/locators.h"
 #include "tests/foundation/call_context.h"
 #include "tests/support/instance_trace.h"
+#include "tests/support/texts.h"
 
 namespace orvxml {
 namespace {
@@ -19,6 +20,8 @@ namespace {
 using namespace std::string_literals;
 using test::FileSizeLimit;
 using test::InstanceTrace;
+using test::repeat;
+using test::utf16;
 using unittest::CallContext;
 using unittest::Folder;
 using unittest::Variable;
@@ -172,20 +175,6 @@ TEST(FunctionLocatorsTest, LargeClobsComeInAFile) {
 std::string across(const std::string& text, size_t before) {
   return std::string(kFunctionPiece - before, 'x') + text + "y";
 }
-std::string utf16(const std::u16string& text, bool bigEndian) {
-  std::string bytes;
-  for (const char16_t unit : text) {
-    const char high = static_cast<char>(unit >> 8);
-    const char low = static_cast<char>(unit & 0xFF);
-    bytes += {bigEndian ? high : low, bigEndian ? low : high};
-  }
-  return bytes;
-}
-std::string repeated(const std::string& text, int times) {
-  std::string result;
-  for (int i = 0; i < times; ++i) result += text;
-  return result;
-}
 
 TEST(FunctionLocatorsTest, FilesComeInTheCodePageOfTheDatabase) {
   const std::u16string mixed = u"<a>\u0A0A\u0A00\u010Aé\n\xD83D\xDE00</a>";
@@ -209,7 +198,7 @@ TEST(FunctionLocatorsTest, FilesComeInTheCodePageOfTheDatabase) {
       {"four bytes across pieces", "GB18030", 1208, across("\x94\x39\xFC\x36", 2), across("😀", 2)},
       {"double bytes across pieces", "cp943c", 1208, across("\x83\x41", 1), across("ア", 1)},
       {"more bytes than a piece holds", "ISO-8859-1", 1392, std::string(5000, '\xC0'),
-       repeated("\x81\x30\x86\x38", 5000)},
+       repeat("\x81\x30\x86\x38", 5000)},
       {"UTF-16, big-endian", "UTF-16BE", 1208, utf16(mixed, true), mixedUtf8},
       {"and with a mark", "UTF-16BE", 1208, utf16(u"\uFEFF" + mixed, true), mixedUtf8},
       {"and in the other order", "UTF-16BE", 1208, utf16(u"\uFEFF" + mixed, false), mixedUtf8},
@@ -251,9 +240,9 @@ TEST(FunctionLocatorsTest, DocumentsLeaveInTheCodePageOfTheApplication) {
       {"equal code pages", "UTF-8", 1208, false, "\xC3\0b"s, "\xC3\0b"s},
       {"nothing", "ISO-8859-1", 1208, false, "", ""},
       {"fewer bytes", "ISO-8859-1", 1208, false, "<a>é</a>", "<a>\xE9</a>"},
-      {"three times the bytes", "UTF-8", 943, false, std::string(100, '\xB1'), repeated("ｱ", 100)},
+      {"three times the bytes", "UTF-8", 943, false, std::string(100, '\xB1'), repeat("ｱ", 100)},
       {"four times the bytes", "GB18030", 819, false, std::string(100, '\xC0'),
-       repeated("\x81\x30\x86\x38", 100)},
+       repeat("\x81\x30\x86\x38", 100)},
       {"no substitute", "ISO-8859-1", 1208, false, "1 €", "!38X45"},
       {"not text of the database", "ISO-8859-1", 1208, false, "a\xC3", "!38X45"},
       {"a declaration in the same code page", "UTF-8", 1208, true,
@@ -263,7 +252,7 @@ TEST(FunctionLocatorsTest, DocumentsLeaveInTheCodePageOfTheApplication) {
        "\xFF\xFE" + utf16(announced, false)},
       {"four times the bytes", "GB18030", 819, true,
        "<?xml version='1.0'?>" + std::string(100, '\xC0'),
-       "<?xml version='1.0' encoding=\"gb18030\" ?>" + repeated("\x81\x30\x86\x38", 100)},
+       "<?xml version='1.0' encoding=\"gb18030\" ?>" + repeat("\x81\x30\x86\x38", 100)},
       {"no declaration", "UTF-8", 1208, true, "<a/>", "!38X14"},
       {"no substitute", "ISO-8859-1", 1208, true, "<?xml version='1.0'?><a>€</a>", "!38X45"},
   };

@@ -160,8 +160,7 @@ TEST_F(ExtractionFunctionsTest, ValuesAtTheLimits) {
     SCOPED_TRACE(c.function);
     const std::string call = std::string("orvxml.") + c.function + "(c, '/r')";
     const auto store = [&](const std::string& text) {
-      db_.run("update documents set c = orvxml.XMLCLOB(" +
-              FunctionDatabase::quoted("<r>" + text + "</r>") + ")");
+      db_.run("update documents set c = orvxml.XMLCLOB(" + literal("<r>" + text + "</r>") + ")");
     };
     store(characters(c.longest));
     EXPECT_EQ(db_.value(call), characters(c.longest));

@@ -10,6 +10,7 @@
 #include "orvxml/administration.h"
 #include "tests/support/database.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/texts.h"
 
 namespace orvxml::test {
 
@@ -25,8 +26,8 @@ class FunctionDatabase : public Database {
   void store(const std::string& document) { store(document, document); }
   void store(const std::string& document, const std::string& inFile) {
     file_ = folder_.write("document.xml", inFile);
-    run("update documents set v = orvxml.XMLVarchar(" + quoted(document) +
-        "), c = orvxml.XMLCLOB(" + quoted(document) + "), f = orvxml.XMLFile(" + quoted(file_) +
+    run("update documents set v = orvxml.XMLVarchar(" + literal(document) +
+        "), c = orvxml.XMLCLOB(" + literal(document) + "), f = orvxml.XMLFile(" + literal(file_) +
         ")");
   }
 
@@ -51,12 +52,6 @@ class FunctionDatabase : public Database {
       all.push_back(std::move(row.at(0)));
     }
     return all;
-  }
-
-  static std::string quoted(const std::string& text) {
-    std::string literal = "'";
-    for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
-    return literal + "'";
   }
 
   const TemporaryFolder& folder() const { return folder_; }

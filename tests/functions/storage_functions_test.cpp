@@ -19,9 +19,9 @@ class StorageFunctionsTest : public testing::Test {
 
   std::string write(const std::string& content) {
     const std::string name = "in" + std::to_string(files_++) + ".xml";
-    return FunctionDatabase::quoted(db_.folder().write(name, content));
+    return literal(db_.folder().write(name, content));
   }
-  std::string target() { return FunctionDatabase::quoted(db_.folder().path("out.xml")); }
+  std::string target() { return literal(db_.folder().path("out.xml")); }
   std::string written() { return readFile(db_.folder().path("out.xml")); }
 
   FunctionDatabase db_;

@@ -50,7 +50,7 @@ class FunctionTriggerTest : public ::testing::Test {
                        const std::string& parts) {
     std::string text = "<d price=\"" + price + "\"><title>" + title + "</title>";
     for (const char part : parts) text += "<part>" + std::string(1, part) + "</part>";
-    return "orvxml.XMLCLOB(" + FunctionDatabase::quoted(text + "</d>") + ")";
+    return "orvxml.XMLCLOB(" + literal(text + "</d>") + ")";
   }
   Rows joined() { return db_.rows("select * from joined order by id, seqno"); }
 
@@ -111,7 +111,7 @@ TEST_F(FunctionTriggerTest, SignalledTextsArriveWhole) {
   const auto signalling = [](const std::string& text) {
     return "create trigger refuse no cascade before insert on docs for each row mode orvsql signal "
            "sqlstate '75000' (" +
-           FunctionDatabase::quoted(text) + ")";
+           literal(text) + ")";
   };
   std::string euros;
   for (size_t i = 0; i < 24; ++i) euros += "\u20ac";

@@ -14,7 +14,7 @@ constexpr char kSchema[] =
 class ValidateFunctionsTest : public testing::Test {
  protected:
   std::string written(const std::string& name, const std::string& content) {
-    return FunctionDatabase::quoted(db_.folder().write(name, content));
+    return literal(db_.folder().write(name, content));
   }
   // Each document type's answer.
   void expectAnswers(const std::string& name, const std::string& arguments,

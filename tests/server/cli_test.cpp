@@ -2,6 +2,7 @@
 
 #include "orv/sqlcli.h"
 #include "server/session/host_area.h"
+#include "tests/server/cli_handles.h"
 #include "tests/server/test_session.h"
 
 namespace orv::test {
@@ -17,24 +18,13 @@ std::string stateOf(SQLSMALLINT type, SQLHANDLE handle) {
   return reinterpret_cast<const char*>(state);
 }
 
-class CliTest : public testing::Test {
+class CliTest : public testing::Test, public CliHandles {
  protected:
-  CliTest() {
-    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
-    SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
-  }
-  ~CliTest() override {
-    SQLDisconnect(dbc);
-    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
-    SQLFreeHandle(SQL_HANDLE_ENV, env);
-  }
-
   void connect() {
     ASSERT_EQ(SQLSetConnectOption(dbc, SQL_AUTOCOMMIT, SQL_AUTOCOMMIT_OFF), SQL_SUCCESS);
     ASSERT_EQ(SQLSetConnectAttr(dbc, SQL_ATTR_CODE_PAGE_CONVERSION, nullptr, SQL_IS_INTEGER),
               SQL_SUCCESS);
-    ASSERT_EQ(SQLConnect(dbc, nullptr, SQL_NTS, nullptr, SQL_NTS, nullptr, SQL_NTS), SQL_SUCCESS);
-    ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt), SQL_SUCCESS);
+    ASSERT_TRUE(CliHandles::connect());
   }
   std::string state() const { return stateOf(SQL_HANDLE_STMT, stmt); }
   SQLRETURN prepare(const char* text) { return SQLPrepare(stmt, chars(text), SQL_NTS); }
@@ -43,10 +33,6 @@ class CliTest : public testing::Test {
     return SQLBindParameter(stmt, number, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_VARCHAR, 0, 0,
                             chars(value), static_cast<SQLINTEGER>(std::strlen(value)), indicator);
   }
-
-  SQLHENV env = 0;
-  SQLHDBC dbc = 0;
-  SQLHSTMT stmt = 0;
 };
 
 TEST_F(CliTest, HandlesAreCheckedOnEveryCall) {
@@ -124,7 +110,8 @@ TEST_F(CliTest, MarkersAndColumnsAreDescribedWithoutRunning) {
   session.run(
       "CREATE TABLE T (I INTEGER NOT NULL, S SMALLINT, C CHAR(4), V VARCHAR(30), D DECIMAL(9,3),"
       " F DOUBLE, R REAL, B BIGINT, X CLOB(1M), DT DATE, TM TIME, TS TIMESTAMP, L LONG VARCHAR,"
-      " VB VARCHAR(8) FOR BIT DATA)");
+      " VB VARCHAR(8) FOR BIT DATA, CB CHAR(4) FOR BIT DATA, G GRAPHIC(3), VG VARGRAPHIC(5),"
+      " LG LONG VARGRAPHIC, BL BLOB(9), DC DBCLOB(7))");
   connect();
   struct Case {
     const char* column;
@@ -147,6 +134,12 @@ TEST_F(CliTest, MarkersAndColumnsAreDescribedWithoutRunning) {
       {"TS", SQL_TYPE_TIMESTAMP, 26, 6, 1},
       {"L", SQL_LONGVARCHAR, 32700, 0, 1},
       {"VB", SQL_VARBINARY, 8, 0, 1},
+      {"CB", SQL_BINARY, 4, 0, 1},
+      {"G", SQL_GRAPHIC, 3, 0, 1},
+      {"VG", SQL_VARGRAPHIC, 5, 0, 1},
+      {"LG", SQL_LONGVARGRAPHIC, 16350, 0, 1},
+      {"BL", SQL_BLOB, 9, 0, 1},
+      {"DC", SQL_DBCLOB, 7, 0, 1},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.column);

@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "orv/sqlcli.h"
 #include "orv/sqlda.h"
 #include "orv/sqludf.h"
+#include "tests/server/cli_handles.h"
 
 #define EXPORTED extern "C" __attribute__((visibility("default")))
 // A function of one argument, with what comes after the message.
@@ -144,11 +144,9 @@ FUNCTION(describeCall, const char* in, char* out, sqludf_scratchpad* scratchpad,
 
 // Calls itself through SQL and gives what the innermost call could not do, its SQLCODE.
 FUNCTION(recurse, const int32_t* in, int32_t* out) {
-  SQLHANDLE environment = 0, connection = 0, statement = 0;
-  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment);
-  SQLAllocHandle(SQL_HANDLE_DBC, environment, &connection);
-  SQLConnect(connection, nullptr, SQL_NTS, nullptr, SQL_NTS, nullptr, SQL_NTS);
-  SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement);
+  orv::test::CliHandles handles;
+  handles.connect();
+  const SQLHSTMT statement = handles.stmt;
   SQLCHAR query[] = "VALUES RECURSE(1)";
   SQLRETURN rc = SQLExecDirect(statement, query, SQL_NTS);
   SQLINTEGER length = 0;
@@ -162,24 +160,16 @@ FUNCTION(recurse, const int32_t* in, int32_t* out) {
     SQLGetDiagRec(SQL_HANDLE_STMT, statement, 1, diagnosed, out, nullptr, 0, nullptr);
   }
   *resultIsNull = *isNull;
-  SQLDisconnect(connection);
-  SQLFreeHandle(SQL_HANDLE_DBC, connection);
-  SQLFreeHandle(SQL_HANDLE_ENV, environment);
 }
 
 // Runs the statement that it is given, and gives its return code.
 FUNCTION(runStatement, const char* text, int32_t* out) {
-  SQLHANDLE environment = 0, connection = 0, statement = 0;
-  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment);
-  SQLAllocHandle(SQL_HANDLE_DBC, environment, &connection);
-  SQLConnect(connection, nullptr, SQL_NTS, nullptr, SQL_NTS, nullptr, SQL_NTS);
-  SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement);
+  orv::test::CliHandles handles;
+  handles.connect();
+  const SQLHSTMT statement = handles.stmt;
   std::string copy = text;
   *out = SQLExecDirect(statement, reinterpret_cast<SQLCHAR*>(copy.data()), SQL_NTS);
   *resultIsNull = *isNull;
-  SQLDisconnect(connection);
-  SQLFreeHandle(SQL_HANDLE_DBC, connection);
-  SQLFreeHandle(SQL_HANDLE_ENV, environment);
 }
 
 // Rows 1 to n: (number, its text, null for an even one). From 90 on it fails at one call, which the

@@ -1,17 +1,17 @@
 // Queries over derived tables, each level restricting the one below by a key: what they are called
 // and typed by, what they find, and that the restrictions reach the tables.
-#include <sqlite3.h>
-
 #include <array>
 #include <functional>
+#include <sstream>
 
-#include "orv/sqlcli.h"
 #include "server/engine/sqlite/functions.h"
 #include "server/engine/sqlite/renderer.h"
 #include "server/engine/sqlite/sqlite_catalog.h"
 #include "server/sql/parser.h"
 #include "server/sql/resolver.h"
+#include "tests/server/cli_handles.h"
 #include "tests/server/test_session.h"
+#include "tests/support/sqlite_file.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orv::test {
@@ -24,6 +24,14 @@ SQLCHAR* chars(const std::string& text) {
 }
 
 using Texts = std::vector<std::string>;
+
+// What stands between the commas.
+Texts split(const std::string& text) {
+  Texts parts;
+  std::istringstream all(text);
+  for (std::string part; std::getline(all, part, ',');) parts.push_back(part);
+  return parts;
+}
 
 // `base`, restricted by each of the keys in turn.
 std::string nested(std::string base, const Texts& keys, const std::string& list) {
@@ -38,10 +46,7 @@ std::string nested(std::string base, const Texts& keys, const std::string& list)
 class NestedQueryTest : public testing::Test {
  protected:
   NestedQueryTest() {
-    SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
-    SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
-    SQLConnect(dbc, nullptr, 0, nullptr, 0, nullptr, 0);
-    SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt);
+    cli.connect();
     session.run(
         "CREATE TABLE O (ID INTEGER NOT NULL PRIMARY KEY, NAME VARCHAR(9), \"Mixed Case\" CHAR(3),"
         " D DECIMAL(5,2))");
@@ -53,11 +58,6 @@ class NestedQueryTest : public testing::Test {
     session.run("INSERT INTO O VALUES (1, 'ann', 'x', 1.5), (2, '=?', 'y', 2), (3, NULL, 'z', 3)");
     session.run("INSERT INTO I VALUES (1, 1, 'ann'), (1, 2, 'bob'), (2, 1, 'cid')");
     session->commit();
-  }
-  ~NestedQueryTest() override {
-    SQLDisconnect(dbc);
-    SQLFreeHandle(SQL_HANDLE_DBC, dbc);
-    SQLFreeHandle(SQL_HANDLE_ENV, env);
   }
 
   std::string diagnostic() const {
@@ -104,89 +104,44 @@ class NestedQueryTest : public testing::Test {
 
   TemporaryFolder folder;
   TestSession session{1208, folder.path("nested.db")};
-  SQLHENV env = 0;
-  SQLHDBC dbc = 0;
-  SQLHSTMT stmt = 0;
+  CliHandles cli;
+  const SQLHSTMT& stmt = cli.stmt;
 };
 
 TEST_F(NestedQueryTest, NamesAndRowsComeThroughEveryLevel) {
   const struct Case {
-    const char* base;
-    Texts keys;
-    const char* list;
-    Texts values;
-    const char* answer;
+    const char *base, *keys, *list, *values, *answer;
   } cases[] = {
-      {"SELECT o.id, i.n, k FROM o, i WHERE o.id = i.oid",
-       {"ID"},
-       R"("N", "K")",
-       {"1"},
+      {"SELECT o.id, i.n, k FROM o, i WHERE o.id = i.oid", "ID", R"("N", "K")", "1",
        "N,K: 1|ann 2|bob"},
-      {"SELECT o.id, i.n, k FROM o, i WHERE o.id = i.oid",
-       {"ID", "N"},
-       R"("K")",
-       {"1", "2"},
-       "K: bob"},
-      {"SELECT o.id, i.n, k FROM o LEFT OUTER JOIN i ON o.id = i.oid",
-       {"ID"},
-       R"("N", "K")",
-       {"3"},
+      {"SELECT o.id, i.n, k FROM o, i WHERE o.id = i.oid", "ID,N", R"("K")", "1,2", "K: bob"},
+      {"SELECT o.id, i.n, k FROM o LEFT OUTER JOIN i ON o.id = i.oid", "ID", R"("N", "K")", "3",
        "N,K: -|-"},
-      {"SELECT * FROM o WHERE name = '=?'",
-       {"ID"},
-       R"("NAME", "Mixed Case")",
-       {"2"},
+      {"SELECT * FROM o WHERE name = '=?'", "ID", R"("NAME", "Mixed Case")", "2",
        "NAME,Mixed Case: =?|y  "},
-      {"SELECT id, d AS \"a b\", \"Mixed Case\" FROM o",
-       {"\"Mixed Case\""},
-       R"("a b", "Mixed Case")",
-       {"x"},
-       "a b,Mixed Case: 1.50|x  "},
-      {"SELECT id, d + 1, name || '=?' FROM o",
-       {"ID", "\"2\""},
-       R"("2", "3")",
-       {"1", "2.50"},
+      {"SELECT id, d AS \"a b\", \"Mixed Case\" FROM o", "\"Mixed Case\"", R"("a b", "Mixed Case")",
+       "x", "a b,Mixed Case: 1.50|x  "},
+      {"SELECT id, d + 1, name || '=?' FROM o", "ID,\"2\"", R"("2", "3")", "1,2.50",
        "2,3: 2.50|ann=?"},
-      {"SELECT oid, COUNT(*), MAX(k) AS m FROM i GROUP BY oid",
-       {"OID"},
-       R"("2", "M")",
-       {"1"},
+      {"SELECT oid, COUNT(*), MAX(k) AS m FROM i GROUP BY oid", "OID", R"("2", "M")", "1",
        "2,M: 2|bob"},
-      {"SELECT DISTINCT oid FROM i", {"OID"}, R"("OID")", {"1"}, "OID: 1"},
-      {"SELECT id, name FROM o UNION SELECT oid, k FROM i",
-       {"ID"},
-       R"("NAME", "ID")",
-       {"1"},
+      {"SELECT DISTINCT oid FROM i", "OID", R"("OID")", "1", "OID: 1"},
+      {"SELECT id, name FROM o UNION SELECT oid, k FROM i", "ID", R"("NAME", "ID")", "1",
        "NAME,ID: ann|1 bob|1"},
-      {"SELECT id, name FROM o EXCEPT SELECT oid, k FROM i",
-       {"ID"},
-       R"("ID", "NAME")",
-       {"1"},
+      {"SELECT id, name FROM o EXCEPT SELECT oid, k FROM i", "ID", R"("ID", "NAME")", "1",
        "ID,NAME:"},
-      {"SELECT id, (SELECT MAX(n) FROM i WHERE oid = o.id) AS last FROM o",
-       {"LAST"},
-       R"("LAST", "ID")",
-       {"2"},
-       "LAST,ID: 2|1"},
-      {"SELECT o.id, x.n FROM o, TABLE(SELECT oid, n FROM i) AS x WHERE x.oid = o.id",
-       {"ID"},
-       R"("N")",
-       {"2"},
-       "N: 1"},
-      {"SELECT o.id, i.n, id FROM o, i",
-       {},
-       R"("ID")",
-       {},
+      {"SELECT id, (SELECT MAX(n) FROM i WHERE oid = o.id) AS last FROM o", "LAST",
+       R"("LAST", "ID")", "2", "LAST,ID: 2|1"},
+      {"SELECT o.id, x.n FROM o, TABLE(SELECT oid, n FROM i) AS x WHERE x.oid = o.id", "ID",
+       R"("N")", "2", "N: 1"},
+      {"SELECT o.id, i.n, id FROM o, i", "", R"("ID")", "",
        "ORV0203E  The reference to the column \"ID\" is ambiguous.  SQLSTATE=42702"},
-      {"SELECT id, d + 1 FROM o",
-       {},
-       R"("3")",
-       {},
+      {"SELECT id, d + 1 FROM o", "", R"("3")", "",
        "ORV0206E  \"3\" is not valid in the context in which it is used.  SQLSTATE=42703"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.base);
-    EXPECT_EQ(answer(nested(c.base, c.keys, c.list), c.values), c.answer);
+    EXPECT_EQ(answer(nested(c.base, split(c.keys), c.list), split(c.values)), c.answer);
   }
 }
 
@@ -200,8 +155,8 @@ int unrestrictedSteps(Session& session, const std::string& path, const std::stri
   sqlite::Renderer renderer(*data, catalog.defaultSchema());
   renderer.statement(*tree);
   sqlite::Environment environment(1208);
-  sqlite3* database = nullptr;
-  EXPECT_EQ(sqlite3_open(path.c_str(), &database), SQLITE_OK);
+  const orvxml::test::SqliteFile file = orvxml::test::openSqlite(path);
+  sqlite3* const database = file.get();
   sqlite::registerCollation(database);
   sqlite::registerConversions(database, environment);
   sqlite3_stmt* prepared = nullptr;
@@ -216,41 +171,33 @@ int unrestrictedSteps(Session& session, const std::string& path, const std::stri
   EXPECT_GT(rows, 0);
   const int steps = sqlite3_stmt_status(prepared, SQLITE_STMTSTATUS_FULLSCAN_STEP, 0);
   sqlite3_finalize(prepared);
-  sqlite3_close(database);
   return steps;
 }
 
 TEST_F(NestedQueryTest, RestrictionsReachTheIndexesOfTheTables) {
   const struct Case {
-    const char* base;
-    Texts keys;
-    Texts values;
+    const char *base, *keys, *values;
   } cases[] = {
-      {"SELECT o.id AS c, i.n, k FROM o, i WHERE o.id = i.oid", {"C"}, {"1"}},
-      {"SELECT o.id AS c, i.n, k FROM o LEFT JOIN i ON o.id = i.oid", {"C", "N"}, {"1", "2"}},
-      {"SELECT id AS c, name FROM o UNION SELECT oid, k FROM i", {"C"}, {"1"}},
-      {"SELECT id AS c, name FROM o UNION SELECT oid, k FROM i", {"NAME"}, {"ann"}},
-      {"SELECT id AS c, name, 1 AS n FROM o UNION SELECT oid, k, n FROM i WHERE n > 0",
-       {"NAME", "C"},
-       {"bob", "1"}},
-      {"SELECT id AS c FROM o UNION ALL (SELECT oid FROM i INTERSECT SELECT id FROM o)",
-       {"C"},
-       {"1"}},
-      {"SELECT n, c FROM (SELECT n, oid AS c FROM i UNION SELECT 1, id FROM o) x", {"C"}, {"1"}},
-      {"SELECT oid AS c, COUNT(*) AS n FROM i GROUP BY oid", {"C"}, {"1"}},
+      {"SELECT o.id AS c, i.n, k FROM o, i WHERE o.id = i.oid", "C", "1"},
+      {"SELECT o.id AS c, i.n, k FROM o LEFT JOIN i ON o.id = i.oid", "C,N", "1,2"},
+      {"SELECT id AS c, name FROM o UNION SELECT oid, k FROM i", "C", "1"},
+      {"SELECT id AS c, name FROM o UNION SELECT oid, k FROM i", "NAME", "ann"},
+      {"SELECT id AS c, name, 1 AS n FROM o UNION SELECT oid, k, n FROM i WHERE n > 0", "NAME,C",
+       "bob,1"},
+      {"SELECT id AS c FROM o UNION ALL (SELECT oid FROM i INTERSECT SELECT id FROM o)", "C", "1"},
+      {"SELECT n, c FROM (SELECT n, oid AS c FROM i UNION SELECT 1, id FROM o) x", "C", "1"},
+      {"SELECT oid AS c, COUNT(*) AS n FROM i GROUP BY oid", "C", "1"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.base);
-    const std::string text = nested(c.base, c.keys, "\"C\"");
-    EXPECT_EQ(unrestrictedSteps(*session, folder.path("nested.db"), text, c.values), 0);
+    const std::string text = nested(c.base, split(c.keys), "\"C\"");
+    EXPECT_EQ(unrestrictedSteps(*session, folder.path("nested.db"), text, split(c.values)), 0);
   }
 }
 
 TEST_F(NestedQueryTest, WhatIsFetchedAsTextFindsItsRowAgain) {
   const struct Case {
-    const char* type;
-    const char* stored;
-    const char* fetched;
+    const char *type, *stored, *fetched;
   } cases[] = {
       {"SMALLINT", "-32768", "-32768"},
       {"BIGINT", "-9223372036854775808", "-9223372036854775808"},
@@ -296,7 +243,7 @@ TEST_F(NestedQueryTest, OneTextServesManyOpenCursors) {
   std::vector<SQLHSTMT> levels(kDepth);
   for (int i = 0; i < kDepth; ++i) {
     SQLHSTMT& level = levels[static_cast<size_t>(i)];
-    ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, dbc, &level), SQL_SUCCESS);
+    ASSERT_EQ(SQLAllocHandle(SQL_HANDLE_STMT, cli.dbc, &level), SQL_SUCCESS);
     SQLBindParameter(level, 1, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_INTEGER, 10, 0, key, 2, nullptr);
     SQLBindCol(level, 1, SQL_C_CHAR, value[i], 10, nullptr);
   }

@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "orv/sqlca.h"
-#include "orv/sqlcli.h"
 #include "orv/sqlda.h"
+#include "tests/server/cli_handles.h"
 
 namespace {
 
@@ -123,11 +123,9 @@ PROCEDURE(misbehave) {
 // fails.
 extern "C" __attribute__((visibility("default"))) int insertText(void*, void*, sqlda* area,
                                                                  sqlca* outcome) {
-  SQLHANDLE environment = 0, connection = 0, statement = 0;
-  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment);
-  SQLAllocHandle(SQL_HANDLE_DBC, environment, &connection);
-  SQLConnect(connection, nullptr, SQL_NTS, nullptr, SQL_NTS, nullptr, SQL_NTS);
-  SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement);
+  orv::test::CliHandles handles;
+  handles.connect();
+  const SQLHSTMT statement = handles.stmt;
   SQLINTEGER length = at<uint16_t>(area, 0);
   SQLCHAR insert[] = "INSERT INTO T VALUES (?)";
   SQLPrepare(statement, insert, SQL_NTS);
@@ -138,8 +136,5 @@ extern "C" __attribute__((visibility("default"))) int insertText(void*, void*, s
     SQLGetDiagRec(SQL_HANDLE_STMT, statement, 1, state, &outcome->sqlcode, nullptr, 0, nullptr);
     std::memcpy(outcome->sqlstate, state, 5);
   }
-  SQLDisconnect(connection);
-  SQLFreeHandle(SQL_HANDLE_DBC, connection);
-  SQLFreeHandle(SQL_HANDLE_ENV, environment);
   return kReturned;
 }

@@ -85,14 +85,6 @@ class AdminDatabase : public Database {
     EXPECT_GE(all.size(), 13u);
     return all;
   }
-
-  int count(const std::string& fromClause) {
-    const Rows found = rows("select count(*) from " + fromClause);
-    return found.size() == 1 ? std::stoi(found.front().front()) : -1;
-  }
-
-  void commit() { EXPECT_FALSE(session().commit().failed()); }
-  void rollback() { EXPECT_FALSE(session().rollback().failed()); }
 };
 
 }  // namespace orvxml::test

@@ -7,36 +7,20 @@
 //   CallContext call;                       // a context as the library's entry points have one
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
 #include "orv/apie.h"
-#include "orv/session.h"
 #include "orvxml/context.h"
-#include "tests/support/environment.h"
+#include "tests/support/test_session.h"
 
 namespace orvxml::test {
-
-using Row = std::vector<std::string>;  // null values are "NULL"
-using Rows = std::vector<Row>;
 
 inline std::string bindList() {
   return ORVXML_BINARY_DIR "/share/orvxml/bnd/@qrkbind.lst";
 }
 
-class Database {
+class Database : public TestSession {
  public:
-  explicit Database(int codePage = 1208, const std::string& url = ":memory:", bool bound = true) {
-    setenv("ORVINSTANCE", instanceName().c_str(), 1);
-    orv::Outcome outcome;
-    session_ = orv::Session::create(url, codePage, outcome);
-    if (!session_) throw std::runtime_error("no database: " + outcome.message);
-    session_->makeCurrent();
+  explicit Database(int codePage = 1208, const std::string& url = ":memory:", bool bound = true)
+      : TestSession(codePage, url) {
     if (bound) bind();
   }
 
@@ -45,29 +29,6 @@ class Database {
     sqlabndx(bindList().c_str(), nullptr, nullptr, &area);
     EXPECT_EQ(area.sqlcode, 0) << "binding " << bindList();
   }
-
-  orv::Session& session() { return *session_; }
-
-  // Runs a statement that must give this SQLCODE.
-  orv::Result run(const std::string& statement, int sqlcode = 0) {
-    orv::Result result = session_->run(statement);
-    EXPECT_EQ(result.outcome.sqlcode, sqlcode) << statement << "\n" << result.outcome.message;
-    return result;
-  }
-
-  Rows rows(const std::string& query) {
-    Rows rows;
-    const orv::Result result = session_->run(query);
-    EXPECT_FALSE(result.outcome.failed()) << query << "\n" << result.outcome.message;
-    for (const auto& values : result.rows) {
-      Row& row = rows.emplace_back();
-      for (const orv::ResultValue& value : values) row.push_back(value.value_or("NULL"));
-    }
-    return rows;
-  }
-
- private:
-  std::unique_ptr<orv::Session> session_;
 };
 
 // A call context with message and SQLSTATE buffers, set up in the current session. Needs a

@@ -9,6 +9,7 @@
 #include "orvxml/procedures.h"
 #include "tests/support/database.h"
 #include "tests/support/temporary_folder.h"
+#include "tests/support/texts.h"
 
 namespace orvxml::test {
 
@@ -70,17 +71,11 @@ class DecomposeDatabase : public Database {
     runScript(readFile(ORVXML_SOURCE_DIR "/tests/support/procedures.sql"));
   }
 
-  // Runs the statements and commits.
-  void runScript(const std::string& script) {
-    for (const orv::ScriptStatement& statement : orv::splitScript(script)) run(statement.text);
-    EXPECT_FALSE(session().commit().failed());
-  }
-
   // Enters a collection; without a DAD its column is null.
   void addCollection(const std::string& name, const Text& dad) {
     run("insert into orvxml.xml_usage (table_schema, table_name, col_name, dad, access_mode,"
         " validation, trigger_suffix) values ('', 'QRK_COLLECTION', '" +
-        name + "', " + (dad ? quoted(*dad) : "null") + ", 0, 0, '')");
+        name + "', " + (dad ? literal(*dad) : "null") + ", 0, 0, '')");
   }
 
   // Calls the registered procedure, as the server does.
@@ -91,12 +86,6 @@ class DecomposeDatabase : public Database {
     if (result.outputs.size() != 4) return {0, "no outputs"};
     return {std::stoi(result.outputs[2].value_or("99")),
             withoutNewline(result.outputs[3].value_or("null"))};
-  }
-
-  static std::string quoted(const std::string& text) {
-    std::string literal = "'";
-    for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
-    return literal + "'";
   }
 
  private:

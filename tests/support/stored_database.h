@@ -5,53 +5,21 @@
 //   EXPECT_EQ(StoredDatabase(path).picture(), expected);
 #pragma once
 
-#include <sqlite3.h>
-
 #include <map>
 
 #include "tests/support/admin_calls.h"
+#include "tests/support/sqlite_file.h"
 
 namespace orvxml::test {
 
 using Picture = std::vector<std::string>;  // a line for each row of each table
 
-class StoredDatabase {
+class StoredDatabase : public TestSession {
  public:
-  explicit StoredDatabase(const std::string& path) {
-    setenv("ORVINSTANCE", instanceName().c_str(), 1);
-    orv::Outcome outcome;
-    session_ = orv::Session::open(path, outcome);
-    if (!session_) throw std::runtime_error("no database: " + outcome.message);
-    session_->makeCurrent();
-  }
+  using TestSession::TestSession;
 
   // Makes one, with the packages bound.
-  static void create(const std::string& path) {
-    Database db(1208, path);
-    EXPECT_FALSE(db.session().commit().failed());
-  }
-
-  orv::Session& session() { return *session_; }
-  int sqlcode(const std::string& statement) { return session_->run(statement).outcome.sqlcode; }
-  void run(const std::string& statement) {
-    const orv::Outcome outcome = session_->run(statement).outcome;
-    EXPECT_EQ(outcome.sqlcode, 0) << statement << "\n" << outcome.message;
-  }
-  void runScript(const std::string& script) {
-    for (const orv::ScriptStatement& statement : orv::splitScript(script)) run(statement.text);
-  }
-  Rows rows(const std::string& query) {
-    const orv::Result result = session_->run(query);
-    EXPECT_FALSE(result.outcome.failed()) << query << "\n" << result.outcome.message;
-    Rows rows;
-    for (const auto& values : result.rows) {
-      Row& row = rows.emplace_back();
-      for (const orv::ResultValue& value : values) row.push_back(value.value_or("NULL"));
-    }
-    return rows;
-  }
-  void commit() { EXPECT_FALSE(session_->commit().failed()); }
-  void rollback() { EXPECT_FALSE(session_->rollback().failed()); }
+  static void create(const std::string& path) { Database(1208, path).commit(); }
 
   Picture picture() {
     const Rows tables = rows(
@@ -101,8 +69,6 @@ class StoredDatabase {
       }
     }
   }
-
-  std::unique_ptr<orv::Session> session_;
 };
 
 // The first line that only one of them has; nothing when they are alike.
@@ -115,23 +81,12 @@ inline std::string difference(const Picture& found, const Picture& expected) {
 }
 
 // What the file's own checks find fault with; nothing in a sound file.
-inline Rows faultsOfFile(const std::string& path) {
-  sqlite3* file = nullptr;
-  EXPECT_EQ(sqlite3_open_v2(path.c_str(), &file, SQLITE_OPEN_READWRITE, nullptr), SQLITE_OK);
-  Rows faults;
-  const auto collect = [](void* to, int, char** values, char**) {
-    static_cast<Rows*>(to)->push_back({values[0] ? values[0] : "NULL"});
-    return 0;
-  };
-  char* message = nullptr;
-  for (const char* check : {"PRAGMA integrity_check", "PRAGMA foreign_key_check"}) {
-    if (sqlite3_exec(file, check, collect, &faults, &message) != SQLITE_OK) {
-      faults.push_back({message});
-    }
-    sqlite3_free(std::exchange(message, nullptr));
+inline std::string faultsOfFile(const std::string& path) {
+  std::string faults;
+  for (const std::string& fault :
+       runSqlite(path, "PRAGMA integrity_check; PRAGMA foreign_key_check")) {
+    if (fault != "ok") faults += fault + '\n';
   }
-  sqlite3_close(file);
-  std::erase(faults, Row{"ok"});
   return faults;
 }
 

@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "src/xmlcolumn/document_handler.h"
+#include "tests/support/texts.h"
 #include "tests/xmlcolumn/column_calls.h"
 
 namespace orvxml {
 namespace {
 
+using test::repeat;
 using unittest::CallContext;
 using unittest::CallOptions;
 using unittest::Extracted;
@@ -251,14 +253,8 @@ TEST_F(ExtractionTest, ValuesAreInTheDatabaseCodePage) {
   }
 }
 
-std::string repeated(const std::string& text, size_t times) {
-  std::string result;
-  for (size_t i = 0; i < times; ++i) result += text;
-  return result;
-}
-
 std::string nested(size_t levels) {
-  return repeated("<a>", levels) + repeated("</a>", levels);
+  return repeat("<a>", levels) + repeat("</a>", levels);
 }
 
 TEST_F(ExtractionTest, HostileDocumentsAreRefusedOrReadWhole) {
@@ -267,7 +263,7 @@ TEST_F(ExtractionTest, HostileDocumentsAreRefusedOrReadWhole) {
   std::string bomb = "<!DOCTYPE a [<!ENTITY e0 'xxxxxxxxxx'>";
   for (int i = 1; i < 20; ++i) {
     const std::string inner = "&e" + std::to_string(i - 1) + ";";
-    bomb += "<!ENTITY e" + std::to_string(i) + " '" + repeated(inner, 10) + "'>";
+    bomb += "<!ENTITY e" + std::to_string(i) + " '" + repeat(inner, 10) + "'>";
   }
   struct Case {
     const char* label;
@@ -280,7 +276,7 @@ TEST_F(ExtractionTest, HostileDocumentsAreRefusedOrReadWhole) {
       {"an exponential bomb", bomb + "]><a>&e19;</a>", "/a", "38X13", 0},
       {"a bomb in an attribute", bomb + "]><a t='&e19;'/>", "/a/@t", "38X13", 0},
       {"a quadratic bomb",
-       "<!DOCTYPE a [<!ENTITY e '" + std::string(100'000, 'x') + "'>]><a>" + repeated("&e;", 1000) +
+       "<!DOCTYPE a [<!ENTITY e '" + std::string(100'000, 'x') + "'>]><a>" + repeat("&e;", 1000) +
            "</a>",
        "/a", "38X13", 0},
       {"an entity that holds itself", "<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>", "/a", "38X13",
@@ -314,10 +310,9 @@ TEST_F(ExtractionTest, HostileDocumentsAreRefusedOrReadWhole) {
 
 // A run over the stack for every element would take a minute: its steps fit almost everywhere.
 TEST_F(ExtractionTest, LongPathsOverDeepDocumentsTakeLinearTime) {
-  const std::string deep = repeated("<a>", 990) + repeated("<a/>", 100'000) + repeated("</a>", 990);
-  for (const std::string& path :
-       {repeated("/a", 990) + "//b", "//a" + repeated("//a/a", 200) + "//b",
-        "//" + std::string("b") + repeated("//a", 900)}) {
+  const std::string deep = repeat("<a>", 990) + repeat("<a/>", 100'000) + repeat("</a>", 990);
+  for (const std::string& path : {repeat("/a", 990) + "//b", "//a" + repeat("//a/a", 200) + "//b",
+                                  "//" + std::string("b") + repeat("//a", 900)}) {
     EXPECT_EQ(extractValues(&context_.ctx, deep, path).values, Values{});
   }
 }
