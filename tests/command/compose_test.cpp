@@ -377,7 +377,7 @@ TEST_F(CommandCompose, ValidationResults) {
   EXPECT_EQ(report["ok"], true);
   EXPECT_EQ(report["valid"], 1);
   EXPECT_EQ(report["invalid"], 0);
-  EXPECT_TRUE(contains(report["document"], "Zoë"));
+  EXPECT_TRUE(contains(std::string(report["document"]), "Zoë"));
   sql("create table result (doc clob(1M))");
   EXPECT_EQ(compose({"--into", "result"}, dad).status, 0);
   EXPECT_EQ(rows("select qrk_valid from result"), "1\r\n1\r\n0\r\n");

@@ -1,6 +1,8 @@
 // A database at the engine's own interface: statements in, rows and failures as text out.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,8 +11,8 @@
 #include "server/engine/engine.h"
 #include "server/sql/parser.h"
 #include "server/sql/resolver.h"
-#include "server/sql/sql_error.h"
 #include "server/sql/value_conversion.h"
+#include "tests/server/outcome.h"
 
 namespace orv {
 
@@ -24,7 +26,7 @@ class EngineDatabase {
   // Rows as "a|b", one a line, null as "-"; "3 rows" for changes; "ok" for definitions; a failure
   // as "-803 23505 token,token".
   std::string run(std::string_view text, const std::vector<MarkerValue>& values = {}) {
-    try {
+    return outcomeOf([&] {
       engine_->begin(Access::None);
       std::unique_ptr<Statement> statement = parseStatement(text);
       resolve(*statement, engine_->catalog());
@@ -36,20 +38,9 @@ class EngineDatabase {
           return runPrepared(*statement, values);
         default:
           engine_->applyDdl(*statement);
-          return "ok";
+          return std::string("ok");
       }
-    } catch (const SqlError& error) {
-      return failureText(error);
-    }
-  }
-
-  static std::string failureText(const SqlError& error) {
-    std::string shown = std::to_string(error.sqlcode()) + " " + error.sqlstate();
-    std::string separator = " ";
-    for (const std::string& token : error.tokens()) {
-      shown += std::exchange(separator, ",") + token;
-    }
-    return shown;
+    });
   }
 
   Engine& engine() { return *engine_; }

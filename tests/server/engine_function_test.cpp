@@ -1,11 +1,10 @@
 // Registered functions below the engine's interface: how a function of this test is called for each
 // kind of statement, what its values become, and how long one use of it lives.
-#include <sqlite3.h>
-
 #include <functional>
 #include <map>
 
 #include "tests/server/engine_database.h"
+#include "tests/support/sqlite_file.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orv {
@@ -320,13 +319,7 @@ TEST_F(EngineFunctionTest, ACallFailsWhenTheFunctionOrItsHostIsGone) {
   auto statement = parseStatement("SELECT COUNTED(N) FROM TABLE(PIECES('a')) AS P");
   resolve(*statement, database_.engine().catalog());
   std::unique_ptr<EngineStatement> prepared = database_.engine().prepare(*statement);
-  const auto outcome = [&] {
-    try {
-      return std::string(prepared->step() ? "row" : "end");
-    } catch (const SqlError& error) {
-      return EngineDatabase::failureText(error);
-    }
-  };
+  const auto outcome = [&] { return outcomeOf([&] { return prepared->step() ? "row" : "end"; }); };
   EXPECT_EQ(outcome(), "row");
   prepared->reset();
   run({{"DROP FUNCTION PIECES", "ok"}});
@@ -382,23 +375,17 @@ TEST(EngineFunctionTriggerTest, TriggersCallFunctions) {
                  .c_str(),
              "ok"}});
   database.engine().commit();
-  sqlite3* other = nullptr;
-  ASSERT_EQ(sqlite3_open(path.c_str(), &other), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(other,
-                         "CREATE TRIGGER A AFTER INSERT ON T BEGIN INSERT INTO SIDE "
-                         "SELECT ORV_FUNCTION('S','C1',new.ID),x.C1,x.C2 "
-                         "FROM ORV_TABLE('S','P1',new.TXT) AS x; END",
-                         nullptr, nullptr, nullptr),
-            SQLITE_OK);
-  sqlite3_close(other);
+  orvxml::test::runSqlite(path,
+                          "CREATE TRIGGER A AFTER INSERT ON T BEGIN INSERT INTO SIDE "
+                          "SELECT ORV_FUNCTION('S','C1',new.ID),x.C1,x.C2 "
+                          "FROM ORV_TABLE('S','P1',new.TXT) AS x; END");
   database.engine().setFunctionHost(&host);
   runSteps(database, {{"INSERT INTO T VALUES(1, 'ab'), (2, ''), (3, 'c')", "3 rows"},
                       {"SELECT * FROM SIDE", "1|1|a \n2|2|b \n1|1|c "},
                       {"INSERT INTO T VALUES(1, 'd!')", "-443 38ABC F,SPECIFIC,a bad piece"},
                       {"SELECT COUNT(*) FROM T", "3"}});
   EXPECT_EQ(host.takeLog(),
-            "count2( 1 2 ) count3( 1 ) count5( 1 ) pieces1( [ab] [] [c] ) "
-            "pieces4( [d!] )");
+            "count2( 1 2 ) count3( 1 ) count5( 1 ) pieces1( [ab] [] [c] ) pieces4( [d!] )");
 }
 
 }  // namespace

@@ -84,9 +84,8 @@ TEST_F(EsqlTest, HostVariablesOfEveryTypeCarryTheirValue) {
   open();
   session->run(
       "CREATE TABLE H (S SMALLINT, I INTEGER, B BIGINT, F DOUBLE, R REAL, D DECIMAL(7,2), C "
-      "CHAR(5),"
-      " V VARCHAR(9), L LONG VARCHAR, DT DATE, TM TIME, TS TIMESTAMP, X CLOB(99), BB BLOB(99),"
-      " G VARGRAPHIC(9))");
+      "CHAR(5), V VARCHAR(9), L LONG VARCHAR, DT DATE, TM TIME, TS TIMESTAMP, X CLOB(99), BB "
+      "BLOB(99), G VARGRAPHIC(9))");
   int16_t s = -7;
   int32_t i = 70000;
   int64_t b = int64_t{1} << 40;
@@ -249,6 +248,19 @@ TEST_F(EsqlTest, DescriptorsDescribeAndCarryRows) {
     EXPECT_EQ(area.sqlcode, c.sqlcode);
     EXPECT_EQ(area.sqlcode ? descriptor->sqlvar[0].sqltype : 0, 0);
   }
+  // The codes of all types, which a column that may be null has plus one.
+  session->run(
+      "CREATE TABLE V (A SMALLINT, B BIGINT, C REAL, D DOUBLE, E CHAR(3), F CHAR(3) FOR BIT DATA,"
+      " G LONG VARCHAR, H BLOB(9), I DBCLOB(9), J GRAPHIC(3), K VARGRAPHIC(3), L LONG VARGRAPHIC,"
+      " M DATE, N TIME, O TIMESTAMP)");
+  std::string codes;
+  for (char column = 'A'; column <= 'O'; ++column) {
+    statement.prepare(std::string("SELECT ") + column + " FROM V", area);
+    descriptor->sqln = 2;
+    statement.describe(descriptor, area);
+    codes += std::to_string(descriptor->sqlvar[0].sqltype) + " ";
+  }
+  EXPECT_EQ(codes, "501 493 481 481 453 453 457 405 413 469 465 473 385 389 393 ");
   statement.prepare("SELECT D, A, ID, DOC FROM U, T", area);
   descriptor->sqln = 8;
   statement.describe(descriptor, area);

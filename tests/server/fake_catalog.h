@@ -47,6 +47,12 @@ class FakeCatalog : public Catalog {
     return table;
   }
 
+  std::unique_ptr<Statement> resolved(const std::string& text) const {
+    auto statement = parseStatement(text);
+    resolve(*statement, *this);
+    return statement;
+  }
+
   void addType(const std::string& schema, const std::string& name, SqlType source) {
     types.push_back({schema, name, source, true});
   }

@@ -417,10 +417,8 @@ TEST(FunctionStatementTest, FailuresAndWarningsAreTheStatements) {
   session.run("SELECT MISBEHAVE('message overrun') FROM T", -450);
   session.run("SELECT MISBEHAVE('exception') FROM T", -430);
 
-  const Result warned = session.run(
-      "INSERT INTO T VALUES (REPORT('01HX0 none')), "
-      "(REPORT('01H02 more'))",
-      462);
+  const Result warned =
+      session.run("INSERT INTO T VALUES (REPORT('01HX0 none')), (REPORT('01H02 more'))", 462);
   EXPECT_EQ(warned.rowCount, 2);
   EXPECT_EQ(warned.outcome.sqlstate, "01HX0");
   EXPECT_EQ(warned.outcome.tokens.back(), "none");

@@ -2,11 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
-#include "server/sql/parser.h"
-#include "server/sql/sql_error.h"
 #include "tests/server/fake_catalog.h"
+#include "tests/server/outcome.h"
 #include "tests/server/tree_text.h"
 
 namespace orv {
@@ -34,14 +31,6 @@ class ResolverTest : public testing::Test {
         "CREATE PROCEDURE ORVXML.P(IN A INTEGER, IN B CLOB(100K), OUT C VARCHAR(1024)) SPECIFIC P1 "
         "EXTERNAL NAME 'l!e'");
     catalog_.addProcedure("CREATE PROCEDURE ORVXML.P(IN A INTEGER) EXTERNAL NAME 'l!e'");
-    catalog_.tableSpaces.insert("TS");
-    catalog_.indexes.insert("I");
-  }
-
-  std::unique_ptr<Statement> resolved(const std::string& text) {
-    auto statement = parseStatement(text);
-    resolve(*statement, catalog_);
-    return statement;
   }
 
   // "NAME type, ..." of the result, without names that are the column's number; a ! marks NOT NULL.
@@ -61,19 +50,6 @@ class ResolverTest : public testing::Test {
       all += (all.empty() ? "" : ", ") + typeText(marker.type);
     }
     return all;
-  }
-
-  void expectError(const std::string& text, int sqlcode, const std::string& token) {
-    SCOPED_TRACE(text);
-    try {
-      resolved(text);
-      ADD_FAILURE() << "accepted";
-    } catch (const SqlError& error) {
-      EXPECT_EQ(error.sqlcode(), sqlcode) << error.what();
-      std::string tokens;
-      for (const std::string& part : error.tokens()) tokens += (tokens.empty() ? "" : "|") + part;
-      EXPECT_EQ(tokens, token);
-    }
   }
 
   FakeCatalog catalog_;
@@ -107,8 +83,7 @@ TEST_F(ResolverTest, NamesFindTheirTables) {
       {"SELECT ucase(b), value(c, 'x'), strip(b, leading, '0') FROM t",
        "SELECT UPPER(T1.B),COALESCE(T1.C,'x'),STRIP(T1.B,'L','0') FROM T"},
       {"SELECT integer(b), varchar(a), decimal(a, 9, 1), orvxml.xmlvarchar(b), "
-       "orvxml.varchar(doc), "
-       "concat(b, c) FROM t, docs",
+       "orvxml.varchar(doc), concat(b, c) FROM t, docs",
        "SELECT CAST(T1.B AS INTEGER),CAST(T1.A AS VARCHAR(11)),CAST(T1.A AS DECIMAL(9,1)),"
        "CAST(T1.B AS ORVXML.XMLVARCHAR),CAST(T2.DOC AS VARCHAR(3000)),(T1.B||T1.C) FROM T,DOCS"},
       {"SELECT a FROM t WHERE e = '11/24/2026' AND e BETWEEN ? AND '2026-01-01' OR e IN ('x', ?)",
@@ -119,13 +94,7 @@ TEST_F(ResolverTest, NamesFindTheirTables) {
   };
   for (const TextCase& c : kCases) {
     SCOPED_TRACE(c.text);
-    std::string text;
-    try {
-      text = treeText(*resolved(c.text)->query);
-    } catch (const SqlError& error) {
-      text = error.what();
-    }
-    EXPECT_EQ(text, c.expected);
+    EXPECT_EQ(outcomeOf([&] { return treeText(*catalog_.resolved(c.text)->query); }), c.expected);
   }
 }
 
@@ -166,13 +135,7 @@ TEST_F(ResolverTest, ResultColumnsHaveNamesAndTypes) {
   };
   for (const TextCase& c : kCases) {
     SCOPED_TRACE(c.text);
-    std::string text;
-    try {
-      text = columns(*resolved(c.text));
-    } catch (const SqlError& error) {
-      text = error.what();
-    }
-    EXPECT_EQ(text, c.expected);
+    EXPECT_EQ(outcomeOf([&] { return columns(*catalog_.resolved(c.text)); }), c.expected);
   }
 }
 
@@ -202,271 +165,31 @@ TEST_F(ResolverTest, MarkersTakeTheirTypesFromTheContext) {
   };
   for (const TextCase& c : kCases) {
     SCOPED_TRACE(c.text);
-    std::string text;
-    try {
-      text = markers(*resolved(c.text));
-    } catch (const SqlError& error) {
-      text = error.what();
-    }
-    EXPECT_EQ(text, c.expected);
-  }
-  for (const char* text :
-       {"SELECT ? FROM t", "VALUES ?", "SELECT a FROM t WHERE ? = ?", "SELECT ? + ? FROM t",
-        "SELECT a FROM t WHERE ? IS NULL", "SELECT LENGTH(?) FROM t", "VALUES (COALESCE(?, NULL))",
-        "SELECT a FROM t WHERE EXISTS (SELECT ? FROM s.u)", "SELECT a FROM t ORDER BY ?",
-        "SELECT SUM(?) FROM t", "SELECT x FROM (SELECT ? FROM t) q(x)"}) {
-    expectError(text, -418, "");
+    EXPECT_EQ(outcomeOf([&] { return markers(*catalog_.resolved(c.text)); }), c.expected);
   }
 }
 
 // The values of such an INSERT are called as the columns that they go to.
 TEST_F(ResolverTest, InsertedValuesHaveTheNamesOfTheInsertColumns) {
-  const auto statement = resolved(
+  const auto statement = catalog_.resolved(
       "INSERT INTO \"USER1\".\"T\"(\"A\",\"B\",\"H\") SELECT * FROM TABLE(VALUES(CAST(? AS "
-      "INTEGER),"
-      "CAST(? AS VARCHAR(40)),CAST(? AS SMALLINT) )) AS T WHERE B > 'a' AND T.A <> 0");
+      "INTEGER),CAST(? AS VARCHAR(40)),CAST(? AS SMALLINT) )) AS T WHERE B > 'a' AND T.A <> 0");
   EXPECT_EQ(treeText(*statement->query),
             "SELECT T1.A,T1.B,T1.H FROM (VALUES (CAST(?0 AS INTEGER),CAST(?1 AS VARCHAR(40)),"
             "CAST(?2 AS SMALLINT))) T WHERE ((T1.B>'a') AND (T1.A<>0))");
   EXPECT_EQ(markers(*statement), "INTEGER, VARCHAR(40), SMALLINT");
   EXPECT_EQ(statement->insertColumnIndexes, (std::vector<int>{0, 1, 7}));
-  const auto bare = resolved("INSERT INTO s.u(a) SELECT a FROM TABLE(VALUES(?)) AS x WHERE a > 0");
+  const auto bare =
+      catalog_.resolved("INSERT INTO s.u(a) SELECT a FROM TABLE(VALUES(?)) AS x WHERE a > 0");
   EXPECT_EQ(markers(*bare), "INTEGER");
-  expectError("INSERT INTO t(a, h) SELECT * FROM TABLE(VALUES(1, 2)) AS v WHERE b > 1", -206, "B");
-  expectError("SELECT * FROM TABLE(VALUES(1, 2)) AS v WHERE a > 1", -206, "A");
 }
 
 TEST_F(ResolverTest, AliasesNeverHideTheTargetOfAChange) {
   Table& table = catalog_.addTable("USER1", "T1", "A INTEGER");
   table.storedName = "t1";
   const auto statement =
-      resolved("DELETE FROM t1 WHERE EXISTS (SELECT a FROM s.u WHERE u.a = t1.a)");
+      catalog_.resolved("DELETE FROM t1 WHERE EXISTS (SELECT a FROM s.u WHERE u.a = t1.a)");
   EXPECT_EQ(treeText(*statement->where), "EXISTS(SELECT T2.A FROM S.U WHERE (T2.A=t1.A))");
-}
-
-TEST_F(ResolverTest, WrongStatementsGetTheirCodes) {
-  struct Case {
-    const char* text;
-    int sqlcode;
-    const char* token;
-  };
-  const Case kCases[] = {
-      {"SELECT a FROM nix", -204, "USER1.NIX"},
-      {"SELECT a FROM s.nix", -204, "S.NIX"},
-      {"SELECT nix.* FROM t", -204, "USER1.NIX"},
-      {"SELECT nix FROM t", -206, "NIX"},
-      {"SELECT x.t.a FROM t", -206, "X.T.A"},
-      {"SELECT t.a FROM t q", -206, "T.A"},
-      {"SELECT a FROM t, (SELECT b FROM s.u) q", -206, "B"},
-      {"SELECT u.a FROM t JOIN v ON t.a = u.a JOIN s.u ON 1=1", -206, "U.A"},
-      {"SELECT t.a FROM t, s.u JOIN v ON t.a = v.a", -206, "T.A"},
-      {"SELECT a FROM t, s.u", -203, "A"},
-      {"SELECT a FROM (SELECT a, a FROM t) q", -203, "A"},
-      {"SELECT a AS k, b AS k FROM t ORDER BY k", -203, "K"},
-      {"SELECT b FROM t GROUP BY c", -119, "B"},
-      {"SELECT b, COUNT(*) FROM t", -119, "B"},
-      {"SELECT COUNT(*) FROM t HAVING a > 1", -119, "A"},
-      {"SELECT c FROM t GROUP BY c HAVING EXISTS (SELECT x FROM s.u WHERE u.a = t.a)", -119, "A"},
-      {"SELECT a FROM t WHERE COUNT(*) > 1", -120, "COUNT"},
-      {"SELECT MAX(SUM(a)) FROM t", -112, "SUM"},
-      {"SELECT a FROM t WHERE a = 'x'", -401, "="},
-      {"SELECT a FROM t WHERE g = g", -401, "="},
-      {"SELECT a FROM t WHERE a IN (SELECT x FROM s.u)", -401, "IN"},
-      {"SELECT a FROM t WHERE e = ts", -206, "TS"},
-      {"SELECT id FROM docs, t WHERE doc = b", -401, "="},
-      {"SELECT id FROM docs WHERE doc = CAST('x' AS VARCHAR(10))", -401, "="},
-      {"SELECT b + 1 FROM t", -402, "+"},
-      {"SELECT a || b FROM t", -440, "||"},
-      {"SELECT a FROM t WHERE a LIKE 'x'", -414, ""},
-      {"SELECT NIX(a) FROM t", -440, "NIX"},
-      {"SELECT SYSFUN.UPPER(b, c) FROM t", -440, "SYSFUN.UPPER"},
-      {"SELECT S.UPPER(b) FROM t", -440, "S.UPPER"},
-      {"SELECT UPPER(a) FROM t", -171, "1|UPPER"},
-      {"SELECT SUBSTR(b, 'x') FROM t", -171, "2|SUBSTR"},
-      {"SELECT * FROM TABLE(f(1)) AS x", -440, "F"},
-      {"SELECT CAST(g AS INTEGER) FROM t", -461, "CLOB(1048576)|INTEGER"},
-      {"SELECT CAST(a AS nix) FROM t", -204, "USER1.NIX"},
-      {"SELECT CASE WHEN a = 1 THEN a ELSE b END FROM t", -581, ""},
-      {"SELECT a FROM t WHERE a = (SELECT a, x FROM s.u)", -412, ""},
-      {"SELECT a FROM t UNION SELECT a, x FROM s.u", -421, ""},
-      {"SELECT a FROM t UNION SELECT x FROM s.u", -415, "1"},
-      {"SELECT a FROM t UNION SELECT a FROM s.u ORDER BY a + 1", -208, ""},
-      {"SELECT DISTINCT a FROM t ORDER BY b", -214, ""},
-      {"SELECT DISTINCT g FROM t", -134, "G"},
-      {"SELECT a FROM t ORDER BY 2", -125, "2"},
-      {"SELECT * FROM (SELECT a FROM t) q(x, y)", -158, "Q"},
-      {"SELECT DEFAULT FROM t", -206, "DEFAULT"},
-      {"INSERT INTO nix VALUES (1)", -204, "USER1.NIX"},
-      {"INSERT INTO t(a) VALUES (1, 2)", -117, ""},
-      {"INSERT INTO t(a, b) VALUES (1, 'a'), (1)", -117, ""},
-      {"INSERT INTO t(a, nix) VALUES (1, 2)", -206, "NIX"},
-      {"INSERT INTO t(a, b, a) VALUES (1, 2, 3)", -121, "A"},
-      {"INSERT INTO t(a) VALUES ('1')", -408, "A"},
-      {"INSERT INTO t(b) SELECT a FROM s.u", -408, "B"},
-      {"INSERT INTO docs(doc) SELECT big FROM docs", -408, "DOC"},
-      {"INSERT INTO v VALUES (1)", -150, "USER1.V"},
-      {"DELETE FROM syscat.columns", -607, "DELETE|SYSCAT.COLUMNS"},
-      {"UPDATE t SET nix = 1", -206, "NIX"},
-      {"UPDATE t SET a = 1, a = 2", -121, "A"},
-      {"UPDATE t SET a = b", -408, "A"},
-      {"CALL p(1, 2)", -440, "P"},
-      {"CALL orvxml.p(1, 'x', 'y')", -469, "P|3"},
-      {"CALL p('x')", -408, "A"},
-      {"CREATE TABLE t(a INTEGER)", -601, "USER1.T|TABLE"},
-      {"CREATE TABLE n(a INTEGER, b nix)", -204, "USER1.NIX"},
-      {"CREATE TABLE n(a INTEGER, a CHAR)", -612, "A"},
-      {"CREATE TABLE n(a INTEGER, PRIMARY KEY(b))", -205, "B|USER1.N"},
-      {"CREATE TABLE n(a INTEGER, PRIMARY KEY(a))", -542, "A"},
-      {"CREATE TABLE n(a INT NOT NULL PRIMARY KEY, PRIMARY KEY(a))", -624, "USER1.N"},
-      {"CREATE TABLE n(a INTEGER, FOREIGN KEY (a) REFERENCES nix)", -204, "USER1.NIX"},
-      {"CREATE TABLE n(a INTEGER REFERENCES s.u)", -573, "A|S.U"},
-      {"CREATE TABLE n(a INTEGER, CONSTRAINT f FOREIGN KEY (a) REFERENCES t(h))", -573,
-       "F|USER1.T"},
-      {"CREATE TABLE n(a INTEGER, b INTEGER, FOREIGN KEY (a, b) REFERENCES t)", -538, "A,B"},
-      {"CREATE TABLE n(a CHAR(3), FOREIGN KEY (a) REFERENCES t)", -538, "A"},
-      {"CREATE TABLE n(a INTEGER DEFAULT 'x')", -574, "A"},
-      {"CREATE TABLE n(a INTEGER CHECK (b > 1))", -206, "B"},
-      {"CREATE TABLE n(a INTEGER, CONSTRAINT k CHECK (EXISTS (SELECT a FROM t)))", -546, "K"},
-      {"CREATE TABLE n(a INTEGER) IN nix", -204, "NIX"},
-      {"CREATE TABLE sysx.n(a INTEGER)", -553, "SYSX.N"},
-      {"ALTER TABLE t ADD a INTEGER", -612, "A"},
-      {"ALTER TABLE t ADD k INTEGER NOT NULL", -193, "K"},
-      {"ALTER TABLE t ADD PRIMARY KEY (h)", -624, "USER1.T"},
-      {"DROP TABLE nix", -204, "USER1.NIX"},
-      {"DROP TABLE v", -159, "USER1.V|VIEW|TABLE"},
-      {"CREATE INDEX i ON t(a)", -601, "USER1.I|INDEX"},
-      {"CREATE INDEX j ON t(nix)", -205, "NIX|USER1.T"},
-      {"DROP INDEX j", -204, "USER1.J"},
-      {"create distinct type orvxml.XMLCLOB as CLOB(2G)", -601, "ORVXML.XMLCLOB|DISTINCT TYPE"},
-      {"DROP DISTINCT TYPE orvxml.nix", -204, "ORVXML.NIX"},
-      {"CREATE TABLESPACE ts", -601, "TS|TABLESPACE"},
-      {"DROP TABLESPACE nix", -204, "NIX"},
-      {"CREATE SCHEMA user1", -601, "USER1|SCHEMA"},
-      {"CREATE PROCEDURE orvxml.p(x CHAR) EXTERNAL NAME 'a!b'", -454, "ORVXML.P"},
-      {"CREATE PROCEDURE orvxml.n() SPECIFIC p1 EXTERNAL NAME 'a!b'", -601, "ORVXML.P1|PROCEDURE"},
-      {"CREATE PROCEDURE orvxml.n() SPECIFIC s.n EXTERNAL NAME 'a!b'", -455, "S|ORVXML"},
-      {"CREATE PROCEDURE orvxml.n() EXTERNAL NAME 'ab'", -449, "ORVXML.N"},
-      {"DROP PROCEDURE orvxml.nix", -204, "ORVXML.NIX"},
-      {"DROP PROCEDURE orvxml.p", -476, "ORVXML.P"},
-  };
-  for (const Case& c : kCases) expectError(c.text, c.sqlcode, c.token);
-}
-
-TEST_F(ResolverTest, DefinitionsAreCompleted) {
-  const auto table = resolved(
-      "CREATE TABLE s.n(a INTEGER NOT NULL, d orvxml.XMLVarchar NOT NULL, UNIQUE (d, a), p INTEGER "
-      "REFERENCES user1.t, self INTEGER, FOREIGN KEY (self, d) REFERENCES s.n(a, d), "
-      "q INTEGER DEFAULT 1 CHECK (q > a)) IN ts");
-  EXPECT_EQ(typeText(table->columns[1].type), "ORVXML.XMLVARCHAR");
-  EXPECT_EQ(table->columns[2].referencesColumns, std::vector<std::string>{"A"});
-  EXPECT_EQ(table->columns[2].references.resolvedSchema, "USER1");
-  EXPECT_EQ(treeText(*table->keys[2].check), "(N.Q>N.A)");
-  EXPECT_EQ(table->keys[2].checkText, "q > a");
-  EXPECT_EQ(table->name.resolvedSchema, "S");
-
-  const auto procedure =
-      resolved("CREATE PROCEDURE orvxml.p1(x orvxml.XMLCLOB) EXTERNAL NAME 'lib!entry'");
-  EXPECT_EQ(procedure->procedure.specific, "P11");
-  EXPECT_EQ(typeText(procedure->procedure.parameters[0].type), "ORVXML.XMLCLOB");
-
-  EXPECT_EQ(resolved("DROP SPECIFIC PROCEDURE orvxml.p1")->routine->parameters.size(), 3U);
-  EXPECT_EQ(resolved("DROP PROCEDURE orvxml.p(INTEGER)")->routine->parameters.size(), 1U);
-}
-
-// What the library sends: each text resolves, to these result columns and markers.
-TEST_F(ResolverTest, StatementsOfTheLibraryResolve) {
-  catalog_.addTable("ORVXML", "DTD_REF",
-                    "DTDID VARCHAR(128) NOT NULL, CONTENT ORVXML.XMLCLOB NOT NULL, "
-                    "USAGE_COUNT INT NOT NULL, AUTHOR VARCHAR(128)");
-  catalog_.addTable(
-      "ORVXML", "XML_USAGE",
-      "TABLE_SCHEMA CHAR(31) NOT NULL, TABLE_NAME CHAR(129) NOT NULL, COL_NAME "
-      "CHAR(31) NOT NULL, DTDID VARCHAR(128), DAD CLOB(100K), ACCESS_MODE INT NOT "
-      "NULL, VALIDATION INT NOT NULL, DEFAULT_VIEW CHAR(128), TRIGGER_SUFFIX CHAR(8)");
-  catalog_.addTable("USER1", "PART_TAB",
-                    "PART_KEY INTEGER NOT NULL, COLOR CHAR(6), PRICE DECIMAL(10,2), ORDER_KEY "
-                    "INTEGER, DOC ORVXML.XMLVARCHAR, QRKROOT_ID CHAR(13) FOR BIT DATA");
-  struct Case {
-    const char *text, *columns, *markers;
-  };
-  const Case kCases[] = {
-      {"SELECT content FROM orvxml.dtd_ref WHERE dtdid=?", "CONTENT ORVXML.XMLCLOB!",
-       "VARCHAR(128)"},
-      {"select dad from orvxml.xml_usage where col_name = ?", "DAD CLOB(102400)", "CHAR(31)"},
-      {"SELECT DAD FROM ORVXML.XML_USAGE WHERE TABLE_NAME = 'QRK_COLLECTION' AND COL_NAME = ?",
-       "DAD CLOB(102400)", "CHAR(31)"},
-      {"SELECT COL_NAME, DAD,  DEFAULT_VIEW, DTDID, TRIGGER_SUFFIX FROM ORVXML.XML_USAGE WHERE "
-       "table_schema = ? AND table_name = ? AND col_name = ?",
-       "COL_NAME CHAR(31)!, DAD CLOB(102400), DEFAULT_VIEW CHAR(128), DTDID VARCHAR(128), "
-       "TRIGGER_SUFFIX CHAR(8)",
-       "CHAR(31), CHAR(129), CHAR(31)"},
-      {"SELECT COUNT(*) FROM ORVXML.XML_USAGE WHERE TRIGGER_SUFFIX = ?", "INTEGER!", "CHAR(8)"},
-      {"SELECT COLNAME FROM syscat.columns WHERE tabname = 'T' AND tabname = USER",
-       "COLNAME VARCHAR(128)", ""},
-      {"SELECT \"PART_TAB\".\"COLOR\", \"PART_TAB\".\"PART_KEY\" FROM \"PART_TAB\" WHERE "
-       "PRICE > 20 AND \"PART_TAB\".\"ORDER_KEY\" = ?  ORDER BY \"PART_TAB\".\"COLOR\"",
-       "COLOR CHAR(6), PART_KEY INTEGER!", "INTEGER"},
-      {"SELECT \"A\" FROM (SELECT t.a, x FROM t, s.u WHERE t.a = u.a) qrk_tab_exp ORDER BY \"A\"",
-       "A INTEGER!", ""},
-      {"SELECT \"A\", \"X\" FROM (SELECT * FROM (SELECT t.a, x FROM t, s.u) qrk_tab_exp WHERE A=?) "
-       "qrk_tab_exp ORDER BY \"X\"",
-       "A INTEGER!, X VARCHAR(20)", "INTEGER"},
-      {"SELECT count(QRKROOT_ID) FROM user1.part_tab", "INTEGER!", ""},
-      {"VALUES LENGTH(CAST(? AS CLOB(2G)))", "INTEGER", "CLOB(2147483647)"},
-      {"VALUES CAST(? AS CLOB(2G))", "CLOB(2147483647)", "CLOB(2147483647)"},
-      {"UPDATE orvxml.dtd_ref SET usage_count=usage_count+1 WHERE dtdid = ?", "", "VARCHAR(128)"},
-      {"UPDATE user1.part_tab SET QRKROOT_ID=NULL", "", ""},
-      {"DELETE FROM ORVXML.XML_USAGE WHERE table_schema = ? AND table_name = ?", "",
-       "CHAR(31), CHAR(129)"},
-      {"INSERT INTO part_tab (\"DOC\", \"PART_KEY\") VALUES (?, ?)", "",
-       "ORVXML.XMLVARCHAR, INTEGER"},
-      {"INSERT INTO \"USER1\".\"PART_TAB\"(\"PART_KEY\",\"PRICE\",\"ORDER_KEY\") SELECT * FROM "
-       "TABLE(VALUES(CAST(? AS integer),CAST(? AS decimal(10,2)),CAST(? AS integer) )) AS T WHERE "
-       "PRICE > 2500.00",
-       "PART_KEY INTEGER, PRICE DECIMAL(10,2), ORDER_KEY INTEGER",
-       "INTEGER, DECIMAL(10,2), INTEGER"},
-      {"ALTER TABLE part_tab ADD QRK_VALID INTEGER", "", ""},
-      {"CREATE TABLE side (QRKROOT_ID CHAR(13) FOR BIT DATA NOT NULL, QRK_SEQNO integer, c "
-       "clob(1M) "
-       "not logged) IN TS",
-       "", ""},
-      {"create distinct type orvxml.XMLFile as varchar(512) with comparisons", "", ""},
-      {"SET CURRENT FUNCTION PATH = ORVXML, SYSNTQ, SYSFUN", "", ""},
-      {"grant update on orvxml.xml_usage to ORVXML", "", ""},
-      {"create procedure orvxml.qrkGenXML(in dadBuf clob(100K), in resultTable varchar(128), in "
-       "overrideType integer, in override varchar(32672), in maxRows integer, out numRows integer, "
-       "out returnCode integer, out returnMsg varchar(1024)) external name 'orvxml!qrkGenXML' "
-       "specific ORVXML.QRKGENXML1 language C parameter style ORVDARI not deterministic fenced "
-       "null "
-       "call",
-       "", ""},
-  };
-  for (const Case& c : kCases) {
-    SCOPED_TRACE(c.text);
-    try {
-      const auto statement = resolved(c.text);
-      EXPECT_EQ(statement->query && *c.columns ? columns(*statement) : "", c.columns);
-      EXPECT_EQ(markers(*statement), c.markers);
-    } catch (const SqlError& error) {
-      ADD_FAILURE() << error.what();
-    }
-  }
-}
-
-TEST_F(ResolverTest, GraphicDataNeedsADoubleByteDatabase) {
-  const char* kTexts[] = {"CREATE DISTINCT TYPE orvxml.QRKDBCSTEST AS GRAPHIC(1)",
-                          "CREATE TABLE n(a VARGRAPHIC(5))", "SELECT G'x' FROM t",
-                          "SELECT CAST(b AS DBCLOB(10K)) FROM t"};
-  for (const int page : {819, 1252, 943, 1208}) {
-    catalog_.page = page;
-    for (const char* text : kTexts) {
-      if (page == 819 || page == 1252) {
-        expectError(text, -1216, std::to_string(page));
-      } else {
-        EXPECT_NO_THROW(resolved(text)) << text;
-      }
-    }
-  }
 }
 
 }  // namespace

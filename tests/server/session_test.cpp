@@ -223,31 +223,6 @@ TEST(SessionTest, WhoMeetsALockIsRolledBack) {
   }
 }
 
-// Whenever the other session has committed, even in the midst of a unit of work that has read and
-// changed nothing yet.
-TEST(SessionTest, StatementsFollowWhatOtherSessionsDefine) {
-  const orvxml::test::TemporaryFolder folder;
-  const std::string path = folder.path("shared.db");
-  TestSession first(1208, path);
-  first->commit();
-  Outcome outcome;
-  const auto second = Session::open(path, outcome);
-  ASSERT_TRUE(second) << outcome.message;
-  first.run("CREATE TABLE T (A INTEGER, B VARCHAR(9))");
-  first->commit();
-  const char* const insert = "INSERT INTO T (A) VALUES (1)";
-  EXPECT_EQ(second->run(insert).outcome.sqlcode, 0);
-  second->commit();
-  EXPECT_EQ(second->run("SAVEPOINT S ON ROLLBACK RETAIN CURSORS").outcome.sqlcode, 0);
-  first.run(
-      "CREATE TRIGGER G NO CASCADE BEFORE INSERT ON T REFERENCING NEW AS N FOR EACH ROW MODE ORVSQL"
-      " SET N.B = 'set'");
-  first->commit();
-  EXPECT_EQ(second->run(insert).outcome.sqlcode, 0);
-  second->commit();
-  EXPECT_EQ(first.rows("SELECT B FROM T WHERE B IS NOT NULL"), (Rows{{"set"}}));
-}
-
 TEST(SessionTest, PreparedStatementsFollowTheCatalogAndOutliveTheirSession) {
   TestSession session;
   session.run("CREATE TABLE T (A INTEGER)");

@@ -124,52 +124,5 @@ TEST(TypeRulesTest, OperationsOnTwoTypesHaveTheirResultType) {
   EXPECT_EQ(typeText(arithmeticType("-", makeType(Kind::BigInt), decimal(3, 1))), "DECIMAL(21,1)");
 }
 
-TEST(TypeRulesTest, DescriptorsNameTypesByTheirCodes) {
-  struct Case {
-    Kind kind;
-    int descriptor, cli;
-    const char* catalog;
-  };
-  const Case kCases[] = {
-      {Kind::SmallInt, 500, 5, "SMALLINT"},
-      {Kind::Integer, 496, 4, "INTEGER"},
-      {Kind::BigInt, 492, -5, "BIGINT"},
-      {Kind::Real, 480, 7, "REAL"},
-      {Kind::Double, 480, 8, "DOUBLE"},
-      {Kind::Decimal, 484, 3, "DECIMAL"},
-      {Kind::Char, 452, 1, "CHARACTER"},
-      {Kind::Varchar, 448, 12, "VARCHAR"},
-      {Kind::Clob, 408, -99, "CLOB"},
-      {Kind::Blob, 404, -98, "BLOB"},
-      {Kind::DbClob, 412, -350, "DBCLOB"},
-      {Kind::Graphic, 468, -95, "GRAPHIC"},
-      {Kind::VarGraphic, 464, -96, "VARGRAPHIC"},
-      {Kind::CharBits, 452, -2, "CHARACTER"},
-      {Kind::LongVarchar, 456, -1, "LONG VARCHAR"},
-      {Kind::LongVarGraphic, 472, -97, "LONG VARGRAPHIC"},
-      {Kind::Date, 384, 91, "DATE"},
-      {Kind::Time, 388, 92, "TIME"},
-      {Kind::Timestamp, 392, 93, "TIMESTAMP"},
-  };
-  for (const Case& c : kCases) {
-    SqlType type = makeType(c.kind, 10);
-    SCOPED_TRACE(c.catalog);
-    EXPECT_EQ(sqlTypeCode(type), c.descriptor + 1);
-    type.nullable = false;
-    EXPECT_EQ(sqlTypeCode(type), c.descriptor);
-    EXPECT_EQ(cliType(type), c.cli);
-    EXPECT_EQ(typeName(type), c.catalog);
-  }
-}
-
-TEST(TypeRulesTest, GraphicDataLivesInMultiByteCodePages) {
-  for (const int page : {1208, 932, 943, 950, 954, 964, 970, 1383, 33722}) {
-    EXPECT_TRUE(supportsGraphic(page)) << page;
-  }
-  for (const int page : {367, 437, 813, 819, 850, 912, 915, 916, 920, 1046, 1089, 1252}) {
-    EXPECT_FALSE(supportsGraphic(page)) << page;
-  }
-}
-
 }  // namespace
 }  // namespace orv
