@@ -69,6 +69,7 @@ void Element::finish() {
   for (const auto& [attribute, value] : attributes)
     hash = mixed(mixed(hash, of(attribute)), of(value));
   std::vector<size_t> hashes;
+  hashes.reserve(children.size());
   for (const Element& child : children) hashes.push_back(child.hash);
   std::sort(hashes.begin(), hashes.end());
   for (const size_t below : hashes) hash = mixed(hash, below);
@@ -157,6 +158,7 @@ const std::u16string& valueOf(const Element& element, const std::u16string& attr
 std::vector<const Element*> without(const std::vector<Element>& all,
                                     const std::vector<Element>& others) {
   std::vector<size_t> hashes;
+  hashes.reserve(others.size());
   for (const Element& other : others) hashes.push_back(other.hash);
   std::sort(hashes.begin(), hashes.end());
   std::vector<bool> used(hashes.size());

@@ -15,7 +15,9 @@
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
 #include "src/dad/dad_settings.h"
+#include "src/dad/element_order.h"
 #include "src/dad/mapping_traps.h"
+#include "src/decompose/mapped_values.h"
 #include "src/foundation/server_statements.h"
 #include "src/foundation/stored_dad.h"
 
@@ -44,15 +46,13 @@ void tellSubject(const char* subject) {
 class Decomposition {
  public:
   Decomposition(QrkStruct* ctx, char* msg) : ctx_(ctx), msg_(msg), dtd_(ctx) {}
-  ~Decomposition() {
-    const int rc = qrkFreeRel(ctx_, &rel_);
-    QRK_TRACE(ctx_, "qrkFreeRel, errCode2=%ld, rc2=%d", static_cast<long>(rc), rc);
-  }
+  ~Decomposition() { freeModel(); }
   Decomposition(const Decomposition&) = delete;
   Decomposition& operator=(const Decomposition&) = delete;
 
   int run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled);
   void releaseDtd() { dtd_.release(); }
+  void freeModel();
 
  private:
   int parseDad(QrkOutbuf* dad, int dadFlag);
@@ -62,6 +62,7 @@ class Decomposition {
   int findTopElement();
   int parseDocument(QrkOutbuf* doc);
   int checkTables();
+  void tellFaultyColumn(int table);
   int insertRows();
   int sameCodePages() const {
     return ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage ? 1 : 0;
@@ -72,6 +73,7 @@ class Decomposition {
   char* msg_;
   OutBuffer dtd_;
   rel rel_{};
+  bool isModelFree_ = false;
   DOM_Document dad_;
   DOM_Element top_;
   DOM_Document document_;
@@ -79,7 +81,16 @@ class Decomposition {
   char sqlState_[kSqlStateSize] = "00000";
 };
 
+// Once: at the call's end, or wherever an exception leaves it.
+void Decomposition::freeModel() {
+  if (isModelFree_) return;
+  isModelFree_ = true;
+  const int rc = qrkFreeRel(ctx_, &rel_);
+  QRK_TRACE(ctx_, "qrkFreeRel, errCode2=%ld, rc2=%d", static_cast<long>(rc), rc);
+}
+
 int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled) {
+  rel_.hdbc = hdbc;
   tellSubject("mapping");
   if (int code = parseDad(dad, dadFlag)) return code;
   if (readDadSettings(ctx_, dad_, kNoSettingLimits, settings_, msg_)) return kSettingsError;
@@ -90,7 +101,6 @@ int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc
   }
   if (int code = buildMapping()) return code;
   tellTraps(ctx_, rel_, top_, kForDecomposition);
-  rel_.hdbc = hdbc;
   tellSubject("document");
   if (int code = parseDocument(doc)) return code;
   if (notEnabled == 1) {
@@ -176,9 +186,25 @@ int Decomposition::checkTables() {
   for (int i = 0; i < rel_.num_of_tables; ++i) {
     const int code = check_table(ctx_, rel_.num_cond, rel_.tab[i], msg_);
     QRK_TRACE(ctx_, "call check_table() returns %ld.", static_cast<long>(code));
-    if (code < 0) return code;
+    if (code < 0) {
+      tellFaultyColumn(i);
+      return code;
+    }
   }
   return 0;
+}
+
+void Decomposition::tellFaultyColumn(int table) {
+  NoticeListener* listener = noticeListener();
+  if (!listener) return;
+  const int column = faultyColumn(ctx_, rel_.tab[table]);
+  const MappedValues values(ctx_, rel_, top_);
+  const MappedValue* value = values.of(table, column);
+  Notice notice;
+  notice.kind = Notice::kPlace;
+  notice.rule = "mapping";
+  if (value) notice.mappingElement = elementNumber(value->leaf);
+  listener->notice(notice);
 }
 
 int Decomposition::insertRows() {
@@ -233,6 +259,7 @@ int qrkDecomposeByDAD(QrkStruct* ctx, QrkOutbuf* dad, int dadFlag, QrkOutbuf* do
   if (code == 0) code = decomposition.run(connection.handle(), dad, dadFlag, doc, notEnabled);
   decomposition.releaseDtd();
   code = connection.close(code);
+  decomposition.freeModel();
   QRK_TRACE(ctx, "Exits, errCode=%ld, rc=%d", static_cast<long>(code), code);
   return code;
 }

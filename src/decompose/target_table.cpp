@@ -5,7 +5,13 @@
 // the end decides: a cut statement is never sent.
 #include "orvxml/target_table.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <span>
+#include <string>
+#include <string_view>
 
 #include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
@@ -228,8 +234,8 @@ int create_table(QrkStruct* ctx, tab* table, char* tablespace, char* msg) {
   }
   sql.closeList(')');
   if (tablespace && *tablespace) sql.text(" IN ").text(tablespace);
-  if (!sql.isComplete() || !index.isComplete()) return failInternal(report, kModule, __LINE__);
   QRK_TRACE(ctx, "sql_stmt = '%s'", statement);
+  if (!sql.isComplete() || !index.isComplete()) return failInternal(report, kModule, __LINE__);
   sqlca area{};
   orv::esql::executeImmediate(kQrktab, statement, area);
   const int rc = area.sqlcode < 0 ? failDb(report, area, Msg::QRKQ024E, table->name) : 0;
@@ -256,6 +262,14 @@ int check_table(QrkStruct* ctx, int num_cond, tab* table, char* msg) {
     }
   }
   return 0;
+}
+
+int faultyColumn(QrkStruct* ctx, tab* table) {
+  char msg[kMessageSize] = "";
+  for (int i = 0; i < table->num_col; ++i) {
+    if (checkColumn({ctx, msg}, *table, table->col2xml[i]) != 0) return i;
+  }
+  return -1;
 }
 
 int generate_SQLi(QrkStruct* ctx, tab* table, char* stmt, int size, char* msg) {

@@ -179,6 +179,8 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
     std::string dad;
     const char* message;
   };
+  std::string otherType = dadText();
+  otherType.replace(otherType.find("VARCHAR(80)"), 11, "INTEGER");
   const std::string good = place_.write("good.xml", customer("G", "g"));
   const Case cases[] = {
       {"missing", place_.path("absent.xml"), kDad, "absent.xml: No such file"},
@@ -202,6 +204,8 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
        "invalid.xml:2:"},
       {"mapping without nodes", good, place_.write("no.dad", "<DAD><Xcollection/></DAD>"),
        "no.dad: QRKQ000E  root_node is missing"},
+      {"another type than the table's", good, place_.write("type.dad", otherType),
+       "type.dad:29:22: QRKQ022E  Column NAME of CUSTOMER should have type VARCHAR."},
       {"row refused",
        place_.write("half.xml",
                     "<customer number=\"H\"><name>h</name>"
