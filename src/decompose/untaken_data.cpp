@@ -39,12 +39,11 @@ UntakenData::UntakenData(QrkStruct* ctx, const rel& model, const MappedValues& v
   nodes_[values.top()] = &root_;
   for (const MappedValue& value : values.all()) {
     Node& node = nodeOf(value.element);
-    if (value.isAttribute()) {
-      node.attributes[value.leaf->getAttribute(u"name")].push_back(&value);
-    } else {
-      node.texts.push_back(&value);
-      node.isWhole |= !value.isText();
-    }
+    std::vector<const MappedValue*>& astray =
+        value.isAttribute() ? node.attributes[value.leaf->getAttribute(u"name")] : node.texts;
+    node.hasText |= !value.isAttribute();
+    node.isWhole |= !value.isAttribute() && !value.isText();
+    if (goesAstray(value)) astray.push_back(&value);
   }
 }
 
@@ -83,7 +82,7 @@ void UntakenData::lookAtAttributes(const Node& node, const Element* element) {
     const DOMNode* attribute = attributes->item(i);
     const auto mapped = node.attributes.find(std::u16string_view(attribute->getNodeName()));
     if (mapped != node.attributes.end()) {
-      if (*attribute->getNodeValue() != 0) judge(mapped->second, element);
+      if (*attribute->getNodeValue() != 0) warn(mapped->second, element);
     } else if (!isNoData(attribute->getNodeName())) {
       add(kAttribute, noticeText(attribute->getNodeName()));
     }
@@ -91,22 +90,29 @@ void UntakenData::lookAtAttributes(const Node& node, const Element* element) {
 }
 
 void UntakenData::lookAtText(const Node& node, const Element* element) {
-  if (node.isWhole) return judge(node.texts, element);
+  if (node.isWhole) return warn(node.texts, element);
   for (const DOMNode* child = element->getFirstChild(); child; child = child->getNextSibling()) {
     const auto type = child->getNodeType();
     if (type != DOMNode::TEXT_NODE && type != DOMNode::CDATA_SECTION_NODE) continue;
     if (isBlank(child->getNodeValue())) continue;
-    if (!node.texts.empty()) return judge(node.texts, element);
+    if (node.hasText) return warn(node.texts, element);
     return add(kText, noticeText(element->getTagName()));
   }
 }
 
-// Whether the values went where the mapping says.
-void UntakenData::judge(const std::vector<const MappedValue*>& values, const Element* element) {
-  for (const MappedValue* value : values) {
-    const auto entry = takers_.find(value->leaf);
-    const std::vector<int> nobody;
-    const std::vector<int>& takers = entry == takers_.end() ? nobody : entry->second;
+std::span<const int> UntakenData::takersOf(const MappedValue& value) const {
+  const auto entry = takers_.find(value.leaf);
+  return entry == takers_.end() ? std::span<const int>() : std::span<const int>(entry->second);
+}
+
+bool UntakenData::goesAstray(const MappedValue& value) const {
+  const std::span<const int> takers = takersOf(value);
+  return takers.size() != 1 || takers.front() != value.table;
+}
+
+void UntakenData::warn(const std::vector<const MappedValue*>& astray, const Element* element) {
+  for (const MappedValue* value : astray) {
+    const std::span<const int> takers = takersOf(*value);
     if (std::find(takers.begin(), takers.end(), value->table) == takers.end()) {
       warnLost(*value, element);
     }

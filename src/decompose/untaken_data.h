@@ -34,8 +34,10 @@ class UntakenData {
   // The element_nodes of one name below those of another.
   struct Node {
     std::map<std::u16string, std::unique_ptr<Node>, std::less<>> children;
+    // What is mapped, with the values of it that do not go where the mapping says alone.
     std::map<std::u16string, std::vector<const MappedValue*>, std::less<>> attributes;
     std::vector<const MappedValue*> texts;
+    bool hasText = false;
     bool isWhole = false;  // the element is stored as it is
   };
   enum Kind { kElement, kAttribute, kText };
@@ -49,7 +51,9 @@ class UntakenData {
   void look(const Node& node, const Element* element);
   void lookAtAttributes(const Node& node, const Element* element);
   void lookAtText(const Node& node, const Element* element);
-  void judge(const std::vector<const MappedValue*>& values, const Element* element);
+  std::span<const int> takersOf(const MappedValue& value) const;
+  bool goesAstray(const MappedValue& value) const;
+  void warn(const std::vector<const MappedValue*>& astray, const Element* element);
   void warnLost(const MappedValue& value, const Element* element);
   void warnElsewhere(const MappedValue& value, int table, const Element* element);
   std::string itemText(const MappedValue& value) const;
