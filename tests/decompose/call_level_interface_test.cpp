@@ -68,30 +68,16 @@ TEST(BoundValues, GraphicValuesLoseTheirShiftBytes) {
   ASSERT_EQ(generate_SQLi(context, &table, table.stmt, kStatementSize, context.msg), 0);
   rel model{};
   model.hdbc = connection.handle();
-  const Value row[] = {{"\x0E"
-                        "AB\x0F",
-                        4},
-                       {"\x0E"
-                        "ABCD\x0F",
-                        6},
-                       {"\x0E"
-                        "AB",
-                        3},
-                       {}};
+  // Shift-out is 0x0E, shift-in 0x0F.
+  const Value row[] = {{"\016AB\017", 4}, {"\016ABCD\017", 6}, {"\016AB", 3}, {}};
   {
     RowInserter inserter(context, &model, table, context.msg);
     ASSERT_EQ(inserter.prepare(), 0) << context.msg;
     inserter.qrkrow_to_stmt(row);
   }
-  const std::vector<Bound> expected = {{SQL_C_CHAR,
-                                        "\x0E"
-                                        "AB\x0F",
-                                        SQL_NTS},
+  const std::vector<Bound> expected = {{SQL_C_CHAR, "\016AB\017", SQL_NTS},
                                        {SQL_C_DBCHAR, "ABCD", 4},
-                                       {SQL_C_DBCHAR,
-                                        "\x0E"
-                                        "AB",
-                                        3},
+                                       {SQL_C_DBCHAR, "\016AB", 3},
                                        {SQL_C_DBCHAR, "", SQL_NULL_DATA}};
   EXPECT_TRUE(bound == expected);
   context.get()->codePages->dbConverter = own;
