@@ -84,6 +84,7 @@ class PatternCompiler {
     const Fragment all = alternatives();
     if (at_ != text_.size()) throw Refused{"cannot be read"};
     out_.first_ = all.first;
+    out_.size_ = out_.positions_.size() + edges_;
   }
 
  private:
@@ -356,6 +357,8 @@ std::unique_ptr<PatternCost> PatternCost::compile(std::u16string_view pattern,
     return nullptr;
   }
   compiled->isPlain_ = compiled->hasOneWay();
+  compiled->runs_.resize(compiled->positions_.size());
+  compiled->before_.resize(compiled->positions_.size());
   return compiled;
 }
 
@@ -375,13 +378,11 @@ bool PatternCost::hasOneWay() const {
                                          [&](const Position& p) { return areApart(p.next); });
 }
 
-double PatternCost::steps(std::u16string_view value, double limit) const {
+double PatternCost::steps(std::u16string_view value, double limit) {
   const double length = static_cast<double>(value.size());
   double total = length + (repeatsGroup_ ? length * length / kSquarePerStep : 0);
   if (isPlain_) return total;
-  // The runs that end at a position, and where there are any.
-  std::vector<double> runs(positions_.size() + 1), before(positions_.size() + 1);
-  std::vector<int> ends, endsBefore;
+  std::vector<int> ends, endsBefore;  // where there are runs
   for (size_t at = 0; at < value.size() && total <= limit;) {
     const bool isStart = at == 0;
     UChar32 c = 0;
@@ -391,21 +392,22 @@ double PatternCost::steps(std::u16string_view value, double limit) const {
       for (const int next : row) {
         const auto i = static_cast<size_t>(next);
         if (!positions_[i].characters->contains(c)) continue;
-        if (runs[i] == 0) ends.push_back(next);
-        runs[i] += count;
+        if (runs_[i] == 0) ends.push_back(next);
+        runs_[i] += count;
       }
     };
     ends.clear();
     if (isStart) extend(first_, 1);
     for (const int end : endsBefore) {
       const auto i = static_cast<size_t>(end);
-      extend(positions_[i].next, before[i]);
-      before[i] = 0;
+      extend(positions_[i].next, before_[i]);
+      before_[i] = 0;
     }
-    std::swap(runs, before);
+    std::swap(runs_, before_);
     std::swap(ends, endsBefore);
     if (endsBefore.empty()) break;
   }
+  for (const int end : endsBefore) before_[static_cast<size_t>(end)] = 0;
   return total;
 }
 

@@ -23,9 +23,11 @@ class PatternCost {
 
   // Steps of the engine on a value, at most: a step is what it does a thousand times in a fifth of
   // a millisecond. Counting ends when `limit` is passed.
-  double steps(std::u16string_view value, double limit) const;
+  double steps(std::u16string_view value, double limit);
   // Whether there is never more than one way: then a value costs its length.
   bool isPlain() const { return isPlain_ && !repeatsGroup_; }
+  // Positions, and ways from one to the next.
+  size_t size() const { return size_; }
 
  private:
   friend class PatternCompiler;
@@ -39,6 +41,9 @@ class PatternCost {
   std::vector<std::unique_ptr<icu::UnicodeSet>> sets_;
   std::vector<Position> positions_;
   std::vector<int> first_;
+  // While steps are counted: the runs that end at a position. 0 everywhere in between.
+  std::vector<double> runs_, before_;
+  size_t size_ = 0;
   bool isPlain_ = false;
   bool repeatsGroup_ = false;
 };

@@ -3,10 +3,8 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <cmath>
 #include <set>
 
-#include <xercesc/framework/XMLBuffer.hpp>
 #include <xercesc/util/KVStringPair.hpp>
 #include <xercesc/validators/datatype/ListDatatypeValidator.hpp>
 #include <xercesc/validators/datatype/UnionDatatypeValidator.hpp>
@@ -22,10 +20,11 @@ constexpr size_t kStackPerLevel = 800;  // of the parser's recursion, with room 
 constexpr size_t kMostStack = 64 * 1024 * 1024;
 constexpr double kMaxModelWork = 1e7;  // squares of content models: some seconds
 constexpr double kMaxUnionTypes = 100'000;
-constexpr double kMaxHeads = 1'000'000;   // steps from elements to the heads of their groups
-constexpr double kMaxLiteralSteps = 1e7;  // values of the schema itself, on its patterns
-constexpr double kValueSteps = 1e7;       // of any document
-constexpr double kStepsPerByte = 32;      // and of its size
+constexpr double kMaxHeads = 1'000'000;         // steps from elements to the heads of their groups
+constexpr size_t kMaxPatternSize = 10'000'000;  // of all patterns, in positions and edges
+constexpr double kMaxLiteralSteps = 1e7;        // values of the schema itself, on its patterns
+constexpr double kValueSteps = 1e7;             // of any document
+constexpr double kStepsPerByte = 32;            // and of its size
 constexpr double kHuge = 1e12;
 constexpr size_t kShownUnits = 60;  // of a pattern, in a message
 
@@ -39,8 +38,8 @@ size_t stackLeft() {
   size_t size = 0;
   pthread_attr_getstack(&attributes, &lowest, &size);
   pthread_attr_destroy(&attributes);
-  const char here = 0;
-  return std::min(static_cast<size_t>(&here - static_cast<const char*>(lowest)), kMostStack);
+  const auto* const here = static_cast<const char*>(__builtin_frame_address(0));
+  return std::min(static_cast<size_t>(here - static_cast<const char*>(lowest)), kMostStack);
 }
 
 // How deep the parser may have to go: through every component that another one refers to and that
@@ -149,6 +148,7 @@ std::optional<SchemaExcess> excessOfModels(const Files& files) {
 std::optional<SchemaExcess> excessOfPatterns(const Files& files) {
   std::vector<std::unique_ptr<PatternCost>> costly;
   std::set<std::u16string_view> known;
+  size_t size = 0;
   for (const SchemaScan* file : files) {
     for (const SchemaText& pattern : file->patterns()) {
       if (!known.insert(pattern.text).second) continue;
@@ -159,6 +159,11 @@ std::optional<SchemaExcess> excessOfPatterns(const Files& files) {
             file,
             "The pattern '" + utf8Text(pattern.text.substr(0, kShownUnits)) + "' " + refusal + ".",
             pattern.line, pattern.column};
+      }
+      size += compiled->size();
+      if (size > kMaxPatternSize) {
+        return SchemaExcess{file, "The schema's patterns are too large.", pattern.line,
+                            pattern.column};
       }
       if (!compiled->isPlain()) costly.push_back(std::move(compiled));
     }
@@ -194,61 +199,58 @@ std::optional<SchemaExcess> excessOf(const Files& files) {
 ValueCosts::ValueCosts(uint64_t documentBytes)
     : limit_(kValueSteps + kStepsPerByte * static_cast<double>(documentBytes)) {}
 
-const PatternCost* ValueCosts::compiled(std::u16string_view pattern) {
+PatternCost* ValueCosts::compiled(std::u16string_view pattern) {
   const auto found = byText_.find(pattern);
   if (found != byText_.end()) return found->second.get();
   const char* refusal = "";
   return byText_.emplace(pattern, PatternCost::compile(pattern, refusal)).first->second.get();
 }
 
-// A value of a type is held against its own patterns and those of the types that it derives from.
-// Null stands for one that is refused, as several patterns together may be.
-const ValueCosts::Patterns& ValueCosts::patternsOf(const xercesc::DatatypeValidator* type) {
+// The type's own tests and those of the types that it derives from.
+const ValueCosts::Tests& ValueCosts::testsOf(const Type* type) {
   const auto [found, isNew] = byType_.try_emplace(type);
-  if (!isNew) return found->second;
-  for (const auto* at = type; at; at = at->getBaseValidator()) {
+  Tests& tests = found->second;
+  if (!isNew) return tests;
+  for (const Type* at = type; at; at = at->getBaseValidator()) {
     const auto* const facets = at->getFacets();
     const xercesc::KVStringPair* const pattern =
         facets ? facets->get(xercesc::SchemaSymbols::fgELT_PATTERN) : nullptr;
-    if (pattern) found->second.push_back(compiled(pattern->getValue()));
-    const auto* const base = at->getBaseValidator();
-    // The base of a list is the type of its items.
-    if (at->getType() == xercesc::DatatypeValidator::List && base &&
-        base->getType() != at->getType())
-      break;
+    if (pattern) tests.patterns.push_back(compiled(pattern->getValue()));
+    if (const auto* list = dynamic_cast<const xercesc::ListDatatypeValidator*>(at)) {
+      tests.items = list->getItemTypeDTV();
+      // The base of a list is the type of its items.
+      const Type* const base = at->getBaseValidator();
+      if (!base || base->getType() != Type::List) break;
+    }
+    if (const auto* choice = dynamic_cast<const xercesc::UnionDatatypeValidator*>(at)) {
+      const auto* const members = choice->getMemberTypeValidators();
+      if (!tests.members.empty() || !members) continue;
+      for (XMLSize_t i = 0; i < members->size(); ++i)
+        tests.members.push_back(members->elementAt(i));
+    }
   }
-  return found->second;
+  return tests;
 }
 
-bool ValueCosts::isWithin(const Patterns& patterns, std::u16string_view value) {
-  for (const PatternCost* pattern : patterns) {
+bool ValueCosts::allows(const Type* type, std::u16string_view value) {
+  if (!type) return true;
+  const Tests& tests = testsOf(type);
+  for (PatternCost* const pattern : tests.patterns) {
     if (!pattern) return false;
     spent_ += pattern->steps(value, limit_);
     if (spent_ > limit_) return false;
   }
-  return true;
+  if (tests.items && !allowsItems(tests.items, value)) return false;
+  return std::all_of(tests.members.begin(), tests.members.end(),
+                     [&](const Type* member) { return allows(member, value); });
 }
 
-bool ValueCosts::allows(const xercesc::DatatypeValidator* type, std::u16string_view value) {
-  if (!type) return true;
-  if (!isWithin(patternsOf(type), value)) return false;
-  if (const auto* list = dynamic_cast<const xercesc::ListDatatypeValidator*>(type)) {
-    const xercesc::DatatypeValidator* const items = list->getItemTypeDTV();
-    constexpr std::u16string_view kWhiteSpace = u" \t\r\n";
-    while (!value.empty()) {
-      const size_t end = std::min(value.find_first_of(kWhiteSpace), value.size());
-      if (end > 0 && !allows(items, value.substr(0, end))) return false;
-      value.remove_prefix(std::min(end + 1, value.size()));
-    }
-    return true;
-  }
-  for (const auto* at = type; at; at = at->getBaseValidator()) {
-    const auto* const choice = dynamic_cast<const xercesc::UnionDatatypeValidator*>(at);
-    const auto* const members = choice ? choice->getMemberTypeValidators() : nullptr;
-    for (XMLSize_t i = 0; members && i < members->size(); ++i) {
-      if (!allows(members->elementAt(i), value)) return false;
-    }
-    if (members) break;
+bool ValueCosts::allowsItems(const Type* type, std::u16string_view value) {
+  constexpr std::u16string_view kWhiteSpace = u" \t\r\n";
+  while (!value.empty()) {
+    const size_t end = std::min(value.find_first_of(kWhiteSpace), value.size());
+    if (end > 0 && !allows(type, value.substr(0, end))) return false;
+    value.remove_prefix(std::min(end + 1, value.size()));
   }
   return true;
 }

@@ -36,15 +36,22 @@ class ValueCosts {
   bool allows(const xercesc::DatatypeValidator* type, std::u16string_view value);
 
  private:
-  using Patterns = std::vector<const PatternCost*>;
+  using Type = xercesc::DatatypeValidator;
+  // What a value of a type is held against. A pattern is null when it is refused, as several
+  // together may be.
+  struct Tests {
+    std::vector<PatternCost*> patterns;
+    const Type* items = nullptr;       // of a list: the type of each item
+    std::vector<const Type*> members;  // of a union: the types that are tried in turn
+  };
 
-  const Patterns& patternsOf(const xercesc::DatatypeValidator* type);
-  const PatternCost* compiled(std::u16string_view pattern);
-  bool isWithin(const Patterns& patterns, std::u16string_view value);
+  const Tests& testsOf(const Type* type);
+  PatternCost* compiled(std::u16string_view pattern);
+  bool allowsItems(const Type* type, std::u16string_view value);
 
   double limit_;
   double spent_ = 0;
-  std::unordered_map<const xercesc::DatatypeValidator*, Patterns> byType_;
+  std::unordered_map<const Type*, Tests> byType_;
   std::map<std::u16string, std::unique_ptr<PatternCost>, std::less<>> byText_;
 };
 

@@ -2,8 +2,10 @@
 // that are not.
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
-#include <map>
+#include <iterator>
+#include <string_view>
 
 #include "tests/documents/document_calls.h"
 #include "tests/documents/installed_documents.h"
@@ -26,38 +28,31 @@ enum class Reason {
   Warning,
 };
 
-const std::map<std::string, Reason> kOtherwise = {
-    {"not-wf/not-sa/001.xml", Reason::DtdIsNotRead},
-    {"not-wf/not-sa/003.xml", Reason::DtdIsNotRead},
-    {"not-wf/not-sa/004.xml", Reason::DtdIsNotRead},
-    {"not-wf/not-sa/005.xml", Reason::DtdIsNotRead},
-    {"not-wf/not-sa/006.xml", Reason::DtdIsNotRead},
-    {"not-wf/not-sa/007.xml", Reason::DtdIsNotRead},
-    {"not-wf/not-sa/008.xml", Reason::DtdIsNotRead},
-    {"not-wf/sa/140.xml", Reason::NameOfFifthEdition},
-    {"not-wf/sa/141.xml", Reason::NameOfFifthEdition},
-    {"valid/ext-sa/001.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/002.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/003.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/004.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/005.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/006.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/007.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/008.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/009.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/010.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/011.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/012.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/013.xml", Reason::EntityIsNotRead},
-    {"valid/ext-sa/014.xml", Reason::EntityIsNotRead},
-    {"valid/not-sa/011.xml", Reason::EntityIsNotRead},
-    {"valid/not-sa/012.xml", Reason::EntityIsNotRead},
-    {"valid/not-sa/026.xml", Reason::EntityIsNotRead},
-    {"valid/not-sa/031.xml", Reason::DtdIsNotRead},
-    {"valid/sa/045.xml", Reason::Warning},
-    {"valid/sa/095.xml", Reason::Warning},
-    {"valid/sa/097.xml", Reason::EntityIsNotRead},
+struct Otherwise {
+  const char* folder;
+  int first, last;  // numbers of the documents
+  Reason reason;
 };
+constexpr Otherwise kOtherwise[] = {
+    {"not-wf/not-sa/", 1, 1, Reason::DtdIsNotRead},
+    {"not-wf/not-sa/", 3, 8, Reason::DtdIsNotRead},
+    {"not-wf/sa/", 140, 141, Reason::NameOfFifthEdition},
+    {"valid/ext-sa/", 1, 14, Reason::EntityIsNotRead},
+    {"valid/not-sa/", 11, 12, Reason::EntityIsNotRead},
+    {"valid/not-sa/", 26, 26, Reason::EntityIsNotRead},
+    {"valid/not-sa/", 31, 31, Reason::DtdIsNotRead},
+    {"valid/sa/", 45, 45, Reason::Warning},
+    {"valid/sa/", 95, 95, Reason::Warning},
+    {"valid/sa/", 97, 97, Reason::EntityIsNotRead},
+};
+
+bool isOtherwise(const std::string& name) {
+  return std::any_of(std::begin(kOtherwise), std::end(kOtherwise), [&](const Otherwise& one) {
+    if (!name.starts_with(one.folder)) return false;
+    const int number = std::atoi(name.c_str() + std::string_view(one.folder).size());
+    return number >= one.first && number <= one.last;
+  });
+}
 
 class ConformanceCases : public testing::Test {
  protected:
@@ -80,7 +75,7 @@ class ConformanceCases : public testing::Test {
   void expectRefused(const std::string& name) {
     const Extracted got = extract(call_, root() + name, "//*", Form::Text, Source::File);
     EXPECT_EQ(got.rc, -1);
-    EXPECT_EQ(got.sqlState, "38X13");
+    EXPECT_EQ(got.state, "38X13");
     int line = 0;
     int column = 0;
     char text = 0;
@@ -125,7 +120,7 @@ TEST_F(ConformanceCases, WhatIsNotWellFormedIsRefusedWithItsPlace) {
   EXPECT_EQ(names.size(), 197U);
   for (const std::string& name : names) {
     SCOPED_TRACE(name);
-    kOtherwise.contains(name) ? expectRead(name) : expectRefused(name);
+    isOtherwise(name) ? expectRead(name) : expectRefused(name);
   }
 }
 
@@ -135,7 +130,7 @@ TEST_F(ConformanceCases, WhatIsWellFormedIsReadAndUpdated) {
   EXPECT_EQ(names.size(), 170U);
   for (const std::string& name : names) {
     SCOPED_TRACE(name);
-    kOtherwise.contains(name) ? expectRefused(name) : expectRead(name);
+    isOtherwise(name) ? expectRefused(name) : expectRead(name);
   }
 }
 

@@ -6,12 +6,10 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
-#include "orvxml/extraction.h"
-#include "orvxml/update.h"
 #include "tests/documents/path_rules.h"
-#include "tests/foundation/call_context.h"
+#include "tests/xmlcolumn/column_calls.h"
 
 namespace orvxml::test {
 
@@ -20,29 +18,16 @@ constexpr int kRoom = 1 << 28;
 enum class Source { File = 0, Memory = 1 };
 enum class Encoding { Declared = 0, OfDatabase = 1 };
 
-struct Extracted {
-  int rc = -1;
-  std::string sqlState;
-  std::string message;
-  std::vector<std::string> values;
-};
+using unittest::Extracted;
 
 inline Extracted extract(unittest::CallContext& call, std::string document, std::string path,
                          Form form = Form::Text, Source source = Source::Memory,
                          Encoding encoding = Encoding::Declared) {
-  Extracted got;
-  QrkExtractResult result{};
-  char state[kSqlStateSize] = "";
-  char msg[kMessageSize] = "";
-  got.rc =
-      extractAll(&call.ctx, document.data(), static_cast<int>(encoding), static_cast<int>(source),
-                 form == Form::Markup, path.data(), &result, kRoom, state, msg);
-  got.sqlState = state;
-  got.message = msg;
-  if (got.rc) return got;
-  for (char** value = result.values; *value; ++value) got.values.emplace_back(*value);
-  qrkFreeArray(&call.ctx, &result);
-  return got;
+  return unittest::extractValues(&call.ctx, std::move(document), std::move(path),
+                                 {.inMemory = static_cast<int>(source),
+                                  .useDbEncoding = static_cast<int>(encoding),
+                                  .format = form == Form::Markup,
+                                  .maxBytes = kRoom});
 }
 
 struct Updated {

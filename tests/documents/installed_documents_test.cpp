@@ -67,7 +67,7 @@ TEST(DocBookInEnglish, IsReadButForWhatItTakesFromOutside) {
   unittest::CallContext call;
   const Extracted refused = extract(call, document, "//title");
   EXPECT_EQ(refused.rc, -1);
-  EXPECT_EQ(refused.sqlState, "38X13");
+  EXPECT_EQ(refused.state, "38X13");
   EXPECT_EQ(refused.message.substr(0, 40), "QRKQ047E  Parser error on line 58 column")
       << refused.message;
 

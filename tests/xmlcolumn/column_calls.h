@@ -28,6 +28,17 @@ struct CallOptions {
   int maxBytes = INT_MAX;
 };
 
+constexpr CallOptions kPlain;
+constexpr CallOptions kFile{.inMemory = 0};
+constexpr CallOptions room(int maxBytes) {
+  return {.maxBytes = maxBytes};
+}
+
+// "rc state message".
+inline std::string outcomeOf(const CallOutcome& call) {
+  return std::to_string(call.rc) + ' ' + call.state + ' ' + call.message;
+}
+
 struct Extracted : CallOutcome {
   std::vector<std::string> values;
 };

@@ -10,6 +10,10 @@ namespace {
 
 using unittest::CallContext;
 using unittest::CallOptions;
+using unittest::kFile;
+using unittest::kPlain;
+using unittest::outcomeOf;
+using unittest::room;
 using unittest::Updated;
 using unittest::updateDocument;
 
@@ -97,66 +101,27 @@ TEST_F(UpdateTest, FailuresLeaveNoDocument) {
     const char16_t* path;
     const char16_t* value;
     CallOptions options;
-    const char* state;
-    std::string message;
+    std::string outcome;
   };
   const Case kCases[] = {
-      {"no such file",
-       folder_.path("none"),
-       u"/a",
-       u"",
-       {.inMemory = 0},
-       "38X01",
-       "QRKC001E  The specified file is not found."},
-      {"a wrong path",
-       "<a/>",
-       u"a",
-       u"",
-       {},
-       "38X09",
-       "QRKD002E  A syntax error occurred near position 1 in the search path."},
-      {"malformed behind the selected part",
-       "<a>1</a",
-       u"/a",
-       u"",
-       {},
-       "38X13",
-       "QRKQ047E  Parser error on line 1 column 8: unterminated end tag 'a' "},
-      {"too long by its terminator",
-       "<a>1</a>",
-       u"/a",
-       u"1",
-       {.maxBytes = 8},
-       "38X39",
-       "QRKC013E  The results of the extract UDF exceed the size limit for the UDF return type."},
-      {"no room",
-       "<a/>",
-       u"/a",
-       u"",
-       {.maxBytes = 0},
-       "38X16",
-       "QRKG004E  Invalid null parameter."},
-      {"a value that no document may hold",
-       "<a/>",
-       u"/a",
-       u"\x01",
-       {},
-       "38X14",
-       "QRKD000E  An invalid XML document is rejected."},
-      {"half a character",
-       "<a/>",
-       u"/a",
-       u"\xD83D",
-       {},
-       "38X14",
-       "QRKD000E  An invalid XML document is rejected."},
+      {"no such file", folder_.path("none"), u"/a", u"", kFile,
+       "38X01 QRKC001E  The specified file is not found."},
+      {"a wrong path", "<a/>", u"a", u"", kPlain,
+       "38X09 QRKD002E  A syntax error occurred near position 1 in the search path."},
+      {"malformed behind the selected part", "<a>1</a", u"/a", u"", kPlain,
+       "38X13 QRKQ047E  Parser error on line 1 column 8: unterminated end tag 'a' "},
+      {"too long by its terminator", "<a>1</a>", u"/a", u"1", room(8),
+       "38X39 QRKC013E  The results of the extract UDF exceed the size limit for the UDF return"},
+      {"no room", "<a/>", u"/a", u"", room(0), "38X16 QRKG004E  Invalid null parameter."},
+      {"a value that no document may hold", "<a/>", u"/a", u"\x01", kPlain,
+       "38X14 QRKD000E  An invalid XML document is rejected."},
+      {"half a character", "<a/>", u"/a", u"\xD83D", kPlain,
+       "38X14 QRKD000E  An invalid XML document is rejected."},
   };
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.label);
     const Updated updated = updateDocument(&function.ctx, c.document, c.path, c.value, c.options);
-    EXPECT_EQ(updated.rc, -1);
-    EXPECT_EQ(updated.state, c.state);
-    EXPECT_EQ(updated.message, c.message.substr(0, 69) + '\n');
+    EXPECT_EQ(outcomeOf(updated), "-1 " + c.outcome.substr(0, 75) + '\n');
     EXPECT_EQ(updated.document, "NULL");
   }
   char document[] = "<a/>", state[kSqlStateSize], msg[kMessageSize];
