@@ -150,10 +150,14 @@ void DataWatch::failedWhole(int table, int column, int code, const Element* sour
            source);
 }
 
+// The table that comes by is another one than the table that the mapping means.
 void DataWatch::unknownItem(int table, const Element* source, const Element* dadElement) {
-  failedAt("the mapping puts '" + noticeText(dadElement->getAttribute(u"name")) + "' outside of '" +
-               text(model_.tab[table]->top_element) + "', the element that " +
-               placeInTable(ctx_, *model_.tab[table], -1) + " takes its rows from",
+  for (const MappedValue& value : values_.all()) {
+    if (value.element == dadElement && !value.isAttribute()) table = value.table;
+  }
+  failedAt("the mapping puts a value of " + placeInTable(ctx_, *model_.tab[table], -1) +
+               " outside of '" + text(model_.tab[table]->top_element) +
+               "', the element that it takes its rows from",
            source, dadElement);
 }
 

@@ -231,6 +231,7 @@ int fetchDad(const Report& report, StoredDad& dad, char* name) {
 
 int qrkDecomposeByName(QrkStruct* ctx, const char* collectionName, QrkOutbuf* doc, char* msg) {
   QRK_TRACE(ctx, "Entered, collection_name=%s ", collectionName);
+  tellSubject("mapping");
   const Report report{ctx, msg};
   const std::string_view fullName(collectionName);
   char name[kCollectionNameSize] = "";

@@ -38,11 +38,12 @@ struct Case {
   std::vector<std::string> warnings = {};
   const char* place = "document@0: ";
   const char* script = "";
+  int codePage = 1208;
 };
 
 void expectTold(const Case& c, int code) {
   SCOPED_TRACE(c.label);
-  DecomposeDatabase db;
+  DecomposeDatabase db(c.codePage);
   db.runScript(std::string(kParentAndChild) + c.script);
   Told told;
   const Listening listening(told);
@@ -135,6 +136,21 @@ TEST(DecomposeNotices, PlacesOfFailures) {
        "<foo k='1'/>",
        {},
        "document@1: element 'foo', table P: the document's root is 'foo', the mapping's 'p'"},
+      {"a character that the database lacks",
+       both,
+       "<p k='&#x20AC;'/>",
+       {},
+       "document@1: element 'p', table P, column K: the value has a character that the database's "
+       "code page lacks",
+       "",
+       819},
+      {"a text outside of its table's element",
+       dad(element("p", kParent + element("v", text(column("c", "v"))) +
+                            element("w", text(column("c", "w"))))),
+       "<p k='1'><v>a</v><w>b</w></p>",
+       {},
+       "document@3: element 'w', the mapping puts a value of table C outside of 'v', the element "
+       "that it takes its rows from"},
       {"a key that is nowhere", both, "<p><c v='x'/></p>", {}, "document@2: element 'c', table C"},
   };
   for (const Case& c : cases) expectTold(c, -1);
