@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -157,20 +158,15 @@ const std::u16string& valueOf(const Element& element, const std::u16string& attr
 // The children of `all` that have no equal among `others`, each of which counts once.
 std::vector<const Element*> without(const std::vector<Element>& all,
                                     const std::vector<Element>& others) {
-  std::vector<size_t> hashes;
-  hashes.reserve(others.size());
-  for (const Element& other : others) hashes.push_back(other.hash);
-  std::sort(hashes.begin(), hashes.end());
-  std::vector<bool> used(hashes.size());
+  std::unordered_map<size_t, size_t> counts;
+  for (const Element& other : others) ++counts[other.hash];
   std::vector<const Element*> left;
   for (const Element& element : all) {
-    const auto first = std::lower_bound(hashes.begin(), hashes.end(), element.hash);
-    auto at = static_cast<size_t>(first - hashes.begin());
-    while (at < hashes.size() && hashes[at] == element.hash && used[at]) ++at;
-    if (at < hashes.size() && hashes[at] == element.hash) {
-      used[at] = true;
-    } else {
+    const auto equal = counts.find(element.hash);
+    if (equal == counts.end() || equal->second == 0) {
       left.push_back(&element);
+    } else {
+      --equal->second;
     }
   }
   return left;
