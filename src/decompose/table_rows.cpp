@@ -31,6 +31,7 @@ void prefetchElement(const Container& container, size_t index) {
   if (next <= from) return;
   const uintptr_t end = std::min(next, from + kMost);
   for (uintptr_t at = from; at < end; at += kCacheLine) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): nothing is read through it.
     __builtin_prefetch(reinterpret_cast<const void*>(at));
   }
 }
