@@ -51,7 +51,7 @@ void addDtd(const Settings& settings, const std::string& id, const std::string& 
   requireDatabase(settings);
   const std::string key = keyOf(id);
   const std::string name = inputName(file);
-  const std::string dtd = documentAsUtf8(name, readWhole(file));
+  const std::string dtd = documentAsUtf8(name, readWhole(file, kLargestMapping));
   if (dtd.size() > kDocumentParameter) {
     throw Failure(name, "the DTD has " + std::to_string(dtd.size()) + " bytes; at most " +
                             std::to_string(kDocumentParameter) + " can be registered");

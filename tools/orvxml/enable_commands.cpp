@@ -72,7 +72,7 @@ class MappingArgument {
  public:
   MappingArgument(const std::string& file, int codePage)
       : name_(inputName(file)),
-        text_(documentAsUtf8(name_, readWhole(file))),
+        text_(documentAsUtf8(name_, readWhole(file, kLargestMapping))),
         value_(fitting(toCodePage(name_, text_, codePage))) {}
   clob* get() { return value_.get(); }
   short indicator() const { return 0; }

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "settings.h"
@@ -14,7 +15,7 @@ namespace orvxml::command {
 
 namespace {
 
-constexpr size_t kChunk = size_t{1} << 16;
+constexpr size_t kPiece = size_t{1} << 18;
 constexpr size_t kLongestName = 255;  // bytes
 
 [[noreturn]] void failReading(const std::string& name) {
@@ -36,18 +37,28 @@ struct stat statusOf(int descriptor, const std::string& name) {
   return status;
 }
 
-void readToEnd(int descriptor, const std::string& name, std::string& content) {
-  size_t used = 0;
-  if (content.size() < kChunk) content.resize(kChunk);
+[[noreturn]] void failTooLarge(const std::string& name, size_t limit) {
+  const bool gigabytes = limit >= size_t{1} << 30;
+  // The largest limit is a few bytes short of its gigabytes.
+  throw Failure(name, "is larger than " + std::to_string((limit + 16) >> (gigabytes ? 30 : 20)) +
+                          (gigabytes ? " GB" : " MB"));
+}
+
+// Hands over the content piece by piece. Pipes and devices have no size to judge before, and a file
+// may grow: the limit holds while reading.
+template <class Take>
+void readPieces(int descriptor, const std::string& name, size_t limit, Take take) {
+  std::string piece(kPiece, '\0');
+  size_t taken = 0;
   for (;;) {
-    if (used == content.size()) content.resize(content.size() * 2);
-    const ssize_t got = read(descriptor, content.data() + used, content.size() - used);
+    const ssize_t got = read(descriptor, piece.data(), piece.size());
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) failReading(name);
-    if (got == 0) break;
-    used += static_cast<size_t>(got);
+    if (got == 0) return;
+    taken += static_cast<size_t>(got);
+    if (taken > limit) failTooLarge(name, limit);
+    take(std::string_view(piece).substr(0, static_cast<size_t>(got)));
   }
-  content.resize(used);
 }
 
 bool sameVersion(const struct stat& a, const struct stat& b) {
@@ -55,10 +66,13 @@ bool sameVersion(const struct stat& a, const struct stat& b) {
          a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
-struct stat openedStatus(const OpenFile& file, const std::string& name) {
+struct stat openedStatus(const OpenFile& file, const std::string& name, size_t limit) {
   if (file.get() < 0) throw Failure(name, std::strerror(errno));
   const struct stat status = statusOf(file.get(), name);
   if (S_ISDIR(status.st_mode)) throw Failure(name, "is a directory");
+  if (S_ISREG(status.st_mode) && static_cast<size_t>(status.st_size) > limit) {
+    failTooLarge(name, limit);
+  }
   return status;
 }
 
@@ -72,19 +86,24 @@ void writeAll(int descriptor, std::string_view content) {
 }
 
 // The descriptor of a new file without a name, with the same content.
-int copyOf(int descriptor, const std::string& name) {
+int copyOf(int descriptor, const std::string& name, size_t limit) {
   const char* folder = std::getenv("TMPDIR");
   std::string pattern = std::string(folder && *folder ? folder : "/tmp") + "/orvxml-XXXXXX";
   OpenFile copy(mkostemp(pattern.data(), O_CLOEXEC));
   if (copy.get() < 0) failCopying();
   unlink(pattern.c_str());
-  std::string chunk(kChunk, '\0');
-  for (;;) {
-    const ssize_t got = read(descriptor, chunk.data(), chunk.size());
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0) failReading(name);
-    if (got == 0) return copy.release();
-    writeAll(copy.get(), std::string_view(chunk).substr(0, static_cast<size_t>(got)));
+  readPieces(descriptor, name, limit, [&](std::string_view piece) { writeAll(copy.get(), piece); });
+  return copy.release();
+}
+
+std::string contentOf(int descriptor, const std::string& name, size_t expected, size_t limit) {
+  try {
+    std::string content;
+    content.reserve(expected);
+    readPieces(descriptor, name, limit, [&](std::string_view piece) { content += piece; });
+    return content;
+  } catch (const std::bad_alloc&) {
+    throw Failure(name, kOutOfMemory);
   }
 }
 
@@ -94,14 +113,12 @@ std::string inputName(const std::string& path) {
   return path == "-" ? "<stdin>" : path;
 }
 
-std::string readWhole(const std::string& path) {
+std::string readWhole(const std::string& path, size_t limit) {
   const std::string name = inputName(path);
   const OpenFile file(openInput(path));
-  const struct stat before = openedStatus(file, name);
-  std::string content;
-  // One byte more than the size, so that the end of the file is seen without growing.
-  if (S_ISREG(before.st_mode)) content.resize(static_cast<size_t>(before.st_size) + 1);
-  readToEnd(file.get(), name, content);
+  const struct stat before = openedStatus(file, name, limit);
+  const size_t expected = S_ISREG(before.st_mode) ? static_cast<size_t>(before.st_size) : 0;
+  std::string content = contentOf(file.get(), name, expected, limit);
   if (S_ISREG(before.st_mode) && !sameVersion(before, statusOf(file.get(), name))) {
     throw Failure(name, "changed while it was read");
   }
@@ -109,12 +126,12 @@ std::string readWhole(const std::string& path) {
   return content;
 }
 
-StreamedFile::StreamedFile(const std::string& path)
+StreamedFile::StreamedFile(const std::string& path, size_t limit)
     : name_(inputName(path)), file_(openInput(path)), location_(path) {
-  status_ = openedStatus(file_, name_);
+  status_ = openedStatus(file_, name_, limit);
   const bool named = path != "-" && S_ISREG(status_.st_mode);
   if (!named) {
-    file_.reset(copyOf(file_.get(), name_));
+    file_.reset(copyOf(file_.get(), name_, limit));
     status_ = statusOf(file_.get(), name_);
   }
   if (status_.st_size == 0) throw Failure(name_, "is empty");

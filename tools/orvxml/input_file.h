@@ -1,21 +1,27 @@
 // Files that the command reads, either whole and once, or by the library as a stream. A file that
-// changes meanwhile is refused.
+// changes meanwhile is refused, and so is one beyond its limit: before anything of it is read where
+// its size is known, else as soon as more has come from a pipe or a device.
 #pragma once
 
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <string>
 #include <utility>
 
 namespace orvxml::command {
 
+// Bytes of documents and scripts, and of mappings, DTDs and schemas.
+inline constexpr size_t kLargestInput = 0x7FFFFFF0;
+inline constexpr size_t kLargestMapping = size_t{16} << 20;
+
 // "<stdin>" for "-", else the path itself: how messages name an input.
 std::string inputName(const std::string& path);
 
 // The bytes of a file; "-" is standard input. Throws Failure when it is missing, a directory,
-// unreadable, empty, or changes while it is read.
-std::string readWhole(const std::string& path);
+// unreadable, empty, larger than `limit` bytes or than memory, or changes while it is read.
+std::string readWhole(const std::string& path, size_t limit = kLargestInput);
 
 // An open descriptor; standard input is left open.
 class OpenFile {
@@ -42,7 +48,7 @@ class OpenFile {
 class StreamedFile {
  public:
   // "-" is standard input. Throws Failure as readWhole does.
-  explicit StreamedFile(const std::string& path);
+  explicit StreamedFile(const std::string& path, size_t limit = kLargestInput);
   const std::string& name() const { return name_; }  // in messages
   // The name for the library, in UTF-8; good as long as this object lives.
   char* location() { return location_.data(); }

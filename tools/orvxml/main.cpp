@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <new>
 
 #include "admin_commands.h"
 #include "compose_command.h"
@@ -291,6 +292,9 @@ int main(int argc, char** argv) {
   } catch (const Failure& failure) {
     printMessage(failure.where(), failure.what());
     return failure.status();
+  } catch (const std::bad_alloc&) {
+    printMessage("orvxml", kOutOfMemory);
+    return kFailed;
   } catch (const std::exception& error) {
     printMessage("orvxml", error.what());
     return kFailed;

@@ -17,7 +17,7 @@ void checkMapping(const std::string& dad, const std::string& collection) {
 Mapping readMapping(const std::string& dad, const std::string& collection) {
   if (!collection.empty()) return {true, collection, ""};
   const std::string name = inputName(dad);
-  return {false, name, documentAsUtf8(name, readWhole(dad))};
+  return {false, name, documentAsUtf8(name, readWhole(dad, kLargestMapping))};
 }
 
 std::string textOf(orv::Session& session, const Mapping& mapping) {

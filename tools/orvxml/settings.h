@@ -8,6 +8,9 @@ namespace orvxml::command {
 
 enum ExitStatus : int { kDone = 0, kFailed = 1, kWrongUse = 2 };
 
+// What every message says when memory ran out.
+inline constexpr char kOutOfMemory[] = "out of memory";
+
 struct Settings {
   std::string database;  // path or URL; empty when neither --db nor ORVXML_DB gives one
   bool json = false;

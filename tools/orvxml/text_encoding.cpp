@@ -124,10 +124,9 @@ std::string characterName(char32_t character) {
   return text;
 }
 
-// An int32_t counts the bytes of a large object, and up to four bytes for each of a conversion.
-constexpr size_t kMostBytes = 0x7FFFFFF0;
 constexpr size_t kPivotUnits = 4096;
-constexpr size_t kMostConvertedBytes = kMostBytes / 6;
+// An int32_t counts up to six bytes for each of a conversion.
+constexpr size_t kMostConvertedBytes = 0x7FFFFFF0 / 6;
 
 void checkConvertible(const std::string& name, std::string_view text) {
   if (text.size() > kMostConvertedBytes) {
@@ -153,7 +152,6 @@ bool isUtf8(std::string_view text) {
 }
 
 std::string documentAsUtf8(const std::string& name, std::string content) {
-  if (content.size() > kMostBytes) throw Failure(name, "is larger than 2 GB");
   const DetectedEncoding encoding = detectEncoding(content);
   if (encoding.name.empty()) {
     content.erase(0, encoding.markLength);

@@ -67,7 +67,7 @@ ExitStatus runValidate(const Settings& settings, const ValidateOptions& options)
   }
   if (options.documents.empty()) throw Failure("", "no document given", kWrongUse);
   const bool isSchema = !options.schema.empty();
-  StreamedFile grammar(isSchema ? options.schema : options.dtd);
+  StreamedFile grammar(isSchema ? options.schema : options.dtd, kLargestMapping);
   Validator validator(grammar, isSchema);
   return forEachDocument(settings, options.documents, [&](StreamedFile& document) {
     std::optional<Problem> problem = validator.check(document);
