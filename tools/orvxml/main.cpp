@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <limits>
 #include <new>
 
 #include "admin_commands.h"
@@ -16,6 +17,7 @@
 #include "load_command.h"
 #include "settings.h"
 #include "shred_command.h"
+#include "signals.h"
 #include "sql_command.h"
 #include "status_command.h"
 #include "text_encoding.h"
@@ -208,6 +210,7 @@ void addCompose(CLI::App& app, CommandLine& line) {
   add("--override-sql", options.overrideSql, "Statement in place of the mapping's", "TEXT");
   add("--override-xml", options.overrideXml, "Conditions by location path", "TEXT");
   add("--max-rows", options.maxRows, "Documents to compose at most; 0: all", "N");
+  compose->get_option("--max-rows")->check(CLI::Range(0, std::numeric_limits<int>::max(), "N"));
   add("--output", options.output, "Write to a file: the first document, or all with --wrap",
       "FILE");
   add("--wrap", options.wrap, "Write all documents inside one element", "NAME");
@@ -287,6 +290,7 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
   // Without an instance name no procedure runs; a first try should not need to know that.
   setenv("ORVINSTANCE", "orvxml", 0);
+  handleSignals();
   try {
     return run(argc, argv);
   } catch (const Failure& failure) {

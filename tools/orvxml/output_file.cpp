@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "settings.h"
+#include "signals.h"
 
 namespace orvxml::command {
 
@@ -46,6 +47,7 @@ OutputFile::OutputFile(const std::string& path) : name_(path), path_(path) {
   const std::string hidden =
       '.' + target.filename().string() + '.' + std::to_string(getpid()) + ".tmp";
   temporary_ = (target.parent_path() / hidden).string();
+  noteUnfinishedFile(temporary_);
   descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kForEverybody);
   if (descriptor_ < 0) fail("cannot be written");
   if (fs::exists(status)) fchmod(descriptor_, static_cast<mode_t>(status.permissions()));
@@ -63,6 +65,7 @@ void OutputFile::discard() {
   if (descriptor_ < 0) return;
   close(descriptor_);
   unlink(temporary_.c_str());
+  noteUnfinishedFile("");
   descriptor_ = -1;
 }
 
@@ -78,8 +81,10 @@ void OutputFile::write(std::string_view content) {
 void OutputFile::commit() {
   const int closed = close(descriptor_);
   descriptor_ = -1;
-  if (closed == 0 && std::rename(temporary_.c_str(), path_.c_str()) == 0) return;
+  const bool done = closed == 0 && std::rename(temporary_.c_str(), path_.c_str()) == 0;
   const int reason = errno;
+  noteUnfinishedFile("");
+  if (done) return;
   unlink(temporary_.c_str());
   errno = reason;
   fail("cannot be written");
@@ -89,14 +94,21 @@ OutputFolder::OutputFolder(const std::string& path) : path_(path) {
   std::error_code error;
   made_ = fs::create_directory(path, error);
   if (error) throw Failure(path, error.message());
+  noteUnfinishedFolder(path, made_, 0);
   if (made_) return;
   for (fs::directory_iterator entry(path, error), end; !error && entry != end;
        entry.increment(error)) {
     if (isNumberedDocument(entry->path().filename().string())) {
+      noteUnfinishedFolder("", false, 0);
       throw Failure(path, "holds numbered documents already");
     }
   }
   if (error) throw Failure(path, error.message());
+}
+
+void OutputFolder::keep() {
+  kept_ = true;
+  noteUnfinishedFolder("", false, 0);
 }
 
 OutputFolder::~OutputFolder() {
@@ -104,6 +116,7 @@ OutputFolder::~OutputFolder() {
   std::error_code ignored;
   for (size_t number = 1; number <= written_; ++number) fs::remove(fileName(number), ignored);
   if (made_) fs::remove(path_, ignored);
+  noteUnfinishedFolder("", false, 0);
 }
 
 std::string OutputFolder::fileName(size_t number) const {
@@ -117,6 +130,7 @@ std::unique_ptr<OutputFile> OutputFolder::next() const {
 }
 
 void OutputFolder::commit(OutputFile& file) {
+  noteUnfinishedFolder(path_, made_, written_ + 1);
   file.commit();
   ++written_;
 }

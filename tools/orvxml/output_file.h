@@ -41,7 +41,7 @@ class OutputFolder {
   // The file of the next document, which counts once it is committed here.
   std::unique_ptr<OutputFile> next() const;
   void commit(OutputFile& file);
-  void keep() { kept_ = true; }
+  void keep();
 
  private:
   std::string fileName(size_t number) const;
