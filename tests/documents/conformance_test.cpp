@@ -115,7 +115,7 @@ class ConformanceCases : public testing::Test {
 };
 
 TEST_F(ConformanceCases, WhatIsNotWellFormedIsRefusedWithItsPlace) {
-  ORVXML_REQUIRE_DOCUMENTS(root());
+  if (!fs::exists(root())) GTEST_SKIP() << "scripts/test fetches them where npm is installed";
   const auto names = documentsIn({"not-wf/sa", "not-wf/not-sa", "not-wf/ext-sa"});
   EXPECT_EQ(names.size(), 197U);
   for (const std::string& name : names) {
@@ -125,7 +125,7 @@ TEST_F(ConformanceCases, WhatIsNotWellFormedIsRefusedWithItsPlace) {
 }
 
 TEST_F(ConformanceCases, WhatIsWellFormedIsReadAndUpdated) {
-  ORVXML_REQUIRE_DOCUMENTS(root());
+  if (!fs::exists(root())) GTEST_SKIP() << "scripts/test fetches them where npm is installed";
   const auto names = documentsIn({"valid/sa", "valid/not-sa", "valid/ext-sa", "invalid"});
   EXPECT_EQ(names.size(), 170U);
   for (const std::string& name : names) {

@@ -1,5 +1,6 @@
-// Documents that other people made. scripts/test installs or fetches them and says where in the
-// environment: then one that is missing fails its test, else it is skipped.
+// Documents that other people made. scripts/test installs them and says so in the environment: then
+// one that is missing fails its test, else it is skipped. What it fetches may be missing there,
+// too.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,12 +17,12 @@ inline std::string fetchedDocuments() {
   return folder ? folder : ORVXML_SOURCE_DIR "/build/documents";
 }
 
-// Ends the test when the file or folder is not there.
+// Ends the test when an installed file or folder is not there.
 #define ORVXML_REQUIRE_DOCUMENTS(path)                                             \
   do {                                                                             \
     if (!std::filesystem::exists(path)) {                                          \
       if (std::getenv("ORVXML_TEST_DOCUMENTS")) FAIL() << (path) << " is missing"; \
-      GTEST_SKIP() << (path) << " is not here: scripts/test fetches it";           \
+      GTEST_SKIP() << (path) << " is not here: scripts/test installs it";          \
     }                                                                              \
   } while (false)
 
