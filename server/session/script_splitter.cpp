@@ -79,7 +79,10 @@ class ScriptSplitter {
     advance(1);
   }
 
+  // One that does not end belongs to a statement, which fails.
   void skipComment() {
+    const size_t start = at_;
+    const int startLine = line_;
     int nesting = 0;
     do {
       if (script_.substr(at_, 2) == "/*") {
@@ -92,6 +95,10 @@ class ScriptSplitter {
         advance(1);
       }
     } while (nesting > 0 && at_ < script_.size());
+    if (nesting == 0 || started_) return;
+    started_ = true;
+    start_ = start;
+    startLine_ = startLine;
   }
 
   void word() {
