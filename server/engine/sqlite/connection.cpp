@@ -2,10 +2,14 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <charconv>
 #include <chrono>
+#include <cstdio>
+#include <filesystem>
 #include <thread>
 
 namespace orv::sqlite {
@@ -285,6 +289,66 @@ void keepStatementJournalsInMemory() {
       sqlite3_config(SQLITE_CONFIG_STMTJRNL_SPILL, kStatementJournalBytes);
 }
 
+bool mayWrite(const char* path) {
+  return ::faccessat(AT_FDCWD, path, W_OK, AT_EACCESS) == 0;
+}
+
+// Whether nobody can write the file, so that reading it needs no locks: it lies on a read-only file
+// system, or neither it nor its folder may be written by anyone. (The superuser may, and must not
+// while it is read.) What another process left in a write-ahead log cannot be read without writing.
+bool isUnchangeable(const std::string& path) {
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  const char* const folderName = folder.empty() ? "." : folder.c_str();
+  struct stat file {};
+  struct stat around {};
+  struct stat log {};
+  struct statvfs system {};
+  if (::stat(path.c_str(), &file) != 0 || ::stat(folderName, &around) != 0) return false;
+  if (::stat((path + "-wal").c_str(), &log) == 0 && log.st_size > 0) return false;
+  if (::statvfs(path.c_str(), &system) == 0 && (system.f_flag & ST_RDONLY) != 0) return true;
+  constexpr mode_t kWritable = S_IWUSR | S_IWGRP | S_IWOTH;
+  return ((file.st_mode | around.st_mode) & kWritable) == 0 && !mayWrite(path.c_str()) &&
+         !mayWrite(folderName);
+}
+
+// A path as a URI, which says that the file does not change.
+std::string immutableName(const std::string& path) {
+  std::string name = "file:";
+  for (const char c : path) {
+    const bool plain = c == '/' || std::isalnum(static_cast<unsigned char>(c)) != 0;
+    char escaped[4];
+    std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned char>(c));
+    if (plain) {
+      name += c;
+    } else {
+      name += escaped;
+    }
+  }
+  return name + "?immutable=1";
+}
+
+// `name`: a path, in which without the URI flag nothing is read as an option.
+DatabaseHandle openNamed(const std::string& name, int flags, const std::string& path) {
+  sqlite3* database = nullptr;
+  const int rc = sqlite3_open_v2(name.c_str(), &database,
+                                 flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  DatabaseHandle handle(database);
+  if (rc != SQLITE_OK) throw SqlError(-1026, {path});
+  setUp(database);
+  requireDatabase(database, path);
+  return handle;
+}
+
+DatabaseHandle openExisting(const std::string& path) {
+  try {
+    return openNamed(path, SQLITE_OPEN_READWRITE, path);
+  } catch (const SqlError&) {
+    // A database with a write-ahead log wants to make a file beside it, even to be read.
+    if (isMemory(path) || !isUnchangeable(path)) throw;
+  }
+  return openNamed(immutableName(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, path);
+}
+
 }  // namespace
 
 void createDatabase(const std::string& path, const std::function<void(sqlite3*)>& fill) {
@@ -302,15 +366,8 @@ void createDatabase(const std::string& path, const std::function<void(sqlite3*)>
 DatabaseHandle openDatabase(const std::string& path) {
   keepStatementJournalsInMemory();
   if (!isMemory(path)) requireFile(path);
-  // A path is a path: without the URI flag nothing in it is read as an option.
-  sqlite3* database = nullptr;
-  int rc =
-      sqlite3_open_v2(path.c_str(), &database,
-                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
-  DatabaseHandle handle(database);
-  if (rc != SQLITE_OK) throw SqlError(-1026, {path});
-  setUp(database);
-  requireDatabase(database, path);
+  DatabaseHandle handle = openExisting(path);
+  sqlite3* const database = handle.get();
   execute(database, "PRAGMA cache_size=" + std::to_string(-kCacheKilobytes));
   execute(database, "PRAGMA recursive_triggers=ON");
   return handle;
