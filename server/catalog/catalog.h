@@ -25,6 +25,7 @@ struct Column {
   std::string defaultText;    // ORV SQL text of the default value
   std::string storedName;     // its name in the engine: differs when names differ in case only
   std::string storedDefault;  // the default value as the engine's SQL; empty when unknown
+  bool isForeign = false;     // of another program's table: the type is no promise
   bool isUntyped = false;     // of another program: values are stored with types of their own
   int64_t generation = 0;     // of the catalog, when ALTER TABLE added it; 0: before all
 };
@@ -73,6 +74,7 @@ struct Table {
   std::string baseSchema, baseTable;  // aliases
   bool foreign = false;      // made by another program: types are read from its own DDL, and
                              // its names are folded, the storedNames being as it wrote them
+  bool numbered = true;      // its rows have SQLite's numbers
   bool declared = false;     // a declared temporary table, which this session alone has
   bool keepsRows = false;    // declared: over a commit
   bool firesOthers = false;  // triggers of other programs: what they do is not known

@@ -192,7 +192,9 @@ bool deliverAsText(StatementHandle& handle, const Binding& binding, const ValueV
     text = orv::valueText(value, type, handle.valueText);
   }
   if (!codePage.isUtf8()) text = codePage.fromUtf8(text, handle.nativeText);
-  return deliverText(binding, text, codePage);
+  const bool cut = deliverText(binding, text, codePage);
+  if (cut) orv::requireDescribedLength(value, text.size(), type);
+  return cut;
 }
 
 // One column of the current row into its variable. True when it was cut.
@@ -223,8 +225,13 @@ SQLRETURN fetchRow(StatementHandle& handle) {
   const size_t count = std::min(columns.size(), handle.columns.size());
   for (size_t i = 0; i < count; ++i) {
     if (handle.columns[i].cType == 0) continue;
-    const ValueView value = statement.column(static_cast<int>(i));
-    if (!deliver(handle, handle.columns[i], value, columns[i].type, session)) continue;
+    const auto position = static_cast<int>(i);
+    const ValueView value = statement.column(position);
+    try {
+      if (!deliver(handle, handle.columns[i], value, columns[i].type, session)) continue;
+    } catch (const orv::SqlError& error) {
+      throw orv::atPlace(error, statement.placeOf(position));
+    }
     addRecord(handle, "01004");
     result = SQL_SUCCESS_WITH_INFO;
   }

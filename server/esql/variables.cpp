@@ -146,6 +146,7 @@ bool storeValue(const BoundVariable& variable, int number, const ValueView& valu
   }
   if (!variable.area.data) malformed("sqldata");
   const Stored stored = storeHostValue(variable.area, value, type, session);
+  if (stored.cut) requireDescribedLength(value, static_cast<size_t>(stored.length), type);
   if (variable.indicator) {
     const int64_t full = stored.cut ? stored.length : 0;
     const int64_t limit = std::numeric_limits<int16_t>::max();
@@ -166,9 +167,12 @@ void storeRow(PreparedStatement& statement, const BoundVariables& output, Sessio
   if (output.size() > columns.size()) malformed("more variables than columns");
   if (output.size() < columns.size()) area.sqlwarn[0] = area.sqlwarn[3] = 'W';
   for (size_t i = 0; i < output.size(); ++i) {
-    const ValueView value = statement.column(static_cast<int>(i));
-    if (storeValue(output[i], static_cast<int>(i + 1), value, columns[i].type, session)) {
-      noteCut(area);
+    const auto position = static_cast<int>(i);
+    const ValueView value = statement.column(position);
+    try {
+      if (storeValue(output[i], position + 1, value, columns[i].type, session)) noteCut(area);
+    } catch (const SqlError& error) {
+      throw atPlace(error, statement.placeOf(position));
     }
   }
 }

@@ -10,6 +10,7 @@
 #include "server/session/large_object_file.h"
 #include "server/session/packed_decimal.h"
 #include "server/sql/sql_error.h"
+#include "server/sql/utf8_text.h"
 
 namespace orv {
 namespace {
@@ -415,6 +416,13 @@ Stored storeHostValue(const HostArea& area, const ValueView& value, const SqlTyp
 
 Stored storeNativeText(const HostArea& area, std::string_view native, SessionState& session) {
   return storeBytes(area, native, true, session);
+}
+
+void requireDescribedLength(const ValueView& value, size_t length, const SqlType& type) {
+  const bool counted = isCharacter(type.kind) && !isLargeObject(type.kind);
+  if (counted && static_cast<int64_t>(length) > type.length) {
+    throw SqlError(-433, {shortened(value.text)});
+  }
 }
 
 }  // namespace orv

@@ -60,4 +60,9 @@ Stored storeHostValue(const HostArea& area, const ValueView& value, const SqlTyp
 // The same for character data that is in the database code page already.
 Stored storeNativeText(const HostArea& area, std::string_view native, SessionState& session);
 
+// For a value that was cut: -433 when it is longer than its column was described, which a column of
+// another program's table may be. Whoever took the description's word would never know.
+// `length`: bytes in the database's code page.
+void requireDescribedLength(const ValueView& value, size_t length, const SqlType& type);
+
 }  // namespace orv

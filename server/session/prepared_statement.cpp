@@ -52,6 +52,7 @@ void PreparedStatement::start() {
   }
   bound_.assign(markers, false);
   rowCount_ = 0;
+  row_ = 0;
 }
 
 void PreparedStatement::bind(int marker, const ValueView& value) {
@@ -147,17 +148,16 @@ bool PreparedStatement::isFor(const SessionState& session, std::string_view text
 
 bool PreparedStatement::fetch() {
   session();
-  switch (state_) {
-    case State::Idle:
-      throw SqlError(-501);
-    case State::Walking:
-      return session_->rollingBackAtLocks([&] { return fetchFromEngine(); });
-    case State::InMemory:
-      return session_->rollingBackAtLocks([&] { return fetchFromMemory(); });
-    case State::Finished:
-      break;
-  }
-  return false;
+  if (state_ == State::Idle) throw SqlError(-501);
+  if (state_ == State::Finished) return false;
+  const bool found = session_->rollingBackAtLocks(
+      [&] { return state_ == State::Walking ? fetchFromEngine() : fetchFromMemory(); });
+  if (found) ++row_;
+  return found;
+}
+
+std::string PreparedStatement::placeOf(int index) const {
+  return columns()[static_cast<size_t>(index)].name + ", row " + std::to_string(row_);
 }
 
 // A failure ends the walk: stepping again would begin it anew.

@@ -44,6 +44,8 @@ class PreparedStatement {
   bool fetch();
   // Of the row that fetch() found; valid until the next call on this session.
   ValueView column(int index);
+  // How messages name a column of that row: "NOTE, row 3".
+  std::string placeOf(int index) const;
   void close();
   int64_t rowCount() const { return rowCount_; }
 
@@ -68,6 +70,7 @@ class PreparedStatement {
   std::unique_ptr<EngineStatement> engineStatement_;
   State state_ = State::Idle;
   int64_t rowCount_ = 0;
+  int64_t row_ = 0;                // fetched, from 1
   std::vector<ValueView> values_;  // one per marker, converted
   std::vector<bool> bound_;
   std::vector<std::string> storage_;   // one per marker

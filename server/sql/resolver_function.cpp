@@ -156,7 +156,7 @@ void Resolver::resolveAggregate(Expr& expr, const BuiltInFunction& function, Sco
     requireType(*expr.args[0]);
     checkArguments(expr, function);
     const bool sorts = expr.distinct || function.rule == ResultRule::Extreme;
-    if (sorts) rejectLargeObjects({{expr.function, expr.args[0]->type}});
+    if (sorts) rejectLargeObject(*expr.args[0], expr.function);
   }
   expr.type = resultType(expr, function);
   expr.type.nullable = !counts;

@@ -103,6 +103,7 @@ class Resolver {
   int outputColumnNamed(const Query& query, std::string_view name) const;
   void checkGrouping(const Query& query, const Scope& scope) const;
   void rejectLargeObjects(const std::vector<OutputColumn>& columns) const;
+  void rejectLargeObject(const Expr& expr, std::string_view what) const;
   void settleColumn(Query& query, size_t column, const SqlType& type);
   void convertColumn(Query& query, size_t column, const SqlType& type);
   void settleRest(Query& query);

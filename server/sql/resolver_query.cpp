@@ -66,7 +66,7 @@ void Resolver::resolveSelect(Query& query, const Scope* outer, const Columns* ta
   for (ExprPtr& expr : query.groupBy) {
     resolveExpr(expr, scope);
     requireType(*expr);
-    rejectLargeObjects({{"GROUP BY", expr->type}});
+    rejectLargeObject(*expr, "GROUP BY");
   }
   expandStars(query, scope);
   scope.aggregatesAllowed = true;
@@ -231,6 +231,12 @@ void Resolver::rejectLargeObjects(const std::vector<OutputColumn>& columns) cons
   }
 }
 
+// `what`: the clause or function, where the expression is no column that could be named.
+void Resolver::rejectLargeObject(const Expr& expr, std::string_view what) const {
+  const bool named = expr.kind == ExprKind::Column;
+  rejectLargeObjects({{named ? expr.name.name : std::string(what), expr.type}});
+}
+
 // ---------------------------------------------------------------- columns without a type
 
 // Types the values of one column that have no type yet.
@@ -298,9 +304,11 @@ void Resolver::resolveOrderBy(Query& query, Scope* scope) {
     resolveOrderItem(query, item, scope);
     const bool listed = item.columnNumber >= 0;
     if (!listed && query.distinct) throw SqlError(-214);
-    const SqlType& type =
-        listed ? query.columns[static_cast<size_t>(item.columnNumber)].type : item.expr->type;
-    rejectLargeObjects({{"ORDER BY", type}});
+    if (listed) {
+      rejectLargeObjects({query.columns[static_cast<size_t>(item.columnNumber)]});
+    } else {
+      rejectLargeObject(*item.expr, "ORDER BY");
+    }
   }
 }
 

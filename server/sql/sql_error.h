@@ -29,11 +29,16 @@ class SqlError : public std::exception {
   std::string text_;
 };
 
+// The failure of one value with the place where it stands ("APP.T.C", "NOTE, row 3"), in messages
+// that have room for one; as it is when they have not, or `place` is empty.
+SqlError atPlace(const SqlError& error, std::string place);
+
 // The SQLSTATE of an SQLCODE ("58004" for one that the table lacks).
 std::string_view sqlstateOf(int sqlcode);
 
 // The message: "ORV0204E  \"S.T\" is an undefined name.  SQLSTATE=42704". The letter is E for
-// errors, W for warnings. Tokens take the places of %1, %2, ... in the text.
+// errors, W for warnings. Tokens take the places of %1, %2, ... in the text; what stands in {} is
+// left out when its token is missing.
 std::string messageText(int sqlcode, std::string_view sqlstate,
                         const std::vector<std::string>& tokens);
 

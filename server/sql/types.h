@@ -49,7 +49,8 @@ struct SqlType {
   int64_t length = 0;
   int scale = 0;
   bool nullable = true;
-  bool locator = false;  // AS LOCATOR, in routine parameters
+  bool locator = false;    // AS LOCATOR, in routine parameters
+  bool anyLength = false;  // of a column of another program: described by `length`, not bound by it
   // A distinct type: kind, length and scale are those of its source type.
   std::string distinctSchema;
   std::string distinctName;

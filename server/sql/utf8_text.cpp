@@ -7,7 +7,9 @@
 namespace orv {
 namespace {
 
-constexpr size_t kMessageBytes = 70;
+// Of a value in a message: what else the message tells shall fit beside it into the 70 bytes of a
+// communication area.
+constexpr size_t kMessageBytes = 32;
 
 int hexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -91,7 +93,7 @@ std::string shortened(std::string_view value) {
 }
 
 std::string shortenedBinary(std::string_view value) {
-  return "X'" + hexDigits(value.substr(0, kMessageBytes)) + "'";
+  return "X'" + hexDigits(value.substr(0, kMessageBytes / 2)) + "'";
 }
 
 std::string hexDigits(std::string_view bytes) {

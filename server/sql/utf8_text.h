@@ -21,7 +21,7 @@ std::string_view utf8Prefix(std::string_view text, size_t limit);
 int64_t utf16Units(std::string_view text);
 std::string_view utf16Prefix(std::string_view text, int64_t limit);
 
-// The beginning of a value for a message: at most 70 bytes, as the literal X'...' when these are no
+// The beginning of a value for a message: at most 32 bytes, as the literal X'...' when these are no
 // text.
 std::string shortened(std::string_view value);
 std::string shortenedBinary(std::string_view value);  // always as the literal

@@ -214,7 +214,7 @@ ValueView toText(const ValueView& value, const SqlType& type, const TextLength& 
     if (type.length > 0 && static_cast<int64_t>(text.size()) > type.length) failTooLong(text);
   }
   Measure measure(type, length);
-  text = fitText(text, measure, type.length, mode);
+  if (!type.anyLength) text = fitText(text, measure, type.length, mode);
   if (type.kind == TypeKind::Char || type.kind == TypeKind::Graphic) {
     int64_t missing = type.length - measure.of(text);
     if (missing > 0) {

@@ -247,7 +247,7 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
 TEST_F(CommandCompose, ADatabaseOfAnotherProgram) {
   fs::remove(place_.path("test.db"));
   runSqlite(place_.path("test.db"),
-            "create table item (id integer primary key, name text);"
+            "create table item (id integer primary key, name clob);"
             "insert into item values (7, 'foreign');");
   const CommandResult unbound = compose({});
   EXPECT_EQ(unbound.status, 1);

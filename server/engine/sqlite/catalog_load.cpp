@@ -8,15 +8,14 @@
 #include "server/catalog/declared_type.h"
 #include "server/catalog/system_views.h"
 #include "server/engine/sqlite/catalog_store.h"
+#include "server/engine/sqlite/foreign_columns.h"
 #include "server/engine/sqlite/sql_text.h"
-#include "server/sql/datetime_text.h"
 #include "server/sql/lexer.h"
 
 namespace orv::sqlite {
 namespace {
 
 constexpr int kKnownFormat = 1;
-constexpr int kSampledRows = 100;
 constexpr int kNoMemory = -954;  // SQLCODE
 
 // What our tables say about one column.
@@ -30,8 +29,10 @@ struct ColumnRecord {
 
 class Loader {
  public:
-  explicit Loader(sqlite3* database)
-      : database_(database), data_(std::make_shared<CatalogData>()) {}
+  Loader(sqlite3* database, ForeignColumns& foreignColumns)
+      : database_(database),
+        foreignColumns_(foreignColumns),
+        data_(std::make_shared<CatalogData>()) {}
 
   std::shared_ptr<CatalogData> load(const TemporaryTables& temporary) {
     temporary.addTo(*data_);  // first, so that they hide stored tables of their names
@@ -170,7 +171,8 @@ class Loader {
       if (!known) {
         column.name = foreignName(names, column.storedName);
         column.type = foreignType(columns.text(1));
-        column.isUntyped = columns.text(1).empty();
+        column.isForeign = true;
+        column.isUntyped = isCharacter(column.type.kind) && keepsNumbers(columns.text(1));
       }
       column.type.nullable = columns.integer(2) == 0;
       if (int64_t position = columns.integer(4)) {
@@ -206,15 +208,6 @@ class Loader {
   static std::string foreignName(std::set<std::string>& names, const std::string& stored) {
     std::string folded = foldName(stored);
     return names.insert(folded).second ? folded : stored;
-  }
-
-  // Lengths of other programs are no promises, so fixed ones become varying.
-  static SqlType foreignType(const std::string& declared) {
-    SqlType type = declaredType(declared);
-    if (type.kind == TypeKind::Real) type.kind = TypeKind::Double;
-    if (type.kind == TypeKind::Char) type.kind = TypeKind::Varchar;
-    if (type.kind == TypeKind::Graphic) type.kind = TypeKind::VarGraphic;
-    return type;
   }
 
   void loadKeys() {
@@ -275,11 +268,16 @@ class Loader {
   }
 
   void loadForeignTables() {
+    std::set<std::string> unnumbered;
+    Command rows(database_, "SELECT name FROM pragma_table_list WHERE schema='main' AND wr");
+    while (rows.step()) unnumbered.insert(rows.text(0));
     for (const auto& table : data_->tables) {
-      if (!table->foreign || table->type != 'T') continue;
+      if (!table->foreign) continue;
+      table->numbered = table->type == 'T' && !unnumbered.contains(table->storedName);
+      if (table->type != 'T') continue;
       loadForeignUniqueKeys(*table);
       loadForeignForeignKeys(*table);
-      checkDatetimes(*table);
+      foreignColumns_.choose(database_, *table);
     }
   }
 
@@ -333,32 +331,6 @@ class Loader {
     }
   }
 
-  // A column declared as a date or time is one when its first values are.
-  void checkDatetimes(Table& table) {
-    for (Column& column : table.columns) {
-      if (!isDatetime(column.type.kind)) continue;
-      SqlText sql;
-      sql << "SELECT " << Name{column.storedName} << ",typeof(" << Name{column.storedName}
-          << ") FROM " << Name{table.storedName} << " LIMIT " << kSampledRows;
-      Command rows(database_, sql.text());
-      while (rows.step()) {
-        if (rows.isNull(0) || looksLike(column.type.kind, rows.text(0), rows.text(1))) continue;
-        column.type = declaredType(rows.text(1) == "text" ? "VARCHAR" : rows.text(1));
-        break;
-      }
-    }
-  }
-
-  static bool looksLike(TypeKind kind, const std::string& value, const std::string& storageClass) {
-    if (storageClass != "text") return false;
-    try {
-      parseDatetime(value, kind);
-      return true;
-    } catch (const SqlError&) {
-      return false;
-    }
-  }
-
   void loadIndexes() {
     std::map<std::string, std::pair<std::string, std::string>> records;
     if (own_) {
@@ -401,6 +373,7 @@ class Loader {
   }
 
   sqlite3* database_;
+  ForeignColumns& foreignColumns_;
   std::shared_ptr<CatalogData> data_;
   bool own_ = false;
   std::set<std::string> tableNames_;
@@ -411,8 +384,9 @@ class Loader {
 
 }  // namespace
 
-std::shared_ptr<CatalogData> loadCatalog(sqlite3* database, const TemporaryTables& temporary) {
-  return Loader(database).load(temporary);
+std::shared_ptr<CatalogData> loadCatalog(sqlite3* database, const TemporaryTables& temporary,
+                                         ForeignColumns& foreignColumns) {
+  return Loader(database, foreignColumns).load(temporary);
 }
 
 }  // namespace orv::sqlite

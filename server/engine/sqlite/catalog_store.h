@@ -12,6 +12,7 @@
 #include "server/catalog/catalog_data.h"
 #include "server/engine/engine.h"
 #include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/foreign_columns.h"
 #include "server/engine/sqlite/temporary_tables.h"
 
 namespace orv::sqlite {
@@ -46,9 +47,10 @@ int64_t catalogGeneration(sqlite3* database);
 void raiseCatalogGeneration(sqlite3* database);
 
 // Everything that the file holds: our tables' content, and the tables, views, keys and indexes that
-// other programs made, with types read from their declarations.
+// other programs made, whose types `foreignColumns` chooses.
 // `temporary`: what the session has declared is there as well.
-std::shared_ptr<CatalogData> loadCatalog(sqlite3* database, const TemporaryTables& temporary);
+std::shared_ptr<CatalogData> loadCatalog(sqlite3* database, const TemporaryTables& temporary,
+                                         ForeignColumns& foreignColumns);
 
 // Parts of it; their tables are there.
 void loadProcedures(sqlite3* database, CatalogData& data);

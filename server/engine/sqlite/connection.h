@@ -52,6 +52,8 @@ class Command {
   std::string text(int column) const;  // empty for NULL
   int64_t integer(int column) const;
   bool isNull(int column) const;
+  // Good until the next step.
+  sqlite3_value* value(int column) const { return sqlite3_column_value(statement_.get(), column); }
 
  private:
   struct Finalize {
@@ -81,6 +83,7 @@ void createDatabase(const std::string& path, const std::function<void(sqlite3*)>
 
 // Opens `path` and sets the connection up: constraints checked, strings never mistaken for names,
 // no changes to the file but through SQL. The file must exist (-1013) and be a database (-1026).
+// One that nobody can write is read without locks.
 DatabaseHandle openDatabase(const std::string& path);
 
 }  // namespace orv::sqlite

@@ -1,6 +1,7 @@
 #include "server/engine/sqlite/engine_statement.h"
 
 #include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/foreign_columns.h"
 #include "server/sql/numeral.h"
 #include "server/sql/value_conversion.h"
 
@@ -51,7 +52,7 @@ SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment, Pr
       constraints_(std::move(constraints)),
       reads_(sqlite3_column_count(statement_.get()) > 0) {
   forms_.reserve(columns_.size());
-  for (const SqlType& type : columns_) forms_.push_back(formOf(type.kind));
+  for (const Column& column : columns_) forms_.push_back(formOf(column.type.kind));
   if (program.condition.empty()) return;
   condition_ = prepared(database, program.condition);
   conditionMarkers_ = sqlite3_bind_parameter_count(condition_.get());
@@ -120,7 +121,10 @@ bool SqliteStatement::run() {
   }
   if (!requiredMarkers_.empty()) requireValues();
   int rc = stepOrWait(statement_.get());
-  if (rc == SQLITE_ROW) return true;
+  if (rc == SQLITE_ROW) {
+    ++row_;
+    return true;
+  }
   if (rc != SQLITE_DONE) fail(rc);
   changes_ = reads_ ? 0 : sqlite3_changes64(database_);
   return false;
@@ -152,15 +156,27 @@ ValueView SqliteStatement::column(int index) {
   const auto position = static_cast<size_t>(index);
   if (value.kind == ValueView::Kind::Null || position >= columns_.size()) return value;
   const ColumnForm& form = forms_[position];
-  if (value.kind == form.kind && (!form.decimal || isCanonical(value.text, columns_[position]))) {
+  if (value.kind == form.kind &&
+      (!form.decimal || isCanonical(value.text, columns_[position].type))) {
     return value;
   }
-  value = convertValue(value, columns_[position], environment_.length(), ConversionMode::Assignment,
-                       converted_[position]);
-  return value;
+  return converted(value, position);
+}
+
+ValueView SqliteStatement::converted(const ValueView& value, size_t position) {
+  const Column& column = columns_[position];
+  std::string& storage = converted_[position];
+  const TextLength& length = environment_.length();
+  try {
+    if (column.isForeign) return foreignValue(value, column.type, length, storage);
+    return convertValue(value, column.type, length, ConversionMode::Assignment, storage);
+  } catch (const SqlError& error) {
+    throw atPlace(error, column.name + ", row " + std::to_string(row_));
+  }
 }
 
 void SqliteStatement::reset() {
+  row_ = 0;
   sqlite3_reset(statement_.get());
   if (condition_) sqlite3_reset(condition_.get());
   idleTableUses_->clear();

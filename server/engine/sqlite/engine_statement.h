@@ -15,12 +15,18 @@ namespace orv::sqlite {
 
 class SqliteStatement : public EngineStatement {
  public:
-  // The texts of what runs. `columns` are the result's types.
+  // A column of the result.
+  struct Column {
+    SqlType type;
+    std::string name;
+    bool isForeign = false;  // it holds what another program has stored
+  };
+  // The texts of what runs.
   struct Program {
     std::string sql;
     std::string condition;             // a query without whose row nothing is run; may be empty
     std::vector<int> requiredMarkers;  // that may not be null
-    std::vector<SqlType> columns;
+    std::vector<Column> columns;
   };
   SqliteStatement(sqlite3* database, Environment& environment, Program program,
                   ConstraintNames constraints);
@@ -38,6 +44,7 @@ class SqliteStatement : public EngineStatement {
     bool decimal = false;
   };
   static ColumnForm formOf(TypeKind kind);
+  ValueView converted(const ValueView& value, size_t position);
 
   struct Finalize {
     void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
@@ -59,7 +66,8 @@ class SqliteStatement : public EngineStatement {
   std::vector<int> requiredMarkers_;
   std::vector<bool> nullMarkers_;  // parallel to requiredMarkers_
   std::vector<ColumnForm> forms_;  // parallel to columns_
-  std::vector<SqlType> columns_;
+  std::vector<Column> columns_;
+  int64_t row_ = 0;                     // the number of the present row, from 1
   std::vector<std::string> converted_;  // values that were not stored in their type's class
   ConstraintNames constraints_;
   bool reads_;

@@ -30,12 +30,26 @@ bool sameValue(const ValueView& a, const ValueView& b) {
   }
 }
 
+// Which value did not convert: the column, and where it was read from one the number of the row.
+std::string placeArgument(int count, sqlite3_value** values) {
+  if (count < 5) return {};
+  std::string place(textArgument(values[4]));
+  if (count > 5) place.append(", rowid ").append(textArgument(values[5]));
+  return place;
+}
+
+// value, type; in an assignment the column's name, and the number of the row that it is read from
 template <ConversionMode mode>
-void convert(sqlite3_context* context, int, sqlite3_value** values) {
+void convert(sqlite3_context* context, int count, sqlite3_value** values) {
   Environment& environment = environmentOf(context);
   ValueView value = viewOf(values[0]);
-  ValueView result =
-      convertValue(value, typeArgument(values, 1), environment.length(), mode, environment.storage);
+  ValueView result;
+  try {
+    result = convertValue(value, typeArgument(values, 1), environment.length(), mode,
+                          environment.storage);
+  } catch (const SqlError& error) {
+    throw atPlace(error, placeArgument(count, values));
+  }
   if (sameValue(value, result)) {
     sqlite3_result_value(context, values[0]);
   } else {
@@ -184,6 +198,8 @@ void registerFunctions(sqlite3* database, Environment& environment,
 void registerConversions(sqlite3* database, Environment& environment) {
   static constexpr FunctionEntry kEntries[] = {
       {"ORV_ASSIGN", 4, guarded<convert<ConversionMode::Assignment>>},
+      {"ORV_ASSIGN", 5, guarded<convert<ConversionMode::Assignment>>},
+      {"ORV_ASSIGN", 6, guarded<convert<ConversionMode::Assignment>>},
       {"ORV_CAST", 4, guarded<convert<ConversionMode::Cast>>},
       {"ORV_NOT_NULL", 2, guarded<notNull>},
       {"ORV_CONCAT_BYTES", -1, guarded<concatBytes>},

@@ -300,13 +300,14 @@ void Renderer::assigned(const Expr& e, const Table& table, const Column& column,
     guarded = false;
   }
   if (guarded) out_ << "ORV_NOT_NULL(";
-  stored(e, column);
+  stored(e, table, column);
   if (guarded) out_ << "," << TextLiteral{qualifiedColumn(table, column)} << ")";
 }
 
-void Renderer::stored(const Expr& e, const Column& column) {
+void Renderer::stored(const Expr& e, const Table& table, const Column& column) {
   if (e.kind != ExprKind::Default) {
-    return converted(withoutIdleCasts(e), column.type, ConversionMode::Assignment);
+    return converted(withoutIdleCasts(e), column.type, ConversionMode::Assignment,
+                     qualifiedColumn(table, column));
   }
   out_ << Verbatim{defaultText(column)};
 }

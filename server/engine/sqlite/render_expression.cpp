@@ -72,7 +72,9 @@ std::string storedColumn(std::string_view qualifier, const Table& table, const C
   out << Verbatim{qualifier} << "." << Name{column.storedName};
   if (rewritten) {
     out << "," << static_cast<int>(column.type.kind) << "," << column.type.length << ","
-        << column.type.scale << ")";
+        << column.type.scale << "," << TextLiteral{qualifiedColumn(table, column)};
+    if (table.numbered) out << "," << Verbatim{qualifier} << "." << Verbatim{rowNumberName(table)};
+    out << ")";
   }
   return out.take();
 }
@@ -255,7 +257,8 @@ void Renderer::arithmetic(const Expr& e) {
 }
 
 void Renderer::typeArguments(const SqlType& type) {
-  out_ << static_cast<int>(type.kind) << "," << type.length << "," << type.scale;
+  out_ << static_cast<int>(type.kind) << "," << (type.anyLength ? 0 : type.length) << ","
+       << type.scale;
 }
 
 void Renderer::argumentList(const Expr& e) {
@@ -500,8 +503,12 @@ void Renderer::caseExpression(const Expr& e) {
   out_ << " END";
 }
 
-void Renderer::converted(const Expr& e, const SqlType& type, ConversionMode mode) {
-  bool as = e.kind == ExprKind::Null || type.kind == TypeKind::Unknown || contains(type, e.type);
+void Renderer::converted(const Expr& e, const SqlType& type, ConversionMode mode,
+                         std::string_view target) {
+  const Column* const column = baseColumn(e);
+  const bool promised = !e.type.anyLength && !(column && column->isForeign);
+  const bool as = e.kind == ExprKind::Null || type.kind == TypeKind::Unknown ||
+                  (promised && contains(type, e.type));
   if (as) return expression(e);
   if (mode == ConversionMode::Cast) {
     out_ << "ORV_CAST(";
@@ -511,6 +518,7 @@ void Renderer::converted(const Expr& e, const SqlType& type, ConversionMode mode
   expression(e);
   out_ << ",";
   typeArguments(type);
+  if (!target.empty() && mode == ConversionMode::Assignment) out_ << "," << TextLiteral{target};
   out_ << ")";
 }
 

@@ -102,7 +102,7 @@ bool Renderer::insertRowsSetting(const Statement& s, const std::vector<int>& tar
     for (size_t i = 0; i < given.size(); ++i) {
       const int column = s.insertColumnIndexes[i];
       SqlText before = std::exchange(out_, SqlText());
-      stored(*given[i], s.table->columns[static_cast<size_t>(column)]);
+      stored(*given[i], *s.table, s.table->columns[static_cast<size_t>(column)]);
       row.give(column, std::exchange(out_, std::move(before)).take(), isSmall(*given[i]));
     }
     if (!row.apply(s.setters)) {
@@ -132,7 +132,7 @@ NewRow Renderer::updatedRow(const Statement& s) {
   for (const Assignment& assignment : s.assignments) {
     SqlText around = std::exchange(out_, SqlText());
     const Expr& value = *assignment.value;
-    stored(value, s.table->columns[static_cast<size_t>(assignment.columnIndex)]);
+    stored(value, *s.table, s.table->columns[static_cast<size_t>(assignment.columnIndex)]);
     row.give(assignment.columnIndex, std::exchange(out_, std::move(around)).take(),
              isSmall(value) || value.kind == ExprKind::Default);
   }

@@ -35,8 +35,10 @@ class Renderer {
   void query(const Query& q) { query(q, {}); }
   void viewQuery(const Query& q);
   void expression(const Expr& e);
-  // The value as one of `type`, converted where it is not certain to be one already.
-  void converted(const Expr& e, const SqlType& type, ConversionMode mode);
+  // The value as one of `type`, converted where it is not certain to be one already. A failure
+  // names `target`, the column that is assigned to, where there is one.
+  void converted(const Expr& e, const SqlType& type, ConversionMode mode,
+                 std::string_view target = {});
   // CREATE TRIGGER with what the engine does of a trigger: all but setting columns of the new row,
   // which the statements that fire it do themselves. False when nothing is left.
   bool trigger(std::string_view storedName, const Table& table, const TriggerDefinition& trigger);
@@ -149,7 +151,7 @@ class Renderer {
   void updateFromValues(const Statement& s);
   void remove(const Statement& s);
   void assigned(const Expr& e, const Table& table, const Column& column, bool always);
-  void stored(const Expr& e, const Column& column);
+  void stored(const Expr& e, const Table& table, const Column& column);
 
   const CatalogData& catalog_;
   const std::string& currentSchema_;

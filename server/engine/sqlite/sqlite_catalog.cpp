@@ -31,7 +31,7 @@ std::shared_ptr<const CatalogData> SqliteCatalog::data() const {
   try {
     schemaVersion_ = readNumber(readSchemaVersion_);
     generation_ = catalogGeneration(database_);
-    data_ = loadCatalog(database_, temporary_);
+    data_ = loadCatalog(database_, temporary_, foreignColumns_);
   } catch (...) {
     if (own) execute(database_, "ROLLBACK");
     throw;

@@ -8,6 +8,7 @@
 
 #include "server/catalog/catalog_data.h"
 #include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/foreign_columns.h"
 #include "server/engine/sqlite/temporary_tables.h"
 
 namespace orv::sqlite {
@@ -64,6 +65,7 @@ class SqliteCatalog : public Catalog {
   mutable std::shared_ptr<const CatalogData> data_;
   // Trees that were resolved before the last change may still be in use when it is noticed.
   std::shared_ptr<const CatalogData> previous_;
+  mutable ForeignColumns foreignColumns_;
   mutable int64_t schemaVersion_ = 0;
   mutable int64_t generation_ = 0;
   int64_t dataVersion_ = 0;
