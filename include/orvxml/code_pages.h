@@ -24,10 +24,12 @@ int QRK_mbstowcsFunction(QrkStruct* ctx, char16_t* out, const char* in, int outS
 // Terminated UTF-16 to the database code page; bytes without terminator, or -1 (also when the
 // output would fill `outSize` completely).
 int QRK_wcstombsFunction(QrkStruct* ctx, char* out, const char16_t* in, int outSize);
-// The same for owned strings; false when the text does not convert. With a null context, or one
-// without code pages, UTF-8.
-bool toDatabase(QrkStruct* ctx, std::u16string_view in, std::string& out);
-bool toUtf16(QrkStruct* ctx, std::string_view in, std::u16string& out);
+// The same for owned strings; false, and nothing in `out`, when any of the text does not convert.
+// With a null context, or one without code pages, UTF-8.
+[[nodiscard]] bool toDatabase(QrkStruct* ctx, std::u16string_view in, std::string& out);
+[[nodiscard]] bool toUtf16(QrkStruct* ctx, std::string_view in, std::u16string& out);
+// A text as a message or a trace line quotes it: what does not convert is shown as '?'.
+std::string textForMessage(QrkStruct* ctx, std::u16string_view text);
 
 extern "C" ORVXML_API int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen,
                                                 char* out, int outSize, char* msg, char* sqlState,

@@ -32,7 +32,7 @@ class HeaderWriter {
     const DOM_Element part = mapping.firstDescendant(name);
     if (part.isNull() && !required) return 0;
     if (part.isNull() || !part.node()->hasChildNodes()) {
-      return failed(report_, Msg::QRKQ000E, dadtree::inDatabase(report_.ctx, name));
+      return failed(report_, Msg::QRKQ000E, textForMessage(report_.ctx, name));
     }
     std::u16string line(used_ ? u"\n" : u"");
     const std::u16string text = dadtree::childText(part.node());

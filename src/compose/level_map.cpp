@@ -147,9 +147,7 @@ int LevelMapBuilder::readOrderKeys(const char* orderList) {
     char parts[kMaxNameParts][kNamePartSize];
     int count = 0;
     if (qrkParseSqlQualifiedId(report_.ctx, &cursor, &token, kMaxNameParts, &count, parts)) {
-      std::string written;
-      toDatabase(report_.ctx, {start, static_cast<size_t>(cursor - start)}, written);
-      return refuseKey(written);
+      return refuseKey(textForMessage(report_.ctx, {start, static_cast<size_t>(cursor - start)}));
     }
     keys_.emplace_back(parts[count - 1]);
   } while (token.type == Type_Delimiter && *token.startptr == ',');

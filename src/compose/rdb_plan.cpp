@@ -54,7 +54,7 @@ int RdbPlan::readName(DadNode& node) {
   }
   const bool isWritable = isXmlName(name) && toDatabase(report_.ctx, name, node.name);
   if (isWritable) return 0;
-  return report_.failed(Msg::QRKQ040E, dadtree::inDatabase(report_.ctx, name));
+  return report_.failed(Msg::QRKQ040E, textForMessage(report_.ctx, name));
 }
 
 int RdbPlan::checkAttributeName(DadNode& parent, const DadNode& node) {

@@ -25,7 +25,7 @@ int SqlDocument::readName(const DOM_Element& node, Msg whenMissing, std::string&
   }
   if (!toDatabase(call_.report.ctx, written, name) || name.size() >= kNameSize ||
       !isXmlName(written)) {
-    return failed(call_.report, Msg::QRKQ040E, name);
+    return failed(call_.report, Msg::QRKQ040E, textForMessage(call_.report.ctx, written));
   }
   return 0;
 }

@@ -90,7 +90,7 @@ class ModelBuilder {
     const char16_t* text = element->getAttribute(name);
     if (!text || !*text) return refuse(std::string(kMissing));
     std::string converted;
-    if (!toDatabase(ctx_, text, converted)) return refuse(converted);
+    if (!toDatabase(ctx_, text, converted)) return refuse(textForMessage(ctx_, text));
     return copyName(converted.c_str(), field) ? 0 : refuse(converted);
   }
 
@@ -112,7 +112,7 @@ int ModelBuilder::takeSettings(const DOM_Document& document) {
   }
   std::string dtdid;
   if (!toDatabase(ctx_, settings.dtdid, dtdid) || dtdid.size() >= kDtdidSize) {
-    return failed(report_, Msg::QRKA010E, dtdid);
+    return failed(report_, Msg::QRKA010E, textForMessage(ctx_, settings.dtdid));
   }
   model_.dtdid = heapCopy(dtdid.c_str(), dtdid.size() + 1);
   return 0;

@@ -109,7 +109,11 @@ class ColumnCollector {
     source.column = boundedAttribute(element, u"name", kColumnNameLimit);
     if (!source.column) return namelessColumn();
     if (purpose_ != kForDecomposition) return 0;
-    source.type = inDatabase(report_.ctx, element->getAttribute(u"type"));
+    const char16_t* type = element->getAttribute(u"type");
+    if (!toDatabase(report_.ctx, type, source.type)) {
+      return failed(report_, Msg::QRKA059E, textForMessage(report_.ctx, type),
+                    textForMessage(report_.ctx, source.column));
+    }
     return source.type.empty() ? namelessColumn() : 0;
   }
 
@@ -126,10 +130,9 @@ class ColumnCollector {
     return 0;
   }
 
-  // The name of what the RDB_node maps: for a text_node, that of its element.
-  static const char16_t* itemName(const xercesc::DOMElement* node) {
-    if (hasTag(node, u"text_node")) node = asElement(node->getParentNode());
-    return node->getAttribute(u"name");
+  // What the RDB_node maps: for a text_node, its element.
+  static const xercesc::DOMElement* mappedItem(const xercesc::DOMElement* node) {
+    return hasTag(node, u"text_node") ? asElement(node->getParentNode()) : node;
   }
 
   int checkSource(const xercesc::DOMElement* node, const ColumnSource& source) {
@@ -138,7 +141,7 @@ class ColumnCollector {
     if (!parent || (needsElement && parent->getNodeType() != xercesc::DOMNode::ELEMENT_NODE)) {
       return internalError(__LINE__);
     }
-    const std::string item = inDatabase(report_.ctx, itemName(node));
+    const std::string item = textForMessage(report_.ctx, mappedItem(node)->getAttribute(u"name"));
     if (!source.table[0]) return failed(report_, Msg::QRKQ010E, item);
     if (!source.column) return failed(report_, Msg::QRKQ011E, item);
     return 0;
@@ -164,7 +167,11 @@ class ColumnCollector {
       return failed(report_, Msg::QRKA059E, source.type, entry.col);
     }
     std::strcpy(entry.dataType, source.type.c_str());
-    const std::string name = inDatabase(report_.ctx, itemName(node));
+    const xercesc::DOMElement* item = mappedItem(node);
+    std::string name;
+    if (!toDatabase(report_.ctx, item->getAttribute(u"name"), name)) {
+      return failUnconverted(report_, purpose_, item);
+    }
     if (name.size() >= sizeof entry.xml) return failLimit(report_, "name " + name, __LINE__);
     std::strcpy(entry.xml, name.c_str());
     entry.xmlLevel = model_.level;

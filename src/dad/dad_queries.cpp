@@ -36,8 +36,9 @@ int qrkIsNodeMultiOccur(QrkStruct* ctx, const DOM_Element& element) {
   const std::u16string_view value = element.getAttribute(u"multi_occurrence").view();
   if (value.empty()) return 0;
   char folded[kOccurrenceLimit + 1];
-  const bool isNo =
-      qrk_utoupper(ctx, value, folded, sizeof folded) == 0 && inDatabase(ctx, u"NO") == folded;
+  std::string no;
+  const bool isNo = qrk_utoupper(ctx, value, folded, sizeof folded) == 0 &&
+                    toDatabase(ctx, u"NO", no) && no == folded;
   return isNo ? 0 : 1;
 }
 
@@ -106,7 +107,7 @@ int qrkGetColFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rd
   const char16_t* name = boundedAttribute(element.element(), u"name", kColumnNameLimit);
   if (!name) fail(report, Msg::QRKQ013E);
   if (qrkParseWCol(ctx, name ? name : u"", column, kColumnSize)) {
-    return failed(report, Msg::QRKQ033E, inDatabase(ctx, name));
+    return failed(report, Msg::QRKQ033E, textForMessage(ctx, name ? name : u""));
   }
   return 0;
 }
@@ -117,8 +118,10 @@ int qrkGetEleNameOfTxt(QrkStruct* ctx, const DOM_Element& textNode, char* name, 
   name[0] = 0;
   const DOM_Element parent = textNode.getParentNode().asElement();
   if (parent.isNull()) return failed(report, Msg::QRKQ012E);
-  const std::string text = inDatabase(ctx, parent.getAttribute(u"name").rawBuffer());
-  if (text.empty()) return failed(report, Msg::QRKQ014E);
+  std::string text;
+  if (!toDatabase(ctx, parent.getAttribute(u"name").view(), text) || text.empty()) {
+    return failed(report, Msg::QRKQ014E);
+  }
   if (text.size() >= kXmlNameSize) return failLimit(report, "name " + text, __LINE__);
   std::strcpy(name, text.c_str());
   return 0;

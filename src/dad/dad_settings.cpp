@@ -51,9 +51,7 @@ int childCount(const DOM_Node& node) {
 }
 
 std::string SettingsReader::text(std::u16string_view value) const {
-  std::string converted;
-  if (!toDatabase(ctx_, value, converted)) converted.clear();
-  return converted;
+  return textForMessage(ctx_, value);
 }
 
 int SettingsReader::readChild(const DOM_Node& node) {

@@ -1,7 +1,5 @@
 #include "src/dad/dad_walk.h"
 
-#include <cstring>
-
 namespace orvxml::dadtree {
 
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag) {
@@ -27,16 +25,16 @@ int failLimit(const Report& report, const std::string& limit, int line) {
 }
 
 int failName(const Report& report, const char16_t* name, int scannerCode) {
-  fail(report, Msg::QRKQ033E, inDatabase(report.ctx, name));
+  fail(report, Msg::QRKQ033E, textForMessage(report.ctx, name));
   if (report.errCode) *report.errCode = scannerCode;
   return scannerCode;
 }
 
-std::string inDatabase(QrkStruct* ctx, const char16_t* text) {
-  std::string out;
-  // A text that does not convert is told as far as it does.
-  if (text && !toDatabase(ctx, text, out)) out.resize(std::strlen(out.c_str()));
-  return out;
+int failUnconverted(const Report& report, int purpose, const xercesc::DOMElement* item) {
+  if (purpose == kForComposition) {
+    return failed(report, Msg::QRKQ040E, textForMessage(report.ctx, item->getAttribute(u"name")));
+  }
+  return failed(report, hasTag(item, u"attribute_node") ? Msg::QRKQ006E : Msg::QRKQ014E);
 }
 
 }  // namespace orvxml::dadtree

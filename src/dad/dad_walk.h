@@ -31,7 +31,9 @@ int failLimit(const Report& report, const std::string& limit, int line);
 // A name that the SQL scanner refused: QRKQ033E with the name, but the scanner's own code. Returns
 // that code.
 int failName(const Report& report, const char16_t* name, int scannerCode);
-std::string inDatabase(QrkStruct* ctx, const char16_t* text);
+// A mapped name that the database code page cannot carry: QRKQ040E with the name in composition,
+// in decomposition the message of an item that has no name. Returns -1.
+int failUnconverted(const Report& report, int purpose, const xercesc::DOMElement* item);
 
 // Walks the tree of element_nodes from `node` down. Of the visitor it calls enter(element) and
 // leave(element) around each element_node and leaf(element, rdb) for each mapped leaf: an

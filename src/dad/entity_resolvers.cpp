@@ -27,9 +27,7 @@ std::optional<std::u16string> optionalText(const XMLCh* text) {
 }
 
 std::string converted(QrkStruct* ctx, const std::optional<std::u16string>& text) {
-  std::string out;
-  if (text) toDatabase(ctx, *text, out);
-  return out;
+  return text ? textForMessage(ctx, *text) : std::string();
 }
 
 InputPtr memorySource(const char* text, const char16_t* systemId) {

@@ -36,10 +36,10 @@ bool sameColumn(const JoinSide& a, const JoinSide& b) {
 // As much of `text` as fits the quotation in a message.
 std::string quoted(QrkStruct* ctx, const char16_t* text) {
   std::u16string part(std::u16string_view(text).substr(0, kQuotedTextLimit));
-  std::string out;
-  while (!toDatabase(ctx, part, out) || out.size() > kQuotedTextLimit) {
-    if (part.empty()) return {};
+  std::string out = textForMessage(ctx, part);
+  while (out.size() > kQuotedTextLimit) {
     part.pop_back();
+    out = textForMessage(ctx, part);
   }
   return out;
 }
@@ -47,9 +47,7 @@ std::string quoted(QrkStruct* ctx, const char16_t* text) {
 class ConditionParser {
  public:
   ConditionParser(const Report& report, rel& model, int purpose, const char16_t* text)
-      : report_(report), model_(model), purpose_(purpose), cursor_(text) {
-    toDatabase(report.ctx, K_UC_SQL_WORD_AND, and_);
-  }
+      : report_(report), model_(model), purpose_(purpose), cursor_(text) {}
 
   int parse() {
     for (;;) {
@@ -60,7 +58,7 @@ class ConditionParser {
       next();
       if (!parseName(right)) return failed(report_, Msg::QRKQ015E);
       const bool ended = token_.type == Type_EOF;
-      if (!ended && !(token_.type == Type_Identifier && and_ == token_.text)) return unexpected();
+      if (!ended && !(isAnd())) return unexpected();
       if (int rc = record(left, right)) return rc;
       if (ended) return 0;
     }
@@ -70,6 +68,12 @@ class ConditionParser {
   void next() { qrkGetSqlToken(report_.ctx, &cursor_, &token_); }
 
   int unexpected() { return failed(report_, Msg::QRKQ034E, quoted(report_.ctx, token_.startptr)); }
+
+  bool isAnd() const {
+    std::string word;
+    return token_.type == Type_Identifier && toDatabase(report_.ctx, K_UC_SQL_WORD_AND, word) &&
+           word == token_.text;
+  }
 
   bool parseName(JoinSide& side) {
     char parts[kMaxParts][kNamePartSize];
@@ -114,7 +118,6 @@ class ConditionParser {
   const int purpose_;
   const char16_t* cursor_;
   QrkSqlToken token_{};
-  std::string and_;
 };
 
 bool hasPartner(const join_info_entry& entry, const char* schema, const char* table,

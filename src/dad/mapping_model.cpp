@@ -98,8 +98,12 @@ class TableReader {
 
   int readOrderBy(tab& table, const xercesc::DOMElement* element) {
     const char16_t* text = boundedAttribute(element, u"orderBy", kOrderByLimit);
-    const std::string columns = inDatabase(report_.ctx, text);
-    if (columns.empty()) return 0;
+    if (!text) return 0;
+    std::string columns;
+    if (!toDatabase(report_.ctx, text, columns)) {
+      return failed(report_, Msg::QRKQ055E,
+                    std::string("orderBy of table ") + table.name + " does not convert");
+    }
     table.orderBy = allocate<char>(std::max<size_t>(kOrderBySize, columns.size() + 1));
     if (!table.orderBy) return outOfMemory();
     std::memcpy(table.orderBy, columns.c_str(), columns.size() + 1);

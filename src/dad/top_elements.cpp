@@ -14,20 +14,20 @@ namespace {
 
 class TopElementFinder {
  public:
-  TopElementFinder(const Report& report, rel& model, DocumentOwner owner)
-      : report_(report), model_(model), owner_(std::move(owner)) {}
+  TopElementFinder(const Report& report, rel& model, int purpose, DocumentOwner owner)
+      : report_(report), model_(model), purpose_(purpose), owner_(std::move(owner)) {}
 
   void enter(xercesc::DOMElement*) {}
   void leave(xercesc::DOMElement*) {}
 
   int leaf(xercesc::DOMElement* leafNode, xercesc::DOMElement* rdb) {
     xercesc::DOMElement* element = nearestElementNode(leafNode);
-    const char16_t* ownName = element ? element->getAttribute(u"name") : nullptr;
+    const std::string ownName =
+        element ? textForMessage(report_.ctx, element->getAttribute(u"name")) : std::string();
     char schema[kSchemaSize];
     char name[kTableSize];
-    if (int rc = qrkGetTabFromRDB(report_.ctx, inDatabase(report_.ctx, ownName).c_str(),
-                                  DOM_Element(owner_, rdb), schema, name, report_.errCode,
-                                  report_.msg)) {
+    if (int rc = qrkGetTabFromRDB(report_.ctx, ownName.c_str(), DOM_Element(owner_, rdb), schema,
+                                  name, report_.errCode, report_.msg)) {
       return rc;
     }
     tab* table = findTabByName(report_.ctx, &model_, schema, name);
@@ -55,7 +55,10 @@ class TopElementFinder {
       if (!standsForRow(table, asElement(parent))) break;
       element = asElement(parent);
     }
-    const std::string name = inDatabase(report_.ctx, element->getAttribute(u"name"));
+    std::string name;
+    if (!toDatabase(report_.ctx, element->getAttribute(u"name"), name)) {
+      return failUnconverted(report_, purpose_, element);
+    }
     if (name.size() >= sizeof table.top_element) {
       return failLimit(report_, "name " + name, __LINE__);
     }
@@ -65,6 +68,7 @@ class TopElementFinder {
 
   const Report& report_;
   rel& model_;
+  const int purpose_;
   const DocumentOwner owner_;
 };
 
@@ -73,7 +77,7 @@ class TopElementFinder {
 int qrkFindTopElements(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_type,
                        int* errCode, char* msg) {
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  TopElementFinder finder(report, *relinfo, root.owner());
+  TopElementFinder finder(report, *relinfo, qrk_type, root.owner());
   return walkMappedLeaves(report, root.node(), qrk_type, finder);
 }
 

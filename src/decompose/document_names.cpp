@@ -16,7 +16,8 @@ const NameInfo& DocumentNames::find(const XMLCh* name) {
   if (!isNew) return info;
   const std::u16string_view units = name;
   info.length = units.size();
-  if (!toDatabase(ctx_, units, info.text)) info.text.clear();
+  // No mapped name is one that does not convert.
+  if (!toDatabase(ctx_, units, info.text)) return info;
   for (int i = 0; i < rel_->num_of_tables; ++i) {
     const tab* table = rel_->tab[i];
     if (isInTab(ctx_, table, info.text.c_str())) info.inTables |= tableBit(i);

@@ -33,8 +33,10 @@ ForeignKeyValues::ForeignKeyValues(WalkState& walk, const tab& table, int tableI
   for (size_t k = 0; k < keys_.size(); ++k) {
     keys_[k].definition = &table.fk[k];
     if (!table.fk[k].parent) continue;
-    toUtf16(walk.ctx, table.fk[k].parent->xml, keys_[k].xmlName);
-    keys_[k].joinName = joinAttributeName(keys_[k].xmlName);
+    // A name that does not convert is that of no element: the key finds no ancestor.
+    if (toUtf16(walk.ctx, table.fk[k].parent->xml, keys_[k].xmlName)) {
+      keys_[k].joinName = joinAttributeName(keys_[k].xmlName);
+    }
   }
 }
 

@@ -1,6 +1,7 @@
 // Conversions between the database code page, the application code page and UTF-16. UTF-8 goes its
 // own way, without a converter: every value of a document passes here.
 #include <unicode/ustring.h>
+#include <unicode/utf16.h>
 
 #include <algorithm>
 #include <cstring>
@@ -52,6 +53,17 @@ bool utf16ToUtf8(std::u16string_view in, std::string& out) {
   }
   out.resize(3 * in.size());
   u_strToUTF8(out.data(), size32(out.size()), &length, in.data(), size32(in.size()), &status);
+  if (U_FAILURE(status)) return false;
+  out.resize(static_cast<size_t>(length));
+  return true;
+}
+
+bool utf16ToBytes(UConverter* converter, std::u16string_view in, std::string& out) {
+  UErrorCode status = U_ZERO_ERROR;
+  const auto most = static_cast<size_t>(UCNV_GET_MAX_BYTES_FOR_STRING(
+      in.size(), static_cast<size_t>(ucnv_getMaxCharSize(converter))));
+  out.resize(most);
+  const int32_t length = fromUnicode(converter, in, out.data(), size32(most), status);
   if (U_FAILURE(status)) return false;
   out.resize(static_cast<size_t>(length));
   return true;
@@ -165,20 +177,29 @@ int failConversion(const Report& report, UErrorCode status) {
 
 bool toDatabase(QrkStruct* ctx, std::u16string_view in, std::string& out) {
   UConverter* converter = databaseConverter(ctx);
-  if (!converter) return utf16ToUtf8(in, out);
-  UErrorCode status = U_ZERO_ERROR;
-  const auto most = static_cast<size_t>(UCNV_GET_MAX_BYTES_FOR_STRING(
-      in.size(), static_cast<size_t>(ucnv_getMaxCharSize(converter))));
-  out.resize(most);
-  const int32_t length = fromUnicode(converter, in, out.data(), size32(most), status);
-  if (U_FAILURE(status)) return false;
-  out.resize(static_cast<size_t>(length));
-  return true;
+  const bool converts = converter ? utf16ToBytes(converter, in, out) : utf16ToUtf8(in, out);
+  if (!converts) out.clear();
+  return converts;
 }
 
 bool toUtf16(QrkStruct* ctx, std::string_view in, std::u16string& out) {
   UConverter* converter = databaseConverter(ctx);
-  return converter ? U_SUCCESS(toUnicode(converter, in, out)) : utf8ToUtf16(in, out);
+  const bool converts = converter ? U_SUCCESS(toUnicode(converter, in, out)) : utf8ToUtf16(in, out);
+  if (!converts) out.clear();
+  return converts;
+}
+
+std::string textForMessage(QrkStruct* ctx, std::u16string_view text) {
+  std::string whole;
+  if (toDatabase(ctx, text, whole)) return whole;
+  for (size_t start = 0, end = 0; start < text.size(); start = end) {
+    U16_FWD_1(text.data(), end, text.size());
+    std::string character;
+    const bool converts = toDatabase(ctx, text.substr(start, end - start), character) ||
+                          toDatabase(ctx, u"?", character);
+    if (converts) whole += character;
+  }
+  return whole;
 }
 
 int QRK_mbstowcsFunction(QrkStruct* ctx, char16_t* out, const char* in, int outSize) {

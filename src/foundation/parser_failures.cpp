@@ -25,9 +25,7 @@ void tellParserError(QrkStruct* ctx, const std::string& line, const std::string&
 
 bool reportParserException(const Report& report) {
   const auto text = [&](const XMLCh* message) {
-    std::string converted;
-    if (message) toDatabase(report.ctx, message, converted);
-    return converted;
+    return message ? textForMessage(report.ctx, message) : std::string();
   };
   try {
     throw;

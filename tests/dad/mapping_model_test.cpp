@@ -313,7 +313,7 @@ TEST(MappingModelTest, LimitsAreReportedNotExceeded) {
   }
 }
 
-TEST(MappingModelTest, NamesAreMeasuredInTheDatabaseCodePage) {
+TEST(MappingModelTest, TextsStandWholeInTheDatabaseCodePage) {
   // 40 characters: 80 bytes in one code page, 40 in the other.
   const std::string dad =
       collection(manyTables(1), attribute(repeat("\xC3\xA9", 40), column("t0", "c")));
@@ -321,6 +321,24 @@ TEST(MappingModelTest, NamesAreMeasuredInTheDatabaseCodePage) {
   const Mapping latin(dad, kForDecomposition, nullptr, "ISO-8859-1", 819);
   EXPECT_EQ(latin.rc, 0) << latin.message();
   EXPECT_EQ(std::string(latin.model.tab[0]->col2xml[0].xml), std::string(40, '\xE9'));
+
+  const std::string table = "<table name='t'/>";
+  const auto refusal = [](const std::string& mapping, int purpose) {
+    return Mapping(mapping, purpose, nullptr, "ISO-8859-1", 819).message();
+  };
+  const std::string euro = collection(table, attribute("a&#8364;", column("t", "c")));
+  EXPECT_EQ(refusal(euro, kForDecomposition), "QRKQ006E  An attribute_node element has no name.\n");
+  EXPECT_EQ(refusal(euro, kForComposition),
+            "QRKQ040E  The element name a? in the DAD file is invalid.\n");
+  EXPECT_EQ(refusal(collection(table, attribute("a", "<RDB_node>" + table +
+                                                         "<column name='c' type='CHAR(9)&#8364;'/>"
+                                                         "</RDB_node>")),
+                    kForDecomposition),
+            "QRKA059E  The type CHAR(9)? of column c in the DAD file is invalid.\n");
+  EXPECT_EQ(refusal(collection("<table name='t' orderBy='c DESC, d&#8364;'/>",
+                               attribute("a", column("t", "c"))),
+                    kForComposition),
+            "QRKQ055E  ICU error: orderBy of table T does not convert\n");
 }
 
 TEST(MappingModelTest, ComposingTakesConditionsAndJoinTypes) {
