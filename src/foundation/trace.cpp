@@ -1,5 +1,6 @@
 // The trace: a control file in /tmp, one per server instance, names the file that every call
-// appends its lines to. Anybody can write to /tmp, so a control file is a plain file or nothing.
+// appends its lines to. Anybody can write to /tmp and to both files: a control file counts for its
+// owner, and for everybody when it is root's, and names nothing but a trace file.
 #include "orvxml/trace.h"
 
 #include <fcntl.h>
@@ -56,12 +57,19 @@ struct TraceCall {
   std::string traceFile() const { return directory + "/qrk" + instance + ".trc"; }
 };
 
-// Opens a control file by its name; null with errno for a link, a device, a directory.
-File openControlFile(const std::string& path, int flags, const char* mode) {
-  const int fd = ::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, kForEverybody);
+bool isOfCallerOrRoot(const struct stat& status) {
+  return status.st_uid == ::geteuid() || status.st_uid == 0;
+}
+
+// Opens a file by its name; null with errno for a link, a pipe, a device, a directory, a file that
+// has a second name, and what belongs to somebody else.
+File openPlainFile(const std::string& path, int flags, const char* mode) {
+  const int fd =
+      ::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kForEverybody);
   if (fd < 0) return nullptr;
   struct stat status;
-  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1 ||
+      !isOfCallerOrRoot(status)) {
     ::close(fd);
     errno = EINVAL;
     return nullptr;
@@ -69,6 +77,10 @@ File openControlFile(const std::string& path, int flags, const char* mode) {
   FILE* file = ::fdopen(fd, mode);
   if (!file) ::close(fd);
   return File(file);
+}
+
+File openTraceFile(const std::string& path) {
+  return openPlainFile(path, O_RDWR | O_APPEND | O_CREAT, "a+");
 }
 
 // The first line of the control file into the context.
@@ -83,8 +95,9 @@ File initialise(const TraceCall& call) {
   const std::string path = call.controlFile();
   // Nearly every call ends here, and to ask costs less than to open.
   struct stat status;
-  if (::lstat(path.c_str(), &status) != 0 && errno == ENOENT) return nullptr;
-  const File control = openControlFile(path, O_RDONLY, "r");
+  const bool isThere = ::lstat(path.c_str(), &status) == 0;
+  if (isThere ? !isOfCallerOrRoot(status) : errno == ENOENT) return nullptr;
+  const File control = openPlainFile(path, O_RDONLY, "r");
   if (!control) {
     if (errno == ENOENT) return nullptr;
     QRK_TRACE(call.ctx, "'%s' %s", path.c_str(), std::strerror(errno));
@@ -94,13 +107,14 @@ File initialise(const TraceCall& call) {
   }
   readTraceFileName(call.ctx, control.get());
   const OpenFileMode openMode;
-  File trace(std::fopen(call.ctx->traceFileName, "a+"));
+  const std::string name = call.ctx->traceFileName;
+  File trace(name.ends_with(call.traceFile()) ? openTraceFile(name) : nullptr);
   if (!trace) fail(call.report, Msg::QRKC003E);
   return trace;
 }
 
 bool writeControlFile(const std::string& path, const std::string& traceFile) {
-  File control = openControlFile(path, O_RDWR | O_CREAT, "r+");
+  File control = openPlainFile(path, O_RDWR | O_CREAT, "r+");
   if (!control || ::ftruncate(::fileno(control.get()), 0) != 0) return false;
   const bool written = std::fputs(traceFile.c_str(), control.get()) >= 0;
   return std::fclose(control.release()) == 0 && written;
@@ -112,7 +126,7 @@ File turnOn(const TraceCall& call) {
   File trace;
   if (path.size() < sizeof call.ctx->traceFileName) {
     std::strcpy(call.ctx->traceFileName, path.c_str());
-    trace.reset(std::fopen(path.c_str(), "a+"));
+    trace = openTraceFile(path);
   }
   if (!trace) {
     fail(call.report, Msg::QRKC009E, call.directory);
@@ -137,7 +151,8 @@ void turnOff(const TraceCall& call) {
   call.ctx->traceFileName[0] = 0;
 }
 
-// Writes the SQLSTATE, or where the message is wanted that, of a request that has no instance.
+// The outcome of a request without a usable instance name: `out` gets the SQLSTATE where there is
+// no name and for kTraceInit, else the message.
 void refuseInstance(QrkStruct* ctx, int request, const char* instance, int* rc, char* out) {
   if (!instance) {
     std::strcpy(out, kNoInstanceState);

@@ -88,6 +88,28 @@ TEST_F(TraceTest, CallsFailWhileTheTraceIsBroken) {
   EXPECT_EQ(ctx.codePages, nullptr);
 }
 
+TEST_F(TraceTest, ATraceFileIsAPlainFileOfItsName) {
+  const std::string target = folder.path("target");
+  std::ofstream(target) << "precious";
+  const auto expectRefused = [&] {
+    EXPECT_EQ(turnOn(folder.path()), -1);
+    EXPECT_EQ(rc, -97);
+    std::ofstream(control) << file;
+    EXPECT_EQ(initialise(), -49);
+    std::filesystem::remove(control);
+    std::filesystem::remove(file);
+  };
+  std::filesystem::create_symlink(target, file);
+  expectRefused();
+  std::filesystem::create_hard_link(target, file);
+  expectRefused();
+  ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+  expectRefused();
+  std::ofstream(control) << target;
+  EXPECT_EQ(initialise(), -49);
+  EXPECT_EQ(readFile(target), "precious");
+}
+
 TEST_F(TraceTest, AControlFileIsAPlainFileOfTheControlDirectory) {
   const std::string target = folder.path("target");
   std::ofstream(target) << "precious";
@@ -101,6 +123,20 @@ TEST_F(TraceTest, AControlFileIsAPlainFileOfTheControlDirectory) {
   ASSERT_EQ(::mkfifo(control.c_str(), 0600), 0);
   EXPECT_EQ(initialise(), -1);
 
+  std::filesystem::remove(control);
+  // What belongs to somebody else switches nothing on and stops nothing.
+  ASSERT_EQ(::symlink(target.c_str(), control.c_str()), 0);
+  if (::lchown(control.c_str(), 65534, 65534) == 0) {
+    EXPECT_EQ(initialise(), 0);
+    std::filesystem::remove(control);
+    ASSERT_EQ(turnOn(folder.path()), 0);
+    const std::string text = readFile(file);
+    ASSERT_EQ(::chown(control.c_str(), 65534, 65534), 0);
+    EXPECT_EQ(initialise(), 0);
+    EXPECT_EQ(readFile(file), text);
+    EXPECT_EQ(turnOn(folder.path()), -1);
+    EXPECT_EQ(rc, -105);
+  }
   instance = "../" + instance;
   EXPECT_EQ(turnOn(folder.path()), -1);
   EXPECT_EQ(rc, -116);

@@ -1,6 +1,8 @@
 // The command `orvxml`: makes databases, enables them, their columns and collections, binds the
 // library's packages, runs SQL, decomposes and composes documents, extracts from, updates and
 // validates them, and switches the trace.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
@@ -289,7 +291,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   // Without an instance name no procedure runs; a first try should not need to know that.
-  setenv("ORVINSTANCE", "orvxml", 0);
+  setenv("ORVINSTANCE", ("orvxml" + std::to_string(geteuid())).c_str(), 0);
   handleSignals();
   try {
     return run(argc, argv);
