@@ -25,7 +25,9 @@ void addToken(sqlca& area, std::string_view token, bool first, const CodePage* c
   }
   static const CodePage kUtf8(1208);
   const size_t length = (codePage ? *codePage : kUtf8).cut(token, room);
-  std::memcpy(area.sqlerrmc + area.sqlerrml, token.data(), length);
+  char* const at = area.sqlerrmc + area.sqlerrml;
+  // A character of a token may have the separator's byte; it must not move the tokens behind it.
+  std::replace_copy(token.data(), token.data() + length, at, kSeparator, '?');
   area.sqlerrml = static_cast<int16_t>(area.sqlerrml + static_cast<int16_t>(length));
 }
 

@@ -1,14 +1,46 @@
 #include "server/session/prepared_statement.h"
 
+#include <algorithm>
 #include <new>
 
 #include "server/routines/call_statement.h"
+#include "server/sql/lexer.h"
+#include "server/sql/utf8.h"
 
 namespace orv {
 
 namespace {
 
+bool converts(const CodePage& codePage, const std::string& text) {
+  std::string native;
+  try {
+    codePage.fromUtf8(text, native);
+    return true;
+  } catch (const SqlError&) {
+    return false;
+  }
+}
+
+// An ordinary name is stored in capitals. One that the code page lacks would make a name that
+// nobody can write again: -7.
+void checkCapitals(const CodePage& codePage, std::string_view text) {
+  const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  if (codePage.isUtf8() || std::all_of(text.begin(), text.end(), isAscii)) return;
+  for (const Token& token : scan(text)) {
+    if (token.kind != TokenKind::Word || converts(codePage, token.text)) continue;
+    const std::string_view word = text.substr(token.begin, token.end - token.begin);
+    for (size_t at = 0, next = 0; at < word.size(); at = next) {
+      decodeUtf8(word, at, next);
+      const std::string letter(word.substr(at, next - at));
+      if (!converts(codePage, foldName(letter))) {
+        throw SqlError(-7, {letter, std::string(word.substr(0, at))});
+      }
+    }
+  }
+}
+
 CompilationPtr compiled(SessionState& session, std::string_view text) {
+  checkCapitals(session.codePage(), text);
   session.lookForChanges();
   return session.statements().get(text, session.catalog());
 }

@@ -26,7 +26,7 @@ TEST_F(EsqlServicesTest, ConnectTellsTheConnectionAndNests) {
   EXPECT_EQ(tokens[1], "943");
   EXPECT_EQ(tokens[2], session->rows("VALUES USER")[0][0]);
   EXPECT_EQ(tokens[8], "943");
-  const std::string path = folder.path("a_rather_long_database_name.db");
+  const std::string path = folder.path("\u00FF_rather_long_database_name.db");
   {
     Outcome outcome;
     ASSERT_TRUE(Session::create(path, 1252, outcome));
@@ -37,10 +37,11 @@ TEST_F(EsqlServicesTest, ConnectTellsTheConnectionAndNests) {
   EXPECT_EQ(Session::current(), outer);
   esql::connect(kModule, path, "user", "password", area);
   ASSERT_EQ(area.sqlcode, 0);
-  EXPECT_EQ(tokensOfArea(area)[0], "a_rather_long_data");
+  EXPECT_EQ(tokensOfArea(area)[0], "?_rather_long_dat");
   EXPECT_EQ(tokensOfArea(area)[8], "1252");
   ASSERT_NE(Session::current(), outer);
   Session::current()->run("CREATE TABLE T (A INTEGER)");
+  EXPECT_EQ(Session::current()->run("CREATE TABLE \u00B5M (A INTEGER)").outcome.sqlcode, -7);
   esql::disconnect(kModule, area);
   EXPECT_EQ(area.sqlcode, 0);
   EXPECT_EQ(Session::current(), outer);
