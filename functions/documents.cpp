@@ -3,9 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstring>
-
 #include "functions/text_conversion.h"
 #include "orvxml/function_locators.h"
 
@@ -21,10 +18,7 @@ int32_t locatorLength(FunctionCall& call, const sqludf_locator* locator) {
 
 // The library reads a text up to its terminator: what lies behind one would be lost unseen.
 void requireNoNul(FunctionCall& call, const char* text, size_t length) {
-  const size_t end = ::strnlen(text, length);
-  if (std::any_of(text + end, text + length, [](char c) { return c != 0; })) {
-    call.fail(Msg::QRKD000E);
-  }
+  if (hasTextAfterNul(text, length)) call.fail(Msg::QRKD000E);
 }
 
 }  // namespace

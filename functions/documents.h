@@ -7,12 +7,10 @@
 #include <string>
 
 #include "functions/function_frame.h"
+#include "orvxml/utilities.h"
 
 namespace orvxml::functions {
 
-struct FreeMemory {
-  void operator()(char* memory) const { std::free(memory); }
-};
 using HeapText = std::unique_ptr<char, FreeMemory>;
 
 // The address of a heap string for a call of the library that makes one.

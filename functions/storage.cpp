@@ -115,7 +115,6 @@ void dbClobFromFile(const Argument<char>& file, const Result<sqludf_lob>& result
                     const Tail& tail) noexcept {
   scalarFunction(tail, result.indicator, [&](FunctionCall& call) {
     if (anyNull(file)) return false;
-    constexpr char16_t kByteOrderMark = 0xFEFF;
     UConverter* from = call.begin()->codePages->appConverter;
     const size_t most = kMaxUnitBytes * (DbClobValue::kMaxUnits + 1);
     const std::u16string units =

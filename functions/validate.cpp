@@ -8,6 +8,7 @@
 #include "functions/documents.h"
 #include "functions/files.h"
 #include "functions/text_conversion.h"
+#include "orvxml/code_pages.h"
 
 namespace orvxml::functions {
 namespace {
@@ -24,7 +25,6 @@ bool giveVerdict(FunctionCall& call, int verdict, int32_t* result) {
 // The text of a DTD file in the application's code page, in which Content writes it, for the
 // database code page. Nothing for a file in another encoding: its own declaration tells which.
 std::optional<std::string> dtdText(FunctionCall& call, QrkStruct* ctx, const char* file) {
-  constexpr char16_t kByteOrderMark = 0xFEFF;
   std::u16string units;
   std::string text;
   const std::string bytes = readFile(call, file, kMaxDtdBytes, Msg::QRKC006E);

@@ -1,6 +1,6 @@
 // QrkOutbuf, the growable text buffer that moves into a temporary file past a limit, and the small
-// file services around it. Temporary files are created exclusively, readable by their owner alone
-// until they are complete.
+// file services around it. Temporary files are created exclusively, readable by their owner alone;
+// a buffer that is filled in one step is readable for all afterwards.
 //
 // Results are 0 for success and -1 for failure unless stated. The context may be null.
 #pragma once
@@ -60,14 +60,18 @@ char* qrk_tempFilename(QrkStruct* ctx);  // heap string, freed with free(), or n
 int qrkGetAbsPath(QrkStruct* ctx, const char* name, char* out);
 FILE* xml_fopen(QrkStruct* ctx, const char* name, const char* mode);
 int qrk_getFileSize(QrkStruct* ctx, const char* name, uint32_t* size);
-int qrk_seekFile(QrkStruct* ctx, FILE* fp, int32_t offset);
+int qrk_seekFile(QrkStruct* ctx, FILE* fp,
+                 int32_t offset);  // of the interface; nothing here calls it
 int qrk_changeMode(QrkStruct* ctx, const char* name);
 int isfile(QrkStruct* ctx, const char* name);
 extern "C" ORVXML_API int qrk_buf2file(QrkStruct* ctx, const char* data, int length,
                                        const char* fileName, char* sqlState, char* msg);
+// Of the interface; the function library has a reader of its own, which looks for NULs as well.
 int qrk_file2varchar(QrkStruct* ctx, const char* fileName, char* buf, int bufLen, char* sqlState,
                      char* msg);
-int xml_getFilePrefix(QrkStruct* ctx, char* out);
-void xml_fileNameConvert(QrkStruct* ctx, char* name);
+// For callers outside the library: "/tmp" and HOME into `out` (kPathSize bytes), -1 when they do
+// not fit; and a conversion of names that this platform does not need.
+extern "C" ORVXML_API int xml_getFilePrefix(QrkStruct* ctx, char* out);
+extern "C" ORVXML_API void xml_fileNameConvert(QrkStruct* ctx, char* name);
 
 }  // namespace orvxml

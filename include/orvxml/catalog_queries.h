@@ -17,7 +17,8 @@ int qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* tabl
 // Gives an upper-cased type name the name that the catalog has for it, in place: `type` has room
 // for 10 bytes. `length` is the length that was written with it.
 void qrkConvertTypename(QrkStruct* ctx, char* type, int length);
-// The first column of a table into `column` (kColumnSize bytes). 0, or the code, also in `*rc`:
+// The first column of a table into `column` (kColumnSize bytes); an empty schema is that of the
+// user's name, which need not be the current one. 0, or the code, also in `*rc`:
 // -11 QRKA016E when there is no such table, -18 QRKA024E on a failing query.
 int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char* column, int* rc,
                      char* msg);
@@ -26,6 +27,7 @@ int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char
 // failed.
 int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
                            bool* isUnknown = nullptr);
+// Of the interface, for schemas that a database registers; mappings name theirs by their location.
 int qrkGetSchemaFromSchemaId(QrkStruct* ctx, QrkOutbuf* schema, const char* schemaid, char* msg);
 // `out` becomes `stmt`, with " IN " and a table space: the given one, or else the fixed one of
 // DTD_REF (which 1) or XML_USAGE (2) when the database has it. 0, or the code, also in `*rc`.
@@ -40,11 +42,13 @@ int qrkInsertXMLUsageBuf(QrkStruct* ctx, const char* schema, const char* table, 
 // keep it from dropping the rest. 0, or the SQLCODE of the first failure, which then stands in
 // `*failure`; `msg` has the server's text and QRKA007E without a database name.
 int qrkDropSchema(QrkStruct* ctx, char* msg, sqlca* failure = nullptr);
-// 1 when constants of the type stand in quotes (when they are graphic ones).
+// Of the interface: 1 when constants of the type stand in quotes (when they are graphic ones).
+// Nothing here calls them: values go to the server by markers.
 int isQuotedSQLType(const char* type);
 int isGraphicQuotedSQLType(const char* type);
 
-// Entry points that have nothing to do on this platform.
+// Entry points of the interface that have nothing to do on this platform; only decomposition calls
+// the first.
 void qrkCreateIndex(QrkStruct* ctx, const char* indexText);
 void qrkCreateAuxTable(QrkStruct* ctx);
 void qrkDropAuxTable(QrkStruct* ctx);

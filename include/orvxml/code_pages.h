@@ -9,9 +9,16 @@
 
 namespace orvxml {
 
+inline constexpr int32_t kUtf8CodePage = 1208;
+inline constexpr char16_t kByteOrderMark = 0xFEFF;
+
 int initICU(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo, const char* appEncodingName);
+// The code pages of the connection. 0, or -1 without a connection.
 int getDBCodePage(QrkStruct* ctx, int32_t* codePage);
 int getAppCodePage(QrkStruct* ctx, int32_t* codePage);
+// Tells why the code pages of a procedure could not be set up: the server's text where there is no
+// connection, and QRKG008E. Returns its code.
+int failCodePages(const Report& report);
 UConverter* getConverter(int32_t codePage, UErrorCode* status);
 
 // The encoding name (UTF-16, terminated) of a code page. 0 or the failure's code (QRKG008E).

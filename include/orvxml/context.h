@@ -70,13 +70,21 @@ struct Report {
 };
 
 namespace detail {
-extern "C" ORVXML_API int qrkFailWith(const Report& report, Msg message,
-                                      const char* const* arguments, size_t count);
+// For the function library, whose calls of fail and failInternal end here: the members of the
+// Report, the message's index and its arguments.
+extern "C" ORVXML_API int qrkFailWith(QrkStruct* ctx, char* msg, int* errCode, char* sqlState,
+                                      int msgIndex, const char* const* arguments, size_t count);
+extern "C" ORVXML_API int qrkFailInternal(QrkStruct* ctx, char* msg, int* errCode, char* sqlState,
+                                          const char* module, int line);
+// Only what is no terminated text needs a copy, which may find no memory.
+inline const char* argumentText(const char* text) {
+  return text ? text : "";
+}
+inline const char* argumentText(const std::string& text) {
+  return text.c_str();
+}
 inline std::string argumentText(std::string_view text) {
   return std::string(text);
-}
-inline std::string argumentText(const char* text) {
-  return text ? text : "";
 }
 template <class T>
 requires std::is_arithmetic_v<T> std::string argumentText(T number) {
@@ -88,14 +96,12 @@ requires std::is_arithmetic_v<T> std::string argumentText(T number) {
 // into report.errCode and its SQLSTATE into report.sqlState. Returns the code.
 template <class... Args>
 int fail(const Report& report, Msg message, const Args&... args) {
-  if constexpr (sizeof...(args) == 0) {
-    return detail::qrkFailWith(report, message, nullptr, 0);
-  } else {
-    const std::string texts[] = {detail::argumentText(args)...};
-    const char* pointers[sizeof...(args)];
-    for (size_t i = 0; i < sizeof...(args); ++i) pointers[i] = texts[i].c_str();
-    return detail::qrkFailWith(report, message, pointers, sizeof...(args));
-  }
+  const auto failWith = [&](const auto&... texts) {
+    const char* const pointers[] = {detail::argumentText(texts)..., nullptr};
+    return detail::qrkFailWith(report.ctx, report.msg, report.errCode, report.sqlState,
+                               static_cast<int>(message), pointers, sizeof...(texts));
+  };
+  return failWith(detail::argumentText(args)...);
 }
 // The same in a function whose status for every failure is -1.
 template <class... Args>
@@ -109,7 +115,10 @@ int report(const Report& where, Msg message, const Args&... args) {
   return fail(where, message, args...);
 }
 // An internal error (QRKG001E): names the build, the module and the line. Returns -57.
-extern "C" ORVXML_API int failInternal(const Report& report, const char* module, int line);
+inline int failInternal(const Report& report, const char* module, int line) {
+  return detail::qrkFailInternal(report.ctx, report.msg, report.errCode, report.sqlState, module,
+                                 line);
+}
 // A statement of the server failed: the server's own text, QRKM001W, then `message`. Returns the
 // message's code.
 int failDb(const Report& report, const sqlca& area, Msg message, const char* argument = "");
@@ -126,7 +135,7 @@ extern "C" ORVXML_API int qrkSprint(QrkStruct* ctx, char* out, int msgIndex, ...
 int qrkVsprint(QrkStruct* ctx, char* out, int msgIndex, int used, va_list args);
 int qrkDbSprint(QrkStruct* ctx, char* out, sqlca* ca, int msgIndex, ...);
 int qrkDbVsprint(QrkStruct* ctx, char* out, sqlca* ca, int msgIndex, va_list args);
-// The same to standard error.
+// The same to standard error, whole also for a context that nobody has set up as a procedure's.
 int qrkPrint(QrkStruct* ctx, int msgIndex, ...);
 int qrkVprint(QrkStruct* ctx, int msgIndex, va_list args);
 int qrkDbPrint(QrkStruct* ctx, sqlca* ca, int msgIndex, ...);

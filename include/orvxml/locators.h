@@ -28,6 +28,7 @@ int qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fil
 int qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint32_t lobCapacity,
                  uint32_t* lobLength, char* sqlState, int* msgIndex);
 
+// Of the interface; nothing here needs paths of another system, or asks what runs it.
 void daix_to_dpc(QrkStruct* ctx, char* path);
 int qrkIsWorkstation();
 

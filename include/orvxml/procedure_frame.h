@@ -16,6 +16,7 @@
 
 #include "orvxml/buffer.h"
 #include "orvxml/context.h"
+#include "orvxml/utilities.h"
 
 namespace orvxml {
 
@@ -33,10 +34,9 @@ int fail(Call& call, Msg message, const Args&... args) {
 }
 
 struct ProcedureInfo {
-  const char* module;  // named by internal errors
-  Msg success;         // the message of every code that is no failure
-  int inputs;          // parameters in front of the outputs
-  int outputs = 2;     // with the code and the message
+  Msg success;      // the message of every code that is no failure
+  int inputs;       // parameters in front of the outputs
+  int outputs = 2;  // with the code and the message
   // The operation's messages of success and its warnings, with their positive codes, are passed on;
   // otherwise all of them count as success.
   bool warns = false;
@@ -59,6 +59,13 @@ inline bool isNull(const void* value, const short* indicator) {
 inline bool isNull(const sqlvar& parameter) {
   return isNull(parameter.sqldata, parameter.sqlind);
 }
+// The odd code of a type is its nullable form.
+inline int16_t baseType(const sqlvar& parameter) {
+  return static_cast<int16_t>(parameter.sqltype & ~1);
+}
+// Stores a number in an INTEGER or SMALLINT parameter, as the nearest that its type holds; nothing
+// in a parameter of another type.
+void storeInteger(const sqlvar& parameter, int32_t value);
 inline void setIndicator(short* indicator, short value) {
   if (indicator) *indicator = value;
 }
@@ -66,8 +73,6 @@ inline void setIndicator(short* indicator, short value) {
 // above the threshold. 0, or the code of the message: bytes behind a NUL would be lost and are
 // refused with QRKD000E, a negative length or no bytes with QRKG004E.
 int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length);
-// Whether anything but NULs follows the first NUL.
-bool hasTextAfterNul(const char* data, size_t length);
 
 // Inputs do not travel back to the caller.
 inline void inputsNotReturned(std::initializer_list<short*> indicators) {
@@ -75,6 +80,8 @@ inline void inputsNotReturned(std::initializer_list<short*> indicators) {
 }
 
 namespace detail {
+inline constexpr char kFrameModule[] = "qrkframe";  // named by the frame's own internal errors
+
 // Sets the context up and traces the start. 0, or the code of the failure.
 int beginCall(Call& call);
 // Completes the message: the success text, or a text for a failure that brought none. Returns the
@@ -94,7 +101,7 @@ int plainOutcome(Call& call, Msg message);
 
 // Runs `step`; an exception becomes the message and the code of a failure.
 template <class Step>
-int guarded(Call& call, const ProcedureInfo& info, Step&& step) {
+int guarded(Call& call, Step&& step) {
   try {
     try {
       return step();
@@ -103,7 +110,7 @@ int guarded(Call& call, const ProcedureInfo& info, Step&& step) {
     } catch (const xercesc::OutOfMemoryException&) {
       return plainOutcome(call, Msg::QRKG002E);
     } catch (...) {
-      return failInternal(call.report(), info.module, __LINE__);
+      return failInternal(call.report(), kFrameModule, __LINE__);
     }
   } catch (...) {
     return plainOutcome(call, Msg::QRKG002E);
@@ -118,11 +125,11 @@ int procedure(const ProcedureInfo& info, char* msg, Operation&& operation, Deliv
   Call call;
   call.msg = msg;
   *msg = '\0';
-  int code = detail::guarded(call, info, [&] {
+  int code = detail::guarded(call, [&] {
     const int begun = detail::beginCall(call);
     return begun == 0 ? operation(call) : begun;
   });
-  code = detail::guarded(call, info, [&] { return detail::settleOutcome(call, info, code); });
+  code = detail::guarded(call, [&] { return detail::settleOutcome(call, info, code); });
   deliver(call);
   return detail::endCall(call, code);
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "orvxml/context.h"
+#include "orvxml/sql_literal.h"
 
 namespace orvxml {
 
@@ -63,13 +64,11 @@ int qrkParseWCol(QrkStruct* ctx, const char16_t* text, char* column, int columnS
 int qrkParseCol(QrkStruct* ctx, const char* text, char* column, int columnSize);
 int cmpQualTblName(const char* schemaA, const char* schemaB, const char* tableA,
                    const char* tableB);
+// Of the interface; names are compared in the database code page here.
 int wcmpQualTblName(const char16_t* schemaA, const char16_t* schemaB, const char16_t* tableA,
                     const char16_t* tableB);
 // Normalises white space outside quotes in place. 0, or -57 with QRKG001E for a null query.
 int qrkCleanQueryUcs(QrkStruct* ctx, char16_t* query, const Report& report);
-
-// `name` as a delimited identifier, quotation marks in it doubled.
-std::string delimitedName(std::string_view name);
 
 // Marks of a statement under construction, tested once at its end.
 inline char* const kWriteError = std::bit_cast<char*>(~uintptr_t{0});

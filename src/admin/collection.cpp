@@ -33,8 +33,8 @@ constexpr char kUsageTable[] = "ORVXML.XML_USAGE";
 constexpr int kCollectionAccess = 1;
 constexpr std::string_view kValueTooLong = "22001";  // a name that the column cannot hold
 
-constexpr ProcedureInfo kEnable{kModule, Msg::QRKA067I, 4, 2, true};
-constexpr ProcedureInfo kDisable{kModule, Msg::QRKA066I, 2, 2, true};
+constexpr ProcedureInfo kEnable{Msg::QRKA067I, 4, 2, true};
+constexpr ProcedureInfo kDisable{Msg::QRKA066I, 2, 2, true};
 
 // ---------------------------------------------------------------- enabling
 

@@ -10,8 +10,8 @@ namespace orvxml {
 
 namespace {
 
-constexpr ProcedureInfo kEnable{kColumnModule, Msg::QRKA022I, 7, 2, true};
-constexpr ProcedureInfo kDisable{kColumnModule, Msg::QRKA034I, 3, 2, true};
+constexpr ProcedureInfo kEnable{Msg::QRKA022I, 7, 2, true};
+constexpr ProcedureInfo kDisable{Msg::QRKA034I, 3, 2, true};
 
 const char* textOrEmpty(const char* text, const short* indicator) {
   return isNull(text, indicator) ? "" : text;

@@ -9,6 +9,7 @@
 #include "orvxml/packages.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "orvxml/utilities.h"
 #include "src/admin/column_statements.h"
 #include "src/admin/trigger_texts.h"
 #include "src/foundation/server_statements.h"
@@ -18,10 +19,6 @@ namespace orvxml {
 namespace {
 
 constexpr int kLocationSize = 1001;  // bytes of a schema location, terminator included
-
-struct FreeMemory {
-  void operator()(char* memory) const { std::free(memory); }
-};
 
 // A column name of the catalog, fetched and dropped.
 struct CatalogName {

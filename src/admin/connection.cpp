@@ -14,6 +14,7 @@
 #include "orvxml/buffer.h"
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
+#include "orvxml/utilities.h"
 
 namespace orvxml {
 namespace {
@@ -21,10 +22,6 @@ namespace {
 constexpr char kBindList[] = "bnd/@qrkbind.lst";
 constexpr int kBoundWithWarnings = 25;  // SQLCODE
 constexpr int kNoHome = -102;
-
-bool isEmpty(const char* text) {
-  return !text || !*text;
-}
 
 // The file that this code was loaded from: the library, which may be part of any process.
 std::filesystem::path ownFile() {

@@ -20,7 +20,6 @@
 namespace orvxml {
 namespace {
 
-constexpr char kModule[] = "qrkdb";
 constexpr int32_t kShownNameCharacters = 8;
 
 constexpr char kDoubleByteProbe[] = "DOUBLE_BYTE_PROBE";
@@ -34,11 +33,11 @@ constexpr int kNoSuchObject = -204;
 constexpr int kAlreadyExists = -601;
 constexpr int kGraphicNotSupported = -1216;
 
-constexpr ProcedureInfo kEnableDb{kModule, Msg::QRKA006I, 1, 2, true};
-constexpr ProcedureInfo kEnableDbIn{kModule, Msg::QRKA006I, 3, 2, true};
-constexpr ProcedureInfo kEnableServer{kModule, Msg::QRKA006I, 2, 2, true};
-constexpr ProcedureInfo kDisableDb{kModule, Msg::QRKA036I, 1, 2, true};
-constexpr ProcedureInfo kDisableServer{kModule, Msg::QRKA036I, 0, 2, true};
+constexpr ProcedureInfo kEnableDb{Msg::QRKA006I, 1, 2, true};
+constexpr ProcedureInfo kEnableDbIn{Msg::QRKA006I, 3, 2, true};
+constexpr ProcedureInfo kEnableServer{Msg::QRKA006I, 2, 2, true};
+constexpr ProcedureInfo kDisableDb{Msg::QRKA036I, 1, 2, true};
+constexpr ProcedureInfo kDisableServer{Msg::QRKA036I, 0, 2, true};
 
 // The database that a call is about, and where the outcome goes.
 struct Target {

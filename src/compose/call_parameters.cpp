@@ -10,20 +10,8 @@
 namespace orvxml {
 namespace {
 
-template <class Number>
-void storeNumber(char* place, int32_t value) {
-  using Limits = std::numeric_limits<Number>;
-  const auto number = static_cast<Number>(std::clamp<int32_t>(value, Limits::min(), Limits::max()));
-  std::memcpy(place, &number, sizeof number);
-}
-
-bool isSmallint(const sqlvar& entry) {
-  return (entry.sqltype & ~1) == orv::kSqlSmallint;
-}
-
 bool holdsDocument(const sqlvar& entry) {
-  const int type = entry.sqltype & ~1;
-  return type == orv::kSqlClob || type == orv::kSqlBlob;
+  return baseType(entry) == orv::kSqlClob || baseType(entry) == orv::kSqlBlob;
 }
 
 }  // namespace
@@ -49,7 +37,7 @@ int DescriptorParameters::integer(Call& call, int position, int32_t& value) {
   int code = 0;
   if (qrkCheckIntParameter(&call.ctx, &entry, &code, call.msg) != 0) return code;
   if (!entry.sqldata) return fail(call, Msg::QRKA019E);
-  if (isSmallint(entry)) {
+  if (baseType(entry) == orv::kSqlSmallint) {
     int16_t small = 0;
     std::memcpy(&small, entry.sqldata, sizeof small);
     value = small;
@@ -91,12 +79,7 @@ int DescriptorParameters::documentOutput(Call& call, int position, DocumentArea&
 }
 
 void DescriptorParameters::setInteger(int position, int32_t value) {
-  const sqlvar& entry = area_->sqlvar[position];
-  if (isSmallint(entry)) {
-    storeNumber<int16_t>(entry.sqldata, value);
-  } else {
-    storeNumber<int32_t>(entry.sqldata, value);
-  }
+  storeInteger(area_->sqlvar[position], value);
 }
 
 // ---- Single pointers.

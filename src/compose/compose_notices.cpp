@@ -50,9 +50,7 @@ std::string shownText(QrkStruct* ctx, std::string_view text, size_t most) {
     std::snprintf(escape, sizeof escape, "\\u%04X", static_cast<unsigned>(unit));
     shown.append(escape, escape + 6);
   }
-  std::string utf8;
-  toDatabase(nullptr, shown, utf8);
-  return utf8;
+  return textForMessage(nullptr, shown);
 }
 
 std::string shownValue(QrkStruct* ctx, std::string_view column, std::string_view value) {

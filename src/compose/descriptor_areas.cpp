@@ -125,11 +125,11 @@ void qrk_free_da(QrkStruct* ctx, sqlda* da) {
   QRK_TRACE(ctx, "Completed");
 }
 
-void setEntryName(QrkStruct* /*ctx*/, sqlvar& entry, const char* name) {
+void setEntryName(QrkStruct* ctx, sqlvar& entry, const char* name) {
   std::string_view text = name;
   if (text.size() > sizeof entry.sqlname.data) {
     text = text.substr(0, sizeof entry.sqlname.data);
-    text = text.substr(0, wholeCharacters(text));
+    text = text.substr(0, wholeCharacters(ctx, text));
   }
   entry.sqlname.length = static_cast<int16_t>(text.size());
   text.copy(entry.sqlname.data, text.size());

@@ -11,6 +11,7 @@
 #include "orvxml/packages.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "orvxml/utilities.h"
 #include "src/compose/compose_notices.h"
 #include "src/compose/modules.h"
 #include "src/compose/result_storage.h"
@@ -25,10 +26,6 @@ constexpr char kValidColumn[] = "QRK_VALID";
 constexpr int kColumnExists = -612;  // SQLCODE
 constexpr int kTracedBytes = 299;
 constexpr DadSettingLimits kSettingLimits{.schemaLocation = 2001, .validation = 59};
-
-bool isEmpty(const char* text) {
-  return !text || !*text;
-}
 
 // What the caller asks for.
 struct Request {

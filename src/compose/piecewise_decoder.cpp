@@ -1,10 +1,11 @@
 #include "src/compose/piecewise_decoder.h"
 
+#include "orvxml/code_pages.h"
+
 namespace orvxml {
 
 namespace {
 constexpr int kDecodedUnits = 16384;
-constexpr int32_t kUtf8CodePage = 1208;
 }  // namespace
 
 bool isUtf8Database(const QrkStruct* ctx) {

@@ -28,7 +28,7 @@ struct Form {
   bool byName;        // the mapping of a collection, not one that the caller passes
   bool toTable;       // rows of a result table, not one CLOB
   bool namesColumns;  // with resultColumn and validColumn
-  ProcedureInfo info = {kModule, Msg::QRKQ020I, inputs(), toTable ? 3 : 5, true};
+  ProcedureInfo info = {Msg::QRKQ020I, inputs(), toTable ? 3 : 5, true};
 
   static constexpr int kSource = 0;
   static constexpr int kTable = 1;
@@ -270,7 +270,7 @@ int composeFromList(const Form& form, std::span<const ListParameter> list, const
   return code;
 }
 
-constexpr ProcedureInfo kToReceiver{kModule, Msg::QRKQ020I, 0, 2, true};
+constexpr ProcedureInfo kToReceiver{Msg::QRKQ020I, 0, 2, true};
 
 int composeToReceiver(Call& call, const ComposeRequest& request, DocumentReceiver& receiver,
                       int32_t& documents) {

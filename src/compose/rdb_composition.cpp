@@ -213,8 +213,7 @@ void warnOfUnusedOverrides(const RdbReport& report, const override_list& overrid
   for (int i = 0; i < overrides.count; ++i) {
     if (overrides.used[i]) continue;
     all = false;
-    std::string path;
-    toDatabase(nullptr, overrides.cond[i]->path_str, path);
+    const std::string path = textForMessage(nullptr, overrides.cond[i]->path_str);
     tellWarning("override-unused", nullptr,
                 "the override of " + path + " was not applied: the path selects no mapped value");
   }

@@ -12,7 +12,7 @@ int RdbReport::failedAlso(Msg message, const char* argument) const {
   failed(message, argument);
   const std::string second = msg;
   std::memcpy(msg, first.c_str(), first.size() + 1);
-  appendToMessage(msg, second);
+  appendToMessage(report(), second);
   return -1;
 }
 
@@ -24,7 +24,7 @@ int RdbReport::internal(int line) const {
 int RdbReport::internalBecause(int line) const {
   const std::string reason = msg;
   internal(line);
-  appendToMessage(msg, reason);
+  appendToMessage(report(), reason);
   return -1;
 }
 

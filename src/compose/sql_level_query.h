@@ -15,9 +15,9 @@
 
 #include "orvxml/composition.h"
 #include "orvxml/level_map.h"
+#include "orvxml/utilities.h"
 #include "src/compose/column_buffers.h"
 #include "src/compose/sql_statement.h"
-#include "src/foundation/heap_memory.h"
 
 namespace orvxml {
 

@@ -55,14 +55,14 @@ void CliStatement::diagnose(int line) const {
 int CliStatement::failWith(Msg message) const {
   const std::string words = diagnostic();
   fail(report_, message);
-  if (report_.msg) appendToMessage(report_.msg, words);
+  if (report_.msg) appendToMessage(report_, words);
   return -1;
 }
 
 int CliStatement::failInternally(int line) const {
   const std::string words = diagnostic();
   failInternal(report_, module_, line);
-  if (report_.msg) appendToMessage(report_.msg, words);
+  if (report_.msg) appendToMessage(report_, words);
   return -1;
 }
 

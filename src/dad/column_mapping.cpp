@@ -209,8 +209,7 @@ class ColumnCollector {
   }
 
   void spend(override_cond& override) {
-    std::unique_ptr<char16_t, decltype(&std::free)> path(QRK_wcsdup_function(kMatchesNothing),
-                                                         std::free);
+    std::unique_ptr<char16_t, FreeMemory> path(QRK_wcsdup_function(kMatchesNothing));
     if (!path) throw std::bad_alloc();
     auto* query = new QrkQuery(report_.ctx, path.get());
     delete override.query;

@@ -222,7 +222,7 @@ int qrkCompareDocuments(const char* document, size_t documentSize, const char* c
   std::string_view text(found.text);
   if (text.size() >= sizeof difference->text) {
     text = text.substr(0, sizeof difference->text - 1);
-    text = text.substr(0, wholeCharacters(text));
+    text = text.substr(0, wholeCharacters(nullptr, text));
   }
   difference->text[text.copy(difference->text, text.size())] = '\0';
   return 1;

@@ -9,19 +9,15 @@
 #include "orvxml/buffer.h"
 #include "orvxml/procedure_frame.h"
 #include "orvxml/trace.h"
+#include "orvxml/utilities.h"
 #include "src/decompose/driver.h"
 
 namespace orvxml {
 
 namespace {
 
-constexpr char kModule[] = "qrkrdbi";
-constexpr ProcedureInfo kDecompose{kModule, Msg::QRKQ025I, 2};
+constexpr ProcedureInfo kDecompose{Msg::QRKQ025I, 2};
 constexpr int kTracedBytes = 100;
-
-struct FreeMemory {
-  void operator()(char* memory) const { std::free(memory); }
-};
 
 int fillDad(Call& call, OutBuffer& dad, sqlda* da) {
   char* data = nullptr;

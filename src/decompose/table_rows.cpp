@@ -7,6 +7,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "orvxml/utilities.h"
 #include "orvxml/xml_writer.h"
 #include "src/decompose/element_text.h"
 
@@ -128,7 +129,7 @@ int TableRows::takeElement(const DadPlan& plan, const Place& place) {
   if (plan.wholeElementColumn < 0) return unknownItem(plan.name, plan, place);
   char* xml = nullptr;
   int code = qrkDOMtoXML(walk_.ctx, DOM_Element(walk_.owner, place.element()), &xml, walk_.msg);
-  const std::unique_ptr<char, decltype(&std::free)> owner(xml, &std::free);
+  const std::unique_ptr<char, FreeMemory> owner(xml);
   if (code < 0 && walk_.watch)
     walk_.watch->failedWhole(tableIndex_, plan.wholeElementColumn, code, place.element());
   if (code >= 0) code = xml ? store(plan.wholeElementColumn, rows_.copy(xml), place) : kNoText;

@@ -1,10 +1,15 @@
 // Queries over the server's catalog and the registered DTDs and schemas.
 #include "orvxml/catalog_queries.h"
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
 #include "orvxml/locators.h"
 #include "orvxml/sql_literal.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "orvxml/utilities.h"
 #include "src/foundation/locator_owner.h"
 #include "src/foundation/server_statements.h"
 
@@ -34,10 +39,6 @@ struct Name {
     return all.substr(0, all.find_last_not_of(' ') + 1);
   }
 };
-
-bool isEmpty(const char* text) {
-  return !text || !*text;
-}
 
 // A failed catalog query about a table.
 int failQuery(const Report& report, const sqlca& area, const char* schema, const char* table,
@@ -216,8 +217,9 @@ void qrkConvertTypename(QrkStruct* ctx, char* type, int length) {
 int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char* column, int* rc,
                      char* msg) {
   const Report report{ctx, msg, rc};
-  const std::string query = "SELECT COLNAME FROM syscat.columns WHERE tabname = " + literalText(table) +
-                            " AND tabschema = " + (isEmpty(schema) ? "USER" : literalText(schema));
+  const std::string query =
+      "SELECT COLNAME FROM syscat.columns WHERE tabname = " + literalText(table) +
+      " AND tabschema = " + (isEmpty(schema) ? "USER" : literalText(schema));
   QRK_TRACE(ctx, "tab_stmt:%s", query.c_str());
   Name found;
   const sqlca area = fetchFirst(query.c_str(), {}, found.output());

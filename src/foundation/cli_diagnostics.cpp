@@ -22,12 +22,13 @@ int failInServerWords(const Report& report, const CliDiagnostic& diagnostic, con
   if (report.errCode) *report.errCode = code;
   if (report.msg && *diagnostic.text) {
     *report.msg = 0;
-    appendToMessage(report.msg, diagnostic.text);
+    appendToMessage(report, diagnostic.text);
   }
   return code;
 }
 
-void appendToMessage(char* msg, std::string_view text) {
+void appendToMessage(const Report& report, std::string_view text) {
+  char* const msg = report.msg;
   const size_t used = std::strlen(msg);
   const size_t room = kMessageSize - 1 - used;
   if (text.size() <= room) {
@@ -37,7 +38,7 @@ void appendToMessage(char* msg, std::string_view text) {
   }
   if (room == 0) return;
   const std::string_view cut = text.substr(0, room - 1);
-  const size_t kept = wholeCharacters(cut);
+  const size_t kept = wholeCharacters(report.ctx, cut);
   cut.copy(msg + used, kept);
   std::strcpy(msg + used + kept, "\n");
 }

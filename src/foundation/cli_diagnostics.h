@@ -20,7 +20,7 @@ CliDiagnostic firstDiagnostic(SQLSMALLINT type, SQLHANDLE handle);
 int failInServerWords(const Report& report, const CliDiagnostic& diagnostic, const char* module,
                       int line);
 
-// Puts `text` behind the message in `msg` (kMessageSize bytes); what does not fit is cut.
-void appendToMessage(char* msg, std::string_view text);
+// Puts `text` behind the message in report.msg, which is not null; what does not fit is cut.
+void appendToMessage(const Report& report, std::string_view text);
 
 }  // namespace orvxml

@@ -1,13 +1,10 @@
 #include "orvxml/cli_handles.h"
 
+#include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "src/foundation/cli_diagnostics.h"
 
 namespace orvxml {
-
-namespace {
-constexpr int32_t kUtf8CodePage = 1208;
-}
 
 struct CliConnection::SetUpStep {
   const char* what;    // for the message

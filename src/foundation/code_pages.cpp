@@ -67,16 +67,10 @@ int connectionCodePage(QrkStruct* ctx, int token, int32_t* codePage) {
 
 // In a procedure both code pages are the same one: the application's, where it is known.
 int procedureCodePages(QrkStruct* ctx, QrkCodePages* pages) {
-  sqlca area{};
-  orv::esql::connectionProperties(kQrkcnuwo, area);
-  if (area.sqlcode < 0) return -1;
-  const int dbRc = readToken(ctx, &area, kDbCodePageToken, &pages->dbCodePage);
-  if (readToken(ctx, &area, kAppCodePageToken, &pages->appCodePage) == 0) {
-    pages->dbCodePage = pages->appCodePage;
-    return 0;
-  }
-  pages->appCodePage = pages->dbCodePage;
-  return dbRc;
+  int rc = getAppCodePage(ctx, &pages->appCodePage);
+  if (rc != 0) rc = getDBCodePage(ctx, &pages->appCodePage);
+  pages->dbCodePage = pages->appCodePage;
+  return rc;
 }
 
 int initProcedure(QrkStruct* ctx, QrkCodePages* pages) {
@@ -123,6 +117,16 @@ UConverter* getConverter(int32_t codePage, UErrorCode* status) {
     if (variant.codePage == codePage) return strict(ucnv_open(variant.name, status), status);
   }
   return strict(ucnv_openCCSID(codePage, kCodePageNumbers, status), status);
+}
+
+int failCodePages(const Report& report) {
+  sqlca area{};
+  orv::esql::connectionProperties(kQrkcnuwo, area);
+  int32_t codePage = 0;
+  if (area.sqlcode >= 0 && readToken(report.ctx, &area, kDbCodePageToken, &codePage) == 0) {
+    return fail(report, Msg::QRKG008E, codePage);
+  }
+  return failDb(report, area, Msg::QRKG008E, "(none)");
 }
 
 int getDBCodePage(QrkStruct* ctx, int32_t* codePage) {

@@ -1,6 +1,7 @@
 // The life of a call's context: set up by qrkInit, torn down by qrkExit.
 #include "orvxml/context.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -18,8 +19,12 @@ namespace {
 
 constexpr const char* kThresholdVariable = "ORVQRK_MIN_TMPFILE_SIZE";
 
-// A decimal byte count; a number out of range is the nearest in range, any other text is 0.
+// A decimal byte count, with blanks around it; a number out of range is the nearest in range, any
+// other text is 0.
 int32_t parseThreshold(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+  text = text.substr(0, text.find_last_not_of(kBlanks) + 1);
   if (text.starts_with('+')) text.remove_prefix(1);
   int32_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);

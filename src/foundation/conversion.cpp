@@ -22,10 +22,6 @@ bool sameCodePages(const QrkStruct* ctx) {
   return !ctx || !ctx->codePages || ctx->codePages->appCodePage == ctx->codePages->dbCodePage;
 }
 
-bool isUtf16Application(const QrkStruct* ctx) {
-  return ctx && ctx->codePages && isPlainUtf16(ctx->codePages->appCodePage);
-}
-
 // Null when the text is UTF-8.
 UConverter* databaseConverter(const QrkStruct* ctx) {
   if (!ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage) return nullptr;
@@ -99,7 +95,7 @@ struct BufferConversion {
   char* out;
   int outSize;
   Report report;
-  bool dropsMark = false;
+  bool toDatabase = false;  // drops a byte order mark; the ways are traced differently
 
   int failWith(UErrorCode status) const {
     failConversion(report, status);
@@ -124,15 +120,21 @@ struct BufferConversion {
     std::u16string text;
     UErrorCode status = toUnicode(from, in, text);
     if (U_FAILURE(status)) return failWith(status);
-    QRK_TRACE(ctx, "nr chars converted to unicode %d", static_cast<int>(text.size()));
+    if (!toDatabase) {
+      QRK_TRACE(ctx, "nr chars converted to unicode %d", static_cast<int>(text.size()));
+    }
     const int32_t length =
-        fromUnicode(to, dropsMark ? withoutMark(text) : text, out, outSize, status);
+        fromUnicode(to, toDatabase ? withoutMark(text) : text, out, outSize, status);
     if (status == U_BUFFER_OVERFLOW_ERROR || (U_SUCCESS(status) && length >= outSize)) {
-      QRK_TRACE(ctx, "destbuf %d too small to hold converted buffer %d", outSize, length);
+      if (toDatabase) {
+        QRK_TRACE(ctx, "destbuf %d too small to hold converted buffer %d", outSize, length);
+      } else {
+        QRK_TRACE(ctx, "destbuf too small to hold converted buffer");
+      }
       return tooSmall();
     }
     if (U_FAILURE(status)) return failWith(status);
-    QRK_TRACE(ctx, "nr chars converted from unicode %d", length);
+    if (!toDatabase) QRK_TRACE(ctx, "nr chars converted from unicode %d", length);
     return length;
   }
 };
@@ -234,7 +236,7 @@ int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, 
   return guarded(report, [&] {
     BufferConversion conversion{ctx, textOf(in, inLen), out, outSize, report, true};
     if (sameCodePages(ctx)) {
-      if (isUtf16Application(ctx) && hasUtf16Mark(conversion.in)) conversion.in.remove_prefix(2);
+      conversion.in = withoutMark(ctx ? ctx->codePages : nullptr, conversion.in);
       return conversion.copy();
     }
     const QrkCodePages& pages = *ctx->codePages;

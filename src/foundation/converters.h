@@ -8,14 +8,12 @@
 
 #include <unicode/ucnv.h>
 
-#include "orvxml/context.h"
+#include "orvxml/code_pages.h"
 
 namespace orvxml {
 
-inline constexpr int32_t kUtf8CodePage = 1208;
 inline constexpr int32_t kUtf16CodePage = 1200;
 inline constexpr int32_t kUtf16LittleEndianCodePage = 1202;
-inline constexpr char16_t kByteOrderMark = 0xFEFF;
 
 struct CloseConverter {
   void operator()(UConverter* converter) const { ucnv_close(converter); }
@@ -34,6 +32,12 @@ inline bool hasUtf16Mark(std::string_view text) {
 // the application's converter itself, or with an error in `status`.
 Converter openForMark(const QrkCodePages& pages, std::string_view text, UErrorCode& status);
 // A byte order mark, in whatever encoding, is no part of the text.
+inline std::string_view withoutMark(const QrkCodePages* pages, std::string_view text) {
+  const int32_t codePage = pages ? pages->appCodePage : kUtf8CodePage;
+  if (codePage == kUtf8CodePage && text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+  if (isPlainUtf16(codePage) && hasUtf16Mark(text)) text.remove_prefix(2);
+  return text;
+}
 inline std::u16string_view withoutMark(std::u16string_view text) {
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(1);
   return text;

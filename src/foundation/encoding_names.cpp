@@ -57,6 +57,7 @@ const EncodingName* findRow(int32_t codePage) {
 }
 
 // The converter's name for a code page, or null. The converter of the database has it at hand.
+// ICU's default converter is never switched: it is the whole process's.
 const char* converterName(const QrkCodePages* pages, int32_t codePage) {
   UErrorCode status = U_ZERO_ERROR;
   if (pages && pages->dbConverter && pages->dbCodePage == codePage) {

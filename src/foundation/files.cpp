@@ -10,8 +10,8 @@
 #include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "src/foundation/file_handle.h"
 #include "src/foundation/new_file.h"
-#include "src/foundation/piece_reader.h"
 
 namespace orvxml {
 namespace {
@@ -21,7 +21,7 @@ constexpr mode_t kReadableByAll = 0644;
 // Reads the whole file of `size` bytes into `buf`, which has room for it.
 int readWhole(QrkStruct* ctx, const char* fileName, char* buf, uint32_t size,
               const Report& report) {
-  const InputFile file(xml_fopen(ctx, fileName, "rb"));
+  const FileHandle file(xml_fopen(ctx, fileName, "rb"));
   if (!file) {
     fail(report, Msg::QRKC000E);
     return -1;

@@ -14,7 +14,9 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/locators.h"
 #include "orvxml/trace.h"
+#include "orvxml/utilities.h"
 #include "src/foundation/document_recoder.h"
+#include "src/foundation/file_handle.h"
 #include "src/foundation/new_file.h"
 #include "src/foundation/piece_reader.h"
 #include "src/foundation/problem.h"
@@ -25,10 +27,7 @@ namespace {
 
 constexpr size_t kDeclarationGrowth = 90;  // units: a mark and an encoding of any converter's name
 
-struct FreeBlock {
-  void operator()(char* block) const { std::free(block); }
-};
-using Block = std::unique_ptr<char, FreeBlock>;
+using Block = std::unique_ptr<char, FreeMemory>;
 
 Block allocate(size_t bytes) {
   return Block(static_cast<char*>(std::malloc(bytes)));
@@ -142,17 +141,18 @@ class NewLocator {
 // Every piece of the file, converted where the code pages differ, to the end of the locator.
 Problem appendFile(QrkStruct* ctx, FILE* file, uint32_t size, sqludf_locator locator) {
   PieceReader reader(file);
+  uint32_t consumed = 0;
   std::optional<DocumentRecoder> recoder;
   if (isConverted(ctx)) recoder.emplace(ctx);
   const auto append = [&](std::string_view piece) { return appendPiece(locator, piece); };
-  uint32_t consumed = 0;
   while (consumed < size) {
     const std::string_view piece = reader.next();
     if (piece.empty() || piece.size() > size - consumed) return {Msg::QRKC002E};
     QRK_TRACE(ctx, "read line %d", static_cast<int>(piece.size()));
+    const bool isFirst = consumed == 0;
     consumed += static_cast<uint32_t>(piece.size());
-    const Problem problem =
-        recoder ? recoder->recode(piece, consumed == size, append) : append(piece);
+    const Problem problem = recoder ? recoder->recode(piece, consumed == size, append)
+                                    : append(isFirst ? withoutMark(ctx->codePages, piece) : piece);
     if (problem) return problem;
   }
   // The file must be what its size told.
@@ -176,7 +176,7 @@ Problem fileIntoLocator(QrkStruct* ctx, const char* fileName, sqludf_locator* re
   const int rc = locator.create();
   QRK_TRACE(ctx, "call saludf_create_locator(), rc =%d", rc);
   if (rc != 0) return locatorProblem(rc);
-  const InputFile file(xml_fopen(ctx, fileName, "rb"));
+  const FileHandle file(xml_fopen(ctx, fileName, "rb"));
   if (!file) return {Msg::QRKC000E};
   if (const Problem problem = appendFile(ctx, file.get(), size, locator.value())) return problem;
   if (const Problem problem = checkLength(ctx, locator.value())) return problem;
@@ -220,6 +220,13 @@ Problem clobInFile(QrkStruct* ctx, const sqludf_locator* locator, int32_t length
   return {};
 }
 
+int toFile(QrkStruct* ctx, const char* text, int32_t length, const char* fileName, char* sqlState,
+           char* msg) {
+  const int rc = qrk_buf2file(ctx, text, length, fileName, sqlState, msg);
+  QRK_TRACE(ctx, "call qrk_buf2file() return rc=%d", rc);
+  return rc;
+}
+
 }  // namespace
 
 int qrk_locator2buf(QrkStruct* ctx, const sqludf_locator* locator, char* buffer, int32_t length,
@@ -259,9 +266,7 @@ int qrk_conv_locator2file(QrkStruct* ctx, const sqludf_locator* locator, const c
           convertBufferORVToApp(ctx, text.get(), length, text.get(), room(length), msg, sqlState);
       if (length < 0) return -1;
     }
-    const int rc = qrk_buf2file(ctx, text.get(), length, fileName, sqlState, msg);
-    QRK_TRACE(ctx, "call qrk_buf2file() return rc=%d", rc);
-    return rc;
+    return toFile(ctx, text.get(), length, fileName, sqlState, msg);
   });
 }
 
@@ -282,9 +287,7 @@ int qrk_conv_locator2file_encoding(QrkStruct* ctx, const sqludf_locator* locator
     length =
         qrkConvBufferORVToAppEncoding(ctx, text.get(), length, result.get(), room, msg, sqlState);
     if (length < 0) return -1;
-    const int rc = qrk_buf2file(ctx, result.get(), length, fileName, sqlState, msg);
-    QRK_TRACE(ctx, "call qrk_buf2file() return rc=%d", rc);
-    return rc;
+    return toFile(ctx, result.get(), length, fileName, sqlState, msg);
   });
 }
 
@@ -307,10 +310,9 @@ int qrkGetDataFromClob(QrkStruct* ctx, const sqludf_locator* locator, char** dat
   *data = nullptr;
   *inMemory = 1;
   int32_t length = 0;
-  const int rc = sqludf_length(locator, &length);
-  QRK_TRACE(ctx, "call sqludf_length() return rc=%d, clob length=%ld", rc,
+  Problem problem = lengthOf(locator, length);
+  QRK_TRACE(ctx, "call sqludf_length() return rc=%d, clob length=%ld", problem.detail,
             static_cast<long>(length));
-  Problem problem = rc == 0 ? Problem{} : locatorProblem(rc);
   if (!problem) {
     *inMemory = length <= ctx->fileThreshold ? 1 : 0;
     problem = *inMemory ? clobInMemory(ctx, locator, length, data)

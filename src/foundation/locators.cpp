@@ -2,9 +2,13 @@
 // substrings and file exports of a locator, and reads documents from files itself.
 #include "orvxml/locators.h"
 
-#include <vector>
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
 
 #include "orvxml/trace.h"
+#include "src/foundation/file_handle.h"
+#include "src/foundation/problem.h"
 #include "src/foundation/server_statements.h"
 
 namespace orvxml {
@@ -67,19 +71,30 @@ int contentIntoBuffer(QrkStruct* ctx, int32_t locator, uint32_t length, QrkOutbu
   return 0;
 }
 
-// Reads the whole stream into `data`; the bytes read, or the failure.
-struct FileContent {
-  uint32_t length = 0;
-  Msg failure = Msg{};
-};
-
-FileContent readFile(FILE* file, char* data, uint32_t capacity) {
-  FileContent content;
-  content.length = static_cast<uint32_t>(std::fread(data, 1, capacity, file));
+// The whole stream into `data`; the bytes read into `length`.
+Problem readFile(FILE* file, char* data, uint32_t capacity, uint32_t& length) {
+  const auto read = static_cast<uint32_t>(std::fread(data, 1, capacity, file));
   // The file may have grown since its size was taken.
-  if (content.length == capacity && std::fgetc(file) != EOF) content.failure = Msg::QRKC013E;
-  if (std::ferror(file)) content.failure = Msg::QRKC002E;
-  return content;
+  const bool isLonger = read == capacity && std::fgetc(file) != EOF;
+  if (std::ferror(file)) return {Msg::QRKC002E};
+  if (isLonger) return {Msg::QRKC013E};
+  length = read;
+  return {};
+}
+
+Problem fileIntoLob(QrkStruct* ctx, const char* fileName, char* data, uint32_t capacity,
+                    uint32_t& length) {
+  uint32_t size = 0;
+  if (qrk_getFileSize(ctx, fileName, &size) != 0 || !isfile(ctx, fileName)) {
+    return {Msg::QRKC001E};
+  }
+  if (size > kMaxDocumentFile) return {Msg::QRKC006E};
+  if (size > capacity) return {Msg::QRKC013E};
+  const FileHandle file(xml_fopen(ctx, fileName, "r"));
+  if (!file) return {Msg::QRKC000E};
+  if (const Problem problem = readFile(file.get(), data, capacity, length)) return problem;
+  QRK_TRACE(ctx, "actuall length read from file: %d", static_cast<int>(length));
+  return {};
 }
 
 }  // namespace
@@ -185,26 +200,9 @@ int qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fil
 
 int qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint32_t lobCapacity,
                  uint32_t* lobLength, char* sqlState, int* msgIndex) {
-  const auto failed = [&](Msg message) {
-    fail(Report{.ctx = ctx, .sqlState = sqlState}, message);
-    *msgIndex = static_cast<int>(message);
-    return -1;
-  };
   *lobLength = 0;
-  uint32_t size = 0;
-  if (qrk_getFileSize(ctx, fileName, &size) != 0 || !isfile(ctx, fileName)) {
-    return failed(Msg::QRKC001E);
-  }
-  if (size > kMaxDocumentFile) return failed(Msg::QRKC006E);
-  if (size > lobCapacity) return failed(Msg::QRKC013E);
-  FILE* const file = xml_fopen(ctx, fileName, "r");
-  if (!file) return failed(Msg::QRKC000E);
-  const FileContent content = readFile(file, lobData, lobCapacity);
-  std::fclose(file);
-  if (content.failure != Msg{}) return failed(content.failure);
-  *lobLength = content.length;
-  QRK_TRACE(ctx, "actuall length read from file: %d", static_cast<int>(content.length));
-  return 0;
+  const Problem problem = fileIntoLob(ctx, fileName, lobData, lobCapacity, *lobLength);
+  return indexed(ctx, problem, sqlState, msgIndex);
 }
 
 void daix_to_dpc(QrkStruct*, char* path) {

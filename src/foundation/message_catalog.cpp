@@ -2,8 +2,9 @@
 // installation's message directory.
 #include <nl_types.h>
 
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
-#include <string>
 
 #include "orvxml/context.h"
 
@@ -17,8 +18,11 @@ constexpr const char* kMessageDirectory = ORVXML_MESSAGE_DIRECTORY;
 void* QRK_catopen(const char* name, int flag) {
   const char* language = std::getenv("LANG");
   if (!language) return catopen(name, flag);
-  const std::string path = std::string(kMessageDirectory) + language + '/' + name;
-  return catopen(path.c_str(), flag);
+  // Wanted while a failure is reported, so that it needs no memory.
+  char path[PATH_MAX];
+  const int length = std::snprintf(path, sizeof path, "%s%s/%s", kMessageDirectory, language, name);
+  const bool fits = length >= 0 && static_cast<size_t>(length) < sizeof path;
+  return catopen(fits ? path : name, flag);
 }
 
 const char* QRK_catgets(void* catalog, int set, int number, const char* fallback) {

@@ -86,17 +86,17 @@ size_t formatText(QrkStruct* ctx, int index, va_list args, MessageText& out) {
   const int length = std::vsnprintf(out.data(), out.size(), catalog.text(ctx, index), args);
   if (length < 0) return 0;
   if (static_cast<size_t>(length) < out.size()) return static_cast<size_t>(length);
-  return wholeCharacters({out.data(), out.size() - 1});
+  return wholeCharacters(ctx, {out.data(), out.size() - 1});
 }
 
 // Writes `text`, a newline and a terminator into `room` bytes, cut to fit.
-int writeLine(char* out, std::string_view text, size_t room) {
+int writeLine(const QrkStruct* ctx, char* out, std::string_view text, size_t room) {
   if (room == 0) return 0;
   if (room == 1) {
     *out = 0;
     return 0;
   }
-  if (text.size() > room - 2) text = text.substr(0, wholeCharacters(text.substr(0, room - 2)));
+  if (text.size() > room - 2) text = text.substr(0, wholeCharacters(ctx, text.substr(0, room - 2)));
   std::memcpy(out, text.data(), text.size());
   out[text.size()] = '\n';
   out[text.size() + 1] = 0;
@@ -114,16 +114,22 @@ int serverText(QrkStruct* ctx, char* out, const sqlca* ca) {
   return static_cast<int>(written);
 }
 
-}  // namespace
-
-int qrkVsprint(QrkStruct* ctx, char* out, int msgIndex, int used, va_list args) {
+// `most`: bytes that the message may take with its terminator.
+int formatMessage(QrkStruct* ctx, char* out, int msgIndex, int used, int most, va_list args) {
   if (!isMessage(msgIndex)) return -1;
   MessageText text;
   const std::string_view line(text.data(), formatText(ctx, msgIndex, args, text));
   if (msgIndex == static_cast<int>(Msg::QRKG001E)) QRK_TRACE(ctx, "%s", text.data());
-  if (isUdf(ctx)) return writeLine(out, line, kUdfMessageSize + 1);
   if (used > kMessageSize) return 0;
-  return writeLine(out, line, static_cast<size_t>(kMessageSize - std::max(used, 0)));
+  const int room = std::min(kMessageSize - std::max(used, 0), most);
+  return writeLine(ctx, out, line, static_cast<size_t>(room));
+}
+
+}  // namespace
+
+int qrkVsprint(QrkStruct* ctx, char* out, int msgIndex, int used, va_list args) {
+  const int most = isUdf(ctx) ? kUdfMessageSize + 1 : kMessageSize;
+  return formatMessage(ctx, out, msgIndex, used, most, args);
 }
 
 int qrkSprint(QrkStruct* ctx, char* out, int msgIndex, ...) {
@@ -140,19 +146,26 @@ namespace {
 int announceServerText(QrkStruct* ctx, char* out, int used, ...) {
   va_list none;
   va_start(none, used);
-  const int written = qrkVsprint(ctx, out, static_cast<int>(Msg::QRKM001W), used, none);
+  const int written =
+      formatMessage(ctx, out, static_cast<int>(Msg::QRKM001W), used, kMessageSize, none);
   va_end(none);
   return written;
+}
+
+// The server's text for `ca` and the message, in kMessageSize bytes.
+int formatBoth(QrkStruct* ctx, char* out, const sqlca* ca, int msgIndex, va_list args) {
+  if (!isMessage(msgIndex)) return -1;
+  int used = ca ? serverText(ctx, out, ca) : 0;
+  if (used > 0) used += announceServerText(ctx, out + used, used);
+  return used + formatMessage(ctx, out + used, msgIndex, used, kMessageSize, args);
 }
 
 }  // namespace
 
 // A function's message has no room for the server's text: it gets the library's message alone.
 int qrkDbVsprint(QrkStruct* ctx, char* out, sqlca* ca, int msgIndex, va_list args) {
-  if (!isMessage(msgIndex)) return -1;
-  int used = ca && !isUdf(ctx) ? serverText(ctx, out, ca) : 0;
-  if (used > 0) used += announceServerText(ctx, out + used, used);
-  return used + qrkVsprint(ctx, out + used, msgIndex, used, args);
+  return isUdf(ctx) ? qrkVsprint(ctx, out, msgIndex, 0, args)
+                    : formatBoth(ctx, out, ca, msgIndex, args);
 }
 
 int qrkDbSprint(QrkStruct* ctx, char* out, sqlca* ca, int msgIndex, ...) {
@@ -163,9 +176,10 @@ int qrkDbSprint(QrkStruct* ctx, char* out, sqlca* ca, int msgIndex, ...) {
   return written;
 }
 
+// What is printed is for callers on a command line, who have room for it whatever the context says.
 int qrkVprint(QrkStruct* ctx, int msgIndex, va_list args) {
   MessageText text{};
-  const int written = qrkVsprint(ctx, text.data(), msgIndex, 0, args);
+  const int written = formatMessage(ctx, text.data(), msgIndex, 0, kMessageSize, args);
   std::fputs(text.data(), stderr);
   return written;
 }
@@ -180,7 +194,7 @@ int qrkPrint(QrkStruct* ctx, int msgIndex, ...) {
 
 int qrkDbVprint(QrkStruct* ctx, sqlca* ca, int msgIndex, va_list args) {
   MessageText text{};
-  const int written = qrkDbVsprint(ctx, text.data(), ca, msgIndex, args);
+  const int written = formatBoth(ctx, text.data(), ca, msgIndex, args);
   std::fputs(text.data(), stderr);
   return written;
 }

@@ -33,19 +33,20 @@ int reportCode(const Report& report, Msg message) {
 
 }  // namespace
 
-int detail::qrkFailWith(const Report& report, Msg message, const char* const* arguments,
-                        size_t count) {
-  if (report.msg) {
+int detail::qrkFailWith(QrkStruct* ctx, char* msg, int* errCode, char* sqlState, int msgIndex,
+                        const char* const* arguments, size_t count) {
+  if (msg) {
     std::array<const char*, kMaxArguments> a;
     a.fill("");
     for (size_t i = 0; i < count && i < kMaxArguments; ++i) a[i] = arguments[i];
-    qrkSprint(report.ctx, report.msg, indexOf(message), a[0], a[1], a[2], a[3], a[4], a[5]);
+    qrkSprint(ctx, msg, msgIndex, a[0], a[1], a[2], a[3], a[4], a[5]);
   }
-  return reportCode(report, message);
+  return reportCode({ctx, msg, errCode, sqlState}, static_cast<Msg>(msgIndex));
 }
 
-int failInternal(const Report& report, const char* module, int line) {
-  return fail(report, Msg::QRKG001E, buildStamp(), module, line);
+int detail::qrkFailInternal(QrkStruct* ctx, char* msg, int* errCode, char* sqlState,
+                            const char* module, int line) {
+  return fail({ctx, msg, errCode, sqlState}, Msg::QRKG001E, buildStamp(), module, line);
 }
 
 int failDb(const Report& report, const sqlca& area, Msg message, const char* argument) {

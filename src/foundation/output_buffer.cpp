@@ -1,5 +1,6 @@
-// QrkOutbuf: in memory the byte at offset `size` is the terminator and size + 1 <= capacity; a
-// buffer moves from memory into a file at most once, and a step that fails leaves it as it was.
+// QrkOutbuf: in memory the byte at offset `size` is the terminator. A block has room for it: what
+// has grown by appending has size + 1 <= capacity, a filled block one byte more than its capacity.
+// A buffer moves from memory into a file at most once, and a step that fails leaves it as it was.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -99,7 +100,7 @@ int qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t ma
                   int32_t loctype, int* errCode, char* msg, int fileFallback) {
   const Report report{ctx, msg, errCode};
   *buf = emptyBuffer(loctype, maxSize);
-  if (loctype == QRK_LOC_MEMORY && maxSize != kNoSizeLimit && initSize > maxSize) {
+  if (isMemory(buf) && maxSize != kNoSizeLimit && initSize > maxSize) {
     return acquireFile(buf, initSize, report);
   }
   if (isMemory(buf) && initSize > 0) {

@@ -2,16 +2,10 @@
 #pragma once
 
 #include <cstdio>
-#include <memory>
 #include <string_view>
 #include <vector>
 
 namespace orvxml {
-
-struct CloseFile {
-  void operator()(FILE* file) const { std::fclose(file); }
-};
-using InputFile = std::unique_ptr<FILE, CloseFile>;
 
 class PieceReader {
  public:

@@ -8,8 +8,9 @@
 namespace orvxml {
 
 struct Problem {
-  Msg message = Msg{};  // Msg{}: none
-  int detail = 0;       // the number that the message tells, where it tells one
+  // Msg{}: none. Its text has no argument, or the number alone.
+  Msg message = Msg{};
+  int detail = 0;
 
   explicit operator bool() const { return message != Msg{}; }
 };

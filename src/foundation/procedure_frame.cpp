@@ -4,14 +4,19 @@
 #include <cstdio>
 #include <cstring>
 
+#include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 
 namespace orvxml {
 
-bool hasTextAfterNul(const char* data, size_t length) {
-  const void* nul = std::memchr(data, 0, length);
-  if (!nul) return false;
-  return std::any_of(static_cast<const char*>(nul), data + length, [](char c) { return c != 0; });
+void storeInteger(const sqlvar& parameter, int32_t value) {
+  if (!parameter.sqldata) return;
+  if (baseType(parameter) == orv::kSqlInteger) {
+    std::memcpy(parameter.sqldata, &value, sizeof value);
+  } else if (baseType(parameter) == orv::kSqlSmallint) {
+    const auto small = static_cast<int16_t>(std::clamp<int32_t>(value, INT16_MIN, INT16_MAX));
+    std::memcpy(parameter.sqldata, &small, sizeof small);
+  }
 }
 
 int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length) {
@@ -23,6 +28,7 @@ int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length) {
                     1) != 0) {
     return code;
   }
+  // Nothing but the file can fail here.
   if (qrkFillBuffer(&call.ctx, buffer.get(), data, &code, call.sqlState) != 0) {
     return fail(call, Msg::QRKC003E);
   }
@@ -37,9 +43,28 @@ int plainOutcome(Call& call, Msg message) {
   return codeOf(message);
 }
 
+namespace {
+
+constexpr int kNoInstance = -102;
+constexpr int kUnreadableControlFile = -1;
+
+// qrkInit says why it failed by its code alone.
+void tellFailedStart(Call& call, int code) {
+  const Report report{&call.ctx, call.msg};
+  if (code == kNoInstance) fail(report, Msg::QRKA076E);
+  if (code == kUnreadableControlFile) fail(report, Msg::QRKC000E);
+  if (code == codeOf(Msg::QRKG008E)) failCodePages(report);
+}
+
+}  // namespace
+
 int beginCall(Call& call) {
   const int code = qrkInit(&call.ctx, CALL_FROM_STP, nullptr, call.sqlState, nullptr);
-  if (code != 0) return code < 0 ? code : -code;
+  if (code != 0) {
+    tellFailedStart(call, code);
+    // No call goes on without its context, so that no code of a failed start may be a success.
+    return code < 0 ? code : -code;
+  }
   QRK_TRACE(&call.ctx, "Entered the stored procedure.");
   QRK_TRACE(&call.ctx, "codepage is %ld", static_cast<long>(call.ctx.codePages->dbCodePage));
   return 0;
@@ -49,7 +74,7 @@ namespace {
 
 // The message of a failure that brought none: the one of its code when that stands without
 // arguments, else an internal error.
-void giveMessage(Call& call, const ProcedureInfo& info, int code) {
+void giveMessage(Call& call, int code) {
   const Report report{&call.ctx, call.msg};
   for (int i = 1; i < kMessageCount; ++i) {
     const auto row = static_cast<size_t>(i);
@@ -57,7 +82,7 @@ void giveMessage(Call& call, const ProcedureInfo& info, int code) {
     fail(report, static_cast<Msg>(i));
     return;
   }
-  failInternal(report, info.module, __LINE__);
+  failInternal(report, kFrameModule, __LINE__);
 }
 
 }  // namespace
@@ -66,7 +91,7 @@ int settleOutcome(Call& call, const ProcedureInfo& info, int code) {
   // Its outputs are out: nothing that could fail may follow.
   if (code >= 0 && info.warns && *call.msg != '\0') return code;
   if (code >= 0) return report(Report{&call.ctx, call.msg}, info.success);
-  if (*call.msg == '\0') giveMessage(call, info, code);
+  if (*call.msg == '\0') giveMessage(call, code);
   return code;
 }
 
@@ -86,15 +111,7 @@ void setDescriptorOutputs(sqlda* da, const ProcedureInfo& info, int code) {
   const int inputs = std::min(info.inputs, da->sqld - 2);
   for (int i = 0; i < inputs; ++i) setIndicator(da->sqlvar[i].sqlind, kInputNotReturned);
   for (int i = da->sqld - 2; i < da->sqld; ++i) setIndicator(da->sqlvar[i].sqlind, 0);
-  const sqlvar& entry = da->sqlvar[da->sqld - 2];
-  if (!entry.sqldata) return;
-  const int16_t type = static_cast<int16_t>(entry.sqltype & ~1);
-  if (type == orv::kSqlInteger) {
-    std::memcpy(entry.sqldata, &code, sizeof(code));
-  } else if (type == orv::kSqlSmallint) {
-    const int16_t small = static_cast<int16_t>(code);
-    std::memcpy(entry.sqldata, &small, sizeof(small));
-  }
+  storeInteger(da->sqlvar[da->sqld - 2], code);
 }
 
 }  // namespace detail

@@ -4,7 +4,7 @@
 #include <optional>
 #include <span>
 
-#include "orvxml/context.h"
+#include "orvxml/procedure_frame.h"
 #include "orvxml/trace.h"
 #include "src/foundation/text_cut.h"
 
@@ -16,11 +16,6 @@ constexpr size_t kShownStart = 75;
 constexpr size_t kShownEnd = 22;
 
 using Bytes = std::span<char>;
-
-// The odd code of a type is its nullable form.
-int16_t baseType(const sqlvar& var) {
-  return static_cast<int16_t>(var.sqltype & ~1);
-}
 
 bool isVarying(int16_t type) {
   return type == orv::kSqlVarchar || type == orv::kSqlLongVarchar;
@@ -34,8 +29,8 @@ int failParameter(QrkStruct* ctx, Msg message, int* rc, char* msg) {
   return -1;
 }
 
-bool isNull(const sqlvar* var) {
-  return !var || !var->sqldata || (var->sqlind && *var->sqlind < 0);
+bool isAbsent(const sqlvar* var) {
+  return !var || isNull(*var);
 }
 
 // The bytes behind a length of type Length; none when the length is negative.
@@ -71,12 +66,15 @@ void traceContent(QrkStruct* ctx, Bytes value) {
   }
 }
 
-int takeValue(QrkStruct* ctx, const sqlvar& var, std::optional<Bytes> value, char** data,
-              int* length, int* rc, char* msg) {
-  if (!value) {
-    QRK_TRACE(ctx, "wrong parameter type, not string:%d", var.sqltype);
-    return failParameter(ctx, Msg::QRKA074E, rc, msg);
-  }
+int refuseType(QrkStruct* ctx, const sqlvar& var, int* rc, char* msg) {
+  QRK_TRACE(ctx, "wrong parameter type, not string:%d", var.sqltype);
+  return failParameter(ctx, Msg::QRKA074E, rc, msg);
+}
+
+// No value: its length was negative.
+int takeValue(QrkStruct* ctx, std::optional<Bytes> value, char** data, int* length, int* rc,
+              char* msg) {
+  if (!value) return failParameter(ctx, Msg::QRKG004E, rc, msg);
   *data = value->data();
   *length = static_cast<int>(value->size());
   traceContent(ctx, *value);
@@ -104,7 +102,7 @@ int qrkGetStProcParam(QrkStruct* ctx, sqlda* da, short index, char** data, int* 
                       char* msg) {
   const bool present = da && index >= 0 && index < da->sqld;
   sqlvar* var = present ? &da->sqlvar[index] : nullptr;
-  if (isNull(var)) return failParameter(ctx, Msg::QRKA019E, rc, msg);
+  if (isAbsent(var)) return failParameter(ctx, Msg::QRKA019E, rc, msg);
   const int16_t type = baseType(*var);
   std::optional<Bytes> value;
   if (isLargeObject(type)) {
@@ -113,13 +111,15 @@ int qrkGetStProcParam(QrkStruct* ctx, sqlda* da, short index, char** data, int* 
     value = prefixed<int16_t>(var->sqldata);
   } else if (type == orv::kSqlChar || type == orv::kSqlCString) {
     value = fixedText(*var);
+  } else {
+    return refuseType(ctx, *var, rc, msg);
   }
-  return takeValue(ctx, *var, value, data, length, rc, msg);
+  return takeValue(ctx, value, data, length, rc, msg);
 }
 
 int qrkGetStProcParameter(QrkStruct* ctx, sqlvar* var, char** data, int* length, int* rc,
                           char* msg) {
-  if (isNull(var)) return failParameter(ctx, Msg::QRKA019E, rc, msg);
+  if (isAbsent(var)) return failParameter(ctx, Msg::QRKA019E, rc, msg);
   const int16_t type = baseType(*var);
   std::optional<Bytes> value;
   if (type == orv::kSqlBlob || type == orv::kSqlClob) {
@@ -130,8 +130,10 @@ int qrkGetStProcParameter(QrkStruct* ctx, sqlvar* var, char** data, int* length,
     value = fixedText(*var);
   } else if (type == orv::kSqlCString) {
     value = terminatedText(*var);
+  } else {
+    return refuseType(ctx, *var, rc, msg);
   }
-  return takeValue(ctx, *var, value, data, length, rc, msg);
+  return takeValue(ctx, value, data, length, rc, msg);
 }
 
 int qrkCheckIntParameter(QrkStruct* ctx, sqlvar* var, int* rc, char* msg) {
@@ -170,7 +172,7 @@ void qrkSetOutputMessage(QrkStruct* ctx, sqlvar* var, const char* msg) {
   const size_t room = varying ? declared : declared - 1;
   size_t length = std::strlen(msg);
   if (length > room) {
-    length = wholeCharacters({msg, room});
+    length = wholeCharacters(ctx, {msg, room});
     QRK_TRACE(ctx, "output message truncated, output parameter buffer size:%d not enough.",
               var->sqllen);
   }

@@ -62,16 +62,6 @@ int compareNames(const char16_t* a, const char16_t* b) {
   return a && b ? QRK_wcscmp(a, b) : compareAbsent(a, b);
 }
 
-std::u16string quoted(std::u16string_view name) {
-  std::u16string result(1, u'"');
-  for (const char16_t c : name) {
-    if (c == '"') result.push_back(u'"');
-    result.push_back(c);
-  }
-  result.push_back(u'"');
-  return result;
-}
-
 void markOverflow(char** cursor, const char* end) {
   *cursor = const_cast<char*>(end);
 }
@@ -149,12 +139,6 @@ int wcmpQualTblName(const char16_t* schemaA, const char16_t* schemaB, const char
   return schemas != 0 ? schemas : compareNames(tableA, tableB);
 }
 
-std::string delimitedName(std::string_view name) {
-  std::string out = "\"";
-  for (const char c : name) out.append(c == '"' ? 2 : 1, c);
-  return out + '"';
-}
-
 void qrkAddOutputSqlId(QrkStruct* ctx, char** cursor, const char* end, const char* name) {
   if (*cursor == kWriteError || *cursor == end) return;
   **cursor = 0;
@@ -165,7 +149,7 @@ void qrkAddOutputSqlId(QrkStruct* ctx, char** cursor, const char* end, const cha
     return;
   }
   if (text.size() >= static_cast<size_t>(kMaxOutputName)) return markOverflow(cursor, end);
-  text = quoted(text);
+  text = quotedBy(u'"', std::u16string_view(text));
   if (text.size() > kMaxQuotedName) return markOverflow(cursor, end);
   if (!toDatabase(ctx, text, bytes)) {
     *cursor = kWriteError;

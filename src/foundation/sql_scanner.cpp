@@ -15,7 +15,7 @@
 namespace orvxml {
 
 constexpr char16_t K_UC_SQL_SELFDELIMITINGTOKENS[] = u"+-/*().,=<>^!|;?:{}[]&\u00AC";
-const char16_t K_UC_SQL_STRINGPREFIXCHARS[] = u"XxGgNn";
+constexpr char16_t K_UC_SQL_STRINGPREFIXCHARS[] = u"XxGgNn";
 const char16_t K_UC_SQL_WORD_AND[] = u"AND";
 
 namespace {
@@ -24,7 +24,7 @@ constexpr size_t kWorkArea = 512;  // characters of a name while it is read
 constexpr char16_t kNotSign = 0x00AC;
 
 constexpr std::u16string_view kSelfDelimiting = K_UC_SQL_SELFDELIMITINGTOKENS;
-constexpr std::u16string_view kStringPrefixes = u"XxGgNn";
+constexpr std::u16string_view kStringPrefixes = K_UC_SQL_STRINGPREFIXCHARS;
 
 bool isOneOf(char16_t c, std::u16string_view set) {
   return set.find(c) != set.npos;

@@ -1,5 +1,6 @@
 // Temporary files: where they go, what they are called, and how they are made. A name is free when
 // it is given out; the file is then created exclusively, so that nobody can slip another one in.
+// TMPDIR stays as it is, for the environment belongs to the whole process.
 #include "src/foundation/temporary_files.h"
 
 #include <fcntl.h>

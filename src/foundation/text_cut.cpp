@@ -1,5 +1,9 @@
 #include "src/foundation/text_cut.h"
 
+#include <iterator>
+
+#include "src/foundation/converters.h"
+
 namespace orvxml {
 namespace {
 
@@ -11,9 +15,7 @@ size_t sequenceLength(unsigned char lead) {
   return 0;
 }
 
-}  // namespace
-
-size_t wholeCharacters(std::string_view text) {
+size_t wholeUtf8(std::string_view text) {
   const size_t deepest = text.size() < 3 ? text.size() : 3;
   for (size_t back = 1; back <= deepest; ++back) {
     const auto byte = static_cast<unsigned char>(text[text.size() - back]);
@@ -21,6 +23,31 @@ size_t wholeCharacters(std::string_view text) {
     return sequenceLength(byte) > back ? text.size() - back : text.size();
   }
   return text.size();
+}
+
+// Where characters have several bytes only reading from the start tells where one begins.
+size_t wholeOf(UConverter* converter, std::string_view text) {
+  ucnv_resetToUnicode(converter);
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  UErrorCode status = U_ZERO_ERROR;
+  do {
+    char16_t units[64];
+    char16_t* unit = units;
+    status = U_ZERO_ERROR;
+    ucnv_toUnicode(converter, &unit, std::end(units), &at, end, nullptr, false, &status);
+  } while (status == U_BUFFER_OVERFLOW_ERROR);
+  const int32_t pending = U_SUCCESS(status) ? ucnv_toUCountPending(converter, &status) : 0;
+  ucnv_resetToUnicode(converter);
+  return U_SUCCESS(status) ? text.size() - static_cast<size_t>(pending) : text.size();
+}
+
+}  // namespace
+
+size_t wholeCharacters(const QrkStruct* ctx, std::string_view text) {
+  const QrkCodePages* pages = ctx ? ctx->codePages : nullptr;
+  if (!pages || !pages->dbConverter || pages->dbCodePage == kUtf8CodePage) return wholeUtf8(text);
+  return wholeOf(pages->dbConverter, text);
 }
 
 }  // namespace orvxml

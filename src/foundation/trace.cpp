@@ -11,9 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <new>
 #include <string>
+
+#include "src/foundation/file_handle.h"
 
 namespace orvxml {
 namespace {
@@ -25,11 +26,6 @@ constexpr const char* kNoInstanceState = "38X35";
 constexpr const char* kSuccessState = "00000";
 constexpr int kUnreadableControlFile = -1;
 constexpr mode_t kForEverybody = 0666;
-
-struct CloseFile {
-  void operator()(FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
 
 // No file permission is masked out while this lives: for files that are for everybody. The mask is
 // the whole process's, so that it is left alone where no file is made.
@@ -63,7 +59,7 @@ bool isOfCallerOrRoot(const struct stat& status) {
 
 // Opens a file by its name; null with errno for a link, a pipe, a device, a directory, a file that
 // has a second name, and what belongs to somebody else.
-File openPlainFile(const std::string& path, int flags, const char* mode) {
+FileHandle openPlainFile(const std::string& path, int flags, const char* mode) {
   const int fd =
       ::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kForEverybody);
   if (fd < 0) return nullptr;
@@ -76,10 +72,10 @@ File openPlainFile(const std::string& path, int flags, const char* mode) {
   }
   FILE* file = ::fdopen(fd, mode);
   if (!file) ::close(fd);
-  return File(file);
+  return FileHandle(file);
 }
 
-File openTraceFile(const std::string& path) {
+FileHandle openTraceFile(const std::string& path) {
   return openPlainFile(path, O_RDWR | O_APPEND | O_CREAT, "a+");
 }
 
@@ -91,13 +87,13 @@ void readTraceFileName(QrkStruct* ctx, FILE* control) {
   ctx->traceFileName[std::strcspn(ctx->traceFileName, "\n")] = 0;
 }
 
-File initialise(const TraceCall& call) {
+FileHandle openForCall(const TraceCall& call) {
   const std::string path = call.controlFile();
   // Nearly every call ends here, and to ask costs less than to open.
   struct stat status;
   const bool isThere = ::lstat(path.c_str(), &status) == 0;
   if (isThere ? !isOfCallerOrRoot(status) : errno == ENOENT) return nullptr;
-  const File control = openPlainFile(path, O_RDONLY, "r");
+  const FileHandle control = openPlainFile(path, O_RDONLY, "r");
   if (!control) {
     if (errno == ENOENT) return nullptr;
     QRK_TRACE(call.ctx, "'%s' %s", path.c_str(), std::strerror(errno));
@@ -108,22 +104,22 @@ File initialise(const TraceCall& call) {
   readTraceFileName(call.ctx, control.get());
   const OpenFileMode openMode;
   const std::string name = call.ctx->traceFileName;
-  File trace(name.ends_with(call.traceFile()) ? openTraceFile(name) : nullptr);
+  FileHandle trace(name.ends_with(call.traceFile()) ? openTraceFile(name) : nullptr);
   if (!trace) fail(call.report, Msg::QRKC003E);
   return trace;
 }
 
 bool writeControlFile(const std::string& path, const std::string& traceFile) {
-  File control = openPlainFile(path, O_RDWR | O_CREAT, "r+");
+  FileHandle control = openPlainFile(path, O_RDWR | O_CREAT, "r+");
   if (!control || ::ftruncate(::fileno(control.get()), 0) != 0) return false;
   const bool written = std::fputs(traceFile.c_str(), control.get()) >= 0;
   return std::fclose(control.release()) == 0 && written;
 }
 
-File turnOn(const TraceCall& call) {
+FileHandle turnOn(const TraceCall& call) {
   const OpenFileMode openMode;
   const std::string path = call.traceFile();
-  File trace;
+  FileHandle trace;
   if (path.size() < sizeof call.ctx->traceFileName) {
     std::strcpy(call.ctx->traceFileName, path.c_str());
     trace = openTraceFile(path);
@@ -184,7 +180,7 @@ FILE* qrkGetTrace(QrkStruct* ctx, int request, char* directory, char* instance, 
   *rc = 0;
   errno = 0;
   std::strcpy(out, kSuccessState);
-  if (request == kTraceInit) return initialise(call).release();
+  if (request == kTraceInit) return openForCall(call).release();
   if (request == kTraceOn) return turnOn(call).release();
   if (request == kTraceOff) turnOff(call);
   return nullptr;

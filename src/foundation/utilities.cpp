@@ -3,120 +3,79 @@
 #include <unicode/ustring.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string_view>
-#include <utility>
 
 namespace orvxml {
 namespace {
 
-constexpr size_t kMaxLength = INT32_MAX - 1;
-
-// The pieces in a row as one heap string of `length` characters; null out of memory.
-char* joined(std::string_view a, std::string_view b, std::string_view c) {
-  const size_t length = a.size() + b.size() + c.size();
-  auto* text = length <= kMaxLength ? static_cast<char*>(std::malloc(length + 1)) : nullptr;
-  if (!text) return nullptr;
-  size_t at = 0;
-  for (std::string_view piece : {a, b, c}) at += piece.copy(text + at, piece.size());
-  text[at] = 0;
-  return text;
+// The changed text, or none out of memory.
+template <class Change>
+std::optional<std::string> changed(const std::optional<std::string>& text, Change&& change) {
+  try {
+    std::string result = text.value_or("");
+    change(result);
+    return result;
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  }
 }
 
 }  // namespace
 
-QRKString::QRKString(const char* source) {
-  *this = source;
-}
-
-QRKString::QRKString(const QRKString& other) {
-  *this = other.text_;
-}
-
 QRKString& QRKString::operator=(const QRKString& other) {
-  if (this != &other) adopt(other.text_ ? joined(other.text_, "", "") : nullptr);
+  if (this != &other) text_ = other.text_ ? changed(other.text_, [](std::string&) {}) : other.text_;
   return *this;
 }
 
-QRKString::~QRKString() {
-  std::free(text_);
-}
-
-void QRKString::adopt(char* text) {
-  std::free(text_);
-  text_ = text;
-  length_ = text ? static_cast<int>(std::strlen(text)) : 0;
-}
-
 QRKString& QRKString::operator=(const char* source) {
-  if (source) adopt(joined(source, "", ""));
+  if (source) text_ = changed(text_, [&](std::string& text) { text = source; });
   return *this;
 }
 
 QRKString& QRKString::operator+=(const char* source) {
-  if (source) adopt(joined(text_ ? text_ : "", source, ""));
+  if (source) text_ = changed(text_, [&](std::string& text) { text += source; });
   return *this;
 }
 
 int QRKString::find(const char* text) const {
-  const char* found = text && text_ ? std::strstr(text_, text) : nullptr;
-  return found ? static_cast<int>(found - text_) : -1;
+  const size_t found = text && text_ ? text_->find(text) : std::string::npos;
+  return found == std::string::npos ? -1 : static_cast<int>(found);
 }
 
 void QRKString::replace(int position, unsigned count, const char* text) {
-  if (position < 0 || !text || position > length_) return;
-  const std::string_view whole(text_ ? text_ : "", static_cast<size_t>(length_));
-  const auto start = static_cast<size_t>(position);
-  const std::string_view tail = whole.substr(std::min(whole.size(), start + count));
-  adopt(joined(whole.substr(0, start), text, tail));
+  if (position < 0 || !text || position > getLength()) return;
+  text_ = changed(text_, [&](std::string& whole) {
+    whole.replace(static_cast<size_t>(position), count, text);
+  });
 }
 
-struct QRKList::Node {
-  Node* next;
-  Node* prev;
-  void* data;
-};
-
 int QRKList::push_back(const void* data, int size) {
-  const size_t bytes = size > 0 ? static_cast<size_t>(size) : 0;
-  auto* node = static_cast<Node*>(std::malloc(sizeof(Node)));
-  void* copy = node ? std::malloc(bytes > 0 ? bytes : 1) : nullptr;
-  if (!copy) {
-    std::free(node);
+  const auto bytes = static_cast<size_t>(std::max(size, 0));
+  try {
+    auto copy = std::make_unique<char[]>(bytes);
+    if (bytes > 0) std::memcpy(copy.get(), data, bytes);
+    nodes_.push_back(std::move(copy));
+  } catch (const std::bad_alloc&) {
     return -1;
   }
-  if (bytes > 0) std::memcpy(copy, data, bytes);
-  *node = {nullptr, tail_, copy};
-  (tail_ ? tail_->next : head_) = node;
-  if (!cursor_ && count_ == 0) cursor_ = node;
-  tail_ = node;
-  ++count_;
+  if (nodes_.size() == 1) cursor_ = nodes_.begin();
   return 0;
 }
 
 void* QRKList::getNext() {
-  if (!cursor_) return nullptr;
-  return std::exchange(cursor_, cursor_->next)->data;
+  return cursor_ == nodes_.end() ? nullptr : (cursor_++)->get();
 }
 
 // A cursor beyond the end goes back to the last node.
 void* QRKList::getPrev() {
-  Node* previous = cursor_ ? cursor_->prev : tail_;
-  if (!previous) return nullptr;
-  cursor_ = previous;
-  return previous->data;
+  return cursor_ == nodes_.begin() ? nullptr : (--cursor_)->get();
 }
 
 void QRKList::clean() {
-  while (head_) {
-    Node* node = std::exchange(head_, head_->next);
-    std::free(node->data);
-    std::free(node);
-  }
-  tail_ = nullptr;
-  cursor_ = nullptr;
-  count_ = 0;
+  nodes_.clear();
+  cursor_ = nodes_.end();
 }
 
 char16_t* QRK_wcscat(char16_t* dst, const char16_t* src) {

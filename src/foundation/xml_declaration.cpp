@@ -160,6 +160,7 @@ int rewriteDeclaration(const Report& report, std::string_view in, char* out, int
   UErrorCode status = toUnicode(pages.dbConverter, in, text);
   if (U_FAILURE(status)) return failWith(status);
   Declaration declaration;
+  if (text.starts_with(kByteOrderMark)) text.erase(0, 1);
   if (!DeclarationReader(report.ctx, text).read(declaration)) return failed(report, Msg::QRKD000E);
   const char* name = announcedName(pages.appConverter, status);
   if (!name) {

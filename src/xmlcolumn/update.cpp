@@ -10,6 +10,7 @@
 #include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "orvxml/utilities.h"
 #include "src/xmlcolumn/document_handler.h"
 #include "src/xmlcolumn/document_parse.h"
 
@@ -199,11 +200,8 @@ class SpilledDocument {
   }
 
  private:
-  struct Free {
-    void operator()(char* name) const { std::free(name); }
-  };
   QrkStruct* ctx_;
-  std::unique_ptr<char, Free> name_;
+  std::unique_ptr<char, FreeMemory> name_;
 };
 
 // The update of a call with texts in the database code page.

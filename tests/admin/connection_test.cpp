@@ -48,6 +48,7 @@ TEST_F(ConnectionTest, ConnectsWithAndWithoutAUser) {
 }
 
 TEST_F(ConnectionTest, ARefusedConnectSaysWhy) {
+  context_ = {};  // a caller need not set it up
   for (const char* name : {path_.c_str(), "", "/"}) {
     const std::string text =
         standardError([&] { EXPECT_EQ(qrkConnectToDB(&context_, &area_, name, "", ""), -1); });

@@ -201,6 +201,11 @@ TEST_F(DriverTest, ResultTables) {
       db_.run(std::string("DELETE FROM ") + c.table);
     }
   }
+  // The current schema counts, whatever the user's name is.
+  db_.run("SET CURRENT SCHEMA THEIR");
+  compose({byQuery("SELECT id, name FROM APP.o ORDER BY id"), "r", "", "R", nullptr});
+  expectOutcome(0, kDone);
+  db_.run("SET CURRENT SCHEMA APP");
 }
 
 TEST_F(DriverTest, ValidationColumn) {

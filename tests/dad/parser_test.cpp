@@ -283,7 +283,7 @@ TEST(ParserTest, TheDatabaseCodePageOverridesTheDeclaration) {
   const std::string text = "<?xml version='1.0' encoding='UTF-8'?><a>\xE9</a>";
   EXPECT_EQ(parse(call, text, 0).rc, -1);
   EXPECT_EQ(parse(call, "<\xD0\x96></a>", 0).message,
-            "QRKQ047E  Parser error on line 1 column 8: expected end of tag '?'\n");
+            "QRKQ047E  Parser error on line 1 column 6: expected end of tag '?' \n");
   const Parsed parsed = parse(call, text, 1);
   EXPECT_EQ(parsed.rc, 0) << parsed.message;
   const DOM_Node content = parsed.document.getDocumentElement().getFirstChild();

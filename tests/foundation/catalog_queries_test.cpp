@@ -6,7 +6,7 @@
 #include <string>
 
 #include "orvxml/sql_scanner.h"
-#include "tests/support/database.h"
+#include "tests/support/admin_calls.h"
 #include "tests/support/temporary_folder.h"
 
 namespace orvxml {
@@ -26,26 +26,15 @@ class CatalogQueriesTest : public testing::Test {
 
   std::string message() const { return call_.msg; }
 
-  // What enabling a database makes, as far as these queries need it.
+  // An enabled database with one DTD.
   void enable() {
-    db_.run("CREATE DISTINCT TYPE ORVXML.XMLVARCHAR AS VARCHAR(3000) WITH COMPARISONS");
-    db_.run("CREATE DISTINCT TYPE ORVXML.XMLCLOB AS CLOB(2G)");
-    db_.run(
-        "create table orvxml.dtd_ref ( dtdid varchar(128) not null, content orvxml.XMLCLOB not "
-        "null not logged, usage_count int not null, author varchar(128), creator varchar(128), "
-        "updator varchar(128), constraint dtd_ref_pk primary key (dtdid))");
-    db_.run(
-        "create table orvxml.xml_usage ( table_schema char(31) not null, table_name char(129) not "
-        "null, col_name char(31) not null, dtdid varchar(128), DAD clob(100k), access_mode int not "
-        "null, validation int not null, default_view char(128), trigger_suffix char(8) not null, "
-        "constraint xml_col_pk primary key (table_schema, table_name,col_name), constraint "
-        "xml_col_fk foreign key (dtdid) references orvxml.dtd_ref (dtdid))");
+    EXPECT_EQ(db_.enable().code, 0);
     db_.run(
         "INSERT INTO ORVXML.DTD_REF (DTDID, CONTENT, USAGE_COUNT) VALUES ('a.dtd', '<!ELEMENT a "
         "EMPTY>', 0)");
   }
 
-  Database db_;
+  test::AdminDatabase db_;
   CallContext call_;
 };
 

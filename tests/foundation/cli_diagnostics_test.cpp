@@ -24,7 +24,7 @@ TEST(CliDiagnosticsTest, WhatIsAppendedIsCutWhereTheMessageIsFull) {
     SCOPED_TRACE(c.label);
     std::string message(c.front, '.');
     message.resize(kMessageSize);
-    appendToMessage(message.data(), c.text);
+    appendToMessage({.msg = message.data()}, c.text);
     EXPECT_EQ(message.c_str() + c.front, std::string(c.appended));
   }
 }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "orv/session.h"
+#include "orvxml/procedure_frame.h"
 #include "tests/foundation/call_context.h"
 
 namespace orvxml {
@@ -11,9 +12,9 @@ using unittest::Variable;
 
 TEST(ContextTest, TheThresholdHasAFloor) {
   const std::pair<const char*, int> cases[] = {
-      {nullptr, 131072},          {"1000", 131072}, {"-5", 131072},
-      {"many", 131072},           {"", 131072},     {"500000", 500000},
-      {"99999999999", INT32_MAX},
+      {nullptr, 131072},          {"1000", 131072},      {"-5", 131072},
+      {"many", 131072},           {"", 131072},          {"500000", 500000},
+      {"99999999999", INT32_MAX}, {" 500000\n", 500000}, {" ", 131072},
   };
   for (const auto& [value, expected] : cases) {
     const Variable variable("ORVQRK_MIN_TMPFILE_SIZE", value);
@@ -40,6 +41,20 @@ TEST(ContextTest, AContextIsReleasedWhateverHappens) {
   QrkCodePages* pages = call.ctx.codePages;
   EXPECT_EQ(qrkInit(&call.ctx, CALL_FROM_UDF, nullptr, state, nullptr), 0);
   EXPECT_EQ(call.ctx.codePages, pages);
+}
+
+TEST(ContextTest, AProcedureSaysWhyItCannotBegin) {
+  const std::pair<int, std::string> outcomes[] = {
+      {-102, "QRKA076E  XML Annex trace instance ID invalid.\n"},
+      {-119, "\nQRKM001W  A ORV error occurred.\nQRKG008E  Locale (none) is not supported.\n"}};
+  for (const auto& [code, text] : outcomes) {
+    const Variable instance("ORVINSTANCE", code == -102 ? nullptr : test::instanceName().c_str());
+    char msg[kMessageSize] = "";
+    Call call;
+    call.msg = msg;
+    EXPECT_EQ(detail::beginCall(call), code);
+    EXPECT_TRUE(std::string(msg).ends_with(text)) << msg;
+  }
 }
 
 TEST(ContextTest, AProcedureHasOneCodePage) {

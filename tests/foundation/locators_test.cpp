@@ -161,30 +161,12 @@ TEST_F(LocatorsTest, FileNamesLongerThanAReferenceAreRefused) {
   EXPECT_EQ(code_, -56);
 }
 
-TEST_F(LocatorsTest, FilesBeyondTheLargeObjectLimitAreRefused) {
-  struct Case {
-    uint64_t size;
-    int index;
-    const char* sqlState;
-  };
-  // The first one passes the limit and does not fit the area.
-  for (const Case& c : {Case{2'000'000'000, 85, "38X39"}, Case{2'000'000'001, 78, "38X06"},
-                        Case{5'000'000'000, 78, "38X06"}}) {
-    SCOPED_TRACE(c.size);
-    const std::string file = folder_.write("sparse", "");
-    std::filesystem::resize_file(file, c.size);
-    char area[5];
-    uint32_t length = 99;
-    int index = 0;
-    char state[kSqlStateSize] = "00000";
-    EXPECT_EQ(qrk_file2lob(call_, file.c_str(), area, sizeof area, &length, state, &index), -1);
-    EXPECT_EQ(index, c.index);
-    EXPECT_STREQ(state, c.sqlState);
-    EXPECT_EQ(length, 0U);
-  }
-}
-
 TEST_F(LocatorsTest, FilesFillALargeObjectUpToItsCapacity) {
+  const auto sparse = [&](const char* name, uint64_t size) {
+    std::string file = folder_.write(name, "");
+    std::filesystem::resize_file(file, size);
+    return file;
+  };
   struct Case {
     const char* label;
     std::string file;
@@ -196,6 +178,9 @@ TEST_F(LocatorsTest, FilesFillALargeObjectUpToItsCapacity) {
       {"fits exactly", folder_.write("five", "12345"), 5, 0, "00000"},
       {"smaller", folder_.write("empty", ""), 5, 0, "00000"},
       {"one byte too much", folder_.write("six", "123456"), 5, 85, "38X39"},
+      {"the limit, and no room", sparse("limit", 2'000'000'000), 5, 85, "38X39"},
+      {"beyond the limit", sparse("beyond", 2'000'000'001), 5, 78, "38X06"},
+      {"beyond 32 bits", sparse("huge", 5'000'000'000), 5, 78, "38X06"},
       {"no file", folder_.path("none"), 5, 73, "38X01"},
       {"a folder", folder_.path(), 5, 73, "38X01"},
       {"reports less than it has", "/proc/self/cmdline", 3, 85, "38X39"},

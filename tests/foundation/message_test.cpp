@@ -29,12 +29,15 @@ TEST(MessageTest, FitsItsCaller) {
   const std::string start = "QRKQ054E  Invalid input parameter: ";
   const std::string longText(2000, 'x');
   const std::string euros = "€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€€";  // 3 bytes each
+  std::string pairs;
+  for (int i = 0; i < 16; ++i) pairs += "\x83\x41";
   struct Case {
     const char* label;
     CALL_FROM caller;
     std::string argument;
     int used;
     std::string expected;
+    int codePage = 1208;
   };
   const Case cases[] = {
       {"a procedure reads the whole text", CALL_FROM_STP, "abc", 0, start + "abc\n"},
@@ -48,12 +51,14 @@ TEST(MessageTest, FitsItsCaller) {
       {"69 characters pass whole", CALL_FROM_UDF, std::string(34, 'y'), 0,
        start + std::string(34, 'y') + "\n"},
       {"no character is split", CALL_FROM_UDF, euros, 0, start + euros.substr(0, 33) + "\n"},
+      {"nor one of another code page", CALL_FROM_UDF, "a" + pairs + pairs, 0,
+       start + "a" + pairs + "\n", 943},
       {"nor in a longer text", CALL_FROM_STP, "ab" + euros, 1024 - 43, start + "ab€\n"},
       {"an argument is never a format", CALL_FROM_STP, "%s%n%d", 0, start + "%s%n%d\n"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    CallContext call("UTF-8", 1208, c.caller);
+    CallContext call("UTF-8", c.codePage, c.caller);
     std::strcpy(call.msg, "untouched");
     const int written = formatAt(&call.ctx, call.msg, Msg::QRKQ054E, c.used, c.argument.c_str());
     EXPECT_EQ(call.msg, c.expected);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "orvxml/procedure_frame.h"
 #include "tests/foundation/call_context.h"
 
 namespace orvxml {
@@ -65,7 +66,7 @@ TEST(ProcedureParameterTest, StringsAreFoundByType) {
       {"dbclob is for the descriptor form only", 412, 0, longPrefix(2, "wx"), 0, 0, "wx", -107, ""},
       {"null value", 449, 10, shortPrefix(3, "abc"), -1, -14, "", -14, ""},
       {"integer is no string", 496, 4, "1234", 0, -107, "", -107, ""},
-      {"negative length", 408, 0, longPrefix(-5, "wxyz"), 0, -107, "", -107, ""},
+      {"negative length", 408, 0, longPrefix(-5, "wxyz"), 0, -60, "", -60, ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
@@ -113,6 +114,10 @@ TEST(ProcedureParameterTest, IntegersAreCheckedByType) {
   Descriptor text(448, 4, shortPrefix(1, "1"));
   EXPECT_EQ(qrkCheckIntParameter(&call.ctx, text.var(), &call.code, call.msg), -1);
   EXPECT_EQ(call.code, -108);
+  // A code that has no room is a failure still.
+  Descriptor small(500, 2, shortPrefix(7, "##"));
+  storeInteger(*small.var(), INT32_MIN);
+  EXPECT_EQ(small.bytes, shortPrefix(INT16_MIN, "##"));
 }
 
 TEST(ProcedureParameterTest, TheMessageIsCutToItsParameter) {

@@ -11,6 +11,7 @@
 #include "document_report.h"
 #include "location_paths.h"
 #include "orvxml/extraction.h"
+#include "orvxml/utilities.h"
 #include "result_writer.h"
 
 namespace orvxml::command {
@@ -76,7 +77,7 @@ class ExtractRun {
     *context_.message = 0;
     const int status = extractOne(context_.get(), document.location(), 0, 0, format(), path_.data(),
                                   &value, INT_MAX, context_.sqlState, context_.message);
-    const std::unique_ptr<char, decltype(&std::free)> owner(value, &std::free);
+    const std::unique_ptr<char, FreeMemory> owner(value);
     document.requireUnchanged();
     // An empty value has no string.
     const bool isEmpty = status != 0 && std::strcmp(context_.sqlState, "00000") == 0;

@@ -6,9 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include "orvxml/code_pages.h"
+
 namespace orvxml::command {
 
-inline constexpr int kUtf8CodePage = 1208;
+using orvxml::kUtf8CodePage;
 
 // The character of UTF-8 text at `at`, which moves behind it; -1 for an ill-formed sequence.
 int32_t nextCharacter(std::string_view utf8, size_t& at);

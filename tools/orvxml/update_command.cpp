@@ -9,6 +9,7 @@
 #include "document_report.h"
 #include "location_paths.h"
 #include "orvxml/update.h"
+#include "orvxml/utilities.h"
 #include "output_file.h"
 #include "result_writer.h"
 #include "text_encoding.h"
@@ -62,7 +63,7 @@ class UpdateRun {
     const int status =
         qrkUpdate(context_.get(), document.location(), 0, 0, path_.data(), value_.data(), &result,
                   INT_MAX, context_.sqlState, context_.message);
-    const std::unique_ptr<char, decltype(&std::free)> owner(result, &std::free);
+    const std::unique_ptr<char, FreeMemory> owner(result);
     document.requireUnchanged();
     if (status != 0) return problemIn(document.name(), context_.message, context_.sqlState);
     std::string text = result;
