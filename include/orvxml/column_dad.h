@@ -46,13 +46,15 @@ inline const char16_t* schemaLocation(const dad& model) {
 
 // Builds the model of the mapping in `dadBuffer`; the caller frees it with freedad. Null with
 // message and SQLSTATE: QRKQ047E the mapping does not parse, QRKQ057E both `dtdid` and
-// `schemabindings`, QRKQ058E, QRKA056E `validation`, QRKA009E no `Xcolumn` ("38X11"), QRKA057E to
-// QRKA061E a missing or too long attribute, QRKQ039E more than 10,000 columns, QRKQ031E or QRKQ032E
-// a `tableName` or `columnName` beyond its field, QRKG002E. `sqlstate` holds 6 bytes. `noXcolumn`,
-// when given, tells whether the mapping lacked the `Xcolumn`.
+// `schemabindings`, QRKQ058E, QRKQ000E a schema without location, QRKA056E `validation`, QRKA009E
+// no `Xcolumn` ("38X11"), QRKA057E to QRKA061E a missing or too long attribute, QRKQ039E more than
+// 10,000 columns, QRKQ031E or QRKQ032E a `tableName` or `columnName` beyond its field, QRKG002E.
+// `sqlstate` holds 6 bytes. `noXcolumn`, when given, tells whether the mapping lacked the
+// `Xcolumn`; `errCode` receives the message's code, which not every SQLSTATE leads back to.
 extern "C" ORVXML_API dad* dad_popu(QrkStruct* ctx, const char* tableName, const char* columnName,
                                     QrkOutbuf* dadBuffer, int useDbEncoding, char* msg,
-                                    char* sqlstate, int32_t* noXcolumn = nullptr);
+                                    char* sqlstate, int32_t* noXcolumn = nullptr,
+                                    int* errCode = nullptr);
 extern "C" ORVXML_API void freedad(QrkStruct* ctx, dad* model);
 
 struct FreeModel {

@@ -215,9 +215,10 @@ int EnableColumn::checkExistingRootId() {
 int EnableColumn::takeModel() {
   const bool samePages = ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage;
   int32_t noXcolumn = 0;
+  int failure = 0;
   model_.reset(dad_popu(ctx_, request_.tableName, names_.column.c_str(), dad_.get(),
-                        samePages ? 1 : 0, call_.msg, call_.sqlState, &noXcolumn));
-  const int code = parseCode(ctx_, model_ ? 0 : -1, call_.sqlState);
+                        samePages ? 1 : 0, call_.msg, call_.sqlState, &noXcolumn, &failure));
+  const int code = parseCode(ctx_, model_ ? 0 : failure, call_.sqlState);
   QRK_TRACE(ctx_, "called dad_popu.  pointer of DAD:%x",
             static_cast<unsigned>(reinterpret_cast<uintptr_t>(model_.get())));
   if (noXcolumn) {

@@ -12,7 +12,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/locators.h"
 #include "orvxml/xml_writer.h"
-#include "src/compose/compose_notices.h"
+#include "src/dad/mapping_notices.h"
 #include "src/compose/modules.h"
 #include "src/compose/piecewise_decoder.h"
 #include "src/compose/plain_text.h"

@@ -12,12 +12,12 @@
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
-#include "src/compose/compose_notices.h"
 #include "src/compose/modules.h"
 #include "src/compose/result_storage.h"
 #include "src/compose/sql_mapping.h"
 #include "src/compose/statement_text.h"
 #include "src/dad/dad_settings.h"
+#include "src/dad/mapping_notices.h"
 
 namespace orvxml {
 namespace {

@@ -9,7 +9,7 @@
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
-#include "src/compose/compose_notices.h"
+#include "src/dad/mapping_notices.h"
 #include "src/compose/document_text.h"
 #include "src/compose/rdb_document.h"
 #include "src/compose/rdb_plan.h"

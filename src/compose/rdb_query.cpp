@@ -11,7 +11,7 @@
 #include "orvxml/level_map.h"
 #include "orvxml/sql_scanner.h"
 #include "src/compose/column_buffers.h"
-#include "src/compose/compose_notices.h"
+#include "src/dad/mapping_notices.h"
 
 namespace orvxml {
 

@@ -3,7 +3,7 @@
 
 #include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
-#include "src/compose/compose_notices.h"
+#include "src/dad/mapping_notices.h"
 
 namespace orvxml {
 

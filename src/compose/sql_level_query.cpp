@@ -5,7 +5,7 @@
 
 #include "orv/esql.h"
 #include "orvxml/trace.h"
-#include "src/compose/compose_notices.h"
+#include "src/dad/mapping_notices.h"
 #include "src/compose/modules.h"
 #include "src/compose/sql_query_text.h"
 #include "src/foundation/cli_diagnostics.h"

@@ -1,7 +1,7 @@
 #include "src/compose/sql_mapping.h"
 
 #include "orvxml/trace.h"
-#include "src/compose/compose_notices.h"
+#include "src/dad/mapping_notices.h"
 
 namespace orvxml {
 

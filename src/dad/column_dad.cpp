@@ -40,7 +40,7 @@ struct FreeTables {
   }
 };
 
-// A terminated heap copy of `size` bytes.
+// A heap copy of `size` bytes, the terminator among them.
 char* heapCopy(const void* source, size_t size) {
   auto* copy = static_cast<char*>(std::malloc(size));
   if (!copy) throw std::bad_alloc();
@@ -82,16 +82,19 @@ class ModelBuilder {
   int takeOccurrence(const xercesc::DOMElement* element, side_column& column);
 
   // Takes an attribute into its field. `refuse` reports an attribute that is missing or does not
-  // fit; it gets the text for the message.
+  // fit; it gets the text for the message. The element is told as the place.
   template <size_t N, class Refuse>
   int takeAttribute(const xercesc::DOMElement* element, const char16_t* name, char (&field)[N],
                     Refuse&& refuse) {
     field[0] = 0;
     const char16_t* text = element->getAttribute(name);
-    if (!text || !*text) return refuse(std::string(kMissing));
     std::string converted;
-    if (!toDatabase(ctx_, text, converted)) return refuse(textForMessage(ctx_, text));
-    return copyName(converted.c_str(), field) ? 0 : refuse(converted);
+    const bool isThere = text && *text;
+    const bool converts = isThere && toDatabase(ctx_, text, converted);
+    if (converts && copyName(converted.c_str(), field)) return 0;
+    tellPlace(element);
+    if (!isThere) return refuse(std::string(kMissing));
+    return refuse(converts ? converted : textForMessage(ctx_, text));
   }
 
   const Report report_;
@@ -112,7 +115,8 @@ int ModelBuilder::takeSettings(const DOM_Document& document) {
   }
   std::string dtdid;
   if (!toDatabase(ctx_, settings.dtdid, dtdid) || dtdid.size() >= kDtdidSize) {
-    return failed(report_, Msg::QRKA010E, textForMessage(ctx_, settings.dtdid));
+    return failAt(document.getDocumentElement().firstDescendant(u"dtdid").node(), {}, report_,
+                  Msg::QRKA010E, textForMessage(ctx_, settings.dtdid));
   }
   model_.dtdid = heapCopy(dtdid.c_str(), dtdid.size() + 1);
   return 0;
@@ -142,7 +146,7 @@ int ModelBuilder::takeSideTable(const xercesc::DOMElement* element, side_table& 
   QRK_TRACE(ctx_, " Populating side table: '%s'", table.name);
   side_column** end = &table.columns;
   return eachElement(element, u"column", [&](const xercesc::DOMElement* below) {
-    if (++columns_ > kMaxSideColumns) return failed(report_, Msg::QRKQ039E);
+    if (++columns_ > kMaxSideColumns) return failAt(below, {}, report_, Msg::QRKQ039E);
     side_column* const column = *end = new side_column{};
     end = &column->next;
     return takeColumn(below, *column);
@@ -192,29 +196,31 @@ int build(const Report& report, const DOM_Document& document, const char* tableN
   if (builder.takeNames(tableName, columnName)) return -1;
   const xercesc::DOMNode* const xcolumn = findXcolumn(document);
   model.noXcolumn = xcolumn ? 0 : 1;
-  if (!xcolumn) return failed(report, Msg::QRKA009E);
+  if (!xcolumn) return failAt(document.getDocumentElement().node(), {}, report, Msg::QRKA009E);
   return builder.takeSideTables(xcolumn);
 }
 
 }  // namespace
 
 dad* dad_popu(QrkStruct* ctx, const char* tableName, const char* columnName, QrkOutbuf* dadBuffer,
-              int useDbEncoding, char* msg, char* sqlstate, int32_t* noXcolumn) {
-  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+              int useDbEncoding, char* msg, char* sqlstate, int32_t* noXcolumn, int* errCode) try {
+  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode, .sqlState = sqlstate};
   if (noXcolumn) *noXcolumn = 0;
   DOM_Document document;
   const int inMemory = dadBuffer->loctype == QRK_LOC_FILE ? 0 : 1;
   const int rc = qrkDOM(ctx, dadBuffer->data, useDbEncoding, inMemory, document, sqlstate, msg);
   QRK_TRACE(ctx, "called qrkDOM(). rc:%d", rc);
-  if (rc < 0) return nullptr;
-  ModelOwner model(new (std::nothrow) dad{});
-  if (!model) {
-    fail(report, Msg::QRKG002E);
+  if (rc < 0) {
+    if (errCode) *errCode = parseCode(ctx, rc, sqlstate);
     return nullptr;
   }
+  ModelOwner model(new dad{});
   const int built = build(report, document, tableName, columnName, *model);
   if (noXcolumn) *noXcolumn = model->noXcolumn;
   return built ? nullptr : model.release();
+} catch (const std::bad_alloc&) {
+  fail(Report{.ctx = ctx, .msg = msg, .errCode = errCode, .sqlState = sqlstate}, Msg::QRKG002E);
+  return nullptr;
 }
 
 void freedad(QrkStruct*, dad* model) {

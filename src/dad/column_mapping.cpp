@@ -11,6 +11,7 @@
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/model_steps.h"
 
 namespace orvxml {
 
@@ -60,32 +61,44 @@ class ColumnCollector {
     if (int rc = readSource(rdb, source)) return rc;
     if (int rc = checkSource(node, source)) return rc;
     tab* table = findTabByName(report_.ctx, &model_, source.schema, source.table);
-    if (!table) return failed(report_, Msg::QRKQ016E);
-    if (int rc = growColumns(*table)) return rc;
+    if (!table) {
+      return failAt(rdb, shownItem(node) + ": " + unlisted(source), report_, Msg::QRKQ016E);
+    }
+    if (int rc = growColumns(*table)) {
+      tellPlace(node, shownItem(node));
+      return rc;
+    }
     col2xml_entry& entry = table->col2xml[table->num_col];
     if (int rc = fillEntry(node, source, entry)) return rc;
     ++table->num_col;
     applyOverrides(node, *table, entry.col, source.condition);
-    if (int rc = addCondition(*table, source.condition)) return rc;
+    if (int rc = addCondition(*table, source.condition)) {
+      tellPlace(rdb, shownItem(node));
+      return rc;
+    }
     table->level = std::min(table->level, model_.level);
     return 0;
   }
 
  private:
-  int internalError(int line) {
+  int internalError(const xercesc::DOMNode* node, std::string_view lacks, int line) {
+    tellPlace(node, lacks);
     failInternal(report_, kModule, line);
     return -1;
   }
 
   // A column without name or type: its message, but the code of a missing part of the DAD.
-  int namelessColumn() {
-    fail(report_, Msg::QRKQ013E);
+  int namelessColumn(const xercesc::DOMElement* element, std::string_view lacks) {
+    failAt(element, lacks, report_, Msg::QRKQ013E);
     if (report_.errCode) *report_.errCode = codeOf(Msg::QRKQ000E);
     return -1;
   }
 
   int readSource(xercesc::DOMElement* rdb, ColumnSource& source) {
-    if (!rdb->hasChildNodes()) return failed(report_, Msg::QRKQ000E, "table & column");
+    if (!rdb->hasChildNodes()) {
+      return failAt(rdb, shownItem(asElement(rdb->getParentNode())), report_, Msg::QRKQ000E,
+                    "table & column");
+    }
     for (auto* child = rdb->getFirstChild(); child; child = child->getNextSibling()) {
       int rc = 0;
       if (hasTag(child, u"table")) rc = readTable(asElement(child), source);
@@ -98,34 +111,45 @@ class ColumnCollector {
 
   int readTable(const xercesc::DOMElement* element, ColumnSource& source) {
     const char16_t* name = boundedAttribute(element, u"name", kQualifiedNameLimit);
-    if (!name || qrkParseWQualTbl(report_.ctx, name, source.schema, sizeof source.schema,
-                                  source.table, sizeof source.table)) {
-      return failed(report_, Msg::QRKQ013E);
+    if (!name) {
+      return failAt(element, lacksName("table", element, kQualifiedNameLimit), report_,
+                    Msg::QRKQ013E);
+    }
+    if (qrkParseWQualTbl(report_.ctx, name, source.schema, sizeof source.schema, source.table,
+                         sizeof source.table)) {
+      return failAt(element, shown(name) + " names no table", report_, Msg::QRKQ013E);
     }
     return 0;
   }
 
   int readColumn(const xercesc::DOMElement* element, ColumnSource& source) {
     source.column = boundedAttribute(element, u"name", kColumnNameLimit);
-    if (!source.column) return namelessColumn();
+    if (!source.column) {
+      return namelessColumn(element, lacksName("column", element, kColumnNameLimit));
+    }
     if (purpose_ != kForDecomposition) return 0;
     const char16_t* type = element->getAttribute(u"type");
     if (!toDatabase(report_.ctx, type, source.type)) {
-      return failed(report_, Msg::QRKA059E, textForMessage(report_.ctx, type),
+      return failAt(element, {}, report_, Msg::QRKA059E, textForMessage(report_.ctx, type),
                     textForMessage(report_.ctx, source.column));
     }
-    return source.type.empty() ? namelessColumn() : 0;
+    if (!source.type.empty()) return 0;
+    return namelessColumn(element, "column " + shown(source.column) + " without a type");
   }
 
   int readCondition(const xercesc::DOMNode* element, ColumnSource& source) {
     std::u16string text = childText(element);
-    if (text.empty() || text.size() > kColumnConditionLimit ||
-        qrkCleanQueryUcs(report_.ctx, text.data(), report_)) {
-      return internalError(__LINE__);
+    if (text.empty()) return internalError(element, "an empty condition", __LINE__);
+    if (text.size() > kColumnConditionLimit) {
+      return internalError(element, "a condition of more than 2001 characters", __LINE__);
     }
-    if (!toDatabase(report_.ctx, text.c_str(), source.condition)) return internalError(__LINE__);
+    if (qrkCleanQueryUcs(report_.ctx, text.data(), report_) ||
+        !toDatabase(report_.ctx, text.c_str(), source.condition)) {
+      return internalError(element, "a condition that the code page cannot hold", __LINE__);
+    }
     if (source.condition.size() > kColumnConditionBytes) {
-      return failLimit(report_, "QRK_CONDITION_SIZE", __LINE__);
+      tellPlace(element);
+      return failLimit(report_, kConditionLimit, __LINE__);
     }
     return 0;
   }
@@ -139,12 +163,18 @@ class ColumnCollector {
     const xercesc::DOMNode* parent = node->getParentNode();
     const bool needsElement = hasTag(node, u"text_node");
     if (!parent || (needsElement && parent->getNodeType() != xercesc::DOMNode::ELEMENT_NODE)) {
-      return internalError(__LINE__);
+      return internalError(node, {}, __LINE__);
     }
     const std::string item = textForMessage(report_.ctx, mappedItem(node)->getAttribute(u"name"));
-    if (!source.table[0]) return failed(report_, Msg::QRKQ010E, item);
-    if (!source.column) return failed(report_, Msg::QRKQ011E, item);
+    if (!source.table[0]) return failAt(node, {}, report_, Msg::QRKQ010E, item);
+    if (!source.column) return failAt(node, {}, report_, Msg::QRKQ011E, item);
     return 0;
+  }
+
+  std::string unlisted(const ColumnSource& source) const {
+    std::string name = *source.schema ? std::string(source.schema) + '.' : "";
+    return shownText(report_.ctx, name + source.table) +
+           " is not listed in the top RDB_node, the first one of the mapping";
   }
 
   int growColumns(tab& table) {
@@ -161,10 +191,11 @@ class ColumnCollector {
   int fillEntry(const xercesc::DOMElement* node, const ColumnSource& source, col2xml_entry& entry) {
     entry = {};
     if (int rc = qrkParseWCol(report_.ctx, source.column, entry.col, sizeof entry.col)) {
+      tellPlace(node, shownItem(node));
       return failName(report_, source.column, rc);
     }
     if (source.type.size() >= sizeof entry.dataType) {
-      return failed(report_, Msg::QRKA059E, source.type, entry.col);
+      return failAt(node, shownItem(node), report_, Msg::QRKA059E, source.type, entry.col);
     }
     std::strcpy(entry.dataType, source.type.c_str());
     const xercesc::DOMElement* item = mappedItem(node);
@@ -172,7 +203,10 @@ class ColumnCollector {
     if (!toDatabase(report_.ctx, item->getAttribute(u"name"), name)) {
       return failUnconverted(report_, purpose_, item);
     }
-    if (name.size() >= sizeof entry.xml) return failLimit(report_, "name " + name, __LINE__);
+    if (name.size() >= sizeof entry.xml) {
+      tellPlace(item);
+      return failLimit(report_, "name " + name, __LINE__);
+    }
     std::strcpy(entry.xml, name.c_str());
     entry.xmlLevel = model_.level;
     entry.xmlType = hasTag(node, u"attribute_node") ? QRK_ATTRIBUTE
@@ -183,6 +217,7 @@ class ColumnCollector {
 
   bool selects(const override_cond& override, const xercesc::DOMElement* node) const {
     const QrkQuery& query = *override.query;
+    if (query.state != 0) return false;  // a path that did not compile: half of it might match
     if (query.tryToMatch(*open_) != kMatch) return false;
     if (query.kind == kSelectsText) return hasTag(node, u"text_node");
     return query.kind == kSelectsAttribute && hasTag(node, u"attribute_node") && query.attrName &&
@@ -208,6 +243,8 @@ class ColumnCollector {
     }
   }
 
+  // A spent override has the path of no element: whoever looks at the list later, `used` or not,
+  // finds nothing that it still selects.
   void spend(override_cond& override) {
     std::unique_ptr<char16_t, FreeMemory> path(QRK_wcsdup_function(kMatchesNothing));
     if (!path) throw std::bad_alloc();
@@ -228,7 +265,7 @@ class ColumnCollector {
     const size_t used = std::strlen(table.condition);
     const size_t joint = used ? kAnd.size() : 0;
     if (used + joint + condition.size() >= sizeof table.condition) {
-      return failLimit(report_, std::string("QRK_CONDITION_SIZE of table ") + table.name, __LINE__);
+      return failLimit(report_, std::string(kConditionLimit) + " of table " + table.name, __LINE__);
     }
     if (used) std::strcat(table.condition, kAnd.data());
     std::strcat(table.condition, condition.c_str());
@@ -262,8 +299,11 @@ int qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_ty
   if (root.isNull()) return failed(report, Msg::QRKQ000E, "element_node");
   override_list* const applicable = qrk_type == kForComposition ? overrides : nullptr;
   if (collectColumns(report, *relinfo, root, qrk_type, applicable)) return -1;
-  if (qrk_type == kForDecomposition && qrkProcRel2(ctx, relinfo, errCode, msg)) return -1;
-  if (qrkFindTopElements(ctx, relinfo, root, qrk_type, errCode, msg)) return -1;
+  if (qrk_type == kForDecomposition) {
+    const DOM_Element join = root.firstDescendant(u"RDB_node").firstDescendant(u"condition");
+    if (qrkProcRel2(report, *relinfo, join.node())) return -1;
+  }
+  if (qrkFindTopElements(report, *relinfo, root, qrk_type)) return -1;
 
   const auto tables = static_cast<size_t>(relinfo->num_of_tables);
   relinfo->top_elements = static_cast<char**>(std::calloc(tables + 1, sizeof(char*)));

@@ -6,6 +6,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
+#include "src/dad/dad_walk.h"
 
 namespace orvxml {
 
@@ -16,12 +17,17 @@ class SettingsReader {
   SettingsReader(const Report& report, const DadSettingLimits& limits, DadSettings& settings)
       : report_(report), ctx_(report.ctx), limits_(limits), settings_(settings) {}
 
-  int readChild(const DOM_Node& node);
+  int readChild(const DOM_Element& element);
 
  private:
-  int readSchemaBindings(const DOM_Node& node);
-  int readDtdid(const DOM_Node& node);
-  int readValidation(const DOM_Node& node);
+  int readSchemaBindings(const DOM_Element& element);
+  int readDtdid(const DOM_Element& element);
+  int readValidation(const DOM_Element& element);
+  template <class... Args>
+  int refuse(const DOM_Element& element, Msg message, const Args&... args) {
+    tellPlace(element.node());
+    return fail(report_, message, args...);
+  }
   std::string text(std::u16string_view value) const;
 
   const Report report_;
@@ -30,12 +36,18 @@ class SettingsReader {
   DadSettings& settings_;
 };
 
-std::u16string strippedFirstChild(const DOM_Node& node) {
-  const DOMString value = node.getFirstChild().getNodeValue();
-  std::u16string stripped(value.view());
-  const int length = u_stripwhitespace(stripped.data());
-  stripped.resize(length > 0 ? static_cast<size_t>(length) : 0);
-  return stripped;
+// The text of an element without the white space around it.
+struct SettingText {
+  std::u16string stripped;
+  size_t length;  // in characters, with that white space
+};
+
+SettingText settingText(const DOM_Element& element) {
+  SettingText text{dadtree::childText(element.node()), 0};
+  text.length = text.stripped.size();
+  const int length = u_stripwhitespace(text.stripped.data());
+  text.stripped.resize(length > 0 ? static_cast<size_t>(length) : 0);
+  return text;
 }
 
 bool startsWith(const std::u16string& value, const char16_t* word, int32_t length) {
@@ -54,47 +66,55 @@ std::string SettingsReader::text(std::u16string_view value) const {
   return textForMessage(ctx_, value);
 }
 
-int SettingsReader::readChild(const DOM_Node& node) {
-  const DOMString name = node.getNodeName();
+int SettingsReader::readChild(const DOM_Element& element) {
+  const DOMString name = element.getTagName();
   QRK_TRACE(ctx_, "node name = %s, # of children = %d", text(name.view()).c_str(),
-            childCount(node));
-  if (name.equals(u"#comment") || name.equals(u"#text") || name.equals(u"Xcollection")) return 0;
-  if (name.equals(u"schemabindings")) return readSchemaBindings(node);
-  if (name.equals(u"dtdid")) return readDtdid(node);
-  if (name.equals(u"validation")) return readValidation(node);
-  return limits_.othersRefused ? fail(report_, Msg::QRKQ040E, text(name.view())) : 0;
+            childCount(element));
+  if (name.equals(u"Xcollection")) return 0;
+  if (name.equals(u"schemabindings")) return readSchemaBindings(element);
+  if (name.equals(u"dtdid")) return readDtdid(element);
+  if (name.equals(u"validation")) return readValidation(element);
+  return limits_.othersRefused ? refuse(element, Msg::QRKQ040E, text(name.view())) : 0;
 }
 
-int SettingsReader::readSchemaBindings(const DOM_Node& node) {
-  if (settings_.hasDtdid) return fail(report_, Msg::QRKQ057E);
+// The last `nonamespacelocation` counts. QRKQ058E is for one that is not there at all.
+int SettingsReader::readSchemaBindings(const DOM_Element& element) {
+  if (settings_.hasDtdid) return refuse(element, Msg::QRKQ057E);
   settings_.hasSchema = true;
-  settings_.schemaLocation.clear();
-  for (DOM_Node child = node.getFirstChild(); !child.isNull(); child = child.getNextSibling()) {
-    if (!child.isElement() || !child.getNodeName().equals(u"nonamespacelocation")) continue;
-    settings_.schemaLocation = child.asElement().getAttribute(u"location").view();
-    if (settings_.schemaLocation.size() > limits_.schemaLocation) settings_.schemaLocation.clear();
+  DOM_Element last;
+  for (DOM_Node child = element.getFirstChild(); !child.isNull(); child = child.getNextSibling()) {
+    if (child.isElement() && child.getNodeName().equals(u"nonamespacelocation")) {
+      last = child.asElement();
+    }
   }
-  return settings_.schemaLocation.empty() ? fail(report_, Msg::QRKQ058E) : 0;
+  if (last.isNull()) return refuse(element, Msg::QRKQ058E);
+  settings_.schemaLocation = last.getAttribute(u"location").view();
+  if (settings_.schemaLocation.empty() ||
+      settings_.schemaLocation.size() > limits_.schemaLocation) {
+    settings_.schemaLocation.clear();
+    return refuse(last, Msg::QRKQ000E, "location of nonamespacelocation");
+  }
+  return 0;
 }
 
-int SettingsReader::readDtdid(const DOM_Node& node) {
-  if (settings_.hasSchema) return fail(report_, Msg::QRKQ057E);
+int SettingsReader::readDtdid(const DOM_Element& element) {
+  if (settings_.hasSchema) return refuse(element, Msg::QRKQ057E);
   settings_.hasDtdid = true;
-  if (node.getFirstChild().isNull()) return 0;
-  settings_.dtdid = strippedFirstChild(node);
+  SettingText read = settingText(element);
+  settings_.dtdid = std::move(read.stripped);
   QRK_TRACE(ctx_, "dtdid = %s", text(settings_.dtdid).c_str());
-  const bool fits = node.getFirstChild().getNodeValue().view().size() <= limits_.dtdid;
-  return fits ? 0 : fail(report_, Msg::QRKA010E, text(settings_.dtdid));
+  if (read.length <= limits_.dtdid) return 0;
+  return refuse(element, Msg::QRKA010E, text(settings_.dtdid));
 }
 
-int SettingsReader::readValidation(const DOM_Node& node) {
+int SettingsReader::readValidation(const DOM_Element& element) {
   settings_.hasValidation = true;
-  const std::u16string value = strippedFirstChild(node);
-  QRK_TRACE(ctx_, "validation = %s", text(value).c_str());
-  const bool fits = node.getFirstChild().getNodeValue().view().size() <= limits_.validation;
-  settings_.validate = fits && startsWith(value, u"YES", 3);
-  if (settings_.validate || (fits && startsWith(value, u"NO", 2))) return 0;
-  return fail(report_, Msg::QRKA056E, text(value));
+  const SettingText read = settingText(element);
+  QRK_TRACE(ctx_, "validation = %s", text(read.stripped).c_str());
+  const bool fits = read.length <= limits_.validation;
+  settings_.validate = fits && startsWith(read.stripped, u"YES", 3);
+  if (settings_.validate || (fits && startsWith(read.stripped, u"NO", 2))) return 0;
+  return refuse(element, Msg::QRKA056E, text(read.stripped));
 }
 
 }  // namespace
@@ -105,7 +125,8 @@ int readDadSettings(QrkStruct* ctx, const DOM_Document& dad, const DadSettingLim
   QRK_TRACE(ctx, "number children = %d", childCount(root));
   SettingsReader reader(Report{.ctx = ctx, .msg = msg, .sqlState = sqlState}, limits, settings);
   for (DOM_Node child = root.getFirstChild(); !child.isNull(); child = child.getNextSibling()) {
-    if (int code = reader.readChild(child)) return code;
+    if (!child.isElement()) continue;
+    if (int code = reader.readChild(child.asElement())) return code;
   }
   return 0;
 }

@@ -2,6 +2,11 @@
 
 namespace orvxml::dadtree {
 
+xercesc::DOMElement* nearestElementNode(xercesc::DOMNode* node) {
+  while (node && !hasTag(node, u"element_node")) node = node->getParentNode();
+  return node ? asElement(node) : nullptr;
+}
+
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag) {
   for (auto* child = node->getFirstChild(); child; child = child->getNextSibling()) {
     if (hasTag(child, tag)) return asElement(child);
@@ -30,7 +35,23 @@ int failName(const Report& report, const char16_t* name, int scannerCode) {
   return scannerCode;
 }
 
+std::string lacksName(const char* what, const xercesc::DOMElement* element, int limit) {
+  const bool isThere = *element->getAttribute(u"name") != 0;
+  return isThere ? std::string(what) + " with a name of more than " + std::to_string(limit) +
+                       " characters"
+                 : std::string(what) + " without a name";
+}
+
+std::string shownItem(const xercesc::DOMElement* leaf) {
+  if (hasTag(leaf, u"attribute_node")) return "attribute " + shown(leaf->getAttribute(u"name"));
+  if (hasTag(leaf, u"element_node")) return "element " + shown(leaf->getAttribute(u"name"));
+  const auto* parent = leaf->getParentNode();
+  const bool hasElement = parent && hasTag(parent, u"element_node");
+  return "text of " + (hasElement ? shown(asElement(parent)->getAttribute(u"name")) : "nothing");
+}
+
 int failUnconverted(const Report& report, int purpose, const xercesc::DOMElement* item) {
+  tellPlace(item);
   if (purpose == kForComposition) {
     return failed(report, Msg::QRKQ040E, textForMessage(report.ctx, item->getAttribute(u"name")));
   }

@@ -1,5 +1,5 @@
-// What the builders of the mapping model share: the walk over the element tree with its rule of
-// what a mapped leaf is, the text of an element, and the report of an exceeded limit.
+// What the readers of a mapping share: the walk over the element tree with its rule of what a
+// mapped leaf is, the text of an element, and the report of an exceeded limit.
 #pragma once
 
 #include <string>
@@ -7,6 +7,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/mapping_model.h"
+#include "src/dad/mapping_notices.h"
 
 namespace orvxml::dadtree {
 
@@ -22,10 +23,24 @@ inline xercesc::DOMElement* asElement(xercesc::DOMNode* node) {
   return static_cast<xercesc::DOMElement*>(node);
 }
 
+inline const xercesc::DOMElement* asElement(const xercesc::DOMNode* node) {
+  return static_cast<const xercesc::DOMElement*>(node);
+}
+
+// The nearest element_node from `node` up, or null.
+xercesc::DOMElement* nearestElementNode(xercesc::DOMNode* node);
 // The first child called `tag`, or null.
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag);
-// The text that stands directly in `node`, CDATA sections included.
+// The text that stands directly in `node`: text and CDATA sections, whatever comments and
+// processing instructions stand between them.
 std::u16string childText(const xercesc::DOMNode* node);
+// The names of limits in messages.
+inline constexpr char kTablesLimit[] = "QRK_NUMTAB_IN_REL";
+inline constexpr char kKeyColumnsLimit[] = "QRK_NUM_KEYS";
+inline constexpr char kForeignKeysLimit[] = "QRK_NUM_FK";
+inline constexpr char kJoinConditionLimit[] = "QRK_CONDITION_LENGTH";
+inline constexpr char kConditionLimit[] = "QRK_CONDITION_SIZE";  // of a column, or of a table's all
+
 // QRKG017E: "limit" is its name and what it was exceeded by. Returns -1.
 int failLimit(const Report& report, const std::string& limit, int line);
 // A name that the SQL scanner refused: QRKQ033E with the name, but the scanner's own code. Returns
@@ -34,6 +49,11 @@ int failName(const Report& report, const char16_t* name, int scannerCode);
 // A mapped name that the database code page cannot carry: QRKQ040E with the name in composition,
 // in decomposition the message of an item that has no name. Returns -1.
 int failUnconverted(const Report& report, int purpose, const xercesc::DOMElement* item);
+
+// What QRKQ013E does not say of a table or column: that it has no name, or one beyond the limit.
+std::string lacksName(const char* what, const xercesc::DOMElement* element, int limit);
+// "attribute no", "text of invoice", "element note": a mapped leaf as the text of a place names it.
+std::string shownItem(const xercesc::DOMElement* leaf);
 
 // Walks the tree of element_nodes from `node` down. Of the visitor it calls enter(element) and
 // leave(element) around each element_node and leaf(element, rdb) for each mapped leaf: an
@@ -57,7 +77,7 @@ int walkMappedLeaves(const Report& report, xercesc::DOMNode* node, int purpose, 
   }
   if (isLeaf) {
     xercesc::DOMElement* rdb = childElement(node, u"RDB_node");
-    if (!rdb) return failed(report, Msg::QRKQ000E, "RDB_NODE");
+    if (!rdb) return failAt(node, shownItem(asElement(node)), report, Msg::QRKQ000E, "RDB_NODE");
     if (int rc = visitor.leaf(asElement(node), rdb)) return rc;
   }
   if (isElement) visitor.leave(asElement(node));
@@ -65,18 +85,3 @@ int walkMappedLeaves(const Report& report, xercesc::DOMNode* node, int purpose, 
 }
 
 }  // namespace orvxml::dadtree
-
-namespace orvxml {
-
-// The steps of the model's building, in calling order (each in the file of its name).
-int whereparser(QrkStruct* ctx, rel* relinfo, const char16_t* condition, int qrk_type, int* errCode,
-                char* msg);
-int qrkSetJoinInfoForeign(QrkStruct* ctx, rel* relinfo, int qrk_type, tab* table, const char* col,
-                          const char* forSchema, const char* forTable, const char* forCol,
-                          int* errCode, char* msg);
-int qrkProcRel2(QrkStruct* ctx, rel* relinfo, int* errCode, char* msg);
-int qrkFindTopElements(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_type,
-                       int* errCode, char* msg);
-col2xml_entry* findColumnMapping(tab* table, const char* col);
-
-}  // namespace orvxml

@@ -6,6 +6,7 @@
 #include "orvxml/mapping_model.h"
 #include "orvxml/trace.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/model_steps.h"
 
 namespace orvxml {
 
@@ -15,7 +16,8 @@ namespace {
 
 class ForeignKeys {
  public:
-  ForeignKeys(const Report& report, rel& model) : report_(report), model_(model) {}
+  ForeignKeys(const Report& report, rel& model, const xercesc::DOMNode* condition)
+      : report_(report), model_(model), condition_(condition) {}
 
   int findAll() {
     for (int i = 0; i < model_.num_of_tables; ++i) {
@@ -43,20 +45,31 @@ class ForeignKeys {
   }
 
   int addForeignKey(tab& table, join_info_entry& column, tab& parent, const join_partner& partner) {
-    if (table.num_fk == kMaxForeignKeys) return failLimit(report_, "QRK_NUM_FK", __LINE__);
-    foreign_key& key = table.fk[table.num_fk++];
-    key = {&column, nullptr};
-    if (const col2xml_entry* own = findColumnMapping(&table, column.col)) {
-      return failed(report_, Msg::QRKQ056E, own->xml, own->col, table.name);
+    if (table.num_fk == kMaxForeignKeys) {
+      tellPlace(condition_);
+      return failLimit(report_, kForeignKeysLimit, __LINE__);
     }
-    key.parent = findSource(table, parent, partner.col);
-    if (!key.parent) return failed(report_, Msg::QRKA059E, "UNKNOWN", column.col);
+    if (const col2xml_entry* own = findColumnMapping(&table, column.col)) {
+      return failAt(condition_, {}, report_, Msg::QRKQ056E, own->xml, own->col, table.name);
+    }
+    col2xml_entry* source = findSource(table, parent, partner.col);
+    if (!source) {
+      return failAt(condition_, unmapped(parent, partner.col), report_, Msg::QRKA059E, "UNKNOWN",
+                    column.col);
+    }
+    table.fk[table.num_fk++] = {&column, source};
     for (int i = 0; i + 1 < table.num_fk; ++i) {
       if (table.fk[i].column == &column) {
         QRK_TRACE(report_.ctx, "column %s of %s has several parents", column.col, table.name);
       }
     }
     return 0;
+  }
+
+  // A foreign key has the type of the column that its value comes from.
+  std::string unmapped(const tab& parent, const char* column) const {
+    return shownText(report_.ctx, std::string(parent.name) + '.' + column) +
+           " is not mapped, and no join leads from it to a mapped column further up";
   }
 
   // The mapped column that supplies the value. Each step goes to a table of a smaller level, so the
@@ -83,13 +96,13 @@ class ForeignKeys {
 
   const Report& report_;
   rel& model_;
+  const xercesc::DOMNode* const condition_;
 };
 
 }  // namespace
 
-int qrkProcRel2(QrkStruct* ctx, rel* relinfo, int* errCode, char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  return ForeignKeys(report, *relinfo).findAll();
+int qrkProcRel2(const Report& report, rel& model, const xercesc::DOMNode* condition) {
+  return ForeignKeys(report, model, condition).findAll();
 }
 
 }  // namespace orvxml

@@ -11,6 +11,7 @@
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/model_steps.h"
 
 namespace orvxml {
 
@@ -46,17 +47,19 @@ std::string quoted(QrkStruct* ctx, const char16_t* text) {
 
 class ConditionParser {
  public:
-  ConditionParser(const Report& report, rel& model, int purpose, const char16_t* text)
-      : report_(report), model_(model), purpose_(purpose), cursor_(text) {}
+  ConditionParser(const Report& report, rel& model, int purpose, const char16_t* text,
+                  const xercesc::DOMNode* element)
+      : report_(report), model_(model), purpose_(purpose), cursor_(text), element_(element) {}
 
   int parse() {
     for (;;) {
       JoinSide left, right;
+      equality_ = cursor_;
       next();
       if (!parseName(left)) return unexpected();
       if (token_.type != Type_Delimiter || *token_.startptr != u'=') return unexpected();
       next();
-      if (!parseName(right)) return failed(report_, Msg::QRKQ015E);
+      if (!parseName(right)) return refuse("no column on the right side", Msg::QRKQ015E);
       const bool ended = token_.type == Type_EOF;
       if (!ended && !(isAnd())) return unexpected();
       if (int rc = record(left, right)) return rc;
@@ -67,7 +70,14 @@ class ConditionParser {
  private:
   void next() { qrkGetSqlToken(report_.ctx, &cursor_, &token_); }
 
-  int unexpected() { return failed(report_, Msg::QRKQ034E, quoted(report_.ctx, token_.startptr)); }
+  template <class... Args>
+  int refuse(const char* why, Msg message, const Args&... args) {
+    const std::string text = shown(equality_);
+    return failAt(element_, *why ? why + std::string(": ") + text : text, report_, message,
+                  args...);
+  }
+
+  int unexpected() { return refuse("", Msg::QRKQ034E, quoted(report_.ctx, token_.startptr)); }
 
   bool isAnd() const {
     std::string word;
@@ -92,9 +102,9 @@ class ConditionParser {
       const auto room = static_cast<size_t>(size);
       return std::strlen(left.parts[part]) >= room || std::strlen(right.parts[part]) >= room;
     };
-    if (tooLong(0, kSchemaSize)) return failed(report_, Msg::QRKQ036E);
-    if (tooLong(1, kTableSize)) return failed(report_, Msg::QRKQ031E);
-    if (tooLong(2, kColumnSize)) return failed(report_, Msg::QRKQ032E);
+    if (tooLong(0, kSchemaSize)) return refuse("", Msg::QRKQ036E);
+    if (tooLong(1, kTableSize)) return refuse("", Msg::QRKQ031E);
+    if (tooLong(2, kColumnSize)) return refuse("", Msg::QRKQ032E);
     return 0;
   }
 
@@ -107,16 +117,21 @@ class ConditionParser {
 
   int recordSide(const JoinSide& own, const JoinSide& partner) {
     tab* table = findTabByName(report_.ctx, &model_, own.schema(), own.table());
-    if (!table) return failed(report_, Msg::QRKQ015E);
-    return qrkSetJoinInfoForeign(report_.ctx, &model_, purpose_, table, own.column(),
-                                 partner.schema(), partner.table(), partner.column(),
-                                 report_.errCode, report_.msg);
+    if (!table) {
+      return refuse("the top RDB_node does not list the table of one side", Msg::QRKQ015E);
+    }
+    const int rc = qrkSetJoinInfoForeign(report_, model_, purpose_, *table, own.column(),
+                                         partner.schema(), partner.table(), partner.column());
+    if (rc != 0) tellPlace(element_, shown(equality_));
+    return rc;
   }
 
   const Report& report_;
   rel& model_;
   const int purpose_;
   const char16_t* cursor_;
+  const char16_t* equality_ = nullptr;  // the start of the one being read
+  const xercesc::DOMNode* const element_;
   QrkSqlToken token_{};
 };
 
@@ -149,7 +164,7 @@ int fillPartnerType(const Report& report, rel* relinfo, join_info_entry& entry) 
     std::strcpy(entry.type, known->type);
     return 0;
   }
-  char column[4 * kColumnSize];
+  char column[4 * kColumnSize];  // a capital may take more bytes than its small letter
   if (qrk_toupper(report.ctx, partner.col, column, sizeof column)) {
     return failed(report, Msg::QRKQ032E);
   }
@@ -164,37 +179,35 @@ int fillPartnerType(const Report& report, rel* relinfo, join_info_entry& entry) 
 
 }  // namespace
 
-int whereparser(QrkStruct* ctx, rel* relinfo, const char16_t* condition, int qrk_type, int* errCode,
-                char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  return ConditionParser(report, *relinfo, qrk_type, condition).parse();
+int whereparser(const Report& report, rel& model, int purpose, const char16_t* condition,
+                const xercesc::DOMNode* element) {
+  return ConditionParser(report, model, purpose, condition, element).parse();
 }
 
-int qrkSetJoinInfoForeign(QrkStruct* ctx, rel* relinfo, int qrk_type, tab* table, const char* col,
-                          const char* forSchema, const char* forTable, const char* forCol,
-                          int* errCode, char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
+int qrkSetJoinInfoForeign(const Report& report, rel& model, int purpose, tab& table,
+                          const char* column, const char* forSchema, const char* forTable,
+                          const char* forColumn) {
   int slot = 0;
-  while (slot < relinfo->num_cond && table->join_info[slot].col[0] &&
-         std::strcmp(table->join_info[slot].col, col) != 0) {
+  while (slot < model.num_cond && table.join_info[slot].col[0] &&
+         std::strcmp(table.join_info[slot].col, column) != 0) {
     ++slot;
   }
-  if (slot == relinfo->num_cond) return failed(report, Msg::QRKG004E);
-  join_info_entry& entry = table->join_info[slot];
-  if (hasPartner(entry, forSchema, forTable, forCol)) return 0;
+  if (slot == model.num_cond) return failed(report, Msg::QRKG004E);
+  join_info_entry& entry = table.join_info[slot];
+  if (hasPartner(entry, forSchema, forTable, forColumn)) return 0;
   if (!entry.foreign) {
-    const auto capacity = static_cast<size_t>(relinfo->num_cond);
+    const auto capacity = static_cast<size_t>(model.num_cond);
     entry.foreign = static_cast<join_partner*>(std::calloc(capacity, sizeof(join_partner)));
   }
   if (!entry.foreign) return failed(report, Msg::QRKG002E);
-  std::strcpy(entry.col, col);
+  std::strcpy(entry.col, column);
   join_partner& partner = entry.foreign[entry.num_join++];
   std::strcpy(partner.schema, forSchema);
   std::strcpy(partner.tab, forTable);
-  std::strcpy(partner.col, forCol);
-  if (table->num_join < slot + 1) table->num_join = slot + 1;
-  if (qrk_type != kForComposition || entry.num_join > 1) return 0;
-  return fillPartnerType(report, relinfo, entry);
+  std::strcpy(partner.col, forColumn);
+  if (table.num_join < slot + 1) table.num_join = slot + 1;
+  if (purpose != kForComposition || entry.num_join > 1) return 0;
+  return fillPartnerType(report, &model, entry);
 }
 
 }  // namespace orvxml

@@ -7,6 +7,7 @@
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/model_steps.h"
 
 namespace orvxml {
 
@@ -59,7 +60,9 @@ class TableReader {
       if (!hasTag(child, u"table")) continue;
       if (int rc = readOne(asElement(child))) return rc;
     }
-    return badNameCode_ ? failName(report_, badName_, badNameCode_) : 0;
+    if (!badNameCode_) return 0;
+    tellPlace(badNameAt_, "table");
+    return failName(report_, badName_, badNameCode_);
   }
 
  private:
@@ -70,7 +73,8 @@ class TableReader {
     if (!table) return outOfMemory();
     int rc = fill(*table, element);
     if (!rc && model_.num_of_tables == QRK_NUMTAB_IN_REL) {
-      rc = failLimit(report_, "QRK_NUMTAB_IN_REL", __LINE__);
+      tellPlace(element);
+      rc = failLimit(report_, kTablesLimit, __LINE__);
     }
     if (rc) {
       freeTable(table, 0);
@@ -87,10 +91,13 @@ class TableReader {
     table.max_col = kInitialColumns;
     table.level = kNoLevel;
     const char16_t* name = boundedAttribute(element, u"name", kQualifiedNameLimit);
-    if (!name) return failed(report_, Msg::QRKQ013E);
+    if (!name) {
+      return failAt(element, lacksName("table", element, kQualifiedNameLimit), report_,
+                    Msg::QRKQ013E);
+    }
     if (int rc = qrkParseWQualTbl(report_.ctx, name, table.schema, sizeof table.schema, table.name,
                                   sizeof table.name)) {
-      rememberBadName(name, rc);
+      rememberBadName(element, name, rc);
     }
     if (int rc = readOrderBy(table, element)) return rc;
     return purpose_ == kForDecomposition ? readKey(table, element) : 0;
@@ -101,7 +108,7 @@ class TableReader {
     if (!text) return 0;
     std::string columns;
     if (!toDatabase(report_.ctx, text, columns)) {
-      return failed(report_, Msg::QRKQ055E,
+      return failAt(element, {}, report_, Msg::QRKQ055E,
                     std::string("orderBy of table ") + table.name + " does not convert");
     }
     table.orderBy = allocate<char>(std::max<size_t>(kOrderBySize, columns.size() + 1));
@@ -120,20 +127,25 @@ class TableReader {
       qrkGetSqlToken(report_.ctx, &cursor, &token);
       if (token.type == Type_EOF) return 0;
       if (token.type != Type_Identifier && token.type != Type_DelimitedId) {
-        rememberBadName(key, kNotAnIdentifier);
+        // A name of more bytes than the scanner takes is none to it.
+        rememberBadName(element, key, kNotAnIdentifier);
         return 0;
       }
       if (std::strlen(token.text) >= sizeof table.pri_key.name[0]) {
-        rememberBadName(key, kNameTooLong);
+        rememberBadName(element, key, kNameTooLong);
         return 0;
       }
-      if (table.pri_key.num == kMaxKeyColumns) return failLimit(report_, "QRK_NUM_KEYS", __LINE__);
+      if (table.pri_key.num == kMaxKeyColumns) {
+        tellPlace(element);
+        return failLimit(report_, kKeyColumnsLimit, __LINE__);
+      }
       std::strcpy(table.pri_key.name[table.pri_key.num++], token.text);
     }
   }
 
-  void rememberBadName(const char16_t* name, int code) {
+  void rememberBadName(const xercesc::DOMElement* element, const char16_t* name, int code) {
     if (badNameCode_) return;
+    badNameAt_ = element;
     badName_ = name;
     badNameCode_ = code;
   }
@@ -141,17 +153,18 @@ class TableReader {
   const Report& report_;
   rel& model_;
   const int purpose_;
+  const xercesc::DOMElement* badNameAt_ = nullptr;
   const char16_t* badName_ = nullptr;
   int badNameCode_ = 0;
 };
 
 // The normalised text of the join condition; empty when there is none.
-int readTopCondition(const Report& report, const DOM_Element& topRdb, std::u16string& condition) {
-  const DOM_Element element = topRdb.firstDescendant(u"condition");
+int readTopCondition(const Report& report, const DOM_Element& element, std::u16string& condition) {
   if (element.isNull()) return 0;
   condition = childText(element.node());
   if (condition.size() > kTopConditionLimit) {
-    return failLimit(report, "QRK_CONDITION_LENGTH", __LINE__);
+    tellPlace(element.node());
+    return failLimit(report, kJoinConditionLimit, __LINE__);
   }
   if (condition.empty()) return 0;
   if (qrkCleanQueryUcs(report.ctx, condition.data(), report)) return -1;
@@ -180,13 +193,16 @@ int qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, int qrk_type
   relinfo->num_cond = 0;
   std::fill_n(relinfo->tab, QRK_NUMTAB_IN_REL, nullptr);
   relinfo->top_elements = nullptr;
-  auto missing = [&](const char* what) { return failed(report, Msg::QRKQ000E, what); };
+  auto missing = [&](const char* what, const DOM_Element& at = {}) {
+    return failAt(at.node(), {}, report, Msg::QRKQ000E, what);
+  };
   if (dad.isNull()) return missing("root_node");
   const DOM_Element topRdb = dad.firstDescendant(u"RDB_node");
+  const DOM_Element join = topRdb.firstDescendant(u"condition");
   std::u16string condition;
-  if (int rc = readTopCondition(report, topRdb, condition)) return rc;
-  if (topRdb.isNull()) return missing("RDB_node");
-  if (!topRdb.node()->hasChildNodes()) return missing("table & column");
+  if (int rc = readTopCondition(report, join, condition)) return rc;
+  if (topRdb.isNull()) return missing("RDB_node", dad);
+  if (!topRdb.node()->hasChildNodes()) return missing("table & column", topRdb);
 
   if (int rc = TableReader(report, *relinfo, qrk_type).readAll(topRdb.node())) return rc;
   relinfo->num_cond = static_cast<int32_t>(std::count(condition.begin(), condition.end(), u'='));
@@ -194,7 +210,7 @@ int qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, int qrk_type
     if (int rc = makeJoinInfo(report, *relinfo)) return rc;
   }
   if (condition.empty()) return 0;
-  return whereparser(ctx, relinfo, condition.c_str(), qrk_type, errCode, msg);
+  return whereparser(report, *relinfo, qrk_type, condition.c_str(), join.node());
 }
 
 int qrkFreeRel(QrkStruct* ctx, rel* relinfo) {

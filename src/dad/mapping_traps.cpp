@@ -1,10 +1,99 @@
 #include "src/dad/mapping_traps.h"
 
+#include <algorithm>
+
+#include "orvxml/notices.h"
+#include "src/dad/dad_walk.h"
+#include "src/dad/trap_rules.h"
+
 namespace orvxml {
 
-void tellTraps(QrkStruct*, const rel&, const DOM_Element&, MappingPurpose) {}
+using namespace dadtree;
 
-const tab* unjoinedTable(QrkStruct*, const rel&, const DOM_Element&) {
+namespace {
+
+using ElementNumbers = std::unordered_map<const xercesc::DOMNode*, size_t>;
+
+// The numbers of all elements of a mapping: asking for one at a time would walk it for each.
+ElementNumbers elementNumbers(const xercesc::DOMNode* any) {
+  ElementNumbers numbers;
+  xercesc::DOMDocument* const document = any->getOwnerDocument();
+  for (xercesc::DOMNode* at = document; at; at = nextInDocumentOrder(document, at)) {
+    if (at->getNodeType() == xercesc::DOMNode::ELEMENT_NODE) {
+      numbers.emplace(at, numbers.size() + 1);
+    }
+  }
+  return numbers;
+}
+
+}  // namespace
+
+void TrapList::add(const char* rule, const xercesc::DOMNode* node, std::string_view text) {
+  traps_.push_back({rule, node, std::string(text)});
+}
+
+void TrapList::tellAll() {
+  NoticeListener* const listener = noticeListener();
+  if (traps_.empty() || !listener) return;
+  const ElementNumbers numbers = elementNumbers(traps_.front().node);
+  const auto number = [&](const Trap& trap) {
+    const auto found = numbers.find(trap.node);
+    return found == numbers.end() ? 0 : found->second;
+  };
+  std::stable_sort(traps_.begin(), traps_.end(),
+                   [&](const Trap& a, const Trap& b) { return number(a) < number(b); });
+  for (Trap& trap : traps_) {
+    Notice notice;
+    notice.rule = trap.rule;
+    notice.text = std::move(trap.text);
+    notice.mappingElement = number(trap);
+    listener->notice(notice);
+  }
+  traps_.clear();
+}
+
+std::string shownTable(const MappingSurvey& survey, int index) {
+  const tab& table = survey.table(index);
+  return (*table.schema ? shownText(survey.ctx(), table.schema) + '.' : "") +
+         shownText(survey.ctx(), table.name);
+}
+
+std::string shownColumn(const MappingSurvey& survey, int table, int column) {
+  return shownTable(survey, table) + '.' +
+         shownText(survey.ctx(), survey.table(table).col2xml[column].col);
+}
+
+std::string shownElement(const xercesc::DOMElement* element) {
+  return '<' + shown(element->getAttribute(u"name")) + '>';
+}
+
+std::string shownLeaf(const MappedLeaf& leaf) {
+  const std::string element = shownElement(leaf.element);
+  if (leaf.node == leaf.element) return "the element " + element;
+  if (hasTag(leaf.node, u"text_node")) return "the text of " + element;
+  return "the attribute " + shown(leaf.node->getAttribute(u"name")) + " of " + element;
+}
+
+void tellTraps(QrkStruct* ctx, const rel& model, const DOM_Element& root, MappingPurpose purpose) {
+  if (!noticeListener()) return;
+  const MappingSurvey survey(ctx, model, root, purpose);
+  TrapList traps;
+  findIgnoredParts(survey, traps);
+  findLooseTables(survey, traps);
+  if (purpose == kForDecomposition) {
+    findLostValues(survey, traps);
+    findCaughtKeys(survey, traps);
+  } else {
+    findLostRows(survey, traps);
+  }
+  traps.tellAll();
+}
+
+const tab* unjoinedTable(QrkStruct* ctx, const rel& model, const DOM_Element& root) {
+  const MappingSurvey survey(ctx, model, root, kForComposition);
+  for (int i = 0; i < model.num_of_tables; ++i) {
+    if (isUnjoined(survey, i, true)) return &survey.table(i);
+  }
   return nullptr;
 }
 

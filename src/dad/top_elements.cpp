@@ -5,6 +5,7 @@
 #include "orvxml/mapping_model.h"
 #include "orvxml/sql_scanner.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/model_steps.h"
 
 namespace orvxml {
 
@@ -28,38 +29,23 @@ class TopElementFinder {
     char name[kTableSize];
     if (int rc = qrkGetTabFromRDB(report_.ctx, ownName.c_str(), DOM_Element(owner_, rdb), schema,
                                   name, report_.errCode, report_.msg)) {
+      tellPlace(rdb, shownItem(leafNode));
       return rc;
     }
     tab* table = findTabByName(report_.ctx, &model_, schema, name);
-    if (!table || !element) return failed(report_, Msg::QRKQ016E);
+    if (!table || !element) return failAt(rdb, shownItem(leafNode), report_, Msg::QRKQ016E);
     return table->top_element[0] ? 0 : setTopElement(*table, element);
   }
 
  private:
-  static xercesc::DOMElement* nearestElementNode(xercesc::DOMNode* node) {
-    while (node && !hasTag(node, u"element_node")) node = node->getParentNode();
-    return node ? asElement(node) : nullptr;
-  }
-
-  // A repeating element that only groups others of the same table stands for the row instead.
-  bool standsForRow(const tab& table, xercesc::DOMElement* element) const {
-    const DOM_Element handle(owner_, element);
-    return qrkIsNodeIntermediate(report_.ctx, handle) && qrkIsNodeMultiOccur(report_.ctx, handle) &&
-           !qrkHasChildFromOtherTab(report_.ctx, handle, &table, 0);
-  }
-
   int setTopElement(tab& table, xercesc::DOMElement* element) {
-    for (;;) {
-      xercesc::DOMNode* parent = element->getParentNode();
-      if (!parent || !hasTag(parent, u"element_node")) break;
-      if (!standsForRow(table, asElement(parent))) break;
-      element = asElement(parent);
-    }
+    element = rowElement(report_.ctx, table, owner_, element);
     std::string name;
     if (!toDatabase(report_.ctx, element->getAttribute(u"name"), name)) {
       return failUnconverted(report_, purpose_, element);
     }
     if (name.size() >= sizeof table.top_element) {
+      tellPlace(element);
       return failLimit(report_, "name " + name, __LINE__);
     }
     std::strcpy(table.top_element, name.c_str());
@@ -72,13 +58,27 @@ class TopElementFinder {
   const DocumentOwner owner_;
 };
 
+// A repeating element that only groups others of the same table stands for the row instead.
+bool standsForRow(QrkStruct* ctx, const tab& table, const DOM_Element& element) {
+  return qrkIsNodeIntermediate(ctx, element) && qrkIsNodeMultiOccur(ctx, element) &&
+         !qrkHasChildFromOtherTab(ctx, element, &table, 0);
+}
+
 }  // namespace
 
-int qrkFindTopElements(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_type,
-                       int* errCode, char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  TopElementFinder finder(report, *relinfo, qrk_type, root.owner());
-  return walkMappedLeaves(report, root.node(), qrk_type, finder);
+xercesc::DOMElement* rowElement(QrkStruct* ctx, const tab& table, const DocumentOwner& owner,
+                                xercesc::DOMElement* element) {
+  for (;;) {
+    xercesc::DOMNode* parent = element->getParentNode();
+    if (!parent || !hasTag(parent, u"element_node")) return element;
+    if (!standsForRow(ctx, table, DOM_Element(owner, asElement(parent)))) return element;
+    element = asElement(parent);
+  }
+}
+
+int qrkFindTopElements(const Report& report, rel& model, const DOM_Element& root, int purpose) {
+  TopElementFinder finder(report, model, purpose, root.owner());
+  return walkMappedLeaves(report, root.node(), purpose, finder);
 }
 
 }  // namespace orvxml

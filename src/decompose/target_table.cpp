@@ -73,22 +73,30 @@ std::string writtenName(const tab& table) {
   return *table.schema ? std::string(table.schema) + '.' + table.name : table.name;
 }
 
-// The table that the foreign keys point at: the one whose column supplies the first foreign key, by
-// the key's own join before any other. Null when there is none.
+// The table that the foreign keys point at: the one that the first key's own join names by the
+// column that supplies it. Null when there is none.
 const join_partner* referencedTable(const tab& table) {
   const foreign_key& key = table.fk[0];
-  const auto suppliesKey = [&](const join_partner& partner) {
-    return std::strcmp(partner.col, key.parent->col) == 0;
-  };
   const std::span<const join_partner> own(key.column->foreign,
                                           static_cast<size_t>(key.column->num_join));
-  const auto partner = std::find_if(own.begin(), own.end(), suppliesKey);
-  if (partner != own.end()) return &*partner;
-  for (int i = 0; table.join_info && i < table.num_join; ++i) {
-    const join_info_entry& join = table.join_info[i];
-    if (join.num_join > 0 && suppliesKey(join.foreign[0])) return &join.foreign[0];
+  const auto partner = std::find_if(own.begin(), own.end(), [&](const join_partner& candidate) {
+    return std::strcmp(candidate.col, key.parent->col) == 0;
+  });
+  return partner == own.end() ? nullptr : &*partner;
+}
+
+// The clause names one table, and columns by the names that they have where the values come from.
+// Whether the key is joined to that table's column of that name, and is named once.
+bool pointsAt(const tab& table, int index, const join_partner& parent) {
+  const foreign_key& key = table.fk[index];
+  for (int i = 0; i < index; ++i) {
+    if (table.fk[i].column == key.column) return false;
   }
-  return nullptr;
+  const join_partner* const joins = key.column->foreign;
+  return std::any_of(joins, joins + key.column->num_join, [&](const join_partner& partner) {
+    return std::strcmp(partner.col, key.parent->col) == 0 &&
+           cmpQualTblName(partner.schema, parent.schema, partner.tab, parent.tab) == 0;
+  });
 }
 
 bool hasAllParents(const tab& table) {
@@ -114,7 +122,8 @@ bool isMapped(const tab& table, const char* column) {
                      [&](const col2xml_entry& entry) { return !std::strcmp(entry.col, column); });
 }
 
-// The foreign keys of a table that has some; QRKG001E when nothing supplies one of them.
+// The foreign keys of a table that has some; QRKG001E when nothing supplies one of them, QRKQ035E
+// for one that is not of the referenced table: no clause says what the mapping means then.
 int addForeignKeys(const Report& report, StatementText& sql, const tab& table) {
   const join_partner* const parent = hasAllParents(table) ? referencedTable(table) : nullptr;
   if (!parent) {
@@ -124,6 +133,10 @@ int addForeignKeys(const Report& report, StatementText& sql, const tab& table) {
               table.schema, *table.schema ? "." : "", table.name,
               table.fk[0].column ? table.fk[0].column->col : "");
     return failInternal(report, kModule, __LINE__);
+  }
+  for (int i = 0; i < table.num_fk; ++i) {
+    if (pointsAt(table, i, *parent)) continue;
+    return fail(report, Msg::QRKQ035E, writtenName(table) + '.' + table.fk[i].column->col);
   }
   const std::span<const foreign_key> keys(table.fk, static_cast<size_t>(table.num_fk));
   for (const foreign_key& key : keys) {

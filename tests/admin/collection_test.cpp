@@ -1,4 +1,4 @@
-#include "tests/decompose/mapping_texts.h"
+#include "tests/support/dads.h"
 #include "tests/support/admin_calls.h"
 
 namespace orvxml::test {

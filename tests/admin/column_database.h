@@ -7,6 +7,7 @@
 
 #include "orvxml/messages.h"
 #include "tests/support/admin_calls.h"
+#include "tests/support/dads.h"
 
 namespace orvxml::test {
 
@@ -75,18 +76,6 @@ inline CallOutcome enabled(const std::string& column = "doc") {
 }
 inline CallOutcome disabled(const std::string& column = "doc") {
   return {0, "QRKA034I  XML Annex has successfully disabled column " + column + "."};
-}
-
-inline std::string sideColumn(const std::string& name, const std::string& type,
-                              const std::string& path, const std::string& occurrence = "NO") {
-  return "<column name=\"" + name + "\" type=\"" + type + "\" path=\"" + path +
-         "\" multi_occurrence=\"" + occurrence + "\"/>";
-}
-inline std::string sideTable(const std::string& name, const std::string& columns) {
-  return "<table name=\"" + name + "\">" + columns + "</table>";
-}
-inline std::string columnDad(const std::string& tables, const std::string& settings = "") {
-  return "<DAD>" + settings + "<Xcolumn>" + tables + "</Xcolumn></DAD>";
 }
 
 // A side table "side" with the column "c".

@@ -127,7 +127,8 @@ TEST_F(DriverTest, SettingsOfTheMapping) {
       {"DTD, then schema", "<dtdid>d</dtdid>" + schema("s"), -137, "QRKQ057E  *"},
       {"no location", "<schemabindings><a/></schemabindings>", -138, "QRKQ058E  *"},
       {"the longest location", schema(location), 0, kDone},
-      {"a longer location", schema(location + "x"), -138, "QRKQ058E  *"},
+      {"a longer location", schema(location + "x"), -61,
+       "QRKQ000E  location of nonamespacelocation *"},
       {"a DTD of any length", "<dtdid>" + location + "</dtdid>", 0, kDone},
       {"an unknown element", "<Xcolumn/>", -123, "QRKQ040E  The element name Xcolumn *"},
   };

@@ -1,8 +1,8 @@
 // RDB_node mappings for tests, put together from their parts, and the documents that they give.
 #pragma once
 
-#include "tests/decompose/mapping_texts.h"
 #include "tests/support/composed_documents.h"
+#include "tests/support/dads.h"
 
 namespace orvxml::test {
 
@@ -17,22 +17,9 @@ inline std::string mapping(const std::string& root, const std::string& prolog = 
 inline std::string table(const std::string& name, const std::string& orderBy = "") {
   return "<table name='" + name + "' orderBy='" + orderBy + "'/>";
 }
-inline std::string top(const std::string& tables, const std::string& condition = "") {
-  return "<RDB_node>" + tables +
-         (condition.empty() ? "" : "<condition>" + condition + "</condition>") + "</RDB_node>";
-}
-inline std::string textOf(const std::string& name, const std::string& from,
-                          const std::string& col) {
-  return element(name, text(column(from, col)));
-}
-inline std::string attributeOf(const std::string& name, const std::string& from,
-                               const std::string& col) {
-  return attribute(name, column(from, col));
-}
 inline std::string conditional(const std::string& from, const std::string& col,
                                const std::string& more) {
-  return "<RDB_node><table name='" + from + "'/><column name='" + col + "'/><condition>" + more +
-         "</condition></RDB_node>";
+  return column(from, col, "", "<condition>" + more + "</condition>");
 }
 
 // Orders with their parts, and how the parts are shipped.

@@ -69,8 +69,8 @@ TEST(RdbComposition, EveryFailureHasItsMessage) {
                                 element("e", textOf("f", "c", "k") + textOf("g", "c", "v")))),
        -142, "QRKQ062E  No rows of result set for C are left to produce a XML value for g."},
       {"a parent whose query has not run",
-       mapping(element("r", top(table("t") + table("c") + table("d"), "c.k = d.k") + k +
-                                element("w", element("x", textOf("d", "d", "k"))) +
+       mapping(element("r", top(table("t") + table("c") + table("d"), "t.k = c.k AND c.k = d.k") +
+                                k + element("w", element("x", textOf("d", "d", "k"))) +
                                 element("c", text(column("c", "v"))))),
        -57, "QRKG001E  ", "QRKQ012E  Errors occurred in DAD."},
       {"17 columns to join a parent by",

@@ -3,12 +3,13 @@
 
 #include <memory>
 
-#include "tests/foundation/call_context.h"
+#include "tests/dad/mapping.h"
 
 namespace orvxml {
 namespace {
 
 using namespace unittest;
+using test::columnDad, test::sideColumn, test::sideTable;
 
 // One model, built from a text in memory or from a file.
 struct Model {
@@ -17,9 +18,11 @@ struct Model {
     QrkOutbuf buffer{};
     buffer.data = text.data();
     buffer.loctype = location;
-    model.reset(
-        dad_popu(&call.ctx, table.c_str(), column, &buffer, 1, call.msg, call.state, &noXcolumn));
+    const Listening listening(heard);
+    model.reset(dad_popu(&call.ctx, table.c_str(), column, &buffer, 1, call.msg, call.state,
+                         &noXcolumn, &call.code));
   }
+  Heard heard;
   // SQLSTATE and message of a failure.
   std::string failure() const {
     return model ? "no failure" : std::string(call.state) + ' ' + call.msg;
@@ -29,16 +32,6 @@ struct Model {
   int32_t noXcolumn = 99;
   ModelOwner model;
 };
-
-std::string xcolumn(const std::string& tables, const std::string& before = "") {
-  return "<DAD>" + before + "<Xcolumn>" + tables + "</Xcolumn></DAD>";
-}
-
-std::string column(const std::string& name, const std::string& type, const std::string& path,
-                   const std::string& occurrence) {
-  return "<column name='" + name + "' type='" + type + "' path='" + path + "' multi_occurrence='" +
-         occurrence + "'/>";
-}
 
 // The side tables as one text: "table(name|type|path|multi_occurrence ...) ...".
 std::string sideTables(const dad& model) {
@@ -59,9 +52,10 @@ TEST(ColumnDadTest, SideTablesKeepTheOrderOfTheDocument) {
       "<?xml version='1.0'?><DAD><!-- letters --><dtdid> a.dtd\n</dtdid>"
       "<validation> yes </validation><other/><Xcolumn><group>"
       "<table name='head'>" +
-      column("no", "integer", "/a/@no", "no") + "<part>" + column("d", "date", "/a/d", "No") +
+      sideColumn("no", "integer", "/a/@no", "no") + "<part>" +
+      sideColumn("d", "date", "/a/d", "No") +
       "</part></table></group><table name='&quot;to s&quot;'>" +
-      column("n", "varchar(30)", "/a/to[@k=&quot;x&quot;]", "yes") +
+      sideColumn("n", "varchar(30)", "/a/to[@k=&quot;x&quot;]", "yes") +
       "</table><table name='empty'/></Xcolumn></DAD>";
   const Folder folder;
   for (const int32_t location : {QRK_LOC_MEMORY, QRK_LOC_FILE}) {
@@ -98,11 +92,15 @@ TEST(ColumnDadTest, SettingsInFrontOfTheMapping) {
       {"the longest id", "<dtdid>" + std::string(508, 'i') + "</dtdid>", std::string(508, 'i'), 0,
        0},
       {"a schema", schema("a.xsd") + "<validation>yes</validation>", "a.xsd", 1, 1},
+      {"comments, processing instructions and CDATA, around and inside",
+       "<?pi x?><![CDATA[ ]]><dtdid><!-- the id -->a<!-- b --><?pi c?><![CDATA[.dtd]]></dtdid>"
+       "<validation>\n<!-- NO --><![CDATA[YES]]></validation>",
+       "a.dtd", 0, 1},
       {"the longest location", schema(std::string(1000, 's')), std::string(1000, 's'), 1, 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    const Model built(xcolumn("", c.before));
+    const Model built(columnDad("", c.before));
     ASSERT_TRUE(built.model) << built.call.msg;
     std::string dtdid = built.model->dtdid;
     if (c.isSchema == 1) {
@@ -119,7 +117,7 @@ TEST(ColumnDadTest, RefusesWhatIsMissingOrDoesNotFit) {
   const std::string bindings =
       "<schemabindings><nonamespacelocation location='s'/></schemabindings>";
   const auto inTable = [](const std::string& attributes) {
-    return xcolumn("<table name='t'><column " + attributes + "/></table>");
+    return columnDad("<table name='t'><column " + attributes + "/></table>");
   };
   const std::string long160(161, 'n'), long129(130, 'n'), long253(254, 'n');
   struct Case {
@@ -127,17 +125,20 @@ TEST(ColumnDadTest, RefusesWhatIsMissingOrDoesNotFit) {
     std::string dad, failure;
   };
   const Case cases[] = {
-      {"schema after id", xcolumn("", "<dtdid>d</dtdid>" + bindings), "38X15 QRKQ057E  "},
-      {"id after schema", xcolumn("", bindings + "<dtdid>d</dtdid>"), "38X15 QRKQ057E  "},
-      {"schema without location", xcolumn("", "<schemabindings><a/></schemabindings>"),
+      {"schema after id", columnDad("", "<dtdid>d</dtdid>" + bindings), "38X15 QRKQ057E  "},
+      {"id after schema", columnDad("", bindings + "<dtdid>d</dtdid>"), "38X15 QRKQ057E  "},
+      {"schema without location", columnDad("", "<schemabindings><a/></schemabindings>"),
        "38X15 QRKQ058E  "},
-      {"validation", xcolumn("", "<validation>maybe</validation>"),
+      {"schema with an empty location",
+       columnDad("", "<schemabindings><nonamespacelocation location=''/></schemabindings>"),
+       "38X15 QRKQ000E  location of nonamespacelocation is missing from the DAD file.\n"},
+      {"validation", columnDad("", "<validation>maybe</validation>"),
        "38X15 QRKA056E  The validation value maybe in the DAD file is invalid.\n"},
-      {"an id that is too long", xcolumn("", "<dtdid>" + std::string(509, 'i') + "</dtdid>"),
+      {"an id that is too long", columnDad("", "<dtdid>" + std::string(509, 'i') + "</dtdid>"),
        "38X12 QRKA010E  "},
-      {"table without name", xcolumn("<table/>"),
+      {"table without name", columnDad("<table/>"),
        "38X15 QRKA057E  A side table name (NULL) in DAD is invalid.\n"},
-      {"table with an empty name", xcolumn("<table name=''/>"), "38X15 QRKA057E  "},
+      {"table with an empty name", columnDad("<table name=''/>"), "38X15 QRKA057E  "},
       {"column without name", inTable("type='date'"),
        "38X15 QRKA058E  A column name (NULL) in the DAD file is invalid.\n"},
       {"column without type", inTable("name='c1'"),
@@ -146,7 +147,7 @@ TEST(ColumnDadTest, RefusesWhatIsMissingOrDoesNotFit) {
        "38X15 QRKA060E  The path attribute (NULL) of c1 in the DAD file is invalid.\n"},
       {"column without occurrence", inTable("name='c1' type='date' path='/a'"),
        "38X15 QRKA061E  The multi_occurrence attribute (NULL) of c1 in the DAD file is invalid.\n"},
-      {"long table name", xcolumn("<table name='" + long160 + "'/>"),
+      {"long table name", columnDad("<table name='" + long160 + "'/>"),
        "38X15 QRKA057E  A side table name " + long160 + " in DAD"},
       {"long column name", inTable("name='" + long129 + "'"),
        "38X15 QRKA058E  A column name " + long129},
@@ -168,8 +169,8 @@ TEST(ColumnDadTest, RefusesWhatIsMissingOrDoesNotFit) {
   EXPECT_EQ(collection.failure(),
             "38X11 QRKA009E  Xcolumn tag is not specified in the DAD file.\n");
   EXPECT_EQ(collection.noXcolumn, 1);
-  EXPECT_EQ(Model(xcolumn(""), long160).failure().substr(0, 14), "00000 QRKQ031E");
-  EXPECT_EQ(Model(xcolumn(""), "t", long129.c_str()).failure().substr(0, 14), "00000 QRKQ032E");
+  EXPECT_EQ(Model(columnDad(""), long160).failure().substr(0, 14), "00000 QRKQ031E");
+  EXPECT_EQ(Model(columnDad(""), "t", long129.c_str()).failure().substr(0, 14), "00000 QRKQ032E");
 }
 
 // A column belongs to every table around it: nested tables would multiply them.
@@ -177,25 +178,29 @@ TEST(ColumnDadTest, RefusesMoreColumnsThanSideTablesCanHave) {
   const auto nested = [](int tables, int columns) {
     std::string text;
     for (int i = 0; i < tables; ++i) text += "<table name='t'>";
-    for (int i = 0; i < columns; ++i) text += column("c", "date", "/a", "NO");
+    for (int i = 0; i < columns; ++i) text += sideColumn("c", "date", "/a", "NO");
     for (int i = 0; i < tables; ++i) text += "</table>";
-    return xcolumn(text);
+    return columnDad(text);
   };
   EXPECT_TRUE(Model(nested(100, 100)).model);
-  EXPECT_EQ(Model(nested(100, 101)).failure().substr(0, 14), "00000 QRKQ039E");
+  const Model tooMany(nested(100, 101));
+  EXPECT_EQ(tooMany.failure().substr(0, 14), "00000 QRKQ039E");
+  EXPECT_EQ(tooMany.call.code, -122);  // no SQLSTATE leads to it
+  EXPECT_EQ(tooMany.heard.place, "104 ");
 }
 
 // Fields count bytes of the database code page, not characters.
 TEST(ColumnDadTest, FieldsHoldTheirSizeInBytes) {
   std::string name, type(253, 't'), path(253, 'p');
   for (int i = 0; i < 80; ++i) name += "ü";
-  const std::string fits = xcolumn("<table name='" + name + "'>" +
-                                   column(name.substr(0, 128), type, path, "YES") + "</table>");
+  const std::string fits =
+      columnDad("<table name='" + name + "'>" + sideColumn(name.substr(0, 128), type, path, "YES") +
+                "</table>");
   const Model built(fits, std::string(160, 't'));
   ASSERT_TRUE(built.model) << built.call.msg;
   EXPECT_EQ(sideTables(*built.model),
             name + '(' + name.substr(0, 128) + '|' + type + '|' + path + "|YES ) ");
-  EXPECT_EQ(Model(xcolumn("<table name='" + name + "ü'/>")).failure().substr(0, 14),
+  EXPECT_EQ(Model(columnDad("<table name='" + name + "ü'/>")).failure().substr(0, 14),
             "38X15 QRKA057E");
 }
 

@@ -6,42 +6,51 @@
 #include <string>
 
 #include "orvxml/mapping_model.h"
+#include "orvxml/notices.h"
 #include "orvxml/overrides.h"
 #include "tests/foundation/call_context.h"
+#include "tests/support/dads.h"
 
 namespace orvxml::unittest {
+
+using test::attribute;
+using test::element;
+using test::repeated;
 
 // The DAD of a collection: what stands in the top RDB_node, and what stands in the root element.
 inline std::string collection(const std::string& tables, const std::string& content,
                               const std::string& root = "doc") {
-  return "<DAD><Xcollection><root_node><element_node name='" + root + "'><RDB_node>" + tables +
-         "</RDB_node>" + content + "</element_node></root_node></Xcollection></DAD>";
+  return test::dad(element(root, test::top(tables) + content));
 }
-
 inline std::string column(const std::string& table, const std::string& name,
                           const std::string& more = "") {
-  return "<RDB_node><table name='" + table + "'/><column name='" + name + "' type='INTEGER'/>" +
-         more + "</RDB_node>";
+  return test::column(table, name, "INTEGER", more);
 }
-
-inline std::string attribute(const std::string& name, const std::string& rdb) {
-  return "<attribute_node name='" + name + "'>" + rdb + "</attribute_node>";
-}
-
-// An element with a text.
 inline std::string textElement(const std::string& name, const std::string& rdb) {
-  return "<element_node name='" + name + "'><text_node>" + rdb + "</text_node></element_node>";
+  return element(name, test::text(rdb));
 }
 
-inline std::string repeated(const std::string& name, const std::string& content) {
-  return "<element_node name='" + name + "' multi_occurrence='YES'>" + content + "</element_node>";
-}
+// What a call tells: "rule element: text" of warnings, "element text" of places.
+class Heard final : public NoticeListener {
+ public:
+  void notice(const Notice& notice) override {
+    std::string line = std::to_string(notice.mappingElement) + ' ' + notice.text;
+    if (notice.kind == Notice::kPlace) {
+      place = line;
+    } else {
+      warnings.push_back(std::string(notice.rule) + ' ' + line);
+    }
+  }
+  std::string place;
+  std::vector<std::string> warnings;
+};
 
 struct Mapping {
   explicit Mapping(const std::string& dad, int purpose = kForDecomposition,
                    override_list* overrides = nullptr, const char* encoding = "UTF-8",
                    int codePage = 1208)
       : call(encoding, codePage) {
+    const Listening listening(heard);
     std::string text = dad;
     EXPECT_EQ(qrkDOM(&call.ctx, text.data(), 0, 1, document, call.state, call.msg), 0) << call.msg;
     const DOM_Element root = document.getDocumentElement();
@@ -60,6 +69,7 @@ struct Mapping {
   }
   std::string message() const { return call.msg; }
 
+  Heard heard;
   CallContext call;
   DOM_Document document;
   rel model{};

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <map>
 
+#include "orvxml/composition.h"
 #include "tests/dad/mapping.h"
 #include "tests/support/database.h"
 #include "tests/support/texts.h"
@@ -121,6 +122,7 @@ TEST(MappingModelTest, ForeignKeysFollowTheChainUpwards) {
     const Mapping mapping(collection(tables + c.condition + "</condition>", content));
     EXPECT_EQ(mapping.rc, -1);
     EXPECT_EQ(mapping.message().find(c.message), 0u) << mapping.message();
+    EXPECT_EQ(mapping.heard.place.substr(0, 2), "9 ");
   }
 }
 
@@ -167,6 +169,8 @@ TEST(MappingModelTest, JoinConditions) {
     EXPECT_EQ(mapping.rc, c.code == 0 ? 0 : -1);
     EXPECT_EQ(mapping.code, c.code);
     EXPECT_EQ(mapping.message().substr(0, c.message.size()), c.message);
+    // The condition, and the equality that is wrong.
+    EXPECT_EQ(mapping.heard.place.substr(0, 2), c.code == 0 ? "" : "8 ");
   }
 }
 
@@ -178,54 +182,58 @@ TEST(MappingModelTest, FaultsOfADad) {
     std::string dad;
     int rc, code;
     const char* message;
+    const char* place;  // the beginning
   };
   const Case cases[] = {
       {"no RDB_node", "<DAD><element_node name='r'/></DAD>", -1, -61,
-       "QRKQ000E  RDB_node is missing from the DAD file.\n"},
+       "QRKQ000E  RDB_node is missing from the DAD file.\n", "1 "},
       {"an empty top RDB_node", collection("", ""), -1, -61,
-       "QRKQ000E  table & column is missing from the DAD file.\n"},
-      {"a nameless table", collection("<table/>", item), -1, -73, "QRKQ013E"},
+       "QRKQ000E  table & column is missing from the DAD file.\n", "5 "},
+      {"a nameless table", collection("<table/>", item), -1, -73, "QRKQ013E",
+       "6 table without a name"},
       {"a table name of 164 characters",
-       collection("<table name='" + std::string(164, 't') + "'/>", item), -1, -73, "QRKQ013E"},
+       collection("<table name='" + std::string(164, 't') + "'/>", item), -1, -73, "QRKQ013E",
+       "6 table with a name of more than 163 characters"},
       {"a table name of three parts", collection("<table name='a.b.c'/>", item), -109, -109,
-       "QRKQ033E  Invalid identifier starting at a.b.c \n"},
+       "QRKQ033E  Invalid identifier starting at a.b.c \n", "6 table"},
       {"a table name of two words", collection("<table name='a b'/><table/>", item), -1, -73,
-       "QRKQ013E"},
+       "QRKQ013E", "7 table without a name"},
       {"a key that is no name", collection("<table name='t' key='a 1'/>", item), -113, -113,
-       "QRKQ033E  Invalid identifier starting at a 1 \n"},
+       "QRKQ033E  Invalid identifier starting at a 1 \n", "6 table"},
       {"a key too long", collection("<table name='t' key='" + std::string(128, 'k') + "'/>", item),
-       -114, -114, "QRKQ033E"},
+       -114, -114, "QRKQ033E", "6 table"},
       {"a leaf without RDB_node", collection(table, "<attribute_node name='i'/>"), -1, -61,
-       "QRKQ000E  RDB_NODE is missing from the DAD file.\n"},
+       "QRKQ000E  RDB_NODE is missing from the DAD file.\n", "7 attribute i"},
       {"an empty RDB_node", collection(table, attribute("i", "<RDB_node/>")), -1, -61,
-       "QRKQ000E  table & column is missing from the DAD file.\n"},
+       "QRKQ000E  table & column is missing from the DAD file.\n", "8 attribute i"},
       {"no table for an attribute",
        collection(table, attribute("i", "<RDB_node><column name='c' type='INT'/></RDB_node>")), -1,
-       -70, "QRKQ010E  RDB_node of i does not have a table in the DAD file. \n"},
+       -70, "QRKQ010E  RDB_node of i does not have a table in the DAD file. \n", "7 "},
       {"no table for a text",
        collection(table, textElement("e", "<RDB_node><column name='c' type='INT'/></RDB_node>")),
-       -1, -70, "QRKQ010E  RDB_node of e does not have a table in the DAD file. \n"},
+       -1, -70, "QRKQ010E  RDB_node of e does not have a table in the DAD file. \n", "8 "},
       {"no column for a text",
        collection(table, textElement("e", "<RDB_node>" + table + "</RDB_node>")), -1, -71,
-       "QRKQ011E  RDB_node element of e does not have a column in the DAD file. \n"},
+       "QRKQ011E  RDB_node element of e does not have a column in the DAD file. \n", "8 "},
       {"a nameless column",
        collection(table, attribute("i", "<RDB_node>" + table + "<column type='INT'/></RDB_node>")),
-       -1, -61, "QRKQ013E"},
+       -1, -61, "QRKQ013E", "10 column without a name"},
       {"a column without type",
        collection(table, attribute("i", "<RDB_node>" + table + "<column name='c'/></RDB_node>")),
-       -1, -61, "QRKQ013E"},
+       -1, -61, "QRKQ013E", "10 column c without a type"},
       {"a column name of two words", collection(table, attribute("i", column("t", "a b"))), -1,
-       -109, "QRKQ033E  Invalid identifier starting at a b \n"},
+       -109, "QRKQ033E  Invalid identifier starting at a b \n", "7 attribute i"},
       {"an empty condition", collection(table, attribute("i", column("t", "c", "<condition/>"))),
-       -1, -57, "QRKG001E"},
+       -1, -57, "QRKG001E", "11 an empty condition"},
       {"an unlisted table", collection(table, attribute("i", column("u", "c"))), -1, -76,
-       "QRKQ016E"},
+       "QRKQ016E", "8 attribute i: U is not listed"},
       {"a schema too many", collection(table, attribute("i", column("s.t", "c"))), -1, -76,
-       "QRKQ016E"},
+       "QRKQ016E", "8 attribute i: S.T is not listed"},
       {"a long type",
        collection(table, attribute("i", "<RDB_node>" + table + "<column name='c' type='" +
                                             std::string(27, 'T') + "'/></RDB_node>")),
-       -1, -43, "QRKA059E  The type TTTTTTTTTTTTTTTTTTTTTTTTTTT of column C in the DAD file is"},
+       -1, -43, "QRKA059E  The type TTTTTTTTTTTTTTTTTTTTTTTTTTT of column C in the DAD file is",
+       "7 attribute i"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
@@ -233,6 +241,7 @@ TEST(MappingModelTest, FaultsOfADad) {
     EXPECT_EQ(mapping.code, c.code);
     EXPECT_EQ(mapping.rc, c.rc);
     EXPECT_EQ(mapping.message().find(c.message), 0u) << mapping.message();
+    EXPECT_EQ(mapping.heard.place.find(c.place), 0u) << mapping.heard.place;
   }
   rel none{};
   CallContext call;
@@ -364,73 +373,52 @@ TEST(MappingModelTest, ComposingTakesConditionsAndJoinTypes) {
   EXPECT_EQ(unknown.message().find("QRKQ021E"), 0u) << unknown.message();
 }
 
-// An override list as its parser would make it.
-class Overrides {
- public:
-  explicit Overrides(QrkStruct* ctx) : ctx_(ctx) {}
-  ~Overrides() {
-    for (int i = 0; i < list.count; ++i) {
-      delete list.cond[i]->query;
-      free(list.cond[i]->path_str);
-      free(list.cond[i]);
-    }
-  }
-  void add(std::u16string_view path, const char* predicate) {
-    auto* entry = static_cast<override_cond*>(calloc(1, sizeof(override_cond)));
-    entry->path_str = static_cast<char16_t*>(calloc(path.size() + 1, sizeof(char16_t)));
-    path.copy(entry->path_str, path.size());
-    entry->query = new QrkQuery(ctx_, entry->path_str);
-    std::strcpy(entry->predicate, predicate);
-    list.cond[list.count++] = entry;
-  }
-  override_list list{};
-
- private:
-  QrkStruct* ctx_;
-};
-
 TEST(MappingModelTest, OverridesReplaceTheConditionsOfTheColumnsTheySelect) {
   const std::string own = "<condition>own</condition>";
   const std::string dad = collection("<table name='s.\"t\"\"t\"'/>",
                                      attribute("i", column("s.\"t\"\"t\"", "i", own)) +
                                          textElement("e", column("s.\"t\"\"t\"", "e", own)) +
                                          textElement("e", column("s.\"t\"\"t\"", "e2", own)));
-  const std::string t = " \"S\".\"t\"\"t\".";
+  const std::string t = " \"S\".\"t\"\"t\".", unchanged = "own AND own AND own";
   struct Case {
     const char* label;
-    std::vector<std::pair<const char16_t*, const char*>> overrides;
+    const char* overrides;
     std::string condition;
     std::vector<int> used;
   };
   const Case cases[] = {
-      {"none", {}, "own AND own AND own", {}},
-      {"an attribute", {{u"/doc/@i", "= 1"}}, t + "\"I\" = 1 AND own AND own", {1}},
-      {"the first of two elements",
-       {{u"/doc/e", "> 2"}},
-       "own AND " + t + "\"E\" > 2 AND own",
-       {1}},
+      {"none", nullptr, unchanged, {}},
+      {"an attribute", "/doc/@i = 1", t + "\"I\" = 1 AND own AND own", {1}},
+      {"the first of two elements", "/doc/e > 2", "own AND " + t + "\"E\" > 2 AND own", {1}},
       {"both elements",
-       {{u"/doc/e", "> 2"}, {u"//e", "< 9"}},
+       "/doc/e > 2 AND //e < 9",
        "own AND " + t + "\"E\" > 2 AND " + t + "\"E\" < 9 AND own",
        {1, 1}},
-      {"removed", {{u"/doc/e", ""}}, "own AND own", {1}},
+      {"removed", "/doc/e NO_CONDITION", "own AND own", {1}},
       {"removed, then replaced",
-       {{u"/doc/e", ""}, {u"/doc/e", "> 2"}},
+       "/doc/e NO_CONDITION AND /doc/e > 2",
        "own AND " + t + "\"E\" > 2 AND own",
        {1, 1}},
-      {"an element is no attribute", {{u"/doc/@e", "= 1"}}, "own AND own AND own", {0}},
-      {"an attribute is no element", {{u"/doc/i", "= 1"}}, "own AND own AND own", {0}},
-      {"the parent of a text is not it", {{u"/doc", "= 1"}}, "own AND own AND own", {0}},
+      {"an element is no attribute", "/doc/@e = 1", unchanged, {0}},
+      {"an attribute is no element", "/doc/i = 1", unchanged, {0}},
+      {"the parent of a text is not it", "/doc = 1", unchanged, {0}},
+      {"paths that do not compile, and would match by what they have in front",
+       "/doc/i@i = 1 AND /doc[@x]/e = 1 AND /doc/e[@x] = 1",
+       unchanged,
+       {0, 0, 0}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
     CallContext call;
-    Overrides overrides(&call.ctx);
-    for (const auto& [path, predicate] : c.overrides) overrides.add(path, predicate);
-    const Mapping mapping(dad, kForComposition, &overrides.list);
-    ASSERT_EQ(mapping.rc, 0) << mapping.message();
+    override_list overrides{};
+    const int type = c.overrides ? XML_OVERRIDE : NO_OVERRIDE;
+    ASSERT_EQ(qrkInitOverride(&call.ctx, type, c.overrides, &overrides, call.msg), 0) << call.msg;
+    const Mapping mapping(dad, kForComposition, &overrides);
+    EXPECT_EQ(mapping.rc, 0) << mapping.message();
     EXPECT_EQ(mapping.model.tab[0]->condition, c.condition);
-    for (size_t i = 0; i < c.used.size(); ++i) EXPECT_EQ(overrides.list.used[i], c.used[i]);
+    const std::vector<int> used(overrides.used, overrides.used + overrides.count);
+    EXPECT_EQ(used, c.used);
+    qrkFreeOverride(&call.ctx, &overrides);
   }
 }
 

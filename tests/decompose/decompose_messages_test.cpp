@@ -2,7 +2,7 @@
 // through their "_STP" forms.
 #include <fnmatch.h>
 
-#include "tests/decompose/mapping_texts.h"
+#include "tests/support/dads.h"
 #include "tests/support/decompose_calls.h"
 #include "tests/support/temporary_folder.h"
 

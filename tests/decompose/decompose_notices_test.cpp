@@ -2,7 +2,7 @@
 // what was not taken, and where a failure lies.
 #include "orvxml/document_comparison.h"
 #include "orvxml/notices.h"
-#include "tests/decompose/mapping_texts.h"
+#include "tests/support/dads.h"
 #include "tests/support/decompose_calls.h"
 
 namespace orvxml::test {

@@ -167,6 +167,11 @@ TEST_F(TargetTableTest, ForeignKeysPointAtTheTableTheyAreJoinedWith) {
   EXPECT_EQ(prepare({&parent, &middle}), 0) << message();
   EXPECT_EQ(db_.rows("SELECT REFTABNAME FROM SYSCAT.REFERENCES WHERE TABNAME = 'M'"),
             (Rows{{"P"}}));
+  // No clause names the parents of two keys, even where the first has a column of that name.
+  MappedTable child("", "C");
+  child.column("OWN", "INTEGER").foreignKey("PID", parent, "ID").foreignKey("MID", middle, "OWN");
+  EXPECT_EQ(prepare({&child}), -111);
+  EXPECT_EQ(message(), "QRKQ035E  Invalid join condition in top RDB_node of DAD: C.MID \n");
 }
 
 TEST_F(TargetTableTest, AFailedCreateNamesTheTable) {

@@ -2,7 +2,7 @@
 // taken for a success, and the same session works on with nothing of the failed call in its way.
 #include "tests/faults/failing_calls.h"
 
-#include "tests/decompose/mapping_texts.h"
+#include "tests/support/dads.h"
 #include "tests/faults/compositions.h"
 
 namespace orvxml::test {

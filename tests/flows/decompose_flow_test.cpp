@@ -1,4 +1,5 @@
-// Whole decompositions, as files that a person can read. Each folder here with a dad.xml holds
+// Whole decompositions, as files that a person can read. Each folder here, and each of the worked
+// mappings in the examples, with a dad.xml holds
 //   tables.sql     the target tables
 //   document.xml   what is decomposed
 //   expected.txt   "call PROCEDURE" and "query SELECT" lines, each followed by what it must give:
@@ -13,15 +14,15 @@
 namespace orvxml::test {
 namespace {
 
-class DecomposeFlow : public testing::TestWithParam<std::string> {
+class DecomposeFlow : public testing::TestWithParam<std::filesystem::path> {
  protected:
-  std::string folder() const { return ORVXML_SOURCE_DIR "/tests/flows/" + GetParam() + '/'; }
+  std::string folder() const { return GetParam().string() + '/'; }
 
   std::string call(const std::string& procedure) {
     const std::string dad = readFile(folder() + "dad.xml");
     std::string first = dad;
     if (procedure == "qrkInsertXML") {
-      first = GetParam();
+      first = GetParam().filename();
       db_.addCollection(first, dad);
     }
     const CallOutcome outcome = db_.call(procedure, first, readFile(folder() + "document.xml"));
@@ -57,18 +58,19 @@ TEST_P(DecomposeFlow, GivesTheExpectedRows) {
   EXPECT_EQ(actual(), readFile(folder() + "expected.txt"));
 }
 
-std::vector<std::string> flowNames() {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(ORVXML_SOURCE_DIR "/tests/flows")) {
-    if (std::filesystem::exists(entry.path() / "dad.xml")) {
-      names.push_back(entry.path().filename().string());
+std::vector<std::filesystem::path> flows() {
+  std::vector<std::filesystem::path> folders;
+  for (const char* place : {"/tests/flows", "/examples/elements"}) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(ORVXML_SOURCE_DIR + std::string(place))) {
+      if (std::filesystem::exists(entry.path() / "dad.xml")) folders.push_back(entry.path());
     }
   }
-  return names;
+  return folders;
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, DecomposeFlow, testing::ValuesIn(flowNames()),
-                         [](const auto& flow) { return flow.param; });
+INSTANTIATE_TEST_SUITE_P(Files, DecomposeFlow, testing::ValuesIn(flows()),
+                         [](const auto& flow) { return flow.param.filename().string(); });
 
 }  // namespace
 }  // namespace orvxml::test

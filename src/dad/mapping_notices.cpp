@@ -1,4 +1,4 @@
-#include "src/compose/compose_notices.h"
+#include "src/dad/mapping_notices.h"
 
 #include <cstdio>
 
@@ -22,7 +22,7 @@ std::u16string unitsOf(QrkStruct* ctx, std::string_view text) {
 }
 
 void tell(Notice::Kind kind, const char* rule, const xercesc::DOMNode* node,
-          const std::string& text) {
+          std::string_view text) {
   Notice notice;
   notice.kind = kind;
   notice.rule = rule;
@@ -33,39 +33,42 @@ void tell(Notice::Kind kind, const char* rule, const xercesc::DOMNode* node,
 
 }  // namespace
 
-std::string shownText(QrkStruct* ctx, std::string_view text, size_t most) {
-  const std::u16string units = unitsOf(ctx, text);
-  std::u16string shown;
-  for (const char16_t unit : units) {
+std::string shown(std::u16string_view text, size_t most) {
+  std::u16string line;
+  for (const char16_t unit : text) {
     const bool isWhole = !U16_IS_TRAIL(unit);
-    if (shown.size() >= most && isWhole) {
-      shown += u"...";
+    if (line.size() >= most && isWhole) {
+      line += u"...";
       break;
     }
     if (unit >= u' ' && (unit < 0x7F || unit >= 0xA0)) {
-      shown += unit;
+      line += unit;
       continue;
     }
     char escape[8];
     std::snprintf(escape, sizeof escape, "\\u%04X", static_cast<unsigned>(unit));
-    shown.append(escape, escape + 6);
+    line.append(escape, escape + 6);
   }
-  return textForMessage(nullptr, shown);
+  return textForMessage(nullptr, line);
+}
+
+std::string shownText(QrkStruct* ctx, std::string_view text, size_t most) {
+  return shown(unitsOf(ctx, text), most);
 }
 
 std::string shownValue(QrkStruct* ctx, std::string_view column, std::string_view value) {
   return shownText(ctx, column) + " = " + shownText(ctx, value);
 }
 
-void tellPlace(const xercesc::DOMNode* node, const std::string& text) {
+void tellPlace(const xercesc::DOMNode* node, std::string_view lacks) {
   if (!noticeListener()) return;
   try {
-    tell(Notice::kPlace, "", node, text);
+    tell(Notice::kPlace, "", node, lacks);
   } catch (...) {
   }
 }
 
-void tellWarning(const char* rule, const xercesc::DOMNode* node, const std::string& text) {
+void tellWarning(const char* rule, const xercesc::DOMNode* node, std::string_view text) {
   if (noticeListener()) tell(Notice::kWarning, rule, node, text);
 }
 

@@ -1,0 +1,39 @@
+// What is told to the listener of this thread with a place in the mapping: where a failure stands,
+// for which the messages have no room, and what is suspicious. Without a listener nothing happens.
+// Texts are in UTF-8, for one line.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <xercesc/dom/DOM.hpp>
+
+#include "orvxml/context.h"
+#include "orvxml/notices.h"
+
+namespace orvxml {
+
+// A text as notices show it: control characters as escapes, cut behind `most` UTF-16 units. The
+// second form takes one in the database code page.
+std::string shown(std::u16string_view text, size_t most = 60);
+std::string shownText(QrkStruct* ctx, std::string_view text, size_t most = 60);
+// "COLUMN = value".
+std::string shownValue(QrkStruct* ctx, std::string_view column, std::string_view value);
+
+// The place of the failure that stands or is about to be reported: `node` stands for its element,
+// null for none. `lacks`: what the message does not say. What the listener throws is swallowed: the
+// failure itself counts.
+void tellPlace(const xercesc::DOMNode* node, std::string_view lacks = {});
+void tellWarning(const char* rule, const xercesc::DOMNode* node, std::string_view text);
+
+// Tells the place and reports the failure. Returns -1.
+template <class... Args>
+int failAt(const xercesc::DOMNode* node, std::string_view lacks, const Report& report, Msg message,
+           const Args&... args) {
+  tellPlace(node, lacks);
+  fail(report, message, args...);
+  return -1;
+}
+
+}  // namespace orvxml
