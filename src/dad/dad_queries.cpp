@@ -74,6 +74,7 @@ int qrkFindTabForIntermediate(QrkStruct* ctx, const DOM_Element& element, const 
        at = nextInDocumentOrder(root, at)) {
     if (at->getNodeType() != xercesc::DOMNode::ELEMENT_NODE) continue;
     const char16_t* ownName = asElement(at)->getAttribute(u"name");
+    // A listed table of which nothing is mapped has no top element: no name is not its name.
     if (!*ownName) continue;
     char name[kFoldedNameSize];
     if (qrk_utoupper(ctx, ownName, name, sizeof name)) break;
@@ -94,6 +95,7 @@ int qrkGetTabFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rd
   const char16_t* name = boundedAttribute(element.element(), u"name", kQualifiedNameLimit);
   if (!name) fail(report, Msg::QRKQ013E);
   const int rc = qrkParseWQualTbl(ctx, name ? name : u"", schema, kSchemaSize, table, kTableSize);
+  // Without a name the code is that of the message, and the result the scanner's all the same.
   if (rc && name && errCode) *errCode = rc;
   return rc;
 }
