@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/command_runner.h"
+#include "tests/support/dads.h"
 #include "tests/support/sqlite_file.h"
 #include "tests/support/texts.h"
 
@@ -144,104 +145,59 @@ TEST_F(CommandCompose, OneElementAroundAllDocuments) {
 TEST_F(CommandCompose, WarningsAndPlaces) {
   sql("create table part (item integer, k varchar(9), note varchar(9));"
       "insert into part values (1, 'x', 'a'), (2, 'y', 'b\x02'), (3, 'z', 'c')");
-  const auto column = [](const char* table, const char* name) {
-    return std::string("<RDB_node><table name='") + table + "'/><column name='" + name +
-           "'/></RDB_node>";
-  };
-  const std::string tables =
-      "<DAD><Xcollection>\n<prolog>\n?xml version='1.0' encoding = 'UTF-16'?\n</prolog>\n"
-      "<root_node><element_node name='item'>\n<RDB_node><table name='ITEM'/>\n"
-      "<table name='PART'/><condition>ITEM.ID = PART.ITEM</condition></RDB_node>\n"
-      "<attribute_node name='id'>" +
-      column("ITEM", "ID") +
-      "</attribute_node>\n"
-      "<element_node name='part' multi_occurrence='YES'><attribute_node name='k'>" +
-      column("PART", "K") + "</attribute_node>\n<text_node>" + column("PART", "NOTE") +
-      "</text_node></element_node></element_node></root_node></Xcollection></DAD>";
+  const std::string byTables =
+      "<DAD><Xcollection>\n<prolog>\n?xml version='1.0' encoding = 'UTF-16'?\n</prolog>\n<root_node>" +
+      element("item", top("<table name='ITEM'/><table name='PART'/>", "ITEM.ID = PART.ITEM") +
+                          attributeOf("id", "ITEM", "ID") + '\n' +
+                          repeated("part", attributeOf("k", "PART", "K") + '\n' +
+                                               text(column("PART", "NOTE")))) +
+      "</root_node></Xcollection></DAD>";
   const std::string query =
       "<DAD><Xcollection><SQL_stmt>SELECT item AS id, k, note FROM part ORDER BY id, k</SQL_stmt>"
-      "<prolog>?xml version='1.0'?</prolog><root_node><element_node name='item'>"
-      "<attribute_node name='id'><column name='ID'/></attribute_node>"
-      "<element_node name='part'><attribute_node name='k'><column name='K'/></attribute_node>"
-      "<text_node><column name='NOTE'/></text_node></element_node></element_node></root_node>"
-      "</Xcollection></DAD>";
-  const std::string schema =
-      place_.write("part.xsd",
-                   "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'><xs:element name='p' "
-                   "type='q'/></xs:schema>");
+      "<prolog>?xml version='1.0'?</prolog><root_node>" +
+      element("item", attribute("id", "<column name='ID'/>") +
+                          element("part", attribute("k", "<column name='K'/>") +
+                                              text("<column name='NOTE'/>"))) +
+      "</root_node></Xcollection></DAD>";
+  const auto bySchema = [](const std::string& file) {
+    return mapping("<schemabindings><nonamespacelocation location='" + file +
+                   "'/></schemabindings><validation>YES</validation>");
+  };
+  const std::string faulty = place_.write(
+      "part.xsd",
+      "<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema'><s:element name='p' type='q'/></s:schema>");
+  const auto expect = [&](const std::string& dad, const std::vector<std::string>& options,
+                          int status, const char* message, const char* shown = "") {
+    SCOPED_TRACE(message);
+    const CommandResult result = compose(options, dad);
+    EXPECT_EQ(result.status, status);
+    EXPECT_TRUE(contains(result.err, message)) << result.err;
+    EXPECT_TRUE(contains(result.out, shown)) << result.out;
+  };
+  const char* const third = "</item>\n<item id=\"3\">\n  <part k=\"z\">c</part>";
   const std::string unbroken = "/item/@id <> 2";
-  struct Case {
-    const char* label;
-    std::string dad;
-    std::vector<std::string> options;
-    int status;
-    const char* message;
-    const char* document = "";  // in standard output
-  };
-  const Case cases[] = {
-      {"a row that no document can hold",
-       tables,
-       {"--wrap", "all"},
-       1,
-       "item.dad:10:12: in the row ID = 2 of ITEM, K = y and NOTE = b\\u0002 of PART: "
-       "QRKQ055E  ICU error: column NOTE holds U+0002, which XML cannot carry\n"},
-      {"the same, left out",
-       tables,
-       {"--wrap", "all", "--keep-going"},
-       1,
-       "2 documents, 1 left out",
-       "</item>\n<item id=\"3\">\n  <part k=\"z\">c</part>"},
-      {"another encoding",
-       tables,
-       {"--override-xml", unbroken},
-       0,
-       "item.dad: warning: the prolog names the encoding UTF-16; what is written is UTF-8 and says "
-       "so [prolog-encoding]\nQRKQ020I",
-       "<?xml version='1.0' encoding = 'UTF-8'?>\n<item id=\"1\">"},
-      {"overrides of nothing",
-       tables,
-       {"--override-xml", unbroken + " AND /item/@no = 1"},
-       0,
-       "item.dad: warning: the override of /item/@no was not applied: the path selects no mapped "
-       "value [override-unused]\n",
-       "<item"},
-      {"a row of a query",
-       query,
-       {"--wrap", "all", "--keep-going"},
-       1,
-       "in the row ID = 2, K = y: QRKQ055E  ICU error: column NOTE holds U+0002",
-       "</item>\n<item id=\"3\">\n  <part k=\"z\">c</part>"},
-      {"a faulty schema",
-       mapping("<schemabindings><nonamespacelocation location='" + schema +
-               "'/>"
-               "</schemabindings><validation>YES</validation>"),
-       {},
-       0,
-       "part.xsd:1:87: warning: no document is valid by a faulty schema or DTD: QRKQ047E"},
-      {"no schema",
-       mapping("<schemabindings><nonamespacelocation location='none.xsd'/>"
-               "</schemabindings><validation>YES</validation>"),
-       {},
-       1,
-       "none.xsd: QRKC001E"},
-      {"a header with which nothing parses",
-       mapping().replace(mapping().find("1.0"), 3, "one"),
-       {},
-       1,
-       "item.dad:2:67: the header that prolog, doctype and stylesheet make: QRKQ047E"},
-      {"a key beyond the type of its column",
-       mapping(),
-       {"--override-sql", "select 7 / (id - 2) as id, name from item order by id"},
-       1,
-       "item.dad:2:11: in object 1 of the query: ORV"},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.label);
-    const CommandResult result = compose(c.options, c.dad);
-    EXPECT_EQ(result.status, c.status);
-    EXPECT_TRUE(contains(result.err, c.message)) << result.err;
-    EXPECT_TRUE(contains(result.out, c.document)) << result.out;
-  }
+  // A row that no document can hold ends the run, or is left out.
+  expect(
+      byTables, {"--wrap", "all"}, 1,
+      "item.dad:7:12: in the row ID = 2 of ITEM, K = y and NOTE = b\\u0002 of PART: QRKQ055E  ICU error: column NOTE holds U+0002, which XML cannot carry\n");
+  expect(byTables, {"--wrap", "all", "--keep-going"}, 1, "2 documents, 1 left out", third);
+  expect(query, {"--wrap", "all", "--keep-going"}, 1,
+         "in the row ID = 2, K = y: QRKQ055E  ICU error: column NOTE holds U+0002", third);
+  expect(
+      byTables, {"--override-xml", unbroken}, 0,
+      "item.dad: warning: the prolog names the encoding UTF-16; what is written is UTF-8 and says so [prolog-encoding]\nQRKQ020I",
+      "<?xml version='1.0' encoding = 'UTF-8'?>\n<item id=\"1\">");
+  expect(
+      byTables, {"--override-xml", unbroken + " AND /item/@no = 1"}, 0,
+      "item.dad: warning: the override of /item/@no was not applied: the path selects no mapped value [override-unused]\n",
+      "<item");
+  expect(bySchema(faulty), {}, 0,
+         "part.xsd:1:84: warning: no document is valid by a faulty schema or DTD: QRKQ047E");
+  expect(bySchema("none.xsd"), {}, 1, "none.xsd: QRKC001E");
+  expect(mapping().replace(mapping().find("1.0"), 3, "one"), {}, 1,
+         "item.dad:2:67: the header that prolog, doctype and stylesheet make: QRKQ047E");
+  expect(mapping(), {"--override-sql", "select 7 / (id - 2) as id, name from item order by id"}, 1,
+         "item.dad:2:11: in object 1 of the query: ORV");
 }
 
 TEST_F(CommandCompose, ADatabaseOfAnotherProgram) {

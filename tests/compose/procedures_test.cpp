@@ -22,8 +22,7 @@ std::string mapping(const std::string& header = "", const std::string& doctype =
          "<prolog>?xml version=\"1.0\"?</prolog>" +
          doctype +
          "<root_node><element_node name=\"item\">"
-         "<attribute_node name=\"id\"><column name=\"ID\"/></attribute_node>"
-         "<text_node><column "
+         "<attribute_node name=\"id\"><column name=\"ID\"/></attribute_node><text_node><column "
          "name=\"NAME\"/></text_node></element_node></root_node></Xcollection></DAD>";
 }
 
@@ -46,8 +45,7 @@ class ComposeProcedures : public testing::Test {
     db_.runScript(
         "create table item (id integer not null, name clob(2M));"
         "insert into item values (1, 'one'); insert into item values (2, 'two');"
-        "insert into item values (3, 'three');"
-        "create table result (doc clob(1M), other integer);");
+        "insert into item values (3, 'three');create table result (doc clob(1M), other integer);");
   }
 
   void expectOutcome(const ComposeOutcome& outcome, int code, const char* pattern) {

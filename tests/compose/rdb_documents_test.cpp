@@ -93,8 +93,7 @@ TEST(RdbComposition, AttributesAndTextsOfOtherTables) {
       "create table orders (k integer, customer varchar(20));"
       "create table part (o integer, k integer, color varchar(10));"
       "create table stock (p integer, place varchar(10)); create table box (p integer, size "
-      "integer);"
-      "insert into box values (10, 5); insert into orders values (1, 'Acme'), (2, 'Bee');"
+      "integer);insert into box values (10, 5); insert into orders values (1, 'Acme'), (2, 'Bee');"
       "insert into part values (1, 10, 'red'), (1, 11, 'blue'), (1, 12, 'grey'), (2, 10, 'red');"
       "insert into stock values (10, 'north'), (12, 'south');";
   const std::string stocked =
@@ -107,8 +106,7 @@ TEST(RdbComposition, AttributesAndTextsOfOtherTables) {
                  element("Part", attributeOf("no", "part", "k")),
              three),
        {"\n<Order key=\"1\" clerk=\"Kim\">\n  <Part no=\"156\"></Part>\n  <Part "
-        "no=\"157\"></Part>\n"
-        "</Order>",
+        "no=\"157\"></Part>\n</Order>",
         "\n<Order key=\"2\">\n  <Part no=\"200\"></Part>\n</Order>"}},
       {"it is asked for again for every row, and no value of an earlier row comes back",
        stock,
@@ -117,12 +115,10 @@ TEST(RdbComposition, AttributesAndTextsOfOtherTables) {
                                        element("At", text(column("stock", "place")))),
              stocked),
        {"\n<Order key=\"1\">\n  <Part color=\"red\" place=\"north\">\n    <At>north</At>\n  "
-        "</Part>\n"
-        "  <Part color=\"blue\">\n    <At></At>\n  </Part>\n"
+        "</Part>\n  <Part color=\"blue\">\n    <At></At>\n  </Part>\n"
         "  <Part color=\"grey\" place=\"south\">\n    <At>south</At>\n  </Part>\n</Order>",
         "\n<Order key=\"2\">\n  <Part color=\"red\" place=\"north\">\n    <At>north</At>\n  "
-        "</Part>\n"
-        "</Order>"}},
+        "</Part>\n</Order>"}},
       {"a value does not outlive the row that its query belonged to",
        stock,
        order(key + element("Part", attributeOf("color", "part", "color") +
