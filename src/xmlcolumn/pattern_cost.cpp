@@ -64,7 +64,7 @@ Characters everything(bool isExact) {
 Characters known(const char16_t* pattern, bool isExact = true) {
   UErrorCode status = U_ZERO_ERROR;
   icu::UnicodeSet set(icu::UnicodeString(pattern), status);
-  return U_SUCCESS(status) ? Characters{std::move(set), isExact} : everything(false);
+  return U_SUCCESS(status) ? Characters{set, isExact} : everything(false);
 }
 
 Characters complement(Characters of) {
@@ -218,12 +218,12 @@ class PatternCompiler {
       return group;
     }
     const size_t start = at_;
-    Characters characters = single();
+    const Characters characters = single();
     if (out_.positions_.size() == kMaxPositions) throw Refused{"is too large"};
     const int position = static_cast<int>(out_.positions_.size());
     const icu::UnicodeSet*& set = bySource_[text_.substr(start, at_ - start)];
     if (!set) {
-      out_.sets_.push_back(std::make_unique<icu::UnicodeSet>(std::move(characters.set)));
+      out_.sets_.push_back(std::make_unique<icu::UnicodeSet>(characters.set));
       out_.sets_.back()->freeze();
       set = out_.sets_.back().get();
     }

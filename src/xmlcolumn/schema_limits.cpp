@@ -15,9 +15,9 @@
 namespace orvxml {
 namespace {
 
-constexpr int64_t kMaxElements = 200'000;
+constexpr int64_t kMaxElements = 100'000;
 constexpr size_t kStackPerLevel = 800;  // of the parser's recursion, with room to spare
-constexpr size_t kMostStack = 64 * 1024 * 1024;
+constexpr size_t kMostStack = size_t{64} * 1024 * 1024;
 constexpr double kMaxModelWork = 1e7;  // squares of content models: some seconds
 constexpr double kMaxUnionTypes = 100'000;
 constexpr double kMaxHeads = 1'000'000;         // steps from elements to the heads of their groups

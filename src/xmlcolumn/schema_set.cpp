@@ -17,7 +17,7 @@
 namespace orvxml {
 namespace {
 
-constexpr size_t kMaxSchemaBytes = 64 * 1024 * 1024;  // of all files
+constexpr size_t kMaxSchemaBytes = size_t{64} * 1024 * 1024;  // of all files
 constexpr size_t kMaxSchemaFiles = 1000;
 constexpr char16_t kImportingId[] = u"IdForImportingSchema";
 

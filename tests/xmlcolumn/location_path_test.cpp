@@ -192,27 +192,6 @@ TEST(LocationPathTest, MarkupMatchesWhatIsInsideASelectedElement) {
   EXPECT_EQ(matches(query, "<a><b><c><d/></c></b><e/></a>"), "a1 b2 c2 d2 e0 ");
 }
 
-TEST(LocationPathTest, AttributePathsNameTheirAttribute) {
-  struct Case {
-    const char16_t* path;
-    int kind;
-    const char16_t* name;
-  };
-  static constexpr Case kCases[] = {
-      {u"/a/@id", kSelectsAttribute, u"id"},
-      {u"//a/@*", kSelectsAttribute, u"*"},
-      {u"//@p:id", kSelectsAttribute, u"p:id"},
-      {u"/a[@x=\"1\"]", kSelectsText, u""},
-      {u"/a", kSelectsText, u""},
-  };
-  for (const Case& c : kCases) {
-    Path path(c.path);
-    const QrkQuery query(nullptr, path.get());
-    EXPECT_EQ(query.kind, c.kind);
-    EXPECT_EQ(std::u16string(query.attrName ? query.attrName : u""), c.name);
-  }
-}
-
 // Compiling these step by step with a search to the end of the path in each step would take hours.
 TEST(LocationPathTest, LongPathsCompileInLinearTime) {
   struct Case {
