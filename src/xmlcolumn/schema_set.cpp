@@ -179,7 +179,9 @@ bool SchemaSet::read(const Path& path) {
 }
 
 bool SchemaSet::scan(File& file) {
-  DocumentSource source{memorySource(file.text, file.id.c_str()), file.text.size()};
+  DocumentSource source;
+  source.input = memorySource(file.text, file.id.c_str());
+  source.bytes = file.text.size();
   if (readDocument(report_, source, false, file.scan, nullptr)) return true;
   tellFaultyFile(shownName(file.id));
   return false;
