@@ -2,7 +2,6 @@
 #include "orvxml/procedures.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -11,6 +10,7 @@
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/decompose/driver.h"
+#include "src/foundation/heap_memory.h"
 
 namespace orvxml {
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 
 #include "orvxml/code_pages.h"
@@ -10,6 +9,7 @@
 #include "orvxml/utilities.h"
 #include "orvxml/xml_writer.h"
 #include "src/decompose/element_text.h"
+#include "src/foundation/heap_memory.h"
 
 namespace orvxml {
 

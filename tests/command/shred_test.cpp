@@ -71,17 +71,6 @@ TEST_F(CommandShred, TheExampleFillsFourTables) {
             "C-1001,Müller & Söhne <Großhandel>,Straße des 17. Juni 135,Berlin,DE\r\n"
             "C-1002,Ἀθηνᾶ's 雑貨店 🏺,Ερμού 12,Αθήνα,GR\r\n"
             "C-1003,Café Señor Ångström,,Cádiz,ES\r\n");
-  EXPECT_EQ(rows("select invoice_no, remark, customer_no from invoice order by 1"),
-            "2024-0007,\"Deliver <before> noon & call first: \"\"5 > 4\"\"\",C-1001\r\n"
-            "2024-0012,Τιμές χωρίς ΦΠΑ — 税抜き,C-1002\r\n"
-            "2024-0019,,C-1003\r\n2024-0031,,C-1001\r\n");
-  EXPECT_EQ(rows("select l.invoice_no, l.line_no, l.unit_price, t.kind, t.amount"
-                 " from invoice_line l left join line_tax t"
-                 " on l.invoice_no = t.invoice_no and l.line_no = t.line_no order by 1, 2, 4"),
-            "2024-0007,1,149.50,VAT,56.81\r\n2024-0007,2,39.00,VAT,7.41\r\n"
-            "2024-0007,2,39.00,deposit,5.00\r\n2024-0012,1,1800.00,,\r\n"
-            "2024-0012,2,450.50,customs,200.02\r\n2024-0019,1,99.99,IVA,209.98\r\n"
-            "2024-0031,1,80.00,VAT,45.60\r\n");
 }
 
 TEST_F(CommandShred, RegisteredProcedureAndCollectionGiveTheSameRows) {
@@ -214,8 +203,6 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
        "half.xml:2:22: element 'invoice', table INVOICE, row (INVOICE_NO '1', ISSUED null, "
        "CURRENCY null, REMARK null, CUSTOMER_NO 'H'): ORV0407E  The null value cannot be stored in "
        "the NOT NULL column \"APP.INVOICE.ISSUED\".  SQLSTATE=23502.\nQRKG006E  "},
-      {"value too large", place_.write("long.xml", customer("N", std::string(201, 'n'))), kDad,
-       "long.xml:2:28: element 'name', table CUSTOMER, column NAME, value 'nnn"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
