@@ -152,7 +152,7 @@ void UntakenData::warnLost(const MappedValue& value, const Element* element) {
 
 void UntakenData::warnElsewhere(const MappedValue& value, int table, const Element* element) {
   warnings_.warn("value-of-another-table", value.table, value.column, element, value.leaf, [&] {
-    return itemText(value) + " is also taken for " + placeInTable(ctx_, *model_.tab[table], -1) +
+    return itemText(value) + " goes into " + placeInTable(ctx_, *model_.tab[table], -1) +
            ", which maps the same name";
   });
 }

@@ -81,6 +81,9 @@ TEST(DecomposeMessages, Validation) {
        "''>]>" +
            std::string(kDocument),
        0, kDone},
+      {"DTDs that cannot be looked up", byDtd, doctype + kDocument, -5,
+       "ORV0206E *QRKM001W *QRKA010E *",
+       "drop table orvxml.dtd_ref; create table orvxml.dtd_ref (x integer);"},
       {"valid by the schema", bySchema, kDocument, 0, kDone},
       {"invalid by the schema", bySchema, "<p k='one'><c v='x'/></p>", -90,
        "QRKQ047E  Parser error on line 1 column *"},
