@@ -82,6 +82,7 @@ TEST(EngineStatementTest, OpenStatementsMeetTheEndOfTheirUnitOfWork) {
   open->reset();
   EXPECT_EQ(stepOutcome(*open), "row");
   open.reset();
+  EXPECT_EQ(outcomeOf([&] { engine.releaseSavepoint("s 1"); }), "-880 3B001 s 1");
   runSteps(database, {{"SELECT COUNT(*) FROM T", "3"}, {"DROP TABLE T", "ok"}});
 }
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <deque>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -94,7 +93,7 @@ class FakeCatalog : public Catalog {
   }
 
   uint64_t version() const override { return 1; }
-  int codePage() const override { return page; }
+  int codePage() const override { return 1208; }
   const std::string& defaultSchema() const override { return schema_; }
 
   const Table* findTable(std::string_view schema, std::string_view name) const override {
@@ -176,27 +175,20 @@ class FakeCatalog : public Catalog {
   const Trigger* findTrigger(std::string_view schema, std::string_view name) const override {
     return find(triggers, schema.empty() ? schema_ : schema, name);
   }
-  bool tableSpaceExists(std::string_view name) const override {
-    return tableSpaces.count(std::string(name)) > 0;
-  }
+  bool tableSpaceExists(std::string_view) const override { return false; }
   bool schemaExists(std::string_view name) const override { return name == schema_; }
-  bool indexExists(std::string_view, std::string_view name) const override {
-    return indexes.count(std::string(name)) > 0;
-  }
+  bool indexExists(std::string_view, std::string_view) const override { return false; }
   std::optional<Package> findPackage(std::string_view, std::string_view) const override {
     return std::nullopt;
   }
   const std::vector<std::string>& functionPath() const override { return path; }
 
-  int page = 1208;
   std::vector<std::string> path{"ORVXML", "SYSNTQ", "SYSFUN"};
   std::deque<Table> tables;
   std::deque<DistinctType> types;
   std::deque<Procedure> procedures;
   std::deque<Function> functions;
   std::deque<Trigger> triggers;
-  std::set<std::string> tableSpaces;
-  std::set<std::string> indexes;
 
  private:
   template <typename Object>
