@@ -101,23 +101,33 @@ inline std::string letter(const std::string& from, const std::string& price,
   return text + "<price>" + price + "</price></letter>";
 }
 
-// Code and message: the whole, or its beginning and end around the server's own text.
+// Code and message of a failure; behind the server's own text where that is asked for.
 struct Expected {
   Msg message;
-  std::string text;  // of the message, where it has arguments
+  std::string text;
   bool fromServer = false;
 };
+inline Expected told(Msg message, const std::vector<std::string>& arguments = {}) {
+  Expected expected{message, qrkMsgTable[static_cast<size_t>(message)]};
+  for (const std::string& argument : arguments) {
+    expected.text.replace(expected.text.find("%s"), 2, argument);
+  }
+  return expected;
+}
+inline Expected byServer(Msg message, const std::vector<std::string>& arguments = {}) {
+  Expected expected = told(message, arguments);
+  expected.fromServer = true;
+  return expected;
+}
 
 inline void expectOutcome(const CallOutcome& outcome, const Expected& expected) {
-  const std::string text =
-      expected.text.empty() ? qrkMsgTable[static_cast<size_t>(expected.message)] : expected.text;
   EXPECT_EQ(outcome.code, codeOf(expected.message)) << outcome.message;
   if (!expected.fromServer) {
-    EXPECT_EQ(outcome.message, text);
+    EXPECT_EQ(outcome.message, expected.text);
     return;
   }
   EXPECT_TRUE(outcome.message.starts_with("ORV")) << outcome.message;
-  EXPECT_TRUE(outcome.message.ends_with("QRKM001W  A ORV error occurred.\n" + text))
+  EXPECT_TRUE(outcome.message.ends_with("QRKM001W  A ORV error occurred.\n" + expected.text))
       << outcome.message;
 }
 
