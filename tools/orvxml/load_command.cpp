@@ -39,6 +39,7 @@ ColumnValue split(const char* option, const std::string& argument) {
 
 std::vector<ColumnValue> splitAll(const char* option, const std::vector<std::string>& arguments) {
   std::vector<ColumnValue> all;
+  all.reserve(arguments.size());
   for (const std::string& argument : arguments) all.push_back(split(option, argument));
   return all;
 }
