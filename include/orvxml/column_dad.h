@@ -18,11 +18,13 @@ struct side_column {
   char type[254];            // SQL type as the mapping writes it
   char path[254];            // location path
   char multi_occurrence[4];  // upper case; "YES" or "NO" is checked by whoever enables the column
+  size_t element = 0;  // number of its element in the mapping (orvxml/notices.h); 0: nobody listens
   side_column* next = nullptr;
 };
 
 struct side_table {
   char name[161];
+  size_t element = 0;  // as of a column
   side_column* columns = nullptr;
   side_table* next = nullptr;
 };

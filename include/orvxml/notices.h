@@ -55,6 +55,9 @@ extern "C" ORVXML_API NoticeListener* qrkListen(NoticeListener* listener);
 // The listener of this thread's calls, or null.
 NoticeListener* noticeListener();
 
+// Tells the element of the mapping that a failure is about, where there is a listener.
+void tellMappingPlace(size_t element);
+
 // Tells a reason, where there is a listener.
 void tellReason(const char* rule, const std::string& text);
 

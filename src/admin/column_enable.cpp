@@ -6,6 +6,7 @@
 #include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/location_path.h"
+#include "orvxml/notices.h"
 #include "orvxml/parser.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
@@ -237,15 +238,19 @@ int EnableColumn::checkModel() {
 }
 
 int EnableColumn::checkSideTable(const side_table& table) {
-  if (hidesRow(ctx_, table.name)) return fail(call_, Msg::QRKA057E, table.name);
-  if (!table.columns) return fail(call_, Msg::QRKA058E, "(NULL)");
+  const auto failAt = [&](size_t element, Msg message, const auto&... arguments) {
+    tellMappingPlace(element);
+    return fail(call_, message, arguments...);
+  };
+  if (hidesRow(ctx_, table.name)) return failAt(table.element, Msg::QRKA057E, table.name);
+  if (!table.columns) return failAt(table.element, Msg::QRKA058E, "(NULL)");
   for (const side_column* column = table.columns; column; column = column->next) {
     const std::string_view occurrence = column->multi_occurrence;
     if (occurrence != "YES" && occurrence != "NO") {
-      return fail(call_, Msg::QRKA061E, column->multi_occurrence, column->name);
+      return failAt(column->element, Msg::QRKA061E, column->multi_occurrence, column->name);
     }
     if (!isPath(ctx_, column->path)) {
-      return fail(call_, Msg::QRKA060E, column->path, column->name);
+      return failAt(column->element, Msg::QRKA060E, column->path, column->name);
     }
   }
   return 0;

@@ -6,6 +6,7 @@
 
 #include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
+#include "orvxml/notices.h"
 #include "orvxml/packages.h"
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
@@ -169,6 +170,7 @@ int createSidetables(QrkStruct* ctx, const dad* model, const char* /*suffix*/, c
     if (text.size() > kMaxStatementBytes) return failed(report, Msg::QRKQ038E, text);
     const sqlca area = define(text);
     if (area.sqlcode >= 0) continue;
+    tellMappingPlace(table->element);
     failDb(report, area, Msg::QRKA046E, table->name);
     return -1;
   }

@@ -7,9 +7,11 @@
 #include <new>
 #include <utility>
 
+#include "orvxml/notices.h"
 #include "orvxml/trace.h"
 #include "src/dad/dad_settings.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/element_order.h"
 
 namespace orvxml {
 
@@ -39,6 +41,10 @@ struct FreeTables {
     }
   }
 };
+
+size_t shownNumber(const xercesc::DOMElement* element) {
+  return noticeListener() ? elementNumber(element) : 0;
+}
 
 // A heap copy of `size` bytes, the terminator among them.
 char* heapCopy(const void* source, size_t size) {
@@ -139,6 +145,7 @@ int ModelBuilder::takeSideTables(const xercesc::DOMNode* xcolumn) {
 }
 
 int ModelBuilder::takeSideTable(const xercesc::DOMElement* element, side_table& table) {
+  table.element = shownNumber(element);
   const auto refused = [&](const std::string& name) {
     return failed(report_, Msg::QRKA057E, name);
   };
@@ -154,6 +161,7 @@ int ModelBuilder::takeSideTable(const xercesc::DOMElement* element, side_table& 
 }
 
 int ModelBuilder::takeColumn(const xercesc::DOMElement* element, side_column& column) {
+  column.element = shownNumber(element);
   const auto refusedName = [&](const std::string& name) {
     return failed(report_, Msg::QRKA058E, name);
   };

@@ -17,6 +17,15 @@ NoticeListener* noticeListener() {
   return listenerOfThread;
 }
 
+void tellMappingPlace(size_t element) {
+  if (!listenerOfThread || element == 0) return;
+  Notice notice;
+  notice.kind = Notice::kPlace;
+  notice.rule = "mapping";
+  notice.mappingElement = element;
+  listenerOfThread->notice(notice);
+}
+
 void tellReason(const char* rule, const std::string& text) {
   if (!listenerOfThread) return;
   Notice notice;

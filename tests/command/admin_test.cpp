@@ -88,11 +88,16 @@ TEST_F(CommandAdmin, FailuresChangeNothing) {
   refuse({"enable-collection", "more", "--dad", dad}, dad + ": QRKQ000E");
   place_.write("x.dad", "<DAD>\n");
   refuse({"enable-column", "mail", "doc", "--dad", dad}, dad + ":2:1: QRKQ047E");
+  place_.write("x.dad",
+               "<DAD><Xcolumn><table name='mail_to'>\n<column name='c' type='date' path='/a' "
+               "multi_occurrence='NO'/></table>\n<table name='t'>\n<column name='c' type='date' "
+               "path='a' multi_occurrence='NO'/></table></Xcolumn></DAD>");
+  refuse({"enable-column", "mail", "doc", "--dad", dad}, dad + ":4:62: QRKA060E");
   const std::string schema = place_.write("s.xsd", "<schema/>");
   place_.write("x.dad", "<DAD><schemabindings><nonamespacelocation location=\"" + schema +
                             "\"/></schemabindings><validation>YES</validation><Xcolumn/></DAD>");
   const CommandResult unusable = place_.orvxml({"enable-column", "mail", "doc", "--dad", dad});
-  EXPECT_EQ(unusable.err.find(schema), 0u) << unusable.err;
+  EXPECT_EQ(unusable.err.find(schema + ":1:"), 0u) << unusable.err;
   EXPECT_NE(unusable.err.find("cannot be used: nothing was changed"), unusable.err.npos);
   refuse({"disable-collection", "absent"}, "QRKQ028E");
   refuse({"disable-db"}, "to be disabled before: the column DOC of APP.MAIL");

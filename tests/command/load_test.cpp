@@ -98,6 +98,19 @@ TEST_F(CommandLoad, WhatIsRefusedIsToldWithPlaceAndReason) {
   EXPECT_NE(place_.orvxml({"load", "names", "doc", "a.xml"}).err.find("holds names of files"),
             std::string::npos);
   EXPECT_EQ(rows("select count(*) as n from mail"), "N\r\n0\r\n");
+
+  // A schema that is damaged afterwards is told as the schema's fault.
+  const std::string schema =
+      place_.write("s.xsd", "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'/>");
+  run({"sql", "create table lax (doc orvxml.XMLVarchar)"});
+  run({"enable-column", "lax", "doc", "--dad",
+       place_.write("s.dad",
+                    "<DAD><schemabindings><nonamespacelocation location='" + schema +
+                        "'/></schemabindings><validation>YES</validation><Xcolumn/></DAD>")});
+  place_.write("s.xsd", "<schema/>");
+  const CommandResult damaged = place_.orvxml({"load", "lax", "doc", "a.xml"});
+  EXPECT_EQ(damaged.err.find("a.xml: ORV0443E"), 0u) << damaged.err;
+  EXPECT_NE(damaged.err.find("\nreason: " + schema + ":1:"), damaged.err.npos) << damaged.err;
 }
 
 TEST_F(CommandLoad, AFailureEndsTheRunOrOneDocumentOrUndoesAll) {

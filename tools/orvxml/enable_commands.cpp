@@ -108,26 +108,28 @@ std::string placeOf(const std::string& message, const Notice* failure, const Nam
   return position ? located(mapping.label, *position) : mapping.label;
 }
 
-// A document that every schema refuses for its name alone, unless the schema cannot be used.
-constexpr char kProbe[] = "<orvxml-probe/>";
-
-// Documents are validated against a schema when they come: one that cannot be used would refuse
-// them all.
+// Documents are validated against a schema when they come: one that cannot be used would fail them
+// all.
 void requireUsableSchema(const MappingArgument& mapping) {
   const ColumnMapping read = readColumnMapping(mapping.text());
   if (!read.model || !read.model->isSchema || read.model->validation != 1) return;
   LocalContext context;
-  std::string probe = kProbe;
+  NoticeLog notices;
+  const Listening listening(notices);
+  std::string probe = "<orvxml-probe/>";
   std::u16string location = schemaLocation(*read.model);
-  qrkValidateSchema(context.get(), probe.data(), 1, 1, location.data(), context.sqlState,
-                    context.message);
-  const std::string message = context.message;
-  if (message.find("orvxml-probe") != std::string::npos) return;
-  const std::string schema = utf8Of(location);
+  if (qrkJudgeBySchema(context.get(), probe.data(), 1, 1, location.data(), context.sqlState,
+                       context.message) != kNotJudged) {
+    return;
+  }
+  const Notice* const failure = notices.failure();
+  const std::string schema = failure && !failure->file.empty() ? failure->file : utf8Of(location);
+  std::string message = context.message;
+  message.erase(message.find_last_not_of('\n') + 1);
+  if (failure && !failure->text.empty()) message += '\n' + failure->text;
   const std::optional<Position> position = parserPosition(message);
   throw Failure(position ? located(schema, *position) : schema,
-                message.substr(0, message.find_last_not_of('\n') + 1) +
-                    "\nthe schema of the mapping " + mapping.name() +
+                message + "\nthe schema of the mapping " + mapping.name() +
                     " cannot be used: nothing was changed");
 }
 

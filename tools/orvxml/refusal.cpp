@@ -37,21 +37,26 @@ std::string wordsOf(const std::string& message) {
   return text;
 }
 
+// What the parser says of the document, or of the schema or DTD that it is judged by.
+Refusal parserRefusal(const Notice& reason, const Notice* failure) {
+  const std::optional<Position> position = parserPosition(reason.text);
+  if (failure && !failure->file.empty()) {
+    const std::string place = position ? located(failure->file, *position) : failure->file;
+    return {"reason: " + place + ": " + wordsOf(reason.text), {}};
+  }
+  const std::string place =
+      position ? "line " + position->line + ", column " + position->column + ": " : "";
+  return {"reason: " + place + wordsOf(reason.text), position};
+}
+
 }  // namespace
 
-Refusal refusalOf(orv::Session& session, std::string_view sqlState, const Notice* reason) {
+Refusal refusalOf(orv::Session& session, std::string_view sqlState, const NoticeLog& notices) {
+  const Notice* const reason = notices.reason();
   // A refusal by a function or a trigger, or a value that does not fit.
   const bool isRefusal = sqlState.starts_with("38") || sqlState.starts_with("22");
   if (!reason || !isRefusal) return {};
-  if (std::string_view(reason->rule) == "parser") {
-    Refusal refusal{"", parserPosition(reason->text)};
-    refusal.text = "reason: " +
-                   (refusal.position ? "line " + refusal.position->line + ", column " +
-                                           refusal.position->column + ": "
-                                     : std::string()) +
-                   wordsOf(reason->text);
-    return refusal;
-  }
+  if (std::string_view(reason->rule) == "parser") return parserRefusal(*reason, notices.failure());
   try {
     const std::string takers = takersOf(session, reason->text);
     return {"reason: the value of " + reason->text + (takers.empty() ? "" : ", for " + takers), {}};

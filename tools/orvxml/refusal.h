@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "mapping.h"
+#include "notice_log.h"
 #include "orv/session.h"
-#include "orvxml/notices.h"
 
 namespace orvxml::command {
 
@@ -17,8 +17,8 @@ struct Refusal {
   std::optional<Position> position;  // in the document
 };
 
-// Of a statement that failed with `sqlState`, while `reason` was the last that the library told;
-// null for nothing. Reads what is enabled; the statement's unit of work has been rolled back.
-Refusal refusalOf(orv::Session& session, std::string_view sqlState, const Notice* reason);
+// Of a statement that failed with `sqlState`, by what the library told meanwhile. Reads what is
+// enabled; the statement's unit of work has been rolled back.
+Refusal refusalOf(orv::Session& session, std::string_view sqlState, const NoticeLog& notices);
 
 }  // namespace orvxml::command

@@ -131,7 +131,7 @@ class Runner {
   [[noreturn]] void refuse(const Statement& statement, const orv::Outcome& outcome,
                            const NoticeLog& notices) {
     session_.rollback();
-    const Refusal refusal = refusalOf(session_, outcome.sqlstate, notices.reason());
+    const Refusal refusal = refusalOf(session_, outcome.sqlstate, notices);
     std::string message =
         outcome.message.empty() ? "SQLCODE " + std::to_string(outcome.sqlcode) : outcome.message;
     message.erase(message.find_last_not_of('\n') + 1);
