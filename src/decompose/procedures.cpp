@@ -10,7 +10,6 @@
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/decompose/driver.h"
-#include "src/foundation/heap_memory.h"
 
 namespace orvxml {
 

@@ -9,7 +9,6 @@
 #include "orvxml/utilities.h"
 #include "orvxml/xml_writer.h"
 #include "src/decompose/element_text.h"
-#include "src/foundation/heap_memory.h"
 
 namespace orvxml {
 
