@@ -7,6 +7,7 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "functions/documents.h"
 
@@ -121,6 +122,28 @@ std::string trustedPath(FunctionCall& call, const char* name) {
   return path;
 }
 
+// A file in one of the folders for temporary files.
+std::unique_ptr<FileBeside> temporaryFile() {
+  const char* const folders[] = {std::getenv("ORVQRKTEMP"), std::getenv("TMPDIR"), "/tmp"};
+  for (const char* const folder : folders) {
+    if (!folder || !*folder) continue;
+    auto file = std::make_unique<FileBeside>(folder + std::string("/"));
+    if (file->isThere()) return file;
+  }
+  return nullptr;
+}
+
+// In a folder that is not the caller's to write the file may have the content, or be writable.
+void putInPlace(FunctionCall& call, const char* name, const std::string& path,
+                const std::function<int(const char*)>& write) {
+  if (const std::unique_ptr<FileBeside> copy = temporaryFile()) {
+    call.check(write(copy->name().c_str()));
+    if (hasContentOf(path, copy->name())) return;
+  }
+  if (::access(path.c_str(), W_OK) != 0) call.failFile(name);
+  call.check(write(path.c_str()));
+}
+
 }  // namespace
 
 std::string readFile(FunctionCall& call, const char* name, size_t limit, Msg tooLarge) {
@@ -155,11 +178,7 @@ void putFile(FunctionCall& call, const char* name, const std::function<int(const
   requirePlainFile(call, name);
   const std::string path = trustedPath(call, name);
   FileBeside fresh(path);
-  if (!fresh.isThere()) {
-    // In a folder that is not the caller's to write a file may be.
-    if (::access(path.c_str(), W_OK) != 0) call.failFile(name);
-    return call.check(write(path.c_str()));
-  }
+  if (!fresh.isThere()) return putInPlace(call, name, path, write);
   call.check(write(fresh.name().c_str()));
   if (hasContentOf(path, fresh.name()) || fresh.takePlaceOf(path)) return;
   call.failFile(name);

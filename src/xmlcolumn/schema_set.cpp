@@ -114,7 +114,7 @@ bool SchemaSet::refuse(Msg message, const std::u16string& id) const {
 }
 
 bool SchemaSet::refuse(const char* reason, const std::u16string& id) const {
-  reportParserError(report_, 0, 0, reason);
+  reportParserError(report_, "", "", reason);
   tellFaultyFile(shownName(id));
   return false;
 }
@@ -160,7 +160,11 @@ bool SchemaSet::isBounded() const {
   if (!excess) return true;
   const auto faulty = std::find_if(files_.begin(), files_.end(),
                                    [&](const File& file) { return &file.scan == excess->file; });
-  reportParserError(report_, excess->line, excess->column, excess->reason);
+  if (excess->line > 0) {
+    reportParserError(report_, excess->line, excess->column, excess->reason);
+  } else {
+    reportParserError(report_, "", "", excess->reason);
+  }
   tellFaultyFile(shownName(faulty == files_.end() ? std::u16string_view() : faulty->id));
   return false;
 }
