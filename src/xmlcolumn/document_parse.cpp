@@ -13,7 +13,7 @@ namespace {
 using xercesc::XMLUni;
 
 // A parser grows with the documents that it reads.
-constexpr uint64_t kMaxDocumentBytes = 1024 * 1024;
+constexpr uint64_t kMaxDocumentBytes = uint64_t{1024} * 1024;
 
 using ParserPtr = std::unique_ptr<qrkSAX2XMLReaderImpl>;
 

@@ -275,9 +275,10 @@ TEST_F(ValidationTest, SchemasReachNoFurtherThanTheirFolder) {
   const std::string body = schemaText("<xs:element name='a' type='xs:int'/>&t;%t;");
   for (const std::string& declaration : {std::string("<!ENTITY t SYSTEM '") + outside + "'>",
                                          std::string("<!ENTITY % t SYSTEM 'fifo'>%t;")}) {
-    const std::string schema =
-        folder_.write("sub/a.xsd", "<!DOCTYPE xs:schema [" + declaration + "]>" + body);
-    expectRejected(bySchema("<a>1</a>", schema), "unable to open", kNotJudged);
+    std::string text = "<!DOCTYPE xs:schema [";
+    text.append(declaration).append("]>").append(body);
+    expectRejected(bySchema("<a>1</a>", folder_.write("sub/a.xsd", text)), "unable to open",
+                   kNotJudged);
   }
   EXPECT_EQ(bySchema("<a>1</a>", fifo).sqlState, "38X01");
 }
