@@ -36,7 +36,7 @@ class LostValues {
   // decompose_element. Recursion is bounded by the depth of the mapping.
   void walk(const xercesc::DOMElement* element, int parentTable) {
     const TableBits members = survey_.members(element);
-    const int current = members ? std::bit_width(members) - 1 : kNoTable;
+    const int current = members ? static_cast<int>(std::bit_width(members)) - 1 : kNoTable;
     if (current != kNoTable) takeRows(element, current, element);
     const int owner = current != kNoTable ? current : parentTable;
     for (auto* child = element->getFirstElementChild(); child;
@@ -118,7 +118,7 @@ class LostValues {
     }
     lostAt_ = leaf.element;
     const TableBits members = survey_.members(leaf.element);
-    return members ? std::bit_width(members) - 1 : kNoTable;
+    return members ? static_cast<int>(std::bit_width(members)) - 1 : kNoTable;
   }
 
   std::string takerText(const MappedLeaf& leaf, int taker) const {

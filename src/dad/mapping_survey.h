@@ -15,7 +15,7 @@ using TableBits = uint32_t;  // one bit for each table of the model, in its orde
 static_assert(QRK_NUMTAB_IN_REL <= 32);
 
 inline TableBits tableBit(int table) {
-  return TableBits{1} << table;
+  return TableBits{1} << static_cast<unsigned>(table);
 }
 
 struct MappedLeaf {
