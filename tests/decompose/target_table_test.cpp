@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <string>
@@ -17,36 +18,41 @@ using test::Database;
 using test::Row;
 using test::Rows;
 
+template <size_t N>
+void put(char (&field)[N], const char* text) {
+  std::snprintf(field, N, "%s", text);
+}
+
 // A table of a mapping, with the storage that its pointers need.
 class MappedTable {
  public:
   MappedTable(const char* schema, const char* name) {
     columns_.reserve(kMaxColumnsPerTable);
     joins_.reserve(kMaxForeignKeys);
-    std::strcpy(table_.schema, schema);
-    std::strcpy(table_.name, name);
+    put(table_.schema, schema);
+    put(table_.name, name);
   }
 
   MappedTable& column(const char* name, const char* type) {
     col2xml_entry& entry = columns_.emplace_back();
-    std::strcpy(entry.col, name);
-    std::strcpy(entry.dataType, type);
+    put(entry.col, name);
+    put(entry.dataType, type);
     table_.col2xml = columns_.data();
     ++table_.num_col;
     return *this;
   }
   MappedTable& key(const char* name) {
-    std::strcpy(table_.pri_key.name[table_.pri_key.num++], name);
+    put(table_.pri_key.name[table_.pri_key.num++], name);
     return *this;
   }
   // A join of `name` with column `parentColumn` of a parent.
   MappedTable& join(const char* name, const MappedTable& parent, const char* parentColumn) {
     join_partner& partner = partners_.emplace_back();
-    std::strcpy(partner.schema, parent.table_.schema);
-    std::strcpy(partner.tab, parent.table_.name);
-    std::strcpy(partner.col, parentColumn);
+    put(partner.schema, parent.table_.schema);
+    put(partner.tab, parent.table_.name);
+    put(partner.col, parentColumn);
     join_info_entry& entry = joins_.emplace_back();
-    std::strcpy(entry.col, name);
+    put(entry.col, name);
     entry.num_join = 1;
     entry.foreign = &partner;
     table_.join_info = joins_.data();
@@ -64,7 +70,7 @@ class MappedTable {
     return *this;
   }
   MappedTable& condition(const char* text) {
-    std::strcpy(table_.condition, text);
+    put(table_.condition, text);
     return *this;
   }
   tab* get() { return &table_; }
@@ -119,7 +125,7 @@ class TargetTableTest : public testing::Test {
     std::string space = tableSpace;
     return create_table(call_, table.get(), space.data(), call_.msg);
   }
-  int prepare(std::vector<MappedTable*> tables) {
+  int prepare(const std::vector<MappedTable*>& tables) {
     rel mapping{};
     for (MappedTable* table : tables) mapping.tab[mapping.num_of_tables++] = table->get();
     mapping.num_cond = 1;
