@@ -1,6 +1,7 @@
 // The parser front end: is the parser ready, parse into a DOM tree, name a parser's text.
 #include <cstring>
 #include <exception>
+#include <new>
 #include <optional>
 
 #include <xercesc/util/OutOfMemoryException.hpp>
@@ -8,6 +9,7 @@
 
 #include "orv/xmlinit.h"
 #include "orvxml/code_pages.h"
+#include "orvxml/notices.h"
 #include "orvxml/parser.h"
 #include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
@@ -39,13 +41,31 @@ struct Parse {
   qrkNonValidateDOM parser;
 };
 
-int run(const Report& report, Parse& parse, const DocumentSource& source, DOM_Document& result) {
+int run(const Report& report, Parse& parse, const DocumentSource& source, DOM_Document& result,
+        bool& ranOutOfMemory) {
   try {
     parse.parser.parseDocument(*source.input, source.bytes);
     result = DOM_Document(parse.parser.takeDocument());
     return 0;
+  } catch (const std::bad_alloc&) {
+    ranOutOfMemory = true;
+    return parserCrash(report, kParseLine);
+  } catch (const xercesc::OutOfMemoryException&) {
+    ranOutOfMemory = true;
+    return parserCrash(report, kParseLine);
   } catch (...) {
     return reportParserException(report) ? -1 : parserCrash(report, kParseLine);
+  }
+}
+
+// The message is that of any other crash, so a listener is told what it was.
+void tellOutOfMemory() noexcept {
+  try {
+    Notice notice;
+    notice.rule = "memory";
+    notice.text = "the system ran out of memory while the XML parser read a document";
+    if (NoticeListener* const listener = noticeListener()) listener->notice(notice);
+  } catch (...) {  // there is no memory for the notice either
   }
 }
 
@@ -105,7 +125,11 @@ int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_
     reportParserException(report);
     return -1;
   }
-  return run(report, *state, source, result);
+  bool ranOutOfMemory = false;
+  const int rc = run(report, *state, source, result, ranOutOfMemory);
+  state.reset();
+  if (ranOutOfMemory) tellOutOfMemory();
+  return rc;
 }
 
 int parseCode(QrkStruct* ctx, int rc, const char* sqlstate) {

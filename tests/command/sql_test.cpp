@@ -24,6 +24,7 @@ TEST(CommandUse, WrongUseIsStatusTwoAndTouchesNothing) {
       {{"shred", "--dad", "a"}, "no document"},
       {{"trace"}, "subcommand"},
       {{"trace", "on"}, "DIRECTORY"},
+      {{"compose", "--dad", "a", "--max-rows", "99999999999"}, "range 0 to 2147483647"},
   };
   const Workplace place;
   for (const Case& c : cases) {
@@ -141,6 +142,8 @@ TEST_F(CommandSql, AFailureUndoesTheWholeScriptAndNamesItsLine) {
       {"duplicate key", "delete from item where id > 1;\ninsert into item (id) values (1)",
        "script.sql:2: ", "ORV0803"},
       {"ill-formed text", "delete from item;\nvalues '\xC3('", "script.sql:2: ", "not UTF-8"},
+      {"open comment", "delete from item; \n/* to here",
+       "script.sql:2: ", "begins with /* to here"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
@@ -151,6 +154,16 @@ TEST_F(CommandSql, AFailureUndoesTheWholeScriptAndNamesItsLine) {
     EXPECT_TRUE(contains(result.err, c.message)) << result.err;
     EXPECT_EQ(select({"--csv"}, "select count(*) as n from item"), "N\r\n4\r\n");
   }
+}
+
+// Devices have no size to judge them by before they are read.
+TEST_F(CommandSql, WhatNeverEndsIsReadToTheLimit) {
+  const CommandResult result = place_.orvxml({"shred", "--dad", "/dev/zero", "x.xml"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "/dev/zero: is larger than 16 MB\n");
+  const std::string file = place_.write("sparse.sql", "values 1");
+  std::filesystem::resize_file(file, std::uintmax_t{3} << 30);
+  EXPECT_EQ(place_.orvxml({"sql", "--file", file}).err, file + ": is larger than 2 GB\n");
 }
 
 }  // namespace
