@@ -20,6 +20,8 @@ namespace {
 
 constexpr int kSampledRows = 1000;
 constexpr int kUtf8 = 1208;
+constexpr int kNoMemory = -954;  // SQLCODE
+constexpr int kLocked = -911;
 // Every integer up to this is a double.
 constexpr int64_t kExactIntegers = int64_t{1} << 53;
 constexpr int64_t kLongestNumber = 24;  // characters
@@ -181,7 +183,13 @@ void ForeignColumns::choose(sqlite3* database, Table& table) {
     }
     giveType(column, known->second);
   }
-  for (std::vector<Column*> open = columns; !open.empty();) widenMisfits(database, table, open);
+  try {
+    for (std::vector<Column*> open = columns; !open.empty();) widenMisfits(database, table, open);
+  } catch (const SqlError& error) {
+    // Rows that cannot be read (a damaged page, a generated column of an unknown function) are told
+    // of when somebody asks for them.
+    if (error.sqlcode() == kNoMemory || error.sqlcode() == kLocked) throw;
+  }
   for (size_t i = 0; i < columns.size(); ++i) chosen_[keys[i]] = columns[i]->type;
 }
 
