@@ -56,12 +56,12 @@ TEST(EngineTest, DeepNestingCostsNoMoreThanItsLengthAndEndsInAMessage) {
   auto nested = [](int levels) {
     std::string value = "1";
     for (int i = 0; i < levels; ++i) {
-      value = "CASE WHEN " + value + " BETWEEN 1 AND 1.0 THEN NULLIF(1, 2) ELSE 0 END";
+      value.insert(0, "CASE WHEN ").append(" BETWEEN 1 AND 1.0 THEN NULLIF(1, 2) ELSE 0 END");
     }
     return "SELECT " + value + " FROM N";
   };
   std::string average = "1";
-  for (int i = 0; i < 4; ++i) average = "(SELECT AVG(" + average + ") FROM N)";
+  for (int i = 0; i < 4; ++i) average.insert(0, "(SELECT AVG(").append(") FROM N)");
   std::string sum = "I";
   std::string any = "I = 0";
   for (int i = 1; i < 400; ++i) sum += " + " + std::to_string(i);

@@ -52,7 +52,7 @@ class FakeCatalog : public Catalog {
     return statement;
   }
 
-  void addType(const std::string& schema, const std::string& name, SqlType source) {
+  void addType(const std::string& schema, const std::string& name, const SqlType& source) {
     types.push_back({schema, name, source, true});
   }
 

@@ -152,7 +152,7 @@ TEST_F(FunctionResolutionTest, LongChainsOfSourcesEndInAnError) {
   EXPECT_EQ(called("f1(i)"), "CAST(F0(T1.I) AS INTEGER): INTEGER");
   EXPECT_EQ(called("f600(i)"), "-101 54001");
   std::string nested = "i";
-  for (int i = 0; i < 10; ++i) nested = "f100(" + nested + " + 1)";
+  for (int i = 0; i < 10; ++i) nested.insert(0, "f100(").append(" + 1)");
   EXPECT_EQ(called(nested), "-101 54001");
   EXPECT_EQ(called("f200((SELECT f200((SELECT f200(i) FROM t)) FROM t))"), "-101 54001");
 }
