@@ -85,7 +85,7 @@ TEST_F(CommandAdmin, FailuresChangeNothing) {
   refuse({"disable-column", "mail", "id"}, "QRKA018E");
   refuse({"enable-collection", "shelf", "--dad", kLanguages}, "QRKA011E");
   const std::string dad = place_.write("x.dad", "<DAD/>");
-  refuse({"enable-collection", "more", "--dad", dad}, dad + ": QRKQ000E");
+  refuse({"enable-collection", "more", "--dad", dad}, dad + ":1:7: QRKQ000E");
   place_.write("x.dad", "<DAD>\n");
   refuse({"enable-column", "mail", "doc", "--dad", dad}, dad + ":2:1: QRKQ047E");
   place_.write("x.dad",

@@ -81,7 +81,10 @@ std::vector<std::string> outerMarkup(const XmlTree& tree, const LocationPath& pa
 class Update {
  public:
   Update(const XmlTree& tree, const LocationPath& path, const std::string& value)
-      : attribute_(path.attribute), selected_(elementsOf(tree, path)), value_(escaped(value)) {
+      : attribute_(path.attribute),
+        isAtAnyDepth_(path.attributeAtAnyDepth),
+        selected_(elementsOf(tree, path)),
+        value_(escaped(value)) {
     element(tree.root(), false);
   }
 
@@ -89,10 +92,10 @@ class Update {
 
  private:
   void element(const xmlNode* node, bool isInside) {
-    const bool isOutermost = !isInside && selected_.contains(node);
-    document += isOutermost && attribute_ ? changedTag(node) : startTag(node);
-    if (isOutermost && !attribute_) document += value_;
-    isInside = isInside || isOutermost;
+    const bool isChanged = (!isInside || isAtAnyDepth_) && selected_.contains(node);
+    document += isChanged && attribute_ ? changedTag(node) : startTag(node);
+    if (isChanged && !attribute_) document += value_;
+    isInside = isInside || isChanged;
     for (const xmlNode* child = node->children; child; child = child->next) {
       if (child->type == XML_ELEMENT_NODE) {
         element(child, isInside);
@@ -119,6 +122,7 @@ class Update {
   }
 
   std::optional<std::string> attribute_;
+  bool isAtAnyDepth_;  // of elements inside selected ones as well
   Elements selected_;
   std::string value_;
 };
