@@ -44,7 +44,8 @@ inline bool isEndOfColumns(const char* slot) {
 }
 
 // ---- Descriptor areas. Data areas and indicators are allocated with malloc. Composition makes and
-// names them and reads its own; the other functions are for programs that use descriptors themselves.
+// names them and reads its own; the other functions are for programs that use descriptors
+// themselves.
 int qrk_init_da(QrkStruct* ctx, sqlda** da, int entries);  // 0, or -1 out of memory
 // Frees the data of the entries in use, their indicators when the type is nullable, and the area.
 void qrk_free_da(QrkStruct* ctx, sqlda* da);

@@ -9,12 +9,12 @@
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/xml_writer.h"
-#include "src/dad/mapping_notices.h"
 #include "src/compose/document_text.h"
 #include "src/compose/rdb_document.h"
 #include "src/compose/rdb_plan.h"
 #include "src/compose/rdb_query.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/mapping_notices.h"
 #include "src/dad/mapping_traps.h"
 
 namespace orvxml {

@@ -15,10 +15,10 @@
 #include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
-#include "src/dad/mapping_notices.h"
 #include "src/compose/modules.h"
 #include "src/compose/piecewise_decoder.h"
 #include "src/compose/sql_statement.h"
+#include "src/dad/mapping_notices.h"
 
 namespace orvxml {
 

@@ -5,9 +5,9 @@
 
 #include "orv/esql.h"
 #include "orvxml/trace.h"
-#include "src/dad/mapping_notices.h"
 #include "src/compose/modules.h"
 #include "src/compose/sql_query_text.h"
+#include "src/dad/mapping_notices.h"
 #include "src/foundation/cli_diagnostics.h"
 
 namespace orvxml {

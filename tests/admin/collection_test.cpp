@@ -1,5 +1,5 @@
-#include "tests/support/dads.h"
 #include "tests/support/admin_calls.h"
+#include "tests/support/dads.h"
 
 namespace orvxml::test {
 namespace {

@@ -2,8 +2,8 @@
 // taken for a success, and the same session works on with nothing of the failed call in its way.
 #include "tests/faults/failing_calls.h"
 
-#include "tests/support/dads.h"
 #include "tests/faults/compositions.h"
+#include "tests/support/dads.h"
 
 namespace orvxml::test {
 namespace {
