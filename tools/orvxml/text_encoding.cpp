@@ -249,7 +249,7 @@ std::string inDeclaredEncoding(const std::string& name, const std::string& utf8)
     status = U_ZERO_ERROR;
     ucnv_convertEx(to.get(), from.get(), &target, result.data() + result.size(), &source,
                    utf8.data() + utf8.size(), pivot, &pivotSource, &pivotTarget,
-                   pivot + kPivotUnits, used == 0, true, &status);
+                   pivot + kPivotUnits, used == 0 ? 1 : 0, 1, &status);
     result.resize(static_cast<size_t>(target - result.data()));
   } while (status == U_BUFFER_OVERFLOW_ERROR);
   return result;
