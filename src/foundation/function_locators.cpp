@@ -85,14 +85,16 @@ Problem intoBuffer(QrkStruct* ctx, const sqludf_locator* locator, char* buffer, 
 
 Problem intoFile(QrkStruct* ctx, const sqludf_locator* locator, int32_t length, NewFile& file) {
   char piece[kFunctionPiece];
+  size_t written = 0;
   const Problem problem = forEachPiece(ctx, length, [&](int32_t offset, int32_t count) -> Problem {
     if (const Problem unread = readPiece(ctx, locator, offset + 1, count, piece)) return unread;
-    const size_t written = file.write(piece, static_cast<size_t>(count));
-    if (written == static_cast<size_t>(count)) return {};
-    QRK_TRACE(ctx, "writeCount = %ld", static_cast<long>(written));
-    return {Msg::QRKC003E};
+    written = file.write(piece, static_cast<size_t>(count));
+    return written == static_cast<size_t>(count) ? Problem{} : Problem{Msg::QRKC003E};
   });
-  if (problem) return problem;
+  if (problem) {
+    QRK_TRACE(ctx, "writeCount = %zu", written);
+    return problem;
+  }
   return file.finish() ? Problem{} : Problem{Msg::QRKC003E};
 }
 
@@ -270,25 +272,32 @@ int qrk_conv_locator2file(QrkStruct* ctx, const sqludf_locator* locator, const c
   });
 }
 
+namespace {
+
+int declaredToFile(const Report& report, const sqludf_locator* locator, const char* fileName) {
+  QrkStruct* const ctx = report.ctx;
+  Block text;
+  int32_t length = 0;
+  const auto noMore = [](int32_t) { return 0; };
+  if (const Problem problem = readWhole(ctx, locator, noMore, text, length)) {
+    return reported(report, problem);
+  }
+  QRK_TRACE(ctx, "len =%d, orig buf %s", length, text.get());
+  const int32_t room = applicationRoom(*ctx->codePages, length, kDeclarationGrowth, 3);
+  const Block result = allocate(static_cast<size_t>(room));
+  if (!result) return failed(report, Msg::QRKG002E);
+  length = qrkConvBufferORVToAppEncoding(ctx, text.get(), length, result.get(), room, report.msg,
+                                         report.sqlState);
+  if (length < 0) return -1;
+  return toFile(ctx, result.get(), length, fileName, report.sqlState, report.msg);
+}
+
+}  // namespace
+
 int qrk_conv_locator2file_encoding(QrkStruct* ctx, const sqludf_locator* locator,
                                    const char* fileName, char* sqlState, char* msg) {
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
-  return guarded(report, [&] {
-    Block text;
-    int32_t length = 0;
-    const auto noMore = [](int32_t) { return 0; };
-    if (const Problem problem = readWhole(ctx, locator, noMore, text, length)) {
-      return reported(report, problem);
-    }
-    QRK_TRACE(ctx, "len =%d, orig buf %s", length, text.get());
-    const int32_t room = applicationRoom(*ctx->codePages, length, kDeclarationGrowth, 3);
-    const Block result = allocate(static_cast<size_t>(room));
-    if (!result) return failed(report, Msg::QRKG002E);
-    length =
-        qrkConvBufferORVToAppEncoding(ctx, text.get(), length, result.get(), room, msg, sqlState);
-    if (length < 0) return -1;
-    return toFile(ctx, result.get(), length, fileName, sqlState, msg);
-  });
+  return guarded(report, [&] { return declaredToFile(report, locator, fileName); });
 }
 
 int qrk_file2locator(QrkStruct* ctx, const char* fileName, sqludf_locator* locator, char* sqlState,

@@ -74,6 +74,7 @@ class Catalog {
   }
 
  private:
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): what a catalog that cannot be opened is given as.
   bool isOpen() const { return catalog_ != reinterpret_cast<void*>(intptr_t{-1}); }
   void* catalog_;
 };
