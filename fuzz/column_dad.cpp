@@ -10,14 +10,11 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/column_dad.h"
 #include "orvxml/parser.h"
+#include "orvxml/sql_literal.h"
 #include "src/admin/trigger_texts.h"
 
 namespace orvxml::fuzz {
 namespace {
-
-struct FreeModel {
-  void operator()(dad* model) const { freedad(nullptr, model); }
-};
 
 // The attribute in the database code page, where that has it.
 std::string attribute(FunctionCall& call, const xercesc::DOMElement& element,
