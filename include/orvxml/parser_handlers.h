@@ -223,7 +223,6 @@ class GuardedCallbacks : protected GuardedParser, public Base {
   void notationDecl(const xercesc::XMLNotationDecl& declared, bool isIgnored) override;
   void startIntSubset() override;
   void endIntSubset() override;
-  void startExtSubset() override;
   void startElement(const xercesc::XMLElementDecl& declared, unsigned int uriId,
                     const XMLCh* prefix, const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes,
                     XMLSize_t count, bool isEmpty, bool isRoot) override;

@@ -147,12 +147,6 @@ void GuardedCallbacks<Base>::endIntSubset() {
 }
 
 template <class Base>
-void GuardedCallbacks<Base>::startExtSubset() {
-  guard->stopWatching();
-  Base::startExtSubset();
-}
-
-template <class Base>
 void GuardedCallbacks<Base>::requireEntities() {
   scanner().setHasNoDTD(true);
 }
@@ -284,6 +278,8 @@ xercesc::XMLScanner& qrkSAX2XMLReaderImpl::scanner() {
 
 void qrkSAX2XMLReaderImpl::replaceSchemaValidator(
     const std::function<xercesc::SchemaValidator*(xercesc::MemoryManager*)>& make) {
+  // The parser of schemas forgets its note of a DTD as well: it runs before the first element.
+  guard->watchAllocations();
   install(dynamic_cast<xercesc::IGXMLScanner&>(scanner()), make(guard.get()));
 }
 

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <string_view>
 
 #include "orvxml/buffer.h"
@@ -70,12 +71,11 @@ int qrkGetEnv(QrkStruct* ctx) {
   return qrkGetTmpDir(ctx);
 }
 
-int qrkInit(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo, char* sqlstate,
-            char* appEncoding) {
-  char ownState[kSqlStateSize] = "";
-  if (!sqlstate) sqlstate = ownState;
+namespace {
+
+int setUp(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo, char* sqlstate,
+          char* appEncoding) {
   const Report outcome{.ctx = ctx, .sqlState = sqlstate};
-  if (!ctx) return fail(outcome, Msg::QRKG002E);
   if (qrkGetEnv(ctx) != 0) return abandon(ctx, sqlstate, fail(outcome, Msg::QRKG002E));
   if (ctx->codePages) return 0;
 
@@ -94,6 +94,21 @@ int qrkInit(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo, char* sql
   int code = setUpConversion(ctx, dbinfo, sqlstate, appEncoding);
   if (code == 0) code = checkParser(ctx, sqlstate);
   return code == 0 ? 0 : abandon(ctx, sqlstate, code);
+}
+
+}  // namespace
+
+int qrkInit(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo, char* sqlstate,
+            char* appEncoding) {
+  char ownState[kSqlStateSize] = "";
+  if (!sqlstate) sqlstate = ownState;
+  const Report outcome{.ctx = ctx, .sqlState = sqlstate};
+  if (!ctx) return fail(outcome, Msg::QRKG002E);
+  try {
+    return setUp(ctx, callFrom, dbinfo, sqlstate, appEncoding);
+  } catch (const std::bad_alloc&) {
+    return abandon(ctx, sqlstate, fail(outcome, Msg::QRKG002E));
+  }
 }
 
 int qrkExit(QrkStruct* ctx, char* sqlstate) {

@@ -52,7 +52,8 @@ class PathCompiler {
     QRK_TRACE(ctx_, "query length is %zu", path_.size());
     if (!path_.starts_with(u'/')) return errorAt(1);
     splitAtDescendants(takeAttribute());
-    if (query_.kind == kSelectsAttribute && !query_.head && !query_.body && !query_.tail) {
+    if (listener_ && query_.kind == kSelectsAttribute && !query_.head && !query_.body &&
+        !query_.tail) {
       warn("attribute-of-nothing", u" selects nothing: it names no element");
     }
   }
@@ -63,12 +64,10 @@ class PathCompiler {
 
   // The path is accepted, and selects something else than it seems to.
   void warn(const char* rule, const std::u16string& reason) const {
-    NoticeListener* const listener = noticeListener();
-    if (!listener) return;
     Notice warning;
     warning.rule = rule;
     warning.text = utf8Text(u"the path '" + std::u16string(path_) + u"'" + reason);
-    listener->notice(warning);
+    listener_->notice(warning);
   }
 
   // `ch` in [from, end), or `end`.
@@ -101,6 +100,7 @@ class PathCompiler {
 
   // The name is not checked, but an attribute cannot have any.
   void warnOfName(std::u16string_view name) const {
+    if (!listener_) return;
     const bool isName = !name.empty() && isNameStart(name.front()) &&
                         std::all_of(name.begin(), name.end(), isNameCharacter);
     if (name != u"*" && !isName) {
@@ -175,11 +175,13 @@ class PathCompiler {
   }
 
   // A "]" of a later step ends the step as well: then that step and all between count for nothing.
-  void warnOfSwallowedSteps(size_t begin, size_t end) const {
+  void warnOfSwallowedSteps(size_t begin, size_t end) {
+    if (!listener_ || hasSwallowed_) return;
     bool isQuoted = false;
     for (size_t i = begin; i < end; ++i) {
       if (path_[i] == u'"') isQuoted = !isQuoted;
       if (path_[i] != u'/' || isQuoted) continue;
+      hasSwallowed_ = true;
       return warn("steps-behind-predicate",
                   u" selects what '" + std::u16string(path_.substr(0, i)) + u"' selects: '" +
                       std::u16string(path_.substr(i, end - i)) +
@@ -228,6 +230,8 @@ class PathCompiler {
   QrkStruct* ctx_;
   std::u16string_view path_;
   bool ofAnyDescendant_ = false;  // the path ends in "//@name"
+  NoticeListener* const listener_ = noticeListener();
+  bool hasSwallowed_ = false;  // and told so
 };
 
 }  // namespace
