@@ -73,6 +73,30 @@ class Listening {
   NoticeListener* before_;
 };
 
+// Listens until `end` in front of whoever listens already: keeps the last place of a failure to
+// itself, for a failure that may turn out to be none, and passes everything else on.
+class PlaceKeeper final : public NoticeListener {
+ public:
+  PlaceKeeper() : before_(qrkListen(this)) {}
+  ~PlaceKeeper() { end(); }
+  PlaceKeeper(const PlaceKeeper&) = delete;
+  PlaceKeeper& operator=(const PlaceKeeper&) = delete;
+  void notice(const Notice& notice) override;
+
+  void end() {
+    if (isListening_) qrkListen(before_);
+    isListening_ = false;
+  }
+  const Notice& place() const { return place_; }
+  // Tells the place after all, if there was one.
+  void passOn() const;
+
+ private:
+  NoticeListener* const before_;
+  bool isListening_ = true;
+  Notice place_;
+};
+
 struct ElementPlace {
   size_t element = 0;   // in: the element's number
   uint64_t line = 0;    // out: of the end of its start tag, from 1; 0 when there is no such element

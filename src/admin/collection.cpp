@@ -15,6 +15,7 @@
 #include "orvxml/target_table.h"
 #include "orvxml/trace.h"
 #include "src/admin/admin_parameters.h"
+#include "src/admin/schema_warning.h"
 #include "src/admin/usage_table.h"
 #include "src/dad/dad_settings.h"
 #include "src/foundation/server_statements.h"
@@ -31,7 +32,6 @@ constexpr size_t kMaxCollectionName = 30;  // bytes: what its column holds besid
 constexpr size_t kMaxNameParameter = 128;
 constexpr char kUsageTable[] = "ORVXML.XML_USAGE";
 constexpr int kCollectionAccess = 1;
-constexpr std::string_view kValueTooLong = "22001";  // a name that the column cannot hold
 
 constexpr ProcedureInfo kEnable{Msg::QRKA067I, 4, 2, true};
 constexpr ProcedureInfo kDisable{Msg::QRKA066I, 2, 2, true};
@@ -82,6 +82,9 @@ int Enabling::run(Call& call, const clob& dadBuf, char* tableSpace) {
     if (int code = prepareTables(tableSpace)) return code;
   }
   if (int code = record()) return code;
+  if (settings_.hasSchema && settings_.validate) {
+    warnOfUnusableSchema(ctx_, settings_.schemaLocation);
+  }
   return orvxml::report(report(), Msg::QRKA067I, name_);
 }
 
@@ -190,8 +193,7 @@ int disable(const Report& report, const char* name) {
   if (int code = requireUsageTable(report)) return code;
   if (std::strlen(name) > kMaxNameParameter) return fail(report, Msg::QRKQ028E, name);
   const sqlca area = deleteUsage(name);
-  const std::string_view state(area.sqlstate, sizeof area.sqlstate);
-  if (area.sqlcode == kNoRow || state == kValueTooLong) {
+  if (area.sqlcode == kNoRow || isValueTooLong(area)) {
     QRK_TRACE(report.ctx, "There is no such collection name in %s. ", kUsageTable);
     return fail(report, Msg::QRKQ028E, name);
   }

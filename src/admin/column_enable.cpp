@@ -15,6 +15,7 @@
 #include "src/admin/column_statements.h"
 #include "src/admin/column_steps.h"
 #include "src/admin/random_name.h"
+#include "src/admin/schema_warning.h"
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
 #include "src/foundation/server_statements.h"
@@ -122,6 +123,9 @@ int EnableColumn::run() {
   if (int code = drawSuffix()) return code;
   if (int code = createObjects()) return code;
   if (int code = recordUsage()) return code;
+  if (model_->isSchema && model_->validation == 1) {
+    warnOfUnusableSchema(ctx_, schemaLocation(*model_));
+  }
   return orvxml::report(report(), Msg::QRKA022I, request_.columnName);
 }
 

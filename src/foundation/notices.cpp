@@ -1,47 +1,30 @@
 #include "orvxml/notices.h"
 
-#include <pthread.h>
+#include "src/foundation/thread_kept.h"
 
 namespace orvxml {
 namespace {
 
-// A key and no thread_local: the server loads and unloads this library while threads run.
-class ListenerOfThread {
- public:
-  ListenerOfThread() : isUsable_(pthread_key_create(&key_, nullptr) == 0) {}
-  ~ListenerOfThread() {
-    if (isUsable_) pthread_key_delete(key_);
-  }
-  ListenerOfThread(const ListenerOfThread&) = delete;
-  ListenerOfThread& operator=(const ListenerOfThread&) = delete;
-
-  NoticeListener* get() const {
-    return isUsable_ ? static_cast<NoticeListener*>(pthread_getspecific(key_)) : nullptr;
-  }
-  void set(NoticeListener* listener) const {
-    if (isUsable_) pthread_setspecific(key_, listener);
-  }
-
- private:
-  pthread_key_t key_{};
-  const bool isUsable_;
+struct Kept {
+  NoticeListener* listener = nullptr;
 };
 
-const ListenerOfThread& ofThread() {
-  static const ListenerOfThread kOfThread;
-  return kOfThread;
+Kept* ofThread() {
+  static const ThreadKept<Kept> kKept;
+  return kKept.get();
 }
 
 }  // namespace
 
 NoticeListener* qrkListen(NoticeListener* listener) {
   NoticeListener* const before = noticeListener();
-  ofThread().set(listener);
+  if (Kept* const kept = ofThread()) kept->listener = listener;
   return before;
 }
 
 NoticeListener* noticeListener() {
-  return ofThread().get();
+  const Kept* const kept = ofThread();
+  return kept ? kept->listener : nullptr;
 }
 
 void tellMappingPlace(size_t element) {
@@ -62,6 +45,18 @@ void tellReason(const char* rule, const std::string& text) {
   notice.rule = rule;
   notice.text = text;
   listener->notice(notice);
+}
+
+void PlaceKeeper::notice(const Notice& notice) {
+  if (notice.kind == Notice::kPlace) {
+    place_ = notice;
+  } else if (before_) {
+    before_->notice(notice);
+  }
+}
+
+void PlaceKeeper::passOn() const {
+  if (before_ && place_.kind == Notice::kPlace) before_->notice(place_);
 }
 
 }  // namespace orvxml

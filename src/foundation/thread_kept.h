@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <new>
+#include <type_traits>
 
 namespace orvxml {
 

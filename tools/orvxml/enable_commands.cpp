@@ -10,10 +10,8 @@
 #include "console.h"
 #include "database.h"
 #include "input_file.h"
-#include "local_context.h"
 #include "notice_log.h"
 #include "orvxml/administration.h"
-#include "orvxml/validation.h"
 #include "procedure_values.h"
 #include "result_writer.h"
 #include "text_encoding.h"
@@ -33,6 +31,7 @@ constexpr char kPackageNotFoundText[] = "ORV0805E";
 // warning has left them unfinished, and counts as a failure.
 constexpr int kAlreadyEnabled = 5;
 constexpr int kNotEnabled = 6;
+constexpr int kRefusedHere = -1;     // by the command, where the procedure would go on
 constexpr int kNoUsageTable = -132;  // of a column or a collection in such a database
 
 // What a call gives back.
@@ -102,35 +101,12 @@ bool isAboutMapping(const std::string& message) {
 // Where a failure stands: in the mapping as far as it is about it, else in the database.
 std::string placeOf(const std::string& message, const Notice* failure, const NamedText& mapping,
                     const std::string& database) {
-  if (failure && failure->mappingElement) return placeOf(mapping, failure->mappingElement);
+  if (failure && failure->mappingElement && !mapping.label.empty()) {
+    return placeOf(mapping, failure->mappingElement);
+  }
   if (mapping.label.empty() || !isAboutMapping(message)) return database;
   const std::optional<Position> position = parserPosition(message);
   return position ? located(mapping.label, *position) : mapping.label;
-}
-
-// Documents are validated against a schema when they come: one that cannot be used would fail them
-// all.
-void requireUsableSchema(const MappingArgument& mapping) {
-  const ColumnMapping read = readColumnMapping(mapping.text());
-  if (!read.model || !read.model->isSchema || read.model->validation != 1) return;
-  LocalContext context;
-  NoticeLog notices;
-  const Listening listening(notices);
-  std::string probe = "<orvxml-probe/>";
-  std::u16string location = schemaLocation(*read.model);
-  if (qrkJudgeBySchema(context.get(), probe.data(), 1, 1, location.data(), context.sqlState,
-                       context.message) != kNotJudged) {
-    return;
-  }
-  const Notice* const failure = notices.failure();
-  const std::string schema = failure && !failure->file.empty() ? failure->file : utf8Of(location);
-  std::string message = context.message;
-  message.erase(message.find_last_not_of('\n') + 1);
-  if (failure && !failure->text.empty()) message += '\n' + failure->text;
-  const std::optional<Position> position = parserPosition(message);
-  throw Failure(position ? located(schema, *position) : schema,
-                message + "\nthe schema of the mapping " + mapping.name() +
-                    " cannot be used: nothing was changed");
 }
 
 bool lacksPackages(const Answer& answer) {
@@ -183,6 +159,12 @@ class Administration {
     if (answer.failed()) {
       refuse(placeOf(message, notices.failure(), text, settings_.database), answer.code, message,
              helpFor(answer.code, message, notices.reason()) + help);
+    }
+    // It would fail every document that comes.
+    if (const Notice* const schema = notices.warning(kUnusableSchema)) {
+      const std::optional<Position> position = parserPosition(schema->text);
+      refuse(position ? located(schema->file, *position) : schema->file, kRefusedHere, schema->text,
+             "\nthe schema of the mapping " + text.label + " cannot be used");
     }
     const orv::Outcome outcome = session_->commit();
     if (outcome.failed()) refuse(settings_.database, outcome.sqlcode, outcome.message, "");
@@ -257,11 +239,12 @@ Kept readKept(orv::Session& session, const std::string& database) {
   return kept;
 }
 
-// Disabling a collection forgets everything of its name.
+// Disabling a collection forgets everything of its name, which the server compares padded.
 void requireNoColumn(const Kept& kept, const std::string& database, const std::string& name) {
+  const std::string unpadded = name.substr(0, name.find_last_not_of(' ') + 1);
   for (const Kept::Column& column : kept.columns) {
-    if (column.name != name) continue;
-    throw Failure(database, "the column " + name + " of " + column.table +
+    if (column.name != unpadded) continue;
+    throw Failure(database, "the column " + column.name + " of " + column.table +
                                 " is enabled and would be forgotten with the collection: disable "
                                 "the column first\nnothing was changed");
   }
@@ -306,7 +289,6 @@ void enableColumn(const Settings& settings, const EnableOptions& options) {
   TextArgument tableSpace = administration.text("table space", options.tableSpace);
   TextArgument view = administration.text("view", options.view);
   TextArgument rootId = administration.text("root id", options.rootId);
-  requireUsableSchema(mapping);
   administration.setSchema(options.schema);
   administration.run(
       [&](Answer& answer) {

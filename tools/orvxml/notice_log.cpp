@@ -52,11 +52,16 @@ void NoticeLog::notice(const Notice& notice) {
   const bool known = std::any_of(warnings_.begin(), warnings_.end(),
                                  [&](const Notice& kept) { return isSame(kept, notice); });
   if (known) return;
-  if (warnings_.size() == kKept) {
+  if (warnings_.size() >= kKept && std::string_view(notice.rule) != kUnusableSchema) {
     ++unkept_;
     return;
   }
   warnings_.push_back(notice);
+}
+
+const Notice* NoticeLog::warning(std::string_view rule) const {
+  const auto found = std::ranges::find(warnings_, rule, &Notice::rule);
+  return found == warnings_.end() ? nullptr : &*found;
 }
 
 void NoticeLog::printWarnings(const NamedText& mapping, const NamedText& document) {

@@ -12,6 +12,9 @@
 
 namespace orvxml::command {
 
+// The rule of the warning that ends enabling, so that it is kept however many there are.
+inline constexpr std::string_view kUnusableSchema = "unusable-schema";
+
 // A text in UTF-8 whose elements notices number, and how messages name it.
 struct NamedText {
   std::string label;
@@ -31,6 +34,8 @@ class NoticeLog final : public NoticeListener {
 
   // Prints the warnings as "place: warning: text [rule]" on standard error and forgets them.
   void printWarnings(const NamedText& mapping, const NamedText& document = {});
+  // The first warning of the rule; null for none.
+  const Notice* warning(std::string_view rule) const;
   size_t warnings() const { return warnings_.size() + unkept_; }
   // The place of the failure that the last call gave, and what its message lacks; null for none.
   const Notice* failure() const { return failure_ ? &*failure_ : nullptr; }
