@@ -9,6 +9,10 @@ namespace orvxml {
 
 enum TraceRequest : int { kTraceOn = 900, kTraceInit = 901, kTraceOff = 902 };
 
+// What qrkInit fails with: ORVINSTANCE is not set, or the control file cannot be read.
+inline constexpr int kNoInstance = -102;
+inline constexpr int kUnreadableControlFile = -1;
+
 inline bool tracing(const QrkStruct* ctx) {
   return ctx != nullptr && ctx->traceOn != 0;
 }

@@ -45,9 +45,6 @@ int plainOutcome(Call& call, Msg message) {
 
 namespace {
 
-constexpr int kNoInstance = -102;
-constexpr int kUnreadableControlFile = -1;
-
 // qrkInit says why it failed by its code alone.
 void tellFailedStart(Call& call, int code) {
   const Report report{&call.ctx, call.msg};

@@ -1,6 +1,7 @@
 // The trace: a control file in /tmp, one per server instance, names the file that every call
-// appends its lines to. Anybody can write to /tmp and to both files: a control file counts for its
-// owner, and for everybody when it is root's, and names nothing but a trace file.
+// appends its lines to. Anybody can write to /tmp and to the trace file: a control file counts for
+// its owner, and for everybody when it is root's, when nobody else can have written it; it names
+// nothing but a trace file.
 #include "orvxml/trace.h"
 
 #include <fcntl.h>
@@ -21,11 +22,10 @@ namespace {
 
 constexpr const char* kControlDirectory = "/tmp";
 constexpr const char* kInstanceVariable = "ORVINSTANCE";
-constexpr int kNoInstance = -102;
 constexpr const char* kNoInstanceState = "38X35";
 constexpr const char* kSuccessState = "00000";
-constexpr int kUnreadableControlFile = -1;
 constexpr mode_t kForEverybody = 0666;
+constexpr mode_t kForItsOwner = 0644;
 
 // No file permission is masked out while this lives: for files that are for everybody. The mask is
 // the whole process's, so that it is left alone where no file is made.
@@ -57,15 +57,32 @@ bool isOfCallerOrRoot(const struct stat& status) {
   return status.st_uid == ::geteuid() || status.st_uid == 0;
 }
 
-// Opens a file by its name; null with errno for a link, a pipe, a device, a directory, a file that
-// has a second name, and what belongs to somebody else.
-FileHandle openPlainFile(const std::string& path, int flags, const char* mode) {
+// What somebody else has put there, or can have given another name or content.
+bool isOfStranger(const struct stat& status) {
+  return !isOfCallerOrRoot(status) ||
+         (S_ISREG(status.st_mode) &&
+          (status.st_nlink > 1 || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0));
+}
+
+// A second name matters where it may have been made to have a file written that is not for
+// everybody.
+bool isTraceFile(const struct stat& status) {
+  const bool isForEverybody = (status.st_mode & kForEverybody) == kForEverybody;
+  return isOfCallerOrRoot(status) && (status.st_nlink == 1 || isForEverybody);
+}
+bool isControlFile(const struct stat& status) {
+  return isOfCallerOrRoot(status) && status.st_nlink == 1;
+}
+
+// Opens a file by its name; null with errno for a link, a pipe, a device, a directory, and what is
+// not `wanted`.
+FileHandle openPlainFile(const std::string& path, int flags, const char* mode, mode_t rights,
+                         bool (*wanted)(const struct stat&)) {
   const int fd =
-      ::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kForEverybody);
+      ::open(path.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, rights);
   if (fd < 0) return nullptr;
   struct stat status;
-  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink > 1 ||
-      !isOfCallerOrRoot(status)) {
+  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || !wanted(status)) {
     ::close(fd);
     errno = EINVAL;
     return nullptr;
@@ -76,7 +93,7 @@ FileHandle openPlainFile(const std::string& path, int flags, const char* mode) {
 }
 
 FileHandle openTraceFile(const std::string& path) {
-  return openPlainFile(path, O_RDWR | O_APPEND | O_CREAT, "a+");
+  return openPlainFile(path, O_RDWR | O_APPEND | O_CREAT, "a+", kForEverybody, isTraceFile);
 }
 
 // The first line of the control file into the context.
@@ -92,8 +109,8 @@ FileHandle openForCall(const TraceCall& call) {
   // Nearly every call ends here, and to ask costs less than to open.
   struct stat status;
   const bool isThere = ::lstat(path.c_str(), &status) == 0;
-  if (isThere ? !isOfCallerOrRoot(status) : errno == ENOENT) return nullptr;
-  const FileHandle control = openPlainFile(path, O_RDONLY, "r");
+  if (isThere ? isOfStranger(status) : errno == ENOENT) return nullptr;
+  const FileHandle control = openPlainFile(path, O_RDONLY, "r", 0, isControlFile);
   if (!control) {
     if (errno == ENOENT) return nullptr;
     QRK_TRACE(call.ctx, "'%s' %s", path.c_str(), std::strerror(errno));
@@ -110,8 +127,11 @@ FileHandle openForCall(const TraceCall& call) {
 }
 
 bool writeControlFile(const std::string& path, const std::string& traceFile) {
-  FileHandle control = openPlainFile(path, O_RDWR | O_CREAT, "r+");
-  if (!control || ::ftruncate(::fileno(control.get()), 0) != 0) return false;
+  FileHandle control = openPlainFile(path, O_RDWR | O_CREAT, "r+", kForItsOwner, isControlFile);
+  if (!control || ::ftruncate(::fileno(control.get()), 0) != 0 ||
+      ::fchmod(::fileno(control.get()), kForItsOwner) != 0) {
+    return false;
+  }
   const bool written = std::fputs(traceFile.c_str(), control.get()) >= 0;
   return std::fclose(control.release()) == 0 && written;
 }

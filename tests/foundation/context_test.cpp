@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
 
 #include "orv/session.h"
 #include "orvxml/procedure_frame.h"
@@ -44,7 +47,9 @@ TEST(ContextTest, AContextIsReleasedWhateverHappens) {
 }
 
 TEST(ContextTest, AProcedureSaysWhyItCannotBegin) {
+  const std::string control = "/tmp/qrk" + test::instanceName() + ".ctl";
   const std::pair<int, std::string> outcomes[] = {
+      {-1, "QRKC000E  Unable to open the specified file.\n"},
       {-102, "QRKA076E  XML Annex trace instance ID invalid.\n"},
       {-119, "\nQRKM001W  A ORV error occurred.\nQRKG008E  Locale (none) is not supported.\n"}};
   for (const auto& [code, text] : outcomes) {
@@ -52,7 +57,11 @@ TEST(ContextTest, AProcedureSaysWhyItCannotBegin) {
     char msg[kMessageSize] = "";
     Call call;
     call.msg = msg;
+    if (code == -1) {
+      ASSERT_EQ(::mkfifo(control.c_str(), 0600), 0);
+    }
     EXPECT_EQ(detail::beginCall(call), code);
+    std::filesystem::remove(control);
     EXPECT_TRUE(std::string(msg).ends_with(text)) << msg;
   }
 }

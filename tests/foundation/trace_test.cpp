@@ -53,7 +53,7 @@ TEST_F(TraceTest, CallsWriteWhileItIsOn) {
   EXPECT_EQ(readFile(control), file);
   struct stat status;
   ASSERT_EQ(::stat(control.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0666U);
+  EXPECT_EQ(status.st_mode & 0777, 0644U);
   EXPECT_EQ(initialise(), 0);
   const std::string text = readFile(file);
   EXPECT_TRUE(text.starts_with("*** Trace turned on ")) << text;
@@ -124,7 +124,15 @@ TEST_F(TraceTest, AControlFileIsAPlainFileOfTheControlDirectory) {
   EXPECT_EQ(initialise(), -1);
 
   std::filesystem::remove(control);
-  // What belongs to somebody else switches nothing on and stops nothing.
+  // What belongs to somebody else, or what somebody else can have written or named, switches
+  // nothing on and stops nothing.
+  std::ofstream(control) << target;
+  ASSERT_EQ(::chmod(control.c_str(), 0666), 0);
+  EXPECT_EQ(initialise(), 0);
+  std::filesystem::create_hard_link(target, control + ".two");
+  std::filesystem::rename(control + ".two", control);
+  EXPECT_EQ(initialise(), 0);
+  std::filesystem::remove(control);
   ASSERT_EQ(::symlink(target.c_str(), control.c_str()), 0);
   if (::lchown(control.c_str(), 65534, 65534) == 0) {
     EXPECT_EQ(initialise(), 0);
