@@ -14,6 +14,8 @@
 namespace orvxml::functions {
 namespace {
 
+constexpr mode_t kReadableByAll = 0644;
+
 class Descriptor {
  public:
   explicit Descriptor(int fd) : fd_(fd) {}
@@ -32,11 +34,17 @@ class Descriptor {
   int fd_;
 };
 
+// With a '/' at its end.
+std::string folderOf(const std::string& path) {
+  const size_t end = path.rfind('/') + 1;
+  return end == 0 ? "./" : path.substr(0, end);
+}
+
 // A file in the folder of another one, which disappears unless it takes the other's place.
 class FileBeside {
  public:
   explicit FileBeside(const std::string& path)
-      : name_(path.substr(0, path.rfind('/') + 1) + ".qrkXXXXXX"),
+      : name_(folderOf(path) + ".qrkXXXXXX"),
         file_(::mkostemp(name_.data(), O_CLOEXEC)),
         isThere_(file_.isOpen()) {}
   ~FileBeside() {
@@ -69,16 +77,15 @@ class FileBeside {
   bool isThere_;
 };
 
-std::string folderOf(const std::string& path) {
-  return path.substr(0, path.rfind('/') + 1);
+bool isOwn(uid_t owner) {
+  return owner == ::geteuid() || owner == 0;
 }
 
-// Whether what somebody put into a folder may be used: the caller's own, root's, or that of the
-// folder's owner. Whoever else can write there may have laid a trap.
+// Whether a file that somebody put into a folder may be used: the caller's own, root's, or that of
+// the folder's owner. Whoever else can write there may have laid a trap.
 bool isTrusted(uid_t owner, const std::string& path) {
   struct stat folder {};
-  return owner == ::geteuid() || owner == 0 ||
-         (::stat(folderOf(path).c_str(), &folder) == 0 && owner == folder.st_uid);
+  return isOwn(owner) || (::stat(folderOf(path).c_str(), &folder) == 0 && owner == folder.st_uid);
 }
 
 bool isSame(const Descriptor& a, const Descriptor& b) {
@@ -104,25 +111,37 @@ bool hasContentOf(const std::string& path, const std::string& other) {
   const Descriptor a(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   const Descriptor b(::open(other.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status {};
-  return a.isOpen() && b.isOpen() && ::fstat(a.get(), &status) == 0 && S_ISREG(status.st_mode) &&
-         isTrusted(status.st_uid, path) && isSame(a, b);
+  if (!a.isOpen() || !b.isOpen() || ::fstat(a.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+      !isTrusted(status.st_uid, path) || !isSame(a, b)) {
+    return false;
+  }
+  // As if it had been written: readable for all.
+  if (status.st_uid == ::geteuid()) ::fchmod(a.get(), kReadableByAll);
+  return true;
 }
 
-// The path that a name stands for. A link, or a file, of somebody who is not trusted is refused.
+// The path that a name stands for, link by link. A link that is neither the caller's nor root's is
+// refused, for it leads where its owner likes; so is a file of somebody who is not trusted.
 std::string trustedPath(FunctionCall& call, const char* name) {
-  struct stat status {};
+  constexpr int kMostLinks = 40;
   std::string path = name;
-  if (::lstat(name, &status) != 0) return path;
-  if (!isTrusted(status.st_uid, path)) call.failFile(name);
-  if (!S_ISLNK(status.st_mode)) return path;
-  char target[PATH_MAX];
-  if (!::realpath(name, target)) call.failFile(name);
-  path = target;
-  if (::lstat(target, &status) != 0 || !isTrusted(status.st_uid, path)) call.failFile(name);
-  return path;
+  for (int links = 0; links < kMostLinks; ++links) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) return path;
+    const bool isLink = S_ISLNK(status.st_mode);
+    if (!(isLink ? isOwn(status.st_uid) : isTrusted(status.st_uid, path))) break;
+    if (!isLink) return path;
+    char target[PATH_MAX];
+    const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
+    if (length <= 0) break;
+    const std::string next(target, static_cast<size_t>(length));
+    path = next.front() == '/' ? next : folderOf(path) + next;
+  }
+  call.failFile(name);
 }
 
-// A file in one of the folders for temporary files.
+// A file in one of the folders for temporary files: those of the library, but the next one where
+// one cannot be written.
 std::unique_ptr<FileBeside> temporaryFile() {
   const char* const folders[] = {std::getenv("ORVQRKTEMP"), std::getenv("TMPDIR"), "/tmp"};
   for (const char* const folder : folders) {

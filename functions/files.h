@@ -15,9 +15,10 @@ namespace orvxml::functions {
 std::string readFile(FunctionCall& call, const char* name, size_t limit, Msg tooLarge);
 
 // Makes the file `name` or replaces it, as one step: `write(beside)` fills a file of another name
-// in the same folder, returns 0 or reports, and a failure leaves what was there. A file that has
-// the content already is kept, so that users who share it need not be able to write it. A file or
-// link that belongs neither to the caller nor to root nor to the folder's owner is refused
+// in the same folder, returns 0 or reports, and a failure leaves what was there; in a folder that
+// cannot be written the file is written in place. A file that has the content already is kept, so
+// that users who share it need not be able to write it. A link that belongs neither to the caller
+// nor to root, or a file that belongs to neither of them nor to the folder's owner, is refused
 // (QRKC000E).
 void putFile(FunctionCall& call, const char* name, const std::function<int(const char*)>& write);
 
