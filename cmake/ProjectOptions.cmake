@@ -16,7 +16,8 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
-# Without these the cache passes over everything that a precompiled header goes into.
+# Without these the cache passes over everything that a precompiled header goes into. What holds the
+# time of the build is compiled without the cache.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(cached ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros

@@ -1,4 +1,4 @@
-// The build stamp stands alone in its file: the one object that no build can take from a cache.
+// The build stamp stands alone in its file, which is compiled without the compiler cache.
 #include "orvxml/context.h"
 
 namespace orvxml {
