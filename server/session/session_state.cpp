@@ -98,6 +98,12 @@ void SessionState::protectResults(const TableUsage& change) {
   });
 }
 
+// The user's own schema stands as an empty text.
+std::vector<std::string> SessionState::withUser(std::vector<std::string> schemas) const {
+  std::ranges::replace(schemas, std::string(), authorizationId_);
+  return schemas;
+}
+
 void SessionState::runDirectly(const Statement& resolved) {
   switch (resolved.kind) {
     case StatementKind::Commit:
@@ -110,10 +116,10 @@ void SessionState::runDirectly(const Statement& resolved) {
       return releaseSavepoint(resolved.name.name);
     case StatementKind::SetFunctionPath:
       statements_.clear();
-      return engine_->setFunctionPath(resolved.path);
+      return engine_->setFunctionPath(withUser(resolved.path));
     case StatementKind::SetSchema:
       statements_.clear();
-      return engine_->setDefaultSchema(resolved.name.name);
+      return engine_->setDefaultSchema(withUser({resolved.name.name}).front());
     default:
       break;
   }

@@ -105,6 +105,7 @@ class SessionState {
   void readAheadAll();
   void endUnitOfWork();
   void requireUnitOfWork();
+  std::vector<std::string> withUser(std::vector<std::string> schemas) const;
   void setSavepoint(const std::string& name, bool unique);
   void releaseSavepoint(const std::string& name);
   void rollbackTo(const std::string& name);

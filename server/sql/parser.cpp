@@ -85,7 +85,7 @@ void Parser::parseRelease() {
   statement_->name.name = parseName();
 }
 
-// SET [CURRENT] [FUNCTION] PATH [=] .. | SET [CURRENT] SCHEMA [=] (name | 'name')
+// SET [CURRENT] [FUNCTION] PATH [=] .. | SET [CURRENT] SCHEMA [=] (name | 'name' | USER)
 void Parser::parseSet() {
   if (acceptWords("CURRENT FUNCTION PATH") || acceptWords("CURRENT PATH") || acceptWord("PATH") ||
       acceptWord("CURRENT_PATH")) {
@@ -95,10 +95,16 @@ void Parser::parseSet() {
   if (!acceptWord("SCHEMA") && !acceptWord("CURRENT_SCHEMA")) expectWord("SCHEMA");
   statement_->kind = StatementKind::SetSchema;
   acceptSymbol("=");
-  statement_->name.name = token().kind == TokenKind::String ? parseStringConstant() : parseName();
+  statement_->name.name = parseSchema();
 }
 
-// path: item {, item} with item: name | 'name' | SYSTEM PATH
+// A schema by its name; the user's own is an empty text.
+std::string Parser::parseSchema() {
+  if (acceptWord("USER")) return {};
+  return token().kind == TokenKind::String ? parseStringConstant() : parseName();
+}
+
+// path: item {, item} with item: name | 'name' | USER | SYSTEM PATH
 void Parser::parseFunctionPath() {
   statement_->kind = StatementKind::SetFunctionPath;
   acceptSymbol("=");
@@ -106,8 +112,7 @@ void Parser::parseFunctionPath() {
     if (acceptWords("SYSTEM PATH")) {
       statement_->path.insert(statement_->path.end(), {"SYSNTQ", "SYSFUN"});
     } else {
-      statement_->path.push_back(token().kind == TokenKind::String ? parseStringConstant()
-                                                                   : parseName());
+      statement_->path.push_back(parseSchema());
     }
   } while (acceptSymbol(","));
 }

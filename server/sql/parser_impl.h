@@ -142,6 +142,7 @@ class Parser {
   void parseRelease();
   void parseSet();
   void parseFunctionPath();
+  std::string parseSchema();
   void parseGrant(std::string_view preposition);
   bool isGrantOnTable(std::string_view preposition) const;
   void parsePrivileges(GrantDefinition& grant);
