@@ -82,7 +82,8 @@ int deliverDocument(QrkStruct* ctx, const Delivery& to, QrkOutbuf* document,
 int leaveOutDocument(const Delivery& to, int* errCode, char* msg);
 // One document as a new row of the result table. Releases `buf`.
 int qrkInsertResult(QrkStruct* ctx, QrkOutbuf* buf, const Delivery& to, int* errCode, char* msg);
-// The validation result (1 valid, 0 not) of a composed document.
+// The validation result (1 valid, 0 not) of a composed document. 0 with a negative `*errCode`,
+// which is 0 on entry, when it could not be judged.
 int qrkValidateXML(QrkStruct* ctx, QrkOutbuf* docBuf, const ValidationSource* source, int* errCode,
                    char* msg, SQLHDBC hdbc);
 

@@ -177,14 +177,14 @@ int DocumentText::appendUnits(std::u16string_view units, std::string_view column
 int DocumentText::appendLargeObject(int32_t locator, std::string_view column) {
   QrkStruct* const ctx = report_.ctx;
   int32_t length = 0;
-  if (qrkGetLocatorLength(ctx, locator, &length, report_.errCode, report_.msg)) return -1;
+  if (int rc = qrkGetLocatorLength(ctx, locator, &length, report_.errCode, report_.msg)) return rc;
   std::vector<char> piece(static_cast<size_t>(std::clamp(length, 0, kLocatorChunk)) + 1);
   PiecewiseDecoder decoder(ctx);
   for (int32_t done = 0; done < length;) {
     const int32_t size = std::min(length - done, kLocatorChunk);
-    if (qrkGetChunkFromLocator(ctx, locator, done + 1, length, piece.data(), report_.errCode,
-                               report_.msg)) {
-      return -1;
+    if (int rc = qrkGetChunkFromLocator(ctx, locator, done + 1, length, piece.data(),
+                                        report_.errCode, report_.msg)) {
+      return rc;
     }
     done += size;
     const int rc =

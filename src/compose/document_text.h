@@ -40,7 +40,8 @@ class DocumentText {
   // entities. `column` names its source, if it has one, in the message for text that XML cannot
   // carry or that is no text of the code page: QRKQ055E. 0 or -1.
   int appendValue(std::string_view value, std::string_view column);
-  // The same for a character large object, read in pieces through its locator.
+  // The same for a character large object, read in pieces through its locator. 0, or the result of
+  // the step that failed.
   int appendLargeObject(int32_t locator, std::string_view column);
 
   // Hands everything on. 0, or -1 with QRKQ002E or QRKG017E.

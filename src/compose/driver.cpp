@@ -234,7 +234,8 @@ int Composition::composeStatement(const DOM_Element& sqlStmt) {
     return rc;
   }
   if (int rc = checkObjectLevel(map.get())) return rc;
-  const SqlCall call{report_, delivery_.hdbc, map.get(), sqlStmt.node()};
+  const bool isOverridden = request_.overrideType != NO_OVERRIDE;
+  const SqlCall call{report_, delivery_.hdbc, map.get(), isOverridden ? nullptr : sqlStmt.node()};
   SqlComposition objects(call, dad_.getDocumentElement(), statement.baseQuery.c_str());
   int rc = objects.open();
   if (rc == 0) rc = composeObjects(objects);
@@ -272,21 +273,26 @@ int Composition::composeObjects(SqlComposition& objects) {
   return 0;
 }
 
-// Where only the first document is wanted the others are composed and counted.
+// Where the CLOB takes the first document the others are composed and counted; of those that a
+// receiver does not want the objects are counted.
 int Composition::composeObject(SqlComposition& objects) {
+  const bool isReturned = delivery_.wantsDocument(documents_);
+  if (!isReturned && delivery_.receiver) {
+    if (!objects.isLeftOut()) ++documents_;
+    return 0;
+  }
   OutBuffer document(ctx_);
   if (qrkBufAcquire(ctx_, document.get(), kDocumentInitialSize, kDocumentMemoryLimit,
                     QRK_LOC_MEMORY, report_.errCode, report_.msg, 0)) {
     return -1;
   }
-  const bool isReturned = delivery_.wantsDocument(documents_);
   const int rc =
       objects.writeDocument(document.get(), isReturned ? delivery_.sizeLimit() : kNoSizeLimit);
   if (rc == kKeyIsNull) return 0;
   if (rc != 0) return rc;
   if (isReturned && deliverDocument(ctx_, delivery_, document.get(), objects.header(),
                                     report_.errCode, report_.msg)) {
-    if (*report_.errCode == codeOf(Msg::QRKQ017E)) {
+    if (isRefusedRow(*report_.errCode)) {
       tellPlace(nullptr, "in the object " + objects.objectName());
     }
     return -1;

@@ -24,11 +24,13 @@ std::u16string escaped(const char16_t* text) {
   return out;
 }
 
-// Into `out` as a document's values are written. 0 or -1.
+// Into `out` as a document's values are written. 0 or the failing step's result.
 template <class Write>
 int writeEscaped(const Report& report, QrkOutbuf* out, Write&& write) {
   DocumentText text(report.ctx, report.errCode, report.msg);
-  return text.begin(out, "") || write(text) || text.flush() ? -1 : 0;
+  int rc = text.begin(out, "");
+  if (rc == 0) rc = write(text);
+  return rc == 0 ? text.flush() : rc;
 }
 
 }  // namespace

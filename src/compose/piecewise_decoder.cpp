@@ -8,10 +8,6 @@ namespace {
 constexpr int kDecodedUnits = 16384;
 }  // namespace
 
-bool isUtf8Database(const QrkStruct* ctx) {
-  return !ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage;
-}
-
 PiecewiseDecoder::PiecewiseDecoder(const QrkStruct* ctx) {
   // A converter of its own, because that of the context keeps no state between conversions.
   if (ctx && ctx->codePages && ctx->codePages->dbConverter) {

@@ -2,18 +2,13 @@
 // end of a piece.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <string_view>
 
-#include <unicode/ucnv.h>
-
 #include "orvxml/context.h"
+#include "src/foundation/converters.h"
 
 namespace orvxml {
-
-// Whether the text of the database code page is UTF-8.
-bool isUtf8Database(const QrkStruct* ctx);
 
 class PiecewiseDecoder {
  public:
@@ -37,13 +32,9 @@ class PiecewiseDecoder {
   const char* errorName() const { return u_errorName(status_); }
 
  private:
-  struct Closer {
-    void operator()(UConverter* converter) const { ucnv_close(converter); }
-  };
-
   bool next(const char** at, const char* end, bool isLast);
 
-  std::unique_ptr<UConverter, Closer> converter_;
+  Converter converter_;
   UErrorCode status_ = U_ZERO_ERROR;
   std::u16string units_;
   char16_t held_ = 0;  // a lead surrogate that waits for its other half

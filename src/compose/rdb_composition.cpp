@@ -13,6 +13,7 @@
 #include "src/compose/rdb_document.h"
 #include "src/compose/rdb_plan.h"
 #include "src/compose/rdb_query.h"
+#include "src/compose/result_storage.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/mapping_notices.h"
 #include "src/dad/mapping_traps.h"
@@ -79,7 +80,7 @@ class RdbComposition {
 int RdbComposition::qrkProcRootElement(int32_t maxRows) {
   if (plan_.meet(nullptr, root_)) return -1;
   if (root_.isTrivial) {
-    if (qrkGenOneDoc(nullptr)) return -1;
+    if (qrkGenOneDoc(nullptr)) return leaveOutDocument(to_, report_.errCode, report_.msg);
     documents_ = 1;
     return 0;
   }
@@ -156,7 +157,7 @@ int RdbComposition::qrkGenOneDoc(TableQuery* table) {
       0) {
     return 0;
   }
-  if (*report_.errCode == codeOf(Msg::QRKQ017E)) {
+  if (isRefusedRow(*report_.errCode)) {
     tellPlace(nullptr, queries_.rowsAtHand(report_.ctx));
   }
   return -1;
@@ -178,13 +179,12 @@ DOM_Element rootElementNode(const DOM_Element& dad) {
 }
 
 // A table without a join would be read whole for each row of the tables around it.
-int refuseUnjoined(const RdbReport& report, const rel& model, const DOM_Element& dad,
-                   const DOM_Element& root) {
-  const tab* const loose = unjoinedTable(report.ctx, model, root);
+int refuseUnjoined(const RdbReport& report, const MappingSurvey& survey, const DOM_Element& dad) {
+  const tab* const loose = unjoinedTable(survey);
   if (!loose) return 0;
   const std::string name = shownText(report.ctx, loose->name);
   tellPlace(
-      tableElement(dad, model, *loose),
+      tableElement(dad, survey.model(), *loose),
       "no condition joins " + name +
           " to a table above it, so each row there would get all of its rows; add an equality "
           "of their columns to the condition of the top RDB_node");
@@ -201,7 +201,11 @@ int composeFrom(const RdbReport& report, SQLHDBC hdbc, rel& model, const DOM_Ele
     return -1;
   }
   if (root.isNull()) return report.failed(Msg::QRKQ000E, "root_node");
-  if (refuseUnjoined(report, model, dad, root)) return -1;
+  {
+    const MappingSurvey survey(report.ctx, model, root, kForComposition);
+    tellTraps(survey);
+    if (refuseUnjoined(report, survey, dad)) return -1;
+  }
   RdbComposition composition(report, hdbc, model, root, header, to);
   const int rc = composition.qrkProcRootElement(maxRows);
   *docCount = composition.documents();
@@ -213,9 +217,10 @@ void warnOfUnusedOverrides(const RdbReport& report, const override_list& overrid
   for (int i = 0; i < overrides.count; ++i) {
     if (overrides.used[i]) continue;
     all = false;
-    const std::string path = textForMessage(nullptr, overrides.cond[i]->path_str);
+    if (!noticeListener()) break;
     tellWarning("override-unused", nullptr,
-                "the override of " + path + " was not applied: the path selects no mapped value");
+                "the override of " + shown(overrides.cond[i]->path_str) +
+                    " was not applied: the path selects no mapped value, or is none");
   }
   if (!all) orvxml::report(report.report(), Msg::QRKQ041W);
 }
@@ -232,7 +237,6 @@ int buildModel(const RdbReport& report, Mapping& mapping, const DOM_Element& dad
                  report.errCode, report.msg)) {
     return -1;
   }
-  tellTraps(report.ctx, mapping.model, root, kForComposition);
   return 0;
 }
 

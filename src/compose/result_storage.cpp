@@ -19,6 +19,9 @@
 #include "src/compose/piecewise_decoder.h"
 #include "src/compose/sql_statement.h"
 #include "src/dad/mapping_notices.h"
+#include "src/foundation/file_handle.h"
+#include "src/foundation/parser_failures.h"
+#include "src/foundation/server_statements.h"
 
 namespace orvxml {
 
@@ -28,8 +31,6 @@ namespace {
 
 constexpr uint32_t kMaxTextParameter = std::numeric_limits<int16_t>::max();  // with terminator
 constexpr size_t kHandoverPart = 131072;  // bytes of a file that are handed on at once
-constexpr std::string_view kValueTooLong = "22001";
-constexpr std::string_view kUnparsed = "38X13";  // a document, or what it is to be valid by
 constexpr Msg kUnjudged[] = {Msg::QRKC001E, Msg::QRKC000E, Msg::QRKG002E};
 
 // ---- Validation.
@@ -54,34 +55,20 @@ int judgeBySchema(const Report& report, char* document, int32_t loctype, const v
   return qrkJudgeBySchema(report.ctx, document, loctype, 1, schema, report.sqlState, report.msg);
 }
 
-// Hears, for somebody else, in which file of a schema or DTD a judgement ended.
-class FaultyFile final : public NoticeListener {
- public:
-  explicit FaultyFile(NoticeListener& other) : other_(other) {}
-  void notice(const Notice& notice) override {
-    if (notice.kind == Notice::kPlace) file_ = notice.file;
-    other_.notice(notice);
-  }
-  const std::string& name() const { return file_; }
-
- private:
-  NoticeListener& other_;
-  std::string file_;
-};
-
-// What keeps a document from being judged is a failure, with the code of its own message. 0.
-int reportUnjudged(const Report& report, std::string_view sqlState) {
+// What keeps a document from being judged is a failure, with the code of its own message.
+void reportUnjudged(const Report& report, std::string_view sqlState) {
   for (const Msg message : kUnjudged) {
-    if (sqlState != sqlStateOf(message)) continue;
-    fail(report, message);
-    return 0;
+    if (sqlState == sqlStateOf(message)) {
+      fail(report, message);
+      return;
+    }
   }
   failInternal(report, kComposeModule, __LINE__);
-  return 0;
 }
 
 // A document cannot be valid by what is wrong in itself: the result says no more than that.
 void warnOfFaultyFile(const Report& report, const std::string& file) {
+  if (!noticeListener()) return;
   std::string_view words = report.msg;
   words = words.substr(0, words.find_last_not_of(" \n") + 1);
   Notice notice;
@@ -139,9 +126,10 @@ int fillClob(const Report& report, const Delivery& to, QrkOutbuf* document) {
 class Handover {
  public:
   Handover(const Report& report, DocumentReceiver& receiver)
-      : report_(report), receiver_(receiver), decoder_(report.ctx) {}
+      : report_(report), receiver_(receiver), isUtf8_(isUtf8Database(report.ctx)) {}
 
   int begin(std::string_view header) {
+    if (isUtf8_) return taken(receiver_.beginDocument(header));
     std::u16string units;
     std::string utf8;
     if (!toUtf16(report_.ctx, header, units) || !toDatabase(nullptr, units, utf8)) {
@@ -151,19 +139,20 @@ class Handover {
   }
 
   int add(std::string_view part, bool isLast) {
-    if (isUtf8Database(report_.ctx)) return taken(receiver_.text(part));
-    const int rc = decoder_.decode(part, isLast, [&](std::u16string_view units) {
+    if (isUtf8_) return taken(receiver_.text(part));
+    if (!decoder_) decoder_.emplace(report_.ctx);
+    const int rc = decoder_->decode(part, isLast, [&](std::u16string_view units) {
       std::string utf8;
       return toDatabase(nullptr, units, utf8) ? taken(receiver_.text(utf8)) : -1;
     });
     if (rc == PiecewiseDecoder::kNotText) {
-      return failed(report_, Msg::QRKQ055E, decoder_.errorName());
+      return failed(report_, Msg::QRKQ055E, decoder_->errorName());
     }
     return rc;
   }
 
   int addFile(const char* path, size_t start) {
-    const std::unique_ptr<FILE, CloseFile> file(std::fopen(path, "rb"));
+    const FileHandle file(std::fopen(path, "rb"));
     if (!file || std::fseek(file.get(), static_cast<long>(start), SEEK_SET) != 0) {
       return failed(report_, Msg::QRKC002E);
     }
@@ -180,15 +169,12 @@ class Handover {
   int end(int32_t valid) { return taken(receiver_.endDocument(valid)); }
 
  private:
-  struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-  };
-
   int taken(bool isTaken) { return isTaken ? 0 : failed(report_, Msg::QRKC003E); }
 
   const Report& report_;
   DocumentReceiver& receiver_;
-  PiecewiseDecoder decoder_;
+  const bool isUtf8_;
+  std::optional<PiecewiseDecoder> decoder_;
 };
 
 int handOver(const Report& report, const Delivery& to, QrkOutbuf* document,
@@ -213,9 +199,7 @@ int insertMemory(const Report& report, const Delivery& to, ResultWriter& writer,
   }
   sqlca area{};
   writer.insert(to, document->data, static_cast<int32_t>(document->size), valid, area);
-  if (std::string_view(area.sqlstate, sizeof area.sqlstate) == kValueTooLong) {
-    return failed(report, Msg::QRKQ017E, to.resultTable);
-  }
+  if (isValueTooLong(area)) return failed(report, Msg::QRKQ017E, to.resultTable);
   if (area.sqlcode == 0) return 0;
   QRK_TRACE(report.ctx, "insert_stmt failed. insert_stmt='%s'", writer.insertText(to).c_str());
   failDbInternal(report, area, kComposeModule, __LINE__);
@@ -303,19 +287,19 @@ int qrkValidateXML(QrkStruct* ctx, QrkOutbuf* docBuf, const ValidationSource* so
     fail(report, Msg::QRKQ002E);
     return 0;
   }
-  NoticeListener* const listener = noticeListener();
-  std::optional<FaultyFile> file;
-  std::optional<Listening> listening;
-  if (listener) listening.emplace(file.emplace(*listener));
+  PlaceKeeper keeper;
   const int verdict =
       source->kind == kValidateBySchema
           ? judgeBySchema(report, document, docBuf->loctype, source->text)
           : judgeByDtd(report, document, docBuf->loctype, static_cast<const char*>(source->text));
-  listening.reset();
+  keeper.end();
   if (verdict != kNotJudged) return verdict;
-  if (*errCode < 0) return 0;  // reported
-  if (sqlState != kUnparsed) return reportUnjudged(report, sqlState);
-  if (listener) warnOfFaultyFile(report, file->name());
+  if (*errCode >= 0 && std::string_view(sqlState) == kParserState) {
+    warnOfFaultyFile(report, keeper.place().file);
+    return 0;
+  }
+  if (*errCode >= 0) reportUnjudged(report, sqlState);
+  keeper.passOn();
   return 0;
 }
 

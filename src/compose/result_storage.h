@@ -9,6 +9,11 @@
 
 namespace orvxml {
 
+// Whether the failure of a delivery with this code may be the result table's refusal of the row.
+inline bool isRefusedRow(int code) {
+  return code == codeOf(Msg::QRKQ017E) || code == codeOf(Msg::QRKG001E);
+}
+
 // The INSERT of one call's documents: prepared with the first document, kept for the others. One
 // writer serves one Delivery.
 class ResultWriter {

@@ -59,6 +59,8 @@ class SqlDocument {
   // Appends the document of the top query's current object. 0, kKeyIsNull when its root is left
   // out, or the status of the failure.
   int qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit);
+  // Whether the root is left out; known once a document was written.
+  bool isLeftOut() const { return root_.keyColumn >= 0 && top_.column(root_.keyColumn).isNull(); }
   std::string_view header() const { return header_; }
 
  private:

@@ -170,6 +170,7 @@ int LevelQuery::run() {
     }
   }
   hasLastKey_ = false;
+  keyBeforeLast_.reset();
   if (const SQLRETURN rc = statement_.execute(); rc < 0) {
     SQLHANDLE handle = statement_.handle();
     const int code = qrkCLIError(ctx, rc, SQL_HANDLE_STMT, &handle, "childquery failed",
@@ -254,22 +255,31 @@ SQLRETURN LevelQuery::examined(SQLRETURN rc) {
 bool LevelQuery::isNewKey(const ResultColumn& key) {
   const std::string_view text = key.text();
   if (hasLastKey_ && lastKey_ == text) return false;
-  if (hasLastKey_ && withoutBlanks(lastKey_) == withoutBlanks(text)) warnOfBlanks(key);
+  if (hasLastKey_ && noticeListener()) warnOfBlanks(key);
   hasLastKey_ = true;
+  lastKeyIsNull_ = key.isNull();
   lastKey_.assign(text);
   return true;
 }
 
-// The server takes such keys for equal: they come in any order, and what belongs to one is found
-// for the other as well.
-void LevelQuery::warnOfBlanks(const ResultColumn& key) const {
-  if (!noticeListener()) return;
+// The server takes keys that differ in trailing blanks for equal: they come in any order, and what
+// belongs to one is found for the other as well.
+void LevelQuery::warnOfBlanks(const ResultColumn& key) {
+  const std::string_view text = key.text();
+  if (key.isNull() || lastKeyIsNull_ || withoutBlanks(lastKey_) != withoutBlanks(text)) {
+    keyBeforeLast_.reset();
+    return;
+  }
+  const bool comesAgain = keyBeforeLast_ == text;
+  keyBeforeLast_ = lastKey_;
+  if (!comesAgain && children_.empty()) return;
   QrkStruct* const ctx = call_.report.ctx;
   tellWarning("keys-differ-in-blanks", call_.statement,
-              "the keys \"" + shownText(ctx, lastKey_) + "\" and \"" + shownText(ctx, key.text()) +
-                  "\" of column " + shownText(ctx, key.name) +
-                  " differ in trailing blanks alone: each becomes an element, and each gets what "
-                  "belongs to both");
+              "the keys \"" + shownText(ctx, lastKey_) + "\" and \"" + shownText(ctx, text) +
+                  "\" of column " + shownText(ctx, key.name) + " differ in trailing blanks alone" +
+                  (comesAgain ? ", and the second comes again behind the first: it becomes one "
+                                "more element"
+                              : ": each becomes an element, and each gets what belongs to both"));
 }
 
 int LevelQuery::freeLocators() {
@@ -305,7 +315,7 @@ int LevelQuery::endChildRows() {
 std::string LevelQuery::rowName() const {
   std::string name;
   for (size_t i = 0; i <= static_cast<size_t>(level_) && i < columns_.size(); ++i) {
-    if (columns_[i].isLargeObject()) continue;
+    if (columns_[i].isLargeObject() || columns_[i].isNull()) continue;
     if (!name.empty()) name += ", ";
     name += shownValue(call_.report.ctx, columns_[i].name, columns_[i].text());
   }

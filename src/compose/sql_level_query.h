@@ -9,6 +9,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -93,7 +94,7 @@ class LevelQuery {
   int bindColumn(SQLUSMALLINT number, ResultColumn& column);
   SQLRETURN examined(SQLRETURN rc);
   bool isNewKey(const ResultColumn& key);
-  void warnOfBlanks(const ResultColumn& key) const;
+  void warnOfBlanks(const ResultColumn& key);
   int freeLocators();
 
   const SqlCall& call_;
@@ -107,7 +108,9 @@ class LevelQuery {
   std::vector<ResultColumn> columns_;
   std::vector<ResultColumn*> largeObjects_;
   bool hasLastKey_ = false;
+  bool lastKeyIsNull_ = false;
   std::string lastKey_;
+  std::optional<std::string> keyBeforeLast_;  // where the last one differs in blanks alone
   std::map<int, std::unique_ptr<LevelQuery>> children_;
 };
 

@@ -26,6 +26,9 @@ class SqlComposition {
   int writeDocument(QrkOutbuf* document, uint32_t sizeLimit) {
     return document_.qrkGenXMLDoc(document, sizeLimit);
   }
+  // Whether the current object has no document because its root is left out; known once a document
+  // was written.
+  bool isLeftOut() const { return document_.isLeftOut(); }
   // What documents begin with, once there is one.
   std::string_view header() const { return document_.header(); }
   // Gives up the document of the current object. 0, or -1 with the diagnostics.

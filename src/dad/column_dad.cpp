@@ -64,8 +64,8 @@ bool copyName(const char* name, char (&field)[N]) {
 
 // Calls `take` with each element called `tag` below `root` in document order, up to a failure.
 template <class Take>
-int eachElement(const xercesc::DOMNode* root, std::u16string_view tag, Take&& take) {
-  auto* node = const_cast<xercesc::DOMNode*>(root);
+int eachElement(xercesc::DOMNode* root, std::u16string_view tag, Take&& take) {
+  xercesc::DOMNode* node = root;
   while ((node = nextInDocumentOrder(root, node)) != nullptr) {
     if (dadtree::hasTag(node, tag) && take(dadtree::asElement(node))) return -1;
   }
@@ -80,10 +80,10 @@ class ModelBuilder {
   // The steps, in their order: 0 or -1.
   int takeSettings(const DOM_Document& document);
   int takeNames(const char* tableName, const char* columnName);
-  int takeSideTables(const xercesc::DOMNode* xcolumn);
+  int takeSideTables(xercesc::DOMNode* xcolumn);
 
  private:
-  int takeSideTable(const xercesc::DOMElement* element, side_table& table);
+  int takeSideTable(xercesc::DOMElement* element, side_table& table);
   int takeColumn(const xercesc::DOMElement* element, side_column& column);
   int takeOccurrence(const xercesc::DOMElement* element, side_column& column);
 
@@ -135,16 +135,16 @@ int ModelBuilder::takeNames(const char* tableName, const char* columnName) {
 }
 
 // side_table_popu
-int ModelBuilder::takeSideTables(const xercesc::DOMNode* xcolumn) {
+int ModelBuilder::takeSideTables(xercesc::DOMNode* xcolumn) {
   side_table** end = &model_.sideTables;
-  return eachElement(xcolumn, u"table", [&](const xercesc::DOMElement* element) {
+  return eachElement(xcolumn, u"table", [&](xercesc::DOMElement* element) {
     side_table* const table = *end = new side_table{};
     end = &table->next;
     return takeSideTable(element, *table);
   });
 }
 
-int ModelBuilder::takeSideTable(const xercesc::DOMElement* element, side_table& table) {
+int ModelBuilder::takeSideTable(xercesc::DOMElement* element, side_table& table) {
   table.element = shownNumber(element);
   const auto refused = [&](const std::string& name) {
     return failed(report_, Msg::QRKA057E, name);
@@ -188,8 +188,8 @@ int ModelBuilder::takeOccurrence(const xercesc::DOMElement* element, side_column
 }
 
 // The last child of the DAD's root that is an `Xcolumn`; null when there is none.
-const xercesc::DOMNode* findXcolumn(const DOM_Document& document) {
-  const xercesc::DOMNode* found = nullptr;
+xercesc::DOMNode* findXcolumn(const DOM_Document& document) {
+  xercesc::DOMNode* found = nullptr;
   const DOM_Element root = document.getDocumentElement();
   for (auto* child = root.node()->getFirstChild(); child; child = child->getNextSibling()) {
     if (dadtree::hasTag(child, u"Xcolumn")) found = child;
@@ -202,7 +202,7 @@ int build(const Report& report, const DOM_Document& document, const char* tableN
   ModelBuilder builder(report, model);
   if (builder.takeSettings(document)) return -1;
   if (builder.takeNames(tableName, columnName)) return -1;
-  const xercesc::DOMNode* const xcolumn = findXcolumn(document);
+  xercesc::DOMNode* const xcolumn = findXcolumn(document);
   model.noXcolumn = xcolumn ? 0 : 1;
   if (!xcolumn) return failAt(document.getDocumentElement().node(), {}, report, Msg::QRKA009E);
   return builder.takeSideTables(xcolumn);

@@ -198,16 +198,7 @@ class ColumnCollector {
       return failAt(node, shownItem(node), report_, Msg::QRKA059E, source.type, entry.col);
     }
     std::strcpy(entry.dataType, source.type.c_str());
-    const xercesc::DOMElement* item = mappedItem(node);
-    std::string name;
-    if (!toDatabase(report_.ctx, item->getAttribute(u"name"), name)) {
-      return failUnconverted(report_, purpose_, item);
-    }
-    if (name.size() >= sizeof entry.xml) {
-      tellPlace(item);
-      return failLimit(report_, "name " + name, __LINE__);
-    }
-    std::strcpy(entry.xml, name.c_str());
+    if (takeItemName(report_, purpose_, mappedItem(node), entry.xml)) return -1;
     entry.xmlLevel = model_.level;
     entry.xmlType = hasTag(node, u"attribute_node") ? QRK_ATTRIBUTE
                     : hasTag(node, u"text_node")    ? QRK_TEXT

@@ -1,5 +1,7 @@
 #include "src/dad/dad_walk.h"
 
+#include <cstring>
+
 namespace orvxml::dadtree {
 
 xercesc::DOMElement* nearestElementNode(xercesc::DOMNode* node) {
@@ -50,8 +52,16 @@ std::string shownItem(const xercesc::DOMElement* leaf) {
   return "text of " + (hasElement ? shown(asElement(parent)->getAttribute(u"name")) : "nothing");
 }
 
-int failUnconverted(const Report& report, int purpose, const xercesc::DOMElement* item) {
+int takeItemName(const Report& report, int purpose, const xercesc::DOMElement* item,
+                 char (&field)[kXmlNameSize]) {
+  std::string name;
+  const bool converts = toDatabase(report.ctx, item->getAttribute(u"name"), name);
+  if (converts && name.size() < sizeof field) {
+    std::strcpy(field, name.c_str());
+    return 0;
+  }
   tellPlace(item);
+  if (converts) return failLimit(report, "name " + name, __LINE__);
   if (purpose == kForComposition) {
     return failed(report, Msg::QRKQ040E, textForMessage(report.ctx, item->getAttribute(u"name")));
   }

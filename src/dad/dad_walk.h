@@ -46,9 +46,11 @@ int failLimit(const Report& report, const std::string& limit, int line);
 // A name that the SQL scanner refused: QRKQ033E with the name, but the scanner's own code. Returns
 // that code.
 int failName(const Report& report, const char16_t* name, int scannerCode);
-// A mapped name that the database code page cannot carry: QRKQ040E with the name in composition,
-// in decomposition the message of an item that has no name. Returns -1.
-int failUnconverted(const Report& report, int purpose, const xercesc::DOMElement* item);
+// Takes the name of a mapped item into the field of the model that it has. 0, or -1: one that the
+// database code page cannot carry gives QRKQ040E with the name in composition, in decomposition the
+// message of an item that has no name; one that does not fit gives QRKG017E.
+int takeItemName(const Report& report, int purpose, const xercesc::DOMElement* item,
+                 char (&field)[kXmlNameSize]);
 
 // What QRKQ013E does not say of a table or column: that it has no name, or one beyond the limit.
 std::string lacksName(const char* what, const xercesc::DOMElement* element, int limit);

@@ -6,10 +6,8 @@
 #include <numeric>
 #include <vector>
 
-#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/util/XMLUni.hpp>
 
 #include "orvxml/notices.h"
 #include "orvxml/parser_handlers.h"
@@ -19,7 +17,6 @@ namespace {
 
 using xercesc::DOMElement;
 using xercesc::DOMNode;
-using xercesc::XMLUni;
 
 const DOMElement* enclosingElement(const DOMNode* node) {
   if (node && node->getNodeType() == DOMNode::ATTRIBUTE_NODE) {
@@ -69,7 +66,6 @@ class PlaceFinder : public xercesc::DefaultHandler {
     }
     if (isDone()) throw AllFound{};
   }
-  void fatalError(const xercesc::SAXParseException& problem) override { throw problem; }
 
  private:
   std::vector<ElementPlace*> wanted_;
@@ -89,20 +85,8 @@ size_t elementNumber(const DOMNode* node) {
 int qrkElementPlaces(const char* document, size_t size, ElementPlace* places, size_t count) try {
   PlaceFinder finder(places, count);
   if (finder.isDone()) return 0;
-  qrkSAX2XMLReaderImpl parser(nullptr);
-  qrkNonValidateHandler outside(nullptr);
-  parser.setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
-  parser.setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
-  parser.setFeature(XMLUni::fgSAX2CoreValidation, false);
-  parser.setFeature(XMLUni::fgXercesSchema, false);
-  parser.setContentHandler(&finder);
-  parser.setErrorHandler(&finder);
-  parser.setEntityResolver(&outside);
-  parser.setDocumentSize(size);
-  xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(document), size, u"document");
-  source.setCopyBufToStream(false);
   try {
-    parser.parse(source);
+    readEvents(document, size, finder);
   } catch (const AllFound&) {
   }
   return 0;

@@ -74,13 +74,12 @@ std::string shownLeaf(const MappedLeaf& leaf) {
   return "the attribute " + shown(leaf.node->getAttribute(u"name")) + " of " + element;
 }
 
-void tellTraps(QrkStruct* ctx, const rel& model, const DOM_Element& root, MappingPurpose purpose) {
+void tellTraps(const MappingSurvey& survey) {
   if (!noticeListener()) return;
-  const MappingSurvey survey(ctx, model, root, purpose);
   TrapList traps;
   findIgnoredParts(survey, traps);
   findLooseTables(survey, traps);
-  if (purpose == kForDecomposition) {
+  if (survey.purpose() == kForDecomposition) {
     findLostValues(survey, traps);
     findCaughtKeys(survey, traps);
   } else {
@@ -89,9 +88,8 @@ void tellTraps(QrkStruct* ctx, const rel& model, const DOM_Element& root, Mappin
   traps.tellAll();
 }
 
-const tab* unjoinedTable(QrkStruct* ctx, const rel& model, const DOM_Element& root) {
-  const MappingSurvey survey(ctx, model, root, kForComposition);
-  for (int i = 0; i < model.num_of_tables; ++i) {
+const tab* unjoinedTable(const MappingSurvey& survey) {
+  for (int i = 0; i < survey.model().num_of_tables; ++i) {
     if (isUnjoined(survey, i, true)) return &survey.table(i);
   }
   return nullptr;

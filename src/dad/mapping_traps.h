@@ -3,17 +3,16 @@
 // an element of the mapping; without a listener nothing is looked for.
 #pragma once
 
-#include "orvxml/mapping_model.h"
+#include "src/dad/mapping_survey.h"
 
 namespace orvxml {
 
-// Tells all traps of a mapping whose model is built for `purpose`; `root` is its top element_node.
-// Each is told once.
-void tellTraps(QrkStruct* ctx, const rel& model, const DOM_Element& root, MappingPurpose purpose);
+// Tells all traps of a mapping, each once.
+void tellTraps(const MappingSurvey& survey);
 
 // The first table, in the order of the top RDB_node, whose rows stand inside those of other tables
 // while no condition joins it to one of them: it would be read whole for each of their rows. Null
 // when there is none.
-const tab* unjoinedTable(QrkStruct* ctx, const rel& model, const DOM_Element& root);
+const tab* unjoinedTable(const MappingSurvey& survey);
 
 }  // namespace orvxml

@@ -2,6 +2,7 @@
 // DOCTYPE, and reports what it meets to the guard.
 #include <utility>
 
+#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/framework/XMLNotationDecl.hpp>
 #include <xercesc/framework/XMLValidityCodes.hpp>
@@ -329,6 +330,22 @@ void qrkSAX2XMLReaderImpl::error(unsigned int code, const XMLCh* domain, ErrType
 void qrkSAX2XMLReaderImpl::ignorableWhitespace(const XMLCh* text, XMLSize_t length, bool isCdata) {
   if (contentHandler_) contentHandler_->ignorableWhitespace(text, length);
   SAX2XMLReaderImpl::ignorableWhitespace(text, length, isCdata);
+}
+
+void readEvents(const char* document, size_t size, xercesc::DefaultHandler& events) {
+  qrkSAX2XMLReaderImpl parser(nullptr);
+  qrkNonValidateHandler outside(nullptr);
+  parser.setFeature(xercesc::XMLUni::fgSAX2CoreNameSpaces, false);
+  parser.setFeature(xercesc::XMLUni::fgSAX2CoreNameSpacePrefixes, true);
+  parser.setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
+  parser.setFeature(xercesc::XMLUni::fgXercesSchema, false);
+  parser.setContentHandler(&events);
+  parser.setErrorHandler(&events);
+  parser.setEntityResolver(&outside);
+  parser.setDocumentSize(size);
+  xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(document), size, u"document");
+  source.setCopyBufToStream(false);
+  parser.parse(source);
 }
 
 }  // namespace orvxml

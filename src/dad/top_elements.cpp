@@ -1,7 +1,5 @@
 // The top element of each table: the element that stands for one of its rows. The first mapped leaf
 // of a table in document order decides.
-#include <cstring>
-
 #include "orvxml/mapping_model.h"
 #include "orvxml/sql_scanner.h"
 #include "src/dad/dad_walk.h"
@@ -39,17 +37,8 @@ class TopElementFinder {
 
  private:
   int setTopElement(tab& table, xercesc::DOMElement* element) {
-    element = rowElement(report_.ctx, table, owner_, element);
-    std::string name;
-    if (!toDatabase(report_.ctx, element->getAttribute(u"name"), name)) {
-      return failUnconverted(report_, purpose_, element);
-    }
-    if (name.size() >= sizeof table.top_element) {
-      tellPlace(element);
-      return failLimit(report_, "name " + name, __LINE__);
-    }
-    std::strcpy(table.top_element, name.c_str());
-    return 0;
+    return takeItemName(report_, purpose_, rowElement(report_.ctx, table, owner_, element),
+                        table.top_element);
   }
 
   const Report& report_;

@@ -68,6 +68,12 @@ TEST(DocumentTextTest, ValuesAreEscapedOrRefused) {
   const std::string planes = " \t\n\r\x7f\u0080\u00e9\ud7ff\ue000\ufffd\U0001F600\U0010FFFF ";
   EXPECT_EQ(test.value(planes), (Written{0, 0, planes}));
   EXPECT_EQ(test.value(""), (Written{0, 0, ""}));
+  for (size_t size = 1; size <= 35; ++size) {
+    for (size_t at = 0; at < size; ++at) {
+      const std::string before(at, 'x'), behind(size - at - 1, 'x');
+      EXPECT_EQ(test.value(before + '<' + behind), (Written{0, 0, before + "&lt;" + behind}));
+    }
+  }
   EXPECT_EQ(test.value("a\x01"), refusedCharacter("U+0001"));
   EXPECT_EQ(test.value("\x1f<"), refusedCharacter("U+001F"));
   EXPECT_EQ(test.value("nul\0nul"sv), refusedCharacter("U+0000"));

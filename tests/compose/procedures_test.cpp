@@ -2,6 +2,9 @@
 // every parameter that is null, of a wrong type, too long or no name.
 #include <fnmatch.h>
 
+#include <new>
+
+#include "orvxml/compose_documents.h"
 #include "tests/support/compose_calls.h"
 
 namespace orvxml::test {
@@ -500,6 +503,45 @@ TEST_F(ComposeProcedures, WhatADescriptorGivesBack) {
     Descriptor area(parameters);
     EXPECT_EQ(clobForm.entry(nullptr, nullptr, area.get()), 1);
     EXPECT_EQ(area[7].data, m.bytes);
+  }
+}
+
+TEST_F(ComposeProcedures, AReceiverTakesEachDocumentOrEndsTheCall) {
+  struct Receiver final : DocumentReceiver {
+    bool beginDocument(std::string_view) override {
+      if (fault == "throws") throw fault;
+      if (fault == "has no memory") throw std::bad_alloc();
+      return fault != "refuses";
+    }
+    bool text(std::string_view part) override { return documents.append(part), true; }
+    bool endDocument(int valid) override { return valid == -1; }
+    bool leaveOut(const char*) override { return false; }
+    std::string fault, documents;
+  };
+  const std::string dad = mapping();
+  const struct {
+    const char* fault;
+    int code;
+    ComposeRequest request;
+  } cases[] = {
+      {"", 0, {.dad = dad.data(), .dadSize = dad.size()}},
+      {"refuses", -49, {.dad = dad.data(), .dadSize = dad.size()}},
+      {"throws", -57, {.dad = dad.data(), .dadSize = dad.size()}},
+      {"has no memory", -58, {.dad = dad.data(), .dadSize = dad.size()}},
+      {"gets nothing", -60, {}},
+      {"gets no override", -60, {.dad = dad.data(), .dadSize = dad.size(), .overrideType = 1}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.fault);
+    Receiver receiver;
+    receiver.fault = c.fault;
+    ComposeResult result;
+    EXPECT_EQ(qrkComposeDocuments(c.request, receiver, result), c.code) << result.message;
+    EXPECT_EQ(result.documents, c.code == 0 ? 3 : 0);
+    EXPECT_EQ(receiver.documents, c.code == 0
+                                      ? "\n<item id=\"1\">one</item>\n<item id=\"2\">two</item>"
+                                        "\n<item id=\"3\">three</item>"
+                                      : "");
   }
 }
 

@@ -197,13 +197,6 @@ TEST(XmlWriterTest, LargeObjectsKeepCharactersThatChunksCut) {
     EXPECT_EQ(qrkEntityReplaceUsingLocator(call, locator, out.buffer.get(), &code, call.msg), 0)
         << call.msg;
     EXPECT_TRUE(out.text() == expected);
-
-    Output document(call);
-    DocumentText text(call, &code, call.msg);
-    EXPECT_EQ(text.begin(document.buffer.get(), ""), 0);
-    EXPECT_EQ(text.appendLargeObject(locator, "DOCS.DOC"), 0) << call.msg;
-    EXPECT_EQ(text.flush(), 0);
-    EXPECT_TRUE(document.text() == expected);
   }
 }
 

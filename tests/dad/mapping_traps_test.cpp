@@ -35,7 +35,7 @@ void expectWarnings(const Case& c, MappingPurpose purpose) {
   {
     const Listening listening(heard);
     CallContext call;
-    tellTraps(&call.ctx, mapping.model, mapping.element(u"element_node"), purpose);
+    tellTraps(MappingSurvey(&call.ctx, mapping.model, mapping.element(u"element_node"), purpose));
   }
   std::vector<std::string> begun = heard.warnings;
   for (size_t i = 0; i < begun.size() && i < c.warnings.size(); ++i) {
@@ -182,7 +182,8 @@ TEST(MappingTrapsTest, RowsIntoDocuments) {
   const auto unjoined = [](const std::string& dad) {
     const Mapping mapping(dad, kForComposition);
     CallContext call;
-    const tab* table = unjoinedTable(&call.ctx, mapping.model, mapping.element(u"element_node"));
+    const tab* table = unjoinedTable(
+        MappingSurvey(&call.ctx, mapping.model, mapping.element(u"element_node"), kForComposition));
     return std::string(table ? table->name : "");
   };
   EXPECT_EQ(unjoined(collection(listed("ab"), k + row("e", "b", "v"))), "B");
