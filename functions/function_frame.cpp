@@ -139,14 +139,6 @@ void FunctionCall::append(std::string_view before, std::string_view text, std::s
   std::snprintf(message_, sizeof message_, "%s", message.c_str());
 }
 
-void FunctionCall::check(int status, int messageIndex) {
-  if (status == 0) return;
-  if (*message_ == 0 && messageIndex > 0) {
-    qrkSprint(ctx(), message_, messageIndex, std::to_string(status).c_str());
-  }
-  refuse();
-}
-
 bool FunctionCall::isAbsence() const {
   const std::string_view state(tail_.sqlState);
   return state == kSuccessState || state.starts_with(kWarningClass);

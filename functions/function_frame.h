@@ -112,8 +112,6 @@ class FunctionCall {
   void check(int status) {
     if (status != 0) refuse();
   }
-  // The same for calls that report a message by its index.
-  void check(int status, int messageIndex);
 
   // A scalar extraction that gave no value without failing: the one value is empty, or the path
   // selects nothing, which is a warning.

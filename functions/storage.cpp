@@ -77,9 +77,7 @@ void clobFromFile(const Argument<char>& file, const Argument<char>* encoding,
     if (anyNull(file) || isNull(encoding)) return false;
     QrkStruct* ctx = call.begin(encodingOf(encoding));
     requirePlainFile(call, file.value);
-    int message = 0;
-    const int rc = qrk_file2locator(ctx, file.value, result.value, call.sqlState(), &message);
-    call.check(rc, message);
+    call.check(qrkFileIntoLocator(ctx, file.value, result.value, call.sqlState(), call.message()));
     return true;
   });
 }
@@ -119,8 +117,7 @@ void dbClobFromFile(const Argument<char>& file, const Result<sqludf_lob>& result
     const size_t most = kMaxUnitBytes * (DbClobValue::kMaxUnits + 1);
     const std::u16string units =
         toUnicode(call, from, readFile(call, file.value, most, Msg::QRKC006E));
-    std::u16string_view text = units;
-    if (text.starts_with(kByteOrderMark)) text.remove_prefix(1);
+    const std::u16string_view text = withoutMark(units);
     if (text.size() > DbClobValue::kMaxUnits) call.fail(Msg::QRKC006E);
     DbClobValue::copy(text, result.value);
     return true;

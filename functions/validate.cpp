@@ -29,8 +29,7 @@ std::optional<std::string> dtdText(FunctionCall& call, QrkStruct* ctx, const cha
   std::string text;
   const std::string bytes = readFile(call, file, kMaxDtdBytes, Msg::QRKC006E);
   if (U_FAILURE(toUnicode(ctx->codePages->appConverter, bytes, units))) return std::nullopt;
-  if (units.starts_with(kByteOrderMark)) units.erase(0, 1);
-  if (U_FAILURE(fromUnicode(ctx->codePages->dbConverter, units, text)) ||
+  if (U_FAILURE(fromUnicode(ctx->codePages->dbConverter, withoutMark(units), text)) ||
       text.find('\0') != text.npos) {
     return std::nullopt;
   }

@@ -12,6 +12,12 @@ namespace orvxml {
 inline constexpr int32_t kUtf8CodePage = 1208;
 inline constexpr char16_t kByteOrderMark = 0xFEFF;
 
+// A byte order mark, in whatever encoding, is no part of the text.
+inline std::u16string_view withoutMark(std::u16string_view text) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(1);
+  return text;
+}
+
 int initICU(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo, const char* appEncodingName);
 // The code pages of the connection. 0, or -1 without a connection.
 int getDBCodePage(QrkStruct* ctx, int32_t* codePage);
@@ -21,6 +27,10 @@ int getAppCodePage(QrkStruct* ctx, int32_t* codePage);
 int failCodePages(const Report& report);
 UConverter* getConverter(int32_t codePage, UErrorCode* status);
 
+// Whether the text of the database code page is UTF-8; so it is where there is no context.
+inline bool isUtf8Database(const QrkStruct* ctx) {
+  return !ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage;
+}
 // The encoding name (UTF-16, terminated) of a code page. 0 or the failure's code (QRKG008E).
 int QRK_getEncoding(QrkStruct* ctx, int32_t codePage, char16_t* name, int nameSize, char* sqlState,
                     char* msg);

@@ -33,6 +33,9 @@ ORVXML_API int qrk_conv_locator2file_encoding(QrkStruct* ctx, const sqludf_locat
 // is none.
 ORVXML_API int qrk_file2locator(QrkStruct* ctx, const char* fileName, sqludf_locator* locator,
                                 char* sqlState, int* msgIndex);
+// The same with the message, which tells the number that an index cannot.
+ORVXML_API int qrkFileIntoLocator(QrkStruct* ctx, const char* fileName, sqludf_locator* locator,
+                                  char* sqlState, char* msg);
 // A new CLOB locator holding `length` bytes of `data`; null `data`: an empty one.
 ORVXML_API int qrk_buf2locator(QrkStruct* ctx, const char* data, int32_t length,
                                sqludf_locator* locator, char* sqlState, char* msg);

@@ -314,4 +314,9 @@ class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl>
   bool metDoctype_ = false;
 };
 
+// Gives `events` a document of `size` bytes, in the encoding that it declares and with names as
+// they are written; nothing is validated, nothing outside is opened. Throws SAXParseException where
+// the document does not parse (unless `events` takes that), and what `events` throws.
+void readEvents(const char* document, size_t size, xercesc::DefaultHandler& events);
+
 }  // namespace orvxml

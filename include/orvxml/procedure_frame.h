@@ -155,6 +155,7 @@ template <class Operation>
 int listProcedure(const ProcedureInfo& info, const Outputs& outputs, Operation&& operation) {
   char ownMsg[kMessageSize];
   char* msg = outputs.returnMsg ? outputs.returnMsg : ownMsg;
+  if (outputs.returnCode) *outputs.returnCode = 0;
   setIndicator(outputs.returnCodeInd, 0);
   setIndicator(outputs.returnMsgInd, 0);
   const int code = procedure(info, msg, operation, [](Call&) {});

@@ -67,8 +67,8 @@ class DisableColumn {
   int deleteUsage();
 
   int dropTrigger(char letter, Msg failure);
-  int findRootId(std::string& rootid);
-  int requireOwn(const side_table& sideTable, const std::string& rootid);
+  int findRootIds(std::string& rootids);
+  int requireOwn(const side_table& sideTable, const std::string& rootids);
   int countRootIds(int32_t& count);
   void tellResetValues() const;
   int fail(Msg message) { return orvxml::fail(call_, message); }
@@ -223,62 +223,61 @@ void DisableColumn::tellResetValues() const {
   Notice notice;
   notice.rule = "values-of-qrkroot-id";
   notice.text = "QRKROOT_ID of " + name +
-                " is emptied; rows with a value that this column had not " +
-                "put there: " + std::to_string(resetRootIds_);
+                " is emptied; rows with a value, which no trigger of this column fills: " +
+                std::to_string(resetRootIds_);
   listener->notice(notice);
 }
 
-// The column by which the side tables belong to the rows: the one that a trigger fills, else the
-// table's only key. Empty when the table has neither any more.
-int DisableColumn::findRootId(std::string& rootid) {
-  if (generatesRootIds_) {
-    rootid = kRootIdColumn;
-    return 0;
-  }
+// The columns by which side tables may belong to the rows, as a list for SQL: the one that a
+// trigger fills, and the table's only key where there is no such trigger; somebody may have dropped
+// it.
+int DisableColumn::findRootIds(std::string& rootids) {
+  rootids = literalText(kRootIdColumn);
+  if (generatesRootIds_) return 0;
   char column[kColumnSize] = "";
   const sqlca area = fetchRow(
       "SELECT colname FROM syscat.columns WHERE tabschema = ? AND tabname = ? AND keyseq = 1",
       {schema(), table()}, {stringVariable(column, sizeof column)});
   if (area.sqlcode < 0) return failStatement(area, Msg::QRKA024E);
-  rootid = column;
+  if (*column) rootids += ", " + literalText(column);
   return 0;
 }
 
 // The mapping's names mean other tables under another default schema than that of enabling. A table
 // without the root id and the mapped columns is somebody else's; a name that means no table is for
 // the server to refuse.
-int DisableColumn::requireOwn(const side_table& sideTable, const std::string& rootid) {
+int DisableColumn::requireOwn(const side_table& sideTable, const std::string& rootids) {
   ColumnNames names;
   if (int code = splitTableName(call_.report(), sideTable.name, names)) {
     return code == codeOf(Msg::QRKA016E) || code == codeOf(Msg::QRKQ031E) ? 0 : code;
   }
   int32_t own = 0;
   std::string list;
-  const auto add = [&](const std::string& column) {
-    list += (own++ > 0 ? ", " : "") + literalText(column);
-  };
-  if (!rootid.empty()) add(rootid);
   for (const side_column* column = sideTable.columns; column; column = column->next) {
     if (parseColumnName(call_.report(), sideTable.name, column->name, names)) {
       return orvxml::fail(call_, Msg::QRKA026E, sideTable.name);
     }
-    add(names.column);
+    list += (own++ > 0 ? ", " : "") + literalText(names.column);
   }
-  int32_t all = 0, found = 0;
-  const sqlca area = fetchRow("SELECT COUNT(*), COUNT(CASE WHEN colname IN (" + list +
-                                  ") THEN 1 END) FROM syscat.columns WHERE tabschema = ? AND"
-                                  " tabname = ?",
-                              {textInput(names.schema.c_str()), textInput(names.table.c_str())},
-                              {integerVariable(&all), integerVariable(&found)});
+  const auto countOf = [](const std::string& columns) {
+    return ", COUNT(CASE WHEN colname IN (" + columns + ") THEN 1 END)";
+  };
+  int32_t all = 0, found = 0, ids = 0;
+  const sqlca area =
+      fetchRow("SELECT COUNT(*)" + countOf(list) + countOf(rootids) +
+                   " FROM syscat.columns WHERE tabschema = ? AND tabname = ?",
+               {textInput(names.schema.c_str()), textInput(names.table.c_str())},
+               {integerVariable(&all), integerVariable(&found), integerVariable(&ids)});
   if (area.sqlcode < 0) return failStatement(area, Msg::QRKA026E, sideTable.name);
-  return all == 0 || found == own ? 0 : orvxml::fail(call_, Msg::QRKA026E, sideTable.name);
+  const bool isOwn = all == 0 || (found == own && ids > 0);
+  return isOwn ? 0 : orvxml::fail(call_, Msg::QRKA026E, sideTable.name);
 }
 
 int DisableColumn::dropSideTables() {
-  std::string rootid;
-  if (int code = findRootId(rootid)) return code;
+  std::string rootids;
+  if (int code = findRootIds(rootids)) return code;
   for (const side_table* table = model_->sideTables; table; table = table->next) {
-    if (int code = requireOwn(*table, rootid)) return code;
+    if (int code = requireOwn(*table, rootids)) return code;
     const sqlca area = define(std::string("DROP TABLE ") + table->name);
     if (area.sqlcode < 0) return failStatement(area, Msg::QRKA026E, table->name);
   }

@@ -50,8 +50,7 @@ std::string belongsTo(const char* row, const side_table& table, const char* root
 // where it is the type itself.
 std::string singleWord(QrkStruct* ctx, const char* type) {
   char upper[sizeof side_column::type];
-  qrk_toupper(ctx, type, upper, sizeof upper);
-  return mapType(upper);
+  return mapType(qrk_toupper(ctx, type, upper, sizeof upper) == 0 ? upper : type);
 }
 
 // The insertion of the values of one document into a single-occurrence side table.

@@ -1,6 +1,5 @@
 #include "src/decompose/data_notices.h"
 
-#include "orvxml/code_pages.h"
 #include "src/dad/element_order.h"
 
 namespace orvxml {
@@ -8,44 +7,21 @@ namespace orvxml {
 namespace {
 
 constexpr size_t kToldWithPlaces = 3;  // of one rule at one column
-constexpr size_t kMostValueBytes = 60;
-
-bool isContinuation(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-}
-
 }  // namespace
 
-std::string noticeText(QrkStruct* ctx, std::string_view text) {
-  std::u16string units;
-  std::string utf8;
-  if (!toUtf16(ctx, text, units) || !toDatabase(nullptr, units, utf8)) return "?";
-  return utf8;
+std::string quotedValue(std::u16string_view value) {
+  return '\'' + shown(value) + '\'';
 }
 
-std::string noticeText(const XMLCh* text) {
-  std::string utf8;
-  if (!toDatabase(nullptr, text, utf8)) return "?";
-  return utf8;
-}
-
-std::string quotedValue(std::string_view utf8) {
-  std::string quoted = "'";
-  const bool isLong = utf8.size() > kMostValueBytes;
-  if (isLong) {
-    size_t end = kMostValueBytes;
-    while (end > 0 && isContinuation(utf8[end])) --end;
-    utf8 = utf8.substr(0, end);
-  }
-  for (const char byte : utf8) quoted += byte >= 0 && byte < ' ' ? ' ' : byte;
-  return quoted + (isLong ? "...'" : "'");
+std::string quotedValue(QrkStruct* ctx, std::string_view value) {
+  return '\'' + shownText(ctx, value) + '\'';
 }
 
 std::string placeInTable(QrkStruct* ctx, const tab& table, int column) {
   std::string text = "table ";
-  if (*table.schema) text += noticeText(ctx, table.schema) + '.';
-  text += noticeText(ctx, table.name);
-  if (column >= 0) text += ", column " + noticeText(ctx, table.col2xml[column].col);
+  if (*table.schema) text += shownText(ctx, table.schema) + '.';
+  text += shownText(ctx, table.name);
+  if (column >= 0) text += ", column " + shownText(ctx, table.col2xml[column].col);
   return text;
 }
 

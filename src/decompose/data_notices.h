@@ -10,14 +10,13 @@
 
 #include "orvxml/mapping_model.h"
 #include "orvxml/notices.h"
+#include "src/dad/mapping_notices.h"
 
 namespace orvxml {
 
-// A text from the database code page in UTF-8; with a null context from UTF-8.
-std::string noticeText(QrkStruct* ctx, std::string_view text);
-std::string noticeText(const XMLCh* text);
-// "'value'", cut behind a whole character when it is long, without line ends.
-std::string quotedValue(std::string_view utf8);
+// "'value'" as notices show a value; the second form takes it in the database code page.
+std::string quotedValue(std::u16string_view value);
+std::string quotedValue(QrkStruct* ctx, std::string_view value);
 // "table S.T" or "table S.T, column C"; `column` -1: none.
 std::string placeInTable(QrkStruct* ctx, const tab& table, int column);
 

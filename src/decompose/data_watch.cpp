@@ -4,6 +4,7 @@
 #include <cctype>
 #include <initializer_list>
 
+#include "orvxml/code_pages.h"
 #include "orvxml/messages.h"
 #include "orvxml/target_table.h"
 #include "src/dad/element_order.h"
@@ -14,6 +15,12 @@ namespace orvxml {
 namespace {
 
 constexpr size_t kMostRowBytes = 240;  // of a row in a message
+
+// Whole, where shownText cuts; empty when it does not convert.
+std::string inUtf8(QrkStruct* ctx, std::string_view databaseText) {
+  std::u16string units;
+  return toUtf16(ctx, databaseText, units) ? textForMessage(nullptr, units) : std::string();
+}
 
 std::vector<bool> filledColumns(const tab& table, RowList& rows) {
   std::vector<bool> filled(static_cast<size_t>(table.num_col));
@@ -59,15 +66,15 @@ void DataWatch::rowsCollected(int table, const Element* dadElement, RowList& row
   if (dadElement == values_.top() && rows.count() == 1) {
     rootTable_ = table;
     for (int c = 0; c < model_.tab[table]->num_col; ++c)
-      rootRow_.push_back(text(rows.row(0)[c].view()));
+      rootRow_.push_back(inUtf8(ctx_, rows.row(0)[c].view()));
   }
   Visit visit{dadElement, filledColumns(*model_.tab[table], rows)};
   for (const Visit& before : visits_[table]) {
     if (overlap(before.columns, visit.columns)) continue;
     warnings_.warn("record-in-two-rows", table, -1, rows.origin(0).begun, dadElement, [&] {
-      return "the values of '" + noticeText(dadElement->getAttribute(u"name")) +
+      return "the values of '" + shown(dadElement->getAttribute(u"name")) +
              "' make rows of their own, beside those of '" +
-             noticeText(before.dadElement->getAttribute(u"name")) + "', which lack them";
+             shown(before.dadElement->getAttribute(u"name")) + "', which lack them";
     });
     break;
   }
@@ -78,7 +85,7 @@ void DataWatch::rowMixed(int table, int column, const Element* source) {
   const MappedValue* value = values_.of(table, column);
   warnings_.warn("values-of-two-occurrences", table, column, source, value ? value->leaf : nullptr,
                  [&] {
-                   return "the value of '" + noticeText(source->getTagName()) +
+                   return "the value of '" + shown(source->getTagName()) +
                           "' went into the row that another '" +
                           text(model_.tab[table]->top_element) + "' began";
                  });
@@ -111,7 +118,7 @@ void DataWatch::keyInBetween(int table, const foreign_key& key, const Element* h
   warnings_.warn(
       "key-from-in-between", table, -2 - column, source, meant ? meant->leaf : nullptr, [&] {
         return "column " + text(key.column->col) + " takes its value from '" +
-               noticeText(holder->getTagName()) + "' (" + std::to_string(elementNumber(holder)) +
+               shown(holder->getTagName()) + "' (" + std::to_string(elementNumber(holder)) +
                ". element), not from where " + placeInTable(ctx_, *model_.tab[parent], -1) +
                ", column " + text(key.parent->col) + " is mapped";
       });
@@ -123,7 +130,7 @@ void DataWatch::failedAt(const std::string& text, const Element* source, const E
   Notice notice;
   notice.kind = Notice::kPlace;
   notice.rule = "document";
-  if (source) notice.text = "element '" + noticeText(source->getTagName()) + "', ";
+  if (source) notice.text = "element '" + shown(source->getTagName()) + "', ";
   notice.text += text;
   notice.documentElement = elementNumber(source);
   notice.mappingElement = elementNumber(dadNode);
@@ -132,7 +139,7 @@ void DataWatch::failedAt(const std::string& text, const Element* source, const E
 
 void DataWatch::failedAt(int table, int column, std::string_view value, const Element* source) {
   std::string place = placeInTable(ctx_, *model_.tab[table], column);
-  if (!value.empty()) place += ", value " + quotedValue(text(value));
+  if (!value.empty()) place += ", value " + quotedValue(ctx_, value);
   failedAt(place, source);
 }
 
@@ -181,9 +188,9 @@ std::string DataWatch::rowText(int table, RowList& rows, int row) const {
   for (int i = 0; i < mapped.num_col + mapped.num_fk && text.size() < kMostRowBytes; ++i) {
     const Value& value = rows.row(row)[i];
     text += text.empty() ? "row (" : ", ";
-    text += noticeText(ctx_, i < mapped.num_col ? mapped.col2xml[i].col
-                                                : mapped.fk[i - mapped.num_col].column->col);
-    text += value.text ? " " + quotedValue(noticeText(ctx_, value.view())) : " null";
+    text += shownText(ctx_, i < mapped.num_col ? mapped.col2xml[i].col
+                                               : mapped.fk[i - mapped.num_col].column->col);
+    text += value.text ? " " + quotedValue(ctx_, value.view()) : " null";
   }
   return text.size() < kMostRowBytes ? text + ')' : text + ", ...)";
 }
@@ -201,15 +208,15 @@ void DataWatch::rowRefused(int table, RowList& rows, int row, int parameter) {
   }
   failedAt(placeInTable(ctx_, mapped, -1) + ", column " +
                text(mapped.fk[parameter - mapped.num_col].column->col) + ", value " +
-               quotedValue(text(value)),
+               quotedValue(ctx_, value),
            rows.origin(row).begun);
 }
 
 std::string DataWatch::rootText() const {
-  const std::string mapped = noticeText(values_.top()->getAttribute(u"name"));
-  const std::string actual = noticeText(root_->getTagName());
+  const std::u16string_view mapped = values_.top()->getAttribute(u"name");
+  const std::u16string_view actual = root_->getTagName();
   if (mapped == actual) return {};
-  return "the document's root is '" + actual + "', the mapping's '" + mapped + "'";
+  return "the document's root is '" + shown(actual) + "', the mapping's '" + shown(mapped) + "'";
 }
 
 // ---- Where the document can be found again
@@ -218,10 +225,12 @@ std::string DataWatch::pathOf(const MappedValue& value) const {
   std::string path;
   for (const Element* at = value.element; at;
        at = static_cast<const Element*>(at->getParentNode())) {
-    path.insert(0, '/' + noticeText(at->getAttribute(u"name")));
+    path.insert(0, '/' + textForMessage(nullptr, at->getAttribute(u"name")));
     if (at == values_.top()) break;
   }
-  if (value.isAttribute()) path += "/@" + noticeText(value.leaf->getAttribute(u"name"));
+  if (value.isAttribute()) {
+    path += "/@" + textForMessage(nullptr, value.leaf->getAttribute(u"name"));
+  }
   return path;
 }
 

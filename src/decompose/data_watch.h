@@ -58,7 +58,7 @@ class DataWatch {
     std::vector<bool> columns;  // that have a value in some row
   };
 
-  std::string text(std::string_view databaseText) const { return noticeText(ctx_, databaseText); }
+  std::string text(std::string_view databaseText) const { return shownText(ctx_, databaseText); }
   std::string rowText(int table, RowList& rows, int row) const;
   std::string rootText() const;
   void tellOrigin();

@@ -9,10 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/util/XMLUni.hpp>
 
 #include "orvxml/parser_handlers.h"
 #include "src/decompose/data_notices.h"
@@ -107,7 +105,6 @@ class TreeBuilder : public xercesc::DefaultHandler {
       open_.back().children.push_back(std::move(element));
     }
   }
-  void fatalError(const xercesc::SAXParseException& problem) override { throw problem; }
 
  private:
   std::vector<Element> open_;
@@ -117,19 +114,7 @@ class TreeBuilder : public xercesc::DefaultHandler {
 
 Element parsed(const char* document, size_t size) {
   TreeBuilder builder;
-  qrkSAX2XMLReaderImpl parser(nullptr);
-  qrkNonValidateHandler outside(nullptr);
-  parser.setFeature(xercesc::XMLUni::fgSAX2CoreNameSpaces, false);
-  parser.setFeature(xercesc::XMLUni::fgSAX2CoreNameSpacePrefixes, true);
-  parser.setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
-  parser.setFeature(xercesc::XMLUni::fgXercesSchema, false);
-  parser.setContentHandler(&builder);
-  parser.setErrorHandler(&builder);
-  parser.setEntityResolver(&outside);
-  parser.setDocumentSize(size);
-  xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(document), size, u"document");
-  source.setCopyBufToStream(false);
-  parser.parse(source);
+  readEvents(document, size, builder);
   return builder.takeRoot();
 }
 
@@ -139,7 +124,7 @@ struct Found {
 };
 
 std::string quoted(const std::u16string& text) {
-  return quotedValue(noticeText(text.c_str()));
+  return quotedValue(text);
 }
 
 Found otherValue(const Element& in, const std::string& what, const std::u16string& document,
@@ -178,20 +163,19 @@ Found differenceOfChildren(const Element& document, const Element& composed) {
   const std::vector<const Element*> lost = without(document.children, composed.children);
   const std::vector<const Element*> more = without(composed.children, document.children);
   if (lost.empty()) {
-    return {document.number, "the rows give one more '" + noticeText(more.front()->name.c_str()) +
-                                 "' in '" + noticeText(document.name.c_str()) + "'"};
+    return {document.number, "the rows give one more '" + shown(more.front()->name) + "' in '" +
+                                 shown(document.name) + "'"};
   }
   const Element& child = *lost.front();
   for (const Element* other : more) {
     if (other->name == child.name) return firstDifference(child, *other);
   }
-  return {child.number,
-          "element '" + noticeText(child.name.c_str()) + "' is not in what the rows give"};
+  return {child.number, "element '" + shown(child.name) + "' is not in what the rows give"};
 }
 
 // Of two elements that differ.
 Found firstDifference(const Element& document, const Element& composed) {
-  const std::string name = "'" + noticeText(document.name.c_str()) + "'";
+  const std::string name = "'" + shown(document.name) + "'";
   if (document.name != composed.name) {
     return otherValue(document, "the name of " + name, document.name, composed.name);
   }
@@ -200,8 +184,7 @@ Found firstDifference(const Element& document, const Element& composed) {
       const std::u16string& ours = valueOf(document, attribute);
       const std::u16string& theirs = valueOf(composed, attribute);
       if (isSame(ours, theirs)) continue;
-      return otherValue(document, "attribute '" + noticeText(attribute.c_str()) + "' of " + name,
-                        ours, theirs);
+      return otherValue(document, "attribute '" + shown(attribute) + "' of " + name, ours, theirs);
     }
   }
   if (!isSame(document.text, composed.text)) {

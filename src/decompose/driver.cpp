@@ -100,7 +100,7 @@ int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc
     tellSubject("mapping");
   }
   if (int code = buildMapping()) return code;
-  tellTraps(ctx_, rel_, top_, kForDecomposition);
+  if (noticeListener()) tellTraps(MappingSurvey(ctx_, rel_, top_, kForDecomposition));
   tellSubject("document");
   if (int code = parseDocument(doc)) return code;
   if (notEnabled == 1) {

@@ -68,7 +68,7 @@ void UntakenData::look(const Node& node, const Element* element) {
   forChildElements(element, [&](const Element* child, const XMLCh* name) {
     const auto below = node.children.find(std::u16string_view(name));
     if (below == node.children.end()) {
-      add(kElement, noticeText(name));
+      add(kElement, shown(name));
     } else {
       look(*below->second, child);
     }
@@ -84,7 +84,7 @@ void UntakenData::lookAtAttributes(const Node& node, const Element* element) {
     if (mapped != node.attributes.end()) {
       if (*attribute->getNodeValue() != 0) warn(mapped->second, element);
     } else if (!isNoData(attribute->getNodeName())) {
-      add(kAttribute, noticeText(attribute->getNodeName()));
+      add(kAttribute, shown(attribute->getNodeName()));
     }
   }
 }
@@ -96,7 +96,7 @@ void UntakenData::lookAtText(const Node& node, const Element* element) {
     if (type != DOMNode::TEXT_NODE && type != DOMNode::CDATA_SECTION_NODE) continue;
     if (isBlank(child->getNodeValue())) continue;
     if (node.hasText) return warn(node.texts, element);
-    return add(kText, noticeText(element->getTagName()));
+    return add(kText, shown(element->getTagName()));
   }
 }
 
@@ -123,9 +123,9 @@ void UntakenData::warn(const std::vector<const MappedValue*>& astray, const Elem
 }
 
 std::string UntakenData::itemText(const MappedValue& value) const {
-  const std::string element = "'" + noticeText(value.element->getAttribute(u"name")) + "'";
+  const std::string element = "'" + shown(value.element->getAttribute(u"name")) + "'";
   if (value.isAttribute()) {
-    return "attribute '" + noticeText(value.leaf->getAttribute(u"name")) + "' of " + element;
+    return "attribute '" + shown(value.leaf->getAttribute(u"name")) + "' of " + element;
   }
   return (value.isText() ? "the text of " : "") + element;
 }
@@ -138,11 +138,11 @@ std::string UntakenData::reason(const MappedValue& value) const {
     if (!toDatabase(ctx_, at->getAttribute(u"name"), name)) break;
     for (int i = model_.num_of_tables - 1; i >= 0; --i) {
       if (i == value.table || !isInTab(ctx_, model_.tab[i], name.c_str())) continue;
-      return "'" + noticeText(ctx_, name) + "' counts as an element of " +
+      return "'" + shownText(ctx_, name) + "' counts as an element of " +
              placeInTable(ctx_, *model_.tab[i], -1);
     }
   }
-  return "it stands outside of '" + noticeText(ctx_, model_.tab[value.table]->top_element) + "'";
+  return "it stands outside of '" + shownText(ctx_, model_.tab[value.table]->top_element) + "'";
 }
 
 void UntakenData::warnLost(const MappedValue& value, const Element* element) {

@@ -93,7 +93,6 @@ struct Registry {
   Msg notFound;
 };
 
-constexpr std::string_view kValueTooLong = "22001";  // SQLSTATE
 constexpr Registry kDtds = {"SELECT content FROM orvxml.dtd_ref WHERE dtdid=?", Msg::QRKA010E};
 constexpr Registry kSchemas = {"SELECT content FROM orvxml.schema_ref WHERE schemaid=?",
                                Msg::QRKQ060E};
@@ -241,7 +240,7 @@ int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, ch
   const int rc = readRegistered(ctx, kDtds, dtd, dtdid, msg, area);
   // A database without the table has registered nothing, nor has any an id that the column cannot
   // hold.
-  const bool isTooLong = std::string_view(area.sqlstate, sizeof area.sqlstate) == kValueTooLong;
+  const bool isTooLong = isValueTooLong(area);
   if (isUnknown) {
     *isUnknown = area.sqlcode == kNoRow || area.sqlcode == kNoSuchTable || isTooLong;
   }

@@ -24,8 +24,7 @@ bool sameCodePages(const QrkStruct* ctx) {
 
 // Null when the text is UTF-8.
 UConverter* databaseConverter(const QrkStruct* ctx) {
-  if (!ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage) return nullptr;
-  return ctx->codePages->dbConverter;
+  return isUtf8Database(ctx) ? nullptr : ctx->codePages->dbConverter;
 }
 
 // Sizes and lengths of the conversions are 32-bit. A room may be said to be smaller than it is; a

@@ -31,15 +31,11 @@ inline bool hasUtf16Mark(std::string_view text) {
 // What reads a text of the application in the byte order that its mark tells; null where that is
 // the application's converter itself, or with an error in `status`.
 Converter openForMark(const QrkCodePages& pages, std::string_view text, UErrorCode& status);
-// A byte order mark, in whatever encoding, is no part of the text.
+// Without the byte order mark of the application's encoding.
 inline std::string_view withoutMark(const QrkCodePages* pages, std::string_view text) {
   const int32_t codePage = pages ? pages->appCodePage : kUtf8CodePage;
   if (codePage == kUtf8CodePage && text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   if (isPlainUtf16(codePage) && hasUtf16Mark(text)) text.remove_prefix(2);
-  return text;
-}
-inline std::u16string_view withoutMark(std::u16string_view text) {
-  if (text.starts_with(kByteOrderMark)) text.remove_prefix(1);
   return text;
 }
 

@@ -85,16 +85,14 @@ Problem intoBuffer(QrkStruct* ctx, const sqludf_locator* locator, char* buffer, 
 
 Problem intoFile(QrkStruct* ctx, const sqludf_locator* locator, int32_t length, NewFile& file) {
   char piece[kFunctionPiece];
-  size_t written = 0;
   const Problem problem = forEachPiece(ctx, length, [&](int32_t offset, int32_t count) -> Problem {
     if (const Problem unread = readPiece(ctx, locator, offset + 1, count, piece)) return unread;
-    written = file.write(piece, static_cast<size_t>(count));
-    return written == static_cast<size_t>(count) ? Problem{} : Problem{Msg::QRKC003E};
+    const size_t written = file.write(piece, static_cast<size_t>(count));
+    if (written == static_cast<size_t>(count)) return {};
+    QRK_TRACE(ctx, "writeCount = %ld", static_cast<long>(written));
+    return {Msg::QRKC003E};
   });
-  if (problem) {
-    QRK_TRACE(ctx, "writeCount = %zu", written);
-    return problem;
-  }
+  if (problem) return problem;
   return file.finish() ? Problem{} : Problem{Msg::QRKC003E};
 }
 
@@ -305,6 +303,13 @@ int qrk_file2locator(QrkStruct* ctx, const char* fileName, sqludf_locator* locat
   *locator = 0;
   const Problem problem = attempt([&] { return fileIntoLocator(ctx, fileName, locator); });
   return indexed(ctx, problem, sqlState, msgIndex);
+}
+
+int qrkFileIntoLocator(QrkStruct* ctx, const char* fileName, sqludf_locator* locator,
+                       char* sqlState, char* msg) {
+  *locator = 0;
+  return reported({.ctx = ctx, .msg = msg, .sqlState = sqlState},
+                  attempt([&] { return fileIntoLocator(ctx, fileName, locator); }));
 }
 
 int qrk_buf2locator(QrkStruct* ctx, const char* data, int32_t length, sqludf_locator* locator,

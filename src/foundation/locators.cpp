@@ -190,9 +190,7 @@ int qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fil
   }
   const HostVariable input[] = {clobFileVariable(&file), integerVariable(&validResult)};
   statement.execute(orv::esql::Variables(input, validate == 1 ? 2 : 1), area);
-  if (std::string_view(area.sqlstate, sizeof area.sqlstate) == "22001") {
-    return fail(report, Msg::QRKQ017E, resultTable);
-  }
+  if (isValueTooLong(area)) return fail(report, Msg::QRKQ017E, resultTable);
   if (area.sqlcode == 0) return 0;
   QRK_TRACE(ctx, "insert_stmt failed sqlcode %d. insert_stmt='%s'", area.sqlcode, insertStmt);
   return failDbInternal(report, area, kModule, __LINE__);

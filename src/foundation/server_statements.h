@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstring>
+#include <string_view>
 
 #include "orvxml/context.h"
 #include "orvxml/packages.h"
@@ -28,6 +29,11 @@ inline constexpr char kServerStatementsModule[] = "qrksuwo";
 // SQLCODEs.
 inline constexpr int kNoRow = 100;
 inline constexpr int kPackageNotBound = -805;
+
+// Whether a statement ended because a column cannot hold the text of a value, a name for example.
+inline bool isValueTooLong(const sqlca& area) {
+  return std::string_view(area.sqlstate, sizeof area.sqlstate) == "22001";
+}
 
 // A terminated text as input; null is the empty text.
 inline orv::esql::HostVariable textInput(const char* text, int16_t* indicator = nullptr) {

@@ -6,11 +6,7 @@
 #include "src/foundation/server_statements.h"
 
 namespace orvxml {
-namespace {
-
-constexpr std::string_view kValueTooLong = "22001";  // a name that the column cannot hold
-
-}  // namespace
+namespace {}  // namespace
 
 void StoredDad::open(const char* query, char* name, int nameSize, sqlca& area) {
   statement_.prepare(query, area);
@@ -37,8 +33,7 @@ int StoredDad::read(QrkStruct* ctx, QrkOutbuf* buf, char* msg) {
 }
 
 int failCollection(const Report& report, const sqlca& area, const char* name) {
-  const std::string_view state(area.sqlstate, sizeof area.sqlstate);
-  if (area.sqlcode == kNoRow || state == kValueTooLong) return fail(report, Msg::QRKQ028E, name);
+  if (area.sqlcode == kNoRow || isValueTooLong(area)) return fail(report, Msg::QRKQ028E, name);
   return failDb(report, area, area.sqlcode == kPackageNotBound ? Msg::QRKA073E : Msg::QRKQ052E);
 }
 

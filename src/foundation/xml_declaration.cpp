@@ -160,14 +160,15 @@ int rewriteDeclaration(const Report& report, std::string_view in, char* out, int
   UErrorCode status = toUnicode(pages.dbConverter, in, text);
   if (U_FAILURE(status)) return failWith(status);
   Declaration declaration;
-  if (text.starts_with(kByteOrderMark)) text.erase(0, 1);
-  if (!DeclarationReader(report.ctx, text).read(declaration)) return failed(report, Msg::QRKD000E);
+  const std::u16string_view document = withoutMark(text);
+  if (!DeclarationReader(report.ctx, document).read(declaration))
+    return failed(report, Msg::QRKD000E);
   const char* name = announcedName(pages.appConverter, status);
   if (!name) {
     QRK_TRACE(report.ctx, "icu getName error %d", status);
     return failWith(status);
   }
-  text = withEncoding(text, declaration, name, isPlainUtf16(pages.appCodePage));
+  text = withEncoding(document, declaration, name, isPlainUtf16(pages.appCodePage));
   const int32_t length = fromUnicode(pages.appConverter, text, out, outSize, status);
   if (U_FAILURE(status)) {
     QRK_TRACE(report.ctx, "icu ucnv_fromUChars of rest of buffer %d", status);

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "orvxml/code_pages.h"
+#include "orvxml/xml_writer.h"
 #include "src/foundation/converters.h"
 
 namespace orvxml {
@@ -13,32 +14,10 @@ namespace {
 
 constexpr size_t kPiece = 8192;  // units
 
-bool isUtf8(const QrkStruct* ctx) {
-  return !ctx || !ctx->codePages || ctx->codePages->dbCodePage == kUtf8CodePage;
-}
-
-// What stands for a unit in escaped text; empty: the unit itself.
-std::u16string_view entityFor(char16_t unit) {
-  switch (unit) {
-    case u'"':
-      return u"&quot;";
-    case u'&':
-      return u"&amp;";
-    case u'\'':
-      return u"&apos;";
-    case u'<':
-      return u"&lt;";
-    case u'>':
-      return u"&gt;";
-    default:
-      return {};
-  }
-}
-
 bool isMarkup(char16_t unit) {
   static const auto kMarkup = [] {
     std::array<bool, u'>' + 1> marks{};
-    for (char16_t mark = 0; mark <= u'>'; ++mark) marks[mark] = !entityFor(mark).empty();
+    for (char16_t mark = 0; mark <= u'>'; ++mark) marks[mark] = !entityOf(mark).empty();
     return marks;
   }();
   return unit <= u'>' && kMarkup[unit];
@@ -75,7 +54,7 @@ void growTo(T*& block, size_t& room, size_t wanted) {
 
 }  // namespace
 
-qrkResult::qrkResult(QrkStruct* ctx) : ctx_(ctx), isUtf8_(isUtf8(ctx)) {}
+qrkResult::qrkResult(QrkStruct* ctx) : ctx_(ctx), isUtf8_(isUtf8Database(ctx)) {}
 
 qrkResult::~qrkResult() {
   std::free(pending_);
@@ -154,7 +133,7 @@ void qrkResult::addToCurrentItem(Escaping escaping, std::u16string_view text) {
     addToCurrentItem(text.substr(plain, i - plain));
     plain = i + 1;
     if (markup) {
-      addToCurrentItem(entityFor(unit));
+      addToCurrentItem(entityOf(unit));
     } else {
       addReference(*this, unit);
     }

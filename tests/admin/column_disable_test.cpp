@@ -89,6 +89,8 @@ TEST(ColumnDisableTest, DisablingSparesTheTablesOfOthers) {
                 byServer(Msg::QRKA026E, {"side"}));
   db.rollback();
   db.run("set schema app");
+  db.run("drop trigger app.H" +
+         db.rows("select trigger_suffix from orvxml.xml_usage").at(0).at(0).substr(0, 7));
   EXPECT_EQ(db.disableColumn(), disabled());
 }
 

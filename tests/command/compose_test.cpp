@@ -189,15 +189,18 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
       "<?xml version='1.0' encoding = 'UTF-8'?>\n<item id=\"1\">");
   expect(
       byTables, {"--override-xml", unbroken + " AND /item/@no = 1"}, 0,
-      "item.dad: warning: the override of /item/@no was not applied: the path selects no mapped value [override-unused]\n",
+      "item.dad: warning: the override of /item/@no was not applied: the path selects no mapped value, or is none [override-unused]\n",
       "<item");
   expect(bySchema(faulty), {}, 0,
          "part.xsd:1:84: warning: no document is valid by a faulty schema or DTD: QRKQ047E");
+  place_.orvxml({"sql", "create table narrow (doc clob, v int, extra int not null)"});
+  expect(bySchema(faulty), {"--into", "narrow", "--column", "doc", "--valid-column", "v"}, 1,
+         "item.dad: in the object ID = 1: ORV0407E");
   expect(bySchema("none.xsd"), {}, 1, "none.xsd: QRKC001E");
   expect(mapping().replace(mapping().find("1.0"), 3, "one"), {}, 1,
          "item.dad:2:67: the header that prolog, doctype and stylesheet make: QRKQ047E");
   expect(mapping(), {"--override-sql", "select 7 / (id - 2) as id, name from item order by id"}, 1,
-         "item.dad:2:11: in object 1 of the query: ORV");
+         "item.dad: in object 1 of the query: ORV");
 }
 
 TEST_F(CommandCompose, ADatabaseOfAnotherProgram) {
@@ -353,6 +356,7 @@ TEST_F(CommandCompose, WrongUseAndBadMappings) {
       {"--dad", "a", "--keep-going"},
       {"--dad", "a", "--wrap", "x", "--output-dir", "y"},
       {"--dad", "a", "--wrap", "x", "--json"},
+      {"--dad", "a", "--wrap", ""},
       {"--dad", "a", "--wrap", "1x"},
       {"--dad", "a", "--wrap", "p:x"},
       {"--dad", "a", "--wrap", "x y"},

@@ -76,7 +76,7 @@ TEST_F(CommandLoad, WhatIsRefusedIsToldWithPlaceAndReason) {
        "reason: line 2, column 26: element 'mail' is not allowed for content model"},
       {{"value.xml"},
        "value.xml: ORV0420E  The text \"much\" is not a valid \"DECIMAL\" value.  SQLSTATE=22018\n"
-       "reason: the value of /mail/size, for column kb of side table mail_size of APP.MAIL.DOC\n"},
+       "reason, probably: the value of /mail/size, for column kb of side table mail_size of APP.MAIL.DOC\n"},
       {{"cut.xml"}, "cut.xml:1:7: QRKQ047E"},
       {{"absent.xml"}, "absent.xml: No such file"},
       {{"a.xml", "--set", "id=x"}, "a.xml: ORV0420E"},

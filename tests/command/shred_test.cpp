@@ -305,6 +305,18 @@ TEST_F(CommandShred, ADocumentLargerThanTheParameterGoesAroundIt) {
   EXPECT_EQ(rows("select count(*) from invoice"), "9000\r\n");
 }
 
+// The shell's open waits until the command reads, so the signal finds its handler.
+TEST_F(CommandShred, ASignalEndsItWithAWord) {
+  place_.directory = place_.path(".");
+  const CommandResult ended = place_.run(
+      "/bin/sh", {"-c", "mkfifo f; \"$1\" shred --dad \"$2\" f & exec 3>f; kill $!; wait $!", "sh",
+                  ORVXML_BINARY_DIR "/bin/orvxml", kDad});
+  EXPECT_EQ(ended.status, 128 + SIGTERM);
+  EXPECT_TRUE(contains(ended.err, "orvxml: terminated: what was not finished is undone\n"))
+      << ended.err;
+  EXPECT_EQ(rows("select count(*) from customer"), "0\r\n");
+}
+
 TEST_F(CommandShred, TheTraceGoesWhereItWasTurnedOn) {
   place_.environment = {"ORVINSTANCE=trace" + std::to_string(getpid())};
   const std::string trace = "qrktrace" + std::to_string(getpid()) + ".trc";

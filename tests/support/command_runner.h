@@ -90,6 +90,7 @@ class Workplace {
     if (!directory.empty() && chdir(directory.c_str()) != 0) _exit(127);
     setenv("ORVXML_DB", path("test.db").c_str(), 1);
     setenv("ORVINSTANCE", ("t" + std::to_string(getppid())).c_str(), 1);
+    setenv("ORVQRKTEMP", folder_.c_str(), 1);
     for (const std::string& variable : environment) putenv(strdup(variable.c_str()));
     std::vector<char*> words{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments) {

@@ -6,31 +6,24 @@
 #include <utility>
 
 #include "console.h"
+#include "text_encoding.h"
 
 namespace orvxml::command {
 
 namespace {
 
-constexpr std::string_view kUtf8 = "UTF-8";
-constexpr std::string_view kBlanks = " \t\r\n";
+// The XML declaration with UTF-8 in place of another encoding's name, which moves to `named`: what
+// is written is UTF-8.
+std::string namingUtf8(std::string_view header, std::string& named) {
+  constexpr std::string_view kUtf8 = "UTF-8";
+  std::string text(header);
+  const std::string_view value = declaredEncoding(header);
+  if (value.empty() || strcasecmp(std::string(value).c_str(), kUtf8.data()) == 0) return text;
+  named = value;
+  return text.replace(static_cast<size_t>(value.data() - header.data()), value.size(), kUtf8);
+}
 
 }  // namespace
-
-// "<?xml ... encoding = 'NAME' ...?>"
-std::string namingUtf8(std::string_view header, std::string& named) {
-  constexpr std::string_view kWord = "encoding";
-  std::string text(header);
-  const size_t end = text.starts_with("<?xml") ? text.find("?>") : 0;
-  size_t at = text.substr(0, end).find(kWord);
-  if (at == std::string::npos) return text;
-  const size_t quote = text.find_first_of("\"'", at + kWord.size());
-  const size_t close = quote < end ? text.find(text[quote], quote + 1) : std::string::npos;
-  if (close >= end) return text;
-  const std::string name = text.substr(quote + 1, close - quote - 1);
-  if (strcasecmp(name.c_str(), kUtf8.data()) == 0) return text;
-  named = name;
-  return text.replace(quote + 1, name.size(), kUtf8);
-}
 
 // ---- What all have in common.
 template <class Step>

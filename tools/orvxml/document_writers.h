@@ -15,10 +15,6 @@
 
 namespace orvxml::command {
 
-// The XML declaration with UTF-8 in place of another encoding's name, which moves to `named`: what
-// is written is UTF-8.
-std::string namingUtf8(std::string_view header, std::string& named);
-
 // Counts the documents, and keeps what goes wrong with a target for the end of the call.
 class DocumentWriter : public DocumentReceiver {
  public:

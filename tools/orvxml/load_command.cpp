@@ -215,7 +215,7 @@ class Loading {
     }
     if (!outcome.failed()) return;
     session_.rollback();
-    const Refusal refusal = refusalOf(session_, outcome.sqlstate, notices);
+    const Refusal refusal = refusalOf(session_, outcome, notices);
     std::string message = outcome.message;
     message.erase(message.find_last_not_of('\n') + 1);
     if (!refusal.text.empty()) message += '\n' + refusal.text;

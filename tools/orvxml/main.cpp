@@ -216,6 +216,8 @@ void addCompose(CLI::App& app, CommandLine& line) {
   add("--output", options.output, "Write to a file: the first document, or all with --wrap",
       "FILE");
   add("--wrap", options.wrap, "Write all documents inside one element", "NAME");
+  compose->get_option("--wrap")->check(
+      [](const std::string& name) { return name.empty() ? "takes the name of an element" : ""; });
   add("--output-dir", options.outputDir, "Write all documents into a folder", "DIR");
   add("--into", options.into, "Insert all documents into a table", "TABLE");
   add("--column", options.column, "Column of that table for the documents", "COLUMN");

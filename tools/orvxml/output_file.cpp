@@ -22,6 +22,7 @@ namespace fs = std::filesystem;
 
 constexpr mode_t kForEverybody = 0666;  // less what the user's mask takes away
 constexpr std::string_view kExtension = ".xml";
+constexpr size_t kPending = 65536;  // bytes that are written at once
 
 // "000001.xml"
 bool isNumberedDocument(const std::string& name) {
@@ -70,6 +71,16 @@ void OutputFile::discard() {
 }
 
 void OutputFile::write(std::string_view content) {
+  if (pending_.size() + content.size() <= kPending) {
+    pending_.append(content);
+    return;
+  }
+  writeOut(pending_);
+  pending_.clear();
+  writeOut(content);
+}
+
+void OutputFile::writeOut(std::string_view content) {
   while (!content.empty()) {
     const ssize_t written = ::write(descriptor_, content.data(), content.size());
     if (written < 0 && errno == EINTR) continue;
@@ -79,6 +90,7 @@ void OutputFile::write(std::string_view content) {
 }
 
 void OutputFile::commit() {
+  writeOut(pending_);
   const int closed = close(descriptor_);
   descriptor_ = -1;
   const bool done = closed == 0 && std::rename(temporary_.c_str(), path_.c_str()) == 0;

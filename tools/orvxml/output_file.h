@@ -22,8 +22,10 @@ class OutputFile {
  private:
   [[noreturn]] void fail(const char* what) const;
   void discard();
+  void writeOut(std::string_view content);
 
-  std::string name_;  // as the user gave it
+  std::string pending_;  // not written yet
+  std::string name_;     // as the user gave it
   std::string path_;
   std::string temporary_;
   int descriptor_ = -1;

@@ -1,5 +1,7 @@
 #include "refusal.h"
 
+#include <strings.h>
+
 #include "database.h"
 #include "usage.h"
 
@@ -7,9 +9,28 @@ namespace orvxml::command {
 
 namespace {
 
-// The side table columns that take the values of a path: "column KB of MAIL_SIZE, a side table of
-// APP.MAIL.DOC".
-std::string takersOf(orv::Session& session, const std::string& path) {
+constexpr int kFunctionFailed = -443;
+
+// The column that a message of the server names, "SCHEMA.TABLE.COLUMN"; empty where it names none.
+std::string columnOf(const std::string& message) {
+  constexpr std::string_view kLabel = "Column: ";
+  const size_t at = message.find(kLabel);
+  if (at == std::string::npos) return "";
+  const std::string rest = message.substr(at + kLabel.size());
+  return rest.substr(0, rest.find_first_of(" \n"));
+}
+
+// Whether `column` is TABLE.COLUMN of a mapping, as far as the mapping says it.
+bool isColumn(const std::string& column, const side_table& table, const side_column& mapped) {
+  const std::string name = '.' + std::string(table.name) + '.' + mapped.name;
+  const std::string whole = '.' + column;
+  return whole.size() >= name.size() &&
+         strcasecmp(whole.c_str() + (whole.size() - name.size()), name.c_str()) == 0;
+}
+
+// The side table columns that take the values of a path: "column KB of side table MAIL_SIZE of
+// APP.MAIL.DOC". With `only`, that one.
+std::string takersOf(orv::Session& session, const std::string& path, const std::string& only) {
   std::string takers;
   if (!isEnabled(session, "")) return takers;
   for (const Usage& usage : readUsage(session, "")) {
@@ -18,7 +39,7 @@ std::string takersOf(orv::Session& session, const std::string& path) {
     const side_table* table = mapping.model ? mapping.model->sideTables : nullptr;
     for (; table; table = table->next) {
       for (const side_column* column = table->columns; column; column = column->next) {
-        if (path != column->path) continue;
+        if (path != column->path || (!only.empty() && !isColumn(only, *table, *column))) continue;
         takers += (takers.empty() ? "" : ", or ") + std::string("column ") + column->name +
                   " of side table " + table->name + " of " + usage.qualifiedTable() + '.' +
                   usage.name;
@@ -26,6 +47,23 @@ std::string takersOf(orv::Session& session, const std::string& path) {
     }
   }
   return takers;
+}
+
+// The value that was taken out of a document last is the one refused when its function says so or
+// the message names its column; where no column is named it may be another one's.
+Refusal valueRefusal(orv::Session& session, const orv::Outcome& outcome, const std::string& path) {
+  const bool isFunction = outcome.sqlcode == kFunctionFailed;
+  const std::string column = columnOf(outcome.message);
+  if (!isFunction && !outcome.sqlstate.starts_with("22")) return {};
+  std::string takers;
+  try {
+    takers = takersOf(session, path, column);
+  } catch (const Failure&) {
+  }
+  if (takers.empty() && !isFunction) return {};
+  const char* const start =
+      isFunction || !column.empty() ? "reason: the value of " : "reason, probably: the value of ";
+  return {start + path + (takers.empty() ? "" : ", for " + takers), {}};
 }
 
 // What follows line and column in a message of the parser.
@@ -51,18 +89,13 @@ Refusal parserRefusal(const Notice& reason, const Notice* failure) {
 
 }  // namespace
 
-Refusal refusalOf(orv::Session& session, std::string_view sqlState, const NoticeLog& notices) {
+Refusal refusalOf(orv::Session& session, const orv::Outcome& outcome, const NoticeLog& notices) {
   const Notice* const reason = notices.reason();
   // A refusal by a function or a trigger, or a value that does not fit.
-  const bool isRefusal = sqlState.starts_with("38") || sqlState.starts_with("22");
+  const bool isRefusal = outcome.sqlstate.starts_with("38") || outcome.sqlstate.starts_with("22");
   if (!reason || !isRefusal) return {};
   if (std::string_view(reason->rule) == "parser") return parserRefusal(*reason, notices.failure());
-  try {
-    const std::string takers = takersOf(session, reason->text);
-    return {"reason: the value of " + reason->text + (takers.empty() ? "" : ", for " + takers), {}};
-  } catch (const Failure&) {
-    return {"reason: the value of " + reason->text, {}};
-  }
+  return valueRefusal(session, outcome, reason->text);
 }
 
 }  // namespace orvxml::command

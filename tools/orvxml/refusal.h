@@ -4,7 +4,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "mapping.h"
 #include "notice_log.h"
@@ -17,8 +16,8 @@ struct Refusal {
   std::optional<Position> position;  // in the document
 };
 
-// Of a statement that failed with `sqlState`, by what the library told meanwhile. Reads what is
-// enabled; the statement's unit of work has been rolled back.
-Refusal refusalOf(orv::Session& session, std::string_view sqlState, const NoticeLog& notices);
+// Of a statement that failed, by what the library told meanwhile. Reads what is enabled; the
+// statement's unit of work has been rolled back.
+Refusal refusalOf(orv::Session& session, const orv::Outcome& outcome, const NoticeLog& notices);
 
 }  // namespace orvxml::command

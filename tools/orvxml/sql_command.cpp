@@ -117,6 +117,7 @@ class Runner {
     if (result.outcome.failed()) refuse(statement, result.outcome, notices);
     if (procedure.hasFailed()) throw Failure(statement.where, procedure.text());
     warn(result.outcome, statement.where);
+    notices.printWarnings(NamedText{statement.where, ""});
     if (!settings_.quiet && !procedure.isCall()) count(result, hasResult, rows);
   }
 
@@ -131,7 +132,7 @@ class Runner {
   [[noreturn]] void refuse(const Statement& statement, const orv::Outcome& outcome,
                            const NoticeLog& notices) {
     session_.rollback();
-    const Refusal refusal = refusalOf(session_, outcome.sqlstate, notices);
+    const Refusal refusal = refusalOf(session_, outcome, notices);
     std::string message =
         outcome.message.empty() ? "SQLCODE " + std::to_string(outcome.sqlcode) : outcome.message;
     message.erase(message.find_last_not_of('\n') + 1);

@@ -51,21 +51,6 @@ bool isEncodingName(std::string_view name) {
   });
 }
 
-// The value of `encoding` in an XML declaration of ASCII characters; empty when there is none or it
-// is no name, which is for the parser to tell.
-std::string declaredEncoding(std::string_view text) {
-  if (!text.starts_with("<?xml")) return {};
-  const std::string_view declaration = text.substr(0, text.find("?>"));
-  size_t at = declaration.find("encoding");
-  if (at == std::string_view::npos) return {};
-  at = declaration.find_first_of("\"'", at);
-  if (at == std::string_view::npos) return {};
-  const size_t end = declaration.find(declaration[at], at + 1);
-  if (end == std::string_view::npos) return {};
-  const std::string_view value = declaration.substr(at + 1, end - at - 1);
-  return isEncodingName(value) ? std::string(value) : std::string();
-}
-
 struct DetectedEncoding {
   std::string name;       // empty: UTF-8
   size_t markLength = 0;  // bytes of the byte order mark
@@ -85,7 +70,7 @@ DetectedEncoding detectEncoding(std::string_view text) {
   using namespace std::string_view_literals;
   if (text.starts_with("\0<\0?"sv)) return {"UTF-16BE"};
   if (text.starts_with("<\0?\0"sv)) return {"UTF-16LE"};
-  std::string declared = declaredEncoding(text);
+  std::string declared(declaredEncoding(text));
   // A declaration that reads as bytes is no UTF-16, whatever it says.
   if (declared.starts_with("UTF-16") || declared.starts_with("utf-16")) declared.clear();
   if (ucnv_compareNames(declared.c_str(), "UTF-8") == 0) declared.clear();
@@ -136,6 +121,19 @@ void checkConvertible(const std::string& name, std::string_view text) {
 }
 
 }  // namespace
+
+std::string_view declaredEncoding(std::string_view text) {
+  if (!text.starts_with("<?xml")) return {};
+  const std::string_view declaration = text.substr(0, text.find("?>"));
+  size_t at = declaration.find("encoding");
+  if (at == std::string_view::npos) return {};
+  at = declaration.find_first_of("\"'", at);
+  if (at == std::string_view::npos) return {};
+  const size_t end = declaration.find(declaration[at], at + 1);
+  if (end == std::string_view::npos) return {};
+  const std::string_view value = declaration.substr(at + 1, end - at - 1);
+  return isEncodingName(value) ? value : std::string_view();
+}
 
 int32_t nextCharacter(std::string_view utf8, size_t& at) {
   UChar32 character;
@@ -230,7 +228,7 @@ std::u16string utf16Of(std::string_view text) {
 }
 
 std::string inDeclaredEncoding(const std::string& name, const std::string& utf8) {
-  const std::string encoding = declaredEncoding(utf8);
+  const std::string encoding(declaredEncoding(utf8));
   if (encoding.empty() || ucnv_compareNames(encoding.c_str(), "UTF-8") == 0) return utf8;
   UErrorCode status = U_ZERO_ERROR;
   const Converter from(ucnv_open("UTF-8", &status));

@@ -17,6 +17,10 @@ int32_t nextCharacter(std::string_view utf8, size_t& at);
 
 bool isUtf8(std::string_view text);
 
+// The value of `encoding` in an XML declaration of ASCII characters, where it stands in `text`;
+// empty when there is none or it is no name, which is for the parser to tell.
+std::string_view declaredEncoding(std::string_view text);
+
 // An XML document as UTF-8, without a byte order mark. The encoding is that of the byte order mark,
 // else that of the XML declaration, else UTF-8. The declaration itself stays as it is: the parser
 // is told the encoding. Throws Failure, in front of it `name` and the line, when the encoding is
