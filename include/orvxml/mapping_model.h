@@ -118,6 +118,8 @@ tab* findTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const char*
 join_info_entry* qrkGetJoinInfo(QrkStruct* ctx, tab* table, const char* col);
 // 1 when `xmlName` is the table's top element or the xml name of one of its columns.
 int isInTab(QrkStruct* ctx, const tab* table, const char* xmlName);
+// The table's first column that is mapped to `xmlName`, or -1.
+int columnNamed(const tab& table, std::string_view xmlName);
 
 // ---- Queries over the DAD's tree (src/dad/dad_queries.cpp).
 int qrkIsNodeMultiOccur(QrkStruct* ctx, const DOM_Element& element);

@@ -1,7 +1,7 @@
 // What the library notices and an outcome cannot say: traps in a mapping that make rows or
 // documents other than meant, what a document holds that the mapping does not take, and the place
 // of a failure. The procedures keep their messages to the letter; a program that wants to know more
-// (the command does) listens for the time of a call. Without a listener nothing is looked for.
+// (the command does) listens for the time of a call. Without a listener no trap is looked for.
 //
 // A place is the number of an element in its text, counted by start tags from 1 for the root: it
 // costs nothing while all is well, and qrkElementPlaces turns it into line and column when somebody
@@ -18,7 +18,8 @@ namespace orvxml {
 
 struct Notice {
   enum Kind {
-    kWarning,  // the call goes on and its result may not be what is meant
+    // The call goes on and its result may not be what is meant; with the rule "memory" it fails.
+    kWarning,
     kPlace,   // of the failure whose message the call gives; at most one a call is of use: the last
     kOrigin,  // of the decomposed document: the override that composes it again from its rows
     // What may lie behind a failure of the statement that called: the last one counts. The rule is
@@ -28,7 +29,7 @@ struct Notice {
   };
   Kind kind = kWarning;
   // A literal: the warning's name, like "join-of-equal-depth"; of a place what the failure is
-  // about, "mapping" or "document".
+  // about, "mapping" or "document", or empty where the element's number tells.
   const char* rule = "";
   std::string text;            // one line in UTF-8; of a place: what the message lacks, or empty
   size_t mappingElement = 0;   // number of the element in the mapping; 0: none

@@ -1,7 +1,5 @@
 #include "src/compose/rdb_plan.h"
 
-#include <cstring>
-
 #include "orvxml/code_pages.h"
 #include "orvxml/sql_scanner.h"
 #include "src/compose/document_text.h"
@@ -132,12 +130,10 @@ int RdbPlan::findColumn(DadNode& node) {
     return -1;
   }
   const tab& table = node.source->table();
-  for (int i = 0; i < table.num_col; ++i) {
-    if (std::strcmp(table.col2xml[i].xml, node.item.c_str()) != 0) continue;
-    node.value.emplace(table, i);
-    return 0;
-  }
-  return report_.failed(Msg::QRKQ012E);
+  const int mapped = columnNamed(table, node.item);
+  if (mapped < 0) return report_.failed(Msg::QRKQ012E);
+  node.value.emplace(table, mapped);
+  return 0;
 }
 
 }  // namespace orvxml

@@ -34,6 +34,9 @@ xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_v
 // The text that stands directly in `node`: text and CDATA sections, whatever comments and
 // processing instructions stand between them.
 std::u16string childText(const xercesc::DOMNode* node);
+// The longest `orderBy` and `key` of a table, in characters.
+inline constexpr int kOrderByLimit = 2559;
+inline constexpr int kKeyLimit = 1023;
 // The names of limits in messages.
 inline constexpr char kTablesLimit[] = "QRK_NUMTAB_IN_REL";
 inline constexpr char kKeyColumnsLimit[] = "QRK_NUM_KEYS";

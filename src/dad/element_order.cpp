@@ -1,9 +1,6 @@
 #include "src/dad/element_order.h"
 
 #include <algorithm>
-#include <cstring>
-#include <exception>
-#include <numeric>
 #include <vector>
 
 #include <xercesc/sax/Locator.hpp>

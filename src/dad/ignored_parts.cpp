@@ -13,25 +13,18 @@ using namespace dadtree;
 
 namespace {
 
-// Whether an OR stands in the predicate outside parentheses and quotation marks.
-bool hasOpenOr(std::u16string_view text) {
-  int depth = 0;
-  char16_t quote = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const char16_t c = text[i];
-    if (quote) {
-      if (c == quote) quote = 0;
-    } else if (c == u'\'' || c == u'"') {
-      quote = c;
-    } else if (c == u'(' || c == u')') {
-      depth += c == u'(' ? 1 : -1;
-    } else if (depth == 0 && i > 0 && i + 2 < text.size()) {
-      const auto isBreak = [](char16_t at) { return at <= u' ' || at == u'(' || at == u')'; };
-      const bool isOr = (c | 0x20) == u'o' && (text[i + 1] | 0x20) == u'r';
-      if (isOr && isBreak(text[i - 1]) && isBreak(text[i + 2])) return true;
-    }
+// Whether an OR stands in the predicate outside parentheses and CASE.
+bool hasOpenOr(QrkStruct* ctx, const char16_t* at) {
+  QrkSqlToken token;
+  for (int depth = 0;;) {
+    qrkGetSqlToken(ctx, &at, &token);
+    if (token.type == Type_EOF || (token.type < 0 && token.type != Type_TooLong)) return false;
+    const std::string_view word = token.type == Type_Identifier ? token.text : "";
+    const char16_t mark = token.type == Type_Delimiter ? *token.startptr : u' ';
+    if (mark == u'(' || word == "CASE") ++depth;
+    if (mark == u')' || word == "END") --depth;
+    if (depth == 0 && word == "OR") return true;
   }
-  return false;
 }
 
 class IgnoredParts {
@@ -46,7 +39,7 @@ class IgnoredParts {
     judgeTables(topRdb.element());
     judgeRepeated(topRdb.element(), u"condition", "only the first condition counts");
     judgeWholeElements();
-    countConditions();
+    judgeConditions();
     for (const MappedLeaf& leaf : survey_.leaves()) judgeLeaf(leaf, topRdb.element());
   }
 
@@ -88,22 +81,42 @@ class IgnoredParts {
     }
     const bool hasOrder = *element->getAttribute(u"orderBy") != 0;
     if (survey_.purpose() == kForComposition && hasOrder && !table.orderBy) {
-      traps_.add(
-          "part-ignored", element,
-          "orderBy has more than 2559 characters and is left out: the rows come in no order");
+      traps_.add("part-ignored", element,
+                 "orderBy has more than " + std::to_string(kOrderByLimit) +
+                     " characters and is left out: the rows come in no order");
     }
-    const bool hasKey = *element->getAttribute(u"key") != 0;
-    if (survey_.purpose() == kForDecomposition && hasKey && table.pri_key.num == 0) {
-      traps_.add(
-          "part-ignored", element,
-          "key has more than 1023 characters and is left out: the table gets no primary key");
+    const auto keyLength =
+        static_cast<int>(std::u16string_view(element->getAttribute(u"key")).size());
+    if (survey_.purpose() == kForDecomposition && keyLength > kKeyLimit) {
+      traps_.add("part-ignored", element,
+                 "key has more than " + std::to_string(kKeyLimit) +
+                     " characters and is left out: the table gets no primary key");
     }
   }
 
-  void countConditions() {
-    conditions_.assign(static_cast<size_t>(survey_.model().num_of_tables), 0);
-    for (const MappedLeaf& leaf : survey_.leaves()) {
-      if (childElement(leaf.rdb, u"condition")) ++conditions_[static_cast<size_t>(leaf.table)];
+  // The table's condition as it stands in its statement: overrides count, what they replace does
+  // not.
+  void judgeConditions() {
+    for (int i = 0; i < survey_.model().num_of_tables; ++i) {
+      std::u16string text;
+      if (!*survey_.table(i).condition || !survey_.rowElement(i) ||
+          !toUtf16(survey_.ctx(), survey_.table(i).condition, text) ||
+          !hasOpenOr(survey_.ctx(), text.c_str())) {
+        continue;
+      }
+      const bool isJoined = survey_.purpose() == kForComposition && isJoinedUpward(survey_, i);
+      const xercesc::DOMElement* first = nullptr;
+      int count = 0;
+      for (const MappedLeaf& leaf : survey_.leaves()) {
+        const auto* own = leaf.table == i ? childElement(leaf.rdb, u"condition") : nullptr;
+        if (own && count++ == 0) first = own;
+      }
+      if (!isJoined && count < 2) continue;
+      traps_.add("or-without-parentheses", first ? first : survey_.rowElement(i),
+                 "conditions stand beside each other, joined by AND: this OR lets rows pass that "
+                 "the others exclude" +
+                     std::string(isJoined ? ", even rows of other parents" : "") +
+                     "; put it in parentheses");
     }
   }
 
@@ -142,16 +155,6 @@ class IgnoredParts {
                   "the last");
     judgeRepeated(leaf.rdb, u"column", "only the last column of an RDB_node counts");
     judgeRepeated(leaf.rdb, u"condition", "only the last condition of a column counts");
-    const xercesc::DOMElement* condition = childElement(leaf.rdb, u"condition");
-    if (!condition || !hasOpenOr(childText(condition))) return;
-    const bool composes = survey_.purpose() == kForComposition;
-    const bool isJoined = composes && survey_.table(leaf.table).num_join > 0;
-    if (!isJoined && conditions_[static_cast<size_t>(leaf.table)] < 2) return;
-    traps_.add("or-without-parentheses", condition,
-               "conditions stand beside each other, joined by AND: this OR lets rows pass that "
-               "the others exclude" +
-                   std::string(isJoined ? ", even rows of other parents" : "") +
-                   "; put it in parentheses");
   }
 
   void judgeText(const MappedLeaf& leaf) {
@@ -181,7 +184,6 @@ class IgnoredParts {
 
   const MappingSurvey& survey_;
   TrapList& traps_;
-  std::vector<int> conditions_;  // of the columns of each table
 };
 
 }  // namespace

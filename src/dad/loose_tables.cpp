@@ -1,5 +1,4 @@
 // Tables whose rows are not tied to the rows that they stand in, or to the wrong ones.
-#include <cstring>
 
 #include "src/dad/dad_walk.h"
 #include "src/dad/trap_rules.h"
@@ -43,7 +42,7 @@ std::string joinText(const MappingSurvey& survey, int table, const join_info_ent
 void judgeJoin(const MappingSurvey& survey, int table, const join_info_entry& join,
                const join_partner& partner, int other, TrapList& traps) {
   if (survey.isInside(table, other) || survey.isInside(other, table)) return;
-  const bool isEven = survey.table(table).level == survey.table(other).level;
+  const bool isEven = survey.depth(table) == survey.depth(other);
   if (survey.purpose() == kForDecomposition && !isEven) return;
   traps.add("join-of-neighbours", topCondition(survey),
             "the join " + joinText(survey, table, join, partner, other) +
@@ -133,13 +132,15 @@ bool isUnjoined(const MappingSurvey& survey, int table, bool onOneElement) {
     if (!survey.isInside(table, other)) continue;
     standsInside |= onOneElement || !standOnOneElement(survey, table, other);
   }
-  if (!standsInside) return false;
+  return standsInside && !isJoinedUpward(survey, table);
+}
+
+bool isJoinedUpward(const MappingSurvey& survey, int table) {
   bool isJoined = false;
   eachPartner(survey, table, [&](const join_info_entry&, const join_partner&, int partner) {
-    isJoined |=
-        survey.isInside(table, partner) || survey.table(partner).level < survey.table(table).level;
+    isJoined |= survey.isInside(table, partner) || survey.depth(partner) < survey.depth(table);
   });
-  return !isJoined;
+  return isJoined;
 }
 
 void findLooseTables(const MappingSurvey& survey, TrapList& traps) {

@@ -2,6 +2,7 @@
 // the one of composition, with the mapping alone: what decides there are names and which queries
 // are open.
 #include <bit>
+#include <set>
 
 #include "src/dad/dad_walk.h"
 #include "src/dad/trap_rules.h"
@@ -23,14 +24,24 @@ class LostRows {
     if (qrkIsTrivial(survey_.ctx(), survey_.root())) return writeElement(root, kNoTable);
     const TableBits tops = survey_.tops(root);
     const int table = tops ? std::countr_zero(tops) : tableOfGroup(root);
-    if (table != kNoTable) writeRows(root, table);
+    if (table != kNoTable) startRows(root, table);
   }
 
  private:
+  void startRows(xercesc::DOMElement* element, int table) {
+    const bool isByName = (survey_.tops(element) & tableBit(table)) != 0;
+    if (isByName && survey_.rowElement(table) != element) tellForeignRows(element, table);
+    writeRows(element, table);
+  }
+
   void writeRows(xercesc::DOMElement* element, int table) {
     open_ |= tableBit(table);
     walked_ |= tableBit(table);
+    const TableBits before = open_;
     writeElement(element, table);
+    // The next row of the same document finds the queries of attributes open.
+    const bool isDocument = element == survey_.root().element();
+    if (open_ != before && !isDocument) writeElement(element, table);
     walked_ &= ~tableBit(table);
     open_ &= ~tableBit(table);
   }
@@ -51,7 +62,7 @@ class LostRows {
     if (!isElement && !isAttribute) return;  // a text_node runs no query
     const bool isStarted = startQuery(child, isAttribute, current);
     if (!isElement) return;
-    if (isStarted) return writeRows(child, current);
+    if (isStarted) return startRows(child, current);
     judge(child, current);
     writeElement(child, current);
   }
@@ -97,6 +108,15 @@ class LostRows {
     return kNoTable;
   }
 
+  void tellForeignRows(xercesc::DOMElement* element, int table) {
+    if (!told_.insert(element).second) return;
+    traps_.add("rows-of-another-element", element,
+               shownElement(element) + " is written once for each row of " +
+                   shownTable(survey_, table) +
+                   ", because the element that stands for one has the same name and, of the tables "
+                   "for which that holds, this one is listed first; rename one of the two");
+  }
+
   // An element that is written once, for the row of `current`.
   void judge(xercesc::DOMElement* element, int current) {
     const MappedLeaf* first = survey_.firstLeafIn(element);
@@ -106,7 +126,7 @@ class LostRows {
     const bool repeats =
         isRow || qrkIsNodeMultiOccur(survey_.ctx(), DOM_Element(survey_.root().owner(), element));
     const bool isOfRow = table == current && (walked_ & tableBit(current)) != 0;
-    if (!repeats || isOfRow) return;
+    if (!repeats || isOfRow || !told_.insert(element).second) return;
     traps_.add("rows-left-out", element,
                shownElement(element) + " is written once, not once for each row of " +
                    shownTable(survey_, table) + ": " + reason(element, table, current));
@@ -114,7 +134,8 @@ class LostRows {
 
   std::string reason(const xercesc::DOMElement* element, int table, int current) const {
     if (table == current || (open_ & tableBit(table)) != 0) {
-      return "an attribute in front of it has read the first row already; leave one of the two out";
+      return "an attribute has read the first row already, and the query is still open; leave one "
+             "of the two out";
     }
     if (current != kNoTable && (survey_.members(element) & tableBit(current)) != 0) {
       return "its name belongs to " + shownTable(survey_, current) +
@@ -127,6 +148,7 @@ class LostRows {
   const MappingSurvey& survey_;
   TrapList& traps_;
   TableBits open_ = 0, walked_ = 0;
+  std::set<const xercesc::DOMElement*> told_;
 };
 
 }  // namespace

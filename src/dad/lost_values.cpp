@@ -133,7 +133,13 @@ class LostValues {
   }
 
   void tellElsewhere(const MappedLeaf& leaf, const Taken& taken) {
-    if (taken.column == kNoColumn) return tellPieces(leaf);
+    if (taken.column == kNoColumn) {
+      traps_.add("value-not-taken", leaf.node,
+                 shownLeaf(leaf) + " is asked of " + shownTable(survey_, taken.table) +
+                     ", which maps nothing of that name: a document that has it fails; rename " +
+                     shownElement(leaf.element));
+      return;
+    }
     traps_.add("value-of-another-table", leaf.node,
                shownLeaf(leaf) + " goes into " + shownColumn(survey_, taken.table, taken.column) +
                    ", not into " + columnOf(leaf) +

@@ -16,9 +16,7 @@ using namespace dadtree;
 namespace {
 
 constexpr int kInitialColumns = 20;
-constexpr int kOrderByLimit = 2559;          // characters
 constexpr int kOrderBySize = 2561;           // bytes
-constexpr int kKeyLimit = 1023;              // characters
 constexpr size_t kTopConditionLimit = 3999;  // characters
 constexpr int32_t kNoLevel = INT32_MAX;
 
@@ -254,11 +252,14 @@ join_info_entry* qrkGetJoinInfo(QrkStruct* /*ctx*/, tab* table, const char* col)
 }
 
 int isInTab(QrkStruct* /*ctx*/, const tab* table, const char* xmlName) {
-  if (std::strcmp(table->top_element, xmlName) == 0) return 1;
-  for (int i = 0; i < table->num_col; ++i) {
-    if (std::strcmp(table->col2xml[i].xml, xmlName) == 0) return 1;
+  return std::strcmp(table->top_element, xmlName) == 0 || columnNamed(*table, xmlName) >= 0;
+}
+
+int columnNamed(const tab& table, std::string_view xmlName) {
+  for (int i = 0; i < table.num_col; ++i) {
+    if (xmlName == table.col2xml[i].xml) return i;
   }
-  return 0;
+  return -1;
 }
 
 col2xml_entry* findColumnMapping(tab* table, const char* col) {

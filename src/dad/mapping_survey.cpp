@@ -1,7 +1,5 @@
 #include "src/dad/mapping_survey.h"
 
-#include <cstring>
-
 #include "orvxml/sql_scanner.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/model_steps.h"
@@ -35,8 +33,7 @@ MappingSurvey::MappingSurvey(QrkStruct* ctx, const rel& model, const DOM_Element
       model_(model),
       root_(root),
       purpose_(purpose),
-      rowElements_(static_cast<size_t>(model.num_of_tables)),
-      firstLeaves_(static_cast<size_t>(model.num_of_tables)) {
+      rowElements_(static_cast<size_t>(model.num_of_tables)) {
   collectLeaves();
   collectNames();
 }
@@ -56,7 +53,6 @@ void MappingSurvey::collectLeaves() {
     leaf.column = columns[slot]++;
     if (!rowElements_[slot]) {
       rowElements_[slot] = orvxml::rowElement(ctx_, table(leaf.table), root_.owner(), leaf.element);
-      firstLeaves_[slot] = leaves_.size();
     }
     leafAt_.emplace(leaf.node, leaves_.size());
     leaves_.push_back(leaf);
@@ -125,7 +121,16 @@ bool MappingSurvey::isInside(int table, int above) const {
   const xercesc::DOMElement* other = rowElement(above);
   if (!own || !other || table == above) return false;
   if (own != other) return isAncestor(other, own);
-  return firstLeaves_[static_cast<size_t>(above)] < firstLeaves_[static_cast<size_t>(table)];
+  return above < table;
+}
+
+int MappingSurvey::depth(int index) const {
+  if (purpose_ == kForDecomposition) return table(index).level;
+  int depth = 0;
+  for (const xercesc::DOMNode* at = rowElement(index); at && at != root_.node(); ++depth) {
+    at = at->getParentNode();
+  }
+  return depth;
 }
 
 std::string MappingSurvey::nameOf(const xercesc::DOMElement* item) const {
@@ -141,11 +146,7 @@ MappingSurvey::NameTables MappingSurvey::tablesOf(const xercesc::DOMElement* ite
 }
 
 int MappingSurvey::columnNamedLike(int index, const xercesc::DOMElement* item) const {
-  const std::string name = nameOf(item);
-  for (int i = 0; i < table(index).num_col; ++i) {
-    if (name == table(index).col2xml[i].xml) return i;
-  }
-  return -1;
+  return columnNamed(table(index), nameOf(item));
 }
 
 }  // namespace orvxml

@@ -49,9 +49,13 @@ class MappingSurvey {
   xercesc::DOMElement* rowElement(int table) const {
     return rowElements_[static_cast<size_t>(table)];
   }
-  // Whether rows of `table` stand inside those of `above`, or beside them on the same element as
-  // values of a table that is mapped there later.
+  // Whether rows of `table` stand inside those of `above`, or on the same element, whose rows are
+  // those of the table listed first.
   bool isInside(int table, int above) const;
+  // What joins go by: the value of the table that is less deep is taken by the other. In
+  // composition it is the depth of the element that stands for a row, in decomposition the table's
+  // level.
+  int depth(int table) const;
 
   // The tables that the name of an element_node or attribute_node belongs to, and those whose top
   // element has it.
@@ -77,7 +81,6 @@ class MappingSurvey {
   std::vector<MappedLeaf> leaves_;
   std::unordered_map<const xercesc::DOMNode*, size_t> leafAt_;
   std::vector<xercesc::DOMElement*> rowElements_;  // one for each table
-  std::vector<size_t> firstLeaves_;                // the same
   std::unordered_map<std::string, NameTables> names_;
 };
 

@@ -40,6 +40,8 @@ void findLostRows(const MappingSurvey& survey, TrapList& traps);
 // Whether no condition joins the table to one that its rows stand inside. `onOneElement`: those on
 // the same element count as well.
 bool isUnjoined(const MappingSurvey& survey, int table, bool onOneElement);
+// Whether a condition joins the table to one whose row is there before its own.
+bool isJoinedUpward(const MappingSurvey& survey, int table);
 
 // A table, a column and a leaf as notices name them: "S.T", "S.T.C", "attribute no of <invoice>".
 std::string shownTable(const MappingSurvey& survey, int table);

@@ -308,9 +308,9 @@ TEST_F(CommandShred, ADocumentLargerThanTheParameterGoesAroundIt) {
 // The shell's open waits until the command reads, so the signal finds its handler.
 TEST_F(CommandShred, ASignalEndsItWithAWord) {
   place_.directory = place_.path(".");
-  const CommandResult ended = place_.run(
-      "/bin/sh", {"-c", "mkfifo f; \"$1\" shred --dad \"$2\" f & exec 3>f; kill $!; wait $!", "sh",
-                  ORVXML_BINARY_DIR "/bin/orvxml", kDad});
+  const std::string script = "mkfifo f; \"$1\" shred --dad \"$2\" f & exec 3>f; kill $!; wait $!";
+  const CommandResult ended =
+      place_.run("/bin/sh", {"-c", script, "sh", ORVXML_BINARY_DIR "/bin/orvxml", kDad});
   EXPECT_EQ(ended.status, 128 + SIGTERM);
   EXPECT_TRUE(contains(ended.err, "orvxml: terminated: what was not finished is undone\n"))
       << ended.err;

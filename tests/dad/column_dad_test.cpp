@@ -9,7 +9,7 @@ namespace orvxml {
 namespace {
 
 using namespace unittest;
-using test::columnDad, test::sideColumn, test::sideTable;
+using test::columnDad, test::sideColumn;
 
 // One model, built from a text in memory or from a file.
 struct Model {

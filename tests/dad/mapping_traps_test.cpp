@@ -161,7 +161,23 @@ TEST(MappingTrapsTest, RowsIntoDocuments) {
        {"rows-left-out 19 <x> is written once, not once for each row of C: its name belongs to B"}},
       {"rows whose query an attribute has started",
        collection(ab, k + attributeOf("p", "b", "v") + row("p", "b", "k")),
-       {"rows-left-out 17 <p> is written once, not once for each row of B: an attribute in front"}},
+       {"rows-left-out 17 <p> is written once, not once for each row of B: an attribute has"}},
+      {"an attribute's query that is open for the second row of a repeated element",
+       collection(listed("abc", "a.k = b.k AND b.v = c.v"),
+                  k + row("l", "b", "v",
+                          row("x", "c", "v") + element("e", attributeOf("c", "b", "k") +
+                                                                attributeOf("w", "c", "k")))),
+       {"rows-left-out 19 <x> is written once, not once for each row of C: an attribute has"}},
+      {"rows of a table whose name stands elsewhere as well",
+       collection(
+           listed("abc", "a.k = b.k AND a.k = c.k"),
+           k + element("bill", row("addr", "b", "v")) + element("ship", row("addr", "c", "w"))),
+       {"rows-of-another-element 21 <addr> is written once for each row of B"}},
+      {"an OR at the table of the documents",
+       collection(ab,
+                  k + attribute("v", column("a", "v", "<condition>v = 1 or v = 2</condition>")) +
+                      row("e", "b", "v")),
+       {}},
       {"an element that is written empty, and one name for two columns",
        collection(listed("a"),
                   k + element("whole", column("a", "v")) + element("e", textOf("k", "a", "v"))),
@@ -189,6 +205,14 @@ TEST(MappingTrapsTest, RowsIntoDocuments) {
   EXPECT_EQ(unjoined(collection(listed("ab"), k + row("e", "b", "v"))), "B");
   EXPECT_EQ(unjoined(collection(listed("ab"), k + attributeOf("v", "b", "v"))), "B");
   EXPECT_EQ(unjoined(collection(ab, k + row("e", "b", "v"))), "");
+  const std::string both =
+      k + repeated("e", attributeOf("w", "c", "k") + attributeOf("v", "b", "v"));
+  const std::string chain = "a.k = b.k AND b.v = c.v";
+  EXPECT_EQ(unjoined(collection(listed("abc", chain), both)), "");
+  EXPECT_EQ(unjoined(collection(listed("acb", chain), both)), "C");
+  EXPECT_EQ(unjoined(collection(listed("abc", chain),
+                                k + row("e", "b", "v") + repeated("f", textOf("w", "c", "k")))),
+            "C");
   EXPECT_EQ(unjoined(collection(listed("ab"), row("d", "a", "k") + row("e", "b", "v"))), "");
 }
 

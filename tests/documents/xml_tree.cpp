@@ -8,6 +8,7 @@
 #include <libxml/xpathInternals.h>
 
 #include <algorithm>
+#include <list>
 
 namespace orvxml::test {
 namespace {
@@ -43,12 +44,11 @@ void moveDefaultsBehind(xmlNode* element, size_t writtenCount) {
 }
 
 void startElement(void* context, const xmlChar* name, const xmlChar** attributes) {
-  std::vector<std::string> names;
+  std::list<std::string> names;  // which stay where they are
   std::vector<const xmlChar*> renamed;
-  for (const xmlChar** at = attributes; at && *at; at += 2) names.push_back(treeName(text(*at)));
-  for (size_t i = 0; i < names.size(); ++i) {
-    renamed.push_back(bytes(names[i]));
-    renamed.push_back(attributes[2 * i + 1]);
+  for (const xmlChar** at = attributes; at && *at; at += 2) {
+    renamed.push_back(bytes(names.emplace_back(treeName(text(*at)))));
+    renamed.push_back(at[1]);
   }
   renamed.push_back(nullptr);
   const std::string element = treeName(text(name));

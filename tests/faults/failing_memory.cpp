@@ -8,9 +8,9 @@
 #define ORVXML_ALLOCATE std::malloc
 #else
 extern "C" {
-void* __libc_malloc(size_t size);
-void* __libc_calloc(size_t count, size_t size);
-void* __libc_realloc(void* memory, size_t size);
+void* __libc_malloc(size_t size);                 // NOLINT(bugprone-reserved-identifier)
+void* __libc_calloc(size_t count, size_t size);   // NOLINT(bugprone-reserved-identifier)
+void* __libc_realloc(void* memory, size_t size);  // NOLINT(bugprone-reserved-identifier)
 }
 #define ORVXML_ALLOCATE __libc_malloc
 #endif
