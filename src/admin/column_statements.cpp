@@ -48,7 +48,8 @@ const char* piece(const char* const (&list)[N], int number, int first) {
 
 }  // namespace
 
-const orv::esql::Module kQrkcol = {"QRKCOL", "QCO00001", kSections};
+constexpr orv::esql::SectionsToken kToken = orv::esql::tokenOf(kSections);
+const orv::esql::Module kQrkcol = {"QRKCOL", kToken.text, kSections};
 
 sqlca define(const std::string& text) {
   sqlca area{};

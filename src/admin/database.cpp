@@ -232,7 +232,8 @@ int disableFromDescriptor(Call& call, sqlda* da) {
 
 }  // namespace
 
-const orv::esql::Module kQrkdb = {"QRKDB", "QDB00001", kSections};
+constexpr orv::esql::SectionsToken kToken = orv::esql::tokenOf(kSections);
+const orv::esql::Module kQrkdb = {"QRKDB", kToken.text, kSections};
 
 int isDBCS_DB(QrkStruct* ctx, char* dbName) {
   sqlca area{};

@@ -28,7 +28,8 @@ constexpr orv::esql::Section kSections[] = {
 
 }  // namespace
 
-const orv::esql::Module kQrksuwo = {"QRKSUWO", "QSW00001", kSections};
+constexpr orv::esql::SectionsToken kToken = orv::esql::tokenOf(kSections);
+const orv::esql::Module kQrksuwo = {"QRKSUWO", kToken.text, kSections};
 
 sqlca runSection(const char* name, std::initializer_list<orv::esql::HostVariable> input,
                  std::initializer_list<orv::esql::HostVariable> output) {

@@ -265,7 +265,7 @@ TEST(ColumnFailuresTest, DatabasesThatAreNotReady) {
   ColumnDatabase db;
   const std::string folder = bindList().substr(0, bindList().rfind('/') + 1);
   std::string package = readFile(folder + "qrkcol.bnd");
-  package.replace(package.find("QCO00001"), 8, "QCO00000");
+  package.replace(package.find(kQrkcol.token), 8, "QCO00000");
   const TemporaryFolder other;
   other.write("qrkcol.bnd", package);
   sqlca area{};

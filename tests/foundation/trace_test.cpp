@@ -11,7 +11,6 @@
 namespace orvxml {
 namespace {
 
-using unittest::CallContext;
 using unittest::Folder;
 using unittest::readFile;
 using unittest::Variable;

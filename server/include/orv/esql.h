@@ -34,9 +34,29 @@ struct Section {
   const char* text;  // ORV SQL
 };
 
+// A consistency token of 8 characters that another text or name of a section changes.
+struct SectionsToken {
+  char text[9] = "";
+};
+constexpr SectionsToken tokenOf(std::span<const Section> sections) {
+  uint32_t hash = 2166136261U;  // FNV-1a
+  for (const Section& section : sections) {
+    for (const char* part : {section.name, section.text}) {
+      const std::string_view whole(part);
+      for (size_t i = 0; i <= whole.size(); ++i) {
+        hash = (hash ^ static_cast<unsigned char>(part[i])) * 16777619U;
+      }
+    }
+  }
+  SectionsToken token;
+  for (int digit = 7; digit >= 0; --digit, hash >>= 4)
+    token.text[digit] = "0123456789ABCDEF"[hash & 15];
+  return token;
+}
+
 struct Module {
   const char* package;  // e.g. "QRKSUWO"; its qualifier is ORVXML
-  const char* token;    // consistency token, 8 characters
+  const char* token;    // consistency token, 8 characters; with sections it is tokenOf them
   std::span<const Section> sections;
 };
 
