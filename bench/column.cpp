@@ -83,6 +83,7 @@ Mail mail(int id) {
 
 std::vector<Mail> mails(int first, int count) {
   std::vector<Mail> all;
+  all.reserve(static_cast<size_t>(count));
   for (int i = 0; i < count; ++i) all.push_back(mail(first + i));
   return all;
 }

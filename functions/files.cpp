@@ -134,8 +134,8 @@ std::string trustedPath(FunctionCall& call, const char* name) {
     char target[PATH_MAX];
     const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
     if (length <= 0) break;
-    const std::string next(target, static_cast<size_t>(length));
-    path = next.front() == '/' ? next : folderOf(path) + next;
+    path = *target == '/' ? "" : folderOf(path);
+    path.append(target, static_cast<size_t>(length));
   }
   call.failFile(name);
 }

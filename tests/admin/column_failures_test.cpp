@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "orvxml/packages.h"
 #include "src/admin/random_name.h"
 #include "tests/admin/column_database.h"
 

@@ -15,7 +15,6 @@ namespace {
 using test::CallContext;
 using test::Database;
 using test::Rows;
-using test::TemporaryFolder;
 
 class CatalogQueriesTest : public testing::Test {
  protected:

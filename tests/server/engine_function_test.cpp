@@ -84,7 +84,7 @@ class RecordingHost : public FunctionHost {
    public:
     Pieces(RecordingHost& host, const Function& function)
         : host_(host), use_(host.begin(function)) {}
-    ~Pieces() override {
+    ~Pieces() override {  // NOLINT(bugprone-exception-escape): the log is a test's
       if (open_) close();
       host_.log_[use_] += " )";
     }

@@ -47,6 +47,7 @@ void give(const int16_t* isNull, int16_t* resultIsNull, const void* argument, vo
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a type takes none
 #define SAME(name, type, size)                 \
   FUNCTION(name, const type* in, type* out) {  \
     give(isNull, resultIsNull, in, out, size); \

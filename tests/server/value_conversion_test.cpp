@@ -1,5 +1,7 @@
 #include "server/sql/value_conversion.h"
 
+#include <gtest/gtest.h>
+
 #include "server/sql/sql_error.h"
 
 namespace orv {
