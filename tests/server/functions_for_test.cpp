@@ -47,11 +47,12 @@ void give(const int16_t* isNull, int16_t* resultIsNull, const void* argument, vo
 
 }  // namespace
 
-// NOLINTNEXTLINE(bugprone-macro-parentheses): a type takes none
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define SAME(name, type, size)                 \
   FUNCTION(name, const type* in, type* out) {  \
     give(isNull, resultIsNull, in, out, size); \
   }
+// NOLINTEND(bugprone-macro-parentheses)
 SAME(sameTwoBytes, void, 2)
 SAME(sameFourBytes, void, 4)
 SAME(sameEightBytes, void, 8)
