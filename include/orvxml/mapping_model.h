@@ -15,6 +15,14 @@
 namespace orvxml {
 
 inline constexpr int QRK_NUMTAB_IN_REL = 30;
+
+// A set of tables of a model, one bit for each in the model's order, and the set of just one.
+using TableBits = uint32_t;
+static_assert(QRK_NUMTAB_IN_REL <= 32);
+constexpr TableBits tableBit(int table) {
+  return TableBits{1} << static_cast<unsigned>(table);
+}
+
 inline constexpr int kMaxKeyColumns = 16;
 inline constexpr int kMaxForeignKeys = 16;
 inline constexpr int kMaxColumnsPerTable = 500;

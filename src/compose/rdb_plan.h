@@ -29,8 +29,8 @@ struct DadNode {
   bool isMet = false;
   bool isIntermediate = false;  // an element_node without values of its own
   bool isTrivial = false;       // an intermediate one that is written once
-  TableSet tops = 0;            // tables that have their top element here, by its name
-  TableSet members = 0;         // tables that the name belongs to
+  TableBits tops = 0;           // tables that have their top element here, by its name
+  TableBits members = 0;        // tables that the name belongs to
   std::string name;             // in the database code page; empty for a text_node
   // The node starts no query while this table's row is being written, whatever else is open.
   TableQuery* settledFor = nullptr;

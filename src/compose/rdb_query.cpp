@@ -193,7 +193,7 @@ int TableQuery::freeLocators() {
 // ---- All of them
 TableQueries::TableQueries(const RdbReport& report, SQLHDBC hdbc, rel& model) : model_(model) {
   for (int i = 0; i < model.num_of_tables; ++i) {
-    queries_.emplace_back(*this, report, hdbc, *model.tab[i], TableSet{1} << i);
+    queries_.emplace_back(*this, report, hdbc, *model.tab[i], tableBit(i));
   }
 }
 
@@ -203,7 +203,7 @@ TableQuery& TableQueries::of(const tab* table) {
   return at(i);
 }
 
-TableQuery* TableQueries::firstClosed(TableSet set) {
+TableQuery* TableQueries::firstClosed(TableBits set) {
   for (; set != 0; set &= set - 1) {
     TableQuery& query = first(set);
     if (!query.isOpen()) return &query;
@@ -211,16 +211,16 @@ TableQuery* TableQueries::firstClosed(TableSet set) {
   return nullptr;
 }
 
-TableSet TableQueries::withTopElement(const char* name) const {
-  TableSet set = 0;
+TableBits TableQueries::withTopElement(const char* name) const {
+  TableBits set = 0;
   for (const TableQuery& query : queries_) {
     if (std::strcmp(query.table().top_element, name) == 0) set |= query.self();
   }
   return set;
 }
 
-TableSet TableQueries::containing(QrkStruct* ctx, const char* name) const {
-  TableSet set = 0;
+TableBits TableQueries::containing(QrkStruct* ctx, const char* name) const {
+  TableBits set = 0;
   for (const TableQuery& query : queries_) {
     if (isInTab(ctx, &query.table(), name)) set |= query.self();
   }

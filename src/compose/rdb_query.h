@@ -18,10 +18,6 @@
 
 namespace orvxml {
 
-// A set of tables of the model, one bit per place in the model.
-using TableSet = uint32_t;
-static_assert(QRK_NUMTAB_IN_REL <= 32);
-
 class TableQueries;
 
 // Where the value of a column stands in its table's present row.
@@ -48,7 +44,7 @@ class ColumnValue {
 
 class TableQuery {
  public:
-  TableQuery(TableQueries& all, const RdbReport& report, SQLHDBC hdbc, tab& table, TableSet self)
+  TableQuery(TableQueries& all, const RdbReport& report, SQLHDBC hdbc, tab& table, TableBits self)
       : all_(all), report_(report), hdbc_(hdbc), table_(table), self_(self) {}
   ~TableQuery();
   TableQuery(const TableQuery&) = delete;
@@ -56,7 +52,7 @@ class TableQuery {
 
   tab& table() const { return table_; }
   // The set of just this table.
-  TableSet self() const { return self_; }
+  TableBits self() const { return self_; }
 
   // Runs the query, which is made and bound to its parents when this is the first time (`level`:
   // the table's level from then on). No row is fetched yet. 0 or -1.
@@ -95,7 +91,7 @@ class TableQuery {
   const RdbReport& report_;
   const SQLHDBC hdbc_;
   tab& table_;
-  const TableSet self_;
+  const TableBits self_;
   bool hasRow_ = false;
   bool hasValues_ = false;  // of the row that was fetched last
   bool isWalked_ = false;
@@ -112,12 +108,12 @@ class TableQueries {
   TableQuery& at(int index) { return queries_[static_cast<size_t>(index)]; }
   TableQuery& of(const tab* table);
   rel& model() const { return model_; }
-  TableQuery& first(TableSet set) { return at(std::countr_zero(set)); }
+  TableQuery& first(TableBits set) { return at(std::countr_zero(set)); }
   // The first table of the set that has no open cursor; null when there is none.
-  TableQuery* firstClosed(TableSet set);
+  TableQuery* firstClosed(TableBits set);
   // The tables whose top element is called so, and those that the name belongs to at all.
-  TableSet withTopElement(const char* name) const;
-  TableSet containing(QrkStruct* ctx, const char* name) const;
+  TableBits withTopElement(const char* name) const;
+  TableBits containing(QrkStruct* ctx, const char* name) const;
   // The rows that are being written, by their first columns, in UTF-8: "in the row C = 1 of T";
   // empty when there is none.
   std::string rowsAtHand(QrkStruct* ctx) const;

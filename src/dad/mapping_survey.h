@@ -11,13 +11,6 @@
 
 namespace orvxml {
 
-using TableBits = uint32_t;  // one bit for each table of the model, in its order
-static_assert(QRK_NUMTAB_IN_REL <= 32);
-
-inline TableBits tableBit(int table) {
-  return TableBits{1} << static_cast<unsigned>(table);
-}
-
 struct MappedLeaf {
   xercesc::DOMElement* node;     // an attribute_node or text_node, or an element_node stored whole
   xercesc::DOMElement* rdb;      // its RDB_node

@@ -3,7 +3,6 @@
 // name, which the document holds once per name.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -13,17 +12,11 @@
 namespace orvxml {
 
 struct NameInfo {
-  std::string text;           // in the database code page; empty when it does not convert
-  size_t length = 0;          // characters in the document
-  uint32_t inTables = 0;      // bit i: isInTab(tab[i], name)
-  uint32_t topElementOf = 0;  // bit i: the name is the top element of tab[i]
+  std::string text;            // in the database code page; empty when it does not convert
+  size_t length = 0;           // characters in the document
+  TableBits inTables = 0;      // those for which isInTab(tab[i], name)
+  TableBits topElementOf = 0;  // those whose top element has the name
 };
-
-// A set of tables, or one table of the model, as bits.
-inline constexpr uint32_t tableBit(int index) {
-  return uint32_t{1} << index;
-}
-static_assert(QRK_NUMTAB_IN_REL <= 32);
 
 // The name of the attribute that carries the value of attribute `name` up to a top element.
 std::u16string joinAttributeName(std::u16string_view name);
