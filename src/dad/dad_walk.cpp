@@ -9,6 +9,11 @@ xercesc::DOMElement* nearestElementNode(xercesc::DOMNode* node) {
   return node ? asElement(node) : nullptr;
 }
 
+bool isAncestor(const xercesc::DOMNode* above, const xercesc::DOMNode* node) {
+  while (node && node != above) node = node->getParentNode();
+  return node != nullptr;
+}
+
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag) {
   for (auto* child = node->getFirstChild(); child; child = child->getNextSibling()) {
     if (hasTag(child, tag)) return asElement(child);

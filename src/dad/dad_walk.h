@@ -29,6 +29,8 @@ inline const xercesc::DOMElement* asElement(const xercesc::DOMNode* node) {
 
 // The nearest element_node from `node` up, or null.
 xercesc::DOMElement* nearestElementNode(xercesc::DOMNode* node);
+// Whether `node` is `above` or stands inside it.
+bool isAncestor(const xercesc::DOMNode* above, const xercesc::DOMNode* node);
 // The first child called `tag`, or null.
 xercesc::DOMElement* childElement(const xercesc::DOMNode* node, std::u16string_view tag);
 // The text that stands directly in `node`: text and CDATA sections, whatever comments and

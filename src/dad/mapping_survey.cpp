@@ -10,11 +10,6 @@ using namespace dadtree;
 
 namespace {
 
-bool isAncestor(const xercesc::DOMNode* above, const xercesc::DOMNode* node) {
-  while (node && node != above) node = node->getParentNode();
-  return node != nullptr;
-}
-
 struct LeafCollector {
   void enter(xercesc::DOMElement*) {}
   void leave(xercesc::DOMElement*) {}

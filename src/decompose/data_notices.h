@@ -8,9 +8,9 @@
 #include <string_view>
 #include <tuple>
 
-#include "orvxml/mapping_model.h"
 #include "orvxml/notices.h"
 #include "src/dad/mapping_notices.h"
+#include "src/dad/mapping_survey.h"
 
 namespace orvxml {
 
@@ -18,12 +18,17 @@ namespace orvxml {
 std::string quotedValue(std::u16string_view value);
 std::string quotedValue(QrkStruct* ctx, std::string_view value);
 // "table S.T" or "table S.T, column C"; `column` -1: none.
-std::string placeInTable(QrkStruct* ctx, const tab& table, int column);
+std::string placeInTable(const MappingSurvey& survey, int table, int column);
+
+// What does not count as data of a document: declarations of name spaces and of schemas among its
+// attributes, white space alone among its texts.
+bool isDeclaration(std::u16string_view attribute);
+bool isBlank(std::u16string_view text);
 
 class DataWarnings {
  public:
-  DataWarnings(NoticeListener& listener, QrkStruct* ctx, const rel& model)
-      : listener_(listener), ctx_(ctx), model_(model) {}
+  DataWarnings(NoticeListener& listener, const MappingSurvey& survey)
+      : listener_(listener), survey_(survey) {}
 
   // `makeText` is only asked while the warning is still told; what it gives stands behind table and
   // column.
@@ -36,8 +41,7 @@ class DataWarnings {
   using Key = std::tuple<std::string_view, int, int>;
 
   NoticeListener& listener_;
-  QrkStruct* ctx_;
-  const rel& model_;
+  const MappingSurvey& survey_;
   struct Met {
     size_t count = 0;
     size_t firstUntold = 0;  // the number of its element in the document

@@ -6,8 +6,11 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/messages.h"
+#include "orvxml/sql_literal.h"
 #include "orvxml/target_table.h"
+#include "src/dad/dad_walk.h"
 #include "src/dad/element_order.h"
+#include "src/dad/trap_rules.h"
 #include "src/decompose/untaken_data.h"
 
 namespace orvxml {
@@ -20,6 +23,18 @@ constexpr size_t kMostRowBytes = 240;  // of a row in a message
 std::string inUtf8(QrkStruct* ctx, std::string_view databaseText) {
   std::u16string units;
   return toUtf16(ctx, databaseText, units) ? textForMessage(nullptr, units) : std::string();
+}
+
+// An element of the document as notices name one of the mapping.
+std::string shownTag(const xercesc::DOMElement* element) {
+  return '<' + shown(element->getTagName()) + '>';
+}
+
+const xercesc::DOMElement* parentElement(const xercesc::DOMNode* node) {
+  const xercesc::DOMNode* parent = node->getParentNode();
+  return parent && parent->getNodeType() == xercesc::DOMNode::ELEMENT_NODE
+             ? dadtree::asElement(parent)
+             : nullptr;
 }
 
 std::vector<bool> filledColumns(const tab& table, RowList& rows) {
@@ -45,10 +60,9 @@ DataWatch::DataWatch(NoticeListener& listener, QrkStruct* ctx, const rel& model,
                      const DOM_Element& top, const Element* root)
     : listener_(listener),
       ctx_(ctx),
-      model_(model),
       root_(root),
-      values_(ctx, model, top),
-      warnings_(listener, ctx, model),
+      survey_(ctx, model, top, kForDecomposition),
+      warnings_(listener, survey_),
       rowCounts_(static_cast<size_t>(model.num_of_tables)) {}
 
 // ---- What the walk does
@@ -63,18 +77,18 @@ void DataWatch::leafTaken(const Element* leaf, int table) {
 void DataWatch::rowsCollected(int table, const Element* dadElement, RowList& rows) {
   if (rows.count() == 0) return;
   rowCounts_[static_cast<size_t>(table)] += static_cast<size_t>(rows.count());
-  if (dadElement == values_.top() && rows.count() == 1) {
+  if (dadElement == top() && rows.count() == 1) {
     rootTable_ = table;
-    for (int c = 0; c < model_.tab[table]->num_col; ++c)
+    for (int c = 0; c < survey_.table(table).num_col; ++c)
       rootRow_.push_back(inUtf8(ctx_, rows.row(0)[c].view()));
   }
-  Visit visit{dadElement, filledColumns(*model_.tab[table], rows)};
+  Visit visit{dadElement, filledColumns(survey_.table(table), rows)};
   for (const Visit& before : visits_[table]) {
     if (overlap(before.columns, visit.columns)) continue;
     warnings_.warn("record-in-two-rows", table, -1, rows.origin(0).begun, dadElement, [&] {
-      return "the values of '" + shown(dadElement->getAttribute(u"name")) +
-             "' make rows of their own, beside those of '" +
-             shown(before.dadElement->getAttribute(u"name")) + "', which lack them";
+      return "the values of " + shownElement(dadElement) +
+             " make rows of their own, beside those of " + shownElement(before.dadElement) +
+             ", which lack them";
     });
     break;
   }
@@ -82,45 +96,63 @@ void DataWatch::rowsCollected(int table, const Element* dadElement, RowList& row
 }
 
 void DataWatch::rowMixed(int table, int column, const Element* source) {
-  const MappedValue* value = values_.of(table, column);
-  warnings_.warn("values-of-two-occurrences", table, column, source, value ? value->leaf : nullptr,
+  const MappedLeaf* leaf = survey_.leafOf(&survey_.table(table).col2xml[column]);
+  warnings_.warn("values-of-two-occurrences", table, column, source, leaf ? leaf->node : nullptr,
                  [&] {
-                   return "the value of '" + shown(source->getTagName()) +
-                          "' went into the row that another '" +
-                          text(model_.tab[table]->top_element) + "' began";
+                   return "the value of " + shownTag(source) + " went into the row that another <" +
+                          text(survey_.table(table).top_element) + "> began";
                  });
 }
 
+// The same names up to the root, whose own name does not count.
+bool DataWatch::isAt(const xercesc::DOMNode* node, const Element* element) const {
+  for (; element != top(); element = parentElement(element)) {
+    if (!element || !node || node->getNodeType() != xercesc::DOMNode::ELEMENT_NODE) return false;
+    if (std::u16string_view(element->getAttribute(u"name")) != node->getNodeName()) return false;
+    node = node->getParentNode();
+  }
+  return node == root_;
+}
+
 bool DataWatch::isMeant(const foreign_key& key, const Element* holder, bool isJoin) const {
-  const int table = values_.tableOf(key.parent);
-  for (const MappedValue& value : values_.all()) {
-    if (value.table != table ||
-        std::string_view(model_.tab[table]->col2xml[value.column].col) != key.parent->col) {
+  const MappedLeaf* parent = survey_.leafOf(key.parent);
+  if (!parent) return false;
+  for (const MappedLeaf& leaf : survey_.leaves()) {
+    const tab& table = survey_.table(leaf.table);
+    if (leaf.table != parent->table ||
+        std::string_view(table.col2xml[leaf.column].col) != key.parent->col) {
       continue;
     }
-    const Element* element = value.element;
-    if (values_.isAt(holder, element)) return true;
-    while (isJoin && element != values_.top()) {
-      element = static_cast<const Element*>(element->getParentNode());
-      if (values_.isAt(holder, element)) return true;
+    const Element* element = leaf.element;
+    if (isAt(holder, element)) return true;
+    while (isJoin && element != top()) {
+      element = parentElement(element);
+      if (isAt(holder, element)) return true;
     }
   }
   return false;
 }
 
-void DataWatch::keyInBetween(int table, const foreign_key& key, const Element* holder,
-                             const Element* source) {
-  const int parent = values_.tableOf(key.parent);
-  const MappedValue* meant =
-      values_.of(parent, static_cast<int>(key.parent - model_.tab[parent]->col2xml));
+bool DataWatch::isRowOf(const foreign_key& key, const xercesc::DOMNode* node) const {
+  const MappedLeaf* parent = survey_.leafOf(key.parent);
+  const Element* row = parent ? survey_.rowElement(parent->table) : nullptr;
+  return row && dadtree::isAncestor(row, parent->element) && isAt(node, row);
+}
+
+void DataWatch::strayKey(int table, const foreign_key& key, const Element* holder, bool hasLeftRow,
+                         const Element* source) {
+  const MappedLeaf* parent = survey_.leafOf(key.parent);
   // The number of the key's column tells the columns apart; it is none of the mapped ones.
-  const auto column = static_cast<int>(&key - model_.tab[table]->fk);
+  const auto column = static_cast<int>(&key - survey_.table(table).fk);
   warnings_.warn(
-      "key-from-in-between", table, -2 - column, source, meant ? meant->leaf : nullptr, [&] {
-        return "column " + text(key.column->col) + " takes its value from '" +
-               shown(holder->getTagName()) + "' (" + std::to_string(elementNumber(holder)) +
-               ". element), not from where " + placeInTable(ctx_, *model_.tab[parent], -1) +
-               ", column " + text(key.parent->col) + " is mapped";
+      "key-from-in-between", table, -2 - column, source, parent ? parent->node : nullptr, [&] {
+        std::string told = "column " + text(key.column->col) + " takes its value from " +
+                           shownTag(holder) + " (" + std::to_string(elementNumber(holder)) +
+                           ". element), not from ";
+        if (!parent) return told + "an element of the mapping";
+        return told + (hasLeftRow
+                           ? "the " + shownElement(survey_.rowElement(parent->table)) + " around it"
+                           : "where " + placeText(parent->table, parent->column) + " is mapped");
       });
 }
 
@@ -138,20 +170,20 @@ void DataWatch::failedAt(const std::string& text, const Element* source, const E
 }
 
 void DataWatch::failedAt(int table, int column, std::string_view value, const Element* source) {
-  std::string place = placeInTable(ctx_, *model_.tab[table], column);
+  std::string place = placeText(table, column);
   if (!value.empty()) place += ", value " + quotedValue(ctx_, value);
   failedAt(place, source);
 }
 
 void DataWatch::unconvertible(int table, int column, const Element* source) {
-  failedAt(placeInTable(ctx_, *model_.tab[table], column) +
-               ": the value has a character that the database's code page lacks",
-           source);
+  failedAt(
+      placeText(table, column) + ": the value has a character that the database's code page lacks",
+      source);
 }
 
 void DataWatch::failedWhole(int table, int column, int code, const Element* source) {
   if (code != codeOf(Msg::QRKG002E)) return unconvertible(table, column, source);
-  failedAt(placeInTable(ctx_, *model_.tab[table], column) +
+  failedAt(placeText(table, column) +
                ": the element is stored whole, and a start tag in it has 1024 characters or more, "
                "or memory is used up",
            source);
@@ -159,31 +191,32 @@ void DataWatch::failedWhole(int table, int column, int code, const Element* sour
 
 // The table that comes by is another one than the table that the mapping means.
 void DataWatch::unknownItem(int table, const Element* source, const Element* dadElement) {
-  for (const MappedValue& value : values_.all()) {
-    if (value.element == dadElement && !value.isAttribute()) table = value.table;
+  for (const MappedLeaf& leaf : survey_.leaves()) {
+    if (leaf.element == dadElement && !dadtree::hasTag(leaf.node, u"attribute_node")) {
+      table = leaf.table;
+    }
   }
-  failedAt("the mapping puts a value of " + placeInTable(ctx_, *model_.tab[table], -1) +
-               " outside of '" + text(model_.tab[table]->top_element) +
+  failedAt("the mapping puts a value of " + placeText(table) + " outside of '" +
+               text(survey_.table(table).top_element) +
                "', the element that it takes its rows from",
            source, dadElement);
 }
 
 void DataWatch::nameTooLong(int table, const Element* source, size_t limit) {
-  failedAt(
-      placeInTable(ctx_, *model_.tab[table], -1) + ": the name of an element that stands below '" +
-          text(model_.tab[table]->top_element) + "' and has a mapped attribute is longer than " +
-          std::to_string(limit) + " characters, or does not convert",
-      source);
+  failedAt(placeText(table) + ": the name of an element that stands below '" +
+               text(survey_.table(table).top_element) +
+               "' and has a mapped attribute is longer than " + std::to_string(limit) +
+               " characters, or does not convert",
+           source);
 }
 
 void DataWatch::withoutAncestor(int table, const Element* source) {
   const std::string differs = rootText();
-  failedAt(placeInTable(ctx_, *model_.tab[table], -1) + (differs.empty() ? "" : ": " + differs),
-           source);
+  failedAt(placeText(table) + (differs.empty() ? "" : ": " + differs), source);
 }
 
 std::string DataWatch::rowText(int table, RowList& rows, int row) const {
-  const tab& mapped = *model_.tab[table];
+  const tab& mapped = survey_.table(table);
   std::string text;
   for (int i = 0; i < mapped.num_col + mapped.num_fk && text.size() < kMostRowBytes; ++i) {
     const Value& value = rows.row(row)[i];
@@ -196,24 +229,23 @@ std::string DataWatch::rowText(int table, RowList& rows, int row) const {
 }
 
 void DataWatch::rowRefused(int table, RowList& rows, int row, int parameter) {
-  const tab& mapped = *model_.tab[table];
+  const tab& mapped = survey_.table(table);
   if (parameter < 0) {
-    return failedAt(placeInTable(ctx_, mapped, -1) + ", " + rowText(table, rows, row),
-                    rows.origin(row).begun);
+    return failedAt(placeText(table) + ", " + rowText(table, rows, row), rows.origin(row).begun);
   }
   const std::string_view value = rows.row(row)[parameter].view();
   if (parameter < mapped.num_col) {
     const Element* source = rows.origin(row).values[parameter];
     return failedAt(table, parameter, value, source ? source : rows.origin(row).begun);
   }
-  failedAt(placeInTable(ctx_, mapped, -1) + ", column " +
+  failedAt(placeText(table) + ", column " +
                text(mapped.fk[parameter - mapped.num_col].column->col) + ", value " +
                quotedValue(ctx_, value),
            rows.origin(row).begun);
 }
 
 std::string DataWatch::rootText() const {
-  const std::u16string_view mapped = values_.top()->getAttribute(u"name");
+  const std::u16string_view mapped = top()->getAttribute(u"name");
   const std::u16string_view actual = root_->getTagName();
   if (mapped == actual) return {};
   return "the document's root is '" + shown(actual) + "', the mapping's '" + shown(mapped) + "'";
@@ -221,54 +253,47 @@ std::string DataWatch::rootText() const {
 
 // ---- Where the document can be found again
 
-std::string DataWatch::pathOf(const MappedValue& value) const {
+std::string DataWatch::pathOf(const MappedLeaf& leaf) const {
   std::string path;
-  for (const Element* at = value.element; at;
-       at = static_cast<const Element*>(at->getParentNode())) {
+  for (const Element* at = leaf.element; at; at = at == top() ? nullptr : parentElement(at)) {
     path.insert(0, '/' + textForMessage(nullptr, at->getAttribute(u"name")));
-    if (at == values_.top()) break;
   }
-  if (value.isAttribute()) {
-    path += "/@" + textForMessage(nullptr, value.leaf->getAttribute(u"name"));
+  if (dadtree::hasTag(leaf.node, u"attribute_node")) {
+    path += "/@" + textForMessage(nullptr, leaf.node->getAttribute(u"name"));
   }
   return path;
 }
 
-// A condition of an override; empty where the type has no literal that is sure to compare.
-std::string DataWatch::conditionOn(const MappedValue& value, const std::string& text) const {
+// A condition of an override; empty where the value has no literal that is sure to equal what is
+// stored of it.
+std::string DataWatch::conditionOn(const MappedLeaf& leaf, const std::string& text) const {
   constexpr size_t kLongest = 200;  // bytes; a key is no longer
   if (text.empty() || text.size() > kLongest) return {};
-  std::string type = model_.tab[value.table]->col2xml[value.column].dataType;
+  std::string type = survey_.table(leaf.table).col2xml[leaf.column].dataType;
   for (char& c : type) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   const auto isOf = [&](std::initializer_list<const char*> names) {
     return std::any_of(names.begin(), names.end(),
                        [&](const char* name) { return type.starts_with(name); });
   };
-  std::string literal;
-  if (isOf({"CHAR", "VARCHAR", "DATE", "TIME"})) {
-    literal = "'";
-    for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
-    literal += '\'';
-  } else if (isOf({"INT", "SMALLINT", "BIGINT", "DEC", "NUM"}) &&
-             text.find_first_not_of("0123456789+-.") == text.npos) {
-    literal = text;
-  } else {
-    return {};
-  }
-  return pathOf(value) + " = " + literal;
+  const bool isText = isOf({"CHAR", "VARCHAR", "DATE", "TIME"}) &&
+                      type.find(" BIT ") == type.npos && type.find(" LARGE ") == type.npos;
+  const bool isWhole = isOf({"INT", "SMALLINT", "BIGINT", "DEC", "NUM"}) &&
+                       text.find_first_not_of("0123456789+-") == text.npos;
+  if (!isText && !isWhole) return {};
+  return pathOf(leaf) + " = " + (isText ? literalText(text) : text);
 }
 
 // By the key of the root's table, or by all of its row where the mapping has no key.
 void DataWatch::tellOrigin() {
   Notice notice;
   notice.kind = Notice::kOrigin;
-  for (const MappedValue& value : values_.all()) {
-    const tab& table = *model_.tab[value.table];
-    const auto column = static_cast<size_t>(value.column);
-    if (value.table != rootTable_ || column >= rootRow_.size()) continue;
-    const char* name = table.col2xml[value.column].col;
+  for (const MappedLeaf& leaf : survey_.leaves()) {
+    const tab& table = survey_.table(leaf.table);
+    const auto column = static_cast<size_t>(leaf.column);
+    if (leaf.table != rootTable_ || column >= rootRow_.size()) continue;
+    const char* name = table.col2xml[leaf.column].col;
     if (table.pri_key.num > 0 && !isPriKey(ctx_, name, &table.pri_key)) continue;
-    const std::string condition = conditionOn(value, rootRow_[column]);
+    const std::string condition = conditionOn(leaf, rootRow_[column]);
     if (condition.empty()) continue;
     notice.text += (notice.text.empty() ? "" : " AND ") + condition;
   }
@@ -283,10 +308,10 @@ void DataWatch::end() {
     notice.rule = "other-root";
     notice.text = differs;
     notice.documentElement = 1;
-    notice.mappingElement = elementNumber(values_.top());
+    notice.mappingElement = elementNumber(top());
     listener_.notice(notice);
   }
-  UntakenData untaken(ctx_, model_, values_, takers_, warnings_);
+  UntakenData untaken(survey_, takers_, warnings_);
   untaken.findIn(root_);
   warnings_.tellCounts();
   Notice notice;

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "src/decompose/data_notices.h"
-#include "src/decompose/mapped_values.h"
 #include "src/decompose/row_list.h"
 
 namespace orvxml {
@@ -29,12 +28,15 @@ class DataWatch {
   void rowsCollected(int table, const Element* dadElement, RowList& rows);
   // The value at `source` completes a row that another occurrence of the top element began.
   void rowMixed(int table, int column, const Element* source);
-  // The value of a foreign key was found at `holder`, in its attribute or its text; "join" is a
-  // value that was noted there for an element below.
+  // Whether the mapping has the value of a foreign key at `holder`, in its attribute or its text;
+  // "join" is a value that was noted there for an element below.
   bool isMeant(const foreign_key& key, const Element* holder, bool isJoin) const;
-  // So it was for a row begun at `source`, and it was not meant.
-  void keyInBetween(int table, const foreign_key& key, const Element* holder,
-                    const Element* source);
+  // Whether `node` stands for a row of the parent's table, inside of which the key is mapped.
+  bool isRowOf(const foreign_key& key, const xercesc::DOMNode* node) const;
+  // The key of a row begun at `source` was found at `holder`, which is not where it is mapped;
+  // `hasLeftRow`: the row of the parent's table around `source` has none.
+  void strayKey(int table, const foreign_key& key, const Element* holder, bool hasLeftRow,
+                const Element* source);
 
   // ---- Where the failure lies that the call is about to give
   // `column` -1: the row, or the table, as a whole. The value is in the database code page.
@@ -62,14 +64,18 @@ class DataWatch {
   std::string rowText(int table, RowList& rows, int row) const;
   std::string rootText() const;
   void tellOrigin();
-  std::string conditionOn(const MappedValue& value, const std::string& text) const;
-  std::string pathOf(const MappedValue& value) const;
+  std::string conditionOn(const MappedLeaf& leaf, const std::string& text) const;
+  std::string pathOf(const MappedLeaf& leaf) const;
+  std::string placeText(int table, int column = -1) const {
+    return placeInTable(survey_, table, column);
+  }
+  const Element* top() const { return survey_.root().element(); }
+  bool isAt(const xercesc::DOMNode* node, const Element* element) const;
 
   NoticeListener& listener_;
   QrkStruct* ctx_;
-  const rel& model_;
   const Element* root_;
-  MappedValues values_;
+  const MappingSurvey survey_;
   DataWarnings warnings_;
   std::map<const Element*, std::vector<int>> takers_;
   std::map<int, std::vector<Visit>> visits_;  // by table

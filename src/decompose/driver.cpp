@@ -17,7 +17,6 @@
 #include "src/dad/dad_settings.h"
 #include "src/dad/element_order.h"
 #include "src/dad/mapping_traps.h"
-#include "src/decompose/mapped_values.h"
 #include "src/foundation/server_statements.h"
 #include "src/foundation/stored_dad.h"
 
@@ -139,7 +138,8 @@ int Decomposition::validate(QrkOutbuf* doc) {
                               settings_.schemaLocation.data(), sqlState_, msg_);
   } else {
     std::string dtdid;
-    if (!toDatabase(ctx_, settings_.dtdid, dtdid)) return fail(report(), Msg::QRKA010E, "");
+    // An ID that the code page lacks cannot be registered, and counts like one that is not.
+    if (!toDatabase(ctx_, settings_.dtdid, dtdid)) dtdid.clear();
     if (!dtdid.empty()) {
       if (int code = fetchDtd(dtdid)) return code;
     }
@@ -198,12 +198,12 @@ void Decomposition::tellFaultyColumn(int table) {
   NoticeListener* listener = noticeListener();
   if (!listener) return;
   const int column = faultyColumn(ctx_, rel_.tab[table]);
-  const MappedValues values(ctx_, rel_, top_);
-  const MappedValue* value = values.of(table, column);
+  const MappingSurvey survey(ctx_, rel_, top_, kForDecomposition);
+  const MappedLeaf* leaf = column < 0 ? nullptr : survey.leafOf(&rel_.tab[table]->col2xml[column]);
   Notice notice;
   notice.kind = Notice::kPlace;
   notice.rule = "mapping";
-  if (value) notice.mappingElement = elementNumber(value->leaf);
+  if (leaf) notice.mappingElement = elementNumber(leaf->node);
   listener->notice(notice);
 }
 

@@ -26,6 +26,7 @@ struct ForeignKeyValues::Climb {
   std::u16string value;                         // empty: none yet
   const xercesc::DOMElement* holder = nullptr;  // of the value
   bool isJoin = false;                          // it is the holder's join attribute
+  bool hasLeftRow = false;                      // the parent's row, which had none
 };
 
 ForeignKeyValues::ForeignKeyValues(WalkState& walk, const tab& table, int tableIndex)
@@ -75,6 +76,9 @@ int ForeignKeyValues::climb(Key& key, Climb& at) {
     if (at.name->text.empty()) return failInternal(walk_.report(), kModule, __LINE__);
     QRK_TRACE(walk_.ctx, "parent_name='%s'", at.name->text.c_str());
     if (!lookAt(key, at)) return failInternal(walk_.report(), kModule, __LINE__);
+    if (walk_.watch && !at.found) {
+      at.hasLeftRow |= walk_.watch->isRowOf(*key.definition, at.node->node);
+    }
     at.node = at.node->parent;
     goOn = at.node && at.node->isElement() &&
            (!at.found || (at.name->inTables & tableBit(tableIndex_)) != 0);
@@ -89,14 +93,18 @@ int ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Cl
   Known& known = key.known[slot];
   known.start = nullptr;
   if (at.recalled) {
-    known.value = key.value();
-    known.stray = key.known[key.current].stray;
+    const Known& from = key.known[key.current];
+    known.value = from.value;
+    known.holder = from.holder;
+    known.isElsewhere = from.isElsewhere;
+    known.hasLeftRow = from.hasLeftRow || at.hasLeftRow;
   } else if (!toDatabase(walk_.ctx, at.value, known.value)) {
     if (walk_.watch) walk_.watch->unconvertible(tableIndex_, -1, at.holder);
     return fail(walk_.report(), Msg::QRKG002E);
   } else if (walk_.watch) {
-    const bool isMeant = walk_.watch->isMeant(*key.definition, at.holder, at.isJoin);
-    known.stray = isMeant ? nullptr : at.holder;
+    known.holder = at.holder;
+    known.isElsewhere = !walk_.watch->isMeant(*key.definition, at.holder, at.isJoin);
+    known.hasLeftRow = at.hasLeftRow;
   }
   known.start = start;
   key.current = slot;
@@ -106,8 +114,9 @@ int ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Cl
 
 void ForeignKeyValues::tellStrays(const xercesc::DOMElement* source) const {
   for (const Key& key : keys_) {
-    const xercesc::DOMElement* stray = key.known[key.current].stray;
-    if (stray) walk_.watch->keyInBetween(tableIndex_, *key.definition, stray, source);
+    const Known& known = key.known[key.current];
+    if (!known.isElsewhere && !known.hasLeftRow) continue;
+    walk_.watch->strayKey(tableIndex_, *key.definition, known.holder, known.hasLeftRow, source);
   }
 }
 

@@ -34,7 +34,11 @@ class ForeignKeyValues {
   struct Known {
     const xercesc::DOMNode* start = nullptr;
     std::string value;
-    const xercesc::DOMElement* stray = nullptr;  // has the value, and is not where it was meant
+    // What a listener wants to know: where the value was found, whether the mapping has it there,
+    // and whether the climb had left the element of the parent's row by then.
+    const xercesc::DOMElement* holder = nullptr;
+    bool isElsewhere = false;
+    bool hasLeftRow = false;
   };
   struct Key {
     const foreign_key* definition;

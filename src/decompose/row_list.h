@@ -22,7 +22,7 @@ struct Value {
 // Where the values of a row come from.
 struct RowOrigin {
   const xercesc::DOMElement* begun;                 // the element whose value began the row
-  const xercesc::DOMElement* occurrence = nullptr;  // of the top element, around the last value
+  const xercesc::DOMElement* occurrence = nullptr;  // of the top element, the innermost met
   const xercesc::DOMElement** values;               // by column; null: no value yet
 };
 

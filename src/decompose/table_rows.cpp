@@ -8,6 +8,7 @@
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "orvxml/xml_writer.h"
+#include "src/dad/dad_walk.h"
 #include "src/decompose/element_text.h"
 
 namespace orvxml {
@@ -186,8 +187,9 @@ void TableRows::noteOrigin(int column, const Value& value, const Place& place) {
   origin.values[column] = place.element();
   if (!value.text) return;
   const Element* occurrence = occurrenceAround(place.self);
-  if (!occurrence) return;
-  if (origin.occurrence && origin.occurrence != occurrence) {
+  if (!occurrence || dadtree::isAncestor(occurrence, origin.occurrence)) return;
+  // One inside the other is no other occurrence.
+  if (origin.occurrence && !dadtree::isAncestor(origin.occurrence, occurrence)) {
     walk_.watch->rowMixed(tableIndex_, column, place.element());
   }
   origin.occurrence = occurrence;

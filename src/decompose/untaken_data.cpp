@@ -4,6 +4,8 @@
 #include <string_view>
 
 #include "orvxml/code_pages.h"
+#include "src/dad/dad_walk.h"
+#include "src/dad/trap_rules.h"
 #include "src/decompose/document_names.h"
 #include "src/decompose/selection.h"
 
@@ -16,15 +18,9 @@ namespace {
 constexpr size_t kMostNames = 200;  // counted one by one
 constexpr size_t kNamesShown = 8;
 
-bool isBlank(std::u16string_view text) {
-  return text.find_first_not_of(u" \t\r\n") == text.npos;
-}
-
-// What belongs to the XML of a document and not to its data, and what the walk itself notes.
+// What does not count, and what the walk itself notes.
 bool isNoData(std::u16string_view attribute) {
-  return attribute == u"xmlns" || attribute.starts_with(u"xmlns:") ||
-         attribute.starts_with(u"xml:") || attribute.starts_with(u"xsi:") ||
-         attribute.starts_with(joinAttributeName(u""));
+  return isDeclaration(attribute) || attribute.starts_with(joinAttributeName(u""));
 }
 
 std::string counted(size_t count, const char* noun) {
@@ -33,17 +29,17 @@ std::string counted(size_t count, const char* noun) {
 
 }  // namespace
 
-UntakenData::UntakenData(QrkStruct* ctx, const rel& model, const MappedValues& values,
-                         const Takers& takers, DataWarnings& warnings)
-    : ctx_(ctx), model_(model), values_(values), takers_(takers), warnings_(warnings) {
-  nodes_[values.top()] = &root_;
-  for (const MappedValue& value : values.all()) {
-    Node& node = nodeOf(value.element);
-    std::vector<const MappedValue*>& astray =
-        value.isAttribute() ? node.attributes[value.leaf->getAttribute(u"name")] : node.texts;
-    node.hasText |= !value.isAttribute();
-    node.isWhole |= !value.isAttribute() && !value.isText();
-    if (goesAstray(value)) astray.push_back(&value);
+UntakenData::UntakenData(const MappingSurvey& survey, const Takers& takers, DataWarnings& warnings)
+    : survey_(survey), takers_(takers), warnings_(warnings) {
+  nodes_[survey.root().element()] = &root_;
+  for (const MappedLeaf& leaf : survey.leaves()) {
+    Node& node = nodeOf(leaf.element);
+    const bool isAttribute = dadtree::hasTag(leaf.node, u"attribute_node");
+    std::vector<const MappedLeaf*>& astray =
+        isAttribute ? node.attributes[leaf.node->getAttribute(u"name")] : node.texts;
+    node.hasText |= !isAttribute;
+    node.isWhole |= leaf.node == leaf.element;
+    if (goesAstray(leaf)) astray.push_back(&leaf);
   }
 }
 
@@ -100,59 +96,54 @@ void UntakenData::lookAtText(const Node& node, const Element* element) {
   }
 }
 
-std::span<const int> UntakenData::takersOf(const MappedValue& value) const {
-  const auto entry = takers_.find(value.leaf);
+std::span<const int> UntakenData::takersOf(const MappedLeaf& leaf) const {
+  const auto entry = takers_.find(leaf.node);
   return entry == takers_.end() ? std::span<const int>() : std::span<const int>(entry->second);
 }
 
-bool UntakenData::goesAstray(const MappedValue& value) const {
-  const std::span<const int> takers = takersOf(value);
-  return takers.size() != 1 || takers.front() != value.table;
+bool UntakenData::goesAstray(const MappedLeaf& leaf) const {
+  const std::span<const int> takers = takersOf(leaf);
+  return takers.size() != 1 || takers.front() != leaf.table;
 }
 
-void UntakenData::warn(const std::vector<const MappedValue*>& astray, const Element* element) {
-  for (const MappedValue* value : astray) {
-    const std::span<const int> takers = takersOf(*value);
-    if (std::find(takers.begin(), takers.end(), value->table) == takers.end()) {
-      warnLost(*value, element);
+void UntakenData::warn(const std::vector<const MappedLeaf*>& astray, const Element* element) {
+  for (const MappedLeaf* leaf : astray) {
+    const std::span<const int> takers = takersOf(*leaf);
+    if (std::find(takers.begin(), takers.end(), leaf->table) == takers.end()) {
+      warnLost(*leaf, element);
     }
     for (const int table : takers) {
-      if (table != value->table) warnElsewhere(*value, table, element);
+      if (table != leaf->table) warnElsewhere(*leaf, table, element);
     }
   }
 }
 
-std::string UntakenData::itemText(const MappedValue& value) const {
-  const std::string element = "'" + shown(value.element->getAttribute(u"name")) + "'";
-  if (value.isAttribute()) {
-    return "attribute '" + shown(value.leaf->getAttribute(u"name")) + "' of " + element;
-  }
-  return (value.isText() ? "the text of " : "") + element;
-}
-
-// Which element's name is why the value's table does not come by here.
-std::string UntakenData::reason(const MappedValue& value) const {
-  for (const Element* at = value.element; at;
-       at = at == values_.top() ? nullptr : static_cast<const Element*>(at->getParentNode())) {
+// Which element's name is why the value's table does not come by here. That of an element around
+// the table's own rows is none where it stands for rows of another table itself.
+std::string UntakenData::reason(const MappedLeaf& leaf) const {
+  const Element* const row = survey_.rowElement(leaf.table);
+  for (const Element* at = leaf.element; at;
+       at = at == survey_.root().element() ? nullptr : dadtree::asElement(at->getParentNode())) {
     std::string name;
-    if (!toDatabase(ctx_, at->getAttribute(u"name"), name)) break;
-    for (int i = model_.num_of_tables - 1; i >= 0; --i) {
-      if (i == value.table || !isInTab(ctx_, model_.tab[i], name.c_str())) continue;
-      return "'" + shownText(ctx_, name) + "' counts as an element of " +
-             placeInTable(ctx_, *model_.tab[i], -1);
+    if (!toDatabase(survey_.ctx(), at->getAttribute(u"name"), name)) break;
+    for (int i = survey_.model().num_of_tables - 1; i >= 0; --i) {
+      const tab& table = survey_.table(i);
+      if (i == leaf.table || !isInTab(survey_.ctx(), &table, name.c_str())) continue;
+      if (at != leaf.element && at != row && name == table.top_element) continue;
+      return shownElement(at) + " counts as an element of " + placeInTable(survey_, i, -1);
     }
   }
-  return "it stands outside of '" + shownText(ctx_, model_.tab[value.table]->top_element) + "'";
+  return "it stands outside of " + shownElement(row);
 }
 
-void UntakenData::warnLost(const MappedValue& value, const Element* element) {
-  warnings_.warn("value-not-taken", value.table, value.column, element, value.leaf,
-                 [&] { return itemText(value) + " is not stored: " + reason(value); });
+void UntakenData::warnLost(const MappedLeaf& leaf, const Element* element) {
+  warnings_.warn("value-not-taken", leaf.table, leaf.column, element, leaf.node,
+                 [&] { return shownLeaf(leaf) + " is not stored: " + reason(leaf); });
 }
 
-void UntakenData::warnElsewhere(const MappedValue& value, int table, const Element* element) {
-  warnings_.warn("value-of-another-table", value.table, value.column, element, value.leaf, [&] {
-    return itemText(value) + " goes into " + placeInTable(ctx_, *model_.tab[table], -1) +
+void UntakenData::warnElsewhere(const MappedLeaf& leaf, int table, const Element* element) {
+  warnings_.warn("value-of-another-table", leaf.table, leaf.column, element, leaf.node, [&] {
+    return shownLeaf(leaf) + " goes into " + placeInTable(survey_, table, -1) +
            ", which maps the same name";
   });
 }
@@ -193,7 +184,7 @@ std::string UntakenData::text(std::span<const size_t> rowCounts) const {
   for (size_t i = 0; i < rowCounts.size(); ++i) {
     if (rowCounts[i] > 0) continue;
     tables += (tables.empty() ? "tables without a row: " : ", ") +
-              placeInTable(ctx_, *model_.tab[i], -1).substr(std::string_view("table ").size());
+              shownTable(survey_, static_cast<int>(i));
   }
   if (!text.empty() && !tables.empty()) text += "; ";
   return text + tables;

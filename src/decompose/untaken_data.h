@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "src/decompose/data_notices.h"
-#include "src/decompose/mapped_values.h"
 
 namespace orvxml {
 
@@ -21,8 +20,7 @@ class UntakenData {
   using Takers = std::map<const Element*, std::vector<int>>;
 
   // `takers`: the tables into whose rows the values of each leaf went.
-  UntakenData(QrkStruct* ctx, const rel& model, const MappedValues& values, const Takers& takers,
-              DataWarnings& warnings);
+  UntakenData(const MappingSurvey& survey, const Takers& takers, DataWarnings& warnings);
 
   // Values that went elsewhere are warned of at once.
   void findIn(const Element* root);
@@ -35,8 +33,8 @@ class UntakenData {
   struct Node {
     std::map<std::u16string, std::unique_ptr<Node>, std::less<>> children;
     // What is mapped, with the values of it that do not go where the mapping says alone.
-    std::map<std::u16string, std::vector<const MappedValue*>, std::less<>> attributes;
-    std::vector<const MappedValue*> texts;
+    std::map<std::u16string, std::vector<const MappedLeaf*>, std::less<>> attributes;
+    std::vector<const MappedLeaf*> texts;
     bool hasText = false;
     bool isWhole = false;  // the element is stored as it is
   };
@@ -51,18 +49,15 @@ class UntakenData {
   void look(const Node& node, const Element* element);
   void lookAtAttributes(const Node& node, const Element* element);
   void lookAtText(const Node& node, const Element* element);
-  std::span<const int> takersOf(const MappedValue& value) const;
-  bool goesAstray(const MappedValue& value) const;
-  void warn(const std::vector<const MappedValue*>& astray, const Element* element);
-  void warnLost(const MappedValue& value, const Element* element);
-  void warnElsewhere(const MappedValue& value, int table, const Element* element);
-  std::string itemText(const MappedValue& value) const;
-  std::string reason(const MappedValue& value) const;
+  std::span<const int> takersOf(const MappedLeaf& leaf) const;
+  bool goesAstray(const MappedLeaf& leaf) const;
+  void warn(const std::vector<const MappedLeaf*>& astray, const Element* element);
+  void warnLost(const MappedLeaf& leaf, const Element* element);
+  void warnElsewhere(const MappedLeaf& leaf, int table, const Element* element);
+  std::string reason(const MappedLeaf& leaf) const;
   void add(Kind kind, const std::string& name);
 
-  QrkStruct* ctx_;
-  const rel& model_;
-  const MappedValues& values_;
+  const MappingSurvey& survey_;
   const Takers& takers_;
   DataWarnings& warnings_;
   Node root_;

@@ -16,6 +16,7 @@ struct Case {
   int code;
   const char* message;  // a pattern: internal errors name the build and a line
   std::string script = {};
+  int codePage = 1208;
 };
 
 const char kDocument[] = "<p k='1'><c v='x'/></p>";
@@ -30,7 +31,7 @@ void expectShredOutcome(const Case& c) {
   SCOPED_TRACE(c.label);
   for (const bool listForm : {false, true}) {
     SCOPED_TRACE(listForm ? "list form" : "descriptor form");
-    DecomposeDatabase db;
+    DecomposeDatabase db(c.codePage);
     db.runScript(kParentAndChild + c.script);
     const CallOutcome outcome = listForm ? callListForm("qrkShredXML", c.dad, c.document)
                                          : db.call("qrkShredXML", c.dad, c.document);
@@ -81,6 +82,9 @@ TEST(DecomposeMessages, Validation) {
        "''>]>" +
            std::string(kDocument),
        0, kDone},
+      {"nor is one that cannot be registered",
+       parentAndChild("<validation>yes</validation><dtdid>&#x20AC;</dtdid>"),
+       "<!DOCTYPE p [<!ELEMENT p EMPTY><!ATTLIST p k CDATA ''>]><p k='1'/>", 0, kDone, "", 819},
       {"DTDs that cannot be looked up", byDtd, doctype + kDocument, -5,
        "ORV0206E *QRKM001W *QRKA010E *",
        "drop table orvxml.dtd_ref; create table orvxml.dtd_ref (x integer);"},
