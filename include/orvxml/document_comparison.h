@@ -3,8 +3,8 @@
 // children in whatever order (the mapping's orderBy decides it when documents are composed). What
 // rows cannot tell apart counts as the same: an absent attribute and an empty one, an element that
 // holds nothing and none at all, numbers that differ in the zeros that end their fraction. White
-// space counts only in an element without child elements; comments, instructions and declarations
-// of namespaces do not count.
+// space alone does not count, nor do comments, instructions, declarations of name spaces and xsi:
+// attributes.
 #pragma once
 
 #include <cstddef>
@@ -18,10 +18,30 @@ struct DocumentDifference {
   char text[512] = "";  // one line in UTF-8
 };
 
-// Both texts in the encoding that they declare, sizes in bytes. 0: the same; 1: not, and
-// `difference` has the first one; -1: one of them does not parse.
-extern "C" ORVXML_API int qrkCompareDocuments(const char* document, size_t documentSize,
-                                              const char* composed, size_t composedSize,
-                                              DocumentDifference* difference);
+enum ComparisonResult : int {
+  kSameDocument = 0,
+  kOtherDocument = 1,
+  kNoDocument = -1,  // what was to be read does not parse
+  kNoMemoryToCompare = -2,
+};
+
+// A document that was read to be compared with others.
+struct ComparedDocument;
+
+// Reads `size` bytes in the encoding that they declare. 0, and `*read` is the caller's to free; or
+// one of the negative results, and `*read` is null.
+extern "C" ORVXML_API ComparisonResult qrkReadForComparison(const char* document, size_t size,
+                                                            ComparedDocument** read);
+// Compares with a text of `size` bytes, which is read in the same way: with kOtherDocument
+// `difference` has the first difference, a negative result is about the text.
+extern "C" ORVXML_API ComparisonResult qrkCompareDocument(const ComparedDocument* document,
+                                                          const char* composed, size_t size,
+                                                          DocumentDifference* difference);
+// Null is nothing to free.
+extern "C" ORVXML_API void qrkFreeComparedDocument(ComparedDocument* document);
+
+struct FreeComparedDocument {
+  void operator()(ComparedDocument* document) const { qrkFreeComparedDocument(document); }
+};
 
 }  // namespace orvxml

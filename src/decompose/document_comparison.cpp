@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -11,6 +13,7 @@
 
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 
 #include "orvxml/parser_handlers.h"
 #include "src/decompose/data_notices.h"
@@ -35,10 +38,6 @@ struct Element {
   void finish();
 };
 
-bool isBlank(std::u16string_view text) {
-  return text.find_first_not_of(u" \t\r\n") == text.npos;
-}
-
 size_t mixed(size_t hash, size_t more) {
   return (hash ^ (more + 0x9E3779B97F4A7C15u + (hash << 6) + (hash >> 2))) * 0x100000001B3u;
 }
@@ -59,7 +58,7 @@ bool isSame(std::u16string_view a, std::u16string_view b) {
 }
 
 void Element::finish() {
-  if (!children.empty() && isBlank(text)) text.clear();
+  if (isBlank(text)) text.clear();
   std::sort(attributes.begin(), attributes.end());
   const auto of = [](std::u16string_view value) {
     return std::hash<std::u16string_view>()(withoutFinalZeros(value));
@@ -87,7 +86,7 @@ class TreeBuilder : public xercesc::DefaultHandler {
     for (XMLSize_t i = 0; i < attributes.getLength(); ++i) {
       const std::u16string_view attribute = attributes.getQName(i);
       const XMLCh* value = attributes.getValue(i);
-      if (*value == 0 || attribute == u"xmlns" || attribute.starts_with(u"xmlns:")) continue;
+      if (*value == 0 || isDeclaration(attribute)) continue;
       element.attributes.emplace_back(attribute, value);
     }
     open_.push_back(std::move(element));
@@ -193,13 +192,40 @@ Found firstDifference(const Element& document, const Element& composed) {
   return differenceOfChildren(document, composed);
 }
 
+// What the exception at hand says of a document that was to be read.
+ComparisonResult failureOfRead() {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return kNoMemoryToCompare;
+  } catch (const xercesc::OutOfMemoryException&) {
+    return kNoMemoryToCompare;
+  } catch (...) {
+    return kNoDocument;
+  }
+}
+
 }  // namespace
 
-int qrkCompareDocuments(const char* document, size_t documentSize, const char* composed,
-                        size_t composedSize, DocumentDifference* difference) try {
-  const Element ours = parsed(document, documentSize);
-  const Element theirs = parsed(composed, composedSize);
-  if (ours.hash == theirs.hash) return 0;
+struct ComparedDocument {
+  Element root;
+};
+
+ComparisonResult qrkReadForComparison(const char* document, size_t size,
+                                      ComparedDocument** read) try {
+  *read = nullptr;
+  auto made = std::make_unique<ComparedDocument>(parsed(document, size));
+  *read = made.release();
+  return kSameDocument;
+} catch (...) {
+  return failureOfRead();
+}
+
+ComparisonResult qrkCompareDocument(const ComparedDocument* document, const char* composed,
+                                    size_t size, DocumentDifference* difference) try {
+  const Element& ours = document->root;
+  const Element theirs = parsed(composed, size);
+  if (ours.hash == theirs.hash) return kSameDocument;
   const Found found = firstDifference(ours, theirs);
   difference->element = found.element;
   std::string_view text(found.text);
@@ -208,9 +234,13 @@ int qrkCompareDocuments(const char* document, size_t documentSize, const char* c
     text = text.substr(0, wholeCharacters(nullptr, text));
   }
   difference->text[text.copy(difference->text, text.size())] = '\0';
-  return 1;
+  return kOtherDocument;
 } catch (...) {
-  return -1;
+  return failureOfRead();
+}
+
+void qrkFreeComparedDocument(ComparedDocument* document) {
+  delete document;
 }
 
 }  // namespace orvxml

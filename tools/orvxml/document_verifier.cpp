@@ -1,5 +1,7 @@
 #include "document_verifier.h"
 
+#include <memory>
+#include <new>
 #include <string_view>
 
 #include "composer.h"
@@ -13,7 +15,13 @@ namespace {
 // Compares each document as it comes; the first difference of the last one is kept.
 class Comparison final : public DocumentReceiver {
  public:
-  explicit Comparison(std::string_view document) : document_(withoutDeclaration(document)) {}
+  // Reads the document once, however many are compared with it.
+  explicit Comparison(std::string_view document) {
+    const std::string text = withoutDeclaration(document);
+    ComparedDocument* read = nullptr;
+    result_ = qrkReadForComparison(text.data(), text.size(), &read);
+    document_.reset(read);
+  }
 
   bool beginDocument(std::string_view) override {
     composed_.clear();
@@ -26,22 +34,26 @@ class Comparison final : public DocumentReceiver {
   bool endDocument(int) override {
     ++count_;
     DocumentDifference found;
-    const int rc = qrkCompareDocuments(document_.data(), document_.size(), composed_.data(),
-                                       composed_.size(), &found);
-    isSame_ = rc == 0;
-    difference_ = {found.element, rc < 0 ? "what the rows give does not parse" : found.text};
-    return !isSame_;
+    result_ = qrkCompareDocument(document_.get(), composed_.data(), composed_.size(), &found);
+    difference_ = {found.element, found.text};
+    return result_ == kOtherDocument || result_ == kNoDocument;
   }
   bool leaveOut(const char*) override { return false; }
 
-  bool isSame() const { return isSame_; }
+  // Of the last document, or of reading the one that it is compared with while there was none.
+  ComparisonResult result() const { return result_; }
+  bool isSame() const { return count_ > 0 && result_ == kSameDocument; }
   size_t count() const { return count_; }
-  const Difference& difference() const { return difference_; }
+  Difference difference() const {
+    return result_ == kNoDocument ? Difference{0, "what the rows give does not parse"}
+                                  : difference_;
+  }
 
  private:
-  std::string document_, composed_;
+  std::unique_ptr<ComparedDocument, FreeComparedDocument> document_;
+  std::string composed_;
   size_t count_ = 0;
-  bool isSame_ = false;
+  ComparisonResult result_;
   Difference difference_;
 };
 
@@ -52,16 +64,23 @@ std::optional<Difference> verifyDocument(orv::Session& session, const Mapping& m
   Override only;
   if (!origin.empty()) only = {Override::kXml, origin};
   Comparison comparison(document.text);
+  if (comparison.result() == kNoMemoryToCompare) throw std::bad_alloc();
+  if (comparison.result() == kNoDocument) {
+    return Difference{0, "the document cannot be read again"};
+  }
   // The mapping's traps have been told, and a failure here is none of the document.
   NoticeLog unheard;
   const Listening listening(unheard);
   const ComposeOutcome outcome =
       Composer(session, mapping, only).composeDocuments(comparison, false, 0);
   if (comparison.isSame()) return std::nullopt;
+  if (comparison.result() == kNoMemoryToCompare) throw std::bad_alloc();
   if (outcome.code < 0) {
     return Difference{0, "the mapping cannot be composed: " + outcome.message};
   }
-  if (comparison.count() == 0) return Difference{0, "the rows give no document"};
+  if (comparison.count() == 0) {
+    return Difference{0, "the rows give no document" + (origin.empty() ? "" : " with " + origin)};
+  }
   return comparison.difference();
 }
 
