@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "local_context.h"
 #include "notice_log.h"
 #include "orvxml/extraction.h"
+#include "orvxml/utilities.h"
 #include "refusal.h"
 #include "result_writer.h"
 #include "row_insert.h"
@@ -42,6 +44,13 @@ std::vector<ColumnValue> splitAll(const char* option, const std::vector<std::str
   all.reserve(arguments.size());
   for (const std::string& argument : arguments) all.push_back(split(option, argument));
   return all;
+}
+
+// Whether a location path ends with an attribute: an "@" inside of a predicate only tells elements
+// apart.
+bool selectsAttribute(const std::string& path) {
+  const size_t mark = path.rfind("/@");
+  return mark != std::string::npos && path.find_first_of("\"]", mark) == std::string::npos;
 }
 
 // Extraction gives attribute values as they stand between quotation marks.
@@ -126,15 +135,13 @@ class RowSource {
 
   std::string take(const std::string& name, std::string& document, const ColumnValue& path) {
     std::string query = path.value;
-    char* value = nullptr;
-    if (extractOne(context_.get(), document.data(), 1, 1, kExtractText, query.data(), &value,
-                   kLongestValue, context_.sqlState, context_.message) != 0) {
-      std::free(value);
-      refuse(name, path.value + ": ");
-    }
-    const std::string taken = value;
-    std::free(value);
-    return path.value.find('@') == std::string::npos ? taken : withoutEntities(taken);
+    char* extracted = nullptr;
+    const int rc = extractOne(context_.get(), document.data(), 1, 1, kExtractText, query.data(),
+                              &extracted, kLongestValue, context_.sqlState, context_.message);
+    const std::unique_ptr<char, FreeMemory> value(extracted);
+    // An empty value is one, whatever the result says.
+    if (rc != 0 && !value) refuse(name, path.value + ": ");
+    return selectsAttribute(path.value) ? withoutEntities(value.get()) : value.get();
   }
 
   LocalContext context_;
