@@ -101,13 +101,13 @@ TEST_F(CommandShred, RegisteredProcedureAndCollectionGiveTheSameRows) {
   for (const std::string& document : documents()) arguments.push_back(document);
   EXPECT_EQ(place_.orvxml(arguments).status, 0);
   EXPECT_EQ(rows(query), direct);
+  const CommandResult unknown =
+      place_.orvxml({"shred", "--collection", std::string(200, 'n'), documents().front()});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_TRUE(contains(unknown.err, "QRKQ028E")) << unknown.err;
   sql(empty);
   EXPECT_EQ(place_.orvxml(arguments).status, 0);
   EXPECT_EQ(rows(query), direct);
-  const CommandResult unknown =
-      place_.orvxml({"shred", "--collection", "none", documents().front()});
-  EXPECT_EQ(unknown.status, 1);
-  EXPECT_TRUE(contains(unknown.err, "QRKQ028E")) << unknown.err;
 }
 
 TEST_F(CommandShred, EveryEncodingGivesTheSameText) {
@@ -170,6 +170,9 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
   };
   std::string otherType = dadText();
   otherType.replace(otherType.find("VARCHAR(80)"), 11, "INTEGER");
+  std::string filtered = dadText();
+  filtered.insert(filtered.find("</RDB_node>", filtered.find("VARCHAR(12)")),
+                  "<condition>CUSTOMER_NO = 'X'</condition>");
   const std::string good = place_.write("good.xml", customer("G", "g"));
   const Case cases[] = {
       {"missing", place_.path("absent.xml"), kDad, "absent.xml: No such file"},
@@ -195,6 +198,8 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
        "no.dad: QRKQ000E  root_node is missing"},
       {"another type than the table's", good, place_.write("type.dad", otherType),
        "type.dad:29:22: QRKQ022E  Column NAME of CUSTOMER should have type VARCHAR."},
+      {"a row that a condition leaves out", good, place_.write("filter.dad", filtered),
+       "good.xml: refused by --verify: the rows give no document with /customer/@number = 'G'"},
       {"row refused",
        place_.write("half.xml",
                     "<customer number=\"H\"><name>h</name>"
@@ -206,7 +211,7 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    const CommandResult result = place_.orvxml({"shred", "--dad", c.dad, c.document});
+    const CommandResult result = place_.orvxml({"shred", "--verify", "--dad", c.dad, c.document});
     EXPECT_EQ(result.status, 1);
     EXPECT_TRUE(contains(result.err, c.message)) << result.err;
     EXPECT_EQ(result.out, "");
@@ -229,15 +234,15 @@ TEST_F(CommandShred, WhatIsNotTakenIsToldAndRefusedOnRequest) {
   const CommandResult told = place_.orvxml({"shred", "--dad", dad, document});
   EXPECT_EQ(told.status, 0);
   EXPECT_EQ(told.err, document +
-                          ":2:18: warning: table M, column A: the value of 'm' went into the "
-                          "row that another 'm' began (" +
+                          ":2:18: warning: table M, column A: the value of <m> went into the "
+                          "row that another <m> began (" +
                           dad + ":2:26) [values-of-two-occurrences]\n");
   EXPECT_TRUE(told.out.ends_with("\n  M        2\n  not taken: 1 element: x\n")) << told.out;
   const CommandResult refused =
       place_.orvxml({"shred", "--strict", "--json", "--dad", dad, document});
   EXPECT_EQ(refused.status, 1);
-  EXPECT_TRUE(refused.err.ends_with(document +
-                                    ": refused by --strict: 1 warning; not taken: 1 element: x\n"))
+  EXPECT_TRUE(refused.err.ends_with(
+      ": refused by --strict: 1 warning [values-of-two-occurrences]; not taken: 1 element: x\n"))
       << refused.err;
   const nlohmann::json report = nlohmann::json::parse(refused.out);
   EXPECT_EQ(report["warnings"][0]["line"], 2);

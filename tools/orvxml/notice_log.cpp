@@ -16,20 +16,56 @@ bool isSame(const Notice& a, const Notice& b) {
          std::string_view(a.rule) == b.rule && a.text == b.text;
 }
 
+std::vector<size_t> elementsOf(const std::vector<Notice>& notices, size_t Notice::*element) {
+  std::vector<size_t> elements;
+  elements.reserve(notices.size());
+  for (const Notice& notice : notices) elements.push_back(notice.*element);
+  return elements;
+}
+
+// Where the text that a warning is about stands.
+std::string placeOf(const Notice& warning, const NoticePlaces& places) {
+  if (!warning.file.empty()) {
+    const std::optional<Position> position = parserPosition(warning.text);
+    return position ? located(warning.file, *position) : warning.file;
+  }
+  if (warning.documentElement) return places.document.placeOf(warning.documentElement);
+  return places.mapping.placeOf(warning.mappingElement);
+}
+
 }  // namespace
 
-std::optional<Position> positionOf(const NamedText& in, size_t element) {
-  if (element == 0 || in.text.empty()) return std::nullopt;
+Places::Places(const NamedText& in, const std::vector<size_t>& elements) : label_(in.label) {
+  for (const size_t element : elements) {
+    if (element != 0) places_.push_back({.element = element});
+  }
+  if (places_.empty() || in.text.empty()) return;
   const std::string text = withoutDeclaration(in.text);
-  ElementPlace place{.element = element};
-  qrkElementPlaces(text.data(), text.size(), &place, 1);
-  if (place.line == 0) return std::nullopt;
-  return Position{std::to_string(place.line), std::to_string(place.column)};
+  qrkElementPlaces(text.data(), text.size(), places_.data(), places_.size());
+}
+
+std::optional<Position> Places::positionOf(size_t element) const {
+  const auto place = std::ranges::find(places_, element, &ElementPlace::element);
+  if (place == places_.end() || place->line == 0) return std::nullopt;
+  return Position{std::to_string(place->line), std::to_string(place->column)};
+}
+
+std::string Places::placeOf(size_t element) const {
+  const std::optional<Position> position = positionOf(element);
+  return position ? located(label_, *position) : label_;
+}
+
+NoticePlaces::NoticePlaces(const NamedText& inMapping, const NamedText& inDocument,
+                           const std::vector<Notice>& notices)
+    : mapping(inMapping, elementsOf(notices, &Notice::mappingElement)),
+      document(inDocument, elementsOf(notices, &Notice::documentElement)) {}
+
+std::optional<Position> positionOf(const NamedText& in, size_t element) {
+  return Places(in, {element}).positionOf(element);
 }
 
 std::string placeOf(const NamedText& in, size_t element) {
-  const std::optional<Position> position = positionOf(in, element);
-  return position ? located(in.label, *position) : in.label;
+  return Places(in, {element}).placeOf(element);
 }
 
 std::string placeOf(const Notice* failure, const NamedText& mapping, const NamedText& document,
@@ -65,17 +101,17 @@ const Notice* NoticeLog::warning(std::string_view rule) const {
 }
 
 void NoticeLog::printWarnings(const NamedText& mapping, const NamedText& document) {
+  printWarnings(NoticePlaces(mapping, document, warnings_));
+}
+
+void NoticeLog::printWarnings(const NoticePlaces& places) {
   for (const Notice& notice : warnings_) {
     std::string text = "warning: " + notice.text;
     if (notice.documentElement && notice.mappingElement) {
-      text += " (" + placeOf(mapping, notice.mappingElement) + ')';
+      text += " (" + places.mapping.placeOf(notice.mappingElement) + ')';
     }
     if (*notice.rule) text.append(" [").append(notice.rule).append("]");
-    std::string place = placeOf(&notice, mapping, document, mapping.label);
-    const std::optional<Position> inFile =
-        notice.file.empty() ? std::nullopt : parserPosition(notice.text);
-    if (inFile) place = located(place, *inFile);
-    printMessage(place, text);
+    printMessage(placeOf(notice, places), text);
   }
   if (unkept_ > 0)
     printMessage(

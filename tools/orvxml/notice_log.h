@@ -21,9 +21,33 @@ struct NamedText {
   std::string_view text;  // empty: no places can be told
 };
 
-// "label:line:column" of an element, or the label alone.
+// Where elements of a text stand, found in one pass over it.
+class Places {
+ public:
+  // `elements`: their numbers; none stands at 0.
+  Places(const NamedText& in, const std::vector<size_t>& elements);
+
+  // Nothing for an element that is not there or was not asked for.
+  std::optional<Position> positionOf(size_t element) const;
+  // "label:line:column" of an element, or the label alone.
+  std::string placeOf(size_t element) const;
+  const std::string& label() const { return label_; }
+
+ private:
+  std::string label_;
+  std::vector<ElementPlace> places_;
+};
+
+// Those of the elements that notices are about.
+struct NoticePlaces {
+  Places mapping, document;
+
+  NoticePlaces(const NamedText& mapping, const NamedText& document,
+               const std::vector<Notice>& notices);
+};
+
+// The same for one element, which costs a pass.
 std::string placeOf(const NamedText& in, size_t element);
-// The same in parts; nothing for an element that is not there.
 std::optional<Position> positionOf(const NamedText& in, size_t element);
 
 // Listens where `Listening` says so. `mapping` is always there, `document` where the call reads
@@ -34,9 +58,12 @@ class NoticeLog final : public NoticeListener {
 
   // Prints the warnings as "place: warning: text [rule]" on standard error and forgets them.
   void printWarnings(const NamedText& mapping, const NamedText& document = {});
+  void printWarnings(const NoticePlaces& places);
   // The first warning of the rule; null for none.
   const Notice* warning(std::string_view rule) const;
   size_t warnings() const { return warnings_.size() + unkept_; }
+  // Those of them that are printed one by one.
+  const std::vector<Notice>& kept() const { return warnings_; }
   // The place of the failure that the last call gave, and what its message lacks; null for none.
   const Notice* failure() const { return failure_ ? &*failure_ : nullptr; }
   // What may lie behind the failure of a statement; null for nothing.

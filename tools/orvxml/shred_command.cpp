@@ -71,6 +71,7 @@ class DocumentRun {
       shred(document, result);
     } catch (const Failure& failure) {
       result.ok = false;
+      result.rows.clear();
       result.where = failure.where();
       result.message = failure.what();
       result.code = -1;
@@ -110,7 +111,9 @@ class DocumentRun {
     const size_t warnings = notices_.warnings();
     if (warnings == 0 && notices_.notTaken().empty()) return;
     std::string text = "refused by --strict";
-    if (warnings > 0) text += ": " + countText(static_cast<int64_t>(warnings), "warning");
+    if (warnings > 0) {
+      text += ": " + countText(static_cast<int64_t>(warnings), "warning") + ' ' + notices_.rules();
+    }
     if (!notices_.notTaken().empty()) text += (warnings > 0 ? "; " : ": ") + notTakenText();
     throw Failure(name, text);
   }
@@ -160,8 +163,9 @@ class DocumentRun {
     progress_.clearForData();
     if (notices_.hasUnprinted()) progress_.clear();
     std::string warnings;
-    if (settings_.json) warnings = warningsAsJson(document);
-    notices_.print(mapping_, document);
+    const NoticePlaces places = notices_.places(mapping_, document);
+    if (settings_.json) warnings = warningsAsJson(places);
+    notices_.print(places);
     if (settings_.json) {
       printJson(result, warnings);
     } else if (result.ok && !settings_.quiet) {
@@ -197,15 +201,15 @@ class DocumentRun {
   }
 
   // The warnings of this document, those about the mapping included.
-  std::string warningsAsJson(const NamedText& document) const {
+  std::string warningsAsJson(const NoticePlaces& places) const {
     std::string text;
     for (const Notice& notice : notices_.list()) {
       text += (text.empty() ? "{\"rule\": " : ", {\"rule\": ") + jsonString(notice.rule) +
               ", \"text\": " + jsonString(notice.text);
-      if (const auto at = positionOf(document, notice.documentElement)) {
+      if (const auto at = places.document.positionOf(notice.documentElement)) {
         text += ", \"line\": " + at->line + ", \"column\": " + at->column;
       }
-      if (const auto at = positionOf(mapping_, notice.mappingElement)) {
+      if (const auto at = places.mapping.positionOf(notice.mappingElement)) {
         text += ", \"mapping_line\": " + at->line + ", \"mapping_column\": " + at->column;
       }
       text += '}';

@@ -41,4 +41,18 @@ void ShredNotices::notice(const Notice& notice) {
   log_.notice(notice);
 }
 
+std::string ShredNotices::rules() const {
+  std::set<std::string_view> names;
+  for (const Notice& notice : list_) names.insert(notice.rule);
+  std::string text;
+  for (const std::string_view name : names) text.append(text.empty() ? "[" : ", ").append(name);
+  return text + ']';
+}
+
+NoticePlaces ShredNotices::places(const NamedText& mapping, const NamedText& document) const {
+  std::vector<Notice> all = list_;
+  all.insert(all.end(), log_.kept().begin(), log_.kept().end());
+  return {mapping, document, all};
+}
+
 }  // namespace orvxml::command

@@ -15,9 +15,11 @@ class ShredNotices final : public NoticeListener {
   void begin();
   void notice(const Notice& notice) override;
 
-  // The warnings of this document, those about the mapping included.
+  // The first warnings of this document, those about the mapping included, and how many there are.
   const std::vector<Notice>& list() const { return list_; }
   size_t warnings() const { return count_; }
+  // Their rules, each once: "[a, b]".
+  std::string rules() const;
   // What the mapping left out of this document, in one line; or empty.
   const std::string& notTaken() const { return notTaken_; }
   // The override that composes this document again; or empty.
@@ -25,9 +27,9 @@ class ShredNotices final : public NoticeListener {
   const Notice* failure() const { return log_.failure(); }
 
   bool hasUnprinted() const { return log_.warnings() > 0; }
-  void print(const NamedText& mapping, const NamedText& document) {
-    log_.printWarnings(mapping, document);
-  }
+  // Of what is listed and of what is to be printed.
+  NoticePlaces places(const NamedText& mapping, const NamedText& document) const;
+  void print(const NoticePlaces& places) { log_.printWarnings(places); }
 
  private:
   NoticeLog log_;

@@ -25,7 +25,8 @@ ShredOutcome Shredder::shred(const std::string& name, const std::string& documen
 }
 
 bool Shredder::fitsParameters(const std::string& document) const {
-  return document.size() <= kDocumentParameter && databaseMapping_.size() <= kDadParameter;
+  return document.size() <= kDocumentParameter &&
+         databaseMapping_.size() <= (mapping_.isCollection ? kNameParameter : kDadParameter);
 }
 
 ShredOutcome Shredder::callRegistered(const std::string& document) {

@@ -1,6 +1,7 @@
-// What the command does about signals. One that ends it says so and takes along what was begun and
-// not finished: a file that stands under a temporary name, a folder that is being filled. The
-// database sees to its own unit of work. A write beyond the limit on file sizes fails like one to a
+// What the command does about signals. One that ends it takes along what was begun and not
+// finished: a file that stands under a temporary name, a folder that is being filled. The database
+// sees to its own unit of work. SIGINT and SIGTERM say so; with SIGHUP and SIGPIPE nobody may be
+// there to read it. A write beyond the limit on file sizes fails like one to a
 // full disk, with a message.
 #pragma once
 
