@@ -79,6 +79,21 @@ size_t elementNumber(const DOMNode* node) {
   return number;
 }
 
+void numberElements(ElementNumbers& elements) {
+  if (elements.empty()) return;
+  xercesc::DOMDocument* const document = elements.begin()->first->getOwnerDocument();
+  size_t number = 0;
+  size_t left = elements.size();
+  for (DOMNode* at = document; at && left > 0; at = nextInDocumentOrder(document, at)) {
+    if (at->getNodeType() != DOMNode::ELEMENT_NODE) continue;
+    ++number;
+    if (const auto wanted = elements.find(at); wanted != elements.end()) {
+      wanted->second = number;
+      --left;
+    }
+  }
+}
+
 int qrkElementPlaces(const char* document, size_t size, ElementPlace* places, size_t count) try {
   PlaceFinder finder(places, count);
   if (finder.isDone()) return 0;

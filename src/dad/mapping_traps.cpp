@@ -4,29 +4,12 @@
 
 #include "orvxml/notices.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/element_order.h"
 #include "src/dad/trap_rules.h"
 
 namespace orvxml {
 
 using namespace dadtree;
-
-namespace {
-
-using ElementNumbers = std::unordered_map<const xercesc::DOMNode*, size_t>;
-
-// The numbers of all elements of a mapping: asking for one at a time would walk it for each.
-ElementNumbers elementNumbers(const xercesc::DOMNode* any) {
-  ElementNumbers numbers;
-  xercesc::DOMDocument* const document = any->getOwnerDocument();
-  for (xercesc::DOMNode* at = document; at; at = nextInDocumentOrder(document, at)) {
-    if (at->getNodeType() == xercesc::DOMNode::ELEMENT_NODE) {
-      numbers.emplace(at, numbers.size() + 1);
-    }
-  }
-  return numbers;
-}
-
-}  // namespace
 
 void TrapList::add(const char* rule, const xercesc::DOMNode* node, std::string_view text) {
   traps_.push_back({rule, node, std::string(text)});
@@ -35,11 +18,10 @@ void TrapList::add(const char* rule, const xercesc::DOMNode* node, std::string_v
 void TrapList::tellAll() {
   NoticeListener* const listener = noticeListener();
   if (traps_.empty() || !listener) return;
-  const ElementNumbers numbers = elementNumbers(traps_.front().node);
-  const auto number = [&](const Trap& trap) {
-    const auto found = numbers.find(trap.node);
-    return found == numbers.end() ? 0 : found->second;
-  };
+  ElementNumbers numbers;
+  for (const Trap& trap : traps_) numbers[trap.node] = 0;
+  numberElements(numbers);
+  const auto number = [&](const Trap& trap) { return numbers[trap.node]; };
   std::stable_sort(traps_.begin(), traps_.end(),
                    [&](const Trap& a, const Trap& b) { return number(a) < number(b); });
   for (Trap& trap : traps_) {

@@ -1,5 +1,7 @@
 #include "src/decompose/data_notices.h"
 
+#include <utility>
+
 #include "src/dad/element_order.h"
 #include "src/dad/trap_rules.h"
 
@@ -40,26 +42,35 @@ void DataWarnings::warn(const char* rule, int table, int column,
                         const xercesc::DOMNode* documentNode, const xercesc::DOMNode* dadNode,
                         const std::function<std::string()>& makeText) {
   Met& met = met_[{rule, table, column}];
-  if (++met.count == kToldWithPlaces + 1) met.firstUntold = elementNumber(documentNode);
+  if (++met.count == kToldWithPlaces + 1) met.firstUntold = documentNode;
   if (met.count > kToldWithPlaces) return;
-  Notice notice;
-  notice.rule = rule;
-  notice.text = placeInTable(survey_, table, column) + ": " + makeText();
-  notice.documentElement = elementNumber(documentNode);
-  notice.mappingElement = elementNumber(dadNode);
-  listener_.notice(notice);
+  warnings_.push_back(
+      {rule, placeInTable(survey_, table, column) + ": " + makeText(), documentNode, dadNode});
 }
 
-void DataWarnings::tellCounts() {
+void DataWarnings::tellAll() {
   for (const auto& [key, met] : met_) {
     if (met.count <= kToldWithPlaces) continue;
     const auto& [rule, table, column] = key;
-    Notice notice;
-    notice.rule = rule.data();
     const size_t more = met.count - kToldWithPlaces;
-    notice.text = placeInTable(survey_, table, column) + ": from here on the same " +
-                  std::to_string(more) + (more == 1 ? " time more" : " times more");
-    notice.documentElement = met.firstUntold;
+    warnings_.push_back({rule.data(),
+                         placeInTable(survey_, table, column) + ": from here on the same " +
+                             std::to_string(more) + (more == 1 ? " time more" : " times more"),
+                         met.firstUntold, nullptr});
+  }
+  ElementNumbers inDocument, inMapping;
+  for (const Warning& warning : warnings_) {
+    inDocument[warning.documentNode] = 0;
+    if (warning.dadNode) inMapping[warning.dadNode] = 0;
+  }
+  numberElements(inDocument);
+  numberElements(inMapping);
+  for (Warning& warning : warnings_) {
+    Notice notice;
+    notice.rule = warning.rule;
+    notice.text = std::move(warning.text);
+    notice.documentElement = inDocument[warning.documentNode];
+    if (warning.dadNode) notice.mappingElement = inMapping[warning.dadNode];
     listener_.notice(notice);
   }
 }

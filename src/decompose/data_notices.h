@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <vector>
 
 #include "orvxml/notices.h"
 #include "src/dad/mapping_notices.h"
@@ -30,21 +31,30 @@ class DataWarnings {
   DataWarnings(NoticeListener& listener, const MappingSurvey& survey)
       : listener_(listener), survey_(survey) {}
 
-  // `makeText` is only asked while the warning is still told; what it gives stands behind table and
-  // column.
+  // `makeText` is only asked while the warning is still one to tell; what it gives stands behind
+  // table and column.
   void warn(const char* rule, int table, int column, const xercesc::DOMNode* documentNode,
             const xercesc::DOMNode* dadNode, const std::function<std::string()>& makeText);
-  // How often each rule was met beyond what was told.
-  void tellCounts();
+  // Tells them, and how often each rule was met beyond that. Places are looked for now, in one walk
+  // over the document.
+  void tellAll();
 
  private:
   using Key = std::tuple<std::string_view, int, int>;
 
+  struct Warning {
+    const char* rule;
+    std::string text;
+    const xercesc::DOMNode* documentNode;
+    const xercesc::DOMNode* dadNode;  // or null
+  };
+
   NoticeListener& listener_;
   const MappingSurvey& survey_;
+  std::vector<Warning> warnings_;
   struct Met {
     size_t count = 0;
-    size_t firstUntold = 0;  // the number of its element in the document
+    const xercesc::DOMNode* firstUntold = nullptr;
   };
   std::map<Key, Met> met_;
 };

@@ -313,7 +313,7 @@ void DataWatch::end() {
   }
   UntakenData untaken(survey_, takers_, warnings_);
   untaken.findIn(root_);
-  warnings_.tellCounts();
+  warnings_.tellAll();
   Notice notice;
   notice.rule = "not-taken";
   notice.text = untaken.text(rowCounts_);

@@ -53,6 +53,8 @@ class DataWatch {
 
   // After a walk that succeeded.
   void end();
+  // After another one.
+  void endFailed() { warnings_.tellAll(); }
 
  private:
   struct Visit {

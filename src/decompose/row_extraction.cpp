@@ -155,7 +155,7 @@ int decompose_element(QrkStruct* ctx, rel* relinfo, DOM_Document& doc, tab* pare
   std::deque<Lineage> ancestors;
   const Container container = containerOf(*xml_container, ancestors);
   const int code = Walk(state).decompose(parent_tab, container, dad_element->element());
-  if (code >= 0 && watch) watch->end();
+  if (watch) code < 0 ? watch->endFailed() : watch->end();
   return code;
 }
 
