@@ -96,7 +96,7 @@ TEST(DecomposeMessages, Validation) {
 }
 
 TEST(DecomposeMessages, DadsThatCannotBeUsed) {
-  const std::string p = tables("pc", "p.k = c.k") + attribute("k", column("p", "k"));
+  const std::string p = tables("pc", "p.k = c.k") + attributeOf("k", "p", "k");
   const Case cases[] = {
       {"no XML", "<DAD>", kDocument, -85, "QRKQ047E  Parser error on line 1 column *"},
       {"no root_node", "<DAD><Xcollection/></DAD>", kDocument, -61,
@@ -104,22 +104,20 @@ TEST(DecomposeMessages, DadsThatCannotBeUsed) {
       {"no element_node", "<DAD><Xcollection><root_node/></Xcollection></DAD>", kDocument, -61,
        "QRKQ000E  element_node is missing from the DAD file."},
       {"the top element has no name",
-       dad("<element_node>" + tables("p") + attribute("k", column("p", "k")) + "</element_node>"),
+       dad("<element_node>" + tables("p") + attributeOf("k", "p", "k") + "</element_node>"),
        kDocument, -74, "QRKQ014E  An element_node element has no name."},
       {"an element below has no name",
-       dad(element("p",
-                   p + "<element_node>" + attribute("v", column("c", "v")) + "</element_node>")),
+       dad(element("p", p + "<element_node>" + attributeOf("v", "c", "v") + "</element_node>")),
        kDocument, -74, "QRKQ014E  An element_node element has no name."},
       {"an attribute has no name",
        dad(element("p", p + "<attribute_node>" + column("p", "a") + "</attribute_node>")),
        kDocument, -66, "QRKQ006E  An attribute_node element has no name."},
       {"a text of a table that is not mapped where it stands",
-       dad(element(
-           "p", p + element("x", text(column("c", "v"))) + element("y", text(column("c", "w"))))),
+       dad(element("p", p + textOf("x", "c", "v") + textOf("y", "c", "w"))),
        "<p k='1'><x>a</x><y>b</y></p>", -57,
        "QRKG001E  An internal error occured in build *, file qrkrdbi, and line *."},
-      {"a missing table", dad(element("p", tables("n") + attribute("k", column("n", "k")))),
-       kDocument, -81, "QRKQ021E  Table *N does not have column K."},
+      {"a missing table", dad(element("p", tables("n") + attributeOf("k", "n", "k"))), kDocument,
+       -81, "QRKQ021E  Table *N does not have column K."},
       {"another type than the table's",
        dad(element("p", tables("p") + attribute("k", column("p", "k", "integer")))), kDocument, -82,
        "QRKQ022E  Column K of P should have type VARCHAR."},
@@ -128,13 +126,12 @@ TEST(DecomposeMessages, DadsThatCannotBeUsed) {
 }
 
 TEST(DecomposeMessages, DocumentsThatDoNotFit) {
-  const std::string p = tables("pc", "p.k = c.k") + attribute("k", column("p", "k"));
-  const std::string textKey = dad(element(
-      "r",
-      tables("pc", "p.k = c.k") +
-          element("p", attribute("a", column("p", "a")) + element("k", text(column("p", "k"))) +
-                           element("s", element("c", attribute("v", column("c", "v")))))));
-  const std::string nested = dad(element("p", p + element("e", attribute("a", column("p", "a")))));
+  const std::string p = tables("pc", "p.k = c.k") + attributeOf("k", "p", "k");
+  const std::string textKey = dad(
+      element("r", tables("pc", "p.k = c.k") +
+                       element("p", attributeOf("a", "p", "a") + textOf("k", "p", "k") +
+                                        element("s", element("c", attributeOf("v", "c", "v"))))));
+  const std::string nested = dad(element("p", p + element("e", attributeOf("a", "p", "a"))));
   const std::string longName(65, 'n');
   const Case cases[] = {
       {"no XML", parentAndChild(), "<p>", -85, "QRKQ047E  Parser error on line 1 column *"},
@@ -152,18 +149,17 @@ TEST(DecomposeMessages, DocumentsThatDoNotFit) {
       {"an attribute missing after it was there", nested, "<p k='1'><e a='x'/><e/></p>", -127,
        "QRKQ045E  Subtree under element p contain multiple attributes named a."},
       {"an attribute outside of the top element",
-       dad(element("r",
-                   tables("c") + element("x", attribute("v", column("c", "v"))) +
-                       element("y", text(column("c", "w")) + attribute("k", column("c", "k"))))),
+       dad(element("r", tables("c") + element("x", attributeOf("v", "c", "v")) +
+                            element("y", text(column("c", "w")) + attributeOf("k", "c", "k")))),
        "<r><x v='1'/><y k='2'>t</y></r>", -126,
        "QRKQ044E  Element y does not have an ancestor element x."},
       {"an element name longer than a mapped one can be",
-       dad(element("p", p + element(longName, attribute("a", column("p", "a"))))),
+       dad(element("p", p + element(longName, attributeOf("a", "p", "a")))),
        "<p k='1'><" + longName + " a='x'/></p>", -1, "QRKG001E  An internal error occured *"},
       {"a value longer than its column", parentAndChild(), "<p k='12345'/>", -86,
        "QRKQ026E  XML data k is too large to fit in column K."},
       {"a key longer than its column",
-       dad(element("p", p + element("m", element("c", attribute("v", column("c", "v")))))),
+       dad(element("p", p + element("m", element("c", attributeOf("v", "c", "v"))))),
        "<p k='1'><m k='12345'><c v='x'/></m></p>", -86,
        "QRKQ026E  XML data k is too large to fit in column K."},
       {"a row that the table refuses", parentAndChild(), kDocument, -57,
@@ -193,7 +189,7 @@ TEST(DecomposeMessages, NullAndEmptyParameters) {
 }
 
 TEST(DecomposeMessages, Collections) {
-  const std::string missing = dad(element("p", tables("n") + attribute("k", column("n", "k"))));
+  const std::string missing = dad(element("p", tables("n") + attributeOf("k", "n", "k")));
   DecomposeDatabase db;
   db.runScript(kParentAndChild);
   db.addCollection("good", parentAndChild());

@@ -12,7 +12,7 @@ const CallOutcome kDone{0, "QRKQ025I  XML decomposed successfully."};
 
 // p holds k and a; c below it holds v and w.
 std::string parentWith(const std::string& content) {
-  return dad(element("p", tables("pc", "p.k = c.k") + attribute("k", column("p", "k")) + content));
+  return dad(element("p", tables("pc", "p.k = c.k") + attributeOf("k", "p", "k") + content));
 }
 
 // The rows of a query, values parted by "|", each row ended by a blank.
@@ -26,10 +26,9 @@ std::string rowsAsText(Database& db, const std::string& query) {
 }
 
 TEST(DecomposeRows, ValuesBecomeRows) {
-  const std::string childTexts =
-      element("c", attribute("v", column("c", "v")) + element("w", text(column("c", "w"))));
+  const std::string childTexts = element("c", attributeOf("v", "c", "v") + textOf("w", "c", "w"));
   const std::string top = tables("pc", "p.k = c.k");
-  const std::string key = attribute("k", column("p", "k"));
+  const std::string key = attributeOf("k", "p", "k");
   const char children[] = "select k, v, w from c order by k, v";
   const struct {
     const char* label;
@@ -38,15 +37,14 @@ TEST(DecomposeRows, ValuesBecomeRows) {
     const char* query;
     const char* rows;
   } cases[] = {
-      {"an attribute missing on the top element", parentWith(attribute("a", column("p", "a"))),
+      {"an attribute missing on the top element", parentWith(attributeOf("a", "p", "a")),
        "<p k='1'/>", "select k, a from p", "1|NULL "},
-      {"an attribute missing below it", parentWith(element("e", attribute("a", column("p", "a")))),
+      {"an attribute missing below it", parentWith(element("e", attributeOf("a", "p", "a"))),
        "<p k='1'><e/></p>", "select k, a from p", "1|NULL "},
       {"an empty attribute and an empty text", parentWith(childTexts),
        "<p k='1'><c v=''><w></w></c></p>", children, "1|NULL|NULL "},
       {"siblings make rows, what the mapping names later fills the last one",
-       parentWith(repeated(
-           "c", element("v", text(column("c", "v"))) + element("w", text(column("c", "w"))))),
+       parentWith(repeated("c", textOf("v", "c", "v") + textOf("w", "c", "w"))),
        "<p k='1'><c><w>w0</w><v>v1</v><v>v2</v><w>w2</w></c></p>", children,
        "1|v1|NULL 1|v2|w0 1|NULL|w2 "},
       {"another parent begins a row of its own",
@@ -56,8 +54,7 @@ TEST(DecomposeRows, ValuesBecomeRows) {
       {"a key is looked for past the table's own elements", parentWith(childTexts),
        "<p k='1'><c v='a' k='no'><w>b</w></c></p>", children, "1|a|b "},
       {"text, CDATA and text are one value, also where it is a key",
-       dad(element("r", top + element("p", attribute("a", column("p", "a")) +
-                                               element("k", text(column("p", "k"))) +
+       dad(element("r", top + element("p", attributeOf("a", "p", "a") + textOf("k", "p", "k") +
                                                element("s", childTexts)))),
        "<r><p a='1'><k><!-- 1 -->&lt;<?k 2?><![CDATA[&]]><q/>\xC3\xBC</k><s><c v='x'/></s></p></r>",
        "select p.k, c.k from p, c", "<&\xC3\xBC|<&\xC3\xBC "},
