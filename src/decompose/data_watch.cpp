@@ -116,7 +116,7 @@ bool DataWatch::isAt(const xercesc::DOMNode* node, const Element* element) const
 
 bool DataWatch::isMeant(const foreign_key& key, const Element* holder, bool isJoin) const {
   const MappedLeaf* parent = survey_.leafOf(key.parent);
-  if (!parent) return false;
+  if (!parent) return true;
   for (const MappedLeaf& leaf : survey_.leaves()) {
     const tab& table = survey_.table(leaf.table);
     if (leaf.table != parent->table ||
@@ -144,16 +144,12 @@ void DataWatch::strayKey(int table, const foreign_key& key, const Element* holde
   const MappedLeaf* parent = survey_.leafOf(key.parent);
   // The number of the key's column tells the columns apart; it is none of the mapped ones.
   const auto column = static_cast<int>(&key - survey_.table(table).fk);
-  warnings_.warn(
-      "key-from-in-between", table, -2 - column, source, parent ? parent->node : nullptr, [&] {
-        std::string told = "column " + text(key.column->col) + " takes its value from " +
-                           shownTag(holder) + " (" + std::to_string(elementNumber(holder)) +
-                           ". element), not from ";
-        if (!parent) return told + "an element of the mapping";
-        return told + (hasLeftRow
-                           ? "the " + shownElement(survey_.rowElement(parent->table)) + " around it"
-                           : "where " + placeText(parent->table, parent->column) + " is mapped");
-      });
+  warnings_.warn("key-from-in-between", table, -2 - column, source, parent->node, [&] {
+    return "column " + text(key.column->col) + " takes its value from " + shownTag(holder) + " (" +
+           std::to_string(elementNumber(holder)) + ". element), not from " +
+           (hasLeftRow ? "the " + shownElement(survey_.rowElement(parent->table)) + " around it"
+                       : "where " + placeText(parent->table, parent->column) + " is mapped");
+  });
 }
 
 // ---- Where the failure lies

@@ -64,8 +64,8 @@ TEST(DecomposeNotices, TrapsThatTheDataMeets) {
   const std::string mixed =
       "table C, column V: the value of <c> went into the row that another <c> began";
   const std::vector<std::string> lostParent = {
-      "value-not-taken@1: table P, column K: the attribute k of <p> is not stored: <p> counts as an "
-      "element of table C",
+      "value-not-taken@1: table P, column K: the attribute k of <p> is not stored: <p> counts as "
+      "an element of table C",
       "not-taken@0: tables without a row: P"};
   const auto keyOf = [](const char* type) {
     return dad(element("p", tables("d") + attribute("k", column("d", "k", type))));
@@ -134,7 +134,8 @@ TEST(DecomposeNotices, TrapsThatTheDataMeets) {
        dad(element("r", kTop + element("p", attributeOf("k", "p", "k") + kChild))),
        "<q xmlns='u' xml:lang='de'>t<p k='1' z='2'>t<c v='1' z='1'/><d/><d><c/></d></p></q>",
        {"other-root@1: the document's root is 'q', the mapping's 'r'",
-        "not-taken@0: 2 elements, 3 attributes, 2 texts: d (2), @xml:lang, @z (2), text of q, text of p"}},
+        "not-taken@0: 2 elements, 3 attributes, 2 texts: d (2), @xml:lang, @z (2), text of q, text "
+        "of p"}},
   };
   for (const Case& c : cases) expectTold(c, 0);
 }

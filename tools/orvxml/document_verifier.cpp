@@ -81,6 +81,11 @@ std::optional<Difference> verifyDocument(orv::Session& session, const Mapping& m
   if (comparison.count() == 0) {
     return Difference{0, "the rows give no document" + (origin.empty() ? "" : " with " + origin)};
   }
+  // Which of several was meant to be the same is not known, nor then what differs.
+  if (comparison.count() > 1) {
+    return Difference{0, "none of the " + std::to_string(comparison.count()) +
+                             " documents that the rows give is the same"};
+  }
   return comparison.difference();
 }
 
