@@ -295,16 +295,19 @@ bool mayWrite(const char* path) {
 
 // Whether nobody can write the file, so that reading it needs no locks: it lies on a read-only file
 // system, or neither it nor its folder may be written by anyone. (The superuser may, and must not
-// while it is read.) What another process left in a write-ahead log cannot be read without writing.
+// while it is read.) What another process left in a write-ahead log or a journal cannot be taken
+// into account without writing. Both lie beside the file itself, not beside a link to it.
 bool isUnchangeable(const std::string& path) {
   const std::string folder = std::filesystem::path(path).parent_path().string();
-  const char* const folderName = folder.empty() ? "." : folder.c_str();
+  const char* const folderName = folder.c_str();
   struct stat file {};
   struct stat around {};
-  struct stat log {};
   struct statvfs system {};
   if (::stat(path.c_str(), &file) != 0 || ::stat(folderName, &around) != 0) return false;
-  if (::stat((path + "-wal").c_str(), &log) == 0 && log.st_size > 0) return false;
+  for (const char* part : {"-wal", "-journal"}) {
+    struct stat beside {};
+    if (::stat((path + part).c_str(), &beside) == 0 && beside.st_size > 0) return false;
+  }
   if (::statvfs(path.c_str(), &system) == 0 && (system.f_flag & ST_RDONLY) != 0) return true;
   constexpr mode_t kWritable = S_IWUSR | S_IWGRP | S_IWOTH;
   return ((file.st_mode | around.st_mode) & kWritable) == 0 && !mayWrite(path.c_str()) &&
@@ -335,18 +338,29 @@ DatabaseHandle openNamed(const std::string& name, int flags, const std::string& 
   DatabaseHandle handle(database);
   if (rc != SQLITE_OK) throw SqlError(-1026, {path});
   setUp(database);
-  requireDatabase(database, path);
   return handle;
 }
 
+// A database with a write-ahead log wants to make that file beside it, even to be read. This is how
+// SQLite fails where it may not: by the permissions of the folder, or the file system's.
+bool lacksLog(sqlite3* database) {
+  const int rc = sqlite3_extended_errcode(database);
+  return rc == SQLITE_READONLY_DIRECTORY || rc == SQLITE_CANTOPEN;
+}
+
 DatabaseHandle openExisting(const std::string& path) {
+  DatabaseHandle handle = openNamed(path, SQLITE_OPEN_READWRITE, path);
   try {
-    return openNamed(path, SQLITE_OPEN_READWRITE, path);
+    requireDatabase(handle.get(), path);
   } catch (const SqlError&) {
-    // A database with a write-ahead log wants to make a file beside it, even to be read.
-    if (isMemory(path) || !isUnchangeable(path)) throw;
+    if (isMemory(path) || !lacksLog(handle.get())) throw;
+    std::error_code unknown;
+    const std::string file = std::filesystem::canonical(path, unknown).string();
+    if (unknown || !isUnchangeable(file)) throw;
+    handle = openNamed(immutableName(file), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, path);
+    requireDatabase(handle.get(), path);
   }
-  return openNamed(immutableName(path), SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, path);
+  return handle;
 }
 
 }  // namespace
