@@ -420,7 +420,9 @@ Stored storeNativeText(const HostArea& area, std::string_view native, SessionSta
 
 void requireDescribedLength(const ValueView& value, size_t length, const SqlType& type) {
   const bool counted = isCharacter(type.kind) && !isLargeObject(type.kind);
-  if (counted && static_cast<int64_t>(length) > type.length) {
+  // Bytes may have come as two digits each.
+  const size_t full = value.kind == ValueView::Kind::Blob ? value.text.size() : length;
+  if (counted && static_cast<int64_t>(full) > type.length) {
     throw SqlError(-433, {shortened(value.text)});
   }
 }

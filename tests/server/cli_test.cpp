@@ -295,25 +295,28 @@ TEST_F(CliTest, ParametersAreReadWhenTheStatementRuns) {
 
 TEST_F(CliTest, RowsGoIntoBoundVariables) {
   TestSession session;
-  session.run("CREATE TABLE T (I INTEGER, V VARCHAR(20), X CLOB(1K), B VARCHAR(4) FOR BIT DATA)");
-  session.run("INSERT INTO T VALUES (1, 'h\u00e4llo', 'document', X'00FF')");
-  session.run("INSERT INTO T VALUES (2, NULL, NULL, NULL)");
+  session.run(
+      "CREATE TABLE T (I INTEGER, V VARCHAR(20), X CLOB(1K), B VARCHAR(4) FOR BIT DATA,"
+      " C CHAR(3))");
+  session.run("INSERT INTO T VALUES (1, 'h\u00e4llo', 'document', X'00FF', X'FF00FE')");
+  session.run("INSERT INTO T(I) VALUES (2)");
   connect();
-  char text[5] = "";
-  char number[12] = "";
-  char bits[9] = "";
+  char text[5] = "", number[12] = "", bits[9] = "";
+  char bytes[4] = "";  // as CHAR(3) is described, which the digits of bytes are not
   SQLINTEGER locator = 0, textLength = 0, numberLength = 0, locatorLength = 0, bitLength = 0;
-  ASSERT_EQ(execDirect("SELECT I, V, X, B FROM T ORDER BY I"), SQL_SUCCESS);
+  ASSERT_EQ(execDirect("SELECT I, V, X, B, C FROM T ORDER BY I"), SQL_SUCCESS);
   SQLBindCol(stmt, 1, SQL_C_CHAR, number, sizeof number, &numberLength);
   SQLBindCol(stmt, 2, SQL_C_CHAR, text, 3, &textLength);
   SQLBindCol(stmt, 3, SQL_C_CLOB_LOCATOR, &locator, 4, &locatorLength);
   SQLBindCol(stmt, 4, SQL_C_CHAR, bits, sizeof bits, &bitLength);
+  SQLBindCol(stmt, 5, SQL_C_CHAR, bytes, sizeof bytes, &numberLength);
   EXPECT_EQ(SQLFetch(stmt), SQL_SUCCESS_WITH_INFO);
   EXPECT_EQ(state(), "01004");
   EXPECT_STREQ(number, "1");
   EXPECT_STREQ(text, "h");  // two bytes would split the character
   EXPECT_EQ(textLength, 6);
   EXPECT_STREQ(bits, "00FF");
+  EXPECT_STREQ(bytes, "FF0");
   EXPECT_EQ(*session->state().locators().find(locator).native(session->state().codePage()),
             "document");
   const SQLINTEGER first = locator;
