@@ -54,9 +54,13 @@ class UnitText {
   throw SqlError(-138, "22011", {});
 }
 
-// ORV_LENGTH(unit, text)
+// ORV_LENGTH(unit, text). A value in CHAR or VARCHAR may be bytes, which no code page counts.
 void length(sqlite3_context* context, int, sqlite3_value** values) {
   if (anyNull(values, 2)) return;
+  if (sqlite3_value_type(values[1]) == SQLITE_BLOB) {
+    sqlite3_result_int(context, sqlite3_value_bytes(values[1]));
+    return;
+  }
   sqlite3_result_int64(context, UnitText(context, values[0]).length(textArgument(values[1])));
 }
 
