@@ -40,9 +40,11 @@ void checkCapitals(const CodePage& codePage, std::string_view text) {
 }
 
 CompilationPtr compiled(SessionState& session, std::string_view text) {
-  checkCapitals(session.codePage(), text);
   session.lookForChanges();
-  return session.statements().get(text, session.catalog());
+  StatementCache& statements = session.statements();
+  if (CompilationPtr known = statements.find(text, session.catalog())) return known;
+  checkCapitals(session.codePage(), text);
+  return statements.get(text, session.catalog());
 }
 
 }  // namespace

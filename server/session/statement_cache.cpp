@@ -74,17 +74,21 @@ const std::vector<OutputColumn>& Compilation::columns() const {
   return statement->hasResult() && statement->query ? statement->query->columns : kNone;
 }
 
-CompilationPtr StatementCache::get(std::string_view text, const Catalog& catalog) {
+CompilationPtr StatementCache::find(std::string_view text, const Catalog& catalog) {
   const auto at = byText_.find(text);
-  if (at != byText_.end()) {
-    const Order::iterator entry = at->second;
-    if ((*entry)->catalogVersion == catalog.version()) {
-      order_.splice(order_.begin(), order_, entry);
-      return *entry;
-    }
-    byText_.erase(at);
-    order_.erase(entry);
+  if (at == byText_.end()) return nullptr;
+  const Order::iterator entry = at->second;
+  if ((*entry)->catalogVersion == catalog.version()) {
+    order_.splice(order_.begin(), order_, entry);
+    return *entry;
   }
+  byText_.erase(at);
+  order_.erase(entry);
+  return nullptr;
+}
+
+CompilationPtr StatementCache::get(std::string_view text, const Catalog& catalog) {
+  if (CompilationPtr known = find(text, catalog)) return known;
   auto compilation = std::make_shared<Compilation>(text, catalog);
   if (!compilation->isPrepared()) return compilation;
   order_.push_front(compilation);

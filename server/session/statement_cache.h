@@ -58,6 +58,8 @@ class StatementCache {
  public:
   static constexpr size_t kCapacity = 200;
 
+  // The compilation of `text` at the catalog's present version where it is kept, else null.
+  CompilationPtr find(std::string_view text, const Catalog& catalog);
   // The compilation of `text` at the catalog's present version. Statements that the engine does
   // not prepare are compiled each time.
   CompilationPtr get(std::string_view text, const Catalog& catalog);
