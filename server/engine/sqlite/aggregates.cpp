@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "server/engine/sqlite/foreign_columns.h"
 #include "server/engine/sqlite/function_support.h"
 
 namespace orv::sqlite {
@@ -34,6 +35,9 @@ void addInteger(sqlite3_context* context, int, sqlite3_value** values) {
   auto* state = stateOf<IntegerSum>(context);
   if (anyNull(values, 1)) return;
   state->any = true;
+  if (sqlite3_value_type(values[0]) != SQLITE_INTEGER) {
+    failOfType(viewOf(values[0]), makeType(TypeKind::BigInt));
+  }
   if (__builtin_add_overflow(state->total, sqlite3_value_int64(values[0]), &state->total)) {
     throw SqlError(-802);
   }

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "server/engine/sqlite/foreign_columns.h"
 #include "server/engine/sqlite/function_support.h"
 #include "server/sql/numeral.h"
 
@@ -75,6 +76,13 @@ void checkRange(int64_t value, TypeKind kind) {
   if (kind == TypeKind::SmallInt && (value < INT16_MIN || value > INT16_MAX)) failOverflow();
 }
 
+// Another program may have written into a table of the server's own, whose columns are not looked
+// at before.
+int64_t integerOf(const ValueView& value, const SqlType& type) {
+  if (value.kind != ValueView::Kind::Integer) failOfType(value, type);
+  return value.integer;
+}
+
 double doubleOf(const ValueView& value) {
   SqlType type;
   type.kind = TypeKind::Double;
@@ -104,8 +112,11 @@ Decimal decimalOf(const ValueView& value) {
     text = {digits, static_cast<size_t>(end - digits)};
   }
   std::optional<Decimal> decimal = Decimal::parse(text);
-  if (!decimal) failOverflow();
-  return *decimal;
+  if (decimal) return *decimal;
+  SqlType type;
+  type.kind = TypeKind::Decimal;
+  Numeral::parse(text, type);
+  failOverflow();
 }
 
 // One step of the chain; decimals are kept in `storage`.
@@ -124,7 +135,7 @@ ValueView applyOperator(char op, const SqlType& type, const ValueView& a, const 
     case TypeKind::Double:
       return ValueView::of(calculate(op, doubleOf(a), doubleOf(b)));
     default: {
-      int64_t result = calculate(op, a.integer, b.integer);
+      int64_t result = calculate(op, integerOf(a, type), integerOf(b, type));
       checkRange(result, type.kind);
       return ValueView::of(result);
     }

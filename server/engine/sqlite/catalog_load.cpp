@@ -54,6 +54,7 @@ class Loader {
     if (own_) loadKeys();
     if (own_) loadAliases();
     loadForeignTables();
+    loadViewsOfForeign();
     loadForeignTriggers();
     loadIndexes();
     addSystemViews(*data_);
@@ -316,6 +317,37 @@ class Loader {
       }
       table.foreignKeys.back().columns.push_back(table.columnIndex(rows.text(2)));
       if (!rows.isNull(3)) table.foreignKeys.back().parentColumns.push_back(foldName(rows.text(3)));
+    }
+  }
+
+  // What a view gives of other programs' tables is no more certain than what they hold.
+  void loadViewsOfForeign() {
+    std::vector<std::string> sources;  // as the texts of views name them
+    std::unordered_map<std::string, Table*> views;
+    const auto add = [&](const Table& table) {
+      SqlText source;
+      source << Name{table.storedName} << " AS ";
+      sources.push_back(source.take());
+    };
+    for (const auto& table : data_->tables) {
+      if (table->type == 'V' && !table->foreign) {
+        views[table->storedName] = table.get();
+      } else if (std::ranges::any_of(table->columns, &Column::isForeign)) {
+        add(*table);
+      }
+    }
+    if (sources.empty() || views.empty()) return;
+    Command rows(database_, "SELECT name, sql FROM sqlite_schema WHERE type='view' ORDER BY rowid");
+    while (rows.step()) {
+      const auto view = views.find(rows.text(0));
+      if (view == views.end()) continue;
+      const std::string text = rows.text(1);
+      const auto isNamed = [&](const std::string& source) {
+        return text.find(source) != std::string::npos;
+      };
+      if (std::ranges::none_of(sources, isNamed)) continue;
+      for (Column& column : view->second->columns) column.isForeign = true;
+      add(*view->second);
     }
   }
 

@@ -21,7 +21,7 @@ std::string digitsOf(Uint128 number) {
 std::optional<Uint128> numberOf(std::string_view digits) {
   Uint128 number = 0;
   for (char c : digits) {
-    if (number > (kMax - 9) / 10) return std::nullopt;
+    if (c < '0' || c > '9' || number > (kMax - 9) / 10) return std::nullopt;
     number = number * 10 + static_cast<Uint128>(c - '0');
   }
   return number;

@@ -24,8 +24,10 @@ class Running {
   std::shared_ptr<IdleTableUses> outer_;
 };
 
-bool isCanonical(std::string_view text, const SqlType& type) {
-  return isCanonicalDecimal(text, static_cast<int>(type.length), type.scale);
+// Of a column of SMALLINT or INTEGER.
+bool isInRange(int64_t value, TypeKind kind) {
+  return kind == TypeKind::SmallInt ? value == static_cast<int16_t>(value)
+                                    : value == static_cast<int32_t>(value);
 }
 
 }  // namespace
@@ -52,7 +54,7 @@ SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment, Pr
       constraints_(std::move(constraints)),
       reads_(sqlite3_column_count(statement_.get()) > 0) {
   forms_.reserve(columns_.size());
-  for (const Column& column : columns_) forms_.push_back(formOf(column.type.kind));
+  for (const Column& column : columns_) forms_.push_back(formOf(column));
   if (program.condition.empty()) return;
   condition_ = prepared(database, program.condition);
   conditionMarkers_ = sqlite3_bind_parameter_count(condition_.get());
@@ -140,9 +142,10 @@ void SqliteStatement::fail(int rc) {
   throw error;
 }
 
-SqliteStatement::ColumnForm SqliteStatement::formOf(TypeKind kind) {
+SqliteStatement::ColumnForm SqliteStatement::formOf(const Column& column) {
   using Kind = ValueView::Kind;
-  if (isInteger(kind)) return {Kind::Integer};
+  const TypeKind kind = column.type.kind;
+  if (isInteger(kind)) return {Kind::Integer, column.isForeign && kind != TypeKind::BigInt};
   if (isFloating(kind)) return {Kind::Double};
   if (kind == TypeKind::Decimal) return {Kind::Text, true};
   return {isBinary(kind) ? Kind::Blob : Kind::Text};
@@ -156,11 +159,15 @@ ValueView SqliteStatement::column(int index) {
   const auto position = static_cast<size_t>(index);
   if (value.kind == ValueView::Kind::Null || position >= columns_.size()) return value;
   const ColumnForm& form = forms_[position];
-  if (value.kind == form.kind &&
-      (!form.decimal || isCanonical(value.text, columns_[position].type))) {
+  if (value.kind == form.kind && (!form.examined || isOfType(value, columns_[position].type))) {
     return value;
   }
   return converted(value, position);
+}
+
+bool SqliteStatement::isOfType(const ValueView& value, const SqlType& type) {
+  if (isInteger(type.kind)) return isInRange(value.integer, type.kind);
+  return isCanonicalDecimal(value.text, static_cast<int>(type.length), type.scale);
 }
 
 ValueView SqliteStatement::converted(const ValueView& value, size_t position) {

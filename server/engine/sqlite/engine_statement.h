@@ -41,9 +41,10 @@ class SqliteStatement : public EngineStatement {
   // What a result column's values are when they are stored as their type says.
   struct ColumnForm {
     ValueView::Kind kind;
-    bool decimal = false;
+    bool examined = false;  // not each such value is one of the type
   };
-  static ColumnForm formOf(TypeKind kind);
+  static ColumnForm formOf(const Column& column);
+  static bool isOfType(const ValueView& value, const SqlType& type);
   ValueView converted(const ValueView& value, size_t position);
 
   struct Finalize {

@@ -164,9 +164,13 @@ ValueView foreignValue(const ValueView& value, const SqlType& type, const TextLe
     if (converted.text.data() == digits.data()) return ValueView::ofText(storage = digits);
     return converted;
   }
+  failOfType(given, type);
+}
+
+void failOfType(const ValueView& value, const SqlType& type) {
   std::string text;
   throw SqlError(-420,
-                 {shortened(valueText(given, makeType(TypeKind::Varchar), text)), typeText(type)});
+                 {shortened(valueText(value, makeType(TypeKind::Varchar), text)), typeText(type)});
 }
 
 void ForeignColumns::choose(sqlite3* database, Table& table) {

@@ -28,6 +28,9 @@ bool keepsNumbers(std::string_view declared);
 ValueView foreignValue(const ValueView& value, const SqlType& type, const TextLength& length,
                        std::string& storage);
 
+// -420 for a value that is none of `type`.
+[[noreturn]] void failOfType(const ValueView& value, const SqlType& type);
+
 // Chooses the types of columns. What was chosen once holds for as long as this object lives, so
 // that nothing that was compiled before means something else after a change of the catalog.
 class ForeignColumns {

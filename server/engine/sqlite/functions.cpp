@@ -2,6 +2,7 @@
 #include "server/engine/sqlite/functions.h"
 
 #include "server/engine/sqlite/connection.h"
+#include "server/engine/sqlite/foreign_columns.h"
 #include "server/engine/sqlite/function_support.h"
 #include "server/sql/utf8_text.h"
 
@@ -38,15 +39,22 @@ std::string placeArgument(int count, sqlite3_value** values) {
   return place;
 }
 
-// value, type; in an assignment the column's name, and the number of the row that it is read from
+using Conversion = ValueView (*)(const ValueView&, const SqlType&, const TextLength&, std::string&);
+
 template <ConversionMode mode>
+ValueView inMode(const ValueView& value, const SqlType& type, const TextLength& length,
+                 std::string& storage) {
+  return convertValue(value, type, length, mode, storage);
+}
+
+// value, type; but for CAST the column's name, and the number of the row that it is read from
+template <Conversion conversion>
 void convert(sqlite3_context* context, int count, sqlite3_value** values) {
   Environment& environment = environmentOf(context);
   ValueView value = viewOf(values[0]);
   ValueView result;
   try {
-    result = convertValue(value, typeArgument(values, 1), environment.length(), mode,
-                          environment.storage);
+    result = conversion(value, typeArgument(values, 1), environment.length(), environment.storage);
   } catch (const SqlError& error) {
     throw atPlace(error, placeArgument(count, values));
   }
@@ -197,10 +205,12 @@ void registerFunctions(sqlite3* database, Environment& environment,
 
 void registerConversions(sqlite3* database, Environment& environment) {
   static constexpr FunctionEntry kEntries[] = {
-      {"ORV_ASSIGN", 4, guarded<convert<ConversionMode::Assignment>>},
-      {"ORV_ASSIGN", 5, guarded<convert<ConversionMode::Assignment>>},
-      {"ORV_ASSIGN", 6, guarded<convert<ConversionMode::Assignment>>},
-      {"ORV_CAST", 4, guarded<convert<ConversionMode::Cast>>},
+      {"ORV_ASSIGN", 4, guarded<convert<inMode<ConversionMode::Assignment>>>},
+      {"ORV_ASSIGN", 5, guarded<convert<inMode<ConversionMode::Assignment>>>},
+      {"ORV_ASSIGN", 6, guarded<convert<inMode<ConversionMode::Assignment>>>},
+      {"ORV_STORED", 5, guarded<convert<foreignValue>>},
+      {"ORV_STORED", 6, guarded<convert<foreignValue>>},
+      {"ORV_CAST", 4, guarded<convert<inMode<ConversionMode::Cast>>>},
       {"ORV_NOT_NULL", 2, guarded<notNull>},
       {"ORV_CONCAT_BYTES", -1, guarded<concatBytes>},
       {"ORV_LIKE", 2, guarded<like>},

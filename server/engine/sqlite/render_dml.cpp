@@ -105,6 +105,19 @@ const Column& insertColumn(const Statement& s, size_t position) {
   return s.table->columns[static_cast<size_t>(s.insertColumnIndexes[position])];
 }
 
+// The result of a query as a table that its columns are read from.
+Table resultTable(const Query& q) {
+  Table table;
+  for (size_t i = 0; i < q.columns.size(); ++i) {
+    Column& column = table.columns.emplace_back();
+    column.name = q.columns[i].name;
+    column.storedName = "C" + std::to_string(i + 1);
+    column.type = q.columns[i].type;
+    column.isForeign = foreignColumn(q, i) != nullptr;
+  }
+  return table;
+}
+
 // The marker itself where it is only cast to the type that it has.
 const Expr& withoutIdleCasts(const Expr& e) {
   const Expr* value = &e;
@@ -218,9 +231,10 @@ void Renderer::insertSelect(const Statement& s) {
 // The query as it is, and its columns converted around it.
 void Renderer::insertThrough(const Statement& s) {
   const Query& q = *s.query;
+  const Table result = resultTable(q);
   TableRef source;
-  source.kind = RefKind::Derived;
   source.alias = "Q";
+  source.table = &result;
   out_ << " SELECT ";
   Comma comma;
   for (size_t i = 0; i < q.columns.size(); ++i) {

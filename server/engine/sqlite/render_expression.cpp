@@ -47,38 +47,6 @@ std::string canonicalDecimal(std::string_view text, const SqlType& type) {
 
 }  // namespace
 
-const Column* baseColumn(const Expr& e) {
-  const Expr* at = &e;
-  while (at->kind == ExprKind::Column && at->source) {
-    auto index = static_cast<size_t>(at->columnIndex);
-    // The new row may be one that is only being made, and a column of a view any expression.
-    if (at->source->kind == RefKind::Transition) return nullptr;
-    if (const Table* table = at->source->table) {
-      return table->type == 'V' && !table->foreign ? nullptr : &table->columns[index];
-    }
-    const Query* q = at->source->query.get();
-    while (q && q->kind == QueryKind::SetOperation) q = q->left.get();
-    if (!q || q->kind != QueryKind::Select || index >= q->items.size()) return nullptr;
-    at = q->items[index].expr.get();
-  }
-  return nullptr;
-}
-
-std::string storedColumn(std::string_view qualifier, const Table& table, const Column& column) {
-  SqlText out;
-  // Other programs write dates and times in forms of their own, which do not compare with ours.
-  const bool rewritten = table.foreign && isDatetime(column.type.kind);
-  if (rewritten) out << "ORV_ASSIGN(";
-  out << Verbatim{qualifier} << "." << Name{column.storedName};
-  if (rewritten) {
-    out << "," << static_cast<int>(column.type.kind) << "," << column.type.length << ","
-        << column.type.scale << "," << TextLiteral{qualifiedColumn(table, column)};
-    if (table.numbered) out << "," << Verbatim{qualifier} << "." << Verbatim{rowNumberName(table)};
-    out << ")";
-  }
-  return out.take();
-}
-
 void Renderer::setRow(const TableRef* row, const RowTexts& texts) {
   std::erase_if(rows_, [&](const auto& known) { return known.first == row; });
   rows_.emplace_back(row, &texts);
@@ -160,7 +128,7 @@ void Renderer::expression(const Expr& e) {
     case ExprKind::Case:
       return caseExpression(e);
     case ExprKind::Cast:
-      return converted(*e.args[0], e.type, ConversionMode::Cast);
+      return cast(e);
     case ExprKind::Function:
       return function(e);
   }
@@ -230,7 +198,7 @@ void Renderer::negate(const Expr& e) {
   const Expr& operand = *e.args[0];
   if (operand.kind == ExprKind::Literal) return literal(operand, true);
   out_ << "ORV_ARITHMETIC(0,";
-  expression(operand);
+  value(operand);
   out_ << ",'-',";
   typeArguments(e.type);
   out_ << ")";
@@ -246,10 +214,10 @@ void Renderer::arithmetic(const Expr& e) {
     first = first->args[0].get();
   }
   out_ << "ORV_ARITHMETIC(";
-  expression(*first);
+  value(*first);
   for (size_t i = steps.size(); i-- > 0;) {
     out_ << ",";
-    expression(*steps[i]->args[1]);
+    value(*steps[i]->args[1]);
     out_ << "," << TextLiteral{steps[i]->op} << ",";
     typeArguments(steps[i]->type);
   }
@@ -265,7 +233,7 @@ void Renderer::argumentList(const Expr& e) {
   Comma comma;
   for (const ExprPtr& argument : e.args) {
     out_ << comma;
-    expression(*argument);
+    value(*argument);
   }
 }
 
@@ -281,7 +249,7 @@ void Renderer::concat(const Expr& e) {
   for (const ExprPtr& argument : e.args) {
     if (!first) out_ << "||";
     first = false;
-    expression(*argument);
+    value(*argument);
   }
   out_ << ")";
 }
@@ -326,17 +294,12 @@ std::string_view Renderer::castFor(const SqlType& type, Comparison comparison) {
   }
 }
 
-// Values of an untyped column are compared as what they are when they are read.
+// Values of an untyped column are compared as what they are when they are read; large objects are
+// not compared.
 void Renderer::operand(const Expr& e, Comparison comparison) {
-  const Column* const column = comparison == Comparison::Text ? baseColumn(e) : nullptr;
-  if (column && column->isUntyped) {
-    out_ << "ORV_CAST(";
-    expression(e);
-    out_ << ",";
-    typeArguments(e.type);
-    out_ << ")";
-    return;
-  }
+  const bool text = comparison == Comparison::Text && !isLargeObject(e.type.kind);
+  const Column* const column = text ? foreignColumn(e) : nullptr;
+  if (column && column->isUntyped) return value(e);
   std::string_view cast = castFor(e.type, comparison);
   if (cast.empty()) return expression(e);
   out_ << "CAST(";
@@ -344,7 +307,6 @@ void Renderer::operand(const Expr& e, Comparison comparison) {
   out_ << " AS " << Verbatim{cast} << ")";
 }
 
-// A column of a table brings its own collation, which an index on it has as well.
 void Renderer::collation(Comparison comparison, bool columnDecides) {
   if (comparison == Comparison::Decimal) out_ << " COLLATE ORV_DECIMAL";
   if (comparison == Comparison::Text && !columnDecides) out_ << " COLLATE RTRIM";
@@ -353,8 +315,8 @@ void Renderer::collation(Comparison comparison, bool columnDecides) {
 // A value that DISTINCT, GROUP BY, ORDER BY, a set operation or a column function compares with its
 // like: texts are then equal as they are for =, whatever blanks they end with.
 void Renderer::gathered(const Expr& e) {
-  expression(e);
-  if (!baseColumn(e)) gatheredTexts(e.type);
+  operand(e, comparisonOf(e.type, e.type));
+  if (!bringsCollation(e)) gatheredTexts(e.type);
 }
 
 void Renderer::gatheredTexts(const SqlType& type) {
@@ -366,7 +328,7 @@ void Renderer::comparison(const Expr& a, std::string_view op, const Expr& b) {
   Comparison kind = comparisonOf(a.type, b.type);
   out_ << "(";
   operand(a, kind);
-  collation(kind, baseColumn(a) || baseColumn(b));
+  collation(kind, bringsCollation(a) || bringsCollation(b));
   out_ << " " << Verbatim{op} << " ";
   operand(b, kind);
   out_ << ")";
@@ -389,7 +351,7 @@ void Renderer::between(const Expr& e) {
   Comparison kind = commonComparison(value, e, 1, 3, 1);
   out_ << "(";
   operand(value, kind);
-  collation(kind, baseColumn(value) != nullptr);
+  collation(kind, bringsCollation(value));
   if (e.negated) out_ << " NOT";
   out_ << " BETWEEN ";
   operand(*e.args[1], kind);
@@ -403,7 +365,7 @@ void Renderer::inList(const Expr& e) {
   Comparison kind = commonComparison(value, e, 1, e.args.size(), 1);
   out_ << "(";
   operand(value, kind);
-  collation(kind, baseColumn(value) != nullptr);
+  collation(kind, bringsCollation(value));
   if (e.negated) out_ << " NOT";
   out_ << " IN (";
   Comma comma;
@@ -421,7 +383,7 @@ void Renderer::inQuery(const Expr& e) {
   std::string_view cast = castFor(type, kind);
   out_ << "(";
   operand(value, kind);
-  collation(kind, baseColumn(value) != nullptr);
+  collation(kind, bringsCollation(value));
   if (e.negated) out_ << " NOT";
   out_ << " IN (";
   if (!cast.empty()) out_ << "SELECT CAST(\"C1\" AS " << Verbatim{cast} << ") FROM (";
@@ -466,7 +428,7 @@ void Renderer::quantified(const Expr& e) {
   }
   out_ << " END FROM (SELECT ";
   operand(value, kind);
-  collation(kind, baseColumn(value) != nullptr);
+  collation(kind, bringsCollation(value));
   out_ << " " << Verbatim{e.op} << " ";
   if (cast.empty()) {
     out_ << "\"C1\"";
@@ -488,7 +450,7 @@ void Renderer::caseExpression(const Expr& e) {
     kind = commonComparison(value, e, 1, pairsEnd, 2);
     out_ << " ";
     operand(value, kind);
-    collation(kind, baseColumn(value) != nullptr);
+    collation(kind, bringsCollation(value));
   }
   for (size_t at = first; at + 1 < pairsEnd; at += 2) {
     out_ << " WHEN ";
@@ -505,17 +467,19 @@ void Renderer::caseExpression(const Expr& e) {
 
 void Renderer::converted(const Expr& e, const SqlType& type, ConversionMode mode,
                          std::string_view target) {
-  const Column* const column = baseColumn(e);
-  const bool promised = !e.type.anyLength && !(column && column->isForeign);
+  // What a trigger hands on as it is needs no function of ours, which other programs lack.
+  const bool ofRow = e.kind == ExprKind::Column && e.source->kind == RefKind::Transition;
+  const bool foreign = !ofRow && foreignColumn(e);
+  const bool promised = !e.type.anyLength && (!foreign || isNumeric(e.type.kind));
   const bool as = e.kind == ExprKind::Null || type.kind == TypeKind::Unknown ||
                   (promised && contains(type, e.type));
-  if (as) return expression(e);
+  if (as) return ofRow ? expression(e) : value(e);
   if (mode == ConversionMode::Cast) {
     out_ << "ORV_CAST(";
   } else {
     out_ << "ORV_ASSIGN(";
   }
-  expression(e);
+  value(e);
   out_ << ",";
   typeArguments(type);
   if (!target.empty() && mode == ConversionMode::Assignment) out_ << "," << TextLiteral{target};

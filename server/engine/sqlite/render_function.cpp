@@ -88,9 +88,9 @@ bool Renderer::unitFunction(const Expr& e) {
   out_ << "ORV_" << Verbatim{searches ? "LOCATE" : name} << "("
        << static_cast<int>(unitOf(text.type.kind)) << ",";
   if (name == "POSSTR") {
-    expression(*e.args[1]);
+    value(*e.args[1]);
     out_ << ",";
-    expression(*e.args[0]);
+    value(*e.args[0]);
   } else {
     argumentList(e);
   }
@@ -99,33 +99,36 @@ bool Renderer::unitFunction(const Expr& e) {
 }
 
 void Renderer::length(const Expr& e) {
-  const Expr& value = *e.args[0];
-  if (isNumeric(value.type.kind) || isDatetime(value.type.kind)) {
+  const Expr& text = *e.args[0];
+  if (isNumeric(text.type.kind) || isDatetime(text.type.kind)) {
     out_ << "CASE WHEN ";
-    expression(value);
-    out_ << " IS NOT NULL THEN " << byteLength(value.type) << " END";
+    expression(text);
+    out_ << " IS NOT NULL THEN " << byteLength(text.type) << " END";
     return;
   }
-  out_ << "ORV_LENGTH(" << static_cast<int>(unitOf(value.type.kind)) << ",";
-  expression(value);
+  out_ << "ORV_LENGTH(" << static_cast<int>(unitOf(text.type.kind)) << ",";
+  value(text);
   out_ << ")";
 }
 
 void Renderer::nullIf(const Expr& e) {
-  const Expr& value = *e.args[0];
-  Comparison kind = comparisonOf(value.type, e.args[1]->type);
+  const Expr& given = *e.args[0];
+  Comparison kind = comparisonOf(given.type, e.args[1]->type);
+  const Column* const foreign = isNumeric(given.type.kind) ? foreignColumn(given) : nullptr;
   // What was cast for the comparison alone is cast back.
-  bool back = !castFor(value.type, kind).empty();
+  const bool back = !foreign && !castFor(given.type, kind).empty();
+  if (foreign) out_ << "ORV_STORED(";
   if (back) out_ << "ORV_CAST(";
   out_ << "NULLIF(";
-  operand(value, kind);
-  collation(kind, baseColumn(value) != nullptr);
+  operand(given, kind);
+  collation(kind, bringsCollation(given));
   out_ << ",";
   operand(*e.args[1], kind);
   out_ << ")";
+  if (foreign) return storedAs(given, *foreign);
   if (!back) return;
   out_ << ",";
-  typeArguments(value.type);
+  typeArguments(given.type);
   out_ << ")";
 }
 
@@ -153,12 +156,15 @@ void Renderer::average(const Expr& e) {
 
 void Renderer::aggregateCall(std::string_view name, const Expr& e) {
   out_ << Verbatim{name} << "(";
-  bool extreme = name == "MIN" || name == "MAX";
+  const bool extreme = name == "MIN" || name == "MAX";
+  const Expr& argument = *e.args[0];
   if (e.distinct) out_ << "DISTINCT ";
-  if (e.distinct || extreme) {
-    gathered(*e.args[0]);
+  if (isNumeric(argument.type.kind) && !extreme && e.function != "COUNT") {
+    value(argument);
+  } else if (e.distinct || extreme) {
+    gathered(argument);
   } else {
-    argumentList(e);
+    expression(argument);
   }
   if (extreme && e.type.kind == TypeKind::Decimal) out_ << " COLLATE ORV_DECIMAL";
   out_ << ")";

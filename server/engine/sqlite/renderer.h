@@ -116,6 +116,11 @@ class Renderer {
   void typeArguments(const SqlType& type);
   void argumentList(const Expr& e);
 
+  // ---- render_columns.cpp
+  void value(const Expr& e);
+  void storedAs(const Expr& e, const Column& column);
+  void cast(const Expr& e);
+
   // ---- render_function.cpp
   void function(const Expr& e);
   void scalarCall(const Expr& e);
@@ -170,6 +175,12 @@ class Renderer {
 // The column of a base table that a column expression stands for, through subqueries; null when it
 // stands for something else.
 const Column* baseColumn(const Expr& e);
+// The column of another program whose values, as they are stored, an expression or a column of a
+// query may give; null when there is none.
+const Column* foreignColumn(const Expr& e);
+const Column* foreignColumn(const Query& q, size_t index);
+// Whether texts are compared as the column says that they come from.
+bool bringsCollation(const Expr& e);
 
 // A value that may be written in every place where its column is named.
 bool isSmall(const Expr& value);

@@ -151,20 +151,6 @@ void SqliteEngine::rollbackToSavepoint(std::string_view name) {
   if (catalogChanged_) catalog_->invalidate();
 }
 
-namespace {
-
-// Whether values of the column come as another program has stored them.
-bool isForeign(const Query& query, size_t column) {
-  if (query.kind == QueryKind::SetOperation) {
-    return isForeign(*query.left, column) || isForeign(*query.right, column);
-  }
-  if (query.kind != QueryKind::Select) return false;
-  const Column* const base = baseColumn(*query.items[column].expr);
-  return base && base->isForeign;
-}
-
-}  // namespace
-
 std::unique_ptr<EngineStatement> SqliteEngine::prepare(const Statement& resolved) {
   std::shared_ptr<const CatalogData> data = catalog_->data();
   Renderer renderer(*data, catalog_->defaultSchema());
@@ -173,7 +159,8 @@ std::unique_ptr<EngineStatement> SqliteEngine::prepare(const Statement& resolved
   if (resolved.hasResult()) {
     const std::vector<OutputColumn>& columns = resolved.query->columns;
     for (size_t i = 0; i < columns.size(); ++i) {
-      program.columns.push_back({columns[i].type, columns[i].name, isForeign(*resolved.query, i)});
+      const bool isForeign = foreignColumn(*resolved.query, i) != nullptr;
+      program.columns.push_back({columns[i].type, columns[i].name, isForeign});
     }
   }
   program.condition = renderer.conditionQuery();
