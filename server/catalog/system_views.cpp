@@ -253,7 +253,7 @@ std::vector<ViewRow> functionRows(const CatalogData& data) {
   std::vector<ViewRow> rows;
   for (const auto& f : data.functions) {
     const bool sourced = f->kind == FunctionKind::Sourced;
-    const auto external = [&](ViewValue value) { return sourced ? ViewValue() : value; };
+    const auto external = [&](const ViewValue& value) { return sourced ? ViewValue() : value; };
     // E(xternal) or U(ser's function on another one); S(calar) or T(able)
     rows.push_back({f->schema, f->name, f->specific, std::string(sourced ? "U" : "E"),
                     std::string(f->kind == FunctionKind::Table ? "T" : "S"),

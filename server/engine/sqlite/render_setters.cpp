@@ -2,6 +2,7 @@
 // assign to a new row, so that the statement stores what the triggers make of it. Where every value
 // that they read is a marker or a short constant, it stays a plain INSERT ... VALUES or UPDATE.
 #include <algorithm>
+#include <utility>
 
 #include "server/engine/sqlite/new_row.h"
 #include "server/engine/sqlite/renderer.h"

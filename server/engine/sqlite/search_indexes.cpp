@@ -17,7 +17,7 @@ constexpr std::string_view kNames = "SYSNTQ.SEARCH.";
 
 struct Search {
   std::string table, column;  // the engine's names
-  auto operator<=>(const Search&) const = default;
+  auto operator<=>(const Search&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
 bool leads(const Key& key, int column) {

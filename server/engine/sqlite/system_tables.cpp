@@ -136,6 +136,7 @@ int filter(sqlite3_vtab_cursor* base, int given, const char*, int, sqlite3_value
     auto& cursor = *static_cast<Cursor*>(base);
     cursor.rows = table.rows;
     std::vector<std::string_view> keys;
+    keys.reserve(static_cast<size_t>(given));
     for (int i = 0; i < given; ++i) keys.push_back(argumentText(values[i]));
     const auto& rows = *cursor.rows;
     auto first = std::partition_point(
