@@ -24,28 +24,33 @@ class PatternCost {
   // Steps of the engine on a value, at most: a step is what it does a thousand times in a fifth of
   // a millisecond. Counting ends when `limit` is passed.
   double steps(std::u16string_view value, double limit);
-  // Whether there is never more than one way: then a value costs its length.
-  bool isPlain() const { return isPlain_ && !repeatsGroup_; }
+  // Whether a value costs its length: there is never more than one way, no string is repeated.
+  bool isPlain() const { return isPlain_; }
   // Positions, and ways from one to the next.
   size_t size() const { return size_; }
 
  private:
   friend class PatternCompiler;
 
+  // To a position, in so many ways through parts that match nothing.
+  struct Edge {
+    int to;
+    double ways;
+  };
+  using Characters = std::shared_ptr<const icu::UnicodeSet>;
   struct Position {
-    const icu::UnicodeSet* characters;
-    std::vector<int> next;
+    Characters characters;  // none at the end of the pattern
+    std::vector<Edge> next = {};
+    bool isString = false;  // begins plain characters side by side, which the engine takes as one
   };
   bool hasOneWay() const;
 
-  std::vector<std::unique_ptr<icu::UnicodeSet>> sets_;
   std::vector<Position> positions_;
-  std::vector<int> first_;
+  std::vector<Edge> first_;
   // While steps are counted: the runs that end at a position. 0 everywhere in between.
   std::vector<double> runs_, before_;
   size_t size_ = 0;
   bool isPlain_ = false;
-  bool repeatsGroup_ = false;
 };
 
 }  // namespace orvxml
