@@ -5,7 +5,6 @@
 #include <string>
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
-#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLException.hpp>
 
@@ -32,10 +31,7 @@ bool openFile(const Report& report, const char* name, DocumentSource& source) {
 
 void openText(const char* text, DocumentSource& source) {
   source.bytes = std::strlen(text);
-  auto input = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text),
-                                                            source.bytes, u"IdForDocBuffer");
-  input->setCopyBufToStream(false);
-  source.input = std::move(input);
+  source.input = memorySource({text, source.bytes}, u"IdForDocBuffer");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <cstring>
 
 #include <xercesc/framework/LocalFileInputSource.hpp>
-#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 
 #include "orvxml/code_pages.h"
@@ -28,13 +27,6 @@ std::optional<std::u16string> optionalText(const XMLCh* text) {
 
 std::string converted(QrkStruct* ctx, const std::optional<std::u16string>& text) {
   return text ? textForMessage(ctx, *text) : std::string();
-}
-
-InputPtr memorySource(const char* text, const char16_t* systemId) {
-  auto source = std::make_unique<xercesc::MemBufInputSource>(reinterpret_cast<const XMLByte*>(text),
-                                                             std::strlen(text), systemId);
-  source->setCopyBufToStream(false);
-  return source;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <new>
 #include <string_view>
 
+#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/util/BinInputStream.hpp>
 #include <xercesc/util/Transcoders/ICU/ICUTransService.hpp>
 #include <xercesc/util/XMLException.hpp>
@@ -134,6 +135,13 @@ Converter databaseConverter(const QrkCodePages& pages) {
 }
 
 }  // namespace
+
+InputPtr memorySource(std::string_view bytes, const char16_t* systemId) {
+  auto source = std::make_unique<xercesc::MemBufInputSource>(
+      reinterpret_cast<const XMLByte*>(bytes.data()), bytes.size(), systemId);
+  source->setCopyBufToStream(false);
+  return source;
+}
 
 int databaseEncoding(const Report& report, std::u16string& name) {
   if (!report.ctx || !report.ctx->codePages) return 0;

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <xercesc/sax/InputSource.hpp>
 
@@ -13,6 +14,9 @@
 namespace orvxml {
 
 using InputPtr = std::unique_ptr<xercesc::InputSource>;
+
+// Bytes that must live as long as the source.
+InputPtr memorySource(std::string_view bytes, const char16_t* systemId);
 
 // The name of the encoding of the database code page; empty in a context without code pages. 0 or
 // the failure's code (QRKG008E).

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include <xercesc/util/KVStringPair.hpp>
 #include <xercesc/validators/datatype/ListDatatypeValidator.hpp>
@@ -16,13 +17,15 @@ namespace orvxml {
 namespace {
 
 constexpr int64_t kMaxElements = 100'000;
-constexpr size_t kStackPerLevel = 800;  // of the parser's recursion, with room to spare
+constexpr int64_t kMaxDeclarations = 40'000;  // each is sought among all others: some seconds
+constexpr size_t kStackPerLevel = 800;        // of the parser's recursion, with room to spare
 constexpr size_t kMostStack = size_t{64} * 1024 * 1024;
 constexpr double kMaxModelWork = 1e7;  // squares of content models: some seconds
 constexpr double kMaxUnionTypes = 100'000;
 constexpr double kMaxHeads = 1'000'000;         // steps from elements to the heads of their groups
 constexpr size_t kMaxPatternSize = 10'000'000;  // of all patterns, in positions and edges
 constexpr double kMaxLiteralSteps = 1e7;        // values of the schema itself, on its patterns
+constexpr double kStepsPerComponent = 0.5;      // to find which patterns a value is held against
 constexpr double kValueSteps = 1e7;             // of any document
 constexpr double kStepsPerByte = 32;            // and of its size
 constexpr double kHuge = 1e12;
@@ -42,28 +45,82 @@ size_t stackLeft() {
   return std::min(static_cast<size_t>(here - static_cast<const char*>(lowest)), kMostStack);
 }
 
-// How deep the parser may have to go: through every component that another one refers to and that
-// refers to others, and into one of the rest.
-size_t recursionOf(const Files& files) {
-  std::set<std::u16string_view> names, referred;
-  for (const SchemaScan* file : files) {
-    for (const SchemaComponent& component : file->components()) {
-      names.insert(component.name);
-      referred.insert(component.names.begin(), component.names.end());
+// The components of all files and which ones each of them refers to.
+class Components {
+ public:
+  explicit Components(const Files& files) {
+    for (const SchemaScan* file : files) {
+      for (const SchemaComponent& component : file->components()) {
+        byName_[component.name].push_back(all_.size());
+        all_.push_back(&component);
+      }
+    }
+    targets_.resize(all_.size());
+    for (size_t i = 0; i < all_.size(); ++i) {
+      const std::set<std::u16string_view> names(all_[i]->names.begin(), all_[i]->names.end());
+      for (const std::u16string_view name : names) {
+        const std::vector<size_t> meant = named(name);
+        targets_[i].insert(targets_[i].end(), meant.begin(), meant.end());
+      }
     }
   }
-  size_t chain = 0, deepest = 0;
-  for (const SchemaScan* file : files) {
-    for (const SchemaComponent& component : file->components()) {
-      const auto depth = static_cast<size_t>(component.depth);
-      const bool passesOn = referred.contains(component.name) &&
-                            std::any_of(component.names.begin(), component.names.end(),
-                                        [&](const auto& name) { return names.contains(name); });
-      if (passesOn) chain += depth;
-      deepest = std::max(deepest, depth);
+
+  size_t count() const { return all_.size(); }
+  size_t depth(size_t i) const { return static_cast<size_t>(all_[i]->depth); }
+  // A redefinition and what it redefines have one name.
+  std::vector<size_t> named(std::u16string_view name) const {
+    const auto found = byName_.find(name);
+    return found == byName_.end() ? std::vector<size_t>() : found->second;
+  }
+  const std::vector<size_t>& targets(size_t i) const { return targets_[i]; }
+
+ private:
+  std::map<std::u16string_view, std::vector<size_t>> byName_;
+  std::vector<const SchemaComponent*> all_;
+  std::vector<std::vector<size_t>> targets_;
+};
+
+using Links = std::vector<std::vector<size_t>>;
+
+// Takes away, again and again, what has no links left to what stays; `isGone` tells what is. The
+// longest chain of links in that.
+size_t peel(const Components& components, const Links& from, const Links& to,
+            std::vector<bool>& isGone) {
+  std::vector<size_t> left(components.count()), longest(components.count()), ready;
+  for (size_t i = 0; i < components.count(); ++i) {
+    if (isGone[i]) continue;
+    for (const size_t next : from[i]) left[i] += isGone[next] ? 0 : 1;
+    if (left[i] == 0) ready.push_back(i);
+  }
+  size_t most = 0;
+  while (!ready.empty()) {
+    const size_t i = ready.back();
+    ready.pop_back();
+    isGone[i] = true;
+    longest[i] += components.depth(i);
+    most = std::max(most, longest[i]);
+    for (const size_t next : to[i]) {
+      if (isGone[next]) continue;
+      longest[next] = std::max(longest[next], longest[i]);
+      if (--left[next] == 0) ready.push_back(next);
     }
   }
-  return chain + deepest;
+  return most;
+}
+
+// How deep the parser may have to go: down the longest chain of components that refer to each
+// other, and through all that refer to themselves, on whatever way.
+size_t recursionOf(const Components& components) {
+  Links down(components.count()), up(components.count());
+  for (size_t i = 0; i < components.count(); ++i) {
+    down[i] = components.targets(i);
+    for (const size_t target : down[i]) up[target].push_back(i);
+  }
+  std::vector<bool> isGone(components.count());
+  size_t depth = peel(components, down, up, isGone);
+  depth += peel(components, up, down, isGone);
+  for (size_t i = 0; i < components.count(); ++i) depth += isGone[i] ? 0 : components.depth(i);
+  return depth;
 }
 
 // Sizes with those of the components that they are made of.
@@ -88,11 +145,12 @@ class Sizes {
   double of(const std::u16string& key) {
     const auto [found, isNew] = sizes_.try_emplace(key, 0);
     if (!isNew) return found->second;
-    double largest = members(key);
+    double total = members(key);
     if (const auto known = known_.find(key); known != known_.end()) {
-      for (const SchemaSize* size : known->second) largest = std::max(largest, of(*size));
+      // A redefinition holds the definition before it.
+      for (const SchemaSize* size : known->second) total += of(*size);
     }
-    return sizes_[key] = largest;
+    return sizes_[key] = std::min(total, kHuge);
   }
 
   double members(const std::u16string& key) const {
@@ -109,7 +167,7 @@ class Sizes {
     for (const auto& [name, head] : heads) {
       size_t left = heads.size();
       for (std::u16string_view at = head; left > 0; --left) {
-        members_[u"s:" + std::u16string(at)] += 1;
+        members_[std::u16string(at)] += 1;
         if (++headSteps_ > kMaxHeads) return;
         const auto next = heads.find(at);
         if (next == heads.end()) break;
@@ -145,38 +203,111 @@ std::optional<SchemaExcess> excessOfModels(const Files& files) {
   return std::nullopt;
 }
 
-std::optional<SchemaExcess> excessOfPatterns(const Files& files) {
-  std::vector<std::unique_ptr<PatternCost>> costly;
-  std::set<std::u16string_view> known;
-  size_t size = 0;
-  for (const SchemaScan* file : files) {
-    for (const SchemaText& pattern : file->patterns()) {
-      if (!known.insert(pattern.text).second) continue;
+// The patterns that cost more than the length of a value, each with the components that hold it.
+class Patterns {
+ public:
+  using Costly = std::vector<PatternCost*>;
+
+  // Compiles them: what is wrong with one.
+  std::optional<SchemaExcess> add(const SchemaScan& file, const SchemaText& pattern,
+                                  size_t holder) {
+    const auto [found, isNew] = byText_.try_emplace(pattern.text);
+    if (isNew) {
       const char* refusal = "";
-      auto compiled = PatternCost::compile(pattern.text, refusal);
-      if (!compiled) {
+      found->second = PatternCost::compile(pattern.text, refusal);
+      if (!found->second) {
         return SchemaExcess{
-            file,
+            &file,
             "The pattern '" + utf8Text(pattern.text.substr(0, kShownUnits)) + "' " + refusal + ".",
             pattern.line, pattern.column};
       }
-      size += compiled->size();
-      if (size > kMaxPatternSize) {
-        return SchemaExcess{file, "The schema's patterns are too large.", pattern.line,
+      size_ += found->second->size();
+      if (size_ > kMaxPatternSize) {
+        return SchemaExcess{&file, "The schema's patterns are too large.", pattern.line,
                             pattern.column};
       }
-      if (!compiled->isPlain()) costly.push_back(std::move(compiled));
     }
+    if (!found->second->isPlain()) byHolder_[holder].push_back(found->second.get());
+    return std::nullopt;
   }
-  double spent = 0;
+  bool haveCostly() const { return !byHolder_.empty(); }
+  const Costly* of(size_t holder) const {
+    const auto found = byHolder_.find(holder);
+    return found == byHolder_.end() ? nullptr : &found->second;
+  }
+
+ private:
+  std::map<std::u16string_view, std::unique_ptr<PatternCost>> byText_;
+  std::map<size_t, Costly> byHolder_;
+  size_t size_ = 0;
+};
+
+// Steps for the literals of the schema, each on the patterns that its component builds on.
+class LiteralCosts {
+ public:
+  LiteralCosts(const Components& components, const Patterns& patterns)
+      : components_(components), patterns_(patterns), met_(components.count()) {}
+
+  // False when they are too many.
+  bool add(const SchemaText& literal, size_t holder) {
+    const auto holders =
+        literal.type.empty() ? std::vector<size_t>{holder} : components_.named(literal.type);
+    if (holders.empty()) return true;
+    for (PatternCost* const pattern : patternsOf(holders)) {
+      spent_ += 1 + pattern->steps(literal.text, kMaxLiteralSteps);
+      if (spent_ > kMaxLiteralSteps) return false;
+    }
+    return spent_ <= kMaxLiteralSteps;
+  }
+
+ private:
+  const Patterns::Costly& patternsOf(std::vector<size_t> open) {
+    const auto [found, isNew] = reached_.try_emplace(open);
+    if (!isNew) return found->second;
+    ++walk_;
+    for (const size_t i : open) met_[i] = walk_;
+    while (!open.empty()) {
+      const size_t i = open.back();
+      open.pop_back();
+      spent_ += kStepsPerComponent;
+      if (const Patterns::Costly* own = patterns_.of(i)) {
+        found->second.insert(found->second.end(), own->begin(), own->end());
+      }
+      for (const size_t next : components_.targets(i)) {
+        if (std::exchange(met_[next], walk_) != walk_) open.push_back(next);
+      }
+    }
+    return found->second;
+  }
+
+  const Components& components_;
+  const Patterns& patterns_;
+  std::map<std::vector<size_t>, Patterns::Costly> reached_;  // from where
+  std::vector<size_t> met_;                                  // number of the walk
+  size_t walk_ = 0;
+  double spent_ = 0;
+};
+
+std::optional<SchemaExcess> excessOfPatterns(const Files& files, const Components& components) {
+  Patterns patterns;
+  size_t first = 0;  // component of the file
+  for (const SchemaScan* file : files) {
+    for (const SchemaText& pattern : file->patterns()) {
+      if (auto excess = patterns.add(*file, pattern, first + pattern.component)) return excess;
+    }
+    first += file->components().size();
+  }
+  if (!patterns.haveCostly()) return std::nullopt;
+  LiteralCosts costs(components, patterns);
+  first = 0;
   for (const SchemaScan* file : files) {
     for (const SchemaText& value : file->values()) {
-      for (const auto& pattern : costly) spent += pattern->steps(value.text, kMaxLiteralSteps);
-      if (spent > kMaxLiteralSteps) {
+      if (!costs.add(value, first + value.component)) {
         return SchemaExcess{file, "The schema's patterns take too long to judge its values.",
                             value.line, value.column};
       }
     }
+    first += file->components().size();
   }
   return std::nullopt;
 }
@@ -184,16 +315,20 @@ std::optional<SchemaExcess> excessOfPatterns(const Files& files) {
 }  // namespace
 
 std::optional<SchemaExcess> excessOf(const Files& files) {
-  int64_t elements = 0;
-  for (const SchemaScan* file : files) elements += file->elements();
-  if (elements > kMaxElements)
+  int64_t elements = 0, declarations = 0;
+  for (const SchemaScan* file : files) {
+    elements += file->elements();
+    declarations += file->declarations();
+  }
+  if (elements > kMaxElements || declarations > kMaxDeclarations)
     return SchemaExcess{.file = nullptr, .reason = "The schema has too many elements."};
-  if (recursionOf(files) > stackLeft() / kStackPerLevel) {
+  const Components components(files);
+  if (recursionOf(components) > stackLeft() / kStackPerLevel) {
     return SchemaExcess{.file = nullptr,
                         .reason = "The schema's definitions build on each other too deeply."};
   }
   if (auto excess = excessOfModels(files)) return excess;
-  return excessOfPatterns(files);
+  return excessOfPatterns(files, components);
 }
 
 ValueCosts::ValueCosts(uint64_t documentBytes)

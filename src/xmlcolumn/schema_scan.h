@@ -26,35 +26,48 @@ struct SchemaSize {
   void add(const SchemaSize& other, double times = 1);
 };
 
+// Names are written as "{name space}local" behind a letter that tells the kind.
 struct SchemaComponent {
-  std::u16string name;                // local
+  std::u16string name;
   int depth = 0;                      // of the elements below it
-  std::vector<std::u16string> names;  // that it refers to, local
+  std::vector<std::u16string> names;  // that it refers to
 };
 
 // A pattern or a value that the schema holds, with its place.
 struct SchemaText {
   std::u16string text;
+  size_t component = 0;  // that it stands in
+  std::u16string type;   // name of the type that it is a value of; empty: known to the component
   uint64_t line = 0;
   uint64_t column = 0;
 };
 
+struct SchemaPart {
+  std::u16string location;  // as written
+  bool isImport = false;    // else it takes the name space of this file when it has none
+};
+
 class SchemaScan : public ThrowingHandler {
  public:
+  // `space` is that of the file that includes this one.
+  explicit SchemaScan(std::u16string space = {}) : targetNamespace_(std::move(space)) {}
+
   void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
   void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name,
                     const xercesc::Attributes& attributes) override;
   void endElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name) override;
 
   const std::u16string& targetNamespace() const { return targetNamespace_; }
-  // As written, of every part that is included, imported or redefined.
-  const std::vector<std::u16string>& locations() const { return locations_; }
+  // Whether another includer would give it another one.
+  bool isOfNoSpace() const { return isOfNoSpace_; }
+  const std::vector<SchemaPart>& parts() const { return parts_; }
   int64_t elements() const { return elements_; }
+  int64_t declarations() const { return declarations_; }  // those of elements
   const std::vector<SchemaComponent>& components() const { return components_; }
   // Element names with the head of their substitution group.
   const std::vector<std::pair<std::u16string, std::u16string>>& heads() const { return heads_; }
-  // What a key stands for: "g:" and the name of a group, "t:" of a type with its content, "u:" of a
-  // simple type with the types that a value of it may be tried as.
+  // By name: what a group holds, 'g', a type with its content, 't', and the types that a value of a
+  // simple type may be tried as, 'u'.
   const std::vector<std::pair<std::u16string, SchemaSize>>& sizes() const { return sizes_; }
   const std::vector<SchemaText>& patterns() const { return patterns_; }
   const std::vector<SchemaText>& values() const { return values_; }
@@ -65,17 +78,27 @@ class SchemaScan : public ThrowingHandler {
     std::u16string kind;
     std::u16string key;  // of sizes_, or empty
     SchemaSize size;
-    double times = 1;  // that it counts in the one around it
+    double times = 1;     // that it counts in the one around it
+    size_t bindings = 0;  // around it
   };
 
-  void noteReferences(const xercesc::Attributes& attributes);
+  void noteBindings(const xercesc::Attributes& attributes);
+  std::u16string_view spaceOf(std::u16string_view name) const;
+  // The names of a definition in this file and of what a reference means.
+  std::u16string defined(char16_t kind, std::u16string_view name) const;
+  std::u16string referred(char16_t kind, std::u16string_view name) const;
+  bool opensAnnotation(std::u16string_view name) const;
+  void noteReferences(std::u16string_view kind, const xercesc::Attributes& attributes);
   void noteTexts(std::u16string_view kind, const xercesc::Attributes& attributes);
   Level levelOf(std::u16string_view kind, const xercesc::Attributes& attributes) const;
 
   const xercesc::Locator* locator_ = nullptr;
   std::u16string targetNamespace_;
-  std::vector<std::u16string> locations_;
-  int64_t elements_ = 0;
+  bool isOfNoSpace_ = true;
+  std::vector<std::pair<std::u16string, std::u16string>> bindings_;  // of prefixes, innermost last
+  std::vector<SchemaPart> parts_;
+  int64_t elements_ = 0, declarations_ = 0;
+  size_t annotationDepth_ = 0;  // open elements from an annotation on, which nothing counts
   std::vector<Level> open_;
   size_t componentDepth_ = 0;  // of the element that a component is; 0: none is open
   std::vector<SchemaComponent> components_;

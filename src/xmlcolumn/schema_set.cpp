@@ -6,10 +6,9 @@
 
 #include <algorithm>
 
-#include <xercesc/framework/MemBufInputSource.hpp>
-
 #include "orvxml/code_pages.h"
 #include "orvxml/notices.h"
+#include "orvxml/xml_writer.h"
 #include "src/foundation/parser_failures.h"
 #include "src/xmlcolumn/document_parse.h"
 #include "src/xmlcolumn/notice_text.h"
@@ -68,33 +67,6 @@ std::string decoded(std::string_view uri) {
   return out;
 }
 
-std::string escaped(const std::string& text) {
-  std::string out;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
-
-std::unique_ptr<xercesc::InputSource> memorySource(const std::string& text, const char16_t* id) {
-  auto source = std::make_unique<xercesc::MemBufInputSource>(
-      reinterpret_cast<const XMLByte*>(text.data()), text.size(), id);
-  source->setCopyBufToStream(false);
-  return source;
-}
-
 }  // namespace
 
 void tellFaultyFile(const std::string& name, const std::string& note) {
@@ -132,63 +104,91 @@ bool SchemaSet::load(const char16_t* location) {
   Path path = std::filesystem::canonical(named, failure);
   if (failure) path = named;
   folder_ = path.parent_path();
-  if (!read(path)) return false;
-  for (size_t i = 0; i < files_.size(); ++i) {
-    if (!scan(files_[i])) return false;
-    for (const std::u16string& wanted : files_[i].scan.locations()) {
-      const Path file = part(wanted, files_[i].path);
-      if (file.empty() && !wanted.empty() && note_.empty()) {
-        note_ = "'" + utf8Text(wanted) + "' is not read: no file in the schema's folder or below";
-      }
-      if (!file.empty() && !find(file) && !read(file)) return false;
+  File* const file = read(path);
+  if (!file || !scan(*file, {})) return false;
+  for (size_t i = 0; i < scans_.size(); ++i) {
+    for (const SchemaPart& wanted : scans_[i].content.parts()) {
+      if (!take(wanted, scans_[i])) return false;
     }
   }
   if (!isBounded()) return false;
-  const std::u16string& space = files_.front().scan.targetNamespace();
+  const std::u16string& space = scans_.front().content.targetNamespace();
   if (!space.empty()) {
+    std::u16string escaped;
+    appendEscaped(escaped, space);
     importing_ =
         "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"><xs:import namespace=\"" +
-        escaped(utf8Text(space)) + "\" schemaLocation=\"schema\"/></xs:schema>";
+        utf8Text(escaped) + "\" schemaLocation=\"schema\"/></xs:schema>";
   }
   return true;
 }
 
+bool SchemaSet::take(const SchemaPart& wanted, const Scan& from) {
+  const Path path = part(wanted.location, from.file->path);
+  if (path.empty()) {
+    if (!wanted.location.empty() && note_.empty()) {
+      note_ = "'" + utf8Text(wanted.location) +
+              "' is not read: no file in the schema's folder or below";
+    }
+    return true;
+  }
+  File* file = find(path);
+  if (!file) file = read(path);
+  return file && scan(*file, wanted.isImport ? std::u16string() : from.content.targetNamespace());
+}
+
 bool SchemaSet::isBounded() const {
   std::vector<const SchemaScan*> scans;
-  for (const File& file : files_) scans.push_back(&file.scan);
+  for (const Scan& scan : scans_) scans.push_back(&scan.content);
   const std::optional<SchemaExcess> excess = excessOf(scans);
   if (!excess) return true;
-  const auto faulty = std::find_if(files_.begin(), files_.end(),
-                                   [&](const File& file) { return &file.scan == excess->file; });
+  const auto faulty = std::find_if(scans_.begin(), scans_.end(),
+                                   [&](const Scan& scan) { return &scan.content == excess->file; });
   if (excess->line > 0) {
     reportParserError(report_, excess->line, excess->column, excess->reason);
   } else {
     reportParserError(report_, "", "", excess->reason);
   }
-  tellFaultyFile(shownName(faulty == files_.end() ? std::u16string_view() : faulty->id));
+  tellFaultyFile(shownName(faulty == scans_.end() ? std::u16string_view() : faulty->file->id));
   return false;
 }
 
-bool SchemaSet::read(const Path& path) {
-  File& file = files_.emplace_back(path);
+SchemaSet::File* SchemaSet::read(const Path& path) {
+  const std::string id = "IdForSchemaFile" + std::to_string(files_.size());
+  File& file = files_.emplace_back();
+  file.path = path;
+  file.id.assign(id.begin(), id.end());
   byPath_[path] = &file;
-  if (files_.size() > kMaxSchemaFiles) return refuse("The schema has too many files.", file.id);
   const Descriptor descriptor(path);
-  if (descriptor.get() < 0) return refuse(Msg::QRKC000E, file.id);
+  if (descriptor.get() < 0) {
+    refuse(Msg::QRKC000E, file.id);
+    return nullptr;
+  }
   if (!readAll(descriptor.get(), kMaxSchemaBytes - bytes_, file.text)) {
-    return refuse("The schema is too large, or cannot be read.", file.id);
+    refuse("The schema is too large, or cannot be read.", file.id);
+    return nullptr;
   }
   bytes_ += file.text.size();
-  return true;
+  return &file;
 }
 
-bool SchemaSet::scan(File& file) {
+bool SchemaSet::scan(File& file, const std::u16string& space) {
+  if (file.hasOwnSpace ||
+      std::find(file.spaces.begin(), file.spaces.end(), space) != file.spaces.end()) {
+    return true;
+  }
+  if (scans_.size() == kMaxSchemaFiles) return refuse("The schema has too many files.", file.id);
+  file.spaces.push_back(space);
+  SchemaScan& content = scans_.emplace_back(file, space).content;
   DocumentSource source;
   source.input = memorySource(file.text, file.id.c_str());
   source.bytes = file.text.size();
-  if (readDocument(report_, source, false, file.scan, nullptr)) return true;
-  tellFaultyFile(shownName(file.id));
-  return false;
+  if (!readDocument(report_, source, false, content, nullptr)) {
+    tellFaultyFile(shownName(file.id));
+    return false;
+  }
+  file.hasOwnSpace = !content.isOfNoSpace();
+  return true;
 }
 
 SchemaSet::Path SchemaSet::part(std::u16string_view location, const Path& base) const {
@@ -205,7 +205,7 @@ SchemaSet::Path SchemaSet::part(std::u16string_view location, const Path& base) 
   return {};
 }
 
-const SchemaSet::File* SchemaSet::find(const Path& path) const {
+SchemaSet::File* SchemaSet::find(const Path& path) const {
   const auto found = byPath_.find(path);
   return found == byPath_.end() ? nullptr : found->second;
 }
@@ -213,7 +213,8 @@ const SchemaSet::File* SchemaSet::find(const Path& path) const {
 const SchemaSet::File* SchemaSet::fileOf(const XMLCh* location, const XMLCh* base) const {
   if (!location || !base) return nullptr;
   if (std::u16string_view(base) == kImportingId) return &files_.front();
-  return find(part(location, Path(base)));
+  const File* const from = withId(base);
+  return from ? find(part(location, from->path)) : nullptr;
 }
 
 xercesc::InputSource* SchemaSet::resolveEntity(xercesc::XMLResourceIdentifier* wanted) {
@@ -242,18 +243,21 @@ xercesc::InputSource* SchemaSet::resolveEntity(xercesc::XMLResourceIdentifier* w
   return inDeclaredEncoding(memorySource(file->text, file->id.c_str())).release();
 }
 
+const SchemaSet::File* SchemaSet::withId(std::u16string_view id) const {
+  const auto found =
+      std::find_if(files_.begin(), files_.end(), [&](const File& file) { return file.id == id; });
+  return found == files_.end() ? nullptr : &*found;
+}
+
 bool SchemaSet::contains(std::u16string_view systemId) const {
-  return systemId == kImportingId ||
-         std::any_of(files_.begin(), files_.end(),
-                     [&](const File& file) { return file.id == systemId; });
+  return systemId == kImportingId || withId(systemId);
 }
 
 std::string SchemaSet::shownName(std::u16string_view systemId) const {
-  const bool isPart = !files_.empty() && systemId != files_.front().id && !systemId.empty() &&
-                      systemId != kImportingId;
-  if (!isPart) return utf8Text(location_);
+  const File* const file = withId(systemId);
+  if (!file || file == &files_.front()) return utf8Text(location_);
   const Path folder = Path(utf8Text(location_)).parent_path();
-  return (folder / Path(utf8Text(systemId)).lexically_relative(folder_)).string();
+  return (folder / file->path.lexically_relative(folder_)).string();
 }
 
 }  // namespace orvxml

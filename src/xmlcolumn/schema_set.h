@@ -45,19 +45,28 @@ class SchemaSet : public xercesc::XMLEntityResolver {
 
  private:
   struct File {
-    explicit File(Path where) : path(std::move(where)), id(path.u16string()) {}
-    Path path;  // without links
-    std::u16string id;
+    Path path;          // without links
+    std::u16string id;  // for the parser: the name may be in any encoding
     std::string text;
-    SchemaScan scan;
+    std::vector<std::u16string> spaces = {};  // that it is scanned for
+    bool hasOwnSpace = false;
+  };
+  // A file, for the name space that it has or gets from the file that includes it.
+  struct Scan {
+    Scan(const File& of, const std::u16string& space) : file(&of), content(space) {}
+    const File* file;
+    SchemaScan content;
   };
 
-  bool read(const Path& path);
-  bool scan(File& file);
+  // Null or false: refused, and reported.
+  File* read(const Path& path);
+  bool take(const SchemaPart& wanted, const Scan& from);
+  bool scan(File& file, const std::u16string& space);
   bool isBounded() const;
   // The file that `location` means in a schema of this base; empty when it must not be read.
   Path part(std::u16string_view location, const Path& base) const;
-  const File* find(const Path& path) const;
+  File* find(const Path& path) const;
+  const File* withId(std::u16string_view id) const;
   const File* fileOf(const XMLCh* location, const XMLCh* base) const;
   bool refuse(Msg message, const std::u16string& id) const;
   bool refuse(const char* reason, const std::u16string& id) const;
@@ -67,7 +76,8 @@ class SchemaSet : public xercesc::XMLEntityResolver {
   std::u16string location_;
   Path folder_;  // of the schema, without links
   std::deque<File> files_;
-  std::map<Path, const File*> byPath_;
+  std::map<Path, File*> byPath_;
+  std::deque<Scan> scans_;
   size_t bytes_ = 0;
   std::string note_;
   std::string importing_;  // the schema that imports the named one; empty: none is needed

@@ -207,10 +207,10 @@ TEST_F(ValidationTest, DocumentsAreJudgedByTheNamedSchema) {
   const std::string schema = folder_.write(
       "sub/a.xsd",
       "<!DOCTYPE xs:schema PUBLIC 'p' 'XMLSchema.dtd'>" +
-          schemaText("<xs:include schemaLocation='types/%61%20mount.xsd'/><xs:element name='a'>"
+          schemaText("<xs:include schemaLocation='types/%61%20mo%FCnt.xsd'/><xs:element name='a'>"
                      "<xs:complexType><xs:sequence><xs:element name='n' type='Amount' "
                      "maxOccurs='unbounded'/></xs:sequence></xs:complexType></xs:element>"));
-  folder_.write("sub/types/a mount.xsd",
+  folder_.write("sub/types/a mo\xfcnt.xsd",
                 schemaText("<xs:simpleType name='Amount'><xs:restriction base='xs:integer'>"
                            "<xs:maxInclusive value='9'/></xs:restriction></xs:simpleType>"));
   // Through a link, and from a schema of a name space.
@@ -307,11 +307,17 @@ TEST_F(ValidationTest, SchemasOutOfProportionEndTheirOwnCallAlone) {
                     close = "</xs:sequence></xs:complexType>";
   std::string nested, ends;
   for (int i = 0; i < 2000; ++i) nested += "<xs:sequence>", ends += "</xs:sequence>";
-  const auto group = [&](const char* content) {
-    return "<xs:group name='g#'><xs:sequence>" + std::string(content) + "</xs:sequence></xs:group>";
+  const auto group = [&](const std::string& content) {
+    return "<xs:group name='g#'><xs:sequence>" + content + "</xs:sequence></xs:group>";
   };
   const std::string first = open + "<xs:group ref='g0'/>" + close;
+  const auto sixty = [&](const char* item) { return definitions(0, group(definitions(59, item))); };
+  folder_.write("n.xsd",
+                "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' targetNamespace='n'>"
+                "<xs:include schemaLocation='part.xsd'/></xs:schema>");
+  folder_.write("part.xsd", schemaText(sixty("<xs:element name='e' type='xs:int'/>")));
   const std::string many(40, 'a'), pattern = withPattern("(a+)+b");
+  const std::string gaps = withPattern("a" + definitions(39, "(x?|y?)") + "b");
   const auto ofElement = [](const std::string& type, const std::string& more) {
     return schemaText("<xs:element name='a' type='" + type + "'/>" + more);
   };
@@ -328,6 +334,10 @@ TEST_F(ValidationTest, SchemasOutOfProportionEndTheirOwnCallAlone) {
        "<a/>", "too deeply"},
       {"groups that double",
        schemaOfType(first, definitions(40, group("<xs:group ref='g@'/><xs:group ref='g@'/>"))),
+       "<a/>", "content models are too large"},
+      {"groups of one name in two name spaces",
+       schemaOfType(first, "<xs:import namespace='n' schemaLocation='n.xsd'/>" +
+                               sixty("<xs:group xmlns:n='n' ref='n:g0'/>")),
        "<a/>", "content models are too large"},
       {"occurrences",
        schemaOfType(open +
@@ -350,8 +360,13 @@ TEST_F(ValidationTest, SchemasOutOfProportionEndTheirOwnCallAlone) {
        "<a/>", "take too long"},
       {"a pattern that backtracks", ofElement("p", pattern), "<a>" + many + "c</a>", "too long",
        kInvalid},
-      {"one that repeats alternatives", ofElement("p", withPattern("(a|aa|a)*b")),
-       "<a>" + many + "c</a>", "too long", kInvalid},
+      {"one that may match nothing in many ways", ofElement("p", gaps), "<a>ac</a>", "too long",
+       kInvalid},
+      {"the same at the end of the value", ofElement("p", gaps), "<a>a</a>", "too long", kInvalid},
+      {"characters that the parser has in no table", ofElement("p", withPattern("(\\D|.)*b")),
+       "<a>" + definitions(39, "\xF0\x9D\x9F\x8E") + "</a>", "too long", kInvalid},
+      {"a string that is sought everywhere", ofElement("p", withPattern(".*ab")),
+       "<a>" + std::string(100'000, 'a') + "</a>", "too long", kInvalid},
       {"one of several repeats", ofElement("p", withPattern(".*.*.*x")),
        "<a>" + std::string(2000, 'a') + "</a>", "too long", kInvalid},
       {"in an attribute",
@@ -364,7 +379,8 @@ TEST_F(ValidationTest, SchemasOutOfProportionEndTheirOwnCallAlone) {
        "<a>ab " + many + "</a>", "too long", kInvalid},
       {"the same with a value that matches", ofElement("p", pattern), "<a>aaaab</a>", nullptr},
       {"what many schemas have",
-       ofElement("p", withPattern("[A-Z]{2}\\d{2,4}(-[\\c-[:]]+)?|(\\p{L}|[^&lt;a-c\\s])+( x)*")),
+       ofElement("p", withPattern(
+                          "[A-Z]{2}\\d{2,4}(-[\\c-[:]]+)?|(\\p{L}|[^&lt;a-c\\s])+( x)*|[\\w-.]+")),
        "<a>DE1234-x.y</a>", nullptr},
   };
   for (const Case& c : cases) {
