@@ -8,7 +8,7 @@
 namespace orvxml {
 
 // What qrkJudge and qrkJudgeBySchema return. Without a judgement the document may be as good as
-// any: it or what it is to be judged by is missing, cannot be read or is wrong in itself.
+// any: it or its schema is missing or cannot be read, or what it is to be judged by is wrong.
 enum QrkVerdict : int { kNotJudged = -1, kInvalid = 0, kValid = 1 };
 
 }  // namespace orvxml
@@ -20,9 +20,10 @@ extern "C" {
 // counts. A supplied DTD takes the place of the one that the DOCTYPE names: a document that names
 // none, or declares elements, attributes or parameter entities of its own, is not valid. Returns a
 // QrkVerdict, with message and SQLSTATE unless it is kValid: QRKQ047E ("38X13") for an error in the
-// document or the DTD, QRKC001E when the document's file is missing, QRKC000E when it cannot be
-// read, QRKG002E out of memory, QRKD000E ("00000") for an id that does not convert. An error in the
-// DTD is told to the thread's listener, as a place in the file of that id.
+// document or the DTD, and kInvalid with it when the DTD's file cannot be opened, QRKC001E when the
+// document's file is missing, QRKC000E when it cannot be read, QRKG002E out of memory, QRKD000E
+// ("00000") for an id that does not convert. An error in the DTD is told to the thread's listener,
+// as a place in the file of that id.
 ORVXML_API int qrkJudge(orvxml::QrkStruct* ctx, char* document, int docLoc, int useDbEncoding,
                         char* dtd, int dtdInDbEncoding, char* dtdid, char* sqlstate, char* msg,
                         int dtdInMemory);
