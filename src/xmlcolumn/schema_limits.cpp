@@ -45,45 +45,52 @@ size_t stackLeft() {
   return std::min(static_cast<size_t>(here - static_cast<const char*>(lowest)), kMostStack);
 }
 
-// The components of all files and which ones each of them refers to.
+// The components of all files and which ones each of them refers to. Definitions of one name, as a
+// redefinition is, refer to each other in their order.
 class Components {
  public:
   explicit Components(const Files& files) {
+    std::map<std::u16string_view, size_t> latest;
     for (const SchemaScan* file : files) {
       for (const SchemaComponent& component : file->components()) {
-        byName_[component.name].push_back(all_.size());
+        const size_t i = all_.size();
         all_.push_back(&component);
+        targets_.emplace_back();
+        const auto [before, isFirst] = latest.try_emplace(component.name, i);
+        if (isFirst) {
+          byName_.emplace(component.name, i);
+        } else {
+          targets_[std::exchange(before->second, i)].push_back(i);
+        }
       }
     }
-    targets_.resize(all_.size());
     for (size_t i = 0; i < all_.size(); ++i) {
       const std::set<std::u16string_view> names(all_[i]->names.begin(), all_[i]->names.end());
       for (const std::u16string_view name : names) {
-        const std::vector<size_t> meant = named(name);
-        targets_[i].insert(targets_[i].end(), meant.begin(), meant.end());
+        if (const auto target = named(name)) targets_[i].push_back(*target);
       }
     }
   }
 
   size_t count() const { return all_.size(); }
   size_t depth(size_t i) const { return static_cast<size_t>(all_[i]->depth); }
-  // A redefinition and what it redefines have one name.
-  std::vector<size_t> named(std::u16string_view name) const {
+  // The first of the name.
+  std::optional<size_t> named(std::u16string_view name) const {
     const auto found = byName_.find(name);
-    return found == byName_.end() ? std::vector<size_t>() : found->second;
+    return found == byName_.end() ? std::nullopt : std::optional<size_t>(found->second);
   }
   const std::vector<size_t>& targets(size_t i) const { return targets_[i]; }
 
  private:
-  std::map<std::u16string_view, std::vector<size_t>> byName_;
+  std::map<std::u16string_view, size_t> byName_;
   std::vector<const SchemaComponent*> all_;
   std::vector<std::vector<size_t>> targets_;
 };
 
 using Links = std::vector<std::vector<size_t>>;
 
-// Takes away, again and again, what has no links left to what stays; `isGone` tells what is. The
-// longest chain of links in that.
+// Takes away, again and again, what has no link to anything that is left: the longest chain in
+// that.
 size_t peel(const Components& components, const Links& from, const Links& to,
             std::vector<bool>& isGone) {
   std::vector<size_t> left(components.count()), longest(components.count()), ready;
@@ -250,22 +257,39 @@ class LiteralCosts {
 
   // False when they are too many.
   bool add(const SchemaText& literal, size_t holder) {
-    const auto holders =
-        literal.type.empty() ? std::vector<size_t>{holder} : components_.named(literal.type);
-    if (holders.empty()) return true;
-    for (PatternCost* const pattern : patternsOf(holders)) {
-      spent_ += 1 + pattern->steps(literal.text, kMaxLiteralSteps);
+    const std::optional<size_t> start =
+        literal.type.empty() ? holder : components_.named(literal.type);
+    if (!start) return true;
+    // What it is for its type: as written, each item of a list, with blanks for white space, or
+    // with single ones.
+    const Patterns::Costly& patterns = patternsOf(*start);
+    std::u16string replaced = literal.text, collapsed;
+    if (!add(literal.text, patterns)) return false;
+    if (replaced.find_first_of(kWhiteSpace) == replaced.npos) return true;
+    for (char16_t& c : replaced) c = kWhiteSpace.find(c) == kWhiteSpace.npos ? c : u' ';
+    return takesItems(literal.text,
+                      [&](std::u16string_view item) {
+                        if (!collapsed.empty()) collapsed += u' ';
+                        collapsed += item;
+                        return add(item, patterns);
+                      }) &&
+           add(replaced, patterns) && add(collapsed, patterns);
+  }
+
+ private:
+  bool add(std::u16string_view value, const Patterns::Costly& patterns) {
+    for (PatternCost* const pattern : patterns) {
+      spent_ += 1 + pattern->steps(value, kMaxLiteralSteps);
       if (spent_ > kMaxLiteralSteps) return false;
     }
     return spent_ <= kMaxLiteralSteps;
   }
 
- private:
-  const Patterns::Costly& patternsOf(std::vector<size_t> open) {
-    const auto [found, isNew] = reached_.try_emplace(open);
+  const Patterns::Costly& patternsOf(size_t start) {
+    const auto [found, isNew] = reached_.try_emplace(start);
     if (!isNew) return found->second;
-    ++walk_;
-    for (const size_t i : open) met_[i] = walk_;
+    met_[start] = ++walk_;
+    std::vector<size_t> open{start};
     while (!open.empty()) {
       const size_t i = open.back();
       open.pop_back();
@@ -282,8 +306,8 @@ class LiteralCosts {
 
   const Components& components_;
   const Patterns& patterns_;
-  std::map<std::vector<size_t>, Patterns::Costly> reached_;  // from where
-  std::vector<size_t> met_;                                  // number of the walk
+  std::map<size_t, Patterns::Costly> reached_;  // from where
+  std::vector<size_t> met_;                     // number of the walk
   size_t walk_ = 0;
   double spent_ = 0;
 };
@@ -381,13 +405,7 @@ bool ValueCosts::allows(const Type* type, std::u16string_view value) {
 }
 
 bool ValueCosts::allowsItems(const Type* type, std::u16string_view value) {
-  constexpr std::u16string_view kWhiteSpace = u" \t\r\n";
-  while (!value.empty()) {
-    const size_t end = std::min(value.find_first_of(kWhiteSpace), value.size());
-    if (end > 0 && !allows(type, value.substr(0, end))) return false;
-    value.remove_prefix(std::min(end + 1, value.size()));
-  }
-  return true;
+  return takesItems(value, [&](std::u16string_view item) { return allows(type, item); });
 }
 
 }  // namespace orvxml

@@ -7,7 +7,6 @@
 namespace orvxml {
 namespace {
 
-constexpr std::u16string_view kWhiteSpace = u" \t\r\n";
 constexpr double kManyTimes = 1e9;
 
 std::u16string_view localPart(std::u16string_view name) {
@@ -17,19 +16,6 @@ std::u16string_view localPart(std::u16string_view name) {
 std::u16string_view valueOf(const xercesc::Attributes& attributes, const XMLCh* name) {
   const XMLCh* const value = attributes.getValue(name);
   return value ? value : std::u16string_view();
-}
-
-// Calls `use` with each name in a list.
-template <class Use>
-void forEachName(std::u16string_view list, Use use) {
-  for (;;) {
-    const size_t start = list.find_first_not_of(kWhiteSpace);
-    if (start == list.npos) return;
-    list.remove_prefix(start);
-    const std::u16string_view name = list.substr(0, list.find_first_of(kWhiteSpace));
-    use(name);
-    list.remove_prefix(name.size());
-  }
 }
 
 double number(std::u16string_view digits, double otherwise) {
@@ -145,8 +131,9 @@ bool SchemaScan::opensAnnotation(std::u16string_view name) const {
 
 void SchemaScan::noteReferences(std::u16string_view kind, const xercesc::Attributes& attributes) {
   const auto note = [&](char16_t letter, const XMLCh* attribute) {
-    forEachName(valueOf(attributes, attribute), [&](std::u16string_view name) {
+    takesItems(valueOf(attributes, attribute), [&](std::u16string_view name) {
       components_.back().names.push_back(referred(letter, name));
+      return true;
     });
   };
   for (const XMLCh* const attribute : {u"type", u"base", u"itemType", u"memberTypes"}) {
@@ -165,8 +152,7 @@ void SchemaScan::noteTexts(std::u16string_view kind, const xercesc::Attributes& 
         {value, components_.size() - 1, type.empty() ? std::u16string() : referred(u't', type),
          locator_ ? locator_->getLineNumber() : 0, locator_ ? locator_->getColumnNumber() : 0});
   };
-  if (kind == u"pattern") note(patterns_, u"value");
-  if (kind == u"enumeration") note(values_, u"value");
+  note(kind == u"pattern" ? patterns_ : values_, u"value");
   note(values_, u"default");
   note(values_, u"fixed");
 }
@@ -193,8 +179,9 @@ SchemaScan::Level SchemaScan::levelOf(std::u16string_view kind,
     level.size.fixed = 1;
   } else if (!open_.empty() && open_.back().kind == u"simpleType") {
     for (const XMLCh* const attribute : {u"memberTypes", u"itemType", u"base"}) {
-      forEachName(valueOf(attributes, attribute), [&](std::u16string_view type) {
+      takesItems(valueOf(attributes, attribute), [&](std::u16string_view type) {
         level.size.of.emplace_back(referred(u'u', type), 1);
+        return true;
       });
     }
   }

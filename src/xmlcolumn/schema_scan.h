@@ -18,6 +18,20 @@
 
 namespace orvxml {
 
+inline constexpr std::u16string_view kWhiteSpace = u" \t\r\n";
+
+// Whether `use` takes every item of a list, as white space sets them apart.
+template <class Use>
+bool takesItems(std::u16string_view list, Use use) {
+  for (size_t start = 0; (start = list.find_first_not_of(kWhiteSpace)) != list.npos;) {
+    list.remove_prefix(start);
+    const std::u16string_view item = list.substr(0, list.find_first_of(kWhiteSpace));
+    if (!use(item)) return false;
+    list.remove_prefix(item.size());
+  }
+  return true;
+}
+
 // A size that is known in part: fixed, and so many times that of other components.
 struct SchemaSize {
   double fixed = 0;
