@@ -292,8 +292,9 @@ class qrkSAX2XMLReaderImpl : public GuardedCallbacks<xercesc::SAX2XMLReaderImpl>
   bool isReusable() const { return guard->isClean() && !metDoctype_; }
 
   // Validates by schemas with the validator that `make` makes, which the parser then owns.
+  // `hasDtd`: one of the schemas has a DOCTYPE.
   void replaceSchemaValidator(
-      const std::function<xercesc::SchemaValidator*(xercesc::MemoryManager*)>& make);
+      const std::function<xercesc::SchemaValidator*(xercesc::MemoryManager*)>& make, bool hasDtd);
 
   void setContentHandler(xercesc::ContentHandler* handler) override;
   void setEntityResolver(xercesc::EntityResolver* resolver) override;

@@ -278,9 +278,9 @@ xercesc::XMLScanner& qrkSAX2XMLReaderImpl::scanner() {
 }
 
 void qrkSAX2XMLReaderImpl::replaceSchemaValidator(
-    const std::function<xercesc::SchemaValidator*(xercesc::MemoryManager*)>& make) {
+    const std::function<xercesc::SchemaValidator*(xercesc::MemoryManager*)>& make, bool hasDtd) {
   // The parser of schemas forgets its note of a DTD as well: it runs before the first element.
-  guard->watchAllocations();
+  if (hasDtd) guard->watchAllocations();
   install(dynamic_cast<xercesc::IGXMLScanner&>(scanner()), make(guard.get()));
 }
 

@@ -67,6 +67,7 @@ class SchemaScan : public ThrowingHandler {
   explicit SchemaScan(std::u16string space = {}) : targetNamespace_(std::move(space)) {}
 
   void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
+  void startDTD(const XMLCh*, const XMLCh*, const XMLCh*) override { hasDtd_ = true; }
   void startElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name,
                     const xercesc::Attributes& attributes) override;
   void endElement(const XMLCh* uri, const XMLCh* localName, const XMLCh* name) override;
@@ -74,6 +75,7 @@ class SchemaScan : public ThrowingHandler {
   const std::u16string& targetNamespace() const { return targetNamespace_; }
   // Whether another includer would give it another one.
   bool isOfNoSpace() const { return isOfNoSpace_; }
+  bool hasDtd() const { return hasDtd_; }
   const std::vector<SchemaPart>& parts() const { return parts_; }
   int64_t elements() const { return elements_; }
   int64_t declarations() const { return declarations_; }  // those of elements
@@ -109,6 +111,7 @@ class SchemaScan : public ThrowingHandler {
   const xercesc::Locator* locator_ = nullptr;
   std::u16string targetNamespace_;
   bool isOfNoSpace_ = true;
+  bool hasDtd_ = false;
   std::vector<std::pair<std::u16string, std::u16string>> bindings_;  // of prefixes, innermost last
   std::vector<SchemaPart> parts_;
   int64_t elements_ = 0, declarations_ = 0;

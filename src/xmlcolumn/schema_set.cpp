@@ -249,6 +249,11 @@ const SchemaSet::File* SchemaSet::withId(std::u16string_view id) const {
   return found == files_.end() ? nullptr : &*found;
 }
 
+bool SchemaSet::hasDtd() const {
+  return std::any_of(scans_.begin(), scans_.end(),
+                     [](const Scan& scan) { return scan.content.hasDtd(); });
+}
+
 bool SchemaSet::contains(std::u16string_view systemId) const {
   return systemId == kImportingId || withId(systemId);
 }

@@ -36,6 +36,7 @@ class SchemaSet : public xercesc::XMLEntityResolver {
   bool load(const char16_t* location);
   xercesc::InputSource* resolveEntity(xercesc::XMLResourceIdentifier* wanted) override;
 
+  bool hasDtd() const;
   // Whether a name in the parser's errors is one of this set's, and how to tell it to a user: as
   // the caller named the schema.
   bool contains(std::u16string_view systemId) const;

@@ -132,7 +132,8 @@ int judgeBySchema(const Report& report, const Document& document, const char16_t
   if (databaseEncoding(report, encoding) != 0) return kNotJudged;
   Judging<qrkSchemaHandler> handler(report.ctx, encoding.c_str());
   parser.replaceSchemaValidator(
-      [&](xercesc::MemoryManager* memory) { return new BoundedValidator(memory, source.bytes); });
+      [&](xercesc::MemoryManager* memory) { return new BoundedValidator(memory, source.bytes); },
+      schema.hasDtd());
   // The first one learns of the DOCTYPE, the second one answers.
   parser.setEntityResolver(&outside);
   parser.setXMLEntityResolver(&schema);
