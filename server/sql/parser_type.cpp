@@ -127,8 +127,8 @@ int64_t Parser::parseLength(int64_t fallback, int64_t maximum, std::string_view 
   int64_t unit = 1;
   int64_t length = parseInteger();
   if (acceptWord("K")) unit = 1024;
-  if (unit == 1 && acceptWord("M")) unit = 1024 * 1024;
-  if (unit == 1 && acceptWord("G")) unit = 1024 * 1024 * 1024;
+  if (unit == 1 && acceptWord("M")) unit = int64_t{1024} * 1024;
+  if (unit == 1 && acceptWord("G")) unit = int64_t{1024} * 1024 * 1024;
   expectSymbol(")");
   if (length < 1 || length > maximum) throw SqlError(-604, {std::string(name)});
   length *= unit;

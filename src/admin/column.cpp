@@ -13,6 +13,13 @@ namespace {
 constexpr ProcedureInfo kEnable{Msg::QRKA022I, 7, 2, true};
 constexpr ProcedureInfo kDisable{Msg::QRKA034I, 3, 2, true};
 
+// By the name of the entry, inside of which the step is.
+void traceEntered(Call& call, const char* entry) {
+  if (!tracing(&call.ctx)) return;
+  qrkDebugPrintFunction(&call.ctx, "%s:\t\t", entry);
+  qrkDebugPrintFunction(&call.ctx, "entered.\n");
+}
+
 const char* textOrEmpty(const char* text, const short* indicator) {
   return isNull(text, indicator) ? "" : text;
 }
@@ -106,7 +113,7 @@ int qrkEnableColumn0_STP(const char*, const char* tableName, const char* columnN
   using namespace orvxml;
   const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
   const int code = listProcedure(kEnable, outputs, [&](Call& call) {
-    QRK_TRACE(&call.ctx, "entered.");
+    traceEntered(call, "qrkEnableColumn0_STP");
     return qrkEnableColumn_STP(tableName, columnName, dadBuf, tableSpace, defaultView, rootID,
                                returnCode, call.msg, tableNameInd, columnNameInd, dadBufInd,
                                tableSpaceInd, defaultViewInd, rootIDInd, nullptr, nullptr);
@@ -139,7 +146,7 @@ int qrkDisableColumn0_STP(const char*, const char* tableName, const char* column
   using namespace orvxml;
   const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
   const int code = listProcedure(kDisable, outputs, [&](Call& call) {
-    QRK_TRACE(&call.ctx, "entered.");
+    traceEntered(call, "qrkDisableColumn0_STP");
     return qrkDisableColumn_STP(tableName, columnName, returnCode, call.msg, tableNameInd,
                                 columnNameInd, nullptr, nullptr);
   });

@@ -125,7 +125,8 @@ class LostRows {
     const bool isRow = survey_.rowElement(table) == element;
     const bool repeats =
         isRow || qrkIsNodeMultiOccur(survey_.ctx(), DOM_Element(survey_.root().owner(), element));
-    const bool isOfRow = table == current && (walked_ & tableBit(current)) != 0;
+    const bool isOfRow =
+        table == current && current != kNoTable && (walked_ & tableBit(current)) != 0;
     if (!repeats || isOfRow || !told_.insert(element).second) return;
     traps_.add("rows-left-out", element,
                shownElement(element) + " is written once, not once for each row of " +

@@ -214,7 +214,7 @@ struct ComparedDocument {
 ComparisonResult qrkReadForComparison(const char* document, size_t size,
                                       ComparedDocument** read) try {
   *read = nullptr;
-  auto made = std::make_unique<ComparedDocument>(parsed(document, size));
+  auto made = std::make_unique<ComparedDocument>(ComparedDocument{parsed(document, size)});
   *read = made.release();
   return kSameDocument;
 } catch (...) {
