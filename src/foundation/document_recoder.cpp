@@ -36,7 +36,8 @@ Problem DocumentRecoder::decode(std::string_view piece, bool last) {
   UErrorCode status = U_ZERO_ERROR;
   const char* in = piece.data();
   char16_t* out = units_.data();
-  ucnv_toUnicode(from_, &out, out + kUnits, &in, in + piece.size(), nullptr, last, &status);
+  ucnv_toUnicode(from_, &out, out + kUnits, &in, in + piece.size(), nullptr,
+                 static_cast<UBool>(last), &status);
   if (U_FAILURE(status)) {
     QRK_TRACE(ctx_, "cant convert from app codepage err = %ld", static_cast<long>(status));
     return {Msg::QRKQ055E, status};
@@ -54,7 +55,8 @@ Problem DocumentRecoder::encode(bool last, std::string_view& part, bool& more) {
   UErrorCode status = U_ZERO_ERROR;
   const char16_t* in = text_.data();
   char* out = bytes_.data();
-  ucnv_fromUnicode(to_, &out, out + kBytes, &in, in + text_.size(), nullptr, last, &status);
+  ucnv_fromUnicode(to_, &out, out + kBytes, &in, in + text_.size(), nullptr,
+                   static_cast<UBool>(last), &status);
   more = status == U_BUFFER_OVERFLOW_ERROR;
   if (U_FAILURE(status) && !more) {
     QRK_TRACE(ctx_, "cant convert to db codepage err = %ld", static_cast<long>(status));

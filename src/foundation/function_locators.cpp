@@ -85,13 +85,15 @@ Problem intoBuffer(QrkStruct* ctx, const sqludf_locator* locator, char* buffer, 
 
 Problem intoFile(QrkStruct* ctx, const sqludf_locator* locator, int32_t length, NewFile& file) {
   char piece[kFunctionPiece];
+  std::optional<size_t> shortWrite;
   const Problem problem = forEachPiece(ctx, length, [&](int32_t offset, int32_t count) -> Problem {
     if (const Problem unread = readPiece(ctx, locator, offset + 1, count, piece)) return unread;
     const size_t written = file.write(piece, static_cast<size_t>(count));
     if (written == static_cast<size_t>(count)) return {};
-    QRK_TRACE(ctx, "writeCount = %ld", static_cast<long>(written));
+    shortWrite = written;
     return {Msg::QRKC003E};
   });
+  if (shortWrite) QRK_TRACE(ctx, "writeCount = %ld", static_cast<long>(*shortWrite));
   if (problem) return problem;
   return file.finish() ? Problem{} : Problem{Msg::QRKC003E};
 }

@@ -11,7 +11,7 @@ namespace orvxml {
 namespace {
 
 // Larger documents take their time anyway, and memory stays with the thread.
-constexpr size_t kMaxTextBytes = 128 * 1024;
+constexpr size_t kMaxTextBytes = size_t{128} * 1024;
 constexpr size_t kMaxTapeBytes = 8 * kMaxTextBytes;
 // A text that is read as it declares, whatever the database's code page.
 constexpr int32_t kAsDeclared = -1;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "orvxml/code_pages.h"
 #include "orvxml/xml_writer.h"
