@@ -235,7 +235,7 @@ std::vector<std::string> nextSuffixes(size_t count) {
 TEST(ColumnFailuresTest, SuffixesOfOtherColumns) {
   const std::string plain = oneColumn("date");
   ColumnDatabase db;
-  for (const size_t taken : {0, 1, 25, 26}) {
+  for (const size_t taken : {0U, 1U, 25U, 26U}) {
     const std::vector<std::string> suffixes = nextSuffixes(taken + 1);
     for (size_t i = 0; i < taken; ++i) {
       db.run(

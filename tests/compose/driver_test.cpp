@@ -327,7 +327,7 @@ TEST_F(DriverTest, ColumnsThatVanishOrChange) {
     for (const Arguments& arguments : both) {
       SCOPED_TRACE(arguments.dad);
       compose(arguments);
-      expectOutcome(codes[&arguments - both], message);
+      expectOutcome(codes[static_cast<size_t>(&arguments - both)], message);
     }
   };
   const auto replace = [&](const std::string& table, const std::string& columns) {
