@@ -152,6 +152,12 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
                           repeated("part", attributeOf("k", "PART", "K") + '\n' +
                                                text(column("PART", "NOTE")))) +
       "</root_node></Xcollection></DAD>";
+  const std::string oneDocument =
+      "<DAD><Xcollection><prolog>?xml version='1.0'?</prolog><root_node>" +
+      element("parts",
+              top("<table name='PART'/>") +
+                  repeated("part", attributeOf("k", "PART", "K") + text(column("PART", "NOTE")))) +
+      "</root_node></Xcollection></DAD>";
   const std::string query =
       "<DAD><Xcollection><SQL_stmt>SELECT item AS id, k, note FROM part ORDER BY id, k</SQL_stmt>"
       "<prolog>?xml version='1.0'?</prolog><root_node>" +
@@ -181,6 +187,7 @@ TEST_F(CommandCompose, WarningsAndPlaces) {
       byTables, {"--wrap", "all"}, 1,
       "item.dad:7:12: in the row ID = 2 of ITEM, K = y and NOTE = b\\u0002 of PART: QRKQ055E  ICU error: column NOTE holds U+0002, which XML cannot carry\n");
   expect(byTables, {"--wrap", "all", "--keep-going"}, 1, "2 documents, 1 left out", third);
+  expect(oneDocument, {"--wrap", "all", "--keep-going"}, 1, "0 documents, 1 left out");
   expect(query, {"--wrap", "all", "--keep-going"}, 1,
          "in the row ID = 2, K = y: QRKQ055E  ICU error: column NOTE holds U+0002", third);
   expect(

@@ -121,6 +121,10 @@ TEST(DocumentTextTest, OtherCodePagesKeepTheirCharacters) {
     }
     ASSERT_TRUE(toDatabase(&call.ctx, c.written, written));
     EXPECT_EQ(got, (Written{0, 0, written}));
+    const Written half = TextTest(&call.ctx).value("\xF0");
+    if (c.codePage != 819) {
+      EXPECT_EQ(half, refused("no text of the database code page (it does not convert)"));
+    }
   }
 }
 

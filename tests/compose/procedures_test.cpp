@@ -48,7 +48,8 @@ class ComposeProcedures : public testing::Test {
     db_.runScript(
         "create table item (id integer not null, name clob(2M));"
         "insert into item values (1, 'one'); insert into item values (2, 'two');"
-        "insert into item values (3, 'three');create table result (doc clob(1M), other integer);");
+        "insert into item values (3, 'three');create table result (doc clob(1M), other integer);"
+        "create alias elsewhere for result;");
   }
 
   void expectOutcome(const ComposeOutcome& outcome, int code, const char* pattern) {
@@ -83,6 +84,8 @@ TEST_F(ComposeProcedures, EachWritesItsDocuments) {
   const Case cases[] = {
       {"table", {.table = "result"}, {{"1"}, {"2"}, {"3"}}},
       {"table, delimited", {.table = "\"RESULT\""}, {{"1"}, {"2"}, {"3"}}},
+      {"table, with its schema", {.table = "app.result"}, {{"1"}, {"2"}, {"3"}}},
+      {"alias", {.table = "app.elsewhere"}, {{"1"}, {"2"}, {"3"}}},
       {"table, override", {.table = "result", .overrideType = 1, .override = ids}, {{"2"}, {"3"}}},
       {"table, maximum", {.table = "result", .maxRows = 2}, {{"1"}, {"2"}}},
       {"columns", {.table = "result", .column = "doc"}, {{"1"}, {"2"}, {"3"}}},
@@ -518,30 +521,58 @@ TEST_F(ComposeProcedures, AReceiverTakesEachDocumentOrEndsTheCall) {
     bool leaveOut(const char*) override { return false; }
     std::string fault, documents;
   };
+  db_.addCollection("items", mapping());
   const std::string dad = mapping();
+  const ComposeRequest all{.dad = dad.data(), .dadSize = dad.size()};
+  const auto with = [&](auto ComposeRequest::*member, auto value) {
+    ComposeRequest request = all;
+    request.*member = value;
+    return request;
+  };
+  ComposeRequest byQuery = with(&ComposeRequest::overrideType, 1);
+  byQuery.override = "SELECT ID, NAME FROM ITEM WHERE ID > 2 ORDER BY ID";
+  const std::string one = "\n<item id=\"1\">one</item>", two = "\n<item id=\"2\">two</item>",
+                    three = "\n<item id=\"3\">three</item>";
   const struct {
     const char* fault;
-    int code;
     ComposeRequest request;
+    int code;
+    std::string taken;
+    int documents;
   } cases[] = {
-      {"", 0, {.dad = dad.data(), .dadSize = dad.size()}},
-      {"refuses", -49, {.dad = dad.data(), .dadSize = dad.size()}},
-      {"throws", -57, {.dad = dad.data(), .dadSize = dad.size()}},
-      {"has no memory", -58, {.dad = dad.data(), .dadSize = dad.size()}},
-      {"gets nothing", -60, {}},
-      {"gets no override", -60, {.dad = dad.data(), .dadSize = dad.size(), .overrideType = 1}},
+      {"", all, 0, one + two + three, 3},
+      {"", {.collection = "items"}, 0, one + two + three, 3},
+      {"", byQuery, 0, three, 1},
+      {"", with(&ComposeRequest::firstOnly, true), 0, one, 3},
+      {"", with(&ComposeRequest::maxRows, 2), 3, one + two, 2},
+      {"refuses", all, -49, "", 0},
+      {"throws", all, -57, "", 0},
+      {"has no memory", all, -58, "", 0},
+      {"", {}, -60, "", 0},
+      {"", with(&ComposeRequest::overrideType, 1), -60, "", 0},
+      {"", with(&ComposeRequest::maxRows, -1), -60, "", 0},
+      {"", with(&ComposeRequest::dadSize, size_t{1} << 32), -124, "", 0},
+      {"", {.collection = "none"}, -88, "", 0},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.fault);
     Receiver receiver;
     receiver.fault = c.fault;
     ComposeResult result;
     EXPECT_EQ(qrkComposeDocuments(c.request, receiver, result), c.code) << result.message;
-    EXPECT_EQ(result.documents, c.code == 0 ? 3 : 0);
-    EXPECT_EQ(receiver.documents, c.code == 0
-                                      ? "\n<item id=\"1\">one</item>\n<item id=\"2\">two</item>"
-                                        "\n<item id=\"3\">three</item>"
-                                      : "");
+    EXPECT_EQ(result.documents, c.documents) << c.code;
+    EXPECT_EQ(receiver.documents, c.taken) << c.code;
+  }
+  // In UTF-8 whatever the database's code page is, from a file as from memory.
+  ComposeDatabase latin(819);
+  latin.runScript("create table item (id integer not null, name clob(2M))");
+  latin.run("INSERT INTO ITEM VALUES (1, REPEAT('\u00f6', 4000))");
+  for (size_t length = 4000; length < 200'000; length *= 2) {
+    Receiver receiver;
+    ComposeResult result;
+    EXPECT_EQ(qrkComposeDocuments(all, receiver, result), 0) << result.message;
+    EXPECT_TRUE(receiver.documents.ends_with("\u00f6\u00f6</item>"));
+    EXPECT_EQ(receiver.documents.size(), 2 * length + 21);
+    latin.run("UPDATE ITEM SET NAME = NAME || NAME");
   }
 }
 

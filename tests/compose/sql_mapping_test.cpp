@@ -34,6 +34,43 @@ constexpr char kOrders[] = "SELECT id, name FROM o ORDER BY id";
 
 const std::string kItem = element("item", attribute("no", "IID") + text("QTY"));
 
+// The server takes such keys for one and gives their rows in any order.
+TEST(SqlMappingTest, KeysThatDifferInBlanksAloneAreTold) {
+  struct Heard final : NoticeListener {
+    void notice(const Notice& notice) override { text += notice.rule + (' ' + notice.text); }
+    std::string text;
+  };
+  Database database;
+  database.run("CREATE TABLE K (ID VARCHAR(4), V INTEGER)");
+  const std::string oneLevel = "SELECT id, v FROM k ORDER BY id";
+  const std::string twoLevels =
+      "SELECT k.id, l.v FROM k, k AS l WHERE k.id = l.id ORDER BY k.id, l.v";
+  const std::string tree = element("k", attribute("id", "ID") + element("l", text("V")));
+  const struct {
+    const char* rows;
+    std::string statement;
+    const char* told;
+  } cases[] = {
+      {"('a', 1), ('a ', 2)", oneLevel, ""},
+      {"(NULL, 1), (' ', 2), ('b', 3)", twoLevels, ""},
+      {"('a', 1), ('a ', 2), ('a', 3)", oneLevel,
+       "keys-differ-in-blanks the keys \"a \" and \"a\" of column ID differ in trailing blanks "
+       "alone, and the second comes again behind the first: it becomes one more element"},
+      {"('a', 1), ('a ', 2)", twoLevels,
+       "keys-differ-in-blanks the keys \"a\" and \"a \" of column ID differ in trailing blanks "
+       "alone: each becomes an element, and each gets what belongs to both"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.rows);
+    database.run("INSERT INTO K VALUES " + std::string(c.rows));
+    Heard heard;
+    const Listening listening(heard);
+    EXPECT_EQ(composeSql(c.statement, tree).code, 0);
+    EXPECT_EQ(heard.text, c.told);
+    database.run("DELETE FROM K");
+  }
+}
+
 TEST(SqlMappingTest, NestsRowsByTheKeysOfTheirLevels) {
   struct Case {
     const char* label;

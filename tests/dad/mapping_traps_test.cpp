@@ -72,6 +72,18 @@ TEST(MappingTrapsTest, DocumentsIntoRows) {
       {"a text beside the row's element, inside a row of another table",
        collection(ab, k + textOf("v", "b", "v") + textOf("w", "b", "w")),
        {"record-in-two-rows 19 the text of <w> stands outside <v>"}},
+      {"a text in a group with rows of another table",
+       collection(ab,
+                  textOf("p", "a", "k") + element("g", row("g", "b", "v") + textOf("o", "a", "n"))),
+       {"record-in-two-rows 21 the text of <o> stands outside <p>"}},
+      {"the same with a name that both have",
+       collection(
+           ab, textOf("p", "a", "k") +
+                   element("g", row("g", "b", "v", textOf("o", "b", "w")) + textOf("o", "a", "n"))),
+       {"value-of-another-table 26 the text of <o> goes into B.W, not into A.N"}},
+      {"an RDB_node and a value on one element",
+       collection(listed("a"), k + element("e", column("a", "v") + attributeOf("n", "a", "n"))),
+       {"part-ignored 12 <e> holds mapped values"}},
       {"two tables on one element",
        collection(listed("ab"), k + attributeOf("v", "b", "v")),
        {"value-not-taken 8 the attribute k of <doc> is never read, A.K stays NULL: <doc> stands "
@@ -173,6 +185,15 @@ TEST(MappingTrapsTest, RowsIntoDocuments) {
            listed("abc", "a.k = b.k AND a.k = c.k"),
            k + element("bill", row("addr", "b", "v")) + element("ship", row("addr", "c", "w"))),
        {"rows-of-another-element 21 <addr> is written once for each row of B"}},
+      {"a root and a group without values of their own",
+       test::dad(element(
+           "docs", test::top(listed("ab", "a.k = b.k")) +
+                       repeated("grp", element("in", row("a", "a", "k", row("e", "b", "v")))))),
+       {"rows-left-out 9 <grp> is written once, not once for each row of A: its name is not"}},
+      {"a group in a row, and an attribute of a table that is not open",
+       collection(ab, k + repeated("grp", element("in", textOf("e", "b", "v")) +
+                                              attributeOf("x", "b", "k"))),
+       {"rows-left-out 13 <grp> is written once", "rows-left-out 15 <e> is written once"}},
       {"an OR at the table of the documents",
        collection(ab,
                   k + attribute("v", column("a", "v", "<condition>v = 1 or v = 2</condition>")) +

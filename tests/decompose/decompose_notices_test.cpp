@@ -111,6 +111,16 @@ TEST(DecomposeNotices, TrapsThatTheDataMeets) {
        "<p k='1'><c v='1'/><b w='2'/></p>",
        {"value-not-taken@3: table C, column W: the attribute w of <b> is not stored: it stands "
         "outside of <c>"}},
+      {"a text of a name that two tables have",
+       dad(element(
+           "r", kTop + textOf("n", "p", "k") +
+                    element("g", repeated("g", attributeOf("v", "c", "v") + textOf("o", "c", "w")) +
+                                     textOf("o", "p", "a")))),
+       "<r><n>1</n><g><g v='x'><o>2</o></g><o>3</o></g></r>",
+       {"value-not-taken@6: table P, column A: the text of <o> is not stored: <o> counts as an "
+        "element of table C",
+        "value-of-another-table@6: table P, column A: the text of <o> goes into table C, which "
+        "maps the same name"}},
       {"a value that goes by the last table of its node",
        dad(element("p", kTop +
                             attribute("k",
@@ -219,6 +229,8 @@ TEST(DecomposeNotices, DocumentsComparedWithWhatComesBack) {
     EXPECT_EQ(qrkCompareDocument(read, c.composed, strlen(c.composed), &found),
               differs ? kOtherDocument : kSameDocument);
     EXPECT_EQ(qrkCompareDocument(read, "<p>", 3, &found), kNoDocument);
+    EXPECT_EQ(qrkReadForComparison("<p>", 3, &read), kNoDocument);
+    EXPECT_EQ(read, nullptr);
     EXPECT_EQ(differs ? std::to_string(found.element) + ": " + found.text : "", c.difference);
   }
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <string>
 
+#include "orvxml/notices.h"
 #include "tests/support/database.h"
 #include "tests/support/temporary_folder.h"
 
@@ -291,6 +292,11 @@ std::string withPattern(const std::string& pattern, const std::string& more = ""
   return "<xs:simpleType name='p'><xs:restriction base='xs:string'><xs:pattern value='" + pattern +
          "'/>" + more + "</xs:restriction></xs:simpleType>";
 }
+std::string repeated(int count, const std::string& text) {
+  std::string all;
+  for (int i = 0; i < count; ++i) all += text;
+  return all;
+}
 // Definitions 0 to `count`: "#" is the number, "@" the next one.
 std::string definitions(int count, const std::string& text) {
   std::string all;
@@ -345,6 +351,22 @@ TEST_F(ValidationTest, SchemasOutOfProportionEndTheirOwnCallAlone) {
                     "<xs:element name='c'/></xs:sequence>" +
                     close),
        "<a/>", "content models are too large"},
+      {"substitution groups",
+       schemaText(definitions(1500, "<xs:element name='s#' substitutionGroup='s@'/>")), "<a/>",
+       "substitution groups are too large"},
+      {"element declarations", schemaText(definitions(40'000, "<xs:element name='d#'/>")), "<a/>",
+       "too many elements"},
+      {"patterns that are large together",
+       schemaText(definitions(25,
+                              "<xs:simpleType name='p#'><xs:restriction base='xs:string'>"
+                              "<xs:pattern value='#" +
+                                  repeated(1000, "a?") + "'/></xs:restriction></xs:simpleType>")),
+       "<a/>", "patterns are too large"},
+      {"a default of many ways",
+       schemaOfType("<xs:complexType><xs:attribute name='x' type='p' default='" + many +
+                        "'/><xs:attribute name='y' type='xs:string' fixed='1'/></xs:complexType>",
+                    pattern),
+       "<a/>", "take too long"},
       {"unions that double",
        ofElement("u0", definitions(40,
                                    "<xs:simpleType name='u#'><xs:union memberTypes='u@ u@'/>"
@@ -392,6 +414,59 @@ TEST_F(ValidationTest, SchemasOutOfProportionEndTheirOwnCallAlone) {
       expectValid(verdict);
     }
   }
+}
+
+// What a schema may consist of, with the sizes, patterns and values that are counted in each.
+TEST_F(ValidationTest, SchemasOfAllConstructsJudge) {
+  folder_.write("old.xsd",
+                schemaText("<xs:simpleType name='Code'><xs:restriction base='xs:string'>"
+                           "<xs:pattern value='(a|a)+b*'/></xs:restriction></xs:simpleType>"
+                           "<xs:group name='Pair'><xs:sequence><xs:element name='one'/>"
+                           "<xs:element name='two'/></xs:sequence></xs:group>"));
+  const std::string schema = folder_.write("all.xsd", schemaText(R"(
+<xs:annotation><xs:appinfo><x:import xmlns:x='urn:x' schemaLocation='notes.txt'/>
+<xs:element name='no'><xs:pattern value='(a*)*'/></xs:element></xs:appinfo></xs:annotation>
+<xs:redefine schemaLocation='old.xsd'><xs:simpleType name='Code'><xs:restriction base='Code'>
+<xs:maxLength value='9'/></xs:restriction></xs:simpleType></xs:redefine>
+<xs:element name='head' type='xs:string'/><xs:element name='mid' substitutionGroup='head'/>
+<xs:element name='leaf' substitutionGroup='mid'/>
+<xs:simpleType name='Codes'><xs:list itemType='Code'/></xs:simpleType>
+<xs:simpleType name='Few'><xs:restriction base='Codes'><xs:enumeration value='aa  ab'/>
+<xs:enumeration value='a'/></xs:restriction></xs:simpleType>
+<xs:simpleType name='Either'><xs:union memberTypes='xs:int'><xs:simpleType>
+<xs:restriction base='Code'/></xs:simpleType></xs:union></xs:simpleType>
+<xs:attributeGroup name='Both'><xs:attribute name='x' type='Few' default='aa ab'/>
+<xs:attribute name='n' type='xs:int' default='1'/></xs:attributeGroup>
+<xs:complexType name='Base'><xs:choice minOccurs='0' maxOccurs='2'><xs:element ref='head'/>
+<xs:any namespace='urn:y' processContents='skip'/></xs:choice></xs:complexType>
+<xs:element name='a'><xs:complexType><xs:complexContent><xs:extension base='Base'><xs:sequence>
+<xs:group ref='Pair' minOccurs='02' maxOccurs='unbounded'/><xs:element name='e' type='Either'/>
+</xs:sequence><xs:attributeGroup ref='Both'/></xs:extension></xs:complexContent></xs:complexType>
+</xs:element>
+<xs:element name='b'><xs:complexType><xs:all><xs:element name='c' type='Codes'/></xs:all>
+</xs:complexType></xs:element>)"));
+  const std::string pairs = "<one/><two/><one/><two/>";
+  expectValid(
+      bySchema("<a x='aa ab'><leaf>t</leaf><y xmlns='urn:y'/>" + pairs + "<e>aab</e></a>", schema));
+  expectValid(bySchema("<a>" + pairs + "<e>7</e></a>", schema));
+  expectValid(bySchema("<b><c>aa  ab a</c></b>", schema));
+  expectRejected(bySchema("<b><c>aa aaaaaaaaaa</c></b>", schema), "line 1");
+  expectRejected(bySchema("<a x='ab'>" + pairs + "<e>7</e></a>", schema), "line 1");
+
+  // The file that is wrong is told by its own name.
+  struct Heard final : NoticeListener {
+    void notice(const Notice& notice) override { file = notice.file; }
+    std::string file;
+  } heard;
+  const Listening listening(heard);
+  folder_.write("sub/part.xsd", schemaText("<xs:element name='p'/><xs:"));
+  const std::string whole = folder_.write(
+      "whole.xsd", schemaText("<xs:include/><xs:include schemaLocation='sub/part.xsd'/>"));
+  expectRejected(bySchema("<a/>", whole), "line", kNotJudged);
+  EXPECT_EQ(heard.file, folder_.path("sub/part.xsd"));
+  std::filesystem::resize_file(whole, 65 << 20);
+  expectRejected(bySchema("<a/>", whole), "too large", kNotJudged);
+  EXPECT_EQ(heard.file, whole);
 }
 
 TEST_F(ValidationTest, WithoutItsSchemaNoDocumentIsValid) {
