@@ -9,9 +9,9 @@
 #include "fuzz/fuzz_call.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/column_dad.h"
-#include "orvxml/parser.h"
 #include "orvxml/sql_literal.h"
 #include "src/admin/trigger_texts.h"
+#include "src/dad/parser.h"
 
 namespace orvxml::fuzz {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "orvxml/procedure_frame.h"
+#include "src/foundation/procedure_frame.h"
 
 namespace orvxml {
 

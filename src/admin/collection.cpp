@@ -6,18 +6,18 @@
 #include <vector>
 
 #include "orvxml/administration.h"
-#include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/mapping_model.h"
 #include "orvxml/packages.h"
-#include "orvxml/parser.h"
-#include "orvxml/procedure_frame.h"
-#include "orvxml/target_table.h"
 #include "orvxml/trace.h"
 #include "src/admin/admin_parameters.h"
 #include "src/admin/schema_warning.h"
 #include "src/admin/usage_table.h"
 #include "src/dad/dad_settings.h"
+#include "src/dad/mapping_model.h"
+#include "src/dad/parser.h"
+#include "src/decompose/target_table.h"
+#include "src/foundation/catalog_queries.h"
+#include "src/foundation/procedure_frame.h"
 #include "src/foundation/server_statements.h"
 
 namespace orvxml {

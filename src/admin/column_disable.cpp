@@ -3,10 +3,8 @@
 #include <string_view>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/locators.h"
 #include "orvxml/notices.h"
 #include "orvxml/sql_literal.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/admin/column.h"
 #include "src/admin/column_statements.h"
@@ -14,7 +12,9 @@
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
 #include "src/foundation/locator_owner.h"
+#include "src/foundation/locators.h"
 #include "src/foundation/server_statements.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

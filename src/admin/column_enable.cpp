@@ -3,12 +3,8 @@
 #include <new>
 #include <string_view>
 
-#include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/location_path.h"
 #include "orvxml/notices.h"
-#include "orvxml/parser.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/admin/column.h"
@@ -18,7 +14,11 @@
 #include "src/admin/schema_warning.h"
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
+#include "src/dad/parser.h"
+#include "src/foundation/catalog_queries.h"
 #include "src/foundation/server_statements.h"
+#include "src/foundation/sql_scanner.h"
+#include "src/xmlcolumn/location_path.h"
 
 namespace orvxml {
 

@@ -8,12 +8,12 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/notices.h"
 #include "orvxml/packages.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/admin/column_statements.h"
 #include "src/admin/trigger_texts.h"
 #include "src/foundation/server_statements.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -9,13 +9,13 @@
 #include <unicode/utf16.h>
 
 #include "orvxml/administration.h"
-#include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/packages.h"
-#include "orvxml/procedure_frame.h"
 #include "orvxml/trace.h"
 #include "src/admin/admin_parameters.h"
 #include "src/admin/database_statements.h"
+#include "src/foundation/catalog_queries.h"
+#include "src/foundation/procedure_frame.h"
 
 namespace orvxml {
 namespace {

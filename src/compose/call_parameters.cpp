@@ -4,8 +4,8 @@
 #include <cstring>
 #include <limits>
 
-#include "orvxml/composition.h"
 #include "orvxml/trace.h"
+#include "src/compose/composition.h"
 
 namespace orvxml {
 namespace {

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <span>
 
-#include "orvxml/procedure_frame.h"
 #include "orvxml/procedures.h"
+#include "src/foundation/procedure_frame.h"
 
 namespace orvxml {
 

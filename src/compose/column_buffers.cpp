@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "orvxml/composition.h"
+#include "src/compose/composition.h"
 
 namespace orvxml {
 

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string_view>
 
-#include "orvxml/level_map.h"
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
+#include "src/compose/level_map.h"
 #include "src/foundation/text_cut.h"
 
 namespace orvxml {

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "orvxml/trace.h"
-#include "orvxml/xml_writer.h"
 #include "src/compose/modules.h"
+#include "src/compose/xml_writer.h"
 #include "src/dad/dad_walk.h"
 
 namespace orvxml {

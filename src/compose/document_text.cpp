@@ -10,12 +10,12 @@
 #include <xercesc/util/XMLChar.hpp>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/locators.h"
-#include "orvxml/xml_writer.h"
 #include "src/compose/modules.h"
 #include "src/compose/piecewise_decoder.h"
 #include "src/compose/plain_text.h"
+#include "src/compose/xml_writer.h"
 #include "src/dad/mapping_notices.h"
+#include "src/foundation/locators.h"
 
 namespace orvxml {
 

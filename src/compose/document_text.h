@@ -9,7 +9,7 @@
 
 #include "orvxml/buffer.h"
 #include "orvxml/context.h"
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 

@@ -5,7 +5,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 
 namespace orvxml {
 

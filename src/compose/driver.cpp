@@ -3,21 +3,21 @@
 #include <string>
 
 #include "orv/esql.h"
-#include "orvxml/catalog_queries.h"
-#include "orvxml/cli_handles.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/composition.h"
-#include "orvxml/level_map.h"
 #include "orvxml/packages.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
+#include "src/compose/composition.h"
+#include "src/compose/level_map.h"
 #include "src/compose/modules.h"
 #include "src/compose/result_storage.h"
 #include "src/compose/sql_mapping.h"
 #include "src/compose/statement_text.h"
 #include "src/dad/dad_settings.h"
 #include "src/dad/mapping_notices.h"
+#include "src/foundation/catalog_queries.h"
+#include "src/foundation/cli_handles.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 namespace {

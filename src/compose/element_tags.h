@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 

@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/xml_writer.h"
 #include "src/compose/document_text.h"
+#include "src/compose/xml_writer.h"
 
 namespace orvxml {
 

@@ -1,6 +1,6 @@
 // Builds the level map: the select list as the server describes it, cut into levels at the columns
 // that the ORDER BY list names.
-#include "orvxml/level_map.h"
+#include "src/compose/level_map.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/compose/sql_statement.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

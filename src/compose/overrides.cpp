@@ -4,15 +4,15 @@
 //   condition  = path blanks predicate
 //   path       = characters up to a blank, "<", "=" or ">"
 //   predicate  = characters up to "AND" outside single quotes; "NO_CONDITION" stands for none
-#include "orvxml/overrides.h"
+#include "src/compose/overrides.h"
 
 #include <cstdlib>
 #include <memory>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/composition.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/utilities.h"
+#include "src/compose/composition.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 namespace {

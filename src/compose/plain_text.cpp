@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 
 namespace orvxml {
 

@@ -7,11 +7,11 @@
 #include <string>
 
 #include "orvxml/compose_documents.h"
-#include "orvxml/composition.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/compose/call_parameters.h"
+#include "src/compose/composition.h"
 #include "src/compose/fetch_dad.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 namespace {

@@ -3,20 +3,20 @@
 #include <memory>
 #include <string>
 
-#include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/composition.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/composition.h"
 #include "src/compose/document_text.h"
 #include "src/compose/rdb_document.h"
 #include "src/compose/rdb_plan.h"
 #include "src/compose/rdb_query.h"
 #include "src/compose/result_storage.h"
+#include "src/compose/xml_writer.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/mapping_notices.h"
 #include "src/dad/mapping_traps.h"
+#include "src/foundation/catalog_queries.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

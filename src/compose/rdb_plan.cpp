@@ -1,10 +1,10 @@
 #include "src/compose/rdb_plan.h"
 
 #include "orvxml/code_pages.h"
-#include "orvxml/sql_scanner.h"
 #include "src/compose/document_text.h"
 #include "src/compose/element_tags.h"
 #include "src/dad/dad_walk.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -7,11 +7,11 @@
 #include <limits>
 
 #include "orv/esql.h"
-#include "orvxml/composition.h"
-#include "orvxml/level_map.h"
-#include "orvxml/sql_scanner.h"
 #include "src/compose/column_buffers.h"
+#include "src/compose/composition.h"
+#include "src/compose/level_map.h"
 #include "src/dad/mapping_notices.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -13,8 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "orvxml/mapping_model.h"
 #include "src/compose/rdb_report.h"
+#include "src/dad/mapping_model.h"
 
 namespace orvxml {
 

@@ -4,11 +4,11 @@
 //   SELECT "T"."C", "T"."D" FROM "T" WHERE condition AND "T"."P" = ?  ORDER BY columns
 #include <cstring>
 
-#include "orvxml/composition.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/compose/column_buffers.h"
+#include "src/compose/composition.h"
 #include "src/compose/rdb_query.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

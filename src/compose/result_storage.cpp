@@ -8,20 +8,20 @@
 #include <memory>
 #include <optional>
 
-#include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/locators.h"
 #include "orvxml/packages.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
 #include "src/compose/modules.h"
 #include "src/compose/piecewise_decoder.h"
 #include "src/compose/sql_statement.h"
 #include "src/dad/mapping_notices.h"
+#include "src/foundation/catalog_queries.h"
 #include "src/foundation/file_handle.h"
+#include "src/foundation/locators.h"
 #include "src/foundation/parser_failures.h"
 #include "src/foundation/server_statements.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "orv/esql.h"
-#include "orvxml/composition.h"
+#include "src/compose/composition.h"
 
 namespace orvxml {
 

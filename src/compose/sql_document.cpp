@@ -2,7 +2,7 @@
 #include "src/compose/sql_document.h"
 
 #include "orvxml/trace.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 #include "src/dad/mapping_notices.h"
 
 namespace orvxml {

@@ -1,12 +1,12 @@
 // Planning: what the walk learns of a node of the DAD when it first comes to it.
 #include "orvxml/code_pages.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/compose/element_tags.h"
 #include "src/compose/modules.h"
 #include "src/compose/sql_document.h"
 #include "src/compose/sql_query_text.h"
 #include "src/dad/dad_walk.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -14,10 +14,10 @@
 #include <string_view>
 #include <vector>
 
-#include "orvxml/composition.h"
-#include "orvxml/level_map.h"
 #include "orvxml/utilities.h"
 #include "src/compose/column_buffers.h"
+#include "src/compose/composition.h"
+#include "src/compose/level_map.h"
 #include "src/compose/sql_statement.h"
 
 namespace orvxml {

@@ -1,9 +1,9 @@
 #include "src/compose/sql_query_text.h"
 
-#include "orvxml/composition.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "src/compose/composition.h"
 #include "src/compose/modules.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "orvxml/level_map.h"
+#include "src/compose/level_map.h"
 
 namespace orvxml {
 

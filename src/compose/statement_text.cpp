@@ -1,10 +1,10 @@
 #include "src/compose/statement_text.h"
 
 #include "orvxml/code_pages.h"
-#include "orvxml/composition.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "src/compose/composition.h"
 #include "src/dad/dad_walk.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <unicode/uchar.h>
 
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 
 namespace orvxml {
 

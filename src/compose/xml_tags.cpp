@@ -2,8 +2,8 @@
 #include <algorithm>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/xml_writer.h"
 #include "src/compose/element_tags.h"
+#include "src/compose/xml_writer.h"
 
 namespace orvxml {
 

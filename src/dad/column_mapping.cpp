@@ -5,13 +5,13 @@
 #include <cstring>
 #include <optional>
 
-#include "orvxml/mapping_model.h"
-#include "orvxml/overrides.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
+#include "src/compose/overrides.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/mapping_model.h"
 #include "src/dad/model_steps.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

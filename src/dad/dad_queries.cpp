@@ -1,9 +1,9 @@
 // The questions that composition, decomposition and the mapping model ask of the DAD's tree.
 #include <cstring>
 
-#include "orvxml/mapping_model.h"
-#include "orvxml/sql_scanner.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/mapping_model.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

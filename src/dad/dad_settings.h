@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 

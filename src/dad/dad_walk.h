@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/mapping_model.h"
+#include "src/dad/mapping_model.h"
 #include "src/dad/mapping_notices.h"
 
 namespace orvxml::dadtree {

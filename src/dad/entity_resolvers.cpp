@@ -5,8 +5,8 @@
 #include <xercesc/sax/SAXParseException.hpp>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
+#include "src/dad/parser_handlers.h"
 #include "src/dad/source_encoding.h"
 
 namespace orvxml {

@@ -3,9 +3,9 @@
 // partner or, by way of the partner's own joins, further up.
 #include <cstring>
 
-#include "orvxml/mapping_model.h"
 #include "orvxml/trace.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/mapping_model.h"
 #include "src/dad/model_steps.h"
 
 namespace orvxml {

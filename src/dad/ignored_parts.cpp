@@ -3,9 +3,9 @@
 #include <utility>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/sql_scanner.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/trap_rules.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -3,11 +3,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "orvxml/mapping_model.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/mapping_model.h"
 #include "src/dad/model_steps.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

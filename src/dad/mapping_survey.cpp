@@ -1,8 +1,8 @@
 #include "src/dad/mapping_survey.h"
 
-#include "orvxml/sql_scanner.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/model_steps.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

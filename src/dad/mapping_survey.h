@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "orvxml/mapping_model.h"
+#include "src/dad/mapping_model.h"
 
 namespace orvxml {
 

@@ -2,7 +2,7 @@
 // order. Each returns 0 or the status of its failure, which it has reported.
 #pragma once
 
-#include "orvxml/mapping_model.h"
+#include "src/dad/mapping_model.h"
 
 namespace orvxml {
 

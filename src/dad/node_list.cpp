@@ -1,8 +1,8 @@
 // Walking the parser's nodes: document order, bounded attribute values, the list of elements.
 #include <new>
 
-#include "orvxml/parser.h"
 #include "orvxml/trace.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 

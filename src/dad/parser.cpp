@@ -10,10 +10,10 @@
 #include "orv/xmlinit.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/notices.h"
-#include "orvxml/parser.h"
-#include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
 #include "src/dad/document_source.h"
+#include "src/dad/parser.h"
+#include "src/dad/parser_handlers.h"
 #include "src/foundation/parser_failures.h"
 
 namespace orvxml {

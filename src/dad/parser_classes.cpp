@@ -11,8 +11,8 @@
 #include <xercesc/validators/DTD/DTDAttDef.hpp>
 #include <xercesc/validators/DTD/DTDEntityDecl.hpp>
 
-#include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
+#include "src/dad/parser_handlers.h"
 
 namespace orvxml {
 

@@ -9,7 +9,7 @@
 #include <xercesc/validators/DTD/DTDAttDef.hpp>
 #include <xercesc/validators/DTD/DTDEntityDecl.hpp>
 
-#include "orvxml/parser_handlers.h"
+#include "src/dad/parser_handlers.h"
 
 namespace orvxml {
 

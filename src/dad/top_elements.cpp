@@ -1,9 +1,9 @@
 // The top element of each table: the element that stands for one of its rows. The first mapped leaf
 // of a table in document order decides.
-#include "orvxml/mapping_model.h"
-#include "orvxml/sql_scanner.h"
 #include "src/dad/dad_walk.h"
+#include "src/dad/mapping_model.h"
 #include "src/dad/model_steps.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -1,8 +1,8 @@
 #include "src/decompose/dad_plan.h"
 
 #include "orvxml/code_pages.h"
-#include "orvxml/row_extraction.h"
 #include "src/decompose/document_names.h"
+#include "src/decompose/row_extraction.h"
 
 namespace orvxml {
 

@@ -7,10 +7,10 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/messages.h"
 #include "orvxml/sql_literal.h"
-#include "orvxml/target_table.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/element_order.h"
 #include "src/dad/trap_rules.h"
+#include "src/decompose/target_table.h"
 #include "src/decompose/untaken_data.h"
 
 namespace orvxml {

@@ -15,7 +15,7 @@
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
-#include "orvxml/parser_handlers.h"
+#include "src/dad/parser_handlers.h"
 #include "src/decompose/data_notices.h"
 #include "src/foundation/text_cut.h"
 

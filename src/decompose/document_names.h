@@ -7,7 +7,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "orvxml/mapping_model.h"
+#include "src/dad/mapping_model.h"
 
 namespace orvxml {
 

@@ -3,20 +3,20 @@
 #include <string>
 #include <string_view>
 
-#include "orvxml/catalog_queries.h"
-#include "orvxml/cli_handles.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/mapping_model.h"
 #include "orvxml/notices.h"
 #include "orvxml/packages.h"
-#include "orvxml/parser.h"
-#include "orvxml/row_extraction.h"
-#include "orvxml/target_table.h"
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
 #include "src/dad/dad_settings.h"
 #include "src/dad/element_order.h"
+#include "src/dad/mapping_model.h"
 #include "src/dad/mapping_traps.h"
+#include "src/dad/parser.h"
+#include "src/decompose/row_extraction.h"
+#include "src/decompose/target_table.h"
+#include "src/foundation/catalog_queries.h"
+#include "src/foundation/cli_handles.h"
 #include "src/foundation/server_statements.h"
 #include "src/foundation/stored_dad.h"
 

@@ -1,6 +1,6 @@
 #include "src/decompose/first_descendants.h"
 
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 

@@ -6,10 +6,10 @@
 #include <memory>
 
 #include "orvxml/buffer.h"
-#include "orvxml/procedure_frame.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/decompose/driver.h"
+#include "src/foundation/procedure_frame.h"
 
 namespace orvxml {
 

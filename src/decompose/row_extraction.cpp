@@ -1,5 +1,5 @@
 // The walk over the DAD's element_nodes, with the document elements that each selects.
-#include "orvxml/row_extraction.h"
+#include "src/decompose/row_extraction.h"
 
 #include <cstring>
 #include <deque>
@@ -9,13 +9,13 @@
 #include <utility>
 #include <vector>
 
-#include "orvxml/target_table.h"
 #include "orvxml/trace.h"
 #include "src/decompose/dad_plan.h"
 #include "src/decompose/foreign_key_values.h"
 #include "src/decompose/row_insert.h"
 #include "src/decompose/selection.h"
 #include "src/decompose/table_rows.h"
+#include "src/decompose/target_table.h"
 
 namespace orvxml {
 

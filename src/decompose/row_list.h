@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "orvxml/row_extraction.h"
+#include "src/decompose/row_extraction.h"
 
 namespace orvxml {
 

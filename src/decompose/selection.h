@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 

@@ -7,7 +7,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 #include "src/dad/dad_walk.h"
 #include "src/decompose/element_text.h"
 

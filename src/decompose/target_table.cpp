@@ -3,7 +3,7 @@
 //
 // A statement is built in a buffer of fixed size. What does not fit sets a mark, and one test at
 // the end decides: a cut statement is never sent.
-#include "orvxml/target_table.h"
+#include "src/decompose/target_table.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -13,11 +13,11 @@
 #include <string>
 #include <string_view>
 
-#include "orvxml/catalog_queries.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/packages.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
+#include "src/foundation/catalog_queries.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 

@@ -1,17 +1,17 @@
 // Queries over the server's catalog and the registered DTDs and schemas.
-#include "orvxml/catalog_queries.h"
+#include "src/foundation/catalog_queries.h"
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 
-#include "orvxml/locators.h"
 #include "orvxml/sql_literal.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/foundation/locator_owner.h"
+#include "src/foundation/locators.h"
 #include "src/foundation/server_statements.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 namespace {

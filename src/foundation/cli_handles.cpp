@@ -1,4 +1,4 @@
-#include "orvxml/cli_handles.h"
+#include "src/foundation/cli_handles.h"
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"

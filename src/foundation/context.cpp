@@ -11,8 +11,8 @@
 
 #include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/parser.h"
 #include "orvxml/trace.h"
+#include "src/dad/parser.h"
 #include "src/foundation/parser_failures.h"
 
 namespace orvxml {

@@ -12,11 +12,11 @@
 
 #include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/locators.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/foundation/document_recoder.h"
 #include "src/foundation/file_handle.h"
+#include "src/foundation/locators.h"
 #include "src/foundation/new_file.h"
 #include "src/foundation/piece_reader.h"
 #include "src/foundation/problem.h"

@@ -1,6 +1,6 @@
 // Locators and document files on the stored-procedure side: the server evaluates lengths,
 // substrings and file exports of a locator, and reads documents from files itself.
-#include "orvxml/locators.h"
+#include "src/foundation/locators.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "orvxml/procedure_frame.h"
+#include "src/foundation/procedure_frame.h"
 
 #include <algorithm>
 #include <cstdio>

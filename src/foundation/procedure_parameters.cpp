@@ -4,8 +4,8 @@
 #include <optional>
 #include <span>
 
-#include "orvxml/procedure_frame.h"
 #include "orvxml/trace.h"
+#include "src/foundation/procedure_frame.h"
 #include "src/foundation/text_cut.h"
 
 namespace orvxml {

@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/sql_scanner.h"
 #include "orvxml/utilities.h"
+#include "src/foundation/sql_scanner.h"
 
 namespace orvxml {
 namespace {

@@ -4,7 +4,7 @@
 //   delimited  = '"' ( any | '""' )* '"'
 //   string     = prefix? "'" ( any | "''" )* "'"
 //   number     = ( digits ( '.' digits? )? | '.' digits ) ( [Ee] [+-]? digits )?
-#include "orvxml/sql_scanner.h"
+#include "src/foundation/sql_scanner.h"
 
 #include <cstring>
 #include <string>

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "orvxml/locators.h"
+#include "src/foundation/locators.h"
 #include "src/foundation/server_statements.h"
 
 namespace orvxml {

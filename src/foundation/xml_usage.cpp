@@ -1,8 +1,8 @@
 // Rows of ORVXML.XML_USAGE and the document types of the administrative schema.
 #include <vector>
 
-#include "orvxml/catalog_queries.h"
 #include "orvxml/trace.h"
+#include "src/foundation/catalog_queries.h"
 #include "src/foundation/server_statements.h"
 
 namespace orvxml {

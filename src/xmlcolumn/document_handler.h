@@ -2,8 +2,8 @@
 // the values, and turns them into the caller's.
 #pragma once
 
-#include "orvxml/location_path.h"
-#include "orvxml/parser_handlers.h"
+#include "src/dad/parser_handlers.h"
+#include "src/xmlcolumn/location_path.h"
 #include "src/xmlcolumn/path_progress.h"
 #include "src/xmlcolumn/result_values.h"
 

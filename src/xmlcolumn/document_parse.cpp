@@ -4,7 +4,7 @@
 #include <xercesc/util/XMLUni.hpp>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/parser_handlers.h"
+#include "src/dad/parser_handlers.h"
 #include "src/foundation/thread_kept.h"
 
 namespace orvxml {

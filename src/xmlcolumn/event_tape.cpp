@@ -4,7 +4,7 @@
 
 #include <xercesc/util/XMLString.hpp>
 
-#include "orvxml/location_path.h"
+#include "src/xmlcolumn/location_path.h"
 
 namespace orvxml {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "orvxml/location_path.h"
+#include "src/xmlcolumn/location_path.h"
 
 namespace orvxml {
 

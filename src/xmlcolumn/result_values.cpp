@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 #include "src/foundation/converters.h"
 
 namespace orvxml {

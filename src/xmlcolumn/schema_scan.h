@@ -14,7 +14,7 @@
 
 #include <xercesc/sax/Locator.hpp>
 
-#include "orvxml/parser_handlers.h"
+#include "src/dad/parser_handlers.h"
 
 namespace orvxml {
 

@@ -8,7 +8,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/notices.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 #include "src/foundation/parser_failures.h"
 #include "src/xmlcolumn/document_parse.h"
 #include "src/xmlcolumn/notice_text.h"

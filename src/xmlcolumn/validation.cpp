@@ -7,8 +7,8 @@
 #include <xercesc/util/XMLUni.hpp>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/parser_handlers.h"
 #include "orvxml/trace.h"
+#include "src/dad/parser_handlers.h"
 #include "src/xmlcolumn/bounded_validator.h"
 #include "src/xmlcolumn/document_parse.h"
 #include "src/xmlcolumn/schema_set.h"

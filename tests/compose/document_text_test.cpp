@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 #include "tests/foundation/call_context.h"
 
 namespace orvxml {

@@ -1,7 +1,7 @@
 // Whole compositions through the driver: from a mapping to rows of a result table or a CLOB.
 #include <fnmatch.h>
 
-#include "orvxml/composition.h"
+#include "src/compose/composition.h"
 #include "tests/support/decompose_calls.h"
 
 namespace orvxml::test {

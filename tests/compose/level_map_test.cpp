@@ -1,5 +1,5 @@
 // The level map of statements, and descriptor areas from their description to a fetched row.
-#include "orvxml/level_map.h"
+#include "src/compose/level_map.h"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
-#include "orvxml/overrides.h"
+#include "src/compose/overrides.h"
 
 #include <fnmatch.h>
 
-#include "orvxml/composition.h"
+#include "src/compose/composition.h"
 #include "tests/foundation/call_context.h"
 
 namespace orvxml {

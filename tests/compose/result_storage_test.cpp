@@ -2,7 +2,7 @@
 // the result of their validation.
 #include <fnmatch.h>
 
-#include "orvxml/composition.h"
+#include "src/compose/composition.h"
 #include "tests/support/decompose_calls.h"
 
 namespace orvxml::test {

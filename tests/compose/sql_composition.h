@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "orvxml/cli_handles.h"
 #include "src/compose/sql_mapping.h"
+#include "src/foundation/cli_handles.h"
 #include "tests/support/database.h"
 
 namespace orvxml::test {

@@ -1,14 +1,14 @@
 // Text of composed documents: tags, escaping, serialised subtrees.
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
 #include "orv/esql.h"
-#include "orvxml/locators.h"
 #include "orvxml/packages.h"
 #include "src/compose/document_text.h"
+#include "src/foundation/locators.h"
 #include "tests/foundation/call_context.h"
 #include "tests/support/database.h"
 #include "tests/support/temporary_folder.h"

@@ -5,9 +5,9 @@
 
 #include <string>
 
-#include "orvxml/mapping_model.h"
 #include "orvxml/notices.h"
-#include "orvxml/overrides.h"
+#include "src/compose/overrides.h"
+#include "src/dad/mapping_model.h"
 #include "tests/foundation/call_context.h"
 #include "tests/support/dads.h"
 

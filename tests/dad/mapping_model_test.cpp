@@ -3,7 +3,7 @@
 #include <cstring>
 #include <map>
 
-#include "orvxml/composition.h"
+#include "src/compose/composition.h"
 #include "tests/dad/mapping.h"
 #include "tests/support/database.h"
 #include "tests/support/texts.h"

@@ -1,14 +1,14 @@
 // Documents and DADs into DOM trees: what parses, what is refused and where, and that nothing
 // outside is opened and nothing small becomes endless.
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 #include <gtest/gtest.h>
 
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
-#include "orvxml/parser_handlers.h"
-#include "orvxml/xml_writer.h"
+#include "src/compose/xml_writer.h"
+#include "src/dad/parser_handlers.h"
 #include "tests/foundation/call_context.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/texts.h"

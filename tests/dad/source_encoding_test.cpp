@@ -3,8 +3,8 @@
 #include "src/dad/source_encoding.h"
 
 #include "orvxml/code_pages.h"
-#include "orvxml/parser.h"
 #include "orvxml/validation.h"
+#include "src/dad/parser.h"
 #include "src/foundation/converters.h"
 #include "tests/xmlcolumn/column_calls.h"
 

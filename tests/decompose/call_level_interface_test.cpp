@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <utility>
 
-#include "orvxml/cli_handles.h"
 #include "orvxml/code_pages.h"
-#include "orvxml/target_table.h"
 #include "src/decompose/row_insert.h"
+#include "src/decompose/target_table.h"
+#include "src/foundation/cli_handles.h"
 #include "tests/support/database.h"
 
 namespace {

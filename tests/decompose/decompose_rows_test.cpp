@@ -1,6 +1,6 @@
 // Which rows come out of which document, what stays behind after a failure, and that nothing else
 // does.
-#include "orvxml/row_extraction.h"
+#include "src/decompose/row_extraction.h"
 #include "tests/support/dads.h"
 #include "tests/support/decompose_calls.h"
 #include "tests/support/instance_trace.h"

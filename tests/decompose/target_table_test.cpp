@@ -1,4 +1,4 @@
-#include "orvxml/target_table.h"
+#include "src/decompose/target_table.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
-#include "orvxml/catalog_queries.h"
+#include "src/foundation/catalog_queries.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
-#include "orvxml/sql_scanner.h"
+#include "src/foundation/sql_scanner.h"
 #include "tests/support/admin_calls.h"
 #include "tests/support/temporary_folder.h"
 

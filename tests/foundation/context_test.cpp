@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "orv/session.h"
-#include "orvxml/procedure_frame.h"
+#include "src/foundation/procedure_frame.h"
 #include "tests/foundation/call_context.h"
 
 namespace orvxml {

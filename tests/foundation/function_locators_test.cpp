@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "orv/session.h"
-#include "orvxml/locators.h"
+#include "src/foundation/locators.h"
 #include "tests/foundation/call_context.h"
 #include "tests/support/instance_trace.h"
 #include "tests/support/texts.h"

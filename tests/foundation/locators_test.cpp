@@ -1,4 +1,4 @@
-#include "orvxml/locators.h"
+#include "src/foundation/locators.h"
 
 #include <gtest/gtest.h>
 

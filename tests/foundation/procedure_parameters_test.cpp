@@ -4,7 +4,7 @@
 #include <cstring>
 #include <memory>
 
-#include "orvxml/procedure_frame.h"
+#include "src/foundation/procedure_frame.h"
 #include "tests/foundation/call_context.h"
 
 namespace orvxml {

@@ -1,4 +1,4 @@
-#include "orvxml/sql_scanner.h"
+#include "src/foundation/sql_scanner.h"
 
 #include <gtest/gtest.h>
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "orvxml/buffer.h"
-#include "orvxml/catalog_queries.h"
-#include "orvxml/locators.h"
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
+#include "src/foundation/catalog_queries.h"
+#include "src/foundation/locators.h"
 #include "tests/support/environment.h"
 
 namespace orvxml {

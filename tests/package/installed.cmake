@@ -1,5 +1,5 @@
 # Installs the build, moves it, and builds and runs the program of examples/program against it: with
-# find_package, and with pkg-config.
+# find_package, and with pkg-config. Each header that is installed compiles alone.
 #   cmake -DSOURCE=... -DBUILD=... -DCOMPILER=... -DLIBDIR=... -P installed.cmake
 set(folder ${BUILD}/package)
 set(prefix ${folder}/moved)
@@ -28,6 +28,11 @@ separate_arguments(flags UNIX_COMMAND "${flags}")
 separate_arguments(own UNIX_COMMAND "${FLAGS}")
 run(${COMPILER} -std=c++20 ${own} ${SOURCE}/examples/program/shred.cpp -o ${folder}/by_pkg_config
     ${flags} -Wl,-rpath,${prefix}/${LIBDIR})
+
+file(GLOB headers ${prefix}/include/orv/*.h ${prefix}/include/orvxml/*.h)
+foreach(header ${headers})
+  run(${COMPILER} -std=c++20 ${own} -fsyntax-only -x c++ ${header} -I${prefix}/include)
+endforeach()
 
 set(orvxml ${prefix}/bin/orvxml)
 set(invoices ${SOURCE}/examples/invoices)

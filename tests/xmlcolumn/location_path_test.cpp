@@ -1,4 +1,4 @@
-#include "orvxml/location_path.h"
+#include "src/xmlcolumn/location_path.h"
 
 #include <gtest/gtest.h>
 

@@ -30,7 +30,7 @@
 #include <xercesc/validators/schema/SchemaValidator.hpp>
 
 #include "orvxml/context.h"
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 

@@ -1,7 +1,7 @@
 // Turns a parsed document into rows of the mapped tables and inserts them, parents first.
 #pragma once
 
-#include "orvxml/mapping_model.h"
+#include "src/dad/mapping_model.h"
 
 namespace orvxml {
 

@@ -1,7 +1,7 @@
 // The SQL text that decomposition sends about its target tables.
 #pragma once
 
-#include "orvxml/mapping_model.h"
+#include "src/dad/mapping_model.h"
 
 namespace orvxml {
 

@@ -10,7 +10,7 @@
 #include <cstdint>
 
 #include "orvxml/context.h"
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 

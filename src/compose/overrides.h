@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "orvxml/location_path.h"
+#include "src/xmlcolumn/location_path.h"
 
 namespace orvxml {
 

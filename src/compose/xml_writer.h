@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "orvxml/buffer.h"
-#include "orvxml/parser.h"
+#include "src/dad/parser.h"
 
 namespace orvxml {
 
