@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view kNames = "SYSNTQ.SEARCH.";
 
 struct Search {
-  std::string table, column;  // the engine's names
+  std::string table, column;                        // the engine's names
   auto operator<=>(const Search&) const = default;  // NOLINT(modernize-use-nullptr)
 };
 
