@@ -194,8 +194,11 @@ CodePage::CodePage(int number) : number_(number) {
   if (!converter_->icu || ucnv_getMinCharSize(converter_->icu) != 1) unsupported();
   UErrorCode status = U_ZERO_ERROR;
   ucnv_setToUCallBack(converter_->icu, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-  ucnv_setFromUCallBack(converter_->icu, UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-                        &status);
+  // UCNV_FROM_U_CALLBACK_STOP would leave out, without a word, what is not shown: soft hyphens.
+  const UConverterFromUCallback stop = [](const void*, UConverterFromUnicodeArgs*, const UChar*,
+                                          int32_t, UChar32, UConverterCallbackReason,
+                                          UErrorCode*) {};
+  ucnv_setFromUCallBack(converter_->icu, stop, nullptr, nullptr, nullptr, &status);
   if (U_FAILURE(status)) unsupported();
   converter_->findSameBytes();
 }

@@ -44,6 +44,7 @@ TEST(CodePageTest, BuffersBetweenApplicationAndDatabase) {
        "A\0"s,
        50, "A", 0},
       {"a mark that latin 1 cannot hold", "UTF-8", 819, true, "\uFEFFé", 50, "\xE9", 0},
+      {"what is not shown is not left out", "UTF-8", 943, true, "a\u00ADb", 50, "", -135},
       {"half a character", "UTF-16BE", 1208, true, "\0A\0"s, 50, "", -135},
       {"shift-jis", "cp943c", 1208, true, "\x83\x41", 50, "ア", 0},
   };

@@ -183,8 +183,11 @@ std::string toCodePage(const std::string& name, const std::string& utf8, int cod
   checkConvertible(name, utf8);
   const Converter converter = openCodePage(codePage);
   UErrorCode status = U_ZERO_ERROR;
-  ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-                        &status);
+  // UCNV_FROM_U_CALLBACK_STOP would leave out, without a word, what is not shown: soft hyphens.
+  const UConverterFromUCallback stop = [](const void*, UConverterFromUnicodeArgs*, const UChar*,
+                                          int32_t, UChar32, UConverterCallbackReason,
+                                          UErrorCode*) {};
+  ucnv_setFromUCallBack(converter.get(), stop, nullptr, nullptr, nullptr, &status);
   const std::u16string text = utf16Of(utf8);
   const size_t room = static_cast<size_t>(UCNV_GET_MAX_BYTES_FOR_STRING(
       text.size(), static_cast<size_t>(ucnv_getMaxCharSize(converter.get()))));
