@@ -1,11 +1,10 @@
 #include "functions/file_encoding.h"
 
-#include <unicode/ucnv_err.h>
-
 #include <fstream>
 #include <memory>
 
 #include "functions/text_conversion.h"
+#include "orvxml/unmapped_characters.h"
 
 namespace orvxml::functions {
 namespace {
@@ -65,8 +64,7 @@ std::string inEncodingOf(FunctionCall& call, const char* name, std::u16string_vi
   UErrorCode status = U_ZERO_ERROR;
   const Converter converter(ucnv_open(encoding.c_str(), &status));
   if (!converter) call.fail(Msg::QRKG008E, encoding);
-  ucnv_setFromUCallBack(converter.get(), UCNV_FROM_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_HEX, nullptr,
-                        nullptr, &status);
+  ucnv_setFromUCallBack(converter.get(), referToUnmapped, "&#x%X;", nullptr, nullptr, &status);
   const std::string_view mark = start.bytes.substr(0, start.markLength);
   return std::string(mark) + fromUnicode(call, converter.get(), document);
 }

@@ -10,6 +10,7 @@
 #include "orv/esql.h"
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
+#include "orvxml/unmapped_characters.h"
 #include "src/foundation/converters.h"
 
 namespace orvxml {
@@ -44,11 +45,7 @@ int32_t canonicalCodePage(int32_t codePage) {
 UConverter* strict(UConverter* converter, UErrorCode* status) {
   if (U_FAILURE(*status)) return nullptr;
   ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, status);
-  // UCNV_FROM_U_CALLBACK_STOP would leave out, without a word, what is not shown: soft hyphens.
-  const UConverterFromUCallback stop = [](const void*, UConverterFromUnicodeArgs*, const UChar*,
-                                          int32_t, UChar32, UConverterCallbackReason,
-                                          UErrorCode*) {};
-  ucnv_setFromUCallBack(converter, stop, nullptr, nullptr, nullptr, status);
+  ucnv_setFromUCallBack(converter, stopAtUnmapped, nullptr, nullptr, nullptr, status);
   return converter;
 }
 

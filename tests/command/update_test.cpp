@@ -57,6 +57,7 @@ TEST_F(CommandUpdate, TheOutputHasTheEncodingThatItDeclares) {
       {document("UTF-8", "é"), "é", "<c>é</c>"},
       {document("ISO-8859-1", "\xE9"), "é", "<b>&#8364;</b><c>\xE9</c>"},
       {document("US-ASCII", "&#233;"), "é", "<c>&#233;</c>"},
+      {document("EUC-JP", "&#173;"), "\u00AD", "<c>&#173;</c>"},
       {document("Shift_JIS", "\x95\x5C"), "表", "<c>\x95\x5C</c>"},
       {"\xFE\xFF" + utf16(document("UTF-16", "\xE9"), true), "é", "\0\xE9\0<"s},
       {"\xEF\xBB\xBF<a><b/><c>é</c></a>", "é", "<a><b>€</b><c>é</c></a>\n"},

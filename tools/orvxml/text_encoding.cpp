@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "orvxml/unmapped_characters.h"
 #include "settings.h"
 
 namespace orvxml::command {
@@ -183,11 +184,7 @@ std::string toCodePage(const std::string& name, const std::string& utf8, int cod
   checkConvertible(name, utf8);
   const Converter converter = openCodePage(codePage);
   UErrorCode status = U_ZERO_ERROR;
-  // UCNV_FROM_U_CALLBACK_STOP would leave out, without a word, what is not shown: soft hyphens.
-  const UConverterFromUCallback stop = [](const void*, UConverterFromUnicodeArgs*, const UChar*,
-                                          int32_t, UChar32, UConverterCallbackReason,
-                                          UErrorCode*) {};
-  ucnv_setFromUCallBack(converter.get(), stop, nullptr, nullptr, nullptr, &status);
+  ucnv_setFromUCallBack(converter.get(), stopAtUnmapped, nullptr, nullptr, nullptr, &status);
   const std::u16string text = utf16Of(utf8);
   const size_t room = static_cast<size_t>(UCNV_GET_MAX_BYTES_FOR_STRING(
       text.size(), static_cast<size_t>(ucnv_getMaxCharSize(converter.get()))));
@@ -237,8 +234,7 @@ std::string inDeclaredEncoding(const std::string& name, const std::string& utf8)
   const Converter from(ucnv_open("UTF-8", &status));
   const Converter to(ucnv_open(encoding.c_str(), &status));
   if (U_FAILURE(status)) throw Failure(name, "unknown encoding \"" + encoding + '"');
-  ucnv_setFromUCallBack(to.get(), UCNV_FROM_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_DEC, nullptr,
-                        nullptr, &status);
+  ucnv_setFromUCallBack(to.get(), referToUnmapped, "&#%u;", nullptr, nullptr, &status);
   std::string result;
   char16_t pivot[kPivotUnits];
   char16_t *pivotSource = pivot, *pivotTarget = pivot;
