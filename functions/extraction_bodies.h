@@ -2,7 +2,7 @@
 #pragma once
 
 #include "functions/documents.h"
-#include "functions/result_values.h"
+#include "functions/value_results.h"
 
 namespace orvxml::functions {
 

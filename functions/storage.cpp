@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "functions/documents.h"
-#include "functions/files.h"
-#include "functions/result_values.h"
+#include "functions/stored_files.h"
 #include "functions/text_conversion.h"
+#include "functions/value_results.h"
 #include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/function_locators.h"

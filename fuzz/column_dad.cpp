@@ -11,7 +11,7 @@
 #include "orvxml/column_dad.h"
 #include "orvxml/sql_literal.h"
 #include "src/admin/trigger_texts.h"
-#include "src/dad/parser.h"
+#include "src/parser/parser.h"
 
 namespace orvxml::fuzz {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "fuzz/fuzz_call.h"
 #include "orvxml/code_pages.h"
-#include "src/foundation/document_recoder.h"
+#include "src/text/document_recoder.h"
 
 namespace orvxml::fuzz {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "fuzz/fuzz_call.h"
 #include "orvxml/code_pages.h"
-#include "src/foundation/converters.h"
+#include "src/text/converters.h"
 
 namespace orvxml::fuzz {
 namespace {

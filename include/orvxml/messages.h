@@ -1,5 +1,5 @@
 // The messages by name. A message is one row of the message table
-// (src/foundation/message_table.cpp): its code, its SQLSTATE and its text.
+// (src/outcome/message_table.cpp): its code, its SQLSTATE and its text.
 #pragma once
 
 #include <array>

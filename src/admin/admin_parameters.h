@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "src/foundation/procedure_frame.h"
+#include "src/call/procedure_frame.h"
 
 namespace orvxml {
 

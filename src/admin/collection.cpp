@@ -12,13 +12,13 @@
 #include "src/admin/admin_parameters.h"
 #include "src/admin/schema_warning.h"
 #include "src/admin/usage_table.h"
+#include "src/call/procedure_frame.h"
 #include "src/dad/dad_settings.h"
 #include "src/dad/mapping_model.h"
-#include "src/dad/parser.h"
 #include "src/decompose/target_table.h"
-#include "src/foundation/catalog_queries.h"
-#include "src/foundation/procedure_frame.h"
-#include "src/foundation/server_statements.h"
+#include "src/parser/parser.h"
+#include "src/server_access/catalog_queries.h"
+#include "src/server_access/server_statements.h"
 
 namespace orvxml {
 

@@ -2,7 +2,7 @@
 // undone after a failure. Both return 0, with the message of success, or the code of the message.
 #pragma once
 
-#include "src/foundation/procedure_frame.h"
+#include "src/call/procedure_frame.h"
 
 namespace orvxml {
 

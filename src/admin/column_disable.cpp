@@ -11,10 +11,10 @@
 #include "src/admin/column_steps.h"
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
-#include "src/foundation/locator_owner.h"
-#include "src/foundation/locators.h"
-#include "src/foundation/server_statements.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/server_access/locator_owner.h"
+#include "src/server_access/locators.h"
+#include "src/server_access/server_statements.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

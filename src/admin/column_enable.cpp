@@ -14,10 +14,10 @@
 #include "src/admin/schema_warning.h"
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
-#include "src/dad/parser.h"
-#include "src/foundation/catalog_queries.h"
-#include "src/foundation/server_statements.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/parser/parser.h"
+#include "src/server_access/catalog_queries.h"
+#include "src/server_access/server_statements.h"
+#include "src/text/sql_scanner.h"
 #include "src/xmlcolumn/location_path.h"
 
 namespace orvxml {

@@ -12,8 +12,8 @@
 #include "orvxml/utilities.h"
 #include "src/admin/column_statements.h"
 #include "src/admin/trigger_texts.h"
-#include "src/foundation/server_statements.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/server_access/server_statements.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

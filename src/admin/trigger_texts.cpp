@@ -6,7 +6,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/sql_literal.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

@@ -1,7 +1,7 @@
 #include "src/admin/usage_table.h"
 
 #include "orvxml/trace.h"
-#include "src/foundation/catalog_queries.h"
+#include "src/server_access/catalog_queries.h"
 
 namespace orvxml {
 

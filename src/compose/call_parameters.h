@@ -6,7 +6,7 @@
 #include <span>
 
 #include "orvxml/procedures.h"
-#include "src/foundation/procedure_frame.h"
+#include "src/call/procedure_frame.h"
 
 namespace orvxml {
 

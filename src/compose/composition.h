@@ -17,9 +17,9 @@
 #include "orvxml/buffer.h"
 #include "orvxml/compose_documents.h"
 #include "orvxml/context.h"
-#include "src/compose/overrides.h"
 #include "src/dad/mapping_model.h"
-#include "src/dad/parser.h"
+#include "src/dad/overrides.h"
+#include "src/parser/parser.h"
 
 namespace orvxml {
 

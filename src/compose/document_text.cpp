@@ -11,11 +11,11 @@
 
 #include "orvxml/code_pages.h"
 #include "src/compose/modules.h"
-#include "src/compose/piecewise_decoder.h"
 #include "src/compose/plain_text.h"
 #include "src/compose/xml_writer.h"
 #include "src/dad/mapping_notices.h"
-#include "src/foundation/locators.h"
+#include "src/server_access/locators.h"
+#include "src/text/piecewise_decoder.h"
 
 namespace orvxml {
 

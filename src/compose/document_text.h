@@ -9,7 +9,7 @@
 
 #include "orvxml/buffer.h"
 #include "orvxml/context.h"
-#include "src/dad/parser.h"
+#include "src/parser/parser.h"
 
 namespace orvxml {
 

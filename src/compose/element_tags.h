@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "src/dad/parser.h"
+#include "src/parser/parser.h"
 
 namespace orvxml {
 

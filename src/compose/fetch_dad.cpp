@@ -5,7 +5,7 @@
 
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
-#include "src/foundation/stored_dad.h"
+#include "src/server_access/stored_dad.h"
 
 namespace orvxml {
 namespace {

@@ -12,7 +12,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "src/compose/sql_statement.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

@@ -15,8 +15,8 @@
 #include "src/dad/dad_walk.h"
 #include "src/dad/mapping_notices.h"
 #include "src/dad/mapping_traps.h"
-#include "src/foundation/catalog_queries.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/server_access/catalog_queries.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

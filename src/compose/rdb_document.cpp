@@ -1,7 +1,7 @@
 #include "src/compose/rdb_document.h"
 
 #include "src/dad/mapping_notices.h"
-#include "src/foundation/locators.h"
+#include "src/server_access/locators.h"
 
 namespace orvxml {
 

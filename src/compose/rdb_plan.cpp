@@ -4,7 +4,7 @@
 #include "src/compose/document_text.h"
 #include "src/compose/element_tags.h"
 #include "src/dad/dad_walk.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

@@ -11,7 +11,7 @@
 #include "src/compose/composition.h"
 #include "src/compose/level_map.h"
 #include "src/dad/mapping_notices.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

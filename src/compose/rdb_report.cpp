@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "src/foundation/cli_diagnostics.h"
+#include "src/server_access/cli_diagnostics.h"
 
 namespace orvxml {
 

@@ -8,7 +8,7 @@
 #include "src/compose/column_buffers.h"
 #include "src/compose/composition.h"
 #include "src/compose/rdb_query.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

@@ -13,15 +13,15 @@
 #include "orvxml/trace.h"
 #include "orvxml/validation.h"
 #include "src/compose/modules.h"
-#include "src/compose/piecewise_decoder.h"
 #include "src/compose/sql_statement.h"
 #include "src/dad/mapping_notices.h"
-#include "src/foundation/catalog_queries.h"
-#include "src/foundation/file_handle.h"
-#include "src/foundation/locators.h"
-#include "src/foundation/parser_failures.h"
-#include "src/foundation/server_statements.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/files/file_handle.h"
+#include "src/outcome/parser_failures.h"
+#include "src/server_access/catalog_queries.h"
+#include "src/server_access/locators.h"
+#include "src/server_access/server_statements.h"
+#include "src/text/piecewise_decoder.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

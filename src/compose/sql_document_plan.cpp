@@ -6,7 +6,7 @@
 #include "src/compose/sql_document.h"
 #include "src/compose/sql_query_text.h"
 #include "src/dad/dad_walk.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

@@ -8,7 +8,7 @@
 #include "src/compose/modules.h"
 #include "src/compose/sql_query_text.h"
 #include "src/dad/mapping_notices.h"
-#include "src/foundation/cli_diagnostics.h"
+#include "src/server_access/cli_diagnostics.h"
 
 namespace orvxml {
 

@@ -3,7 +3,7 @@
 #include "orvxml/trace.h"
 #include "src/compose/composition.h"
 #include "src/compose/modules.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

@@ -1,7 +1,7 @@
 #include "src/compose/sql_statement.h"
 
 #include "orvxml/trace.h"
-#include "src/foundation/cli_diagnostics.h"
+#include "src/server_access/cli_diagnostics.h"
 
 namespace orvxml {
 

@@ -4,7 +4,7 @@
 #include "orvxml/trace.h"
 #include "src/compose/composition.h"
 #include "src/dad/dad_walk.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 namespace {

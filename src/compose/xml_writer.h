@@ -5,15 +5,11 @@
 #include <string_view>
 
 #include "orvxml/buffer.h"
-#include "src/dad/parser.h"
+#include "src/parser/parser.h"
+#include "src/text/markup.h"
 
 namespace orvxml {
 
-inline constexpr char16_t K_UC_XML_QUOTE[] = u"&quot;";
-inline constexpr char16_t K_UC_XML_AMPERSAND[] = u"&amp;";
-inline constexpr char16_t K_UC_XML_APOSTROPHE[] = u"&apos;";
-inline constexpr char16_t K_UC_XML_LESS[] = u"&lt;";
-inline constexpr char16_t K_UC_XML_LARGER[] = u"&gt;";
 inline constexpr char16_t K_UC_L_ABRACE[] = u"<";
 inline constexpr char16_t K_UC_R_ABRACE[] = u">";
 inline constexpr char16_t K_UC_XML_COMMENT_START[] = u"<!--";
@@ -21,11 +17,6 @@ inline constexpr char16_t K_UC_XML_COMMENT_END[] = u"-->";
 
 inline constexpr int kHeaderSize = 1024;  // bytes of a document header, terminator included
 inline constexpr int kTagSize = 1024;     // characters of a serialised start tag, likewise
-
-// The entity of a character that character data must not hold, or an empty text.
-std::u16string_view entityOf(char16_t ch);
-// Appends `text`, escaped, to `out`.
-void appendEscaped(std::u16string& out, std::u16string_view text);
 
 // Characters copied; 0 (and an empty `dst`) when the text has more than capacity - 1 characters.
 int cpyFromRawBuffer(char16_t* dst, const DOMString& src, int capacity);
@@ -56,8 +47,5 @@ int qrkEntityReplaceChunk(QrkStruct* ctx, const char* chunk, QrkOutbuf* out, int
                           char* msg);
 int qrkEntityReplaceUsingLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* out, int* errCode,
                                  char* msg);
-// Trim at both ends, in place: the length that is left, or -1 for a null text.
-int stripwhitespace(char* s);
-int u_stripwhitespace(char16_t* s);
 
 }  // namespace orvxml

@@ -7,11 +7,11 @@
 
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
-#include "src/compose/overrides.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/mapping_model.h"
 #include "src/dad/model_steps.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/dad/overrides.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

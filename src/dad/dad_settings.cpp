@@ -5,8 +5,8 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
-#include "src/compose/xml_writer.h"
 #include "src/dad/dad_walk.h"
+#include "src/text/trimming.h"
 
 namespace orvxml {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "src/dad/parser.h"
+#include "src/parser/parser.h"
 
 namespace orvxml {
 

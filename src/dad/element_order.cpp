@@ -7,7 +7,7 @@
 #include <xercesc/sax2/DefaultHandler.hpp>
 
 #include "orvxml/notices.h"
-#include "src/dad/parser_handlers.h"
+#include "src/parser/parser_handlers.h"
 
 namespace orvxml {
 namespace {

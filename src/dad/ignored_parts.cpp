@@ -5,7 +5,7 @@
 #include "orvxml/code_pages.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/trap_rules.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

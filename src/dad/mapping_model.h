@@ -10,7 +10,7 @@
 #include <cstdint>
 
 #include "orvxml/context.h"
-#include "src/dad/parser.h"
+#include "src/parser/parser.h"
 
 namespace orvxml {
 

@@ -2,7 +2,7 @@
 
 #include "src/dad/dad_walk.h"
 #include "src/dad/model_steps.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

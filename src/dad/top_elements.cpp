@@ -3,7 +3,7 @@
 #include "src/dad/dad_walk.h"
 #include "src/dad/mapping_model.h"
 #include "src/dad/model_steps.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

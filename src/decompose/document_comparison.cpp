@@ -15,9 +15,9 @@
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 
-#include "src/dad/parser_handlers.h"
 #include "src/decompose/data_notices.h"
-#include "src/foundation/text_cut.h"
+#include "src/parser/parser_handlers.h"
+#include "src/text/text_cut.h"
 
 namespace orvxml {
 

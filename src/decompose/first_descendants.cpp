@@ -1,6 +1,6 @@
 #include "src/decompose/first_descendants.h"
 
-#include "src/dad/parser.h"
+#include "src/parser/parser.h"
 
 namespace orvxml {
 

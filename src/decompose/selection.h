@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "src/dad/parser.h"
+#include "src/parser/parser.h"
 
 namespace orvxml {
 

@@ -16,8 +16,8 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
-#include "src/foundation/catalog_queries.h"
-#include "src/foundation/sql_scanner.h"
+#include "src/server_access/catalog_queries.h"
+#include "src/text/sql_scanner.h"
 
 namespace orvxml {
 

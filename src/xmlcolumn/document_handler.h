@@ -2,7 +2,7 @@
 // the values, and turns them into the caller's.
 #pragma once
 
-#include "src/dad/parser_handlers.h"
+#include "src/parser/parser_handlers.h"
 #include "src/xmlcolumn/location_path.h"
 #include "src/xmlcolumn/path_progress.h"
 #include "src/xmlcolumn/result_values.h"

@@ -4,8 +4,8 @@
 #include <xercesc/util/XMLUni.hpp>
 
 #include "orvxml/code_pages.h"
-#include "src/dad/parser_handlers.h"
-#include "src/foundation/thread_kept.h"
+#include "src/outcome/thread_kept.h"
+#include "src/parser/parser_handlers.h"
 
 namespace orvxml {
 namespace {

@@ -13,8 +13,8 @@
 
 #include "orvxml/context.h"
 #include "orvxml/utilities.h"
-#include "src/dad/document_source.h"
-#include "src/foundation/parser_failures.h"
+#include "src/outcome/parser_failures.h"
+#include "src/parser/document_source.h"
 
 namespace orvxml {
 

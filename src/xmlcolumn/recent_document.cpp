@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "src/foundation/thread_kept.h"
+#include "src/outcome/thread_kept.h"
 #include "src/xmlcolumn/event_tape.h"
 
 namespace orvxml {

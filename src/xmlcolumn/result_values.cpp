@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "orvxml/code_pages.h"
-#include "src/compose/xml_writer.h"
-#include "src/foundation/converters.h"
+#include "src/text/converters.h"
+#include "src/text/markup.h"
 
 namespace orvxml {
 namespace {

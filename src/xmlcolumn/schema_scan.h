@@ -14,7 +14,7 @@
 
 #include <xercesc/sax/Locator.hpp>
 
-#include "src/dad/parser_handlers.h"
+#include "src/parser/parser_handlers.h"
 
 namespace orvxml {
 

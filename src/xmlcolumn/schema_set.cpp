@@ -8,8 +8,8 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/notices.h"
-#include "src/compose/xml_writer.h"
-#include "src/foundation/parser_failures.h"
+#include "src/outcome/parser_failures.h"
+#include "src/text/markup.h"
 #include "src/xmlcolumn/document_parse.h"
 #include "src/xmlcolumn/notice_text.h"
 

@@ -18,7 +18,7 @@
 #include <xercesc/util/XMLEntityResolver.hpp>
 #include <xercesc/util/XMLResourceIdentifier.hpp>
 
-#include "src/dad/parser_handlers.h"
+#include "src/parser/parser_handlers.h"
 #include "src/xmlcolumn/schema_limits.h"
 
 namespace orvxml {

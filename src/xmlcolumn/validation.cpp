@@ -8,7 +8,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
-#include "src/dad/parser_handlers.h"
+#include "src/parser/parser_handlers.h"
 #include "src/xmlcolumn/bounded_validator.h"
 #include "src/xmlcolumn/document_parse.h"
 #include "src/xmlcolumn/schema_set.h"

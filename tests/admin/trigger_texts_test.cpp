@@ -5,7 +5,7 @@
 
 #include "src/admin/column_steps.h"
 #include "src/admin/random_name.h"
-#include "tests/foundation/call_context.h"
+#include "tests/support/call_context.h"
 
 namespace orvxml {
 namespace {

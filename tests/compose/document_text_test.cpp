@@ -6,7 +6,7 @@
 
 #include "orvxml/code_pages.h"
 #include "src/compose/xml_writer.h"
-#include "tests/foundation/call_context.h"
+#include "tests/support/call_context.h"
 
 namespace orvxml {
 namespace {

@@ -1,9 +1,9 @@
-#include "src/compose/overrides.h"
+#include "src/dad/overrides.h"
 
 #include <fnmatch.h>
 
 #include "src/compose/composition.h"
-#include "tests/foundation/call_context.h"
+#include "tests/support/call_context.h"
 
 namespace orvxml {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "src/compose/sql_mapping.h"
-#include "src/foundation/cli_handles.h"
+#include "src/server_access/cli_handles.h"
 #include "tests/support/database.h"
 
 namespace orvxml::test {

@@ -1,5 +1,6 @@
 // Text of composed documents: tags, escaping, serialised subtrees.
 #include "src/compose/xml_writer.h"
+#include "src/text/trimming.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +9,8 @@
 #include "orv/esql.h"
 #include "orvxml/packages.h"
 #include "src/compose/document_text.h"
-#include "src/foundation/locators.h"
-#include "tests/foundation/call_context.h"
+#include "src/server_access/locators.h"
+#include "tests/support/call_context.h"
 #include "tests/support/database.h"
 #include "tests/support/temporary_folder.h"
 #include "tests/support/texts.h"

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "tests/dad/mapping.h"
+#include "tests/dad/mapping_model_for_test.h"
 
 namespace orvxml {
 namespace {

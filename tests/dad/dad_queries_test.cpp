@@ -1,5 +1,5 @@
 // The questions asked of a DAD's tree.
-#include "tests/dad/mapping.h"
+#include "tests/dad/mapping_model_for_test.h"
 
 namespace orvxml {
 namespace {

@@ -4,7 +4,7 @@
 #include <map>
 
 #include "src/compose/composition.h"
-#include "tests/dad/mapping.h"
+#include "tests/dad/mapping_model_for_test.h"
 #include "tests/support/database.h"
 #include "tests/support/texts.h"
 

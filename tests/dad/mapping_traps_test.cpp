@@ -2,7 +2,7 @@
 // place; and a mapping that is as it should be is not complained of.
 #include "src/dad/mapping_traps.h"
 
-#include "tests/dad/mapping.h"
+#include "tests/dad/mapping_model_for_test.h"
 #include "tests/support/database.h"
 
 namespace orvxml {

@@ -8,7 +8,7 @@
 #include "orvxml/code_pages.h"
 #include "src/decompose/row_insert.h"
 #include "src/decompose/target_table.h"
-#include "src/foundation/cli_handles.h"
+#include "src/server_access/cli_handles.h"
 #include "tests/support/database.h"
 
 namespace {

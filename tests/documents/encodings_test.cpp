@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "orvxml/code_pages.h"
-#include "src/foundation/converters.h"
+#include "src/text/converters.h"
 #include "tests/documents/document_calls.h"
 
 namespace orvxml::test {

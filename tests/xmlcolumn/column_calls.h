@@ -10,7 +10,7 @@
 
 #include "orvxml/extraction.h"
 #include "orvxml/update.h"
-#include "tests/foundation/call_context.h"
+#include "tests/support/call_context.h"
 
 namespace orvxml::unittest {
 

@@ -3,8 +3,8 @@
 #include <filesystem>
 
 #include "console.h"
-#include "database.h"
 #include "enable_commands.h"
+#include "open_database.h"
 #include "orvxml/trace.h"
 #include "text_encoding.h"
 

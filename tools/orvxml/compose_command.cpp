@@ -6,9 +6,9 @@
 
 #include "composer.h"
 #include "console.h"
-#include "database.h"
 #include "document_writers.h"
 #include "notice_log.h"
+#include "open_database.h"
 #include "result_writer.h"
 #include "text_encoding.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "mapping.h"
+#include "given_mapping.h"
 #include "orv/session.h"
 #include "orvxml/compose_documents.h"
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "given_mapping.h"
 #include "input_file.h"
-#include "mapping.h"
 #include "settings.h"
 
 namespace orvxml::command {

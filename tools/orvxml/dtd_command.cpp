@@ -3,8 +3,8 @@
 #include <cstdio>
 
 #include "console.h"
-#include "database.h"
 #include "input_file.h"
+#include "open_database.h"
 #include "orvxml/sql_literal.h"
 #include "procedure_values.h"
 #include "result_writer.h"

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "console.h"
-#include "database.h"
 #include "input_file.h"
 #include "notice_log.h"
+#include "open_database.h"
 #include "orvxml/administration.h"
 #include "procedure_values.h"
 #include "result_writer.h"

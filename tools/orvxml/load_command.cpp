@@ -7,16 +7,16 @@
 #include <utility>
 
 #include "console.h"
-#include "database.h"
 #include "document_report.h"
 #include "input_file.h"
 #include "local_context.h"
 #include "notice_log.h"
+#include "open_database.h"
 #include "orvxml/extraction.h"
 #include "orvxml/utilities.h"
 #include "refusal.h"
 #include "result_writer.h"
-#include "row_insert.h"
+#include "table_loader.h"
 #include "text_encoding.h"
 
 namespace orvxml::command {

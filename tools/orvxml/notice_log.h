@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mapping.h"
+#include "given_mapping.h"
 #include "orvxml/notices.h"
 
 namespace orvxml::command {

@@ -2,7 +2,7 @@
 
 #include <strings.h>
 
-#include "database.h"
+#include "open_database.h"
 #include "usage.h"
 
 namespace orvxml::command {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "mapping.h"
+#include "given_mapping.h"
 #include "notice_log.h"
 #include "orv/session.h"
 

@@ -9,11 +9,11 @@
 #include <utility>
 
 #include "console.h"
-#include "database.h"
 #include "document_report.h"
 #include "document_verifier.h"
+#include "given_mapping.h"
 #include "input_file.h"
-#include "mapping.h"
+#include "open_database.h"
 #include "result_writer.h"
 #include "shred_notices.h"
 #include "shredder.h"

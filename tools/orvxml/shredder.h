@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "mapping.h"
+#include "given_mapping.h"
 #include "orv/session.h"
 
 namespace orvxml::command {

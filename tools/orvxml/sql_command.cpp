@@ -5,9 +5,9 @@
 #include <algorithm>
 
 #include "console.h"
-#include "database.h"
 #include "input_file.h"
 #include "notice_log.h"
+#include "open_database.h"
 #include "refusal.h"
 #include "result_writer.h"
 #include "statement_values.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "database.h"
 #include "input_file.h"
+#include "open_database.h"
 #include "settings.h"
 #include "text_encoding.h"
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "console.h"
-#include "database.h"
+#include "open_database.h"
 #include "orvxml/sql_literal.h"
 #include "result_writer.h"
 #include "text_layout.h"

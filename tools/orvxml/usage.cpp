@@ -1,7 +1,7 @@
 #include "usage.h"
 
-#include "database.h"
 #include "local_context.h"
+#include "open_database.h"
 
 namespace orvxml::command {
 

@@ -1,0 +1,56 @@
+#include "src/server_access/cli_diagnostics.h"
+
+#include <cstring>
+
+#include "orvxml/trace.h"
+#include "src/text/text_cut.h"
+
+namespace orvxml {
+
+CliDiagnostic firstDiagnostic(SQLSMALLINT type, SQLHANDLE handle) {
+  CliDiagnostic diagnostic;
+  SQLSMALLINT length = 0;
+  SQLGetDiagRec(type, handle, 1, reinterpret_cast<SQLCHAR*>(diagnostic.state),
+                &diagnostic.nativeError, reinterpret_cast<SQLCHAR*>(diagnostic.text),
+                sizeof diagnostic.text, &length);
+  return diagnostic;
+}
+
+int failInServerWords(const Report& report, const CliDiagnostic& diagnostic, const char* module,
+                      int line) {
+  failInternal(report, module, line);
+  const int code = codeOf(Msg::QRKG006E);
+  if (report.errCode) *report.errCode = code;
+  if (report.msg && *diagnostic.text) {
+    *report.msg = 0;
+    appendToMessage(report, diagnostic.text);
+  }
+  return code;
+}
+
+void appendToMessage(const Report& report, std::string_view text) {
+  char* const msg = report.msg;
+  const size_t used = std::strlen(msg);
+  const size_t room = kMessageSize - 1 - used;
+  if (text.size() <= room) {
+    text.copy(msg + used, text.size());
+    msg[used + text.size()] = 0;
+    return;
+  }
+  if (room == 0) return;
+  const std::string_view cut = text.substr(0, room - 1);
+  const size_t kept = wholeCharacters(report.ctx, cut);
+  cut.copy(msg + used, kept);
+  std::strcpy(msg + used + kept, "\n");
+}
+
+int qrkCLIError(QrkStruct* ctx, short cliRc, short handleType, SQLHANDLE* handle, const char* what,
+                const char* file, int line, char* msg) {
+  const CliDiagnostic said = firstDiagnostic(handleType, handle ? *handle : SQL_NULL_HANDLE);
+  QRK_TRACE(ctx, "CLI failed for %s: cliMsg= %s cliRC=%d cliState=%s sqlcode=%d", what, said.text,
+            cliRc, said.state, said.nativeError);
+  return fail(Report{ctx, msg}, Msg::QRKG006E, said.state, cliRc, buildStamp(), file, line,
+              said.text);
+}
+
+}  // namespace orvxml
