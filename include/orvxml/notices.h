@@ -16,6 +16,30 @@
 
 namespace orvxml {
 
+// What a failure is of.
+enum class FailureKind {
+  kUnknown,
+  kMapping,   // the mapping is wrong
+  kDocument,  // the document is wrong
+  kDatabase,  // a statement of the server failed, or what it should find is not there
+  kSize,      // a limit of the library was met
+  kSystem,    // memory, files, the settings of the process, or the library itself
+};
+
+// The text that a failure is about, whatever its kind.
+enum class FailureText { kNone, kMapping, kDocument };
+
+// Where a failure is, as far as it is known.
+struct FailurePlace {
+  FailureText text = FailureText::kNone;
+  size_t mappingElement = 0;   // number of the element in the mapping; 0: not known
+  size_t documentElement = 0;  // the same in the document
+  std::string lacks;           // what the message does not say, a line in UTF-8
+  std::string file;            // the schema or DTD that line and column count in, or that is missing
+  uint64_t line = 0;           // of a parser's error, from 1; 0: not known
+  uint64_t column = 0;
+};
+
 struct Notice {
   enum Kind {
     // The call goes on and its result may not be what is meant; with the rule "memory" it fails.
@@ -37,6 +61,8 @@ struct Notice {
   // Of a place: the schema or DTD that the message's line and column count in, or that is missing;
   // empty: none.
   std::string file;
+  FailureKind failure = FailureKind::kUnknown;
+  FailurePlace place;
 };
 
 class NoticeListener {

@@ -17,6 +17,7 @@
 #include "orvxml/buffer.h"
 #include "orvxml/context.h"
 #include "orvxml/utilities.h"
+#include "src/call/edge.h"
 
 namespace orvxml {
 
@@ -105,6 +106,8 @@ int guarded(Call& call, Step&& step) {
   try {
     try {
       return step();
+    } catch (const Failure& failure) {
+      return reportFailure(call.report(), failure);
     } catch (const std::bad_alloc&) {
       return plainOutcome(call, Msg::QRKG002E);
     } catch (const xercesc::OutOfMemoryException&) {

@@ -1,0 +1,102 @@
+// How a failure travels inside the library: it is thrown where it is understood, whoever knows more
+// on its way up adds that and lets it go on, and a signature that gives a code catches it (edge.h)
+// and writes code, SQLSTATE and message. Nobody in between looks at a code or writes a message.
+//
+//   throw Failure(Msg::QRKQ012E, name);
+//
+// What is held on the way is held by owners with destructors.
+#pragma once
+
+#include <initializer_list>
+#include <optional>
+#include <source_location>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "orvxml/context.h"
+#include "orvxml/notices.h"
+
+namespace orvxml {
+
+class Failure {
+ public:
+  // Arguments are strings and numbers, in the order of the message's placeholders.
+  template <class... Args>
+  explicit Failure(Msg message, const Args&... arguments)
+      : message_(message),
+        code_(codeOf(message)),
+        sqlState_(sqlStateOf(message)),
+        kind_(kindOf(message)),
+        arguments_{std::string(detail::argumentText(arguments))...} {}
+  // An internal error (QRKG001E) of the file and the line that made it. `module` stands in the
+  // place of the file's name where the interface gives one.
+  static Failure internal(const char* module = nullptr,
+                          std::source_location where = std::source_location::current());
+  // A statement of the server failed: its own text stands in front of the message.
+  template <class... Args>
+  static Failure ofServer(const sqlca& area, Msg message, const Args&... arguments) {
+    return Failure(message, arguments...).behind(area);
+  }
+  static Failure ofServerInternal(const sqlca& area, const char* module = nullptr,
+                                  std::source_location where = std::source_location::current()) {
+    return internal(module, where).behind(area);
+  }
+  // A message that is a text already; empty: the reporter makes an internal error of it.
+  static Failure said(int code, std::string text);
+  // QRKQ047E under the one SQLSTATE of the parser's failures. 0: not known.
+  static Failure ofParser(uint64_t line, uint64_t column, std::string text);
+
+  // ---- What is known further up. Each returns the failure itself.
+  Failure withCode(int code) &&;
+  Failure withState(std::string_view sqlState) &&;
+  // Puts `text`, or the text of `other`, behind the message.
+  Failure with(std::string text) &&;
+  Failure with(Failure other) &&;
+  // The text that it is about, unless that is known already.
+  Failure& about(FailureText text);
+  // The element of the mapping or document, by its number, unless one is known already. `lacks`:
+  // what the message lacks.
+  Failure& atElement(FailureText text, size_t number, std::string lacks = "");
+  // The schema or DTD that the message counts in, or that is missing.
+  Failure& inFile(std::string file);
+  Failure& ofKind(FailureKind kind);
+
+  Msg message() const { return message_; }  // Msg{}: of a text
+  int code() const { return code_; }
+  const std::string& sqlState() const { return sqlState_; }  // empty: the caller's stays
+  bool is(Msg message) const { return message_ == message; }
+  const std::vector<std::string>& arguments() const { return arguments_; }
+  const std::optional<sqlca>& serverArea() const { return area_; }
+  const std::vector<Failure>& also() const { return also_; }
+  const FailurePlace& place() const { return place_; }
+  FailureKind kind() const { return kind_; }
+
+ private:
+  Failure() = default;
+  Failure behind(const sqlca& area) &&;
+  static FailureKind kindOf(Msg message);
+
+  Msg message_ = Msg{};
+  int code_ = 0;
+  std::string sqlState_;
+  FailureKind kind_ = FailureKind::kUnknown;
+  FailurePlace place_;
+  std::vector<std::string> arguments_;  // of a text: the text
+  std::optional<sqlca> area_;
+  std::vector<Failure> also_;  // whose texts stand behind
+};
+
+// Runs `work`; a failure that is not known to be about a text is about this one.
+template <class Work>
+decltype(auto) about(FailureText text, Work&& work) {
+  try {
+    return work();
+  } catch (Failure& failure) {
+    failure.about(text);
+    throw;
+  }
+}
+
+}  // namespace orvxml
