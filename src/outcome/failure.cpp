@@ -5,6 +5,7 @@ namespace orvxml {
 namespace {
 
 constexpr char kParserState[] = "38X13";
+constexpr int kParserCode = -85;  // of the SQLSTATE, which stands in no row of the table
 
 // "decomposition" of "src/decompose/decomposition.cpp".
 std::string moduleOf(std::string_view file) {
@@ -56,6 +57,7 @@ Failure Failure::said(int code, std::string text) {
 
 Failure Failure::ofParser(uint64_t line, uint64_t column, std::string text) {
   Failure failure(Msg::QRKQ047E, numberOrNothing(line), numberOrNothing(column), text);
+  failure.code_ = kParserCode;
   failure.sqlState_ = kParserState;
   failure.place_.line = line;
   failure.place_.column = column;

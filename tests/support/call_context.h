@@ -6,6 +6,7 @@
 #include <string>
 
 #include "orvxml/context.h"
+#include "src/call/edge.h"
 #include "tests/support/environment.h"
 #include "tests/support/temporary_folder.h"
 
@@ -29,6 +30,13 @@ struct CallContext {
   CallContext& operator=(const CallContext&) = delete;
 
   Variable instance{"ORVINSTANCE", test::instanceName().c_str()};
+  // Runs `work` at an edge: `code` (returned), `msg` and `state` are what it reports.
+  template <class Work>
+  int report(Work&& work) {
+    *msg = '\0';
+    return code = atEdge(Report{&ctx, msg, nullptr, state}, std::forward<Work>(work));
+  }
+
   QrkStruct ctx{};
   char state[kSqlStateSize] = "";
   char msg[kMessageSize] = "";
