@@ -17,7 +17,7 @@
 #include "orvxml/buffer.h"
 #include "orvxml/context.h"
 #include "orvxml/utilities.h"
-#include "src/call/edge.h"
+#include "src/outcome/edge.h"
 
 namespace orvxml {
 

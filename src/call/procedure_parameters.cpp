@@ -6,7 +6,7 @@
 
 #include "orvxml/trace.h"
 #include "src/call/procedure_frame.h"
-#include "src/text/text_cut.h"
+#include "src/outcome/text_cut.h"
 
 namespace orvxml {
 namespace {

@@ -8,7 +8,7 @@
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
 #include "src/compose/level_map.h"
-#include "src/text/text_cut.h"
+#include "src/outcome/text_cut.h"
 
 namespace orvxml {
 

@@ -16,8 +16,8 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 
 #include "src/decompose/data_notices.h"
+#include "src/outcome/text_cut.h"
 #include "src/parser/parser_handlers.h"
-#include "src/text/text_cut.h"
 
 namespace orvxml {
 

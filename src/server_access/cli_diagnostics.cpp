@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "orvxml/trace.h"
-#include "src/text/text_cut.h"
+#include "src/outcome/text_cut.h"
 
 namespace orvxml {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "orvxml/context.h"
-#include "src/call/edge.h"
+#include "src/outcome/edge.h"
 #include "tests/support/environment.h"
 #include "tests/support/temporary_folder.h"
 

@@ -1,4 +1,4 @@
-#include "src/call/edge.h"
+#include "src/outcome/edge.h"
 
 #include <array>
 #include <cstring>
@@ -6,7 +6,7 @@
 
 #include <xercesc/util/OutOfMemoryException.hpp>
 
-#include "src/text/text_cut.h"
+#include "src/outcome/text_cut.h"
 
 namespace orvxml {
 

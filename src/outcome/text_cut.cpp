@@ -1,8 +1,10 @@
-#include "src/text/text_cut.h"
+#include "src/outcome/text_cut.h"
 
 #include <iterator>
 
-#include "src/text/converters.h"
+#include <unicode/ucnv.h>
+
+#include "orvxml/code_pages.h"
 
 namespace orvxml {
 namespace {

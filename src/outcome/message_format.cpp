@@ -9,7 +9,7 @@
 #include "orv/apie.h"
 #include "orvxml/context.h"
 #include "orvxml/trace.h"
-#include "src/text/text_cut.h"
+#include "src/outcome/text_cut.h"
 
 namespace orvxml {
 namespace {
