@@ -60,6 +60,12 @@ std::string shownValue(QrkStruct* ctx, std::string_view column, std::string_view
   return shownText(ctx, column) + " = " + shownText(ctx, value);
 }
 
+Failure at(const xercesc::DOMNode* node, Failure failure, std::string_view lacks) {
+  if (!noticeListener()) return std::move(failure.about(FailureText::kMapping));
+  return std::move(
+      failure.atElement(FailureText::kMapping, elementNumber(node), std::string(lacks)));
+}
+
 void tellPlace(const xercesc::DOMNode* node, std::string_view lacks) {
   if (!noticeListener()) return;
   try {

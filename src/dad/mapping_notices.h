@@ -11,6 +11,7 @@
 
 #include "orvxml/context.h"
 #include "orvxml/notices.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
@@ -20,6 +21,10 @@ std::string shown(std::u16string_view text, size_t most = 60);
 std::string shownText(QrkStruct* ctx, std::string_view text, size_t most = 60);
 // "COLUMN = value".
 std::string shownValue(QrkStruct* ctx, std::string_view column, std::string_view value);
+
+// The failure with its place in the mapping: the element that `node` stands for, null for none.
+// `lacks`: what the message does not say.
+Failure at(const xercesc::DOMNode* node, Failure failure, std::string_view lacks = {});
 
 // The place of the failure that stands or is about to be reported: `node` stands for its element,
 // null for none. `lacks`: what the message does not say. What the listener throws is swallowed: the
