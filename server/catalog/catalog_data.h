@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "server/catalog/catalog.h"
+#include "server/resolve/catalog.h"
 
 namespace orv {
 

@@ -4,7 +4,7 @@
 
 #include <string_view>
 
-#include "server/sql/types.h"
+#include "server/values/types.h"
 
 namespace orv {
 

@@ -18,26 +18,11 @@
 #include <string_view>
 #include <vector>
 
-#include "server/catalog/catalog.h"
-#include "server/sql/ast.h"
+#include "server/resolve/catalog.h"
+#include "server/syntax/ast.h"
+#include "server/values/value_view.h"
 
 namespace orv {
-
-// A value without ownership. DECIMAL is Text ("20.00"), dates and times are Text in the forms
-// "2026-11-24", "20.16.07" and "2026-11-24-20.16.07.000000"; binary is Blob; graphic types are
-// Text in UTF-8.
-struct ValueView {
-  enum class Kind : uint8_t { Null, Integer, Double, Text, Blob } kind = Kind::Null;
-  int64_t integer = 0;
-  double number = 0;
-  std::string_view text;  // Text and Blob
-
-  static ValueView null() { return {}; }
-  static ValueView of(int64_t value) { return {Kind::Integer, value, 0, {}}; }
-  static ValueView of(double value) { return {Kind::Double, 0, value, {}}; }
-  static ValueView ofText(std::string_view value) { return {Kind::Text, 0, 0, value}; }
-  static ValueView ofBlob(std::string_view value) { return {Kind::Blob, 0, 0, value}; }
-};
 
 // One use of a scalar function in one run of a statement: the engine asks the host for it at the
 // first call and destroys it at the end of the run, which makes the final call that the function

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "server/session/session_state.h"
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 

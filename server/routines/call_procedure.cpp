@@ -4,7 +4,7 @@
 #include "server/routines/parameter_area.h"
 #include "server/routines/routine_library.h"
 #include "server/session/communication_area.h"
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

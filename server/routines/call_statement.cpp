@@ -1,6 +1,6 @@
 #include "server/routines/call_statement.h"
 
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

@@ -4,8 +4,8 @@
 #include <optional>
 #include <vector>
 
-#include "server/session/owned_value.h"
 #include "server/session/session_state.h"
+#include "server/values/owned_value.h"
 
 namespace orv {
 

@@ -5,8 +5,8 @@
 
 #include "server/routines/active_call.h"
 #include "server/routines/routine_library.h"
-#include "server/sql/sql_error.h"
-#include "server/sql/utf8.h"
+#include "server/values/sql_error.h"
+#include "server/values/utf8.h"
 
 namespace orv {
 namespace {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "orv/sqludf.h"
-#include "server/catalog/catalog.h"
+#include "server/resolve/catalog.h"
 #include "server/routines/function_fields.h"
 
 namespace orv {

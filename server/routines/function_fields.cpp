@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "orv/sqludf.h"
-#include "server/routines/double_bytes.h"
-#include "server/sql/sql_error.h"
-#include "server/sql/utf8_text.h"
+#include "server/values/double_bytes.h"
+#include "server/values/sql_error.h"
+#include "server/values/utf8_text.h"
 
 namespace orv {
 namespace {

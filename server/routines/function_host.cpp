@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "server/routines/function_call.h"
-#include "server/session/outcome.h"
+#include "server/session/session_outcome.h"
 
 namespace orv {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <new>
 
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "orv/sqlda.h"
-#include "server/session/host_area.h"
-#include "server/session/owned_value.h"
+#include "server/clients/hostvars/host_area.h"
+#include "server/values/owned_value.h"
 
 namespace orv {
 

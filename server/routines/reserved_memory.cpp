@@ -2,7 +2,7 @@
 
 #include <sys/mman.h>
 
-#include "server/session/outcome.h"
+#include "server/session/session_outcome.h"
 
 namespace orv {
 

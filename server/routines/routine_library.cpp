@@ -6,7 +6,7 @@
 #include <map>
 #include <mutex>
 
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <utility>
 
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

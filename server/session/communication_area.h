@@ -6,7 +6,7 @@
 
 #include "orv/sqlca.h"
 #include "server/session/code_page.h"
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 

@@ -1,7 +1,7 @@
 #include "server/session/current_session.h"
 
 #include "server/session/session_state.h"
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

@@ -4,8 +4,8 @@
 #include <new>
 
 #include "server/routines/call_statement.h"
-#include "server/sql/lexer.h"
-#include "server/sql/utf8.h"
+#include "server/syntax/lexer.h"
+#include "server/values/utf8.h"
 
 namespace orv {
 

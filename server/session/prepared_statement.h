@@ -12,9 +12,9 @@
 #include <string_view>
 #include <vector>
 
-#include "server/session/owned_value.h"
 #include "server/session/session_state.h"
-#include "server/sql/sql_error.h"
+#include "server/values/owned_value.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 

@@ -20,8 +20,8 @@
 #include "server/session/insert_counts.h"
 #include "server/session/locator_table.h"
 #include "server/session/statement_cache.h"
-#include "server/sql/sql_error.h"
-#include "server/sql/value_conversion.h"
+#include "server/values/sql_error.h"
+#include "server/values/value_conversion.h"
 
 namespace orv {
 

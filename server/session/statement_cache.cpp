@@ -1,8 +1,8 @@
 #include "server/session/statement_cache.h"
 
 #include "orv/sqlcli.h"
-#include "server/sql/parser.h"
-#include "server/sql/resolver.h"
+#include "server/resolve/resolver.h"
+#include "server/syntax/sql_parser.h"
 
 namespace orv {
 namespace {

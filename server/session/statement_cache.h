@@ -13,7 +13,7 @@
 
 #include "server/engine/engine.h"
 #include "server/session/table_usage.h"
-#include "server/sql/ast.h"
+#include "server/syntax/ast.h"
 
 namespace orv {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "server/catalog/catalog.h"
 #include "server/engine/engine.h"
-#include "server/sql/ast.h"
+#include "server/resolve/catalog.h"
+#include "server/syntax/ast.h"
 
 namespace orv {
 

@@ -1,7 +1,7 @@
 #include <cstring>
 
 #include "orv/sqlcli.h"
-#include "server/session/host_area.h"
+#include "server/clients/hostvars/host_area.h"
 #include "tests/server/cli_handles.h"
 #include "tests/server/test_session.h"
 

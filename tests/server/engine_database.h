@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "server/engine/engine.h"
-#include "server/sql/parser.h"
-#include "server/sql/resolver.h"
-#include "server/sql/value_conversion.h"
+#include "server/resolve/resolver.h"
+#include "server/syntax/sql_parser.h"
+#include "server/values/value_conversion.h"
 #include "tests/server/outcome.h"
 
 namespace orv {

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "orv/esql.h"
-#include "server/esql/services.h"
+#include "server/clients/esql/services.h"
 #include "server/session/communication_area.h"
 #include "tests/server/test_session.h"
 

@@ -2,8 +2,8 @@
 #include <cstring>
 
 #include "orv/apie.h"
-#include "server/esql/bind_file.h"
-#include "server/esql/services.h"
+#include "server/clients/esql/bind_file.h"
+#include "server/clients/esql/services.h"
 #include "tests/server/esql_fixture.h"
 #include "tests/support/temporary_folder.h"
 

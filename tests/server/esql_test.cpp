@@ -1,7 +1,7 @@
 // Embedded SQL: sections, host variables, cursors, dynamic statements and descriptors.
 #include <cstring>
 
-#include "server/session/packed_decimal.h"
+#include "server/values/packed_decimal.h"
 #include "tests/server/esql_fixture.h"
 
 namespace orv::test {

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "server/catalog/catalog.h"
-#include "server/sql/parser.h"
-#include "server/sql/resolver.h"
+#include "server/resolve/catalog.h"
+#include "server/resolve/resolver.h"
+#include "server/syntax/sql_parser.h"
 
 namespace orv {
 

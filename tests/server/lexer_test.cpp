@@ -1,10 +1,10 @@
-#include "server/sql/lexer.h"
+#include "server/syntax/lexer.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

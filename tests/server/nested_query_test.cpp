@@ -4,11 +4,11 @@
 #include <functional>
 #include <sstream>
 
-#include "server/engine/sqlite/functions.h"
-#include "server/engine/sqlite/renderer.h"
-#include "server/engine/sqlite/sqlite_catalog.h"
-#include "server/sql/parser.h"
-#include "server/sql/resolver.h"
+#include "server/engine/sqlite/catalog/sqlite_catalog.h"
+#include "server/engine/sqlite/functions/engine_functions.h"
+#include "server/engine/sqlite/render/renderer.h"
+#include "server/resolve/resolver.h"
+#include "server/syntax/sql_parser.h"
 #include "tests/server/cli_handles.h"
 #include "tests/server/test_session.h"
 #include "tests/support/sqlite_file.h"

@@ -5,7 +5,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 

@@ -1,4 +1,4 @@
-#include "server/sql/resolver.h"
+#include "server/resolve/resolver.h"
 
 #include <gtest/gtest.h>
 

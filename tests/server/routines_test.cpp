@@ -1,4 +1,4 @@
-#include "server/session/packed_decimal.h"
+#include "server/values/packed_decimal.h"
 #include "tests/server/test_session.h"
 
 namespace orv::test {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "server/sql/ast.h"
+#include "server/syntax/ast.h"
 
 namespace orv {
 

@@ -1,4 +1,4 @@
-#include "server/sql/type_rules.h"
+#include "server/values/type_rules.h"
 
 #include <gtest/gtest.h>
 

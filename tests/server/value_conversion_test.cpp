@@ -1,8 +1,8 @@
-#include "server/sql/value_conversion.h"
+#include "server/values/value_conversion.h"
 
 #include <gtest/gtest.h>
 
-#include "server/sql/sql_error.h"
+#include "server/values/sql_error.h"
 
 namespace orv {
 namespace {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "server/catalog/catalog_data.h"
-#include "server/sql/ast.h"
-#include "server/sql/sql_error.h"
+#include "server/syntax/ast.h"
+#include "server/values/sql_error.h"
 
 namespace orv::sqlite {
 

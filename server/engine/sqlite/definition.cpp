@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
-#include "server/engine/sqlite/catalog_store.h"
-#include "server/engine/sqlite/routine_calls.h"
-#include "server/engine/sqlite/sql_text.h"
-#include "server/engine/sqlite/table_definition.h"
-#include "server/engine/sqlite/trigger_definition.h"
-#include "server/engine/sqlite/view_definition.h"
+#include "server/engine/sqlite/catalog/catalog_store.h"
+#include "server/engine/sqlite/catalog/index_definition.h"
+#include "server/engine/sqlite/catalog/table_definition.h"
+#include "server/engine/sqlite/catalog/view_definition.h"
+#include "server/engine/sqlite/connection/sql_text.h"
+#include "server/engine/sqlite/functions/routine_calls.h"
+#include "server/engine/sqlite/triggers/trigger_definition.h"
 
 namespace orv::sqlite {
 namespace {
@@ -215,35 +216,6 @@ void dropFunction(sqlite3* database, const CatalogData& catalog, const Function&
 }
 
 }  // namespace
-
-Index indexOf(const Statement& statement) {
-  const Table& table = *statement.table;
-  Index index;
-  index.schema = statement.name.resolvedSchema;
-  index.name = statement.name.name;
-  index.tableSchema = table.schema;
-  index.tableName = table.name;
-  index.unique = statement.unique;
-  index.columns = statement.indexColumns;
-  return index;
-}
-
-void createStoredIndex(sqlite3* database, const Index& index, const Table& table) {
-  SqlText sql;
-  sql << "CREATE ";
-  if (index.unique) sql << "UNIQUE ";
-  sql << "INDEX " << Name{index.storedName} << " ON " << Name{table.storedName} << "(";
-  Comma comma;
-  for (const auto& [name, descending] : index.columns) {
-    sql << comma << Name{table.columns[static_cast<size_t>(table.columnIndex(name))].storedName};
-    if (descending) sql << " DESC";
-  }
-  sql << ")";
-  ConstraintReader repeated = [&](int, std::string_view) {
-    return SqlError(-673, {qualified(table.schema, table.name)});
-  };
-  executeChecked(database, sql.text(), repeated);
-}
 
 void applyDefinition(sqlite3* database, const CatalogData& catalog,
                      const std::string& currentSchema, const std::vector<std::string>& functionPath,

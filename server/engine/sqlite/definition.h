@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "server/catalog/catalog_data.h"
-#include "server/engine/sqlite/connection.h"
-#include "server/sql/ast.h"
+#include "server/engine/sqlite/connection/sqlite_connection.h"
+#include "server/syntax/ast.h"
 
 namespace orv::sqlite {
 
@@ -15,9 +15,5 @@ namespace orv::sqlite {
 void applyDefinition(sqlite3* database, const CatalogData& catalog,
                      const std::string& currentSchema, const std::vector<std::string>& functionPath,
                      const Statement& statement);
-
-// The index that CREATE INDEX describes, without the engine's name for it, and its making there.
-Index indexOf(const Statement& statement);
-void createStoredIndex(sqlite3* database, const Index& index, const Table& table);
 
 }  // namespace orv::sqlite

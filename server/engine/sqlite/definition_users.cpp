@@ -1,9 +1,9 @@
 #include "server/engine/sqlite/definition_users.h"
 
-#include "server/engine/sqlite/renderer.h"
-#include "server/engine/sqlite/trigger_definition.h"
-#include "server/engine/sqlite/view_definition.h"
-#include "server/sql/resolver.h"
+#include "server/engine/sqlite/catalog/view_definition.h"
+#include "server/engine/sqlite/render/renderer.h"
+#include "server/engine/sqlite/triggers/trigger_definition.h"
+#include "server/resolve/resolver.h"
 
 namespace orv::sqlite {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "server/catalog/catalog_data.h"
-#include "server/sql/ast.h"
+#include "server/syntax/ast.h"
 
 namespace orv::sqlite {
 

@@ -1,9 +1,9 @@
 #include "server/engine/sqlite/engine_statement.h"
 
-#include "server/engine/sqlite/connection.h"
-#include "server/engine/sqlite/foreign_columns.h"
-#include "server/sql/numeral.h"
-#include "server/sql/value_conversion.h"
+#include "server/engine/sqlite/connection/sqlite_connection.h"
+#include "server/engine/sqlite/functions/foreign_value.h"
+#include "server/values/numeral.h"
+#include "server/values/value_conversion.h"
 
 namespace orv::sqlite {
 namespace {

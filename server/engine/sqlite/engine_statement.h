@@ -8,8 +8,8 @@
 
 #include "server/engine/engine.h"
 #include "server/engine/sqlite/constraint_failure.h"
-#include "server/engine/sqlite/functions.h"
-#include "server/engine/sqlite/routine_calls.h"
+#include "server/engine/sqlite/functions/engine_functions.h"
+#include "server/engine/sqlite/functions/routine_calls.h"
 
 namespace orv::sqlite {
 

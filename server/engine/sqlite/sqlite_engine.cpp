@@ -2,14 +2,14 @@
 
 #include <unistd.h>
 
-#include "server/engine/sqlite/catalog_store.h"
+#include "server/engine/sqlite/catalog/catalog_store.h"
 #include "server/engine/sqlite/definition.h"
 #include "server/engine/sqlite/definition_users.h"
 #include "server/engine/sqlite/engine_statement.h"
-#include "server/engine/sqlite/renderer.h"
-#include "server/engine/sqlite/routine_calls.h"
-#include "server/engine/sqlite/search_indexes.h"
-#include "server/engine/sqlite/trigger_definition.h"
+#include "server/engine/sqlite/functions/routine_calls.h"
+#include "server/engine/sqlite/render/renderer.h"
+#include "server/engine/sqlite/triggers/search_indexes.h"
+#include "server/engine/sqlite/triggers/trigger_definition.h"
 
 namespace orv::sqlite {
 namespace {
@@ -216,20 +216,20 @@ void SqliteEngine::applyDdl(const Statement& resolved) {
 
 void SqliteEngine::define(const CatalogData& data, const Statement& resolved) {
   const DefinitionUsers users(resolved, data, *catalog_);
-  const bool setting = changesSetting(resolved);
+  const bool before = changesBeforeTriggers(resolved);
   const bool searching = changesSearches(resolved, data);
   applyDefinition(database_.get(), data, catalog_->defaultSchema(), catalog_->functionPath(),
                   resolved);
-  if (!users.any() && !setting && !searching) return;
+  if (!users.any() && !before && !searching) return;
   catalog_->invalidate();
   const std::shared_ptr<const CatalogData> changed = catalog_->data();
   users.requireUnchanged(*changed, *catalog_);
-  if (setting) recompileTriggers(database_.get(), *changed, *catalog_);
+  if (before) recompileTriggers(database_.get(), *changed, *catalog_);
   if (searching) keepSearchIndexes(database_.get(), *changed, *catalog_);
 }
 
 // Whether statements come to set columns of new rows that they did not set, or no more.
-bool SqliteEngine::changesSetting(const Statement& resolved) const {
+bool SqliteEngine::changesBeforeTriggers(const Statement& resolved) const {
   if (resolved.kind == StatementKind::CreateTrigger) return setsColumns(*resolved.trigger);
   if (resolved.kind != StatementKind::DropTrigger) return false;
   const Trigger& dropped = *resolved.droppedTrigger;

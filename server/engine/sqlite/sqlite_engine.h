@@ -5,11 +5,11 @@
 #include <string>
 
 #include "server/engine/engine.h"
-#include "server/engine/sqlite/connection.h"
-#include "server/engine/sqlite/functions.h"
-#include "server/engine/sqlite/sqlite_catalog.h"
-#include "server/engine/sqlite/system_tables.h"
-#include "server/engine/sqlite/temporary_tables.h"
+#include "server/engine/sqlite/catalog/sqlite_catalog.h"
+#include "server/engine/sqlite/catalog/system_tables.h"
+#include "server/engine/sqlite/catalog/temporary_tables.h"
+#include "server/engine/sqlite/connection/sqlite_connection.h"
+#include "server/engine/sqlite/functions/engine_functions.h"
 
 namespace orv::sqlite {
 
@@ -49,7 +49,7 @@ class SqliteEngine : public Engine {
   void changeStored(Change change);
   void undoChange();
   void define(const CatalogData& data, const Statement& resolved);
-  bool changesSetting(const Statement& resolved) const;
+  bool changesBeforeTriggers(const Statement& resolved) const;
   void endUnitOfWork();
 
   // What the connection's functions and tables refer to outlives it.
