@@ -6,6 +6,7 @@
 #include <exception>
 
 #include "server/routines/call_statement.h"
+#include "server/routines/routine_host.h"
 #include "server/session/prepared_statement.h"
 #include "server/session/session_outcome.h"
 #include "server/session/session_state.h"
@@ -40,7 +41,8 @@ void keepFreedMemory() {
 
 std::unique_ptr<SessionState> openState(std::string_view url, const EngineOptions& options) {
   keepFreedMemory();
-  return std::make_unique<SessionState>(openEngine(url, options), nameFromUrl(url));
+  return std::make_unique<SessionState>(openEngine(url, options), nameFromUrl(url),
+                                        makeRoutineHost);
 }
 
 // Runs `action`, and says in `outcome` how it went.

@@ -5,17 +5,10 @@
 #include <vector>
 
 #include "server/session/session_state.h"
-#include "server/values/owned_value.h"
 
 namespace orv {
 
-struct CallOutputs {
-  std::vector<OutputColumn> columns;  // one per OUT and INOUT parameter
-  std::vector<OwnedValue> values;
-};
-
-// Runs a resolved CALL. `markers` holds the value of each parameter marker, converted to its type;
-// only output parameters may do without. Arguments that are expressions are evaluated first.
+// See Routines::run().
 CallOutputs runCallStatement(SessionState& session, Statement& call,
                              const std::vector<std::optional<ValueView>>& markers);
 

@@ -55,7 +55,7 @@ void ParameterArea::layOut(const std::vector<ValueView>& inputs) {
       converted_[i] = convertValue(inputs.at(i), type, session_.textLength(),
                                    ConversionMode::Assignment, storage_[i]);
     }
-    int64_t size = type.locator ? static_cast<int64_t>(sizeof(int32_t)) : hostSize(type);
+    int64_t size = type.locator ? static_cast<int64_t>(sizeof(int32_t)) : layoutSize(type);
     if (isLob(definition) && definition.mode == Mode::In) {
       // Four bytes hold a character of any code page, whatever it takes in UTF-8.
       size = std::min(size, static_cast<int64_t>(converted_[i].text.size()) * 4);
@@ -82,7 +82,7 @@ void ParameterArea::storeInput(Parameter& parameter, const ValueView& value) {
     return;
   }
   const SqlType& type = parameter.definition->type;
-  if (storeHostValue(parameter.area, value, type, session_).cut) {
+  if (storeInArea(parameter.area, value, type, session_).cut) {
     throw SqlError(-302, {parameter.definition->name});
   }
 }
@@ -118,7 +118,7 @@ void ParameterArea::describeSecondary(int index) {
   Parameter& parameter = parameters_[static_cast<size_t>(index)];
   if (!isLob(*parameter.definition)) return;
   sqlvar_secondary* secondary = secondaryEntry(descriptor(), index);
-  secondary->sqllonglen = hostSize(parameter.definition->type);
+  secondary->sqllonglen = layoutSize(parameter.definition->type);
   secondary->sqldatalen = &parameter.lobLength;
 }
 
@@ -153,10 +153,10 @@ OwnedValue ParameterArea::output(const Parameter& parameter) {
   if (parameter.indicator == -1 || parameter.indicator == kNotReturned) return {};
   if (parameter.indicator != 0) refuse(parameter);
   const SqlType& type = parameter.definition->type;
-  HostStorage host;
+  ValueStorage host;
   ValueView value;
   try {
-    value = loadHostValue(parameter.area, isBinary(type.kind), session_, host);
+    value = loadFromArea(parameter.area, isBinary(type.kind), session_, host);
   } catch (const SqlError& error) {
     if (error.sqlcode() == -311 || error.sqlcode() == -302) refuse(parameter);
     throw;

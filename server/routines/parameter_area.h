@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "orv/sqlda.h"
-#include "server/clients/hostvars/host_area.h"
+#include "server/session/value_area.h"
 #include "server/values/owned_value.h"
 
 namespace orv {
@@ -35,7 +35,7 @@ class ParameterArea {
  private:
   struct Parameter {
     const ParameterDefinition* definition;
-    HostArea area;
+    ValueArea area;
     int64_t offset;  // of its value in `memory_`
     int64_t size;    // bytes of its value
     int16_t indicator = 0;

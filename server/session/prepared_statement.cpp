@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <new>
 
-#include "server/routines/call_statement.h"
 #include "server/syntax/lexer.h"
 #include "server/values/utf8.h"
 
@@ -153,7 +152,7 @@ void PreparedStatement::runCall() {
     if (bound_[i]) given[i] = values_[i];
   }
   here.begin();
-  CallOutputs outputs = runCallStatement(here, *compilation_->statement, given);
+  CallOutputs outputs = here.routines().run(*compilation_->statement, given);
   outputs_ = std::move(outputs.columns);
   if (outputs_.empty()) return;
   rows_.push_back(std::move(outputs.values));

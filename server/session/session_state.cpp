@@ -2,19 +2,19 @@
 
 #include <algorithm>
 
-#include "server/routines/function_host.h"
 #include "server/session/prepared_statement.h"
 
 namespace orv {
 
-SessionState::SessionState(std::unique_ptr<Engine> engine, std::string databaseName)
-    : functionHost_(std::make_unique<RoutineHost>(*this)),
+SessionState::SessionState(std::unique_ptr<Engine> engine, std::string databaseName,
+                           MakeRoutines makeRoutines)
+    : routines_(makeRoutines(*this)),
       engine_(std::move(engine)),
       codePage_(engine_->catalog().codePage()),
       textLength_(engine_->catalog().codePage()),
       databaseName_(std::move(databaseName)),
       authorizationId_(engine_->catalog().defaultSchema()) {
-  engine_->setFunctionHost(functionHost_.get());
+  engine_->setFunctionHost(routines_.get());
 }
 
 SessionState::~SessionState() {

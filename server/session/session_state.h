@@ -19,6 +19,7 @@
 #include "server/session/current_session.h"
 #include "server/session/insert_counts.h"
 #include "server/session/locator_table.h"
+#include "server/session/routines.h"
 #include "server/session/statement_cache.h"
 #include "server/values/sql_error.h"
 #include "server/values/value_conversion.h"
@@ -29,12 +30,13 @@ class PreparedStatement;
 
 class SessionState {
  public:
-  SessionState(std::unique_ptr<Engine> engine, std::string databaseName);
+  SessionState(std::unique_ptr<Engine> engine, std::string databaseName, MakeRoutines makeRoutines);
   ~SessionState();
   SessionState(const SessionState&) = delete;
   SessionState& operator=(const SessionState&) = delete;
 
   Engine& engine() { return *engine_; }
+  Routines& routines() { return *routines_; }
   Catalog& catalog() { return engine_->catalog(); }
   const CodePage& codePage() const { return codePage_; }
   const TextLength& textLength() const { return textLength_; }
@@ -111,7 +113,7 @@ class SessionState {
   void rollbackTo(const std::string& name);
   std::vector<Savepoint>::iterator findSavepoint(const std::string& name);
 
-  std::unique_ptr<FunctionHost> functionHost_;  // outlives the engine, which asks it
+  std::unique_ptr<Routines> routines_;  // outlives the engine, which asks for functions
   std::unique_ptr<Engine> engine_;
   CodePage codePage_;
   TextLength textLength_;

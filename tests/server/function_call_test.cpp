@@ -1,6 +1,6 @@
 #include <dlfcn.h>
 
-#include "server/routines/function_host.h"
+#include "server/routines/routine_host.h"
 #include "server/session/prepared_statement.h"
 #include "server/session/session_state.h"
 #include "tests/server/test_session.h"

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "orv/sqlcli.h"
-#include "server/clients/hostvars/host_area.h"
 #include "server/session/current_session.h"
 #include "server/session/prepared_statement.h"
+#include "server/session/value_area.h"
 
 namespace orv::cli {
 
@@ -63,9 +63,9 @@ struct StatementHandle : Handle {
   bool executed = false;            // then `prepared` is there
   std::vector<Binding> parameters;  // survive another prepare, as do the columns
   std::vector<Binding> columns;
-  std::vector<HostStorage> storage;  // one per parameter
-  std::string preparedText;          // of `prepared`, as the caller gave it
-  std::string valueText;             // of the fetched value at hand, where it needs room
+  std::vector<ValueStorage> storage;  // one per parameter
+  std::string preparedText;           // of `prepared`, as the caller gave it
+  std::string valueText;              // of the fetched value at hand, where it needs room
   std::string nativeText;
 };
 

@@ -6,6 +6,7 @@
 
 #include "orv/sqlda.h"
 #include "server/clients/cli/diagnostics.h"
+#include "server/clients/hostvars/host_area.h"
 #include "server/values/utf8_text.h"
 
 using namespace orv::cli;
@@ -13,11 +14,11 @@ using namespace orv::cli;
 namespace {
 
 using orv::Description;
-using orv::HostArea;
-using orv::HostStorage;
 using orv::OutputColumn;
 using orv::PreparedStatement;
 using orv::SqlType;
+using orv::ValueArea;
+using orv::ValueStorage;
 using orv::ValueView;
 
 std::string_view statementText(const SQLCHAR* text, SQLINTEGER length) {
@@ -62,7 +63,7 @@ std::string_view boundText(const Binding& binding) {
 // Text for binary data is the data itself when it is stored. In a query it is what SQLFetch made of
 // the data: hexadecimal digits, so that a value that was fetched finds its row again.
 ValueView binaryParameter(std::string_view native, const SqlType& type, bool query,
-                          const orv::CodePage& codePage, HostStorage& storage) {
+                          const orv::CodePage& codePage, ValueStorage& storage) {
   if (!query) return ValueView::ofBlob(native);
   const std::string_view digits = codePage.toUtf8(native, storage.text);
   std::optional<std::string> bytes = orv::bytesOfHex(digits);
@@ -72,15 +73,15 @@ ValueView binaryParameter(std::string_view native, const SqlType& type, bool que
 }
 
 ValueView parameterValue(const Binding& binding, const SqlType& type, bool query,
-                         orv::SessionState& session, HostStorage& storage) {
+                         orv::SessionState& session, ValueStorage& storage) {
   if (binding.indicator && *binding.indicator == SQL_NULL_DATA) return ValueView::null();
   if (!binding.value) throw CliError("HY009");
   switch (binding.cType) {
     case SQL_C_LONG:
       return ValueView::of(static_cast<int64_t>(read<SQLINTEGER>(binding)));
     case SQL_C_CLOB_LOCATOR: {
-      const HostArea area{orv::kSqlClobLocator, 4, static_cast<char*>(binding.value)};
-      return orv::loadHostValue(area, false, session, storage);
+      const ValueArea area{orv::kSqlClobLocator, 4, static_cast<char*>(binding.value)};
+      return orv::loadFromArea(area, false, session, storage);
     }
     default:
       break;
@@ -209,9 +210,9 @@ bool deliver(StatementHandle& handle, const Binding& binding, const ValueView& v
   if (!locator && binding.cType != SQL_C_LONG) {
     return deliverAsText(handle, binding, value, type, session.codePage());
   }
-  const HostArea area{locator ? orv::kSqlClobLocator : orv::kSqlInteger, 4,
-                      static_cast<char*>(binding.value)};
-  noteLength(binding, static_cast<size_t>(orv::storeHostValue(area, value, type, session).length));
+  const ValueArea area{locator ? orv::kSqlClobLocator : orv::kSqlInteger, 4,
+                       static_cast<char*>(binding.value)};
+  noteLength(binding, static_cast<size_t>(orv::storeInArea(area, value, type, session).length));
   return false;
 }
 

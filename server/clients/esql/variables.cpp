@@ -41,7 +41,7 @@ bool isKnownType(int16_t type) {
   }
 }
 
-BoundVariable checked(HostArea area, int16_t* indicator) {
+BoundVariable checked(ValueArea area, int16_t* indicator) {
   if (!isKnownType(area.type)) malformed("sqltype");
   if (area.capacity < 0) malformed("sqllen");
   if (!area.data && !(indicator && *indicator < 0)) malformed("sqldata");
@@ -62,7 +62,7 @@ void copyName(const std::string& name, struct sqlname& target) {
 
 void describeSecondary(const SqlType& type, sqlvar_secondary& secondary) {
   std::memset(&secondary, 0, sizeof secondary);
-  if (isLargeObject(type.kind)) secondary.sqllonglen = hostSize(type);
+  if (isLargeObject(type.kind)) secondary.sqllonglen = layoutSize(type);
   if (type.isDistinct()) {
     const std::string name = type.distinctSchema + "." + type.distinctName;
     const size_t length = std::min(name.size(), sizeof secondary.typename_data);
@@ -72,7 +72,7 @@ void describeSecondary(const SqlType& type, sqlvar_secondary& secondary) {
 }
 
 // A file that is too long for its column is refused without being read into memory.
-void checkFile(const HostArea& area, const SqlType& type, const CodePage& codePage) {
+void checkFile(const ValueArea& area, const SqlType& type, const CodePage& codePage) {
   const bool counted = type.length > 0 && (isBinary(type.kind) || isCharacter(type.kind));
   const bool comparable = area.type == kSqlBlobFile || codePage.isUtf8();
   if (!counted || !comparable || area.type == kSqlDbclobFile) return;
@@ -88,8 +88,8 @@ BoundVariables fromVariables(Variables variables) {
   BoundVariables bound;
   bound.reserve(variables.size());
   for (const HostVariable& variable : variables) {
-    const HostArea area{baseTypeCode(variable.type), variable.length,
-                        static_cast<char*>(variable.data)};
+    const ValueArea area{baseTypeCode(variable.type), variable.length,
+                         static_cast<char*>(variable.data)};
     bound.push_back(checked(area, variable.indicator));
   }
   return bound;
@@ -103,7 +103,7 @@ BoundVariables fromDescriptor(const sqlda* descriptor) {
   BoundVariables bound;
   for (int i = 0; i < descriptor->sqld; ++i) {
     const sqlvar& entry = descriptor->sqlvar[i];
-    HostArea area{baseTypeCode(entry.sqltype), entry.sqllen, entry.sqldata};
+    ValueArea area{baseTypeCode(entry.sqltype), entry.sqllen, entry.sqldata};
     if (isLargeObjectCode(area.type)) {
       if (!hasSecondaryEntries(descriptor)) malformed("secondary entries");
       const sqlvar_secondary* secondary = secondaryEntry(descriptor, i);

@@ -1,5 +1,5 @@
-// Host variables and descriptor areas as the runtime sees them, checked: one HostArea with its null
-// indicator each.
+// Host variables and descriptor areas as the runtime sees them, checked: one ValueArea with its
+// null indicator each.
 #pragma once
 
 #include <vector>
@@ -11,7 +11,7 @@
 namespace orv::esql {
 
 struct BoundVariable {
-  HostArea area;
+  ValueArea area;
   int16_t* indicator;
 };
 using BoundVariables = std::vector<BoundVariable>;

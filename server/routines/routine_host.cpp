@@ -1,10 +1,11 @@
 // When a function is called: the order of first, normal or fetch, and final calls.
-#include "server/routines/function_host.h"
+#include "server/routines/routine_host.h"
 
 #include <algorithm>
 #include <iterator>
 #include <tuple>
 
+#include "server/routines/call_statement.h"
 #include "server/routines/function_call.h"
 #include "server/session/session_outcome.h"
 
@@ -193,12 +194,21 @@ void IdleCalls::keep(std::unique_ptr<FunctionCall> call) noexcept {
   calls_.push_back(std::move(call));
 }
 
+CallOutputs RoutineHost::run(Statement& call,
+                             const std::vector<std::optional<ValueView>>& markers) {
+  return runCallStatement(session_, call, markers);
+}
+
 std::unique_ptr<ScalarFunctionUse> RoutineHost::useScalar(const Function& function) {
   return std::make_unique<ScalarUse>(idleCalls_, function);
 }
 
 std::unique_ptr<TableFunctionUse> RoutineHost::useTable(const Function& function) {
   return std::make_unique<TableUse>(idleCalls_, function);
+}
+
+std::unique_ptr<Routines> makeRoutineHost(SessionState& session) {
+  return std::make_unique<RoutineHost>(session);
 }
 
 }  // namespace orv
