@@ -1,3 +1,6 @@
+// SQLite's message is the only trace of which constraint it was: it names a check, or the columns
+// of a key, and nothing for foreign keys. From these the catalog finds the key, and so the SQLCODE
+// and its tokens.
 #include "server/engine/sqlite/constraint_failure.h"
 
 #include <sqlite3.h>

@@ -1,3 +1,6 @@
+// The list of definitions, each with the smaller ones that need no file of their own. Nothing is
+// checked here that the resolver could check: what is left are things that others still use (-478),
+// and what the engine cannot do.
 #include "server/engine/sqlite/definition.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// What uses a thing is not recorded anywhere. Every trigger and view is compiled before a
+// definition that takes something away and once more after it: one whose text differs, or that
+// cannot be compiled any more, has used what went.
 #include "server/engine/sqlite/definition_users.h"
 
 #include "server/engine/sqlite/catalog/view_definition.h"

@@ -1,3 +1,6 @@
+// Runs what the renderer wrote: one statement of SQLite's, before it the query of its condition
+// where there is one, and after it the judgement of what came back, since a file may hold values
+// that other programs have stored.
 #include "server/engine/sqlite/engine_statement.h"
 
 #include "server/engine/sqlite/connection/sqlite_connection.h"

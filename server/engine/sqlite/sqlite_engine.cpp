@@ -1,3 +1,6 @@
+// What is done in which order. A unit of work takes hold of one state of the file with its first
+// statement that reads or changes, and the catalog follows that state. A definition runs within a
+// savepoint of its own; what it may have taken from triggers and views is examined before it stays.
 #include "server/engine/sqlite/sqlite_engine.h"
 
 #include <unistd.h>

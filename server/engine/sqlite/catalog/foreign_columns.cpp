@@ -1,3 +1,6 @@
+// A sample of the first rows, all columns in one query, decides. It is read again with the next
+// wider type for those columns only that held something else, until every column has a type that
+// its values are of.
 #include "server/engine/sqlite/catalog/foreign_columns.h"
 
 #include <algorithm>

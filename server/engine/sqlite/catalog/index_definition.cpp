@@ -1,3 +1,5 @@
+// Stored and declared tables have their indexes from the same text; only who notes the name
+// differs.
 #include "server/engine/sqlite/catalog/index_definition.h"
 
 #include "server/engine/sqlite/connection/sql_text.h"

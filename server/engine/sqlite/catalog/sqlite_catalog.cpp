@@ -1,3 +1,6 @@
+// Everything is read at once and kept until the file's schema or the generation of our tables shows
+// a change. A search of one object at a time would be an engine's query for each name of a
+// statement.
 #include "server/engine/sqlite/catalog/sqlite_catalog.h"
 
 #include <algorithm>

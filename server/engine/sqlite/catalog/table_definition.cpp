@@ -1,3 +1,6 @@
+// The definition is put together as a Table of the catalog first; texts for SQLite and rows for our
+// tables are both made from that. ALTER adds to the Table that there is and stores what came in
+// addition, where a constraint is held against the rows before it is written down.
 #include "server/engine/sqlite/catalog/table_definition.h"
 
 #include <algorithm>

@@ -1,3 +1,7 @@
+// Which declared type, collation and constraint texts stand for the types of the server layer; and
+// how a definition is exchanged where it stands. SQLite could only copy the table, with all its
+// rows, triggers and indexes, to take in a constraint: here its text is written as data, as SQLite
+// allows with a new schema version.
 #include "server/engine/sqlite/catalog/table_text.h"
 
 #include "server/engine/sqlite/connection/sql_text.h"

@@ -1,3 +1,6 @@
+// Declared tables are made by the same TableDefinition as stored ones, in the temporary database.
+// The list of what is there is asked from SQLite each time, never counted along: a rollback to any
+// savepoint is then right by itself.
 #include "server/engine/sqlite/catalog/temporary_tables.h"
 
 #include "server/engine/sqlite/catalog/index_definition.h"

@@ -1,3 +1,6 @@
+// A view is stored twice: as SQLite's view, which other programs can read, and as the text that
+// made it. The text can be resolved once more at any time, as of when the view was made; that tells
+// whether it still means what SQLite's view says.
 #include "server/engine/sqlite/catalog/view_definition.h"
 
 #include <set>

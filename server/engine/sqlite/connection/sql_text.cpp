@@ -1,3 +1,4 @@
+// Quotation by doubling, for names and texts alike; SQLite knows no other escape.
 #include "server/engine/sqlite/connection/sql_text.h"
 
 #include "server/values/utf8_text.h"

@@ -1,3 +1,6 @@
+// Failures into text and back, the waits for locks, commands; then the opening of files. A new
+// database is filled under another name and put in place by a link, so that no other process sees
+// half of one; one that cannot be written is opened as unchangeable where that is certain.
 #include "server/engine/sqlite/connection/sqlite_connection.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// Numbers are 128 bits with a scale. Products and quotients, which may be longer on the way, are
+// made digit by digit and cut to the scale before they become such a number again.
 #include "server/engine/sqlite/functions/decimal.h"
 
 #include <algorithm>

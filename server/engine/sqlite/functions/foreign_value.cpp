@@ -1,3 +1,5 @@
+// The conversions of an assignment, and then back: a value counts as one of the type only when
+// nothing of it has been lost on the way.
 #include "server/engine/sqlite/functions/foreign_value.h"
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// How values come out of SQLite's arguments and go into its results. Texts are copied into results:
+// what they stand in is used again by the next call.
 #include "server/engine/sqlite/functions/function_support.h"
 
 namespace orv::sqlite {

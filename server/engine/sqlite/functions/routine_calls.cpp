@@ -1,3 +1,6 @@
+// ORV_FUNCTION keeps its use of the function with SQLite, as data of its constant first argument.
+// Cursors have no such place: the uses of table functions that wait for their next cursor are kept
+// here.
 #include "server/engine/sqlite/functions/routine_calls.h"
 
 #include "server/engine/sqlite/connection/sqlite_connection.h"

@@ -1,4 +1,5 @@
-// Values and search conditions.
+// Values and search conditions. How two values compare follows from both their types; where that is
+// not how SQLite would compare them, a collation or a conversion of one side is written.
 #include <array>
 #include <utility>
 

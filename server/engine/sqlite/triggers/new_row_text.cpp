@@ -1,3 +1,6 @@
+// The texts of the columns grow trigger by trigger, each assignment out of the texts before it.
+// `repeatable_` tells which may be written twice; where one that may not is read, makeQuery() puts
+// the row so far into a materialized query and the texts begin anew as names of its columns.
 #include "server/engine/sqlite/triggers/new_row_text.h"
 
 #include <algorithm>

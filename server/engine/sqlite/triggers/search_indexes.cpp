@@ -1,3 +1,6 @@
+// The bodies of all triggers are resolved and searched for `column = value of the fired row`. The
+// indexes wanted so are compared with those present, by their names in the file, and the difference
+// is made.
 #include "server/engine/sqlite/triggers/search_indexes.h"
 
 #include <algorithm>

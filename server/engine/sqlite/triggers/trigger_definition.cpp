@@ -1,3 +1,6 @@
+// Triggers are stored by groups of one table, time and event, whose order in the file decides which
+// fires first. Those that cannot be compiled any more keep the text that they have: it is for their
+// firing to fail.
 #include "server/engine/sqlite/triggers/trigger_definition.h"
 
 #include <algorithm>
