@@ -1,5 +1,5 @@
 // Small shared utilities: the owner of heap blocks, the string class, the list class and the UTF-16
-// string functions that accept null pointers, and the exception that stops a parse.
+// string functions that accept null pointers.
 #pragma once
 
 #include <algorithm>
@@ -14,12 +14,6 @@
 #include "orvxml/context.h"
 
 namespace orvxml {
-
-// Thrown by value inside a parse to stop it, caught by the function that started the parse.
-struct QRKException {
-  char message[kMessageSize];
-  QrkStruct* ctx;
-};
 
 // For what the interface hands over with malloc.
 struct FreeMemory {

@@ -12,7 +12,7 @@
 #include "orvxml/buffer.h"
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
-#include "src/outcome/parser_failures.h"
+#include "src/outcome/failure.h"
 #include "src/parser/parser.h"
 
 namespace orvxml {
@@ -42,17 +42,17 @@ int abandon(QrkStruct* ctx, char* sqlstate, int code) {
   return code;
 }
 
-// The parser's one-time initialisation tells its outcome by the SQLSTATE alone.
+// Whatever keeps the parser from working has one SQLSTATE and its code.
 int checkParser(QrkStruct* ctx, char* sqlstate) {
-  char unused[kMessageSize] = "";
-  const int rc = qrkInitializeParser(ctx, sqlstate, unused);
-  QRK_TRACE(ctx, "qrkInitializeParser rc = %d, memthresh %d", rc, ctx->fileThreshold);
   int code = 0;
-  qrkStateToCode(ctx, &code, sqlstate);
-  if (rc != 0 && code == 0) {
+  try {
+    qrkInitializeParser(ctx);
+  } catch (const Failure&) {
     std::strcpy(sqlstate, kParserState);
     qrkStateToCode(ctx, &code, sqlstate);
   }
+  QRK_TRACE(ctx, "qrkInitializeParser rc = %d, memthresh %d", code == 0 ? 0 : -1,
+            ctx->fileThreshold);
   return code;
 }
 

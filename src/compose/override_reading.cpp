@@ -116,8 +116,6 @@ int qrkInitOverride(QrkStruct* ctx, int overrideType, const char* override, over
     std::u16string text;
     if (!toUtf16(ctx, override ? override : "", text)) return fail(report, Msg::QRKQ030E);
     return OverrideParser(report, text).parse(*list);
-  } catch (const QRKException&) {
-    return fail(report, Msg::QRKG002E);
   } catch (const std::bad_alloc&) {
     return fail(report, Msg::QRKG002E);
   }

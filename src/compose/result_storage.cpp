@@ -16,7 +16,7 @@
 #include "src/compose/sql_statement.h"
 #include "src/dad/mapping_notices.h"
 #include "src/files/file_handle.h"
-#include "src/outcome/parser_failures.h"
+#include "src/outcome/failure.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/locators.h"
 #include "src/server_access/server_statements.h"

@@ -275,8 +275,7 @@ int collectColumns(const Report& report, rel& model, const DOM_Element& root, in
   try {
     ColumnCollector collector(report, model, purpose, overrides);
     return walkMappedLeaves(report, root.node(), purpose, collector);
-  } catch (const QRKException&) {
-    // Only memory makes the location stack throw.
+  } catch (const std::bad_alloc&) {
     return failed(report, Msg::QRKG002E);
   }
 }

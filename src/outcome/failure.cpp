@@ -4,17 +4,14 @@ namespace orvxml {
 
 namespace {
 
-constexpr char kParserState[] = "38X13";
-constexpr int kParserCode = -85;  // of the SQLSTATE, which stands in no row of the table
-
 // "decomposition" of "src/decompose/decomposition.cpp".
 std::string moduleOf(std::string_view file) {
   file.remove_prefix(file.find_last_of('/') + 1);
   return std::string(file.substr(0, file.find('.')));
 }
 
-std::string numberOrNothing(uint64_t number) {
-  return number == 0 ? std::string() : std::to_string(number);
+std::string numberOrNothing(std::optional<uint64_t> number) {
+  return number ? std::to_string(*number) : std::string();
 }
 
 }  // namespace
@@ -55,12 +52,13 @@ Failure Failure::said(int code, std::string text) {
   return failure;
 }
 
-Failure Failure::ofParser(uint64_t line, uint64_t column, std::string text) {
+Failure Failure::ofParser(std::optional<uint64_t> line, std::optional<uint64_t> column,
+                          const std::string& text) {
   Failure failure(Msg::QRKQ047E, numberOrNothing(line), numberOrNothing(column), text);
   failure.code_ = kParserCode;
   failure.sqlState_ = kParserState;
-  failure.place_.line = line;
-  failure.place_.column = column;
+  failure.place_.line = line.value_or(0);
+  failure.place_.column = column.value_or(0);
   return failure;
 }
 
@@ -104,8 +102,9 @@ Failure& Failure::atElement(FailureText text, size_t number, std::string lacks) 
   return about(text);
 }
 
-Failure& Failure::inFile(std::string file) {
+Failure& Failure::inFile(std::string file, std::string lacks) {
   place_.file = std::move(file);
+  place_.lacks = std::move(lacks);
   return *this;
 }
 

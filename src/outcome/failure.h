@@ -20,6 +20,9 @@
 
 namespace orvxml {
 
+inline constexpr char kParserState[] = "38X13";
+inline constexpr int kParserCode = -85;  // of the SQLSTATE, which stands in no row of the table
+
 class Failure {
  public:
   // Arguments are strings and numbers, in the order of the message's placeholders.
@@ -45,8 +48,9 @@ class Failure {
   }
   // A message that is a text already; empty: the reporter makes an internal error of it.
   static Failure said(int code, std::string text);
-  // QRKQ047E under the one SQLSTATE of the parser's failures. 0: not known.
-  static Failure ofParser(uint64_t line, uint64_t column, std::string text);
+  // QRKQ047E under the one SQLSTATE and code of the parser's failures.
+  static Failure ofParser(std::optional<uint64_t> line, std::optional<uint64_t> column,
+                          const std::string& text);
 
   // ---- What is known further up. Each returns the failure itself.
   Failure withCode(int code) &&;
@@ -60,7 +64,7 @@ class Failure {
   // what the message lacks.
   Failure& atElement(FailureText text, size_t number, std::string lacks = "");
   // The schema or DTD that the message counts in, or that is missing.
-  Failure& inFile(std::string file);
+  Failure& inFile(std::string file, std::string lacks = "");
   Failure& ofKind(FailureKind kind);
 
   Msg message() const { return message_; }  // Msg{}: of a text

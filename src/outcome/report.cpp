@@ -6,7 +6,7 @@
 
 #include "orvxml/context.h"
 #include "orvxml/trace.h"
-#include "src/outcome/parser_failures.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 namespace {
@@ -14,7 +14,6 @@ namespace {
 constexpr size_t kMaxArguments = 6;
 constexpr char kTokenSeparator = '\xFF';
 constexpr int32_t kUnknownState = std::numeric_limits<int32_t>::min();
-constexpr int32_t kParserCode = -85;  // of the SQLSTATE that stands in no row of the table
 
 int indexOf(Msg message) {
   return static_cast<int>(message);

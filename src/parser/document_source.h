@@ -16,15 +16,11 @@ struct DocumentSource {
 };
 
 // The document `document`: its terminated text or, unless `isText`, the name of its file, which
-// must live as long as the source. False with QRKC001E ("38X01") when there is no such file,
-// QRKG004E for null, QRKG002E out of memory.
-bool openDocument(const Report& report, const char* document, bool isText, DocumentSource& source);
-
-// Reports QRKG002E; false.
-bool outOfMemory(const Report& report);
+// must live as long as the source. QRKC001E when there is no such file, QRKG004E for null.
+DocumentSource openDocument(QrkStruct* ctx, const char* document, bool isText);
 
 // Has the document read in the encoding of the database code page, if there are code pages and
-// `inDbEncoding` wants it, else in the one that it declares. 0 or the code of databaseEncoding.
-int chooseEncoding(const Report& report, bool inDbEncoding, DocumentSource& source);
+// `inDbEncoding` wants it, else in the one that it declares.
+void chooseEncoding(QrkStruct* ctx, bool inDbEncoding, DocumentSource& source);
 
 }  // namespace orvxml

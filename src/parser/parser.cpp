@@ -11,24 +11,22 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/notices.h"
 #include "orvxml/trace.h"
-#include "src/outcome/parser_failures.h"
+#include "src/outcome/edge.h"
 #include "src/parser/document_source.h"
 #include "src/parser/parser.h"
+#include "src/parser/parser_failures.h"
 #include "src/parser/parser_handlers.h"
 
 namespace orvxml {
 
 namespace {
 
-constexpr const char* kModule = "qrkSgDoc";
-constexpr const char* kSuccessState = "00000";
 constexpr int kTracedCharacters = 299;
-constexpr int kParseLine = 1649;
+// The lines that the failures name.
+constexpr int kParseLine = 1649, kTransformerLine = 1754, kInitializationLine = 1763;
 
-int parserCrash(const Report& report, int line) {
-  failInternal(report, kModule, line);
-  setSqlState(report, kParserState);
-  return -1;
+Failure parserCrash(int line) {
+  return Failure(Msg::QRKG001E, buildStamp(), "qrkSgDoc", line).withState(kParserState);
 }
 
 // What a parse needs; built before it, because a failure to build is another one than to parse.
@@ -41,23 +39,6 @@ struct Parse {
   qrkNonValidateDOM parser;
 };
 
-int run(const Report& report, Parse& parse, const DocumentSource& source, DOM_Document& result,
-        bool& ranOutOfMemory) {
-  try {
-    parse.parser.parseDocument(*source.input, source.bytes);
-    result = DOM_Document(parse.parser.takeDocument());
-    return 0;
-  } catch (const std::bad_alloc&) {
-    ranOutOfMemory = true;
-    return parserCrash(report, kParseLine);
-  } catch (const xercesc::OutOfMemoryException&) {
-    ranOutOfMemory = true;
-    return parserCrash(report, kParseLine);
-  } catch (...) {
-    return reportParserException(report) ? -1 : parserCrash(report, kParseLine);
-  }
-}
-
 // The message is that of any other crash, so a listener is told what it was.
 void tellOutOfMemory() noexcept {
   try {
@@ -69,33 +50,70 @@ void tellOutOfMemory() noexcept {
   }
 }
 
+void prepare(QrkStruct* ctx, bool inDbEncoding, std::optional<Parse>& parse,
+             DocumentSource& source) {
+  try {
+    parse.emplace(ctx);
+    chooseEncoding(ctx, inDbEncoding, source);
+  } catch (const std::exception&) {
+    throw Failure(Msg::QRKG002E);
+  } catch (const xercesc::XMLException&) {
+    throw *parserFailure(ctx);
+  }
+  if (inDbEncoding && ctx && ctx->codePages) QRK_TRACE(ctx, "overriding encoding");
+}
+
+// Nothing when it ran out of memory.
+std::optional<DOM_Document> run(QrkStruct* ctx, Parse& parse, const DocumentSource& source) {
+  try {
+    parse.parser.parseDocument(*source.input, source.bytes);
+    return DOM_Document(parse.parser.takeDocument());
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
+  } catch (const xercesc::OutOfMemoryException&) {
+    return std::nullopt;
+  } catch (...) {
+    if (std::optional<Failure> failure = parserFailure(ctx)) throw *failure;
+    throw parserCrash(kParseLine);
+  }
+}
+
+DOM_Document parse(QrkStruct* ctx, const char* document, bool inDbEncoding, bool isText) {
+  DocumentSource source = openDocument(ctx, document, isText);
+  std::optional<Parse> state;
+  prepare(ctx, inDbEncoding, state, source);
+  std::optional<DOM_Document> result = run(ctx, *state, source);
+  state.reset();
+  if (result) return *std::move(result);
+  tellOutOfMemory();
+  throw parserCrash(kParseLine);
+}
+
 }  // namespace
 
-int qrkInitializeParser(QrkStruct* ctx, char* sqlstate, char* msg) {
+void qrkInitializeParser(QrkStruct* ctx) {
   if (isSharedLibInitSuccess()) {
     QRK_TRACE(ctx, "Shared library has been initilized successfully ");
-    return 0;
+    return;
   }
-  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
   constexpr int kTransformerCrashed = -4, kSaxFailure = -3, kXmlFailure = -2, kCrashed = -1;
   switch (getLastErrorCode()) {
     case kTransformerCrashed:
       QRK_TRACE(ctx, "Xalan XalanTransformer::initialize() crashed w/o any exception.");
-      return parserCrash(report, 1754);
+      throw parserCrash(kTransformerLine);
     case kSaxFailure:
     case kXmlFailure: {
       char text[kMessageSize] = "";
       getLastErrorMessage(text);
       QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() failed: %s", text);
-      reportParserError(report, 0, 0, text);
-      return -1;
+      throw parserFailure(ctx, 0, 0, text);
     }
     case kCrashed:
       QRK_TRACE(ctx, "XMLPlatformUtils::Initialize() crashed w/o any XMLException.");
-      return parserCrash(report, 1763);
+      throw parserCrash(kInitializationLine);
     default:
       QRK_TRACE(ctx, "The static init of parser or icu or xalan has failed");
-      return -1;
+      throw parserCrash(kInitializationLine);
   }
 }
 
@@ -104,32 +122,22 @@ int qrkTerminateParser(QrkStruct* ctx) {
   return 0;
 }
 
-int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
-           char* sqlstate, char* msg) {
+// The code of a failed parse is that of its SQLSTATE, and never a success.
+DOM_Document qrkDOM(QrkStruct* ctx, const char* document, int useDbEncoding, int inMemory) {
   QRK_TRACE(ctx, "Entered, input docLoc=%d, input_src %d\ndoc='%.*s...'", inMemory, useDbEncoding,
             kTracedCharacters, document ? document : "");
-  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  setSqlState(report, kSuccessState);
-  DocumentSource source;
-  if (!openDocument(report, document, inMemory != 0, source)) return -1;
-  std::optional<Parse> state;
   try {
-    state.emplace(ctx);
-    if (int rc = chooseEncoding(report, useDbEncoding == 1, source)) return rc;
-    if (useDbEncoding == 1 && ctx && ctx->codePages) QRK_TRACE(ctx, "overriding encoding");
-  } catch (const std::exception&) {
-    return failed(report, Msg::QRKG002E);
-  } catch (const xercesc::OutOfMemoryException&) {
-    return failed(report, Msg::QRKG002E);
-  } catch (const xercesc::XMLException&) {
-    reportParserException(report);
-    return -1;
+    return parse(ctx, document, useDbEncoding == 1, inMemory != 0);
+  } catch (Failure& failure) {
+    throw std::move(failure).withCode(parseCode(ctx, -1, failure.sqlState().c_str()));
   }
-  bool ranOutOfMemory = false;
-  const int rc = run(report, *state, source, result, ranOutOfMemory);
-  state.reset();
-  if (ranOutOfMemory) tellOutOfMemory();
-  return rc;
+}
+
+int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
+           char* sqlstate, char* msg) {
+  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
+  if (sqlstate) std::strcpy(sqlstate, "00000");
+  return statusAtEdge(report, [&] { result = qrkDOM(ctx, document, useDbEncoding, inMemory); });
 }
 
 int parseCode(QrkStruct* ctx, int rc, const char* sqlstate) {

@@ -132,13 +132,13 @@ class QRK_NodeList {
   QrkStruct* ctx;
 };
 
-int qrkInitializeParser(QrkStruct* ctx, char* sqlstate, char* msg);  // 0 or -1
-int qrkTerminateParser(QrkStruct* ctx);                              // 0
+void qrkInitializeParser(QrkStruct* ctx);  // throws when the parser is not there
+int qrkTerminateParser(QrkStruct* ctx);    // 0
 
-// Parses the terminated text (inMemory 1) or the file (0) `document` into `result`. useDbEncoding
-// 1: in the encoding of the database code page. 0, or -1 with message and SQLSTATE; `result` is
-// then unchanged. Nothing that the document names is opened; depth, entity expansion and node
-// counts beyond the limits give QRKQ047E.
+// Parses the terminated text (inMemory 1) or the file (0) `document`. useDbEncoding 1: in the
+// encoding of the database code page. Nothing that the document names is opened; depth, entity
+// expansion and node counts beyond the limits give QRKQ047E.
+DOM_Document qrkDOM(QrkStruct* ctx, const char* document, int useDbEncoding, int inMemory);
 int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
            char* sqlstate, char* msg);
 // The code of a parse that returned `rc` and left its outcome in `sqlstate`. A failed parse is

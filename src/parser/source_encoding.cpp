@@ -11,6 +11,7 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include "orvxml/code_pages.h"
+#include "src/outcome/reported.h"
 #include "src/parser/converting_source.h"
 
 namespace orvxml {
@@ -121,11 +122,6 @@ Converter openConverter(const std::u16string& name) {
   return converter;
 }
 
-bool isDatabaseEncoding(QrkStruct* ctx, const std::u16string& name) {
-  std::u16string own;
-  return databaseEncoding({.ctx = ctx}, own) == 0 && own == name;
-}
-
 Converter databaseConverter(const QrkCodePages& pages) {
   UErrorCode status = U_ZERO_ERROR;
   Converter converter(ucnv_clone(pages.dbConverter, &status));
@@ -143,13 +139,13 @@ InputPtr memorySource(std::string_view bytes, const char16_t* systemId) {
   return source;
 }
 
-int databaseEncoding(const Report& report, std::u16string& name) {
-  if (!report.ctx || !report.ctx->codePages) return 0;
-  char16_t buffer[kEncodingSize] = u"";
-  const int rc = QRK_getEncoding(report.ctx, report.ctx->codePages->dbCodePage, buffer,
-                                 kEncodingSize, report.sqlState, report.msg);
-  if (rc == 0) name = buffer;
-  return rc;
+std::u16string databaseEncoding(QrkStruct* ctx) {
+  if (!ctx || !ctx->codePages) return {};
+  Reported said(ctx);
+  char16_t name[kEncodingSize] = u"";
+  said.require(QRK_getEncoding(ctx, ctx->codePages->dbCodePage, name, kEncodingSize, said.sqlState,
+                               said.msg));
+  return name;
 }
 
 InputPtr inDeclaredEncoding(InputPtr input) {
@@ -170,7 +166,7 @@ InputPtr inEncoding(QrkStruct* ctx, InputPtr input, const std::u16string& name) 
     return input;
   }
   Converter converter =
-      isDatabaseEncoding(ctx, name) ? databaseConverter(*ctx->codePages) : openConverter(name);
+      name == databaseEncoding(ctx) ? databaseConverter(*ctx->codePages) : openConverter(name);
   return std::make_unique<ConvertingSource>(std::move(input), std::move(converter), 0);
 }
 

@@ -18,9 +18,9 @@ using InputPtr = std::unique_ptr<xercesc::InputSource>;
 // Bytes that must live as long as the source.
 InputPtr memorySource(std::string_view bytes, const char16_t* systemId);
 
-// The name of the encoding of the database code page; empty in a context without code pages. 0 or
-// the failure's code (QRKG008E).
-int databaseEncoding(const Report& report, std::u16string& name);
+// The name of the encoding of the database code page; empty in a context without code pages.
+// QRKG008E for a code page that has none.
+std::u16string databaseEncoding(QrkStruct* ctx);
 
 // The input, to be read in the encoding that its XML declaration names.
 InputPtr inDeclaredEncoding(InputPtr input);

@@ -1,5 +1,6 @@
 // Copies of one element's attributes.
 #include "orvxml/trace.h"
+#include "src/outcome/failure.h"
 #include "orvxml/utilities.h"
 #include "src/xmlcolumn/location_path_steps.h"
 
@@ -33,11 +34,7 @@ void QrkAttrs::initialize(const xercesc::Attributes& attributes) {
 void QrkAttrs::checkIndex(XMLSize_t index, int line) const {
   if (index < count_) return;
   QRK_TRACE(ctx_, "Index (%d) out of range.", static_cast<int>(index));
-  QRKException failure;
-  failure.ctx = ctx_;
-  fail(Report{.ctx = ctx_, .msg = failure.message}, Msg::QRKG001E, buildDateAndTime(), kModule,
-       line);
-  throw failure;
+  throw Failure(Msg::QRKG001E, buildDateAndTime(), kModule, line);
 }
 
 const XMLCh* QrkAttrs::getQName(XMLSize_t index) const {

@@ -9,6 +9,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 namespace {
@@ -78,23 +79,20 @@ void qrkSgDocHandler::composeEndElement(const XMLCh* name) {
   result.addToCurrentItem(u">");
 }
 
-bool qrkSgDocHandler::retrieve(const Report& report, int maxBytes, QrkExtractResult& values) {
+void qrkSgDocHandler::retrieve(int maxBytes, QrkExtractResult& values) {
   bool fits = result.complete();
   for (uint32_t i = 0; i < result.count() && fits; ++i) {
     fits = result.item(i).size() < static_cast<size_t>(maxBytes);
   }
   if (!fits) {
     QRK_TRACE(ctx, "extract result exceeds %d", maxBytes);
-    fail(report, Msg::QRKC013E);
-    return false;
+    throw Failure(Msg::QRKC013E);
   }
   try {
     handOver(values);
-    return true;
   } catch (const std::bad_alloc&) {
     qrkFreeArray(ctx, &values);
-    fail(report, Msg::QRKG002E);
-    return false;
+    throw;
   }
 }
 
@@ -121,20 +119,16 @@ void qrkSgDocHandler::debugPrintResult() {
 void qrkSgDocHandler::warning(const xercesc::SAXParseException& problem) {
   throw xercesc::SAXParseException(problem);
 }
-bool convertText(const Report& report, const char* text, std::u16string& converted) {
-  if (!text) {
-    fail(report, Msg::QRKG004E);
-    return false;
-  }
-  if (toUtf16(report.ctx, text, converted)) return true;
-  fail(report, Msg::QRKD002E, kNotConverted);
-  return false;
+
+std::u16string convertText(QrkStruct* ctx, const char* text) {
+  if (!text) throw Failure(Msg::QRKG004E);
+  std::u16string converted;
+  if (!toUtf16(ctx, text, converted)) throw Failure(Msg::QRKD002E, kNotConverted);
+  return converted;
 }
 
-bool acceptPath(const Report& report, const qrkSgDocHandler& handler) {
-  if (handler.getState() == 0) return true;
-  fail(report, Msg::QRKD002E, handler.getState());
-  return false;
+void acceptPath(const qrkSgDocHandler& handler) {
+  if (handler.getState() != 0) throw Failure(Msg::QRKD002E, handler.getState());
 }
 
 }  // namespace orvxml

@@ -12,16 +12,14 @@ namespace orvxml {
 // Every problem that the parser reports ends the parse, a warning as well.
 class qrkSgDocHandler : public ThrowingHandler {
  public:
-  // `path` must live, unchanged, as long as the handler. Out of memory: a QRKException or
-  // std::bad_alloc.
+  // `path` must live, unchanged, as long as the handler.
   qrkSgDocHandler(QrkStruct* context, XMLCh* path, bool selectsMarkup = false);
 
   // 0, or the position of an error in the path.
   int32_t getState() const { return query.state; }
-  // The values in the database code page, for qrkFreeArray. False with QRKC013E when one does not
-  // convert or needs more than `maxBytes` with its terminator, QRKG002E out of memory; `values` is
-  // then empty.
-  bool retrieve(const Report& report, int maxBytes, QrkExtractResult& values);
+  // The values in the database code page, for qrkFreeArray. QRKC013E when one does not convert or
+  // needs more than `maxBytes` with its terminator; `values` is empty after a failure.
+  void retrieve(int maxBytes, QrkExtractResult& values);
   // The values on standard output.
   void debugPrintResult();
 
@@ -55,10 +53,10 @@ class qrkSgDocHandler : public ThrowingHandler {
   uint32_t below_ = 0;  // open elements below one that settles their state: they are only counted
 };
 
-// A path or value of a call in UTF-16. False with QRKG004E for null, QRKD002E for a text that does
-// not convert.
-bool convertText(const Report& report, const char* text, std::u16string& converted);
-// False with QRKD002E when the path of `handler` has an error.
-bool acceptPath(const Report& report, const qrkSgDocHandler& handler);
+// A path or value of a call in UTF-16. QRKG004E for null, QRKD002E for a text that does not
+// convert.
+std::u16string convertText(QrkStruct* ctx, const char* text);
+// QRKD002E when the path of `handler` has an error.
+void acceptPath(const qrkSgDocHandler& handler);
 
 }  // namespace orvxml

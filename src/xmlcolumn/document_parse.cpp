@@ -1,10 +1,14 @@
 #include "src/xmlcolumn/document_parse.h"
 
+#include <new>
+
 #include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include "orvxml/code_pages.h"
 #include "src/outcome/thread_kept.h"
+#include "src/parser/parser_failures.h"
 #include "src/parser/parser_handlers.h"
 
 namespace orvxml {
@@ -47,43 +51,41 @@ std::u16string faultyFile() {
 
 }  // namespace
 
-bool parseDocument(const Report& report, xercesc::SAX2XMLReader& parser,
+void parseDocument(QrkStruct* ctx, xercesc::SAX2XMLReader& parser,
                    const xercesc::InputSource& source, std::u16string* faulty) {
   try {
     parser.parse(source);
-    setSqlState(report, "00000");
-    return true;
+  } catch (const Failure&) {
+    throw;
   } catch (const UnreadableSource&) {
-    fail(report, Msg::QRKC000E);
-    return false;
+    throw Failure(Msg::QRKC000E);
   } catch (const std::bad_alloc&) {
-    return outOfMemory(report);
+    throw;
   } catch (const xercesc::OutOfMemoryException&) {
-    return outOfMemory(report);
+    throw;
   } catch (...) {
     if (faulty) *faulty = faultyFile();
-    if (!reportParserException(report)) setSqlState(report, kParserState);
-    return false;
+    if (std::optional<Failure> failure = parserFailure(ctx)) throw *failure;
+    throw Failure::said(kParserCode, "").withState(kParserState);
   }
 }
 
-bool readDocument(const Report& report, DocumentSource& source, bool inDbEncoding,
+void readDocument(QrkStruct* ctx, DocumentSource& source, bool inDbEncoding,
                   xercesc::DefaultHandler& handler, xercesc::XMLDocumentHandler* declarations) {
-  ParserPtr parser = takeParser(report.ctx);
-  qrkNonValidateHandler outside(report.ctx);
+  ParserPtr parser = takeParser(ctx);
+  qrkNonValidateHandler outside(ctx);
   parser->setContentHandler(&handler);
   parser->setErrorHandler(&handler);
   parser->setEntityResolver(&outside);
   parser->setDTDHandler(&handler);
   parser->setLexicalHandler(&handler);
   if (declarations) parser->installAdvDocHandler(declarations);
-  if (chooseEncoding(report, inDbEncoding, source) != 0) return false;
+  chooseEncoding(ctx, inDbEncoding, source);
   parser->setDocumentSize(source.bytes);
-  if (!parseDocument(report, *parser, *source.input)) return false;
+  parseDocument(ctx, *parser, *source.input);
   if (declarations) parser->removeAdvDocHandler(declarations);
   ParserPtr* const idle = idleParser();
   if (idle && source.bytes <= kMaxDocumentBytes && parser->isReusable()) *idle = std::move(parser);
-  return true;
 }
 
 }  // namespace orvxml

@@ -16,8 +16,6 @@
 namespace orvxml {
 namespace {
 
-constexpr char kModule[] = "qrkextract";
-
 // Collects the selected attributes' values, the selected elements' own text, or with markup the
 // selected elements with all that stands inside them.
 class qrkExtractHandler : public qrkSgDocHandler {
@@ -84,38 +82,33 @@ void tellPath(std::u16string_view path) {
   if (noticeListener() && toDatabase(nullptr, path, utf8)) tellReason("value", utf8);
 }
 
-bool extract(const Report& report, const Extraction& wanted, QrkExtractResult& values) {
-  if (wanted.maxBytes <= 0) {
-    fail(report, Msg::QRKG004E);
-    return false;
-  }
+void extract(QrkStruct* ctx, const Extraction& wanted, QrkExtractResult& values) {
+  if (wanted.maxBytes <= 0) throw Failure(Msg::QRKG004E);
   const bool isText = wanted.isText && wanted.document;
   DocumentSource file;
-  if (!isText && !openDocument(report, wanted.document, false, file)) return false;
-  std::u16string path;
-  if (!convertText(report, wanted.path, path)) return false;
+  if (!isText) file = openDocument(ctx, wanted.document, false);
+  std::u16string path = convertText(ctx, wanted.path);
   tellPath(path);
-  qrkExtractHandler handler(report.ctx, wanted.format, path.data());
-  if (!acceptPath(report, handler)) return false;
-  const bool isRead = isText
-                          ? readDocumentOnce(report, wanted.document, wanted.inDbEncoding, handler)
-                          : readDocument(report, file, wanted.inDbEncoding, handler, nullptr);
-  return isRead && handler.retrieve(report, wanted.maxBytes, values);
+  qrkExtractHandler handler(ctx, wanted.format, path.data());
+  acceptPath(handler);
+  if (isText) {
+    readDocumentOnce(ctx, wanted.document, wanted.inDbEncoding, handler);
+  } else {
+    readDocument(ctx, file, wanted.inDbEncoding, handler, nullptr);
+  }
+  handler.retrieve(wanted.maxBytes, values);
 }
 
-int extractOnly(const Report& report, const Extraction& wanted, char** value) {
-  QrkExtractResult values{};
-  const auto run = [&] { return extract(report, wanted, values); };
-  if (!reported(report, kModule, run)) return -1;
-  if (!values.values[0]) {
-    fail(report, Msg::QRKD003W);
-  } else if (values.values[1]) {
-    fail(report, Msg::QRKD001E, wanted.path);
-  } else {
-    *value = std::exchange(values.values[0], nullptr);
-  }
-  qrkFreeArray(report.ctx, &values);
-  return *value && **value ? 0 : -1;
+// Null after a failure, and after reading none or several.
+char* extractOnly(QrkStruct* ctx, const Extraction& wanted) {
+  struct Values : QrkExtractResult {
+    Values() : QrkExtractResult{} {}
+    ~Values() { qrkFreeArray(nullptr, this); }
+  } found;
+  extract(ctx, wanted, found);
+  if (!found.values[0]) throw Failure(Msg::QRKD003W);
+  if (found.values[1]) throw Failure(Msg::QRKD001E, wanted.path);
+  return std::exchange(found.values[0], nullptr);
 }
 
 // For the trace.
@@ -143,9 +136,10 @@ int extractAll(orvxml::QrkStruct* ctx, char* document, int useDbEncoding, int in
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
   if (!result) return failed(report, Msg::QRKG004E);
   *result = {};
-  const bool done = reported(report, kModule, [&] { return extract(report, call, *result); });
+  beginOutcome(report);
+  const int rc = statusAtEdge(report, [&] { extract(ctx, call, *result); });
   if (sqlstate) std::memcpy(result->sqlstate, sqlstate, kSqlStateSize);
-  return done ? 0 : -1;
+  return rc;
 }
 
 void qrkFreeArray(orvxml::QrkStruct*, orvxml::QrkExtractResult* result) {
@@ -166,5 +160,7 @@ int extractOne(orvxml::QrkStruct* ctx, char* document, int useDbEncoding, int in
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
   if (!value) return failed(report, Msg::QRKG004E);
   *value = nullptr;
-  return extractOnly(report, call, value);
+  beginOutcome(report);
+  statusAtEdge(report, [&] { *value = extractOnly(ctx, call); });
+  return *value && **value ? 0 : -1;
 }

@@ -12,14 +12,10 @@ QrkCurrentPath::~QrkCurrentPath() {
 }
 
 void QrkCurrentPath::push(const XMLCh* name, const xercesc::Attributes& attributes) {
-  try {
-    // On the spare list until it is complete, so that no failure loses it.
-    if (!spare_) spare_ = new QrkCurrentPathNode{.name = {}, .attrs = QrkAttrs(ctx)};
-    spare_->name = name;
-    spare_->attrs.initialize(attributes);
-  } catch (const std::bad_alloc&) {
-    throwOutOfMemory(ctx);
-  }
+  // On the spare list until it is complete, so that no failure loses it.
+  if (!spare_) spare_ = new QrkCurrentPathNode{.name = {}, .attrs = QrkAttrs(ctx)};
+  spare_->name = name;
+  spare_->attrs.initialize(attributes);
   QrkCurrentPathNode* const node = std::exchange(spare_, spare_->next);
   node->next = nullptr;
   node->parent = tail;

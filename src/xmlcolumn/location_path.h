@@ -44,7 +44,7 @@ class QrkAttrs : public PlainAttributes {
   void initialize(const xercesc::Attributes& attributes);
   XMLSize_t getLength() const override { return count_; }
   const XMLCh* getQName(XMLSize_t index) const override;  // null past the end
-  // Past the end these two throw a QRKException with QRKG001E.
+  // Past the end these two fail with QRKG001E.
   const XMLCh* getName(XMLSize_t index) const;
   const XMLCh* getValue(XMLSize_t index) const override;
   const XMLCh* getValue(const XMLCh* qname) const override;  // null when there is none
@@ -69,7 +69,6 @@ struct QrkCurrentPathNode {
 };
 
 // The stack of open elements, from the document element (head) to the innermost one (tail).
-// Out of memory: push throws a QRKException with QRKG002E.
 class QrkCurrentPath {
  public:
   explicit QrkCurrentPath(QrkStruct* context) : ctx(context) {}
@@ -94,8 +93,7 @@ struct QrkQueryChunk;
 struct QrkQueryChunks;
 
 // A compiled path. Its steps point into `path`, which must live, unchanged, as long as the query.
-// Compiling takes time linear in the length of the path. Out of memory: the constructor throws a
-// QRKException with QRKG002E.
+// Compiling takes time linear in the length of the path.
 class QrkQuery {
  public:
   QrkQuery(QrkStruct* ctx, XMLCh* path);

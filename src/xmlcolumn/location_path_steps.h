@@ -26,7 +26,4 @@ struct QrkQueryChunks {
   QrkQueryChunks* next = nullptr;
 };
 
-// Throws the QRKException that stops a parse or a compilation for want of memory (QRKG002E).
-[[noreturn]] void throwOutOfMemory(QrkStruct* ctx);
-
 }  // namespace orvxml

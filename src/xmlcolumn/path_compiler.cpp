@@ -236,19 +236,12 @@ class PathCompiler {
 
 }  // namespace
 
-void throwOutOfMemory(QrkStruct* ctx) {
-  QRKException failure;
-  failure.ctx = ctx;
-  fail(Report{.ctx = ctx, .msg = failure.message}, Msg::QRKG002E);
-  throw failure;
-}
-
 QrkQuery::QrkQuery(QrkStruct* context, XMLCh* text) : ctx(context), path(text) {
   try {
     PathCompiler(*this).compile();
   } catch (const std::bad_alloc&) {
     cleanup();
-    throwOutOfMemory(ctx);
+    throw;
   }
 }
 

@@ -61,15 +61,14 @@ class RecordingHandler : public xercesc::DefaultHandler {
 
 class RecentDocument {
  public:
-  bool read(const Report& report, std::string_view text, bool inDbEncoding,
-            qrkSgDocHandler& handler) {
+  void read(QrkStruct* ctx, std::string_view text, bool inDbEncoding, qrkSgDocHandler& handler) {
     const int32_t encoding =
-        inDbEncoding && report.ctx->codePages ? report.ctx->codePages->dbCodePage : kAsDeclared;
+        inDbEncoding && ctx->codePages ? ctx->codePages->dbCodePage : kAsDeclared;
     const bool isAgain = isKnown_ && encoding == encoding_ && text == text_;
     if (isAgain && isTaped_) {
       wasAskedAgain_ = true;
       tape_.replay(handler);
-      return true;
+      return;
     }
     const bool records = isAgain || wasAskedAgain_;
     wasAskedAgain_ = isAgain;
@@ -77,22 +76,19 @@ class RecentDocument {
     isKnown_ = isTaped_ = false;
     if (!isAgain) text_ = text;
     encoding_ = encoding;
-    if (!parse(report, text, inDbEncoding, handler, records)) return false;
+    parse(ctx, text, inDbEncoding, handler, records);
     isKnown_ = true;
-    return true;
   }
 
  private:
-  bool parse(const Report& report, std::string_view text, bool inDbEncoding,
-             qrkSgDocHandler& handler, bool records) {
-    DocumentSource source;
-    if (!openDocument(report, text.data(), true, source)) return false;
-    if (!records) return readDocument(report, source, inDbEncoding, handler, nullptr);
+  void parse(QrkStruct* ctx, std::string_view text, bool inDbEncoding, qrkSgDocHandler& handler,
+             bool records) {
+    DocumentSource source = openDocument(ctx, text.data(), true);
+    if (!records) return readDocument(ctx, source, inDbEncoding, handler, nullptr);
     tape_.clear();
     RecordingHandler recording(handler, tape_);
-    if (!readDocument(report, source, inDbEncoding, recording, nullptr)) return false;
+    readDocument(ctx, source, inDbEncoding, recording, nullptr);
     isTaped_ = recording.isComplete();
-    return true;
   }
 
   std::string text_;
@@ -105,15 +101,14 @@ class RecentDocument {
 
 }  // namespace
 
-bool readDocumentOnce(const Report& report, const char* text, bool inDbEncoding,
+void readDocumentOnce(QrkStruct* ctx, const char* text, bool inDbEncoding,
                       qrkSgDocHandler& handler) {
   static const ThreadKept<RecentDocument> kKept;
   const std::string_view document(text);
   RecentDocument* const recent = document.size() <= kMaxTextBytes ? kKept.get() : nullptr;
-  if (recent) return recent->read(report, document, inDbEncoding, handler);
-  DocumentSource source;
-  return openDocument(report, text, true, source) &&
-         readDocument(report, source, inDbEncoding, handler, nullptr);
+  if (recent) return recent->read(ctx, document, inDbEncoding, handler);
+  DocumentSource source = openDocument(ctx, text, true);
+  readDocument(ctx, source, inDbEncoding, handler, nullptr);
 }
 
 }  // namespace orvxml

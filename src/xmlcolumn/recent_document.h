@@ -13,7 +13,7 @@
 namespace orvxml {
 
 // As readDocument without declarations, for a terminated text.
-bool readDocumentOnce(const Report& report, const char* text, bool inDbEncoding,
+void readDocumentOnce(QrkStruct* ctx, const char* text, bool inDbEncoding,
                       qrkSgDocHandler& handler);
 
 }  // namespace orvxml

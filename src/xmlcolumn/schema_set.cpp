@@ -7,8 +7,7 @@
 #include <algorithm>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/notices.h"
-#include "src/outcome/parser_failures.h"
+#include "src/parser/parser_failures.h"
 #include "src/text/markup.h"
 #include "src/xmlcolumn/document_parse.h"
 #include "src/xmlcolumn/notice_text.h"
@@ -69,126 +68,98 @@ std::string decoded(std::string_view uri) {
 
 }  // namespace
 
-void tellFaultyFile(const std::string& name, const std::string& note) {
-  NoticeListener* const listener = noticeListener();
-  if (!listener || name.empty()) return;
-  Notice place;
-  place.kind = Notice::kPlace;
-  place.file = name;
-  place.text = note;
-  listener->notice(place);
+Failure SchemaSet::in(std::u16string_view id, Failure failure) const {
+  failure.inFile(shownName(id));
+  return failure;
 }
 
-bool SchemaSet::refuse(Msg message, const std::u16string& id) const {
-  fail(report_, message);
-  tellFaultyFile(shownName(id));
-  return false;
-}
-
-bool SchemaSet::refuse(const char* reason, const std::u16string& id) const {
-  reportParserError(report_, "", "", reason);
-  tellFaultyFile(shownName(id));
-  return false;
-}
-
-bool SchemaSet::load(const char16_t* location) {
+void SchemaSet::load(const char16_t* location) {
   location_ = location ? location : u"";
   // The name as the database writes it, or else in UTF-8, as most names of files are.
   std::string name;
-  const bool converts = toDatabase(report_.ctx, location_, name);
+  const bool converts = toDatabase(ctx_, location_, name);
   Path named(converts ? name : std::string());
   if (!isRegular(named)) named = utf8Text(location_);
   std::error_code failure;
-  if (!isRegular(named)) return refuse(Msg::QRKC001E, {});
+  if (!isRegular(named)) throw in({}, Failure(Msg::QRKC001E));
   // A file that is open and has lost its name has none without links.
   Path path = std::filesystem::canonical(named, failure);
   if (failure) path = named;
   folder_ = path.parent_path();
-  File* const file = read(path);
-  if (!file || !scan(*file, {})) return false;
+  scan(read(path), {});
   for (size_t i = 0; i < scans_.size(); ++i) {
-    for (const SchemaPart& wanted : scans_[i].content.parts()) {
-      if (!take(wanted, scans_[i])) return false;
-    }
+    for (const SchemaPart& wanted : scans_[i].content.parts()) take(wanted, scans_[i]);
   }
-  if (!isBounded()) return false;
+  requireBounds();
   const std::u16string& space = scans_.front().content.targetNamespace();
-  if (!space.empty()) {
-    std::u16string escaped;
-    appendEscaped(escaped, space);
-    importing_ =
-        "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"><xs:import namespace=\"" +
-        utf8Text(escaped) + "\" schemaLocation=\"schema\"/></xs:schema>";
-  }
-  return true;
+  if (space.empty()) return;
+  std::u16string escaped;
+  appendEscaped(escaped, space);
+  importing_ = "<xs:schema xmlns:xs=\"http://www.w3.org/2001/XMLSchema\"><xs:import namespace=\"" +
+               utf8Text(escaped) + "\" schemaLocation=\"schema\"/></xs:schema>";
 }
 
-bool SchemaSet::take(const SchemaPart& wanted, const Scan& from) {
+void SchemaSet::take(const SchemaPart& wanted, const Scan& from) {
   const Path path = part(wanted.location, from.file->path);
   if (path.empty()) {
     if (!wanted.location.empty() && note_.empty()) {
       note_ = "'" + utf8Text(wanted.location) +
               "' is not read: no file in the schema's folder or below";
     }
-    return true;
+    return;
   }
-  File* file = find(path);
-  if (!file) file = read(path);
-  return file && scan(*file, wanted.isImport ? std::u16string() : from.content.targetNamespace());
+  File* const known = find(path);
+  scan(known ? *known : read(path),
+       wanted.isImport ? std::u16string() : from.content.targetNamespace());
 }
 
-bool SchemaSet::isBounded() const {
+void SchemaSet::requireBounds() const {
   std::vector<const SchemaScan*> scans;
   for (const Scan& scan : scans_) scans.push_back(&scan.content);
   const std::optional<SchemaExcess> excess = excessOf(scans);
-  if (!excess) return true;
+  if (!excess) return;
   const auto faulty = std::find_if(scans_.begin(), scans_.end(),
                                    [&](const Scan& scan) { return &scan.content == excess->file; });
-  if (excess->line > 0) {
-    reportParserError(report_, excess->line, excess->column, excess->reason);
-  } else {
-    reportParserError(report_, "", "", excess->reason);
-  }
-  tellFaultyFile(shownName(faulty == scans_.end() ? std::u16string_view() : faulty->file->id));
-  return false;
+  const auto known = [&](uint64_t number) {
+    return excess->line > 0 ? std::optional<uint64_t>(number) : std::nullopt;
+  };
+  throw in(faulty == scans_.end() ? std::u16string_view() : faulty->file->id,
+           parserFailure(ctx_, known(excess->line), known(excess->column), excess->reason));
 }
 
-SchemaSet::File* SchemaSet::read(const Path& path) {
+SchemaSet::File& SchemaSet::read(const Path& path) {
   const std::string id = "IdForSchemaFile" + std::to_string(files_.size());
   File& file = files_.emplace_back();
   file.path = path;
   file.id.assign(id.begin(), id.end());
   byPath_[path] = &file;
   const Descriptor descriptor(path);
-  if (descriptor.get() < 0) {
-    refuse(Msg::QRKC000E, file.id);
-    return nullptr;
-  }
+  if (descriptor.get() < 0) throw in(file.id, Failure(Msg::QRKC000E));
   if (!readAll(descriptor.get(), kMaxSchemaBytes - bytes_, file.text)) {
-    refuse("The schema is too large, or cannot be read.", file.id);
-    return nullptr;
+    throw in(file.id, parserFailure(ctx_, {}, {}, "The schema is too large, or cannot be read."));
   }
   bytes_ += file.text.size();
-  return &file;
+  return file;
 }
 
-bool SchemaSet::scan(File& file, const std::u16string& space) {
+void SchemaSet::scan(File& file, const std::u16string& space) {
   if (file.hasOwnSpace ||
       std::find(file.spaces.begin(), file.spaces.end(), space) != file.spaces.end()) {
-    return true;
+    return;
   }
-  if (scans_.size() == kMaxSchemaFiles) return refuse("The schema has too many files.", file.id);
+  if (scans_.size() == kMaxSchemaFiles) {
+    throw in(file.id, parserFailure(ctx_, {}, {}, "The schema has too many files."));
+  }
   file.spaces.push_back(space);
   SchemaScan& content = scans_.emplace_back(file, space).content;
-  DocumentSource source;
-  source.input = memorySource(file.text, file.id.c_str());
-  source.bytes = file.text.size();
-  if (!readDocument(report_, source, false, content, nullptr)) {
-    tellFaultyFile(shownName(file.id));
-    return false;
+  DocumentSource source{memorySource(file.text, file.id.c_str()), file.text.size()};
+  try {
+    readDocument(ctx_, source, false, content, nullptr);
+  } catch (Failure& failure) {
+    failure.inFile(shownName(file.id));
+    throw;
   }
   file.hasOwnSpace = !content.isOfNoSpace();
-  return true;
 }
 
 SchemaSet::Path SchemaSet::part(std::u16string_view location, const Path& base) const {

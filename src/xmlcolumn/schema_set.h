@@ -18,6 +18,7 @@
 #include <xercesc/util/XMLEntityResolver.hpp>
 #include <xercesc/util/XMLResourceIdentifier.hpp>
 
+#include "src/outcome/failure.h"
 #include "src/parser/parser_handlers.h"
 #include "src/xmlcolumn/schema_limits.h"
 
@@ -28,12 +29,11 @@ class SchemaSet : public xercesc::XMLEntityResolver {
   using Path = std::filesystem::path;
 
   // `document` answers for what the document asks. Both must outlive the set.
-  SchemaSet(const Report& report, qrkNonValidateHandler& document)
-      : report_(report), document_(document) {}
+  SchemaSet(QrkStruct* ctx, qrkNonValidateHandler& document) : ctx_(ctx), document_(document) {}
 
-  // Reads the schema. False, and reported, when it or a part of it is missing (QRKC001E), cannot be
-  // read (QRKC000E), is no XML or out of proportion (QRKQ047E); a notice then names the file.
-  bool load(const char16_t* location);
+  // Reads the schema. It fails, in the file's name, when it or a part of it is missing (QRKC001E),
+  // cannot be read (QRKC000E), is no XML or out of proportion (QRKQ047E).
+  void load(const char16_t* location);
   xercesc::InputSource* resolveEntity(xercesc::XMLResourceIdentifier* wanted) override;
 
   bool hasDtd() const;
@@ -59,20 +59,18 @@ class SchemaSet : public xercesc::XMLEntityResolver {
     SchemaScan content;
   };
 
-  // Null or false: refused, and reported.
-  File* read(const Path& path);
-  bool take(const SchemaPart& wanted, const Scan& from);
-  bool scan(File& file, const std::u16string& space);
-  bool isBounded() const;
+  File& read(const Path& path);
+  void take(const SchemaPart& wanted, const Scan& from);
+  void scan(File& file, const std::u16string& space);
+  void requireBounds() const;
   // The file that `location` means in a schema of this base; empty when it must not be read.
   Path part(std::u16string_view location, const Path& base) const;
   File* find(const Path& path) const;
   const File* withId(std::u16string_view id) const;
   const File* fileOf(const XMLCh* location, const XMLCh* base) const;
-  bool refuse(Msg message, const std::u16string& id) const;
-  bool refuse(const char* reason, const std::u16string& id) const;
+  Failure in(std::u16string_view id, Failure failure) const;
 
-  const Report& report_;
+  QrkStruct* const ctx_;
   qrkNonValidateHandler& document_;
   std::u16string location_;
   Path folder_;  // of the schema, without links
@@ -83,9 +81,5 @@ class SchemaSet : public xercesc::XMLEntityResolver {
   std::string note_;
   std::string importing_;  // the schema that imports the named one; empty: none is needed
 };
-
-// Tells the listener of this thread, if there is one, in which file the place of the failure is,
-// and what the message lacks.
-void tellFaultyFile(const std::string& name, const std::string& note = "");
 
 }  // namespace orvxml

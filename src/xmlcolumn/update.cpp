@@ -12,13 +12,12 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
+#include "src/outcome/reported.h"
 #include "src/xmlcolumn/document_handler.h"
 #include "src/xmlcolumn/document_parse.h"
 
 namespace orvxml {
 namespace {
-
-constexpr char kModule[] = "qrkupdate";
 
 bool isGiven(const XMLCh* text) {
   return text && *text;
@@ -156,27 +155,19 @@ struct Update {
   int maxBytes;
 };
 
-bool update(const Report& report, const Update& wanted, char*& updated) {
-  if (!wanted.path || !wanted.newValue || wanted.maxBytes <= 0) {
-    fail(report, Msg::QRKG004E);
-    return false;
-  }
-  if (!isXmlText(wanted.newValue)) {
-    fail(report, Msg::QRKD000E);
-    return false;
-  }
-  qrkUpdateHandler handler(report.ctx, wanted.path, wanted.newValue);
+char* update(QrkStruct* ctx, const Update& wanted) {
+  if (!wanted.path || !wanted.newValue || wanted.maxBytes <= 0) throw Failure(Msg::QRKG004E);
+  if (!isXmlText(wanted.newValue)) throw Failure(Msg::QRKD000E);
+  qrkUpdateHandler handler(ctx, wanted.path, wanted.newValue);
   qrkAdvHandler declarations(handler);
-  DocumentSource source;
+  acceptPath(handler);
+  DocumentSource source = openDocument(ctx, wanted.document, wanted.isText);
+  readDocument(ctx, source, wanted.inDbEncoding, handler, &declarations);
   QrkExtractResult values{};
-  const bool done = acceptPath(report, handler) &&
-                    openDocument(report, wanted.document, wanted.isText, source) &&
-                    readDocument(report, source, wanted.inDbEncoding, handler, &declarations) &&
-                    handler.retrieve(report, wanted.maxBytes, values);
-  if (!done) return false;
-  updated = std::exchange(values.values[0], nullptr);
-  qrkFreeArray(report.ctx, &values);
-  return true;
+  handler.retrieve(wanted.maxBytes, values);
+  char* const updated = std::exchange(values.values[0], nullptr);
+  qrkFreeArray(ctx, &values);
+  return updated;
 }
 
 // A document too large for memory, in a temporary file as long as this lives.
@@ -190,14 +181,12 @@ class SpilledDocument {
   SpilledDocument& operator=(const SpilledDocument&) = delete;
 
   char* name() const { return name_.get(); }
-  bool write(const Report& report, std::string_view document) {
+  void write(std::string_view document) {
     name_.reset(qrk_tempFilename(ctx_));
-    if (!name_) {
-      fail(report, Msg::QRKC012E);
-      return false;
-    }
-    return qrk_buf2file(ctx_, document.data(), static_cast<int>(document.size()), name_.get(),
-                        report.sqlState, report.msg) == 0;
+    if (!name_) throw Failure(Msg::QRKC012E);
+    Reported said(ctx_);
+    said.require(qrk_buf2file(ctx_, document.data(), static_cast<int>(document.size()), name_.get(),
+                              said.sqlState, said.msg));
   }
 
  private:
@@ -206,27 +195,33 @@ class SpilledDocument {
 };
 
 // The update of a call with texts in the database code page.
-bool updateFromBuffer(const Report& report, char* document, const char* path, const char* newValue,
-                      int maxBytes, char*& updated) {
-  if (!document) {
-    fail(report, Msg::QRKG004E);
-    return false;
-  }
-  std::u16string value, location;
-  if (!convertText(report, newValue, value) || !convertText(report, path, location)) return false;
+char* updateFromBuffer(QrkStruct* ctx, char* document, const char* path, const char* newValue,
+                       int maxBytes) {
+  if (!document) throw Failure(Msg::QRKG004E);
+  const std::u16string value = convertText(ctx, newValue);
+  std::u16string location = convertText(ctx, path);
   Update wanted{document, true, true, location.data(), value.c_str(), maxBytes};
-  SpilledDocument file(report.ctx);
+  SpilledDocument file(ctx);
   const size_t length = std::strlen(document);
-  const int32_t threshold = std::max(report.ctx ? report.ctx->fileThreshold : 0, kMinFileThreshold);
+  const int32_t threshold = std::max(ctx ? ctx->fileThreshold : 0, kMinFileThreshold);
   if (length >= static_cast<size_t>(threshold)) {
-    if (!file.write(report, {document, length})) return false;
+    file.write({document, length});
     wanted.document = file.name();
     wanted.isText = false;
   }
-  const bool done = update(report, wanted, updated);
-  QRK_TRACE(report.ctx, "call qrkUpdate() with docSrc = %s return rc=%d",
-            wanted.isText ? "QRK_MEM" : "QRK_FILE", done ? 0 : -1);
-  return done;
+  char* updated = nullptr;
+  const auto trace = [&](int rc) {
+    QRK_TRACE(ctx, "call qrkUpdate() with docSrc = %s return rc=%d",
+              wanted.isText ? "QRK_MEM" : "QRK_FILE", rc);
+  };
+  try {
+    updated = update(ctx, wanted);
+  } catch (const Failure&) {
+    trace(-1);
+    throw;
+  }
+  trace(0);
+  return updated;
 }
 
 // The result of a call for its caller.
@@ -234,7 +229,8 @@ template <class Work>
 int call(const Report& report, char** result, Work work) {
   if (!result) return failed(report, Msg::QRKG004E);
   *result = nullptr;
-  return reported(report, kModule, [&] { return work(*result); }) ? 0 : -1;
+  beginOutcome(report);
+  return statusAtEdge(report, [&] { *result = work(); });
 }
 
 }  // namespace
@@ -245,9 +241,8 @@ int qrkUpdate(orvxml::QrkStruct* ctx, char* document, int inMemory, int useDbEnc
               char* msg) {
   using namespace orvxml;
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  return call(report, result, [&](char*& updated) {
-    return update(report, {document, inMemory == 1, useDbEncoding == 1, path, newValue, maxBytes},
-                  updated);
+  return call(report, result, [&] {
+    return update(ctx, {document, inMemory == 1, useDbEncoding == 1, path, newValue, maxBytes});
   });
 }
 
@@ -256,7 +251,6 @@ int qrkUpdateFromBuf(orvxml::QrkStruct* ctx, char* document, char* path, char* n
   using namespace orvxml;
   QRK_TRACE(ctx, "Entered,with query='%s' and value='%s'", textOrNull(path), textOrNull(newValue));
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  return call(report, result, [&](char*& updated) {
-    return updateFromBuffer(report, document, path, newValue, maxBytes, updated);
-  });
+  return call(report, result,
+              [&] { return updateFromBuffer(ctx, document, path, newValue, maxBytes); });
 }

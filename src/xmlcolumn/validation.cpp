@@ -2,7 +2,8 @@
 // names. Nothing that the document names is opened.
 #include "orvxml/validation.h"
 
-#include <cstring>
+#include <optional>
+#include <utility>
 
 #include <xercesc/util/XMLUni.hpp>
 
@@ -18,7 +19,6 @@ namespace {
 
 using xercesc::XMLUni;
 
-constexpr char kModule[] = "qrkvalid";
 constexpr int kTracedCharacters = 300;
 
 struct Document {
@@ -42,20 +42,33 @@ class Judging : public Base {
   bool metRoot_ = false;
 };
 
-// The parse itself, with its handlers installed but for the entity resolver. `faulty` is the file
-// in which it ended early, as the parser names it.
+// What a document was found to be, and why.
+struct Judgement {
+  QrkVerdict verdict = kNotJudged;
+  std::optional<Failure> failure = {};
+  // The file in which the parse ended early, as the parser names it, when it is not the document.
+  std::u16string faulty = {};
+};
+
+// The parse itself, with its handlers installed but for the entity resolver.
 template <class Handler>
-int judge(const Report& report, qrkSAX2XMLReaderImpl& parser, Handler& handler,
-          DocumentSource& source, bool inDbEncoding, std::u16string& faulty) {
+Judgement judge(QrkStruct* ctx, qrkSAX2XMLReaderImpl& parser, Handler& handler,
+                DocumentSource& source, bool inDbEncoding) {
   parser.setContentHandler(&handler);
   parser.setErrorHandler(&handler);
   parser.setDocumentSize(source.bytes);
-  if (chooseEncoding(report, inDbEncoding, source) != 0) return kNotJudged;
-  if (parseDocument(report, parser, *source.input, &faulty)) return kValid;
-  const XMLCh* const own = source.input->getSystemId();
-  const bool isElsewhere = !faulty.empty() && (!own || faulty != own);
-  const bool isParsed = !report.sqlState || std::strcmp(report.sqlState, kParserState) == 0;
-  return isParsed && (handler.metRoot() || !isElsewhere) ? kInvalid : kNotJudged;
+  chooseEncoding(ctx, inDbEncoding, source);
+  std::u16string faulty;
+  try {
+    parseDocument(ctx, parser, *source.input, &faulty);
+    return {kValid};
+  } catch (Failure& failure) {
+    const XMLCh* const own = source.input->getSystemId();
+    const bool isElsewhere = !faulty.empty() && (!own || faulty != own);
+    const bool isParsed = failure.sqlState() == kParserState;
+    const bool isInvalid = isParsed && (handler.metRoot() || !isElsewhere);
+    return {isInvalid ? kInvalid : kNotJudged, std::move(failure), std::move(faulty)};
+  }
 }
 
 // Without a supplied DTD the document's internal subset counts: its external one is read as empty,
@@ -82,45 +95,39 @@ struct Dtd {
   }
 };
 
-int judgeByDtd(const Report& report, const Document& document, const Dtd& dtd) {
-  DocumentSource source;
-  if (!openDocument(report, document.text, document.isText, source)) return kNotJudged;
-  qrkSAX2XMLReaderImpl parser(report.ctx);
+Judgement judgeByDtd(QrkStruct* ctx, const Document& document, const Dtd& dtd) {
+  DocumentSource source = openDocument(ctx, document.text, document.isText);
+  qrkSAX2XMLReaderImpl parser(ctx);
   parser.setFeature(XMLUni::fgSAX2CoreValidation, true);
   parser.setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
   parser.setFeature(XMLUni::fgSAX2CoreNameSpacePrefixes, false);
   parser.setFeature(XMLUni::fgXercesSchema, false);
   std::u16string id;
-  if (dtd.id && !toUtf16(report.ctx, dtd.id, id)) {
-    fail(report, Msg::QRKD000E);
-    setSqlState(report, "00000");
-    return kInvalid;
+  if (dtd.id && !toUtf16(ctx, dtd.id, id)) {
+    return {kInvalid, Failure(Msg::QRKD000E).withState("00000")};
   }
-  std::u16string encoding;
-  if (databaseEncoding(report, encoding) != 0) return kNotJudged;
+  const std::u16string encoding = databaseEncoding(ctx);
   const char16_t* const dtdEncoding = dtd.inDbEncoding ? encoding.c_str() : nullptr;
-  std::u16string faulty;
-  int verdict = kNotJudged;
+  Judgement found;
   if (dtd.text) {
-    Judging<qrkValidateHandler> handler(report.ctx, dtd.text, id.c_str(), dtdEncoding, dtd.isText);
+    Judging<qrkValidateHandler> handler(ctx, dtd.text, id.c_str(), dtdEncoding, dtd.isText);
     parser.setEntityResolver(&handler);
-    verdict = judge(report, parser, handler, source, document.inDbEncoding, faulty);
+    found = judge(ctx, parser, handler, source, document.inDbEncoding);
   } else {
-    InternalSubsetHandler handler(report.ctx, nullptr, id.c_str(), nullptr, 0);
+    InternalSubsetHandler handler(ctx, nullptr, id.c_str(), nullptr, 0);
     parser.setEntityResolver(&handler);
-    verdict = judge(report, parser, handler, source, document.inDbEncoding, faulty);
+    found = judge(ctx, parser, handler, source, document.inDbEncoding);
   }
-  if (verdict == kNotJudged && !faulty.empty()) tellFaultyFile(dtd.name());
-  return verdict;
+  if (found.verdict == kNotJudged && !found.faulty.empty()) found.failure->inFile(dtd.name());
+  return found;
 }
 
-int judgeBySchema(const Report& report, const Document& document, const char16_t* location) {
-  DocumentSource source;
-  if (!openDocument(report, document.text, document.isText, source)) return kNotJudged;
-  qrkNonValidateHandler outside(report.ctx);
-  SchemaSet schema(report, outside);
-  if (!schema.load(location)) return kNotJudged;
-  qrkSAX2XMLReaderImpl parser(report.ctx);
+Judgement judgeBySchema(QrkStruct* ctx, const Document& document, const char16_t* location) {
+  DocumentSource source = openDocument(ctx, document.text, document.isText);
+  qrkNonValidateHandler outside(ctx);
+  SchemaSet schema(ctx, outside);
+  schema.load(location);
+  qrkSAX2XMLReaderImpl parser(ctx);
   parser.setFeature(XMLUni::fgSAX2CoreNameSpaces, true);
   parser.setFeature(XMLUni::fgXercesSchema, true);
   parser.setFeature(XMLUni::fgXercesSchemaFullChecking, true);
@@ -128,19 +135,30 @@ int judgeBySchema(const Report& report, const Document& document, const char16_t
   parser.setFeature(XMLUni::fgXercesDynamic, true);
   std::u16string name(location);
   parser.setProperty(XMLUni::fgXercesSchemaExternalNoNameSpaceSchemaLocation, name.data());
-  std::u16string encoding;
-  if (databaseEncoding(report, encoding) != 0) return kNotJudged;
-  Judging<qrkSchemaHandler> handler(report.ctx, encoding.c_str());
+  Judging<qrkSchemaHandler> handler(ctx, databaseEncoding(ctx).c_str());
   parser.replaceSchemaValidator(
       [&](xercesc::MemoryManager* memory) { return new BoundedValidator(memory, source.bytes); },
       schema.hasDtd());
   // The first one learns of the DOCTYPE, the second one answers.
   parser.setEntityResolver(&outside);
   parser.setXMLEntityResolver(&schema);
-  std::u16string faulty;
-  const int verdict = judge(report, parser, handler, source, document.inDbEncoding, faulty);
-  if (verdict == kNotJudged && schema.contains(faulty))
-    tellFaultyFile(schema.shownName(faulty), schema.note());
+  Judgement found = judge(ctx, parser, handler, source, document.inDbEncoding);
+  if (found.verdict == kNotJudged && schema.contains(found.faulty)) {
+    found.failure->inFile(schema.shownName(found.faulty), schema.note());
+  }
+  return found;
+}
+
+// The verdict of a call, with the outcome of one that is not kValid.
+template <class Work>
+int verdictOf(const Report& report, Work&& work) {
+  beginOutcome(report);
+  int verdict = kNotJudged;
+  atEdge(report, [&] {
+    const Judgement found = work();
+    verdict = found.verdict;
+    if (found.failure) throw *found.failure;
+  });
   return verdict;
 }
 
@@ -156,13 +174,10 @@ int qrkJudge(orvxml::QrkStruct* ctx, char* document, int docLoc, int useDbEncodi
             docLoc, useDbEncoding, textOrNull(dtdid), dtdInMemory, kTracedCharacters,
             textOrNull(document), textOrNull(dtd));
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  int verdict = kNotJudged;
-  reported(report, kModule, [&] {
-    verdict = judgeByDtd(report, {document, docLoc != 0, useDbEncoding == 1},
-                         {dtd, dtdInMemory == 1, dtdInDbEncoding == 1, dtdid});
-    return true;
+  return verdictOf(report, [&] {
+    return judgeByDtd(ctx, {document, docLoc != 0, useDbEncoding == 1},
+                      {dtd, dtdInMemory == 1, dtdInDbEncoding == 1, dtdid});
   });
-  return verdict;
 }
 
 int qrkJudgeBySchema(orvxml::QrkStruct* ctx, char* document, int docLoc, int useDbEncoding,
@@ -171,12 +186,9 @@ int qrkJudgeBySchema(orvxml::QrkStruct* ctx, char* document, int docLoc, int use
   QRK_TRACE(ctx, "Entered, docLoc=%d, input_src %d\ndoc='%.*s'", docLoc, useDbEncoding,
             kTracedCharacters, textOrNull(document));
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  int verdict = kNotJudged;
-  reported(report, kModule, [&] {
-    verdict = judgeBySchema(report, {document, docLoc != 0, useDbEncoding == 1}, schemaLocation);
-    return true;
+  return verdictOf(report, [&] {
+    return judgeBySchema(ctx, {document, docLoc != 0, useDbEncoding == 1}, schemaLocation);
   });
-  return verdict;
 }
 
 int qrkValidate(orvxml::QrkStruct* ctx, char* document, int docLoc, int useDbEncoding, char* dtd,
