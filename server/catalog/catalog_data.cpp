@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "server/values/utf8_text.h"
+
 namespace orv {
 namespace {
 
@@ -14,27 +16,25 @@ std::string keyOf(std::string_view schema, std::string_view name) {
 
 template <typename Object>
 const Object* findNamed(const std::vector<std::unique_ptr<Object>>& objects,
-                        std::string_view schema, std::string_view name) {
+                        std::string_view schema, std::string_view name,
+                        std::string Object::*member = &Object::name) {
   for (const auto& object : objects) {
-    if (object->schema == schema && object->name == name) return object.get();
+    if (object->schema == schema && (*object).*member == name) return object.get();
   }
   return nullptr;
 }
 
-}  // namespace
-
-int Table::columnIndex(std::string_view column) const {
-  for (size_t i = 0; i < columns.size(); ++i) {
-    if (columns[i].name == column) return static_cast<int>(i);
+template <typename Object>
+std::vector<const Object*> allNamed(const std::vector<std::unique_ptr<Object>>& objects,
+                                    std::string_view schema, std::string_view name) {
+  std::vector<const Object*> found;
+  for (const auto& object : objects) {
+    if (object->schema == schema && object->name == name) found.push_back(object.get());
   }
-  if (!foreign) return -1;
-  // Other programs write names in any case; the engine keeps them apart regardless of it.
-  std::string folded = foldAscii(column);
-  for (size_t i = 0; i < columns.size(); ++i) {
-    if (foldAscii(columns[i].storedName) == folded) return static_cast<int>(i);
-  }
-  return -1;
+  return found;
 }
+
+}  // namespace
 
 void CatalogData::index() {
   for (const auto& table : tables) {
@@ -63,47 +63,30 @@ const DistinctType* CatalogData::findType(std::string_view schema, std::string_v
 
 const Procedure* CatalogData::findProcedure(std::string_view schema, std::string_view name,
                                             size_t parameters) const {
-  for (const auto& procedure : procedures) {
-    if (procedure->schema == schema && procedure->name == name &&
-        procedure->parameters.size() == parameters) {
-      return procedure.get();
-    }
+  for (const Procedure* procedure : proceduresNamed(schema, name)) {
+    if (procedure->parameters.size() == parameters) return procedure;
   }
   return nullptr;
 }
 
 const Procedure* CatalogData::findSpecificProcedure(std::string_view schema,
                                                     std::string_view specific) const {
-  for (const auto& procedure : procedures) {
-    if (procedure->schema == schema && procedure->specific == specific) return procedure.get();
-  }
-  return nullptr;
+  return findNamed(procedures, schema, specific, &Procedure::specific);
 }
 
 std::vector<const Procedure*> CatalogData::proceduresNamed(std::string_view schema,
                                                            std::string_view name) const {
-  std::vector<const Procedure*> found;
-  for (const auto& procedure : procedures) {
-    if (procedure->schema == schema && procedure->name == name) found.push_back(procedure.get());
-  }
-  return found;
+  return allNamed(procedures, schema, name);
 }
 
 std::vector<const Function*> CatalogData::functionsNamed(std::string_view schema,
                                                          std::string_view name) const {
-  std::vector<const Function*> found;
-  for (const auto& function : functions) {
-    if (function->schema == schema && function->name == name) found.push_back(function.get());
-  }
-  return found;
+  return allNamed(functions, schema, name);
 }
 
 const Function* CatalogData::findSpecificFunction(std::string_view schema,
                                                   std::string_view specific) const {
-  for (const auto& function : functions) {
-    if (function->schema == schema && function->specific == specific) return function.get();
-  }
-  return nullptr;
+  return findNamed(functions, schema, specific, &Function::specific);
 }
 
 std::vector<const Table*> CatalogData::childrenOf(const Table& parent) const {
@@ -128,14 +111,6 @@ std::vector<const Trigger*> CatalogData::triggersOn(const Table& table) const {
 
 const Trigger* CatalogData::findTrigger(std::string_view schema, std::string_view name) const {
   return findNamed(triggers, schema, name);
-}
-
-std::string foldAscii(std::string_view name) {
-  std::string folded(name);
-  for (char& c : folded) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return folded;
 }
 
 std::string uniqueStoredName(std::string_view wanted, std::set<std::string, std::less<>>& taken) {

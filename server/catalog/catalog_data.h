@@ -54,9 +54,6 @@ class CatalogData {
   std::unordered_map<std::string, const Table*> byFoldedName_;  // of other programs
 };
 
-// Upper case for ASCII letters only, as engines that ignore the case of names compare them.
-std::string foldAscii(std::string_view name);
-
 // A name for the engine that equals none in `taken` (folded names); `taken` gets it.
 std::string uniqueStoredName(std::string_view wanted, std::set<std::string, std::less<>>& taken);
 

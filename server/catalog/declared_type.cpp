@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "server/catalog/catalog_data.h"
+#include "server/values/utf8_text.h"
 
 namespace orv {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <exception>
 
-#include "server/routines/call_statement.h"
+#include "server/routines/call_procedure.h"
 #include "server/routines/routine_host.h"
 #include "server/session/prepared_statement.h"
 #include "server/session/session_outcome.h"

@@ -1,6 +1,7 @@
 // The call itself: code found, parameters laid out, the session made current, the outcome judged.
+#include "server/routines/call_procedure.h"
+
 #include "server/routines/active_call.h"
-#include "server/routines/call_statement.h"
 #include "server/routines/parameter_area.h"
 #include "server/routines/routine_library.h"
 #include "server/session/communication_area.h"

@@ -1,5 +1,6 @@
-#include "server/routines/call_statement.h"
-
+// CALL: the arguments that are expressions evaluated, the procedure called, its outputs named.
+#include "server/routines/call_procedure.h"
+#include "server/routines/routine_host.h"
 #include "server/values/sql_error.h"
 
 namespace orv {
@@ -74,13 +75,13 @@ ValueView markerValue(const Expr& marker, const ParameterDefinition& parameter,
 
 }  // namespace
 
-CallOutputs runCallStatement(SessionState& session, Statement& call,
+CallOutputs RoutineHost::run(Statement& call,
                              const std::vector<std::optional<ValueView>>& markers) {
   const Procedure procedure = *call.routine;  // the call may change the catalog
   const size_t count = procedure.parameters.size();
   if (call.callArguments.size() != count) throw SqlError(-440, {procedure.name});
   std::vector<OwnedValue> evaluated(count);
-  ArgumentEvaluation(call).run(session.engine(), evaluated);
+  ArgumentEvaluation(call).run(session_.engine(), evaluated);
   std::vector<ValueView> inputs;
   for (size_t i = 0; i < count; ++i) {
     const Expr& argument = *call.callArguments[i];
@@ -88,7 +89,7 @@ CallOutputs runCallStatement(SessionState& session, Statement& call,
                          ? markerValue(argument, procedure.parameters[i], markers)
                          : evaluated[i].view());
   }
-  std::vector<OwnedValue> results = callProcedure(session, procedure, inputs);
+  std::vector<OwnedValue> results = callProcedure(session_, procedure, inputs);
   CallOutputs outputs;
   for (size_t i = 0; i < count; ++i) {
     const ParameterDefinition& parameter = procedure.parameters[i];

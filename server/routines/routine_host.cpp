@@ -5,7 +5,6 @@
 #include <iterator>
 #include <tuple>
 
-#include "server/routines/call_statement.h"
 #include "server/routines/function_call.h"
 #include "server/session/session_outcome.h"
 
@@ -192,11 +191,6 @@ void IdleCalls::keep(std::unique_ptr<FunctionCall> call) noexcept {
   if (!call->isUsable() || !call->isSmall()) return;
   if (calls_.size() == kMaxIdleCalls) calls_.erase(calls_.begin());
   calls_.push_back(std::move(call));
-}
-
-CallOutputs RoutineHost::run(Statement& call,
-                             const std::vector<std::optional<ValueView>>& markers) {
-  return runCallStatement(session_, call, markers);
 }
 
 std::unique_ptr<ScalarFunctionUse> RoutineHost::useScalar(const Function& function) {

@@ -96,6 +96,14 @@ std::string shortenedBinary(std::string_view value) {
   return "X'" + hexDigits(value.substr(0, kMessageBytes / 2)) + "'";
 }
 
+std::string foldAscii(std::string_view name) {
+  std::string folded(name);
+  for (char& c : folded) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return folded;
+}
+
 std::string hexDigits(std::string_view bytes) {
   static constexpr char kDigits[] = "0123456789ABCDEF";
   std::string text;

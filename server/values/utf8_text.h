@@ -26,6 +26,9 @@ std::string_view utf16Prefix(std::string_view text, int64_t limit);
 std::string shortened(std::string_view value);
 std::string shortenedBinary(std::string_view value);  // always as the literal
 
+// Upper case for ASCII letters only, as engines that ignore the case of names compare them.
+std::string foldAscii(std::string_view name);
+
 std::string hexDigits(std::string_view bytes);
 // The bytes of an even number of hexadecimal digits, nothing for any other text.
 std::optional<std::string> bytesOfHex(std::string_view digits);

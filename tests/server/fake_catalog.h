@@ -1,28 +1,32 @@
 // A catalog in memory, filled by the test, for what needs names and types but no database.
 #pragma once
 
-#include <algorithm>
-#include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "server/resolve/catalog.h"
+#include "server/catalog/data_catalog.h"
 #include "server/resolve/resolver.h"
 #include "server/syntax/sql_parser.h"
 
 namespace orv {
 
-class FakeCatalog : public Catalog {
+class FakeCatalog : public DataCatalog {
  public:
+  FakeCatalog() {
+    defaultSchema_ = "USER1";
+    path_ = {"ORVXML", "SYSNTQ", "SYSFUN"};
+  }
+
   // Adds a table from "S.T" and column definitions in SQL ("A INTEGER NOT NULL, B CHAR(3)").
   Table& addTable(const std::string& schema, const std::string& name,
                   const std::string& definitions) {
     const auto statement =
         parseStatement("CREATE TABLE \"" + schema + "\".\"" + name + "\"(" + definitions + ")");
-    Table& table = tables.emplace_back();
+    Table& table = add(data_->tables);
     table.schema = schema;
     table.name = name;
-    table.storedName = schema == schema_ ? name : schema + "." + name;
+    table.storedName = schema == defaultSchema_ ? name : schema + "." + name;
     for (const ColumnDefinition& definition : statement->columns) {
       Column& column = table.columns.emplace_back();
       column.name = definition.name;
@@ -43,6 +47,7 @@ class FakeCatalog : public Catalog {
       if (key.kind == KeyDefinition::Kind::Primary) table.primaryKey = added;
       if (key.kind == KeyDefinition::Kind::Unique) table.uniqueKeys.push_back(added);
     }
+    data_->index();
     return table;
   }
 
@@ -53,12 +58,12 @@ class FakeCatalog : public Catalog {
   }
 
   void addType(const std::string& schema, const std::string& name, const SqlType& source) {
-    types.push_back({schema, name, source, true});
+    add(data_->types) = {schema, name, source, true};
   }
 
   void addProcedure(const std::string& text) {
     const auto statement = parseStatement(text);
-    Procedure& procedure = procedures.emplace_back();
+    Procedure& procedure = add(data_->procedures);
     procedure.schema = statement->name.schema;
     procedure.name = statement->name.name;
     procedure.specific = statement->procedure.specific;
@@ -70,7 +75,7 @@ class FakeCatalog : public Catalog {
     const auto statement = parseStatement(text);
     resolve(*statement, *this);
     const FunctionDefinition& definition = statement->function;
-    Function& function = functions.emplace_back();
+    Function& function = add(data_->functions);
     function.kind = definition.kind;
     function.schema = definition.name.resolvedSchema;
     function.name = definition.name.name;
@@ -92,115 +97,16 @@ class FakeCatalog : public Catalog {
     return function;
   }
 
-  uint64_t version() const override { return 1; }
-  int codePage() const override { return 1208; }
-  const std::string& defaultSchema() const override { return schema_; }
-
-  const Table* findTable(std::string_view schema, std::string_view name) const override {
-    return find(tables, schema.empty() ? schema_ : schema, name);
-  }
-  const DistinctType* findType(std::string_view schema, std::string_view name) const override {
-    if (!schema.empty()) return find(types, schema, name);
-    for (const std::string& part : path) {
-      if (const DistinctType* type = find(types, part, name)) return type;
-    }
-    return nullptr;
-  }
-  const Procedure* findProcedure(std::string_view schema, std::string_view name,
-                                 size_t parameters) const override {
-    for (const Procedure* candidate : proceduresNamed(schema, name)) {
-      if (candidate->parameters.size() == parameters) return candidate;
-    }
-    return nullptr;
-  }
-  const Procedure* findSpecificProcedure(std::string_view schema,
-                                         std::string_view specific) const override {
-    for (const Procedure& procedure : procedures) {
-      if (procedure.schema == schema && procedure.specific == specific) return &procedure;
-    }
-    return nullptr;
-  }
-  std::vector<const Procedure*> proceduresNamed(std::string_view schema,
-                                                std::string_view name) const override {
-    std::vector<const Procedure*> found;
-    for (const Procedure& procedure : procedures) {
-      const bool wanted = schema.empty() || procedure.schema == schema;
-      if (wanted && procedure.name == name) found.push_back(&procedure);
-    }
-    return found;
-  }
-  std::vector<const Function*> functionsNamed(std::string_view schema,
-                                              std::string_view name) const override {
-    std::vector<const Function*> found;
-    const auto addFrom = [&](std::string_view from) {
-      for (const Function& function : functions) {
-        if (function.schema == from && function.name == name) found.push_back(&function);
-      }
-    };
-    if (!schema.empty()) {
-      addFrom(schema);
-    } else {
-      std::ranges::for_each(path, addFrom);
-    }
-    return found;
-  }
-  const Function* findSpecificFunction(std::string_view schema,
-                                       std::string_view specific) const override {
-    for (const Function& function : functions) {
-      const bool wanted = schema.empty() || function.schema == schema;
-      if (wanted && function.specific == specific) return &function;
-    }
-    return nullptr;
-  }
-  std::vector<const Table*> childrenOf(const Table& parent) const override {
-    std::vector<const Table*> found;
-    for (const Table& table : tables) {
-      for (const ForeignKey& key : table.foreignKeys) {
-        if (key.parentSchema == parent.schema && key.parentTable == parent.name) {
-          found.push_back(&table);
-          break;
-        }
-      }
-    }
-    return found;
-  }
-  std::vector<const Trigger*> triggersOn(const Table& table) const override {
-    std::vector<const Trigger*> found;
-    for (const Trigger& trigger : triggers) {
-      const bool fires = trigger.tableSchema == table.schema && trigger.tableName == table.name;
-      if (fires) found.push_back(&trigger);
-    }
-    return found;
-  }
-  const Trigger* findTrigger(std::string_view schema, std::string_view name) const override {
-    return find(triggers, schema.empty() ? schema_ : schema, name);
-  }
-  bool tableSpaceExists(std::string_view) const override { return false; }
-  bool schemaExists(std::string_view name) const override { return name == schema_; }
-  bool indexExists(std::string_view, std::string_view) const override { return false; }
-  std::optional<Package> findPackage(std::string_view, std::string_view) const override {
-    return std::nullopt;
-  }
-  const std::vector<std::string>& functionPath() const override { return path; }
-
-  std::vector<std::string> path{"ORVXML", "SYSNTQ", "SYSFUN"};
-  std::deque<Table> tables;
-  std::deque<DistinctType> types;
-  std::deque<Procedure> procedures;
-  std::deque<Function> functions;
-  std::deque<Trigger> triggers;
+  std::shared_ptr<const CatalogData> data() const override { return data_; }
+  void addTrigger(Trigger trigger) { add(data_->triggers) = std::move(trigger); }
 
  private:
   template <typename Object>
-  static const Object* find(const std::deque<Object>& objects, std::string_view schema,
-                            std::string_view name) {
-    const auto at = std::ranges::find_if(objects, [&](const Object& object) {
-      return object.schema == schema && object.name == name;
-    });
-    return at == objects.end() ? nullptr : &*at;
+  static Object& add(std::vector<std::unique_ptr<Object>>& objects) {
+    return *objects.emplace_back(std::make_unique<Object>());
   }
 
-  std::string schema_ = "USER1";
+  std::shared_ptr<CatalogData> data_ = std::make_shared<CatalogData>();
 };
 
 }  // namespace orv

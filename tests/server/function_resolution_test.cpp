@@ -104,10 +104,10 @@ TEST_F(FunctionResolutionTest, TheNearestParametersDecide) {
     SCOPED_TRACE(c.text);
     EXPECT_EQ(called(c.text), c.expected);
   }
-  catalog_.path = {"SYSNTQ", "ORVXML", "OTHER"};
+  catalog_.setFunctionPath({"SYSNTQ", "ORVXML", "OTHER"});
   EXPECT_EQ(called("upper(v)"), "UPPER(T1.V): VARCHAR(10)");
   EXPECT_EQ(called("num(s)"), "NUM_SMALL: INTEGER");
-  catalog_.path = {"OTHER", "ORVXML"};
+  catalog_.setFunctionPath({"OTHER", "ORVXML"});
   EXPECT_EQ(called("num(i)"), "NUM_OTHER: INTEGER");
   EXPECT_EQ(called("upper(v)"), "UPPER(T1.V): VARCHAR(10)");
 }

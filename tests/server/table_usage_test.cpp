@@ -19,7 +19,7 @@ class TableUsageTest : public testing::Test {
   // Records a trigger as an engine does.
   void record(const std::string& text) {
     const auto statement = catalog_.resolved(text);
-    Trigger& trigger = catalog_.triggers.emplace_back();
+    Trigger trigger;
     trigger.schema = statement->name.resolvedSchema;
     trigger.name = statement->name.name;
     trigger.tableSchema = statement->table->schema;
@@ -28,7 +28,8 @@ class TableUsageTest : public testing::Test {
     trigger.event = statement->trigger->event;
     trigger.text = text;
     trigger.defaultSchema = catalog_.defaultSchema();
-    trigger.functionPath = catalog_.path;
+    trigger.functionPath = catalog_.functionPath();
+    catalog_.addTrigger(std::move(trigger));
   }
 
   FakeCatalog catalog_;

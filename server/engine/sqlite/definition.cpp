@@ -42,9 +42,7 @@ void dropIndex(sqlite3* database, const CatalogData& catalog, const Statement& s
                std::any_of(table->uniqueKeys.begin(), table->uniqueKeys.end(), carries);
     if (key) failInUse(qualified(index.schema, index.name), qualified(table->schema, table->name));
   }
-  SqlText sql;
-  sql << "DROP INDEX " << Name{index.storedName};
-  execute(database, sql.text());
+  execute(database, dropText({"INDEX"}, index.storedName));
   eraseIndex(database, index);
 }
 

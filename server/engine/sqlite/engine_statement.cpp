@@ -3,7 +3,6 @@
 // that other programs have stored.
 #include "server/engine/sqlite/engine_statement.h"
 
-#include "server/engine/sqlite/connection/sqlite_connection.h"
 #include "server/engine/sqlite/functions/foreign_value.h"
 #include "server/values/numeral.h"
 #include "server/values/value_conversion.h"
@@ -35,21 +34,12 @@ bool isInRange(int64_t value, TypeKind kind) {
 
 }  // namespace
 
-SqliteStatement::Handle SqliteStatement::prepared(sqlite3* database, const std::string& sql) {
-  sqlite3_stmt* statement = nullptr;
-  int rc = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()),
-                              SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
-  Handle handle(statement);
-  if (rc != SQLITE_OK) throw failure(database, rc);
-  return handle;
-}
-
 SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment, Program program,
                                  ConstraintNames constraints)
     : database_(database),
       environment_(environment),
       idleTableUses_(std::make_shared<IdleTableUses>()),
-      statement_(prepared(database, program.sql)),
+      statement_(prepareStatement(database, program.sql, SQLITE_PREPARE_PERSISTENT)),
       requiredMarkers_(std::move(program.requiredMarkers)),
       nullMarkers_(requiredMarkers_.size(), true),
       columns_(std::move(program.columns)),
@@ -59,7 +49,7 @@ SqliteStatement::SqliteStatement(sqlite3* database, Environment& environment, Pr
   forms_.reserve(columns_.size());
   for (const Column& column : columns_) forms_.push_back(formOf(column));
   if (program.condition.empty()) return;
-  condition_ = prepared(database, program.condition);
+  condition_ = prepareStatement(database, program.condition, SQLITE_PREPARE_PERSISTENT);
   conditionMarkers_ = sqlite3_bind_parameter_count(condition_.get());
 }
 

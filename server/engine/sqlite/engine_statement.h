@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "server/engine/engine.h"
+#include "server/engine/sqlite/connection/sqlite_connection.h"
 #include "server/engine/sqlite/constraint_failure.h"
 #include "server/engine/sqlite/functions/engine_functions.h"
 #include "server/engine/sqlite/functions/routine_calls.h"
@@ -47,11 +48,6 @@ class SqliteStatement : public EngineStatement {
   static bool isOfType(const ValueView& value, const SqlType& type);
   ValueView converted(const ValueView& value, size_t position);
 
-  struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-  };
-  using Handle = std::unique_ptr<sqlite3_stmt, Finalize>;
-  static Handle prepared(sqlite3* database, const std::string& sql);
   void bindTo(sqlite3_stmt* statement, int number, const ValueView& value);
   bool run();
   bool conditionHolds();
@@ -61,8 +57,8 @@ class SqliteStatement : public EngineStatement {
   sqlite3* database_;
   Environment& environment_;
   std::shared_ptr<IdleTableUses> idleTableUses_;  // of the present run
-  Handle statement_;
-  Handle condition_;
+  StatementHandle statement_;
+  StatementHandle condition_;
   int conditionMarkers_ = 0;  // numbers that the condition knows: 1 to this
   std::vector<int> requiredMarkers_;
   std::vector<bool> nullMarkers_;  // parallel to requiredMarkers_

@@ -30,25 +30,16 @@ void recordTrigger(sqlite3* database, const Trigger& trigger) {
   // The position is above all others, whichever have gone.
   Command(database, R"(INSERT INTO "SYSNTQ.TRIGGERS" VALUES(?,?,?,?,?,?,?,?,?,?,?,
                        (SELECT coalesce(max(POSITION),0)+1 FROM "SYSNTQ.TRIGGERS")))")
-      .bind(trigger.schema)
-      .bind(trigger.name)
-      .bind(trigger.storedName)
-      .bind(trigger.tableSchema)
-      .bind(trigger.tableName)
-      .bind(static_cast<int64_t>(trigger.time))
-      .bind(static_cast<int64_t>(trigger.event))
-      .bind(nameList(trigger.updateColumns))
-      .bind(trigger.text)
-      .bind(trigger.defaultSchema)
-      .bind(nameList(trigger.functionPath))
+      .bind(trigger.schema, trigger.name, trigger.storedName, trigger.tableSchema,
+            trigger.tableName, trigger.time, trigger.event, nameList(trigger.updateColumns),
+            trigger.text, trigger.defaultSchema, nameList(trigger.functionPath))
       .run();
   recordGeneration(database, Aged::Trigger, trigger.schema, trigger.name);
 }
 
 void eraseTrigger(sqlite3* database, const Trigger& trigger) {
   Command(database, R"(DELETE FROM "SYSNTQ.TRIGGERS" WHERE SCHEMA=? AND NAME=?)")
-      .bind(trigger.schema)
-      .bind(trigger.name)
+      .bind(trigger.schema, trigger.name)
       .run();
   eraseGeneration(database, Aged::Trigger, trigger.schema, trigger.name);
 }
@@ -58,7 +49,7 @@ void eraseTriggersOf(sqlite3* database, const Table& table) {
        {R"(DELETE FROM "SYSNTQ.GENERATIONS" WHERE KIND='T' AND (OWNER, NAME) IN
            (SELECT SCHEMA, NAME FROM "SYSNTQ.TRIGGERS" WHERE TABLESCHEMA=? AND TABLENAME=?))",
         R"(DELETE FROM "SYSNTQ.TRIGGERS" WHERE TABLESCHEMA=? AND TABLENAME=?)"}) {
-    Command(database, sql).bind(table.schema).bind(table.name).run();
+    Command(database, sql).bind(table.schema, table.name).run();
   }
 }
 
@@ -85,19 +76,14 @@ void loadTriggers(sqlite3* database, CatalogData& data) {
 
 void recordView(sqlite3* database, const View& view) {
   Command(database, R"(INSERT OR REPLACE INTO "SYSNTQ.VIEWS" VALUES(?,?,?,?,?))")
-      .bind(view.schema)
-      .bind(view.name)
-      .bind(view.text)
-      .bind(view.defaultSchema)
-      .bind(nameList(view.functionPath))
+      .bind(view.schema, view.name, view.text, view.defaultSchema, nameList(view.functionPath))
       .run();
   recordGeneration(database, Aged::View, view.schema, view.name);
 }
 
 void eraseView(sqlite3* database, const Table& view) {
   Command(database, R"(DELETE FROM "SYSNTQ.VIEWS" WHERE SCHEMA=? AND NAME=?)")
-      .bind(view.schema)
-      .bind(view.name)
+      .bind(view.schema, view.name)
       .run();
   eraseGeneration(database, Aged::View, view.schema, view.name);
 }

@@ -33,25 +33,19 @@ void setColumnGeneration(const CatalogData& data, const std::string& storedTable
 
 void recordGeneration(sqlite3* database, Aged kind, std::string_view owner, std::string_view name) {
   Command(database, R"(INSERT OR REPLACE INTO "SYSNTQ.GENERATIONS" VALUES(?,?,?,?))")
-      .bind(letterOf(kind))
-      .bind(owner)
-      .bind(name)
-      .bind(catalogGeneration(database))
+      .bind(letterOf(kind), owner, name, catalogGeneration(database))
       .run();
 }
 
 void eraseGeneration(sqlite3* database, Aged kind, std::string_view owner, std::string_view name) {
   Command(database, R"(DELETE FROM "SYSNTQ.GENERATIONS" WHERE KIND=? AND OWNER=? AND NAME=?)")
-      .bind(letterOf(kind))
-      .bind(owner)
-      .bind(name)
+      .bind(letterOf(kind), owner, name)
       .run();
 }
 
 void eraseColumnGenerations(sqlite3* database, const Table& table) {
   Command(database, R"(DELETE FROM "SYSNTQ.GENERATIONS" WHERE KIND=? AND OWNER=?)")
-      .bind(letterOf(Aged::Column))
-      .bind(table.storedName)
+      .bind(letterOf(Aged::Column), table.storedName)
       .run();
 }
 

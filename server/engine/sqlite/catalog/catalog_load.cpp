@@ -11,21 +11,13 @@
 #include "server/engine/sqlite/catalog/foreign_columns.h"
 #include "server/engine/sqlite/connection/sql_text.h"
 #include "server/syntax/lexer.h"
+#include "server/values/utf8_text.h"
 
 namespace orv::sqlite {
 namespace {
 
 constexpr int kKnownFormat = 1;
 constexpr int kNoMemory = -954;  // SQLCODE
-
-// What our tables say about one column.
-struct ColumnRecord {
-  std::string name;
-  SqlType type;
-  bool hasDefault = false;
-  std::string defaultText;
-  std::string storedDefault;
-};
 
 class Loader {
  public:
@@ -109,7 +101,8 @@ class Loader {
     Command rows(database_, R"(SELECT STORED, STOREDCOLUMN, NAME, TYPE, TYPESCHEMA, TYPENAME,
                                HASDEFAULT, DEFAULTTEXT, STOREDDEFAULT FROM "SYSNTQ.COLUMNS")");
     while (rows.step()) {
-      ColumnRecord& record = columnRecords_[rows.text(0)][rows.text(1)];
+      Column& record = columnRecords_[rows.text(0)][rows.text(1)];
+      record.storedName = rows.text(1);
       record.name = rows.text(2);
       record.type = declaredType(rows.text(3));
       record.type.distinctSchema = rows.text(4);
@@ -167,7 +160,7 @@ class Loader {
       if (records != columnRecords_.end()) {
         auto record = records->second.find(column.storedName);
         known = record != records->second.end();
-        if (known) applyRecord(column, record->second);
+        if (known) column = record->second;
       }
       if (!known) {
         column.name = foreignName(names, column.storedName);
@@ -195,14 +188,6 @@ class Loader {
       column.type.nullable = false;
       column.hasDefault = true;
     }
-  }
-
-  static void applyRecord(Column& column, const ColumnRecord& record) {
-    column.name = record.name;
-    column.type = record.type;
-    column.hasDefault = record.hasDefault;
-    column.defaultText = record.defaultText;
-    column.storedDefault = record.storedDefault;
   }
 
   // Names of other programs stand in any case; ordinary words, which are folded, shall find them.
@@ -410,7 +395,7 @@ class Loader {
   bool own_ = false;
   std::set<std::string> tableNames_;
   std::unordered_map<std::string, Table> tableRecords_;
-  std::unordered_map<std::string, std::unordered_map<std::string, ColumnRecord>> columnRecords_;
+  std::unordered_map<std::string, std::unordered_map<std::string, Column>> columnRecords_;
   std::unordered_map<std::string, Table*> ownTables_;
 };
 

@@ -4,23 +4,14 @@
 #include "server/values/sql_error.h"
 
 namespace orv::sqlite {
-namespace {
-
-Command& bindGrantee(Command& command, const Table& table, const Grantee& grantee) {
-  return command.bind(table.schema)
-      .bind(table.name)
-      .bind(std::string_view(&grantee.type, 1))
-      .bind(grantee.name);
-}
-
-}  // namespace
 
 void recordPrivileges(sqlite3* database, const Table& table, const GrantDefinition& grant) {
   Command insert(database, R"(INSERT INTO "SYSNTQ.PRIVILEGES" VALUES(?,?,?,?,?,?)
                               ON CONFLICT DO UPDATE SET GRANTABLE=max(GRANTABLE, ?6))");
   for (const Grantee& grantee : grant.grantees) {
     for (const std::string& privilege : grant.privileges) {
-      bindGrantee(insert, table, grantee).bind(privilege).bind(int64_t{grant.grantable}).run();
+      insert.bind(table.schema, table.name, grantee.type, grantee.name, privilege, grant.grantable)
+          .run();
     }
   }
 }
@@ -31,7 +22,7 @@ void erasePrivileges(sqlite3* database, const Table& table, const GrantDefinitio
   for (const Grantee& grantee : grant.grantees) {
     int64_t held = 0;
     for (const std::string& privilege : grant.privileges) {
-      bindGrantee(remove, table, grantee).bind(privilege).run();
+      remove.bind(table.schema, table.name, grantee.type, grantee.name, privilege).run();
       held += sqlite3_changes64(database);
     }
     if (held == 0 && !grant.privileges.empty()) throw SqlError(-556, {grantee.name});

@@ -74,15 +74,8 @@ void insertFunctionType(sqlite3* database, const Function& function, FunctionTyp
                         int64_t position, std::string_view name, const SqlType& type) {
   const char letter = static_cast<char>(role);
   Command(database, R"(INSERT INTO "SYSNTQ.FUNCTIONTYPES" VALUES(?,?,?,?,?,?,?,?,?))")
-      .bind(function.schema)
-      .bind(function.specific)
-      .bind(std::string_view(&letter, 1))
-      .bind(position)
-      .bind(name)
-      .bind(sourceText(type))
-      .bind(type.distinctSchema)
-      .bind(type.distinctName)
-      .bind(int64_t{type.locator})
+      .bind(function.schema, function.specific, letter, position, name, sourceText(type),
+            type.distinctSchema, type.distinctName, type.locator)
       .run();
 }
 
@@ -104,15 +97,8 @@ std::string columnList(const Table& table, const std::vector<int>& columns) {
 void insertKey(sqlite3* database, const Table& table, std::string_view name, char kind,
                const std::string& columns, const ForeignKey& foreign, std::string_view text) {
   Command(database, R"(INSERT INTO "SYSNTQ.KEYS" VALUES(?,?,?,?,?,?,?,?,?))")
-      .bind(table.storedName)
-      .bind(name)
-      .bind(std::string_view(&kind, 1))
-      .bind(columns)
-      .bind(foreign.parentSchema)
-      .bind(foreign.parentTable)
-      .bind(nameList(foreign.parentColumns))
-      .bind(foreign.onDelete)
-      .bind(text)
+      .bind(table.storedName, name, kind, columns, foreign.parentSchema, foreign.parentTable,
+            nameList(foreign.parentColumns), foreign.onDelete, text)
       .run();
 }
 
@@ -122,8 +108,7 @@ void createCatalogTables(sqlite3* database, int codePage, std::string_view defau
   for (std::string_view sql : kCatalogTables) execute(database, sql);
   auto setting = [&](std::string_view name, const std::string& value) {
     Command(database, R"(INSERT OR IGNORE INTO "SYSNTQ.DATABASE" VALUES(?,?))")
-        .bind(name)
-        .bind(value)
+        .bind(name, value)
         .run();
   };
   setting("FORMAT", std::to_string(kFormat));
@@ -156,10 +141,7 @@ void recordTable(sqlite3* database, const Table& table) {
   // Another program may have dropped a table of this name and left our rows.
   eraseTable(database, table);
   Command(database, R"(INSERT OR REPLACE INTO "SYSNTQ.TABLES" VALUES(?,?,?,?))")
-      .bind(table.storedName)
-      .bind(table.schema)
-      .bind(table.name)
-      .bind(table.tableSpace)
+      .bind(table.storedName, table.schema, table.name, table.tableSpace)
       .run();
   for (size_t i = 0; i < table.columns.size(); ++i) recordColumn(database, table, i);
   if (table.primaryKey) recordKey(database, table, 'P', *table.primaryKey);
@@ -171,15 +153,8 @@ void recordTable(sqlite3* database, const Table& table) {
 void recordColumn(sqlite3* database, const Table& table, size_t column) {
   const Column& c = table.columns[column];
   Command(database, R"(INSERT INTO "SYSNTQ.COLUMNS" VALUES(?,?,?,?,?,?,?,?,?))")
-      .bind(table.storedName)
-      .bind(c.storedName)
-      .bind(c.name)
-      .bind(sourceText(c.type))
-      .bind(c.type.distinctSchema)
-      .bind(c.type.distinctName)
-      .bind(int64_t{c.hasDefault})
-      .bind(c.defaultText)
-      .bind(c.storedDefault)
+      .bind(table.storedName, c.storedName, c.name, sourceText(c.type), c.type.distinctSchema,
+            c.type.distinctName, c.hasDefault, c.defaultText, c.storedDefault)
       .run();
 }
 
@@ -203,8 +178,7 @@ void eraseTable(sqlite3* database, const Table& table) {
     Command(database, sql).bind(table.storedName).run();
   }
   Command(database, R"(DELETE FROM "SYSNTQ.PRIVILEGES" WHERE SCHEMA=? AND NAME=?)")
-      .bind(table.schema)
-      .bind(table.name)
+      .bind(table.schema, table.name)
       .run();
   eraseColumnGenerations(database, table);
   eraseTriggersOf(database, table);
@@ -212,17 +186,14 @@ void eraseTable(sqlite3* database, const Table& table) {
 
 void eraseForeignKey(sqlite3* database, const Table& table, const ForeignKey& key) {
   Command(database, R"(DELETE FROM "SYSNTQ.KEYS" WHERE STORED=? AND NAME=? AND KIND='F')")
-      .bind(table.storedName)
-      .bind(key.name)
+      .bind(table.storedName, key.name)
       .run();
 }
 
 void recordIndex(sqlite3* database, const Index& index) {
   Command(database, R"(INSERT OR REPLACE INTO "SYSNTQ.INDEXES" VALUES(?,?,?,
                        (SELECT tbl_name FROM sqlite_schema WHERE type='index' AND name=?1)))")
-      .bind(index.storedName)
-      .bind(index.schema)
-      .bind(index.name)
+      .bind(index.storedName, index.schema, index.name)
       .run();
 }
 
@@ -233,59 +204,41 @@ void eraseIndex(sqlite3* database, const Index& index) {
 void recordAlias(sqlite3* database, std::string_view schema, std::string_view name,
                  const Table& base) {
   Command(database, R"(INSERT INTO "SYSNTQ.ALIASES" VALUES(?,?,?,?))")
-      .bind(schema)
-      .bind(name)
-      .bind(base.schema)
-      .bind(base.name)
+      .bind(schema, name, base.schema, base.name)
       .run();
 }
 
 void eraseAlias(sqlite3* database, const Table& alias) {
   Command(database, R"(DELETE FROM "SYSNTQ.ALIASES" WHERE SCHEMA=? AND NAME=?)")
-      .bind(alias.schema)
-      .bind(alias.name)
+      .bind(alias.schema, alias.name)
       .run();
 }
 
 void recordType(sqlite3* database, const DistinctType& type) {
   Command(database, R"(INSERT INTO "SYSNTQ.TYPES" VALUES(?,?,?,?))")
-      .bind(type.schema)
-      .bind(type.name)
-      .bind(sourceText(type.source))
-      .bind(int64_t{type.comparisons})
+      .bind(type.schema, type.name, sourceText(type.source), type.comparisons)
       .run();
   recordGeneration(database, Aged::Type, type.schema, type.name);
 }
 
 void eraseType(sqlite3* database, const DistinctType& type) {
   Command(database, R"(DELETE FROM "SYSNTQ.TYPES" WHERE SCHEMA=? AND NAME=?)")
-      .bind(type.schema)
-      .bind(type.name)
+      .bind(type.schema, type.name)
       .run();
   eraseGeneration(database, Aged::Type, type.schema, type.name);
 }
 
 void recordProcedure(sqlite3* database, const Procedure& procedure) {
   Command(database, R"(INSERT INTO "SYSNTQ.PROCEDURES" VALUES(?,?,?,?,?,?))")
-      .bind(procedure.schema)
-      .bind(procedure.name)
-      .bind(procedure.specific)
-      .bind(procedure.library)
-      .bind(procedure.entry)
-      .bind(procedure.parameterStyle)
+      .bind(procedure.schema, procedure.name, procedure.specific, procedure.library,
+            procedure.entry, procedure.parameterStyle)
       .run();
   int64_t position = 0;
   for (const ParameterDefinition& parameter : procedure.parameters) {
     Command(database, R"(INSERT INTO "SYSNTQ.PARAMETERS" VALUES(?,?,?,?,?,?,?,?,?))")
-        .bind(procedure.schema)
-        .bind(procedure.specific)
-        .bind(position++)
-        .bind(static_cast<int64_t>(parameter.mode))
-        .bind(parameter.name)
-        .bind(sourceText(parameter.type))
-        .bind(parameter.type.distinctSchema)
-        .bind(parameter.type.distinctName)
-        .bind(int64_t{parameter.type.locator})
+        .bind(procedure.schema, procedure.specific, position++, parameter.mode, parameter.name,
+              sourceText(parameter.type), parameter.type.distinctSchema,
+              parameter.type.distinctName, parameter.type.locator)
         .run();
   }
 }
@@ -294,25 +247,15 @@ void eraseProcedure(sqlite3* database, const Procedure& procedure) {
   for (std::string_view sql :
        {R"(DELETE FROM "SYSNTQ.PROCEDURES" WHERE SCHEMA=? AND SPECIFIC=?)",
         R"(DELETE FROM "SYSNTQ.PARAMETERS" WHERE SCHEMA=? AND SPECIFIC=?)"}) {
-    Command(database, sql).bind(procedure.schema).bind(procedure.specific).run();
+    Command(database, sql).bind(procedure.schema, procedure.specific).run();
   }
 }
 
 void recordFunction(sqlite3* database, const Function& function) {
   Command(database, R"(INSERT INTO "SYSNTQ.FUNCTIONS" VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?))")
-      .bind(function.schema)
-      .bind(function.name)
-      .bind(function.specific)
-      .bind(static_cast<int64_t>(function.kind))
-      .bind(function.library)
-      .bind(function.entry)
-      .bind(int64_t{function.scratchpad})
-      .bind(int64_t{function.finalCall})
-      .bind(int64_t{function.dbInfo})
-      .bind(int64_t{function.deterministic})
-      .bind(int64_t{function.nullCall})
-      .bind(function.sourceSchema)
-      .bind(function.sourceName)
+      .bind(function.schema, function.name, function.specific, function.kind, function.library,
+            function.entry, function.scratchpad, function.finalCall, function.dbInfo,
+            function.deterministic, function.nullCall, function.sourceSchema, function.sourceName)
       .run();
   recordGeneration(database, Aged::Function, function.schema, function.specific);
   using Role = FunctionTypeRole;
@@ -335,7 +278,7 @@ void eraseFunction(sqlite3* database, const Function& function) {
   for (std::string_view sql :
        {R"(DELETE FROM "SYSNTQ.FUNCTIONS" WHERE SCHEMA=? AND SPECIFIC=?)",
         R"(DELETE FROM "SYSNTQ.FUNCTIONTYPES" WHERE SCHEMA=? AND SPECIFIC=?)"}) {
-    Command(database, sql).bind(function.schema).bind(function.specific).run();
+    Command(database, sql).bind(function.schema, function.specific).run();
   }
   eraseGeneration(database, Aged::Function, function.schema, function.specific);
 }
@@ -343,17 +286,14 @@ void eraseFunction(sqlite3* database, const Function& function) {
 void recordPackage(sqlite3* database, const Package& package,
                    const std::vector<PackageSection>& sections) {
   Command(database, R"(DELETE FROM "SYSNTQ.SECTIONS" WHERE QUALIFIER=? AND PACKAGE=?)")
-      .bind(package.qualifier)
-      .bind(package.name)
+      .bind(package.qualifier, package.name)
       .run();
   Command(database, R"(INSERT OR REPLACE INTO "SYSNTQ.PACKAGES" VALUES(?,?,?))")
-      .bind(package.qualifier)
-      .bind(package.name)
-      .bind(package.token)
+      .bind(package.qualifier, package.name, package.token)
       .run();
   Command insert(database, R"(INSERT OR REPLACE INTO "SYSNTQ.SECTIONS" VALUES(?,?,?,?))");
   for (const PackageSection& section : sections) {
-    insert.bind(package.qualifier).bind(package.name).bind(section.name).bind(section.text).run();
+    insert.bind(package.qualifier, package.name, section.name, section.text).run();
   }
 }
 

@@ -6,8 +6,10 @@
 #include <algorithm>
 
 #include "server/engine/sqlite/catalog/catalog_store.h"
+#include "server/engine/sqlite/catalog/index_definition.h"
 #include "server/engine/sqlite/connection/sql_text.h"
 #include "server/engine/sqlite/render/renderer.h"
+#include "server/values/utf8_text.h"
 
 namespace orv::sqlite {
 namespace {
@@ -279,18 +281,13 @@ void TableDefinition::addStoredColumn(const Column& column) {
 
 void TableDefinition::addUniqueIndex(const Key& key, char kind) {
   auto taken = takenNames(database_);
-  SqlText sql;
-  sql << "CREATE UNIQUE INDEX " << Name{uniqueStoredName(key.name, taken)} << " ON "
-      << Name{table_.storedName} << "(";
-  Comma comma;
+  Index index;
+  index.storedName = uniqueStoredName(key.name, taken);
+  index.unique = true;
   for (int column : key.columns) {
-    sql << comma << Name{table_.columns[static_cast<size_t>(column)].storedName};
+    index.columns.emplace_back(table_.columns[static_cast<size_t>(column)].name, false);
   }
-  sql << ")";
-  ConstraintReader repeated = [this](int, std::string_view) {
-    return SqlError(-673, {table_.schema + "." + table_.name});
-  };
-  executeChecked(database_, sql.text(), repeated);
+  createStoredIndex(database_, index, table_);
   recordKey(database_, table_, kind, key);
 }
 
@@ -338,9 +335,7 @@ void TableDefinition::drop() {
       if (catalog_.findTable(key.parentSchema, key.parentTable) == &table) detachChild(*child, key);
     }
   }
-  SqlText sql;
-  sql << "DROP TABLE " << Name{table.storedName};
-  execute(database_, sql.text());
+  execute(database_, dropText({"TABLE"}, table.storedName));
   eraseTable(database_, table);
 }
 

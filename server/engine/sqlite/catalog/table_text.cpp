@@ -90,8 +90,7 @@ class SchemaAccess {
   // Also makes every connection, this one included, read the definitions again.
   void write(std::string_view storedTable, const std::string& sql) {
     Command(database_, "UPDATE sqlite_schema SET sql=? WHERE type='table' AND name=?")
-        .bind(sql)
-        .bind(storedTable)
+        .bind(sql, storedTable)
         .run();
     Command version(database_, "PRAGMA schema_version");
     int64_t number = version.step() ? version.integer(0) : 0;

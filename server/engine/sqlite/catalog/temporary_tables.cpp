@@ -6,6 +6,7 @@
 #include "server/engine/sqlite/catalog/index_definition.h"
 #include "server/engine/sqlite/catalog/table_definition.h"
 #include "server/engine/sqlite/connection/sql_text.h"
+#include "server/values/utf8_text.h"
 
 namespace orv::sqlite {
 namespace {
@@ -13,12 +14,6 @@ namespace {
 // SQLite looks into the temporary database first. This beginning, which no table of the catalog
 // has, keeps declared tables from hiding stored ones.
 constexpr std::string_view kStoredPrefix = "SYSNTQ.SESSION.";
-
-void drop(sqlite3* database, std::string_view object, std::string_view storedName) {
-  SqlText sql;
-  sql << "DROP " << Verbatim{object} << " " << Name{storedName};
-  execute(database, sql.text());
-}
 
 }  // namespace
 
@@ -42,19 +37,20 @@ void TemporaryTables::apply(const CatalogData& catalog, const std::string& curre
     case StatementKind::DeclareTable:
       return declare(catalog, currentSchema, statement);
     case StatementKind::DropTable:
-      return drop(database_, "TABLE", statement.table->storedName);
+      return execute(database_, dropText({"TABLE"}, statement.table->storedName));
     case StatementKind::CreateIndex:
       return createIndex(statement);
     default: {
       const QualifiedName& name = statement.name;
-      drop(database_, "INDEX", catalog.findIndex(name.resolvedSchema, name.name)->storedName);
+      execute(database_,
+              dropText({"INDEX"}, catalog.findIndex(name.resolvedSchema, name.name)->storedName));
     }
   }
 }
 
 void TemporaryTables::declare(const CatalogData& catalog, const std::string& currentSchema,
                               const Statement& statement) {
-  if (statement.table) drop(database_, "TABLE", statement.table->storedName);
+  if (statement.table) execute(database_, dropText({"TABLE"}, statement.table->storedName));
   TableDefinition definition(database_, catalog, currentSchema, statement);
   Table table = definition.declare(newStoredName(statement.name.name));
   std::string storedName = table.storedName;

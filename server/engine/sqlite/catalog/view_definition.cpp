@@ -63,9 +63,7 @@ void createView(sqlite3* database, const CatalogData& catalog, const std::string
 }
 
 void dropView(sqlite3* database, const Table& view) {
-  SqlText sql;
-  sql << "DROP VIEW " << Name{view.storedName};
-  execute(database, sql.text());
+  execute(database, dropText({"VIEW"}, view.storedName));
   eraseTable(database, view);
   eraseView(database, view);
 }

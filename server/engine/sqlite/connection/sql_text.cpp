@@ -42,4 +42,10 @@ SqlText& SqlText::operator<<(int64_t number) {
   return *this;
 }
 
+std::string dropText(Verbatim kind, std::string_view name) {
+  SqlText sql;
+  sql << "DROP " << kind << " " << Name{name};
+  return sql.take();
+}
+
 }  // namespace orv::sqlite

@@ -49,6 +49,9 @@ class SqlText {
   std::string text_;
 };
 
+// DROP TABLE and the like.
+std::string dropText(Verbatim kind, std::string_view name);
+
 // Writes nothing the first time and a comma every other time.
 class Comma {
  public:

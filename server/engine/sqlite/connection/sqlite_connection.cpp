@@ -140,29 +140,22 @@ int stepOrWait(sqlite3_stmt* statement) {
   return rc;
 }
 
-Command::Command(sqlite3* database, std::string_view sql) : database_(database) {
+StatementHandle prepareStatement(sqlite3* database, std::string_view sql, unsigned flags) {
   sqlite3_stmt* statement = nullptr;
-  int rc = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()), 0, &statement,
-                              nullptr);
-  statement_.reset(statement);
+  const int rc = sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()), flags,
+                                    &statement, nullptr);
   if (rc != SQLITE_OK) throw failure(database, rc);
+  return StatementHandle(statement);
 }
 
-Command& Command::bind(std::string_view text) {
+void Command::bindText(std::string_view text) {
   const int rc = sqlite3_bind_text(statement_.get(), ++bound_, text.empty() ? "" : text.data(),
                                    static_cast<int>(text.size()), SQLITE_TRANSIENT);
   if (rc != SQLITE_OK) throw failure(database_, rc);
-  return *this;
 }
 
-Command& Command::bind(int64_t number) {
+void Command::bindNumber(int64_t number) {
   sqlite3_bind_int64(statement_.get(), ++bound_, number);
-  return *this;
-}
-
-Command& Command::bindNull() {
-  sqlite3_bind_null(statement_.get(), ++bound_);
-  return *this;
 }
 
 bool Command::step(const ConstraintReader* constraints) {

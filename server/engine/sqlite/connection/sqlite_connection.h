@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "server/values/sql_error.h"
@@ -35,15 +36,26 @@ SqlError failure(sqlite3* database, int rc, const ConstraintReader* constraints 
 // SQLITE_BUSY_SNAPSHOT, when what was read has changed since, comes at once: no wait would end it.
 int stepOrWait(sqlite3_stmt* statement);
 
+struct Finalize {
+  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using StatementHandle = std::unique_ptr<sqlite3_stmt, Finalize>;
+// `flags`: of sqlite3_prepare_v3().
+StatementHandle prepareStatement(sqlite3* database, std::string_view sql, unsigned flags = 0);
+
 // A prepared statement of the engine's own: catalog queries, DDL, savepoints. Values are bound in
 // order from 1.
 class Command {
  public:
-  Command(sqlite3* database, std::string_view sql);
+  Command(sqlite3* database, std::string_view sql)
+      : database_(database), statement_(prepareStatement(database, sql)) {}
 
-  Command& bind(std::string_view text);
-  Command& bind(int64_t number);
-  Command& bindNull();
+  // Texts, single letters as texts, and whatever else is a number.
+  template <class... Values>
+  Command& bind(const Values&... values) {
+    (bindOne(values), ...);
+    return *this;
+  }
   // True while there is a row. Throws on failure, the statement being reset.
   bool step(const ConstraintReader* constraints = nullptr);
   void run(const ConstraintReader* constraints = nullptr);
@@ -56,11 +68,21 @@ class Command {
   sqlite3_value* value(int column) const { return sqlite3_column_value(statement_.get(), column); }
 
  private:
-  struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-  };
+  template <class Value>
+  void bindOne(const Value& value) {
+    if constexpr (std::is_convertible_v<const Value&, std::string_view>) {
+      bindText(value);
+    } else if constexpr (std::is_same_v<Value, char>) {
+      bindText({&value, 1});
+    } else {
+      bindNumber(static_cast<int64_t>(value));
+    }
+  }
+  void bindText(std::string_view text);
+  void bindNumber(int64_t number);
+
   sqlite3* database_;
-  std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+  StatementHandle statement_;
   int bound_ = 0;
 };
 

@@ -6,6 +6,7 @@
 #include "server/engine/sqlite/render/renderer.h"
 #include "server/syntax/tree_walk.h"
 #include "server/values/sql_error.h"
+#include "server/values/utf8_text.h"
 
 namespace orv::sqlite {
 bool isBareValues(const Query& q) {

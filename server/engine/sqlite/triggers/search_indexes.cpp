@@ -82,7 +82,7 @@ std::map<Search, std::string> presentIndexes(sqlite3* database) {
   Command rows(database, R"(SELECT m.name, m.tbl_name, i.name
                             FROM sqlite_schema m, pragma_index_info(m.name) i
                             WHERE m.type='index' AND substr(m.name,1,?)=?)");
-  rows.bind(static_cast<int64_t>(kNames.size())).bind(kNames);
+  rows.bind(kNames.size(), kNames);
   while (rows.step()) indexes[{rows.text(1), rows.text(2)}] = rows.text(0);
   return indexes;
 }
@@ -91,12 +91,6 @@ void createIndex(sqlite3* database, const std::string& name, const Search& searc
   SqlText sql;
   sql << "CREATE INDEX " << Name{name} << " ON " << Name{search.table} << "(" << Name{search.column}
       << ")";
-  execute(database, sql.text());
-}
-
-void dropIndex(sqlite3* database, const std::string& name) {
-  SqlText sql;
-  sql << "DROP INDEX " << Name{name};
   execute(database, sql.text());
 }
 
@@ -125,7 +119,7 @@ void keepSearchIndexes(sqlite3* database, const CatalogData& data, const Catalog
     if (wanted.contains(search)) {
       taken.insert(name);
     } else {
-      dropIndex(database, name);
+      execute(database, dropText({"INDEX"}, name));
     }
   }
   int number = 1;

@@ -14,6 +14,9 @@
 namespace orv::sqlite {
 namespace {
 
+// Nothing is stored of one that only sets columns.
+constexpr Verbatim kTrigger{"TRIGGER IF EXISTS"};
+
 struct StoredTrigger {
   std::string name;
   std::string text;
@@ -24,15 +27,9 @@ std::string storedText(sqlite3* database, const std::string& name) {
   return command.bind(name).step() ? command.text(0) : std::string();
 }
 
-void dropStored(sqlite3* database, const std::string& name) {
-  SqlText sql;
-  sql << "DROP TRIGGER IF EXISTS " << Name{name};
-  execute(database, sql.text());
-}
-
 // The triggers of one table, time and event, in the order in which they fire.
 void storeGroup(sqlite3* database, const std::vector<StoredTrigger>& group) {
-  for (const StoredTrigger& trigger : group) dropStored(database, trigger.name);
+  for (const StoredTrigger& trigger : group) execute(database, dropText(kTrigger, trigger.name));
   for (auto trigger = group.rbegin(); trigger != group.rend(); ++trigger) {
     if (!trigger->text.empty()) execute(database, trigger->text);
   }
@@ -92,7 +89,7 @@ void createTrigger(sqlite3* database, const CatalogData& catalog, const std::str
 }
 
 void dropTrigger(sqlite3* database, const Trigger& trigger) {
-  dropStored(database, trigger.storedName);
+  execute(database, dropText(kTrigger, trigger.storedName));
   eraseTrigger(database, trigger);
 }
 
