@@ -28,6 +28,9 @@ struct QrkOutbuf {
 
 int qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t maxSize,
                   int32_t loctype, int* errCode, char* msg, int fileFallback);
+// The same, which throws.
+void qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t maxSize,
+                   int32_t loctype, bool fileFallback);
 // Writes exactly `allocsize` bytes of `data` into a freshly acquired buffer.
 int qrkFillBuffer(QrkStruct* ctx, QrkOutbuf* buf, const char* data, int* errCode, char* sqlState);
 int qrkBufAppend(QrkStruct* ctx, QrkOutbuf* buf, const char* text);

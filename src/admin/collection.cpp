@@ -16,6 +16,7 @@
 #include "src/dad/dad_settings.h"
 #include "src/dad/mapping_model.h"
 #include "src/decompose/target_table.h"
+#include "src/outcome/reported.h"
 #include "src/parser/parser.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/server_statements.h"
@@ -41,24 +42,22 @@ constexpr ProcedureInfo kDisable{Msg::QRKA066I, 2, 2, true};
 // One collection that is being enabled: the steps share its DAD and its model.
 class Enabling {
  public:
-  Enabling(Call& call, const char* name)
-      : ctx_(&call.ctx), msg_(call.msg), name_(name), dad_(&call.ctx) {}
+  Enabling(Call& call, const char* name) : ctx_(&call.ctx), name_(name), dad_(&call.ctx) {}
   ~Enabling() { qrkFreeRel(ctx_, &rel_); }
   Enabling(const Enabling&) = delete;
   Enabling& operator=(const Enabling&) = delete;
 
+  // Returns 0, with the message of success.
   int run(Call& call, const clob& dadBuf, char* tableSpace);
 
  private:
-  int parse(Call& call, const clob& dadBuf);
+  void parse(Call& call, const clob& dadBuf);
   bool usesSqlMapping() const;
-  int buildModel();
-  int prepareTables(char* tableSpace);
-  int record();
-  Report report() const { return {ctx_, msg_}; }
+  void buildModel();
+  void prepareTables(char* tableSpace);
+  void record();
 
   QrkStruct* ctx_;
-  char* msg_;
   const char* name_;
   OutBuffer dad_;
   DOM_Document document_;
@@ -69,34 +68,28 @@ class Enabling {
 int Enabling::run(Call& call, const clob& dadBuf, char* tableSpace) {
   QRK_TRACE(ctx_, "enter Enable collection.");
   QRK_TRACE(ctx_, "dadlen:%d, tbspacename:%s.", dadBuf.length, tableSpace);
-  if (std::strlen(name_) > kMaxCollectionName) return fail(report(), Msg::QRKQ032E);
-  if (int code = requireUsageTable(report())) return code;
-  if (int code = parse(call, dadBuf)) return code;
-  if (int code = readDadSettings(ctx_, document_, kNoSettingLimits, settings_, msg_)) return code;
+  if (std::strlen(name_) > kMaxCollectionName) throw Failure(Msg::QRKQ032E);
+  requireUsageTable(ctx_);
+  parse(call, dadBuf);
+  Reported said(ctx_);
+  said.require(readDadSettings(ctx_, document_, kNoSettingLimits, settings_, said.msg));
   const bool sqlMapping = usesSqlMapping();
-  if (!sqlMapping) {
-    if (int code = buildModel()) return code;
-  }
-  if (!settings_.hasValidation) return fail(report(), Msg::QRKA056E, "(NULL)");
-  if (!sqlMapping) {
-    if (int code = prepareTables(tableSpace)) return code;
-  }
-  if (int code = record()) return code;
+  if (!sqlMapping) buildModel();
+  if (!settings_.hasValidation) throw Failure(Msg::QRKA056E, "(NULL)");
+  if (!sqlMapping) prepareTables(tableSpace);
+  record();
   if (settings_.hasSchema && settings_.validate) {
     warnOfUnusableSchema(ctx_, settings_.schemaLocation);
   }
-  return orvxml::report(report(), Msg::QRKA067I, name_);
+  return report(call.report(), Msg::QRKA067I, name_);
 }
 
-int Enabling::parse(Call& call, const clob& dadBuf) {
-  if (int code = fillBuffer(call, dad_, dadBuf.data, dadBuf.length)) return code;
-  char* const content = qrkBufGetContent(ctx_, dad_.get());
-  if (!content) return failInternal(report(), kModule, __LINE__);
+void Enabling::parse(Call& call, const clob& dadBuf) {
+  takeInto(call, dad_, dadBuf.data, dadBuf.length);
+  const char* const content = qrkBufGetContent(ctx_, dad_.get());
+  if (!content) throw Failure::internal();
   const bool samePages = ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage;
-  const int rc =
-      qrkDOM(ctx_, content, samePages ? 1 : 0, dad_->loctype, document_, call.sqlState, call.msg);
-  QRK_TRACE(ctx_, "called qrkDOM(), rc = %d", rc);
-  return std::min(parseCode(ctx_, rc, call.sqlState), 0);
+  document_ = qrkDOM(ctx_, content, samePages ? 1 : 0, dad_->loctype);
 }
 
 bool Enabling::usesSqlMapping() const {
@@ -110,42 +103,36 @@ bool Enabling::usesSqlMapping() const {
   return count > 0;
 }
 
-int Enabling::buildModel() {
-  *msg_ = '\0';
-  int code = 0;
-  const int rc =
-      qrkSetRel(ctx_, &rel_, document_.getDocumentElement(), kForDecomposition, &code, msg_);
-  const int failure = mappingOutcome(report(), rc, code);
-  if (failure != 0) QRK_TRACE(ctx_, "qrkEnableCollection(), qrkSetRel fail rc:%d", rc);
-  return failure;
+void Enabling::buildModel() {
+  Reported said(ctx_);
+  const int rc = qrkSetRel(ctx_, &rel_, document_.getDocumentElement(), kForDecomposition,
+                           &said.code, said.msg);
+  said.require(mappingOutcome({ctx_, said.msg}, rc, said.code));
 }
 
-int Enabling::prepareTables(char* tableSpace) {
+void Enabling::prepareTables(char* tableSpace) {
   const DOM_Element top = document_.getDocumentElement().firstDescendant(u"element_node");
-  if (top.isNull()) return fail(report(), Msg::QRKQ000E, "element_node");
-  *msg_ = '\0';
-  int code = 0;
-  const int rc = qrkProcRel(ctx_, &rel_, top, kForDecomposition, nullptr, &code, msg_);
-  if (int failure = mappingOutcome(report(), rc, code)) {
-    QRK_TRACE(ctx_, "qrkEnableCollection(), qrkProcRel fail rc:%d", rc);
-    return failure;
-  }
-  const int prepared = prepare_tables(ctx_, &rel_, tableSpace, msg_);
-  if (prepared < 0) {
-    QRK_TRACE(ctx_, "qrkEnableCollection(), prepare_tables fail rc:%d", prepared);
-    return prepared;
-  }
-  return 0;
+  if (top.isNull()) throw Failure(Msg::QRKQ000E, "element_node");
+  Reported said(ctx_);
+  const int rc = qrkProcRel(ctx_, &rel_, top, kForDecomposition, nullptr, &said.code, said.msg);
+  said.require(mappingOutcome({ctx_, said.msg}, rc, said.code));
+  said.code = 0;
+  said.require(std::min(prepare_tables(ctx_, &rel_, tableSpace, said.msg), 0));
 }
 
-int Enabling::record() {
+void Enabling::record() {
   std::string dtdid;
-  if (!toDatabase(ctx_, settings_.dtdid, dtdid)) return fail(report(), Msg::QRKA010E, "");
+  if (!toDatabase(ctx_, settings_.dtdid, dtdid)) throw Failure(Msg::QRKA010E, "");
   QRK_TRACE(ctx_, "Insert a row into xml_usage.");
-  int code = 0;
-  return qrkInsertXMLUsageBuf(ctx_, "QRK_COLL", "QRK_COLLECTION", name_, dtdid.c_str(),
-                              dtdid.empty() ? short{-1} : short{0}, dad_.get(), kCollectionAccess,
-                              settings_.validate ? 1 : 0, nullptr, -1, "0  ", &code, msg_);
+  qrkInsertXMLUsageBuf(ctx_, {.schema = "QRK_COLL",
+                              .table = "QRK_COLLECTION",
+                              .column = name_,
+                              .dtdid = dtdid.empty() ? nullptr : dtdid.c_str(),
+                              .dad = dad_.get(),
+                              .accessMode = kCollectionAccess,
+                              .validation = settings_.validate ? 1 : 0,
+                              .defaultView = nullptr,
+                              .suffix = "0  "});
 }
 
 // A CLOB as the list forms take it, with a terminator behind its text.
@@ -157,18 +144,15 @@ std::vector<char> clobOf(const char* data, int32_t length) {
 }
 
 int enableFromDescriptor(Call& call, sqlda* da) {
-  std::string dbName, name, tableSpace;
-  if (int code = takeText(call, da, 0, dbName)) return code;
-  if (int code = takeText(call, da, 1, name)) return code;
-  if (isNull(da->sqlvar[2])) return fail(call, Msg::QRKG004E);
-  if (name.size() > kMaxCollectionName) return fail(call, Msg::QRKQ032E);
-  char* data = nullptr;
-  int length = 0;
+  std::string dbName = takeText(call, da, 0);
+  std::string name = takeText(call, da, 1);
+  if (isNull(da->sqlvar[2])) throw Failure(Msg::QRKG004E);
+  if (name.size() > kMaxCollectionName) throw Failure(Msg::QRKQ032E);
+  const DescriptorText mapping = takeBytes(call, da, 2);
+  if (mapping.length < 0) throw Failure(Msg::QRKG004E);
+  std::string tableSpace = takeOptionalText(call, da, 3);
   int code = 0;
-  if (qrkGetStProcParam(&call.ctx, da, 2, &data, &length, &code, call.msg) != 0) return code;
-  if (length < 0) return fail(call, Msg::QRKG004E);
-  if (int rc = takeOptionalText(call, da, 3, tableSpace)) return rc;
-  std::vector<char> dad = clobOf(data, length);
+  std::vector<char> dad = clobOf(mapping.data, mapping.length);
   short in[4] = {}, codeInd = 0, msgInd = 0;
   return qrkEnableColl_STP(dbName.data(), name.data(), reinterpret_cast<clob*>(dad.data()),
                            tableSpace.data(), &code, call.msg, &in[0], &in[1], &in[2], &in[3],
@@ -188,30 +172,30 @@ sqlca deleteUsage(const char* name) {
   return area;
 }
 
-int disable(const Report& report, const char* name) {
-  QRK_TRACE(report.ctx, "Enter Disable collection.");
-  if (int code = requireUsageTable(report)) return code;
-  if (std::strlen(name) > kMaxNameParameter) return fail(report, Msg::QRKQ028E, name);
+int disable(Call& call, const char* name) {
+  QrkStruct* const ctx = &call.ctx;
+  QRK_TRACE(ctx, "Enter Disable collection.");
+  requireUsageTable(ctx);
+  if (std::strlen(name) > kMaxNameParameter) throw Failure(Msg::QRKQ028E, name);
   const sqlca area = deleteUsage(name);
   if (area.sqlcode == kNoRow || isValueTooLong(area)) {
-    QRK_TRACE(report.ctx, "There is no such collection name in %s. ", kUsageTable);
-    return fail(report, Msg::QRKQ028E, name);
+    QRK_TRACE(ctx, "There is no such collection name in %s. ", kUsageTable);
+    throw Failure(Msg::QRKQ028E, name);
   }
   if (area.sqlcode == kPackageNotBound) {
-    QRK_TRACE(report.ctx, "Database not bound missing package(s)...");
-    return failDb(report, area, Msg::QRKA073E);
+    QRK_TRACE(ctx, "Database not bound missing package(s)...");
+    throw Failure::ofServer(area, Msg::QRKA073E);
   }
   if (area.sqlcode != 0) {
-    QRK_TRACE(report.ctx, "Error occured while deleting row from xml_usage");
-    return failInternal(report, kModule, kDeleteLine);
+    QRK_TRACE(ctx, "Error occured while deleting row from xml_usage");
+    throw Failure(Msg::QRKG001E, buildStamp(), kModule, kDeleteLine);
   }
-  return orvxml::report(report, Msg::QRKA066I, name);
+  return report(call.report(), Msg::QRKA066I, name);
 }
 
 int disableFromDescriptor(Call& call, sqlda* da) {
-  std::string dbName, name;
-  if (int code = takeText(call, da, 0, dbName)) return code;
-  if (int code = takeText(call, da, 1, name)) return code;
+  std::string dbName = takeText(call, da, 0);
+  std::string name = takeText(call, da, 1);
   int code = 0;
   short in[2] = {}, codeInd = 0, msgInd = 0;
   return qrkDisableColl_STP(dbName.data(), name.data(), &code, call.msg, &in[0], &in[1], &codeInd,
@@ -259,7 +243,7 @@ int qrkDisableColl_STP(char* dbName, char* collectionName, int* returnCode, char
   const Outputs outputs{returnCode, returnMsg, returnCodeInd, returnMsgInd};
   return listProcedure(kDisable, outputs, [&](Call& call) {
     if (absent) return fail(call, Msg::QRKG004E);
-    return disable(Report{&call.ctx, call.msg}, collectionName);
+    return disable(call, collectionName);
   });
 }
 }

@@ -29,46 +29,37 @@ struct DescriptorColumn {
 };
 
 // The parameters that both procedures begin with.
-int takeColumn(Call& call, sqlda* da, DescriptorColumn& taken) {
-  int code = takeText(call, da, 0, taken.database);
+DescriptorColumn takeColumn(Call& call, sqlda* da) {
+  DescriptorColumn taken;
+  taken.database = takeText(call, da, 0);
   QRK_TRACE(&call.ctx, "dbName_ptr:%s, len:%d, rc:%d", taken.database.c_str(),
-            static_cast<int>(taken.database.size()), code);
-  if (code != 0) return code;
-  code = takeText(call, da, 1, taken.table);
+            static_cast<int>(taken.database.size()), 0);
+  taken.table = takeText(call, da, 1);
   QRK_TRACE(&call.ctx, "tabName_ptr:%s, len:%d, rc:%d", taken.table.c_str(),
-            static_cast<int>(taken.table.size()), code);
-  if (code != 0) return code;
-  code = takeText(call, da, 2, taken.column);
+            static_cast<int>(taken.table.size()), 0);
+  taken.column = takeText(call, da, 2);
   QRK_TRACE(&call.ctx, "colName_ptr:%s, len:%d, rc:%d", taken.column.c_str(),
-            static_cast<int>(taken.column.size()), code);
-  return code;
+            static_cast<int>(taken.column.size()), 0);
+  return taken;
 }
 
 int enableFromDescriptor(Call& call, sqlda* da) {
-  DescriptorColumn taken;
-  if (int code = takeColumn(call, da, taken)) return code;
-  char* mapping = nullptr;
-  int mappingLength = 0;
-  int code = 0;
-  if (qrkGetStProcParam(&call.ctx, da, 3, &mapping, &mappingLength, &code, call.msg)) return code;
-  QRK_TRACE(&call.ctx, "dad length:%d", mappingLength);
-  std::string tableSpace, defaultView, rootID;
-  code = takeOptionalText(call, da, 4, tableSpace);
-  QRK_TRACE(&call.ctx, "tbslen:%d, rc:%d", static_cast<int>(tableSpace.size()), code);
-  if (code != 0) return code;
-  code = takeOptionalText(call, da, 5, defaultView);
-  QRK_TRACE(&call.ctx, "defaultv len:%d, rc:%d", static_cast<int>(defaultView.size()), code);
-  if (code != 0) return code;
-  code = takeOptionalText(call, da, 6, rootID);
-  QRK_TRACE(&call.ctx, "rootid len:%d, rc:%d", static_cast<int>(rootID.size()), code);
-  if (code != 0) return code;
-  return enableColumn(call, {taken.table.c_str(), taken.column.c_str(), mapping, mappingLength,
-                             tableSpace.c_str(), defaultView.c_str(), rootID.c_str()});
+  const DescriptorColumn taken = takeColumn(call, da);
+  const DescriptorText mapping = takeBytes(call, da, 3);
+  QRK_TRACE(&call.ctx, "dad length:%d", mapping.length);
+  const std::string tableSpace = takeOptionalText(call, da, 4);
+  QRK_TRACE(&call.ctx, "tbslen:%d, rc:%d", static_cast<int>(tableSpace.size()), 0);
+  const std::string defaultView = takeOptionalText(call, da, 5);
+  QRK_TRACE(&call.ctx, "defaultv len:%d, rc:%d", static_cast<int>(defaultView.size()), 0);
+  const std::string rootID = takeOptionalText(call, da, 6);
+  QRK_TRACE(&call.ctx, "rootid len:%d, rc:%d", static_cast<int>(rootID.size()), 0);
+  return enableColumn(call,
+                      {taken.table.c_str(), taken.column.c_str(), mapping.data, mapping.length,
+                       tableSpace.c_str(), defaultView.c_str(), rootID.c_str()});
 }
 
 int disableFromDescriptor(Call& call, sqlda* da) {
-  DescriptorColumn taken;
-  if (int code = takeColumn(call, da, taken)) return code;
+  const DescriptorColumn taken = takeColumn(call, da);
   return disableColumn(call, taken.table.c_str(), taken.column.c_str());
 }
 

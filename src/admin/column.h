@@ -1,5 +1,5 @@
 // A column of documents is enabled and disabled, inside the caller's unit of work. Nothing is
-// undone after a failure. Both return 0, with the message of success, or the code of the message.
+// undone after a failure. Both return 0, with the message of success.
 #pragma once
 
 #include "src/call/procedure_frame.h"

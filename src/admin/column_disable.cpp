@@ -11,6 +11,7 @@
 #include "src/admin/column_steps.h"
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
+#include "src/outcome/reported.h"
 #include "src/server_access/locator_owner.h"
 #include "src/server_access/locators.h"
 #include "src/server_access/server_statements.h"
@@ -54,27 +55,23 @@ class DisableColumn {
   int run();
 
  private:
-  // The steps, in their order. Each returns 0 or the code of the message.
-  int findColumn();
-  int fetchUsage();
-  int dropView();
-  int takeModel();
-  int dropTriggers();
-  int resetRootIds();
-  int dropRootIdTrigger();
-  int dropSideTables();
-  int releaseDtd();
-  int deleteUsage();
+  // The steps, in their order.
+  void findColumn();
+  void fetchUsage();
+  void dropView() const;
+  void takeModel();
+  void dropTriggers() const;
+  void resetRootIds();
+  void dropRootIdTrigger();
+  void dropSideTables() const;
+  void releaseDtd() const;
+  void deleteUsage() const;
 
-  int dropTrigger(char letter, Msg failure);
-  int findRootIds(std::string& rootids);
-  int requireOwn(const side_table& sideTable, const std::string& rootids);
-  int countRootIds(int32_t& count);
+  void dropTrigger(char letter, Msg failure) const;
+  std::string rootIds() const;
+  void requireOwn(const side_table& sideTable, const std::string& rootids) const;
+  int32_t countRootIds() const;
   void tellResetValues() const;
-  int fail(Msg message) { return orvxml::fail(call_, message); }
-  int failStatement(const sqlca& area, Msg message, const char* argument = "") {
-    return failDb(call_.report(), area, message, argument);
-  }
   orv::esql::HostVariable schema() const { return textInput(names_.schema.c_str()); }
   orv::esql::HostVariable table() const { return textInput(names_.table.c_str()); }
   orv::esql::HostVariable column() const { return textInput(names_.column.c_str()); }
@@ -98,107 +95,108 @@ class DisableColumn {
 
 int DisableColumn::run() {
   QRK_TRACE(ctx_, "entered.");
-  if (int code = findColumn()) return code;
-  if (int code = fetchUsage()) return code;
-  if (int code = dropView()) return code;
-  if (int code = takeModel()) return code;
-  if (int code = dropTriggers()) return code;
-  if (int code = resetRootIds()) return code;
-  if (int code = dropRootIdTrigger()) return code;
-  if (int code = dropSideTables()) return code;
-  if (int code = releaseDtd()) return code;
-  if (int code = deleteUsage()) return code;
+  findColumn();
+  fetchUsage();
+  dropView();
+  takeModel();
+  dropTriggers();
+  resetRootIds();
+  dropRootIdTrigger();
+  dropSideTables();
+  releaseDtd();
+  deleteUsage();
   return report(call_.report(), Msg::QRKA034I, columnName_);
 }
 
-int DisableColumn::findColumn() {
-  if (std::strlen(columnName_) > kMaxColumnName) return fail(Msg::QRKQ032E);
-  if (int code = requireUsageTable(call_.report())) return code;
-  if (int code = splitTableName(call_.report(), tableName_, names_)) return code;
+void DisableColumn::findColumn() {
+  if (std::strlen(columnName_) > kMaxColumnName) throw Failure(Msg::QRKQ032E);
+  requireUsageTable(ctx_);
+  splitTableName(ctx_, tableName_, names_);
   QRK_TRACE(ctx_, "tabname :%s,schema_name:%s", names_.table.c_str(), names_.schema.c_str());
-  return parseColumnName(call_.report(), tableName_, columnName_, names_);
+  names_.column = parseColumnName(ctx_, tableName_, columnName_);
 }
 
-int DisableColumn::fetchUsage() {
+void DisableColumn::fetchUsage() {
   UsageText column, view, dtdid, suffix;
   int16_t dadIndicator = 0;
   const sqlca area =
       fetchRow(kUsageQuery, {schema(), table(), this->column()},
                {column.output(), orv::esql::clobLocatorVariable(dad_.address(), &dadIndicator),
                 view.output(), dtdid.output(), suffix.output()});
-  if (area.sqlcode < 0) return failStatement(area, Msg::QRKA024E);
-  if (area.sqlcode == kNoRow || column.isNull()) return fail(Msg::QRKA018E);
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA024E);
+  if (area.sqlcode == kNoRow || column.isNull()) throw Failure(Msg::QRKA018E);
   if (suffix.isNull()) {
     QRK_TRACE(ctx_, " trigger_suffix is null");
-    return fail(Msg::QRKA024E);
+    throw Failure(Msg::QRKA024E);
   }
   defaultView_ = view.value();
   dtdid_ = dtdid.value();
   suffix_ = suffix.value();
-  return 0;
 }
 
-int DisableColumn::dropView() {
-  if (defaultView_.empty()) return 0;
+void DisableColumn::dropView() const {
+  if (defaultView_.empty()) return;
   const sqlca area = define("DROP VIEW " + defaultView_);
-  return area.sqlcode == 0 ? 0 : failStatement(area, Msg::QRKA025E, defaultView_.c_str());
+  if (area.sqlcode != 0) throw Failure::ofServer(area, Msg::QRKA025E, defaultView_);
 }
 
-int DisableColumn::takeModel() {
+void DisableColumn::takeModel() {
   OutBuffer buffer(ctx_);
-  const int rc = qrkGetDadFileFromLocator(ctx_, dad_.value(), buffer.get(), call_.msg);
-  dad_.release();
-  if (rc != 0) {
-    QRK_TRACE(ctx_, "qrkGetDadFileFromLocator() failed w/ rc=%d", rc);
-    return orvxml::fail(call_, Msg::QRKC004E, rc);
+  try {
+    qrkGetDataFromLocator(ctx_, dad_.value(), buffer.get());
+  } catch (const Failure&) {
+    QRK_TRACE(ctx_, "qrkGetDadFileFromLocator() failed w/ rc=%d", -1);
+    throw Failure(Msg::QRKC004E, -1);
   }
+  dad_.release();
   const bool samePages = ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage;
+  Reported said(ctx_);
   model_.reset(dad_popu(ctx_, tableName_, names_.column.c_str(), buffer.get(), samePages ? 1 : 0,
-                        call_.msg, call_.sqlState));
-  return model_ ? 0 : fail(Msg::QRKA024E);
+                        said.msg, said.sqlState));
+  if (!model_) throw Failure(Msg::QRKA024E);
 }
 
-int DisableColumn::dropTrigger(char letter, Msg failure) {
+void DisableColumn::dropTrigger(char letter, Msg failure) const {
   const std::string text = "DROP TRIGGER " + nameText(names_.schema) + '.' + letter + suffix_ + ' ';
   const sqlca area = define(text);
-  if (area.sqlcode == 0) return 0;
+  if (area.sqlcode == 0) return;
   QRK_TRACE(ctx_, "Failed in sql statement: %s", text.c_str());
-  return failStatement(area, failure);
+  throw Failure::ofServer(area, failure);
 }
 
-int DisableColumn::dropTriggers() {
-  if (int code = dropTrigger('J', Msg::QRKA028E)) return code;
-  if (int code = dropTrigger('D', Msg::QRKA029E)) return code;
-  if (int code = dropTrigger('U', Msg::QRKA030E)) return code;
-  if (model_->validation != 1) return 0;
-  if (int code = dropTrigger('V', Msg::QRKA051E)) return code;
-  return dropTrigger('W', Msg::QRKA052E);
+void DisableColumn::dropTriggers() const {
+  dropTrigger('J', Msg::QRKA028E);
+  dropTrigger('D', Msg::QRKA029E);
+  dropTrigger('U', Msg::QRKA030E);
+  if (model_->validation != 1) return;
+  dropTrigger('V', Msg::QRKA051E);
+  dropTrigger('W', Msg::QRKA052E);
 }
 
 // How many root ids have to go: none in a table without the column, whose rows are known by a key
 // of their own, and none while the side tables of another column still go by them.
-int DisableColumn::countRootIds(int32_t& count) {
-  int32_t enabled = 0;
+int32_t DisableColumn::countRootIds() const {
+  int32_t enabled = 0, count = 0;
   sqlca area = fetchRow(kOthersQuery, {schema(), table()}, {integerVariable(&enabled)});
-  if (area.sqlcode < 0) return failStatement(area, Msg::QRKA024E);
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA024E);
   if (enabled > 1) return 0;
   area =
       fetchRow("SELECT count(QRKROOT_ID) FROM " + qualifiedTable(), {}, {integerVariable(&count)});
-  if (area.sqlcode >= 0 || area.sqlcode == kNoSuchColumn) return 0;
-  return failStatement(area, Msg::QRKA031E);
+  if (area.sqlcode < 0 && area.sqlcode != kNoSuchColumn) {
+    throw Failure::ofServer(area, Msg::QRKA031E);
+  }
+  return count;
 }
 
-int DisableColumn::resetRootIds() {
-  int32_t count = 0;
-  if (int code = countRootIds(count)) return code;
-  if (count == 0) return 0;
-  resetRootIds_ = count;
-  QRK_TRACE(ctx_, "Before reset QRKROOT_ID count of QRKROOT_ID=%d", count);
+void DisableColumn::resetRootIds() {
+  resetRootIds_ = countRootIds();
+  if (resetRootIds_ == 0) return;
+  QRK_TRACE(ctx_, "Before reset QRKROOT_ID count of QRKROOT_ID=%d", resetRootIds_);
   const sqlca area = define("UPDATE " + qualifiedTable() + " SET QRKROOT_ID=NULL");
-  return area.sqlcode >= 0 ? 0 : failStatement(area, Msg::QRKA031E);
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA031E);
 }
 
-int DisableColumn::dropRootIdTrigger() {
+void DisableColumn::dropRootIdTrigger() {
   char query[kCatalogQuerySize];
   const std::string trigger = 'H' + suffix_;
   int32_t count = 0;
@@ -206,11 +204,10 @@ int DisableColumn::dropRootIdTrigger() {
   QRK_TRACE(ctx_, "Check BIT statement:%s\ntable name:%s;trigger name:%s", query,
             names_.table.c_str(), trigger.c_str());
   const sqlca area = fetchRow(query, {textInput(trigger.c_str())}, {integerVariable(&count)});
-  if (area.sqlcode < 0) return failStatement(area, Msg::QRKA027E);
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA027E);
   generatesRootIds_ = count > 0;
   if (generatesRootIds_) return dropTrigger('H', Msg::QRKA027E);
   if (resetRootIds_ > 0) tellResetValues();
-  return 0;
 }
 
 // The column goes by its name: its values may be the table's own.
@@ -231,33 +228,36 @@ void DisableColumn::tellResetValues() const {
 // The columns by which side tables may belong to the rows, as a list for SQL: the one that a
 // trigger fills, and the table's only key where there is no such trigger; somebody may have dropped
 // it.
-int DisableColumn::findRootIds(std::string& rootids) {
-  rootids = literalText(kRootIdColumn);
-  if (generatesRootIds_) return 0;
+std::string DisableColumn::rootIds() const {
+  std::string rootids = literalText(kRootIdColumn);
+  if (generatesRootIds_) return rootids;
   char column[kColumnSize] = "";
   const sqlca area = fetchRow(
       "SELECT colname FROM syscat.columns WHERE tabschema = ? AND tabname = ? AND keyseq = 1",
       {schema(), table()}, {stringVariable(column, sizeof column)});
-  if (area.sqlcode < 0) return failStatement(area, Msg::QRKA024E);
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA024E);
   if (*column) rootids += ", " + literalText(column);
-  return 0;
+  return rootids;
 }
 
 // The mapping's names mean other tables under another default schema than that of enabling. A table
 // without the root id and the mapped columns is somebody else's; a name that means no table is for
 // the server to refuse.
-int DisableColumn::requireOwn(const side_table& sideTable, const std::string& rootids) {
+void DisableColumn::requireOwn(const side_table& sideTable, const std::string& rootids) const {
+  const auto stranger = [&] { return Failure(Msg::QRKA026E, sideTable.name); };
   ColumnNames names;
-  if (int code = splitTableName(call_.report(), sideTable.name, names)) {
-    return code == codeOf(Msg::QRKA016E) || code == codeOf(Msg::QRKQ031E) ? 0 : code;
+  try {
+    splitTableName(ctx_, sideTable.name, names);
+  } catch (const Failure& failure) {
+    if (failure.is(Msg::QRKA016E) || failure.is(Msg::QRKQ031E)) return;
+    throw;
   }
   int32_t own = 0;
   std::string list;
   for (const side_column* column = sideTable.columns; column; column = column->next) {
-    if (parseColumnName(call_.report(), sideTable.name, column->name, names)) {
-      return orvxml::fail(call_, Msg::QRKA026E, sideTable.name);
-    }
-    list += (own++ > 0 ? ", " : "") + literalText(names.column);
+    char name[kColumnSize];
+    if (qrkParseCol(ctx_, column->name, name, sizeof name) != 0) throw stranger();
+    list += (own++ > 0 ? ", " : "") + literalText(name);
   }
   const auto countOf = [](const std::string& columns) {
     return ", COUNT(CASE WHEN colname IN (" + columns + ") THEN 1 END)";
@@ -268,35 +268,32 @@ int DisableColumn::requireOwn(const side_table& sideTable, const std::string& ro
                    " FROM syscat.columns WHERE tabschema = ? AND tabname = ?",
                {textInput(names.schema.c_str()), textInput(names.table.c_str())},
                {integerVariable(&all), integerVariable(&found), integerVariable(&ids)});
-  if (area.sqlcode < 0) return failStatement(area, Msg::QRKA026E, sideTable.name);
-  const bool isOwn = all == 0 || (found == own && ids > 0);
-  return isOwn ? 0 : orvxml::fail(call_, Msg::QRKA026E, sideTable.name);
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA026E, sideTable.name);
+  if (all != 0 && (found != own || ids == 0)) throw stranger();
 }
 
-int DisableColumn::dropSideTables() {
-  std::string rootids;
-  if (int code = findRootIds(rootids)) return code;
+void DisableColumn::dropSideTables() const {
+  const std::string rootids = rootIds();
   for (const side_table* table = model_->sideTables; table; table = table->next) {
-    if (int code = requireOwn(*table, rootids)) return code;
+    requireOwn(*table, rootids);
     const sqlca area = define(std::string("DROP TABLE ") + table->name);
-    if (area.sqlcode < 0) return failStatement(area, Msg::QRKA026E, table->name);
+    if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA026E, table->name);
   }
-  return 0;
 }
 
-int DisableColumn::releaseDtd() {
-  if (dtdid_.empty()) return 0;
+void DisableColumn::releaseDtd() const {
+  if (dtdid_.empty()) return;
   const sqlca area =
       change("UPDATE orvxml.dtd_ref SET usage_count = usage_count -1 WHERE dtdid = ?",
              {textInput(dtdid_.c_str())});
-  if (area.sqlcode >= 0) return 0;
+  if (area.sqlcode >= 0) return;
   QRK_TRACE(ctx_, "Error in decrementing usage_count, sqlcode=%d", area.sqlcode);
-  return failStatement(area, Msg::QRKA032E);
+  throw Failure::ofServer(area, Msg::QRKA032E);
 }
 
-int DisableColumn::deleteUsage() {
+void DisableColumn::deleteUsage() const {
   const sqlca area = change(kUsageDelete, {schema(), table(), column()});
-  return area.sqlcode >= 0 ? 0 : failStatement(area, Msg::QRKA033E);
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA033E);
 }
 
 }  // namespace

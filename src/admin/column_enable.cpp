@@ -1,10 +1,8 @@
 // A column is enabled: it is checked together with its table and its mapping, then its objects are
 // made one after the other, then it is entered into ORVXML.XML_USAGE.
-#include <new>
 #include <string_view>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/notices.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
 #include "src/admin/column.h"
@@ -14,6 +12,7 @@
 #include "src/admin/schema_warning.h"
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
+#include "src/outcome/reported.h"
 #include "src/parser/parser.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/server_statements.h"
@@ -30,7 +29,7 @@ using orv::esql::stringVariable;
 constexpr int32_t kRootIdLength = 13;
 
 // A column's type as the catalog gives it.
-struct CatalogType {
+struct KeyType {
   char name[kColumnSize] = "";
   int32_t length = 0;
   int32_t scale = 0;
@@ -39,7 +38,7 @@ struct CatalogType {
 };
 
 // The type as a column definition has it.
-std::string definitionOf(const CatalogType& type) {
+std::string definitionOf(const KeyType& type) {
   const auto begins = [&](std::string_view word) { return typeBegins(type.name, word); };
   std::string text = type.name;
   if (begins("varchar") || begins("char") || begins("graphic") || begins("vargraphic")) {
@@ -72,28 +71,29 @@ class EnableColumn {
   int run();
 
  private:
-  // The steps, in their order. Each returns 0 or the code of the message.
-  int checkNames();
-  int checkTable();
-  int takeRootId();
-  int takeModel();
-  int checkModel();
-  int checkDtd();
-  int drawSuffix();
-  int createObjects();
-  int createTriggers();
-  int recordUsage();
+  // The steps, in their order.
+  void checkNames();
+  void checkTable();
+  void takeRootId();
+  void takeModel();
+  void checkModel() const;
+  void checkDtd() const;
+  void drawSuffix();
+  void createObjects() const;
+  void createTriggers(const ColumnObjects& of) const;
+  void recordUsage();
 
-  int takeGivenRootId();
-  int fetchKeyType(CatalogType& type);
-  int takeGeneratedRootId();
-  int checkExistingRootId();
-  int checkSideTable(const side_table& table);
-  Report report() { return call_.report(); }
+  void takeGivenRootId();
+  KeyType fetchKeyType() const;
+  void takeGeneratedRootId() const;
+  void checkExistingRootId() const;
+  void checkSideTable(const side_table& table) const;
   bool hasRootId() const { return *request_.rootID != 0; }
   bool hasDtd() const { return !model_->isSchema && *model_->dtdid; }
   const char* rootid() const { return hasRootId() ? request_.rootID : kRootIdColumn; }
-  int failRootId() { return fail(call_, Msg::QRKA014E, request_.rootID, request_.tableName); }
+  Failure rootIdFailure() const {
+    return Failure(Msg::QRKA014E, request_.rootID, request_.tableName);
+  }
 
   Call& call_;
   QrkStruct* const ctx_;
@@ -108,67 +108,60 @@ class EnableColumn {
 
 int EnableColumn::run() {
   QRK_TRACE(ctx_, "entered.");
-  if (int code = checkNames()) return code;
-  if (int code = fillBuffer(call_, dad_, request_.dad, request_.dadLength)) return code;
-  if (int code = checkTable()) return code;
-  if (int code = takeRootId()) return code;
-  if (int code = takeModel()) return code;
-  if (int code = checkModel()) return code;
-  if (int code = checkDtd()) return code;
-  if (int code = drawSuffix()) return code;
-  if (int code = createObjects()) return code;
-  if (int code = recordUsage()) return code;
+  checkNames();
+  takeInto(call_, dad_, request_.dad, request_.dadLength);
+  checkTable();
+  takeRootId();
+  takeModel();
+  checkModel();
+  checkDtd();
+  drawSuffix();
+  createObjects();
+  recordUsage();
   if (model_->isSchema && model_->validation == 1) {
     warnOfUnusableSchema(ctx_, schemaLocation(*model_));
   }
-  return orvxml::report(report(), Msg::QRKA022I, request_.columnName);
+  return report(call_.report(), Msg::QRKA022I, request_.columnName);
 }
 
-int EnableColumn::checkNames() {
-  if (std::strlen(request_.columnName) > kMaxColumnName) return fail(call_, Msg::QRKQ032E);
-  if (int code = requireUsageTable(report())) return code;
-  if (int code = splitTableName(report(), request_.tableName, names_)) return code;
-  if (int code = parseColumnName(report(), request_.tableName, request_.columnName, names_)) {
-    return code;
-  }
-  if (!hasRootId()) return 0;
+void EnableColumn::checkNames() {
+  if (std::strlen(request_.columnName) > kMaxColumnName) throw Failure(Msg::QRKQ032E);
+  requireUsageTable(ctx_);
+  splitTableName(ctx_, request_.tableName, names_);
+  names_.column = parseColumnName(ctx_, request_.tableName, request_.columnName);
+  if (!hasRootId()) return;
   char rootid[kColumnSize];
-  if (qrkParseCol(ctx_, request_.rootID, rootid, sizeof rootid) != 0) return failRootId();
+  if (qrkParseCol(ctx_, request_.rootID, rootid, sizeof rootid) != 0) throw rootIdFailure();
   rootidColumn_ = rootid;
-  return 0;
 }
 
-int EnableColumn::checkTable() {
+void EnableColumn::checkTable() {
   const char* const schema = names_.schema.c_str();
   const char* const table = names_.table.c_str();
-  int code = 0;
-  if (check_table(ctx_, schema, table, &code, call_.msg)) return code;
-  if (check_column(ctx_, schema, table, names_.column.c_str(), &code, call_.msg)) return code;
-  return 0;
+  check_table(ctx_, schema, table);
+  check_column(ctx_, schema, table, names_.column.c_str());
 }
 
-int EnableColumn::takeRootId() {
-  return hasRootId() ? takeGivenRootId() : takeGeneratedRootId();
+void EnableColumn::takeRootId() {
+  hasRootId() ? takeGivenRootId() : takeGeneratedRootId();
 }
 
-int EnableColumn::takeGivenRootId() {
+void EnableColumn::takeGivenRootId() {
   char query[kCatalogQuerySize];
   int32_t keyColumns = 0;
   qrkBuildSelectStmt(ctx_, query, kKeyColumns, kFromTables, kThisTable);
   const sqlca area =
       fetchRow(query, {textInput(names_.schema.c_str()), textInput(names_.table.c_str())},
                {integerVariable(&keyColumns)});
-  if (area.sqlcode != 0) return failRootId();
+  if (area.sqlcode != 0) throw rootIdFailure();
   if (keyColumns < 1) QRK_TRACE(ctx_, "Error: table has no primary key");
   if (keyColumns > 1) QRK_TRACE(ctx_, "Error: primary key is composite");
-  if (keyColumns != 1) return failRootId();
-  CatalogType type;
-  if (int code = fetchKeyType(type)) return code;
-  rootidDefinition_ = definitionOf(type);
-  return 0;
+  if (keyColumns != 1) throw rootIdFailure();
+  rootidDefinition_ = definitionOf(fetchKeyType());
 }
 
-int EnableColumn::fetchKeyType(CatalogType& type) {
+KeyType EnableColumn::fetchKeyType() const {
+  KeyType type;
   char query[kCatalogQuerySize];
   qrkBuildSelectStmt(ctx_, query, kTypeAndKey, kFromColumns, kThisColumn);
   const sqlca area = fetchRow(
@@ -177,160 +170,141 @@ int EnableColumn::fetchKeyType(CatalogType& type) {
        textInput(rootidColumn_.c_str())},
       {stringVariable(type.name, sizeof type.name), integerVariable(&type.length),
        integerVariable(&type.scale), integerVariable(&type.keySequence, &type.keyIndicator)});
-  if (area.sqlcode == 0 && type.keyIndicator >= 0) return 0;
+  if (area.sqlcode == 0 && type.keyIndicator >= 0) return type;
   QRK_TRACE(ctx_, "Rootid %s is not a primary key, keyseq_ind=%d", request_.rootID,
             type.keyIndicator);
-  return failRootId();
+  throw rootIdFailure();
 }
 
-int EnableColumn::takeGeneratedRootId() {
-  bool exists = false;
-  int code = 0;
-  if (hasColumn({ctx_, call_.msg, &code}, names_.schema.c_str(), names_.table.c_str(),
-                kRootIdColumn, exists)) {
-    return code;
+void EnableColumn::takeGeneratedRootId() const {
+  if (hasColumn(ctx_, names_.schema.c_str(), names_.table.c_str(), kRootIdColumn)) {
+    return checkExistingRootId();
   }
-  if (exists) return checkExistingRootId();
   QRK_TRACE(ctx_, "Alter table : %s to add column QRKROOT_ID", request_.tableName);
   const sqlca area = define(std::string("ALTER TABLE ") + request_.tableName +
                             " ADD QRKROOT_ID CHAR(13) FOR BIT DATA");
-  return area.sqlcode == 0 ? 0 : failDb(report(), area, Msg::QRKA013E, request_.tableName);
+  if (area.sqlcode != 0) throw Failure::ofServer(area, Msg::QRKA013E, request_.tableName);
 }
 
-int EnableColumn::checkExistingRootId() {
+void EnableColumn::checkExistingRootId() const {
   char query[kCatalogQuerySize];
   qrkBuildSelectStmt(ctx_, query, kTypeAndLength, kFromColumns, kThisColumn);
   std::string text = query;
   text.pop_back();
   text += " 'QRKROOT_ID'";
-  CatalogType type;
+  KeyType type;
   const sqlca area =
       fetchRow(text, {textInput(names_.schema.c_str()), textInput(names_.table.c_str())},
                {stringVariable(type.name, sizeof type.name), integerVariable(&type.length)});
   const bool fits =
       area.sqlcode == 0 && typeBegins(type.name, "CHAR") && type.length == kRootIdLength;
-  return fits ? 0 : fail(call_, Msg::QRKA015E, request_.tableName);
+  if (!fits) throw Failure(Msg::QRKA015E, request_.tableName);
 }
 
-int EnableColumn::takeModel() {
+void EnableColumn::takeModel() {
   const bool samePages = ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage;
   int32_t noXcolumn = 0;
-  int failure = 0;
+  Reported said(ctx_);
   model_.reset(dad_popu(ctx_, request_.tableName, names_.column.c_str(), dad_.get(),
-                        samePages ? 1 : 0, call_.msg, call_.sqlState, &noXcolumn, &failure));
-  const int code = parseCode(ctx_, model_ ? 0 : failure, call_.sqlState);
+                        samePages ? 1 : 0, said.msg, said.sqlState, &noXcolumn, &said.code));
   QRK_TRACE(ctx_, "called dad_popu.  pointer of DAD:%x",
             static_cast<unsigned>(reinterpret_cast<uintptr_t>(model_.get())));
   if (noXcolumn) {
     QRK_TRACE(ctx_, "access_mode %d not supported.", noXcolumn);
-    return fail(call_, Msg::QRKA009E);
+    throw Failure(Msg::QRKA009E);
   }
-  return model_ ? 0 : code;
+  if (model_) return;
+  said.code = parseCode(ctx_, said.code, said.sqlState);
+  said.require(-1);
 }
 
 // What no side table or trigger could be made of, and what would fail at the first document.
-int EnableColumn::checkModel() {
+void EnableColumn::checkModel() const {
   for (const side_table* table = model_->sideTables; table; table = table->next) {
-    if (int code = checkSideTable(*table)) return code;
+    checkSideTable(*table);
   }
-  return 0;
 }
 
-int EnableColumn::checkSideTable(const side_table& table) {
-  const auto failAt = [&](size_t element, Msg message, const auto&... arguments) {
-    tellMappingPlace(element);
-    return fail(call_, message, arguments...);
+void EnableColumn::checkSideTable(const side_table& table) const {
+  const auto at = [](size_t element, Failure failure) {
+    return failure.atElement(FailureText::kMapping, element);
   };
-  if (hidesRow(ctx_, table.name)) return failAt(table.element, Msg::QRKA057E, table.name);
-  if (!table.columns) return failAt(table.element, Msg::QRKA058E, "(NULL)");
+  if (hidesRow(ctx_, table.name)) throw at(table.element, Failure(Msg::QRKA057E, table.name));
+  if (!table.columns) throw at(table.element, Failure(Msg::QRKA058E, "(NULL)"));
   for (const side_column* column = table.columns; column; column = column->next) {
     const std::string_view occurrence = column->multi_occurrence;
     if (occurrence != "YES" && occurrence != "NO") {
-      return failAt(column->element, Msg::QRKA061E, column->multi_occurrence, column->name);
+      throw at(column->element, Failure(Msg::QRKA061E, column->multi_occurrence, column->name));
     }
     if (!isPath(ctx_, column->path)) {
-      return failAt(column->element, Msg::QRKA060E, column->path, column->name);
+      throw at(column->element, Failure(Msg::QRKA060E, column->path, column->name));
     }
   }
-  return 0;
 }
 
-int EnableColumn::checkDtd() {
-  if (!hasDtd()) return 0;
+void EnableColumn::checkDtd() const {
+  if (!hasDtd()) return;
   QRK_TRACE(ctx_, "Check dtdid: %s against dtd_ref.", model_->dtdid);
   int32_t count = 0;
   const sqlca area = fetchRow("SELECT count(*) FROM orvxml.dtd_ref WHERE dtdid = ?",
                               {textInput(model_->dtdid)}, {integerVariable(&count)});
-  if (area.sqlcode == 0 && count > 0) return 0;
-  return failDb(report(), area, Msg::QRKA010E, model_->dtdid);
+  if (area.sqlcode != 0 || count == 0) {
+    throw Failure::ofServer(area, Msg::QRKA010E, model_->dtdid);
+  }
 }
 
 // A suffix that no enabled column has yet.
-int EnableColumn::drawSuffix() {
+void EnableColumn::drawSuffix() {
   constexpr char kQuery[] = "SELECT COUNT(*) FROM ORVXML.XML_USAGE WHERE TRIGGER_SUFFIX = ?";
   int32_t count = 1;
   for (int i = 0; i < kNameAttempts && count > 0; ++i) {
     qrk_GetRandName(ctx_, suffix_, kSuffixLength);
     QRK_TRACE(ctx_, "sql statement:%s", kQuery);
     QRK_TRACE(ctx_, "trigger suffix = %s", suffix_);
-    sqlca area = fetchRow(kQuery, {textInput(suffix_)}, {integerVariable(&count)});
+    const sqlca area = fetchRow(kQuery, {textInput(suffix_)}, {integerVariable(&count)});
     if (area.sqlcode == 0) continue;
     QRK_TRACE(ctx_, "Error in getting trigger suffix count, sqlcode=%d.", area.sqlcode);
-    qrkDbSprint(ctx_, call_.msg, &area, static_cast<int>(Msg::QRKA062E), names_.column.c_str(),
-                names_.table.c_str());
-    return codeOf(Msg::QRKA062E);
+    throw Failure::ofServer(area, Msg::QRKA062E, names_.column, names_.table);
   }
-  return 0;
 }
 
-int EnableColumn::createObjects() {
-  int code = 0;
+void EnableColumn::createObjects() const {
   QRK_TRACE(ctx_, "calling createSidetables(), rootid:%s, rootid_def:%s", request_.rootID,
             rootidDefinition_.c_str());
-  if (createSidetables(ctx_, model_.get(), suffix_, request_.rootID, rootidDefinition_.c_str(),
-                       request_.tableSpace, &code, call_.msg)) {
-    return code;
+  createSidetables(ctx_, *model_, request_.rootID, rootidDefinition_.c_str(), request_.tableSpace);
+  const ColumnObjects objects{*model_, names_.schema.c_str(), suffix_, rootid()};
+  createTriggers(objects);
+  if (*request_.defaultView) {
+    createDefaultView(ctx_, objects, names_.table.c_str(), request_.defaultView);
   }
-  if (int failure = createTriggers()) return failure;
-  if (*request_.defaultView &&
-      createDefaultView(ctx_, model_.get(), rootid(), names_.schema.c_str(), names_.table.c_str(),
-                        request_.defaultView, &code, call_.msg)) {
-    return code;
-  }
-  return 0;
 }
 
-int EnableColumn::createTriggers() {
-  const dad* const model = model_.get();
-  const char* const schema = names_.schema.c_str();
-  char* const msg = call_.msg;
-  int code = 0;
-  if (!hasRootId() && rootidTrigger_BIT(ctx_, model, schema, suffix_, &code, msg)) return code;
-  if (insertTrigger_AIT(ctx_, model, schema, suffix_, rootid(), &code, msg)) return code;
-  if (deleteTrigger_ADT(ctx_, model, schema, suffix_, rootid(), &code, msg)) return code;
-  if (updateTrigger_AUT(ctx_, model, schema, suffix_, rootid(), &code, msg)) return code;
-  if (model->validation != 1) return 0;
-  if (validationTrigger_VBIT(ctx_, model, schema, suffix_, &code, msg)) return code;
-  if (validationTrigger_VBUT(ctx_, model, schema, suffix_, &code, msg)) return code;
-  return 0;
+void EnableColumn::createTriggers(const ColumnObjects& of) const {
+  if (!hasRootId()) rootidTrigger_BIT(of);
+  insertTrigger_AIT(ctx_, of);
+  deleteTrigger_ADT(of);
+  updateTrigger_AUT(ctx_, of);
+  if (model_->validation != 1) return;
+  validationTrigger_VBIT(ctx_, of);
+  validationTrigger_VBUT(ctx_, of);
 }
 
-int EnableColumn::recordUsage() {
+void EnableColumn::recordUsage() {
   QRK_TRACE(ctx_, "Insert a row into xml_usage.");
-  const short dtdidInd = hasDtd() ? 0 : -1;
-  const short viewInd = *request_.defaultView ? 0 : -1;
-  int code = 0;
-  if (qrkInsertXMLUsageBuf(ctx_, names_.schema.c_str(), names_.table.c_str(), names_.column.c_str(),
-                           hasDtd() ? model_->dtdid : "", dtdidInd, dad_.get(), model_->noXcolumn,
-                           model_->validation, request_.defaultView, viewInd, suffix_, &code,
-                           call_.msg)) {
-    return code;
-  }
-  if (!hasDtd()) return 0;
+  qrkInsertXMLUsageBuf(ctx_, {.schema = names_.schema.c_str(),
+                              .table = names_.table.c_str(),
+                              .column = names_.column.c_str(),
+                              .dtdid = hasDtd() ? model_->dtdid : nullptr,
+                              .dad = dad_.get(),
+                              .accessMode = model_->noXcolumn,
+                              .validation = model_->validation,
+                              .defaultView = *request_.defaultView ? request_.defaultView : nullptr,
+                              .suffix = suffix_});
+  if (!hasDtd()) return;
   QRK_TRACE(ctx_, "Increment usage_count of dtd:%s ", model_->dtdid);
   const sqlca area = change("UPDATE orvxml.dtd_ref SET usage_count=usage_count+1 WHERE dtdid = ?",
                             {textInput(model_->dtdid)});
-  return area.sqlcode == 0 ? 0 : failDb(report(), area, Msg::QRKA012E);
+  if (area.sqlcode != 0) throw Failure::ofServer(area, Msg::QRKA012E);
 }
 
 }  // namespace

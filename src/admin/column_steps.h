@@ -1,5 +1,4 @@
-// The steps of enabling a column. Each returns 0, or -1 with the code stored in `*rc` and the
-// message written to `msg` (1024 bytes).
+// The steps of enabling a column.
 #pragma once
 
 #include <memory>
@@ -20,36 +19,36 @@ struct ColumnNames {
   std::string column;
 };
 
-// What both operations begin with. Each returns 0 or the code of the message.
+// What both operations begin with.
 //
-// Splits a table name as the caller wrote it; an empty schema is the connection's default schema.
-// QRKQ031E for a name that is too long, QRKA016E for one that is none.
-int splitTableName(const Report& report, const char* tableName, ColumnNames& names);
-// QRKA017E for a column name that is none.
-int parseColumnName(const Report& report, const char* tableName, const char* columnName,
-                    ColumnNames& names);
+// Splits a table name as the caller wrote it into `names`; an empty schema is the connection's
+// default schema. QRKQ031E for a name that is too long, QRKA016E for one that is none.
+void splitTableName(QrkStruct* ctx, const char* tableName, ColumnNames& names);
+// The column's name. QRKA017E for one that is none.
+std::string parseColumnName(QrkStruct* ctx, const char* tableName, const char* columnName);
 
-int check_table(QrkStruct* ctx, const char* schema, const char* table, int* rc, char* msg);
-// Whether the table has the column.
-int hasColumn(const Report& report, const char* schema, const char* table, const char* column,
-              bool& exists);
-int check_column(QrkStruct* ctx, const char* schema, const char* table, const char* column, int* rc,
-                 char* msg);
-int createSidetables(QrkStruct* ctx, const dad* model, const char* suffix, const char* rootid,
-                     const char* rootid_def, const char* tableSpace, int* rc, char* msg);
-int rootidTrigger_BIT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
-                      int* rc, char* msg);
-int insertTrigger_AIT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
-                      const char* rootid, int* rc, char* msg);
-int deleteTrigger_ADT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
-                      const char* rootid, int* rc, char* msg);
-int updateTrigger_AUT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
-                      const char* rootid, int* rc, char* msg);
-int validationTrigger_VBIT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
-                           int* rc, char* msg);
-int validationTrigger_VBUT(QrkStruct* ctx, const dad* model, const char* schema, const char* suffix,
-                           int* rc, char* msg);
-int createDefaultView(QrkStruct* ctx, const dad* model, const char* rootid, const char* schema,
-                      const char* table, const char* viewName, int* rc, char* msg);
+void check_table(QrkStruct* ctx, const char* schema, const char* table);
+bool hasColumn(QrkStruct* ctx, const char* schema, const char* table, const char* column);
+void check_column(QrkStruct* ctx, const char* schema, const char* table, const char* column);
+
+// What is made for a column: its model, the folded schema, the suffix of its triggers' names, and
+// the column of the root ids.
+struct ColumnObjects {
+  const dad& model;
+  const char* schema;
+  const char* suffix;
+  const char* rootid;
+};
+// `rootid` empty: the generated root id column; else one of the type `rootidDefinition`.
+void createSidetables(QrkStruct* ctx, const dad& model, const char* rootid,
+                      const char* rootidDefinition, const char* tableSpace);
+void rootidTrigger_BIT(const ColumnObjects& of);
+void insertTrigger_AIT(QrkStruct* ctx, const ColumnObjects& of);
+void deleteTrigger_ADT(const ColumnObjects& of);
+void updateTrigger_AUT(QrkStruct* ctx, const ColumnObjects& of);
+void validationTrigger_VBIT(QrkStruct* ctx, const ColumnObjects& of);
+void validationTrigger_VBUT(QrkStruct* ctx, const ColumnObjects& of);
+void createDefaultView(QrkStruct* ctx, const ColumnObjects& of, const char* table,
+                       const char* viewName);
 
 }  // namespace orvxml

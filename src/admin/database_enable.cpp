@@ -75,16 +75,12 @@ sqlca runStatement(const std::string& text) {
 }
 
 // The server's text, QRKM001W and `message`; the code is the SQLCODE.
-int failStatement(const Target& target, const sqlca& area, Msg message) {
-  failDb(target.report, area, message, target.shownName.c_str());
-  return area.sqlcode;
+Failure statementFailure(const Target& target, const sqlca& area, Msg message) {
+  return Failure::ofServer(area, message, target.shownName).withCode(area.sqlcode);
 }
 
-int askEnabled(const Target& target, bool& enabled) {
-  int exists = 0;
-  const int rc = qrkTableExists(target.ctx(), "ORVXML", "XML_USAGE", &exists, target.report.msg);
-  enabled = exists != 0;
-  return rc;
+bool isEnabled(const Target& target) {
+  return qrkTableExists(target.ctx(), "ORVXML", "XML_USAGE");
 }
 
 // One of the lists, and what ends it.
@@ -93,13 +89,13 @@ struct ListRun {
   Msg failure;
   // Whether the list goes on behind this SQLCODE of statement `index`.
   std::function<bool(int sqlcode, size_t index)> goesOn;
-  // What is done to the text of statement `index` before it is run: 0, or the code of a failure.
-  std::function<int(size_t index, std::string& text)> complete = {};
+  // What is done to the text of statement `index` before it is run.
+  std::function<void(size_t index, std::string& text)> complete = {};
 };
 
-int runList(const Target& target, StatementList statements, const ListRun& run) {
+void runList(const Target& target, StatementList statements, const ListRun& run) {
   for (size_t i = 0; i < statements.size(); ++i) {
-    if (int rc = run.complete ? run.complete(i, statements[i]) : 0) return rc;
+    if (run.complete) run.complete(i, statements[i]);
     const sqlca area = runStatement(statements[i]);
     const int number = static_cast<int>(i);
     QRK_TRACE(target.ctx(), "%s%d ", run.name, number);
@@ -107,9 +103,8 @@ int runList(const Target& target, StatementList statements, const ListRun& run) 
     QRK_TRACE(target.ctx(), "%s%d failed.", run.name, number);
     QRK_TRACE(target.ctx(), "%s", statements[i].c_str());
     QRK_TRACE(target.ctx(), "SQLCODE = %d", area.sqlcode);
-    return failStatement(target, area, run.failure);
+    throw statementFailure(target, area, run.failure);
   }
-  return 0;
 }
 
 bool isSuccess(int sqlcode, size_t) {
@@ -125,62 +120,54 @@ bool mayExist(const Target& target, size_t index) {
 }
 
 // The administrative tables stand in the table spaces that are given.
-int completeTable(const Target& target, const TableSpaces& spaces, size_t index,
-                  std::string& text) {
-  if (target.isServer() || (index != kCreateDtdRef && index != kCreateXmlUsage)) return 0;
+void completeTable(const Target& target, const TableSpaces& spaces, size_t index,
+                   std::string& text) {
+  if (target.isServer() || (index != kCreateDtdRef && index != kCreateXmlUsage)) return;
   const bool isDtdRef = index == kCreateDtdRef;
-  const std::string plain = text;
-  int code = 0;
-  return appendTableSpaceClause(target.ctx(), &text, plain.c_str(), isDtdRef ? 1 : 2,
-                                isDtdRef ? spaces.dtdRef : spaces.xmlUsage, nullptr, &code,
-                                target.report.msg);
+  text = appendTableSpaceClause(target.ctx(), text.c_str(), isDtdRef ? 1 : 2,
+                                isDtdRef ? spaces.dtdRef : spaces.xmlUsage, nullptr);
 }
 
 int enable(const Target& target, const TableSpaces& spaces) {
-  bool enabled = false;
-  if (int rc = askEnabled(target, enabled)) return rc;
-  if (enabled) return report(target.report, Msg::QRKA070W);
+  if (isEnabled(target)) return report(target.report, Msg::QRKA070W);
   const ListRun run = {
       "Enable Database Stmt I  ", Msg::QRKA004E,
       [&](int sqlcode, size_t index) {
         return sqlcode >= 0 || (sqlcode == kAlreadyExists && mayExist(target, index));
       },
-      [&](size_t index, std::string& text) { return completeTable(target, spaces, index, text); }};
-  if (int rc = runList(target, enableStmt(), run)) return rc;
+      [&](size_t index, std::string& text) { completeTable(target, spaces, index, text); }};
+  runList(target, enableStmt(), run);
   if (!target.isServer() && isDBCS_DB(target.ctx(), target.dbName) != 0) {
     const ListRun more = {"Enable Database Stmt II ", Msg::QRKA004E, isSuccess};
-    if (int rc = runList(target, enableStmtDB(), more)) return rc;
+    runList(target, enableStmtDB(), more);
   }
   const auto noFailure = [](int sqlcode, size_t) { return sqlcode >= 0; };
   const ListRun schema = {"Enable Database Stmt III ", Msg::QRKA004E, noFailure};
-  if (int rc = runList(target, enableStmtSchema(), schema)) return rc;
+  runList(target, enableStmtSchema(), schema);
   return report(target.report, Msg::QRKA006I, target.shownName);
 }
 
 // ---------------------------------------------------------------- disabling
 
-int dropDocumentTypes(const Target& target) {
-  sqlca failure{};
-  if (qrkDropSchema(target.ctx(), target.report.msg, &failure) == 0) return 0;
-  return failStatement(target, failure, Msg::QRKA007E);
+void dropDocumentTypes(const Target& target) {
+  const sqlca area = qrkDropSchema(target.ctx());
+  if (area.sqlcode != 0) throw statementFailure(target, area, Msg::QRKA007E);
 }
 
 // A warning ends a list as a failure does.
 int disable(const Target& target) {
-  bool enabled = false;
-  if (int rc = askEnabled(target, enabled)) return rc;
-  if (!enabled) return report(target.report, Msg::QRKA071W);
+  if (!isEnabled(target)) return report(target.report, Msg::QRKA071W);
   // The functions that ask a schema depend on the document types and so go before them. Where they
   // are missing, the schema ORVXML was made by other means.
   const auto isGone = [](int sqlcode, size_t) { return sqlcode >= 0 || sqlcode == kNoSuchObject; };
   const ListRun schema = {"Disable Database Stmt III ", Msg::QRKA007E, isGone};
   const ListRun all = {"Disable Database Stmt ", Msg::QRKA007E, isSuccess};
-  if (int rc = runList(target, disableStmtSchema(), schema)) return rc;
-  if (int rc = runList(target, disableStmt(), all)) return rc;
+  runList(target, disableStmtSchema(), schema);
+  runList(target, disableStmt(), all);
   if (!target.isServer() && isDBCS_DB(target.ctx(), target.dbName) != 0) {
-    if (int rc = runList(target, disableStmtDB(), all)) return rc;
+    runList(target, disableStmtDB(), all);
   }
-  if (int rc = dropDocumentTypes(target)) return rc;
+  dropDocumentTypes(target);
   return report(target.report, Msg::QRKA036I, target.shownName);
 }
 
@@ -204,18 +191,16 @@ Target targetOf(const Report& report, char* dbName) {
 // ---------------------------------------------------------------- descriptor forms
 
 int enableFromDescriptor(Call& call, sqlda* da) {
-  std::string dbName;
-  if (int code = takeText(call, da, 0, dbName)) return code;
+  std::string dbName = takeText(call, da, 0);
   int code = 0;
   short in = 0, codeInd = 0, msgInd = 0;
   return qrkEnableDB_STP(dbName.data(), &code, call.msg, &in, &codeInd, &msgInd);
 }
 
 int enableInFromDescriptor(Call& call, sqlda* da) {
-  std::string dbName, tableSpace, tableSpace2;
-  if (int code = takeText(call, da, 0, dbName)) return code;
-  if (int code = takeOptionalText(call, da, 1, tableSpace)) return code;
-  if (int code = takeOptionalText(call, da, 2, tableSpace2)) return code;
+  std::string dbName = takeText(call, da, 0);
+  std::string tableSpace = takeOptionalText(call, da, 1);
+  std::string tableSpace2 = takeOptionalText(call, da, 2);
   int code = 0;
   short in[3] = {}, codeInd = 0, msgInd = 0;
   return qrkEnableDB_STP1(dbName.data(), tableSpace.data(), tableSpace2.data(), &code, call.msg,
@@ -223,8 +208,7 @@ int enableInFromDescriptor(Call& call, sqlda* da) {
 }
 
 int disableFromDescriptor(Call& call, sqlda* da) {
-  std::string dbName;
-  if (int code = takeText(call, da, 0, dbName)) return code;
+  std::string dbName = takeText(call, da, 0);
   int code = 0;
   short in = 0, codeInd = 0, msgInd = 0;
   return qrkDisableDB_STP(dbName.data(), &code, call.msg, &in, &codeInd, &msgInd);
@@ -260,7 +244,10 @@ int qrkEnableDB_STP_Main(QrkStruct* ctx, char* dbName, char* tableSpace, char* t
   QRK_TRACE(ctx, "table spaces: '%s', '%s'", spaces.dtdRef ? spaces.dtdRef : "",
             spaces.xmlUsage ? spaces.xmlUsage : "");
   const Report report{ctx, returnMsg};
-  const int code = absent ? fail(report, Msg::QRKG004E) : enable(targetOf(report, dbName), spaces);
+  const int code = atEdge(report, [&] {
+    if (absent) throw Failure(Msg::QRKG004E);
+    return enable(targetOf(report, dbName), spaces);
+  });
   if (returnCode) *returnCode = code;
   return code;
 }

@@ -5,8 +5,7 @@
 
 namespace orvxml {
 
-// 0 when there is ORVXML.XML_USAGE. Else the code of the message: QRKQ052E, or what keeps the
-// database from telling.
-int requireUsageTable(const Report& report);
+// QRKQ052E when there is no ORVXML.XML_USAGE; or what keeps the database from telling.
+void requireUsageTable(QrkStruct* ctx);
 
 }  // namespace orvxml

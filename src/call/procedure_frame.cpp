@@ -6,6 +6,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "src/outcome/reported.h"
 
 namespace orvxml {
 
@@ -19,20 +20,28 @@ void storeInteger(const sqlvar& parameter, int32_t value) {
   }
 }
 
-int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length) {
-  if (length < 0) return fail(call, Msg::QRKG004E);
-  if (hasTextAfterNul(data, static_cast<size_t>(length))) return fail(call, Msg::QRKD000E);
-  int code = 0;
-  if (qrkBufAcquire(&call.ctx, buffer.get(), static_cast<uint32_t>(length),
-                    static_cast<uint32_t>(call.ctx.fileThreshold), QRK_LOC_MEMORY, &code, call.msg,
-                    1) != 0) {
-    return code;
-  }
+DescriptorText takeBytes(Call& call, sqlda* da, int index) {
+  DescriptorText taken;
+  Reported said(&call.ctx);
+  said.require(qrkGetStProcParam(&call.ctx, da, static_cast<short>(index), &taken.data,
+                                 &taken.length, &said.code, said.msg));
+  return taken;
+}
+
+void takeInto(Call& call, OutBuffer& buffer, const char* data, int length) {
+  if (length < 0) throw Failure(Msg::QRKG004E);
+  if (hasTextAfterNul(data, static_cast<size_t>(length))) throw Failure(Msg::QRKD000E);
+  qrkBufAcquire(&call.ctx, buffer.get(), static_cast<uint32_t>(length),
+                static_cast<uint32_t>(call.ctx.fileThreshold), QRK_LOC_MEMORY, true);
   // Nothing but the file can fail here.
-  if (qrkFillBuffer(&call.ctx, buffer.get(), data, &code, call.sqlState) != 0) {
-    return fail(call, Msg::QRKC003E);
+  Reported said(&call.ctx);
+  if (qrkFillBuffer(&call.ctx, buffer.get(), data, &said.code, said.sqlState) != 0) {
+    throw Failure(Msg::QRKC003E);
   }
-  return 0;
+}
+
+int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length) {
+  return atEdge(call.report(), [&] { takeInto(call, buffer, data, length); });
 }
 
 namespace detail {

@@ -70,9 +70,16 @@ void storeInteger(const sqlvar& parameter, int32_t value);
 inline void setIndicator(short* indicator, short value) {
   if (indicator) *indicator = value;
 }
+// The bytes of parameter `index`, which stay the caller's. QRKA074E for a type that is no text.
+struct DescriptorText {
+  char* data = nullptr;
+  int length = 0;
+};
+DescriptorText takeBytes(Call& call, sqlda* da, int index);
 // Takes the bytes of a parameter that is a text into `buffer`: in memory, or in a temporary file
-// above the threshold. 0, or the code of the message: bytes behind a NUL would be lost and are
-// refused with QRKD000E, a negative length or no bytes with QRKG004E.
+// above the threshold. Bytes behind a NUL would be lost and are refused with QRKD000E, a negative
+// length or no bytes with QRKG004E.
+void takeInto(Call& call, OutBuffer& buffer, const char* data, int length);
 int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length);
 
 // Inputs do not travel back to the caller.

@@ -9,6 +9,7 @@
 #include "orvxml/buffer.h"
 #include "orvxml/trace.h"
 #include "src/files/temporary_files.h"
+#include "src/outcome/edge.h"
 
 namespace orvxml {
 namespace {
@@ -19,18 +20,14 @@ QrkOutbuf emptyBuffer(int32_t loctype, uint32_t maxSize) {
   return QrkOutbuf{nullptr, nullptr, loctype, 0, maxSize, 0};
 }
 
-int acquireFile(QrkOutbuf* buf, uint32_t initSize, const Report& report) {
+void acquireFile(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize) {
   bool nameless = false;
-  const TemporaryFile file = createTemporaryFile(report.ctx, "wb+", nameless);
-  if (!file.stream) {
-    fail(report, nameless ? Msg::QRKC012E : Msg::QRKC000E);
-    return -1;
-  }
+  const TemporaryFile file = createTemporaryFile(ctx, "wb+", nameless);
+  if (!file.stream) throw Failure(nameless ? Msg::QRKC012E : Msg::QRKC000E);
   buf->data = file.name;
   buf->fp = file.stream;
   buf->loctype = QRK_LOC_FILE;
   buf->allocsize = initSize;
-  return 0;
 }
 
 int appendToFile(QrkOutbuf* buf, const char* text, size_t length) {
@@ -96,26 +93,27 @@ bool isMemory(const QrkOutbuf* buf) {
 
 }  // namespace
 
+void qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t maxSize,
+                   int32_t loctype, bool fileFallback) {
+  *buf = emptyBuffer(loctype, maxSize);
+  if (isFile(buf)) return acquireFile(ctx, buf, initSize);
+  if (!isMemory(buf)) throw Failure(Msg::QRKG004E);
+  if (maxSize != kNoSizeLimit && initSize > maxSize) return acquireFile(ctx, buf, initSize);
+  if (initSize == 0) throw Failure(Msg::QRKG004E);
+  buf->data = static_cast<char*>(std::calloc(size_t{initSize} + 1, 1));
+  if (buf->data) {
+    buf->allocsize = initSize;
+    return;
+  }
+  if (!fileFallback) throw Failure(Msg::QRKG002E);
+  acquireFile(ctx, buf, initSize);
+}
+
 int qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t maxSize,
                   int32_t loctype, int* errCode, char* msg, int fileFallback) {
-  const Report report{ctx, msg, errCode};
-  *buf = emptyBuffer(loctype, maxSize);
-  if (isMemory(buf) && maxSize != kNoSizeLimit && initSize > maxSize) {
-    return acquireFile(buf, initSize, report);
-  }
-  if (isMemory(buf) && initSize > 0) {
-    buf->data = static_cast<char*>(std::calloc(size_t{initSize} + 1, 1));
-    if (buf->data) {
-      buf->allocsize = initSize;
-      return 0;
-    }
-    if (fileFallback) return acquireFile(buf, initSize, report);
-    fail(report, Msg::QRKG002E);
-    return -1;
-  }
-  if (isFile(buf)) return acquireFile(buf, initSize, report);
-  fail(report, Msg::QRKG004E);
-  return -1;
+  return statusAtEdge({ctx, msg, errCode}, [&] {
+    qrkBufAcquire(ctx, buf, initSize, maxSize, loctype, fileFallback != 0);
+  });
 }
 
 int qrkFillBuffer(QrkStruct* ctx, QrkOutbuf* buf, const char* data, int* errCode, char* sqlState) {

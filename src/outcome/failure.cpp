@@ -4,17 +4,17 @@ namespace orvxml {
 
 namespace {
 
-// "decomposition" of "src/decompose/decomposition.cpp".
-std::string moduleOf(std::string_view file) {
-  file.remove_prefix(file.find_last_of('/') + 1);
-  return std::string(file.substr(0, file.find('.')));
-}
-
 std::string numberOrNothing(std::optional<uint64_t> number) {
   return number ? std::to_string(*number) : std::string();
 }
 
 }  // namespace
+
+std::string moduleOf(const std::source_location& where) {
+  std::string_view file = where.file_name();
+  file.remove_prefix(file.find_last_of('/') + 1);
+  return std::string(file.substr(0, file.find('.')));
+}
 
 FailureKind Failure::kindOf(Msg message) {
   switch (message) {
@@ -41,8 +41,7 @@ FailureKind Failure::kindOf(Msg message) {
 }
 
 Failure Failure::internal(const char* module, std::source_location where) {
-  return Failure(Msg::QRKG001E, buildStamp(), module ? module : moduleOf(where.file_name()),
-                 where.line());
+  return Failure(Msg::QRKG001E, buildStamp(), module ? module : moduleOf(where), where.line());
 }
 
 Failure Failure::said(int code, std::string text) {
@@ -108,9 +107,9 @@ Failure& Failure::inFile(std::string file, std::string lacks) {
   return *this;
 }
 
-Failure& Failure::ofKind(FailureKind kind) {
+Failure Failure::ofKind(FailureKind kind) && {
   kind_ = kind;
-  return *this;
+  return std::move(*this);
 }
 
 }  // namespace orvxml

@@ -23,6 +23,10 @@ namespace orvxml {
 inline constexpr char kParserState[] = "38X13";
 inline constexpr int kParserCode = -85;  // of the SQLSTATE, which stands in no row of the table
 
+// The name that an internal error gives to a file of the sources: "decomposition" for
+// src/decompose/decomposition.cpp.
+std::string moduleOf(const std::source_location& where);
+
 class Failure {
  public:
   // Arguments are strings and numbers, in the order of the message's placeholders.
@@ -65,7 +69,7 @@ class Failure {
   Failure& atElement(FailureText text, size_t number, std::string lacks = "");
   // The schema or DTD that the message counts in, or that is missing.
   Failure& inFile(std::string file, std::string lacks = "");
-  Failure& ofKind(FailureKind kind);
+  Failure ofKind(FailureKind kind) &&;
 
   Msg message() const { return message_; }  // Msg{}: of a text
   int code() const { return code_; }

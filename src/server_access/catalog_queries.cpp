@@ -8,6 +8,7 @@
 #include "orvxml/sql_literal.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
+#include "src/outcome/edge.h"
 #include "src/server_access/locator_owner.h"
 #include "src/server_access/locators.h"
 #include "src/server_access/server_statements.h"
@@ -16,7 +17,7 @@
 namespace orvxml {
 namespace {
 
-constexpr const char* kModule = kServerStatementsModule;
+constexpr char kModule[] = "qrksuwo";
 constexpr size_t kMaxNameBytes = 128;
 constexpr int kNoSuchTable = -204;  // SQLCODE
 constexpr int kMaxAliasChain = 16;
@@ -41,11 +42,11 @@ struct Name {
 };
 
 // A failed catalog query about a table.
-int failQuery(const Report& report, const sqlca& area, const char* schema, const char* table,
-              int line) {
-  QRK_TRACE(report.ctx, "ORV catalog query failed. in_tableName='%s%s%s'", schema,
-            *schema ? "." : "", table);
-  return failDbInternal(report, area, kModule, line);
+Failure queryFailure(QrkStruct* ctx, const sqlca& area, const char* schema, const char* table,
+                     std::source_location where = std::source_location::current()) {
+  QRK_TRACE(ctx, "ORV catalog query failed. in_tableName='%s%s%s'", schema, *schema ? "." : "",
+            table);
+  return Failure::ofServerInternal(area, kModule, where);
 }
 
 // Replaces an empty schema by the connection's default schema.
@@ -79,14 +80,6 @@ sqlca resolveAlias(QrkStruct* ctx, BaseTable& table) {
   return {};
 }
 
-// Copies `name` with its terminator when it fits.
-bool copyName(std::string_view name, char* out, int capacity) {
-  if (static_cast<int>(name.size()) >= capacity) return false;
-  std::memcpy(out, name.data(), name.size());
-  out[name.size()] = 0;
-  return true;
-}
-
 // A table of texts that are registered under an id.
 struct Registry {
   const char* query;
@@ -109,28 +102,31 @@ sqlca fetchFirst(const char* query, orv::esql::Variables input, const HostVariab
   return area;
 }
 
-// The text registered under `id`. The code of every failure is that of "not found".
-int readRegistered(QrkStruct* ctx, const Registry& registry, QrkOutbuf* buf, const char* id,
-                   char* msg, sqlca& area) {
+// The text registered under `id`, read into `buf`; what the server said. The code of every failure
+// is that of "not found".
+sqlca findRegistered(const Registry& registry, QrkOutbuf* buf, const char* id,
+                     LocatorOwner& locator) {
   *buf = {};
   buf->loctype = QRK_LOC_MEMORY;
-  LocatorOwner locator;
   const HostVariable input = textInput(id);
-  area = fetchFirst(registry.query, orv::esql::Variables(&input, 1),
+  return fetchFirst(registry.query, orv::esql::Variables(&input, 1),
                     orv::esql::clobLocatorVariable(locator.address()));
-  const Report report{ctx, msg};
-  if (area.sqlcode == kNoRow) return fail(report, registry.notFound, id);
-  if (area.sqlcode < 0) return failDb(report, area, registry.notFound, id);
-  return qrkGetDataFromLocator(ctx, locator.value(), buf, msg) ? codeOf(registry.notFound) : 0;
+}
+
+void readRegistered(QrkStruct* ctx, const Registry& registry, const LocatorOwner& locator,
+                    QrkOutbuf* buf) {
+  try {
+    qrkGetDataFromLocator(ctx, locator.value(), buf);
+  } catch (Failure& failure) {
+    throw std::move(failure).withCode(codeOf(registry.notFound));
+  }
 }
 
 }  // namespace
 
-int qrkTableExists(QrkStruct* ctx, const char* schema, const char* table, int* exists, char* msg) {
-  *exists = 0;
+bool qrkTableExists(QrkStruct* ctx, const char* schema, const char* table) {
   if (!schema) schema = "";
-  if (std::strlen(schema) > kMaxNameBytes || std::strlen(table) > kMaxNameBytes) return 0;
-  const Report report{ctx, msg};
+  if (std::strlen(schema) > kMaxNameBytes || std::strlen(table) > kMaxNameBytes) return false;
   Name defaultSchema;
   const char* effective = schema;
   int32_t one = 0;
@@ -141,24 +137,22 @@ int qrkTableExists(QrkStruct* ctx, const char* schema, const char* table, int* e
   }
   if (area.sqlcode == kPackageNotBound) {
     QRK_TRACE(ctx, "Database not bound missing package(s)...");
-    return failDb(report, area, Msg::QRKA073E);
+    throw Failure::ofServer(area, Msg::QRKA073E);
   }
-  if (area.sqlcode < 0) return failQuery(report, area, schema, table, __LINE__);
-  *exists = area.sqlcode == kNoRow ? 0 : 1;
-  return 0;
+  if (area.sqlcode < 0) throw queryFailure(ctx, area, schema, table);
+  return area.sqlcode != kNoRow;
 }
 
-int qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* table,
-                            const char* column, char* typeSchema, int typeSchemaLen, char* typeName,
-                            int typeNameLen, long* length, char* msg) {
+CatalogType qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* table,
+                                    const char* column) {
   if (!schema) schema = "";
+  Name defaultSchema, foundSchema, foundName;
+  constexpr int kRoom = sizeof foundName.text;
   QRK_TRACE(ctx,
             "Entered. in_tableSchema='%s' in_tableName='%s' in_columnName='%s' in_typeSchemaLen=%d "
             "in_typeNameLen=%d",
-            schema, table, column, typeSchemaLen, typeNameLen);
-  const Report report{ctx, msg};
-  Name defaultSchema, foundSchema, foundName;
-  int32_t foundLength = 0;
+            schema, table, column, kRoom, kRoom);
+  int32_t length = 0;
   const char* effective = schema;
   BaseTable base;
   sqlca area = completeSchema(effective, defaultSchema);
@@ -170,22 +164,16 @@ int qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* tabl
     area = runSection(
         section::kColumnType,
         {textInput(base.schema.c_str()), textInput(base.name.c_str()), textInput(column)},
-        {foundSchema.output(), foundName.output(), integerVariable(&foundLength)});
+        {foundSchema.output(), foundName.output(), integerVariable(&length)});
   }
-  if (area.sqlcode < 0) return failQuery(report, area, schema, table, __LINE__);
+  if (area.sqlcode < 0) throw queryFailure(ctx, area, schema, table);
   if (area.sqlcode == kNoRow) {
     const std::string qualified = *schema ? std::string(schema) + '.' + table : table;
-    return fail(report, Msg::QRKQ021E, qualified, column);
+    throw Failure(Msg::QRKQ021E, qualified, column);
   }
-  const bool builtIn = foundSchema.view() == kSystemTypeSchema;
-  if (foundSchema.wasCut() || foundName.wasCut() ||
-      !copyName(builtIn ? "" : foundSchema.view(), typeSchema, typeSchemaLen) ||
-      !copyName(foundName.view(), typeName, typeNameLen)) {
-    failInternal(report, kModule, __LINE__);
-    return -1;
-  }
-  *length = foundLength;
-  return 0;
+  if (foundSchema.wasCut() || foundName.wasCut()) throw Failure::internal(kModule).withCode(-1);
+  const bool isBuiltIn = foundSchema.view() == kSystemTypeSchema;
+  return {std::string(isBuiltIn ? "" : foundSchema.view()), std::string(foundName.view()), length};
 }
 
 void qrkConvertTypename(QrkStruct* ctx, char* type, int length) {
@@ -213,58 +201,56 @@ void qrkConvertTypename(QrkStruct* ctx, char* type, int length) {
   QRK_TRACE(ctx, "Exits, %s(%d)", type, length);
 }
 
-int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char* column, int* rc,
-                     char* msg) {
-  const Report report{ctx, msg, rc};
+std::string qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table) {
   const std::string query =
       "SELECT COLNAME FROM syscat.columns WHERE tabname = " + literalText(table) +
       " AND tabschema = " + (isEmpty(schema) ? "USER" : literalText(schema));
   QRK_TRACE(ctx, "tab_stmt:%s", query.c_str());
   Name found;
   const sqlca area = fetchFirst(query.c_str(), {}, found.output());
-  if (area.sqlcode == kNoRow) return fail(report, Msg::QRKA016E, table);
+  if (area.sqlcode == kNoRow) throw Failure(Msg::QRKA016E, table);
   if (area.sqlcode < 0) {
     QRK_TRACE(ctx, "Error in getting result column name from table name:%s, sqlcode=%d", table,
               area.sqlcode);
-    return failDb(report, area, Msg::QRKA024E);
+    throw Failure::ofServer(area, Msg::QRKA024E);
   }
-  if (found.wasCut()) return failInternal(report, kModule, __LINE__);
+  if (found.wasCut()) throw Failure::internal(kModule);
   QRK_TRACE(ctx, "result table, colname:%s", found.text);
-  copyName(found.view(), column, kColumnSize);
-  return 0;
+  return std::string(found.view());
 }
 
-int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
-                           bool* isUnknown) {
-  sqlca area{};
-  const int rc = readRegistered(ctx, kDtds, dtd, dtdid, msg, area);
-  // A database without the table has registered nothing, nor has any an id that the column cannot
-  // hold.
-  const bool isTooLong = isValueTooLong(area);
-  if (isUnknown) {
-    *isUnknown = area.sqlcode == kNoRow || area.sqlcode == kNoSuchTable || isTooLong;
-  }
+bool qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid) {
+  LocatorOwner locator;
+  const sqlca area = findRegistered(kDtds, dtd, dtdid, locator);
   if (area.sqlcode != 0) {
     QRK_TRACE(ctx, "Error in getting DTD from DTD_REF dtdid string:%s, sqlcode=%d", dtdid,
               area.sqlcode);
   }
-  return rc;
+  // A database without the table has registered nothing, nor has any an id that the column cannot
+  // hold.
+  if (area.sqlcode == kNoRow || area.sqlcode == kNoSuchTable || isValueTooLong(area)) return false;
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA010E, dtdid);
+  readRegistered(ctx, kDtds, locator, dtd);
+  return true;
 }
 
 int qrkGetSchemaFromSchemaId(QrkStruct* ctx, QrkOutbuf* schema, const char* schemaid, char* msg) {
-  sqlca area{};
-  const int rc = readRegistered(ctx, kSchemas, schema, schemaid, msg, area);
-  if (area.sqlcode != 0) {
-    QRK_TRACE(ctx, "Error in getting Schema from Schema_REF schemaid string:%s, sqlcode=%d",
-              schemaid, area.sqlcode);
-  }
-  return rc;
+  return atEdge({ctx, msg}, [&] {
+    LocatorOwner locator;
+    const sqlca area = findRegistered(kSchemas, schema, schemaid, locator);
+    if (area.sqlcode != 0) {
+      QRK_TRACE(ctx, "Error in getting Schema from Schema_REF schemaid string:%s, sqlcode=%d",
+                schemaid, area.sqlcode);
+    }
+    if (area.sqlcode == kNoRow) throw Failure(Msg::QRKQ060E, schemaid);
+    if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKQ060E, schemaid);
+    readRegistered(ctx, kSchemas, locator, schema);
+  });
 }
 
-int appendTableSpaceClause(QrkStruct* ctx, std::string* out, const char* stmt, int which,
-                           const char* tableSpace, short* tableSpaceInd, int* rc, char* msg) {
+std::string appendTableSpaceClause(QrkStruct* ctx, const char* stmt, int which,
+                                   const char* tableSpace, const short* tableSpaceInd) {
   QRK_TRACE(ctx, "Entered SQL stmt = %s index = %d", stmt, which);
-  const Report report{ctx, msg, rc};
   const bool given = !isEmpty(tableSpace) && (!tableSpaceInd || *tableSpaceInd == 0);
   const char* name = tableSpace;
   if (!given) {
@@ -274,17 +260,56 @@ int appendTableSpaceClause(QrkStruct* ctx, std::string* out, const char* stmt, i
     const sqlca area =
         runSection(section::kTableSpaceExists, {textInput(name)}, {integerVariable(&one)});
     QRK_TRACE(ctx, "sqlca.sqlcode = %d fixedTblSpcExists = %d", area.sqlcode, one);
-    if (area.sqlcode == kPackageNotBound) return failDb(report, area, Msg::QRKA073E);
-    if (area.sqlcode < 0) return failDbInternal(report, area, kModule, __LINE__);
+    if (area.sqlcode == kPackageNotBound) throw Failure::ofServer(area, Msg::QRKA073E);
+    if (area.sqlcode < 0) throw Failure::ofServerInternal(area, kModule);
     if (area.sqlcode == kNoRow) name = nullptr;
   }
-  try {
-    *out = stmt;
-    if (name) out->append(" IN ").append(name);
-  } catch (const std::bad_alloc&) {
-    return fail(report, Msg::QRKG002E);
-  }
-  return 0;
+  return name ? std::string(stmt) + " IN " + name : std::string(stmt);
+}
+
+// ---- For who wants a code.
+namespace {
+
+bool copyName(const std::string& name, char* out, int capacity) {
+  if (static_cast<int>(name.size()) >= capacity) return false;
+  std::memcpy(out, name.c_str(), name.size() + 1);
+  return true;
+}
+
+}  // namespace
+
+int qrkTableExists(QrkStruct* ctx, const char* schema, const char* table, int* exists, char* msg) {
+  *exists = 0;
+  return atEdge({ctx, msg}, [&] { *exists = qrkTableExists(ctx, schema, table) ? 1 : 0; });
+}
+
+int qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* table,
+                            const char* column, char* typeSchema, int typeSchemaLen, char* typeName,
+                            int typeNameLen, long* length, char* msg) {
+  return atEdge({ctx, msg}, [&] {
+    const CatalogType type = qrkGetCatalogColumnType(ctx, schema, table, column);
+    if (!copyName(type.schema, typeSchema, typeSchemaLen) ||
+        !copyName(type.name, typeName, typeNameLen)) {
+      throw Failure::internal(kModule).withCode(-1);
+    }
+    *length = type.length;
+  });
+}
+
+int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char* column, int* rc,
+                     char* msg) {
+  return atEdge({ctx, msg, rc},
+                [&] { copyName(qrkGetColumnName(ctx, schema, table), column, kColumnSize); });
+}
+
+int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
+                           bool* isUnknown) {
+  if (isUnknown) *isUnknown = false;
+  return atEdge({ctx, msg}, [&] {
+    if (qrkGetDtdFileFromDtdId(ctx, dtd, dtdid)) return;
+    if (isUnknown) *isUnknown = true;
+    throw Failure(Msg::QRKA010E, dtdid);
+  });
 }
 
 int isQuotedSQLType(const char* type) {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "orvxml/trace.h"
+#include "src/outcome/edge.h"
 #include "src/outcome/text_cut.h"
 
 namespace orvxml {
@@ -14,6 +15,30 @@ CliDiagnostic firstDiagnostic(SQLSMALLINT type, SQLHANDLE handle) {
                 &diagnostic.nativeError, reinterpret_cast<SQLCHAR*>(diagnostic.text),
                 sizeof diagnostic.text, &length);
   return diagnostic;
+}
+
+namespace {
+
+// `file` stands in the message.
+Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, const CliDiagnostic& said, const char* what,
+                   const std::string& file, int line) {
+  QRK_TRACE(ctx, "CLI failed for %s: cliMsg= %s cliRC=%d cliState=%s sqlcode=%d", what, said.text,
+            rc, said.state, said.nativeError);
+  return Failure(Msg::QRKG006E, said.state, rc, buildStamp(), file, line, said.text);
+}
+
+}  // namespace
+
+Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle,
+                   const char* what, std::source_location where) {
+  return cliFailure(ctx, rc, firstDiagnostic(type, handle), what, moduleOf(where),
+                    static_cast<int>(where.line()));
+}
+
+Failure failureInServerWords(const CliDiagnostic& diagnostic, std::source_location where) {
+  const int code = codeOf(Msg::QRKG006E);
+  return *diagnostic.text ? Failure::said(code, diagnostic.text).ofKind(FailureKind::kDatabase)
+                          : Failure::internal(nullptr, where).withCode(code);
 }
 
 int failInServerWords(const Report& report, const CliDiagnostic& diagnostic, const char* module,
@@ -47,10 +72,7 @@ void appendToMessage(const Report& report, std::string_view text) {
 int qrkCLIError(QrkStruct* ctx, short cliRc, short handleType, SQLHANDLE* handle, const char* what,
                 const char* file, int line, char* msg) {
   const CliDiagnostic said = firstDiagnostic(handleType, handle ? *handle : SQL_NULL_HANDLE);
-  QRK_TRACE(ctx, "CLI failed for %s: cliMsg= %s cliRC=%d cliState=%s sqlcode=%d", what, said.text,
-            cliRc, said.state, said.nativeError);
-  return fail(Report{ctx, msg}, Msg::QRKG006E, said.state, cliRc, buildStamp(), file, line,
-              said.text);
+  return reportFailure({ctx, msg}, cliFailure(ctx, cliRc, said, what, file, line));
 }
 
 }  // namespace orvxml

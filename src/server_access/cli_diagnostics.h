@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "orvxml/context.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
@@ -14,6 +14,14 @@ struct CliDiagnostic {
   SQLINTEGER nativeError = 0;
 };
 CliDiagnostic firstDiagnostic(SQLSMALLINT type, SQLHANDLE handle);
+
+// A failed call of the call-level interface (QRKG006E): `what` names the step.
+Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle,
+                   const char* what, std::source_location where = std::source_location::current());
+
+// The same with the server's words as the whole message; without any it is an internal error.
+Failure failureInServerWords(const CliDiagnostic& diagnostic,
+                             std::source_location where = std::source_location::current());
 
 // Makes the server's words the whole message, under the code of a failed call (QRKG006E); without
 // any it is an internal error. Returns the code.

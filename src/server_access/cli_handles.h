@@ -37,4 +37,27 @@ class CliConnection {
   bool connected_ = false;
 };
 
+// The same, whose steps throw: a QRKG006E names this folder's file.
+class ServerConnection {
+ public:
+  explicit ServerConnection(QrkStruct* ctx) : ctx_(ctx) {}
+  ~ServerConnection();
+  ServerConnection(const ServerConnection&) = delete;
+  ServerConnection& operator=(const ServerConnection&) = delete;
+
+  void open();
+  // Disconnects and frees the handles, all of them also when a step fails.
+  void close();
+  SQLHDBC handle() const { return hdbc_; }
+
+ private:
+  void allocate();
+  void connect();
+
+  QrkStruct* ctx_;
+  SQLHENV henv_ = SQL_NULL_HANDLE;
+  SQLHDBC hdbc_ = SQL_NULL_HANDLE;
+  bool connected_ = false;
+};
+
 }  // namespace orvxml

@@ -8,13 +8,12 @@
 
 #include "orvxml/trace.h"
 #include "src/files/file_handle.h"
-#include "src/outcome/problem.h"
+#include "src/outcome/edge.h"
 #include "src/server_access/server_statements.h"
 
 namespace orvxml {
 namespace {
 
-constexpr const char* kModule = kServerStatementsModule;
 constexpr int16_t kNullableClob = orv::kSqlClob + 1;
 
 using orv::esql::clobFileVariable;
@@ -49,158 +48,153 @@ class ClobDescriptor {
 };
 
 // A step of reading a piece of a locator failed.
-int failPiece(const Report& report, const sqlca& area, const char* step, int line) {
-  QRK_TRACE(report.ctx, "%s", step);
-  failDbInternal(report, area, kModule, line);
-  return -1;
-}
-
-int contentIntoBuffer(QrkStruct* ctx, int32_t locator, uint32_t length, QrkOutbuf* buf, char* msg) {
-  int code = 0;
-  if (buf->loctype == QRK_LOC_MEMORY) {
-    if (qrkLocatorToBuf(ctx, locator, static_cast<int32_t>(length), buf->data, &code, msg, 1)) {
-      return code;
-    }
-  } else {
-    // The server writes the file: nothing of ours may be left to write.
-    std::fclose(buf->fp);
-    buf->fp = nullptr;
-    if (qrkLocatorToFile(ctx, locator, buf->data, &code, msg)) return code;
-  }
-  buf->size = length;
-  return 0;
-}
-
-// The whole stream into `data`; the bytes read into `length`.
-Problem readFile(FILE* file, char* data, uint32_t capacity, uint32_t& length) {
-  const auto read = static_cast<uint32_t>(std::fread(data, 1, capacity, file));
-  // The file may have grown since its size was taken.
-  const bool isLonger = read == capacity && std::fgetc(file) != EOF;
-  if (std::ferror(file)) return {Msg::QRKC002E};
-  if (isLonger) return {Msg::QRKC013E};
-  length = read;
-  return {};
-}
-
-Problem fileIntoLob(QrkStruct* ctx, const char* fileName, char* data, uint32_t capacity,
-                    uint32_t& length) {
-  uint32_t size = 0;
-  if (qrk_getFileSize(ctx, fileName, &size) != 0 || !isfile(ctx, fileName)) {
-    return {Msg::QRKC001E};
-  }
-  if (size > kMaxDocumentFile) return {Msg::QRKC006E};
-  if (size > capacity) return {Msg::QRKC013E};
-  const FileHandle file(xml_fopen(ctx, fileName, "r"));
-  if (!file) return {Msg::QRKC000E};
-  if (const Problem problem = readFile(file.get(), data, capacity, length)) return problem;
-  QRK_TRACE(ctx, "actuall length read from file: %d", static_cast<int>(length));
-  return {};
+Failure pieceFailure(QrkStruct* ctx, const sqlca& area, const char* step,
+                     std::source_location where = std::source_location::current()) {
+  QRK_TRACE(ctx, "%s", step);
+  return Failure::ofServerInternal(area, nullptr, where);
 }
 
 }  // namespace
 
-int qrkGetDataFromLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* buf, char* msg) {
-  int code = 0;
-  int32_t length = 0;
-  if (qrkGetLocatorLength(ctx, locator, &length, &code, msg)) return code;
+void qrkGetDataFromLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* buf) {
+  const int32_t length = qrkGetLocatorLength(ctx, locator);
   QRK_TRACE(ctx, "Document Length = %d", length);
-  const auto size = static_cast<uint32_t>(length);
-  if (qrkBufAcquire(ctx, buf, size, static_cast<uint32_t>(ctx->fileThreshold), QRK_LOC_MEMORY,
-                    &code, msg, 1)) {
+  try {
+    qrkBufAcquire(ctx, buf, static_cast<uint32_t>(length),
+                  static_cast<uint32_t>(ctx->fileThreshold), QRK_LOC_MEMORY, true);
+  } catch (const Failure&) {
     QRK_TRACE(ctx, "Error in bufAcquire");
-    return code;
+    throw;
   }
-  return contentIntoBuffer(ctx, locator, size, buf, msg);
+  if (buf->loctype == QRK_LOC_MEMORY) {
+    qrkLocatorToBuf(ctx, locator, length, buf->data, 1);
+  } else {
+    // The server writes the file: nothing of ours may be left to write.
+    std::fclose(buf->fp);
+    buf->fp = nullptr;
+    qrkLocatorToFile(ctx, locator, buf->data);
+  }
+  buf->size = static_cast<uint32_t>(length);
 }
 
-int qrkGetDadFileFromLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* buf, char* msg) {
-  return qrkGetDataFromLocator(ctx, locator, buf, msg) ? -1 : 0;
-}
-
-int qrkGetLocatorLength(QrkStruct* ctx, int32_t locator, int32_t* length, int* errCode, char* msg) {
-  *length = 0;
+int32_t qrkGetLocatorLength(QrkStruct* ctx, int32_t locator) {
+  int32_t length = 0;
   const sqlca area = runSection(section::kLocatorLength, {clobLocatorVariable(&locator)},
-                                {integerVariable(length)});
-  if (area.sqlcode == 0 && *length >= 0) return 0;
+                                {integerVariable(&length)});
+  if (area.sqlcode == 0 && length >= 0) return length;
   QRK_TRACE(ctx, "Locator length error");
-  failDbInternal(Report{ctx, msg, errCode}, area, kModule, __LINE__);
-  return -1;
+  throw Failure::ofServerInternal(area);
 }
 
-int qrkLocatorToBuf(QrkStruct* ctx, int32_t locator, int32_t length, char* buffer, int* errCode,
-                    char* msg, int32_t start) {
-  const Report report{ctx, msg, errCode};
+void qrkLocatorToBuf(QrkStruct* ctx, int32_t locator, int32_t length, char* buffer, int32_t start) {
   buffer[0] = 0;
-  if (length == 0) return 0;
-  if (length < 0 || start < 1) {
-    failInternal(report, kModule, __LINE__);
-    return -1;
-  }
+  if (length == 0) return;
+  if (length < 0 || start < 1) throw Failure::internal();
   sqlca area{};
   orv::esql::Cursor cursor(kQrksuwo, section::kLocatorPiece);
   const HostVariable input[] = {clobLocatorVariable(&locator), integerVariable(&start),
                                 integerVariable(&length)};
   cursor.open(input, area);
-  if (area.sqlcode < 0) return failPiece(report, area, "Cursor open error", __LINE__);
+  if (area.sqlcode < 0) throw pieceFailure(ctx, area, "Cursor open error");
   ClobDescriptor piece(buffer, length);
   cursor.fetch(piece.descriptor(), area);
   if (area.sqlcode != 0 || piece.length() != length) {
-    return failPiece(report, area, "Fetch error", __LINE__);
+    throw pieceFailure(ctx, area, "Fetch error");
   }
   cursor.close(area);
-  if (area.sqlcode < 0) return failPiece(report, area, "Cursor close error", __LINE__);
+  if (area.sqlcode < 0) throw pieceFailure(ctx, area, "Cursor close error");
   buffer[length] = 0;
   QRK_TRACE(ctx, "Document Retrieval Success");
-  return 0;
 }
 
-int qrkLocatorToFile(QrkStruct* ctx, int32_t locator, const char* fileName, int* errCode,
-                     char* msg) {
-  const Report report{ctx, msg, errCode};
-  orv::SqlFileReference file;
-  if (referToFile(report, fileName, orv::kFileOverwrite, 0, &file)) return -1;
+void qrkLocatorToFile(QrkStruct* ctx, int32_t locator, const char* fileName) {
+  orv::SqlFileReference file = referToFile(fileName, orv::kFileOverwrite, 0);
   const sqlca area = runSection(section::kLocatorValue, {clobLocatorVariable(&locator)},
                                 {clobFileVariable(&file)});
-  if (area.sqlcode == 0) return 0;
+  if (area.sqlcode == 0) return;
   QRK_TRACE(ctx, "Locator to File write error");
-  failDbInternal(report, area, kModule, __LINE__);
-  return -1;
+  throw Failure::ofServerInternal(area);
 }
 
-int qrkGetChunkFromLocator(QrkStruct* ctx, int32_t locator, int32_t start, int32_t total,
-                           char* buffer, int* errCode, char* msg) {
+void qrkGetChunkFromLocator(QrkStruct* ctx, int32_t locator, int32_t start, int32_t total,
+                            char* buffer) {
   const int32_t rest = start > total ? 0 : total - start + 1;
-  return qrkLocatorToBuf(ctx, locator, std::min(rest, kLocatorChunk), buffer, errCode, msg, start);
+  qrkLocatorToBuf(ctx, locator, std::min(rest, kLocatorChunk), buffer, start);
 }
 
-int qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fileName, int32_t size,
-                         int32_t validResult, int validate, const char* resultTable, int* errCode,
-                         char* msg) {
-  const Report report{ctx, msg, errCode};
-  orv::SqlFileReference file;
-  if (int rc = referToFile(report, fileName, orv::kFileRead, static_cast<uint32_t>(size), &file)) {
-    return rc;
-  }
+void qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fileName,
+                          int32_t size, std::optional<int32_t> validResult,
+                          const char* resultTable) {
+  orv::SqlFileReference file = referToFile(fileName, orv::kFileRead, static_cast<uint32_t>(size));
   sqlca area{};
   orv::esql::Statement statement(kQrksuwo);
   statement.prepare(insertStmt, area);
   if (area.sqlcode < 0) {
     QRK_TRACE(ctx, "PREPARE insert_stmt failed. '%s'", insertStmt);
-    return failDbInternal(report, area, kModule, __LINE__);
+    throw Failure::ofServerInternal(area);
   }
-  const HostVariable input[] = {clobFileVariable(&file), integerVariable(&validResult)};
-  statement.execute(orv::esql::Variables(input, validate == 1 ? 2 : 1), area);
-  if (isValueTooLong(area)) return fail(report, Msg::QRKQ017E, resultTable);
-  if (area.sqlcode == 0) return 0;
+  int32_t valid = validResult.value_or(0);
+  const HostVariable input[] = {clobFileVariable(&file), integerVariable(&valid)};
+  statement.execute(orv::esql::Variables(input, validResult ? 2 : 1), area);
+  if (isValueTooLong(area)) throw Failure(Msg::QRKQ017E, resultTable);
+  if (area.sqlcode == 0) return;
   QRK_TRACE(ctx, "insert_stmt failed sqlcode %d. insert_stmt='%s'", area.sqlcode, insertStmt);
-  return failDbInternal(report, area, kModule, __LINE__);
+  throw Failure::ofServerInternal(area);
+}
+
+uint32_t qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint32_t lobCapacity) {
+  uint32_t size = 0;
+  if (qrk_getFileSize(ctx, fileName, &size) != 0 || !isfile(ctx, fileName)) {
+    throw Failure(Msg::QRKC001E);
+  }
+  if (size > kMaxDocumentFile) throw Failure(Msg::QRKC006E);
+  if (size > lobCapacity) throw Failure(Msg::QRKC013E);
+  const FileHandle file(xml_fopen(ctx, fileName, "r"));
+  if (!file) throw Failure(Msg::QRKC000E);
+  const auto read = static_cast<uint32_t>(std::fread(lobData, 1, lobCapacity, file.get()));
+  // The file may have grown since its size was taken.
+  const bool isLonger = read == lobCapacity && std::fgetc(file.get()) != EOF;
+  if (std::ferror(file.get())) throw Failure(Msg::QRKC002E);
+  if (isLonger) throw Failure(Msg::QRKC013E);
+  QRK_TRACE(ctx, "actuall length read from file: %d", static_cast<int>(read));
+  return read;
+}
+
+int qrkGetDadFileFromLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* buf, char* msg) {
+  return statusAtEdge({ctx, msg}, [&] { qrkGetDataFromLocator(ctx, locator, buf); });
+}
+
+int qrkGetLocatorLength(QrkStruct* ctx, int32_t locator, int32_t* length, int* errCode, char* msg) {
+  *length = 0;
+  return statusAtEdge({ctx, msg, errCode}, [&] { *length = qrkGetLocatorLength(ctx, locator); });
+}
+
+int qrkGetChunkFromLocator(QrkStruct* ctx, int32_t locator, int32_t start, int32_t total,
+                           char* buffer, int* errCode, char* msg) {
+  return statusAtEdge({ctx, msg, errCode},
+                      [&] { qrkGetChunkFromLocator(ctx, locator, start, total, buffer); });
+}
+
+int qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fileName, int32_t size,
+                         int32_t validResult, int validate, const char* resultTable, int* errCode,
+                         char* msg) {
+  return atEdge({ctx, msg, errCode}, [&] {
+    qrkInsertDocFromFile(ctx, insertStmt, fileName, size,
+                         validate == 1 ? std::optional(validResult) : std::nullopt, resultTable);
+  });
 }
 
 int qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint32_t lobCapacity,
                  uint32_t* lobLength, char* sqlState, int* msgIndex) {
   *lobLength = 0;
-  const Problem problem = fileIntoLob(ctx, fileName, lobData, lobCapacity, *lobLength);
-  return indexed(ctx, problem, sqlState, msgIndex);
+  try {
+    *lobLength = qrk_file2lob(ctx, fileName, lobData, lobCapacity);
+    return 0;
+  } catch (const Failure& failure) {
+    reportFailure({.ctx = ctx, .sqlState = sqlState}, failure);
+    *msgIndex = static_cast<int>(failure.message());
+    return -1;
+  }
 }
 
 void daix_to_dpc(QrkStruct*, char* path) {

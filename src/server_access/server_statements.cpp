@@ -2,6 +2,8 @@
 // large-object locators.
 #include "src/server_access/server_statements.h"
 
+#include "src/outcome/failure.h"
+
 namespace orvxml {
 namespace {
 
@@ -39,16 +41,15 @@ sqlca runSection(const char* name, std::initializer_list<orv::esql::HostVariable
   return area;
 }
 
-int referToFile(const Report& report, const char* name, uint32_t options, uint32_t length,
-                orv::SqlFileReference* file) {
-  const size_t nameLength = std::strlen(name);
-  if (nameLength > sizeof file->name) return fail(report, Msg::QRKG000E, name);
-  *file = {};
-  file->name_length = static_cast<uint32_t>(nameLength);
-  file->data_length = length;
-  file->file_options = options;
-  std::memcpy(file->name, name, nameLength);
-  return 0;
+orv::SqlFileReference referToFile(const char* name, uint32_t options, uint32_t length) {
+  orv::SqlFileReference file{};
+  const std::string_view text(name);
+  if (text.size() > sizeof file.name) throw Failure(Msg::QRKG000E, name);
+  file.name_length = static_cast<uint32_t>(text.size());
+  file.data_length = length;
+  file.file_options = options;
+  text.copy(file.name, text.size());
+  return file;
 }
 
 }  // namespace orvxml

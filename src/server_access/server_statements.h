@@ -23,9 +23,6 @@ inline constexpr char kLocatorPiece[] = "LOCATOR_PIECE";
 inline constexpr char kLocatorValue[] = "LOCATOR_VALUE";
 }  // namespace section
 
-// The module that internal errors of these statements name.
-inline constexpr char kServerStatementsModule[] = "qrksuwo";
-
 // SQLCODEs.
 inline constexpr int kNoRow = 100;
 inline constexpr int kPackageNotBound = -805;
@@ -46,9 +43,7 @@ inline orv::esql::HostVariable textInput(const char* text, int16_t* indicator = 
 sqlca runSection(const char* name, std::initializer_list<orv::esql::HostVariable> input,
                  std::initializer_list<orv::esql::HostVariable> output = {});
 
-// Fills a reference to the file `name` of the server. 0, or -56 with QRKG000E for a name that does
-// not fit.
-int referToFile(const Report& report, const char* name, uint32_t options, uint32_t length,
-                orv::SqlFileReference* file);
+// A reference to the file `name` of the server. QRKG000E for a name that does not fit.
+orv::SqlFileReference referToFile(const char* name, uint32_t options, uint32_t length);
 
 }  // namespace orvxml

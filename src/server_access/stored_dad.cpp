@@ -1,13 +1,10 @@
 #include "src/server_access/stored_dad.h"
 
-#include <string_view>
-
+#include "src/outcome/edge.h"
 #include "src/server_access/locators.h"
 #include "src/server_access/server_statements.h"
 
 namespace orvxml {
-namespace {}  // namespace
-
 void StoredDad::open(const char* query, char* name, int nameSize, sqlca& area) {
   statement_.prepare(query, area);
   if (area.sqlcode < 0) return;
@@ -26,15 +23,23 @@ void StoredDad::close() {
   cursor_.close(area);
 }
 
-int StoredDad::read(QrkStruct* ctx, QrkOutbuf* buf, char* msg) {
-  const int code = qrkGetDataFromLocator(ctx, locator_.value(), buf, msg);
+void StoredDad::read(QrkStruct* ctx, QrkOutbuf* buf) {
+  qrkGetDataFromLocator(ctx, locator_.value(), buf);
   locator_.release();
-  return code;
+}
+
+int StoredDad::read(QrkStruct* ctx, QrkOutbuf* buf, char* msg) {
+  return atEdge({ctx, msg}, [&] { read(ctx, buf); });
+}
+
+Failure collectionFailure(const sqlca& area, const char* name) {
+  if (area.sqlcode == kNoRow || isValueTooLong(area)) return Failure(Msg::QRKQ028E, name);
+  return Failure::ofServer(area, area.sqlcode == kPackageNotBound ? Msg::QRKA073E : Msg::QRKQ052E,
+                           "");
 }
 
 int failCollection(const Report& report, const sqlca& area, const char* name) {
-  if (area.sqlcode == kNoRow || isValueTooLong(area)) return fail(report, Msg::QRKQ028E, name);
-  return failDb(report, area, area.sqlcode == kPackageNotBound ? Msg::QRKA073E : Msg::QRKQ052E);
+  return reportFailure(report, collectionFailure(area, name));
 }
 
 }  // namespace orvxml

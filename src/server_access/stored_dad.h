@@ -4,7 +4,7 @@
 
 #include "orv/esql.h"
 #include "orvxml/buffer.h"
-#include "orvxml/context.h"
+#include "src/outcome/failure.h"
 #include "src/server_access/locator_owner.h"
 
 namespace orvxml {
@@ -20,8 +20,8 @@ class StoredDad {
   void fetch(sqlca& area);
   void close();
   short indicator() const { return indicator_; }  // negative: the row has no DAD
-  // Acquires `buf` for the fetched DAD and frees the locator. 0, or the code of the message in
-  // `msg`.
+  // Acquires `buf` for the fetched DAD and frees the locator.
+  void read(QrkStruct* ctx, QrkOutbuf* buf);
   int read(QrkStruct* ctx, QrkOutbuf* buf, char* msg);
 
  private:
@@ -31,9 +31,9 @@ class StoredDad {
   int16_t indicator_ = 0;
 };
 
-// Reports why a collection was not found: QRKQ028E with its name when there is no such row,
-// QRKA073E in a database whose packages are not bound, QRKQ052E for anything else. Returns the
-// message's code.
+// Why a collection was not found: QRKQ028E with its name when there is no such row, QRKA073E in a
+// database whose packages are not bound, QRKQ052E for anything else.
+Failure collectionFailure(const sqlca& area, const char* name);
 int failCollection(const Report& report, const sqlca& area, const char* name);
 
 }  // namespace orvxml

@@ -2,6 +2,7 @@
 #include <vector>
 
 #include "orvxml/trace.h"
+#include "src/outcome/failure.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/server_statements.h"
 
@@ -13,20 +14,22 @@ using orv::esql::HostVariable;
 // A DAD as host variable: its text with the length in front, or its temporary file.
 class DadVariable {
  public:
-  int set(const Report& report, QrkOutbuf* dad) {
-    const char* const content = qrkBufGetContent(report.ctx, dad);
-    if (!content) return fail(report, Msg::QRKG004E);
+  DadVariable(QrkStruct* ctx, QrkOutbuf* dad) {
+    const char* const content = qrkBufGetContent(ctx, dad);
+    if (!content) throw Failure(Msg::QRKG004E);
     if (dad->loctype == QRK_LOC_FILE) {
+      file_ = referToFile(content, orv::kFileRead, dad->size);
       variable_ = orv::esql::clobFileVariable(&file_);
-      return referToFile(report, content, orv::kFileRead, dad->size, &file_);
+      return;
     }
     const auto length = static_cast<int32_t>(dad->size);
     value_.resize(sizeof length + dad->size);
     std::memcpy(value_.data(), &length, sizeof length);
     std::memcpy(value_.data() + sizeof length, content, dad->size);
     variable_ = {orv::kSqlClob, length, value_.data()};
-    return 0;
   }
+  DadVariable(const DadVariable&) = delete;
+  DadVariable& operator=(const DadVariable&) = delete;
   const HostVariable& get() const { return variable_; }
 
  private:
@@ -67,32 +70,26 @@ sqlca dropDocumentType(QrkStruct* ctx, const DocumentType& type) {
 
 }  // namespace
 
-int qrkInsertXMLUsageBuf(QrkStruct* ctx, const char* schema, const char* table, const char* column,
-                         const char* dtdid, short dtdidInd, QrkOutbuf* dad, int access_mode,
-                         int validation, const char* defaultView, short defaultViewInd,
-                         const char* suffix, int* rc, char* msg) {
-  const Report report{ctx, msg, rc};
-  DadVariable dadVariable;
-  if (int failure = dadVariable.set(report, dad)) return failure;
+void qrkInsertXMLUsageBuf(QrkStruct* ctx, const UsageRow& row) {
+  const DadVariable dad(ctx, row.dad);
+  int32_t accessMode = row.accessMode, validation = row.validation;
+  int16_t noDtdid = row.dtdid ? 0 : -1, noView = row.defaultView ? 0 : -1;
   const sqlca area =
       runSection(section::kInsertUsage,
-                 {textInput(schema), textInput(table), textInput(column),
-                  textInput(dtdid, &dtdidInd), dadVariable.get(),
-                  orv::esql::integerVariable(&access_mode), orv::esql::integerVariable(&validation),
-                  textInput(defaultView, &defaultViewInd), textInput(suffix)});
-  return area.sqlcode < 0 ? failDb(report, area, Msg::QRKA011E) : 0;
+                 {textInput(row.schema), textInput(row.table), textInput(row.column),
+                  textInput(row.dtdid, &noDtdid), dad.get(),
+                  orv::esql::integerVariable(&accessMode), orv::esql::integerVariable(&validation),
+                  textInput(row.defaultView, &noView), textInput(row.suffix)});
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKA011E);
 }
 
-int qrkDropSchema(QrkStruct* ctx, char* msg, sqlca* failure) {
+sqlca qrkDropSchema(QrkStruct* ctx) {
   sqlca first{};
   for (const DocumentType& type : kDocumentTypes) {
     const sqlca area = dropDocumentType(ctx, type);
     if (area.sqlcode < 0 && first.sqlcode == 0) first = area;
   }
-  if (first.sqlcode == 0) return 0;
-  failDb(Report{ctx, msg}, first, Msg::QRKA007E);
-  if (failure) *failure = first;
-  return first.sqlcode;
+  return first;
 }
 
 }  // namespace orvxml

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "src/outcome/edge.h"
+
 namespace orvxml {
 namespace {
 
@@ -22,21 +24,18 @@ TEST(CliDiagnosticsTest, WhatIsAppendedIsCutWhereTheMessageIsFull) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.label);
-    std::string message(c.front, '.');
-    message.resize(kMessageSize);
-    appendToMessage({.msg = message.data()}, c.text);
-    EXPECT_EQ(message.c_str() + c.front, std::string(c.appended));
+    char message[kMessageSize];
+    reportFailure({.msg = message},
+                  Failure::said(-1, std::string(c.front, '.')).with(std::string(c.text)));
+    EXPECT_EQ(message + c.front, std::string(c.appended));
   }
 }
 
 // The handle that was asked for was never made: the server has no words about it.
 TEST(CliDiagnosticsTest, WithoutWordsItIsAnInternalError) {
-  char msg[kMessageSize] = "";
-  int code = 0;
-  const CliDiagnostic none = firstDiagnostic(SQL_HANDLE_STMT, SQL_NULL_HANDLE);
-  EXPECT_EQ(failInServerWords({nullptr, msg, &code}, none, "qrkmodule", 1), -57);
-  EXPECT_EQ(code, -57);
-  EXPECT_TRUE(std::string(msg).starts_with("QRKG001E  ")) << msg;
+  const Failure failure = failureInServerWords(firstDiagnostic(SQL_HANDLE_STMT, SQL_NULL_HANDLE));
+  EXPECT_TRUE(failure.is(Msg::QRKG001E));
+  EXPECT_EQ(failure.code(), -57);
 }
 
 }  // namespace

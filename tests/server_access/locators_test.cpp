@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -44,12 +45,12 @@ class LocatorsTest : public testing::Test {
     db_.run("CREATE TABLE SMALL (DOC VARCHAR(10))");
   }
 
-  int insert(const std::string& statement, const std::string& file, int validate = 0) {
-    code_ = 0;
-    call_.msg[0] = 0;
-    return qrkInsertDocFromFile(call_, statement.c_str(), file.c_str(),
-                                static_cast<int32_t>(contentOf(file).size()), 5, validate, "MINE",
-                                &code_, call_.msg);
+  int insert(const std::string& statement, const std::string& file, bool isValidated = false) {
+    return call_.report([&] {
+      qrkInsertDocFromFile(call_, statement.c_str(), file.c_str(),
+                           static_cast<int32_t>(contentOf(file).size()),
+                           isValidated ? std::optional(5) : std::nullopt, "MINE");
+    });
   }
 
   // A locator for a document that the table receives from a file.
@@ -70,9 +71,8 @@ class LocatorsTest : public testing::Test {
   }
 
   // A failure that the server has told about in front of the library's own message.
-  void expectServerFailure(int rc, int expected) {
-    EXPECT_EQ(rc, expected);
-    EXPECT_EQ(code_, -57);
+  void expectServerFailure(int code) {
+    EXPECT_EQ(code, -57);
     EXPECT_EQ(std::string(call_.msg).substr(0, 3), "ORV");
     EXPECT_NE(std::string(call_.msg).find("QRKM001W  A ORV error occurred.\nQRKG001E"),
               std::string::npos)
@@ -82,7 +82,6 @@ class LocatorsTest : public testing::Test {
   Database db_;
   CallContext call_;
   TemporaryFolder folder_;
-  int code_ = 0;
 };
 
 TEST_F(LocatorsTest, SmallContentComesInMemoryLargeContentInAFile) {
@@ -92,7 +91,7 @@ TEST_F(LocatorsTest, SmallContentComesInMemoryLargeContentInAFile) {
     const std::string text = numberedText(length);
     const int32_t locator = locatorFor(text);
     OutBuffer buffer(call_);
-    ASSERT_EQ(qrkGetDadFileFromLocator(call_, locator, buffer.get(), call_.msg), 0) << call_.msg;
+    qrkGetDataFromLocator(call_, locator, buffer.get());
     EXPECT_EQ(buffer->size, length);
     const bool inMemory = buffer->loctype == QRK_LOC_MEMORY;
     EXPECT_EQ(inMemory, length <= threshold);
@@ -112,9 +111,7 @@ TEST_F(LocatorsTest, ChunksMakeUpTheWhole) {
     std::string whole;
     std::vector<char> chunk(kLocatorChunk + 1);
     for (int32_t start = 1; start <= total; start += kLocatorChunk) {
-      ASSERT_EQ(
-          qrkGetChunkFromLocator(call_, locator, start, total, chunk.data(), &code_, call_.msg), 0)
-          << call_.msg;
+      qrkGetChunkFromLocator(call_, locator, start, total, chunk.data());
       whole += chunk.data();
     }
     EXPECT_EQ(whole, text);
@@ -124,31 +121,29 @@ TEST_F(LocatorsTest, ChunksMakeUpTheWhole) {
 TEST_F(LocatorsTest, TheServersRefusalIsAnInternalError) {
   const int32_t locator = locatorFor("abcdef");
   char piece[7] = "";
-  EXPECT_EQ(qrkLocatorToBuf(call_, locator, 3, piece, &code_, call_.msg, 2), 0);
+  qrkLocatorToBuf(call_, locator, 3, piece, 2);
   EXPECT_STREQ(piece, "bcd");
-  expectServerFailure(qrkLocatorToBuf(call_, locator, 6, piece, &code_, call_.msg, 2), -1);
-  EXPECT_EQ(qrkLocatorToBuf(call_, locator, -1, piece, &code_, call_.msg, 1), -1);
-  expectServerFailure(
-      qrkLocatorToFile(call_, locator, folder_.path("no/file").c_str(), &code_, call_.msg), -1);
+  expectServerFailure(call_.report([&] { qrkLocatorToBuf(call_, locator, 6, piece, 2); }));
+  EXPECT_EQ(call_.report([&] { qrkLocatorToBuf(call_, locator, -1, piece, 1); }), -57);
+  const std::string nowhere = folder_.path("no/file");
+  expectServerFailure(call_.report([&] { qrkLocatorToFile(call_, locator, nowhere.c_str()); }));
   sqlca area{};
   orv::esql::freeLocator(locator, area);
-  int32_t length = 7;
-  expectServerFailure(qrkGetLocatorLength(call_, locator, &length, &code_, call_.msg), -1);
+  expectServerFailure(call_.report([&] { qrkGetLocatorLength(call_, locator); }));
   QrkOutbuf buffer{};
-  expectServerFailure(qrkGetDataFromLocator(call_, locator, &buffer, call_.msg), -57);
+  expectServerFailure(call_.report([&] { qrkGetDataFromLocator(call_, locator, &buffer); }));
   EXPECT_EQ(buffer.data, nullptr);
 }
 
 TEST_F(LocatorsTest, DocumentsAreInsertedFromFiles) {
   const std::string text = numberedText(200000);
   const std::string file = folder_.write("large", text);
-  EXPECT_EQ(insert("INSERT INTO DOCS (DOC, VALID) VALUES (?, ?)", file, 1), 0) << call_.msg;
+  EXPECT_EQ(insert("INSERT INTO DOCS (DOC, VALID) VALUES (?, ?)", file, true), 0) << call_.msg;
   EXPECT_EQ(db_.rows("SELECT DOC, VALID FROM DOCS"), (Rows{{text, "5"}}));
   EXPECT_EQ(insert("INSERT INTO SMALL (DOC) VALUES (?)", file), -77);
-  EXPECT_EQ(code_, -77);
   EXPECT_STREQ(call_.msg, "QRKQ017E  The column in the result table MINE is too small.\n");
-  expectServerFailure(insert("INSERT INTO NONE (DOC) VALUES (?)", file), -57);
-  expectServerFailure(insert("INSERT INTO DOCS (DOC) VALUES (?)", folder_.path("none")), -57);
+  expectServerFailure(insert("INSERT INTO NONE (DOC) VALUES (?)", file));
+  expectServerFailure(insert("INSERT INTO DOCS (DOC) VALUES (?)", folder_.path("none")));
   EXPECT_EQ(db_.rows("SELECT COUNT(*) FROM DOCS"), (Rows{{"1"}}));
 }
 
@@ -157,8 +152,7 @@ TEST_F(LocatorsTest, FileNamesLongerThanAReferenceAreRefused) {
   const int32_t locator = locatorFor("abc");
   EXPECT_EQ(insert("INSERT INTO DOCS (DOC) VALUES (?)", name), -56);
   EXPECT_EQ(std::string(call_.msg).substr(0, 8), "QRKG000E");
-  EXPECT_EQ(qrkLocatorToFile(call_, locator, name.c_str(), &code_, call_.msg), -1);
-  EXPECT_EQ(code_, -56);
+  EXPECT_EQ(call_.report([&] { qrkLocatorToFile(call_, locator, name.c_str()); }), -56);
 }
 
 TEST_F(LocatorsTest, FilesFillALargeObjectUpToItsCapacity) {
@@ -171,33 +165,28 @@ TEST_F(LocatorsTest, FilesFillALargeObjectUpToItsCapacity) {
     const char* label;
     std::string file;
     uint32_t capacity;
-    int index;  // of the message; 0: success
     const char* sqlState;
   };
   const Case cases[] = {
-      {"fits exactly", folder_.write("five", "12345"), 5, 0, "00000"},
-      {"smaller", folder_.write("empty", ""), 5, 0, "00000"},
-      {"one byte too much", folder_.write("six", "123456"), 5, 85, "38X39"},
-      {"the limit, and no room", sparse("limit", 2'000'000'000), 5, 85, "38X39"},
-      {"beyond the limit", sparse("beyond", 2'000'000'001), 5, 78, "38X06"},
-      {"beyond 32 bits", sparse("huge", 5'000'000'000), 5, 78, "38X06"},
-      {"no file", folder_.path("none"), 5, 73, "38X01"},
-      {"a folder", folder_.path(), 5, 73, "38X01"},
-      {"reports less than it has", "/proc/self/cmdline", 3, 85, "38X39"},
+      {"fits exactly", folder_.write("five", "12345"), 5, "00000"},
+      {"smaller", folder_.write("empty", ""), 5, "00000"},
+      {"one byte too much", folder_.write("six", "123456"), 5, "38X39"},
+      {"the limit, and no room", sparse("limit", 2'000'000'000), 5, "38X39"},
+      {"beyond the limit", sparse("beyond", 2'000'000'001), 5, "38X06"},
+      {"beyond 32 bits", sparse("huge", 5'000'000'000), 5, "38X06"},
+      {"no file", folder_.path("none"), 5, "38X01"},
+      {"a folder", folder_.path(), 5, "38X01"},
+      {"reports less than it has", "/proc/self/cmdline", 3, "38X39"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
     std::vector<char> area(c.capacity);
-    uint32_t length = 99;
-    int index = 0;
-    char state[kSqlStateSize] = "00000";
-    const int rc =
-        qrk_file2lob(call_, c.file.c_str(), area.data(), c.capacity, &length, state, &index);
-    EXPECT_EQ(rc, c.index == 0 ? 0 : -1);
-    EXPECT_EQ(index, c.index);
-    EXPECT_STREQ(state, c.sqlState);
-    const std::string expected = c.index == 0 ? contentOf(c.file) : "";
-    EXPECT_EQ(std::string(area.data(), length), expected);
+    uint32_t length = 0;
+    std::strcpy(call_.sqlState, "00000");
+    const int code = call_.report(
+        [&] { length = qrk_file2lob(call_, c.file.c_str(), area.data(), c.capacity); });
+    EXPECT_STREQ(call_.sqlState, c.sqlState);
+    EXPECT_EQ(std::string(area.data(), length), code == 0 ? contentOf(c.file) : "");
   }
 }
 

@@ -9,6 +9,7 @@
 
 #include "orv/apie.h"
 #include "orvxml/context.h"
+#include "src/outcome/edge.h"
 #include "tests/support/test_session.h"
 
 namespace orvxml::test {
@@ -41,6 +42,13 @@ class CallContext {
   ~CallContext() { qrkExit(&ctx_, sqlState); }
   CallContext(const CallContext&) = delete;
   CallContext& operator=(const CallContext&) = delete;
+
+  // Runs `work` at an edge, which writes `msg` and `sqlState`. Returns the code.
+  template <class Work>
+  int report(Work&& work) {
+    *msg = '\0';
+    return orvxml::atEdge({.ctx = &ctx_, .msg = msg, .sqlState = sqlState}, work);
+  }
 
   QrkStruct* get() { return &ctx_; }
   operator QrkStruct*() { return &ctx_; }
