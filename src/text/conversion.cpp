@@ -8,7 +8,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
-#include "src/outcome/problem.h"
+#include "src/outcome/edge.h"
 #include "src/text/converters.h"
 
 namespace orvxml {
@@ -87,38 +87,31 @@ std::string_view textOf(const char* text, int length) {
   return {text, static_cast<size_t>(std::max(length, 0))};
 }
 
-// Where a buffer conversion reads, writes and reports.
+// Where a buffer conversion reads and writes.
 struct BufferConversion {
   QrkStruct* ctx;
   std::string_view in;
   char* out;
   int outSize;
-  Report report;
   bool toDatabase = false;  // drops a byte order mark; the ways are traced differently
 
-  int failWith(UErrorCode status) const {
-    failConversion(report, status);
-    return -1;
-  }
   // The bytes as they are. They may stand in `out` already.
   int copy() const {
-    if (outSize < 0 || static_cast<size_t>(outSize) < in.size()) return tooSmall();
+    if (outSize < 0 || static_cast<size_t>(outSize) < in.size()) throw tooSmall();
     if (in.data() != out) {
       std::memmove(out, in.data(), in.size());
       if (in.size() < static_cast<size_t>(outSize)) out[in.size()] = 0;
     }
     return static_cast<int>(in.size());
   }
-  int tooSmall() const {
-    failWith(U_BUFFER_OVERFLOW_ERROR);
-    if (report.errCode) *report.errCode = codeOf(Msg::QRKG017E);
-    return -1;
+  static Failure tooSmall() {
+    return conversionFailure(U_BUFFER_OVERFLOW_ERROR).withCode(codeOf(Msg::QRKG017E));
   }
   // By way of UTF-16. The result and its terminator fit, or it is an error.
   int convert(UConverter* from, UConverter* to) const {
     std::u16string text;
     UErrorCode status = toUnicode(from, in, text);
-    if (U_FAILURE(status)) return failWith(status);
+    if (U_FAILURE(status)) throw conversionFailure(status);
     if (!toDatabase) {
       QRK_TRACE(ctx, "nr chars converted to unicode %d", static_cast<int>(text.size()));
     }
@@ -130,9 +123,9 @@ struct BufferConversion {
       } else {
         QRK_TRACE(ctx, "destbuf too small to hold converted buffer");
       }
-      return tooSmall();
+      throw tooSmall();
     }
-    if (U_FAILURE(status)) return failWith(status);
+    if (U_FAILURE(status)) throw conversionFailure(status);
     if (!toDatabase) QRK_TRACE(ctx, "nr chars converted from unicode %d", length);
     return length;
   }
@@ -172,8 +165,8 @@ int32_t fromUnicode(UConverter* converter, std::u16string_view in, char* out, in
                          &status);
 }
 
-int failConversion(const Report& report, UErrorCode status) {
-  return fail(report, Msg::QRKQ055E, static_cast<int>(status));
+Failure conversionFailure(UErrorCode status) {
+  return Failure(Msg::QRKQ055E, static_cast<int>(status));
 }
 
 bool toDatabase(QrkStruct* ctx, std::u16string_view in, std::string& out) {
@@ -232,8 +225,8 @@ int QRK_wcstombsFunction(QrkStruct* ctx, char* out, const char16_t* in, int outS
 int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
                           char* msg, char* sqlState, int* errCode) {
   const Report report{ctx, msg, errCode, sqlState};
-  return guarded(report, [&] {
-    BufferConversion conversion{ctx, textOf(in, inLen), out, outSize, report, true};
+  return statusAtEdge(report, [&] {
+    BufferConversion conversion{ctx, textOf(in, inLen), out, outSize, true};
     if (sameCodePages(ctx)) {
       conversion.in = withoutMark(ctx ? ctx->codePages : nullptr, conversion.in);
       return conversion.copy();
@@ -241,7 +234,7 @@ int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, 
     const QrkCodePages& pages = *ctx->codePages;
     UErrorCode status = U_ZERO_ERROR;
     const Converter marked = openForMark(pages, conversion.in, status);
-    if (U_FAILURE(status)) return conversion.failWith(status);
+    if (U_FAILURE(status)) throw conversionFailure(status);
     return conversion.convert(marked ? marked.get() : pages.appConverter, pages.dbConverter);
   });
 }
@@ -249,8 +242,8 @@ int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, 
 int convertBufferORVToApp(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
                           char* msg, char* sqlState) {
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
-  return guarded(report, [&] {
-    const BufferConversion conversion{ctx, textOf(in, inLen), out, outSize, report};
+  return statusAtEdge(report, [&] {
+    const BufferConversion conversion{ctx, textOf(in, inLen), out, outSize};
     if (sameCodePages(ctx)) return conversion.copy();
     return conversion.convert(ctx->codePages->dbConverter, ctx->codePages->appConverter);
   });

@@ -9,6 +9,7 @@
 #include <unicode/ucnv.h>
 
 #include "orvxml/code_pages.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
@@ -46,7 +47,7 @@ UErrorCode toUnicode(UConverter* converter, std::string_view in, std::u16string&
 int32_t fromUnicode(UConverter* converter, std::u16string_view in, char* out, int outSize,
                     UErrorCode& status);
 
-// QRKQ055E with the error's number. Returns its code.
-int failConversion(const Report& report, UErrorCode status);
+// QRKQ055E with the error's number.
+Failure conversionFailure(UErrorCode status);
 
 }  // namespace orvxml

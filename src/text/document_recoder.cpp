@@ -20,19 +20,16 @@ DocumentRecoder::DocumentRecoder(QrkStruct* ctx)
   ucnv_resetFromUnicode(to_);
 }
 
-Problem DocumentRecoder::start(std::string_view piece) {
+void DocumentRecoder::start(std::string_view piece) {
   isStarted_ = true;
   UErrorCode status = U_ZERO_ERROR;
   marked_ = openForMark(*ctx_->codePages, piece, status);
-  if (U_FAILURE(status)) return {Msg::QRKQ055E, status};
+  if (U_FAILURE(status)) throw conversionFailure(status);
   if (marked_) from_ = marked_.get();
-  return {};
 }
 
-Problem DocumentRecoder::decode(std::string_view piece, bool last) {
-  if (!isStarted_) {
-    if (const Problem problem = start(piece)) return problem;
-  }
+void DocumentRecoder::decode(std::string_view piece, bool last) {
+  if (!isStarted_) start(piece);
   UErrorCode status = U_ZERO_ERROR;
   const char* in = piece.data();
   char16_t* out = units_.data();
@@ -40,18 +37,17 @@ Problem DocumentRecoder::decode(std::string_view piece, bool last) {
                  static_cast<UBool>(last), &status);
   if (U_FAILURE(status)) {
     QRK_TRACE(ctx_, "cant convert from app codepage err = %ld", static_cast<long>(status));
-    return {Msg::QRKQ055E, status};
+    throw conversionFailure(status);
   }
   text_ = {units_.data(), static_cast<size_t>(out - units_.data())};
   if (isFirstUnit_ && !text_.empty()) {
     text_ = withoutMark(text_);
     isFirstUnit_ = false;
   }
-  return {};
 }
 
 // `more` tells whether something of the text is left.
-Problem DocumentRecoder::encode(bool last, std::string_view& part, bool& more) {
+std::string_view DocumentRecoder::encode(bool last, bool& more) {
   UErrorCode status = U_ZERO_ERROR;
   const char16_t* in = text_.data();
   char* out = bytes_.data();
@@ -60,11 +56,10 @@ Problem DocumentRecoder::encode(bool last, std::string_view& part, bool& more) {
   more = status == U_BUFFER_OVERFLOW_ERROR;
   if (U_FAILURE(status) && !more) {
     QRK_TRACE(ctx_, "cant convert to db codepage err = %ld", static_cast<long>(status));
-    return {Msg::QRKQ055E, status};
+    throw conversionFailure(status);
   }
   text_.remove_prefix(static_cast<size_t>(in - text_.data()));
-  part = {bytes_.data(), static_cast<size_t>(out - bytes_.data())};
-  return {};
+  return {bytes_.data(), static_cast<size_t>(out - bytes_.data())};
 }
 
 }  // namespace orvxml

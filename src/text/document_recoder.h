@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "src/outcome/problem.h"
 #include "src/text/converters.h"
 
 namespace orvxml {
@@ -14,24 +13,21 @@ class DocumentRecoder {
  public:
   explicit DocumentRecoder(QrkStruct* ctx);
 
-  // Hands the converted piece to `take` (a Problem of a std::string_view), in parts where it is
-  // long. `last`: nothing follows, so nothing may be left half.
+  // Hands the converted piece to `take`, in parts where it is long. `last`: nothing follows, so
+  // nothing may be left half.
   template <class Take>
-  Problem recode(std::string_view piece, bool last, Take&& take) {
-    if (const Problem problem = decode(piece, last)) return problem;
+  void recode(std::string_view piece, bool last, Take&& take) {
+    decode(piece, last);
     for (bool more = true; more;) {
-      std::string_view part;
-      if (const Problem problem = encode(last, part, more)) return problem;
-      if (part.empty()) continue;
-      if (const Problem problem = take(part)) return problem;
+      const std::string_view part = encode(last, more);
+      if (!part.empty()) take(part);
     }
-    return {};
   }
 
  private:
-  Problem decode(std::string_view piece, bool last);
-  Problem start(std::string_view piece);
-  Problem encode(bool last, std::string_view& part, bool& more);
+  void decode(std::string_view piece, bool last);
+  void start(std::string_view piece);
+  std::string_view encode(bool last, bool& more);
 
   QrkStruct* ctx_;
   UConverter* from_;

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "orvxml/code_pages.h"
+#include "src/outcome/edge.h"
 
 namespace orvxml {
 
@@ -182,12 +183,8 @@ void qrkGetSqlToken(QrkStruct* ctx, const char16_t** cursor, QrkSqlToken* token)
 }
 
 // Copies in place; the text never grows. Quoted sections pass unchanged.
-int qrkCleanQueryUcs(QrkStruct* ctx, char16_t* query, const Report& report) {
-  if (!query) {
-    Report where = report;
-    if (!where.ctx) where.ctx = ctx;
-    return failInternal(where, "qrksqlsc", __LINE__);
-  }
+void qrkCleanQueryUcs(char16_t* query) {
+  if (!query) throw Failure::internal();
   const char16_t* from = query;
   while (isSpace(*from)) ++from;
   char16_t* to = query;
@@ -205,7 +202,10 @@ int qrkCleanQueryUcs(QrkStruct* ctx, char16_t* query, const Report& report) {
     *to++ = *from;
   }
   *to = 0;
-  return 0;
+}
+
+int qrkCleanQueryUcs(QrkStruct*, char16_t* query, const Report& report) {
+  return atEdge(report, [&] { qrkCleanQueryUcs(query); });
 }
 
 }  // namespace orvxml

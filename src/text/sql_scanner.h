@@ -67,7 +67,8 @@ int cmpQualTblName(const char* schemaA, const char* schemaB, const char* tableA,
 // Of the interface; names are compared in the database code page here.
 int wcmpQualTblName(const char16_t* schemaA, const char16_t* schemaB, const char16_t* tableA,
                     const char16_t* tableB);
-// Normalises white space outside quotes in place. 0, or -57 with QRKG001E for a null query.
+// Normalises white space outside quotes in place. QRKG001E for a null query.
+void qrkCleanQueryUcs(char16_t* query);
 int qrkCleanQueryUcs(QrkStruct* ctx, char16_t* query, const Report& report);
 
 // Marks of a statement under construction, tested once at its end.

@@ -8,7 +8,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
-#include "src/outcome/problem.h"
+#include "src/outcome/edge.h"
 #include "src/text/converters.h"
 
 namespace orvxml {
@@ -150,29 +150,24 @@ std::u16string withEncoding(std::u16string_view text, const Declaration& declara
   return result.append(text.substr(declaration.rest));
 }
 
-int rewriteDeclaration(const Report& report, std::string_view in, char* out, int outSize) {
-  const QrkCodePages& pages = *report.ctx->codePages;
-  const auto failWith = [&](UErrorCode status) {
-    failConversion(report, status);
-    return -1;
-  };
+int rewriteDeclaration(QrkStruct* ctx, std::string_view in, char* out, int outSize) {
+  const QrkCodePages& pages = *ctx->codePages;
   std::u16string text;
   UErrorCode status = toUnicode(pages.dbConverter, in, text);
-  if (U_FAILURE(status)) return failWith(status);
+  if (U_FAILURE(status)) throw conversionFailure(status);
   Declaration declaration;
   const std::u16string_view document = withoutMark(text);
-  if (!DeclarationReader(report.ctx, document).read(declaration))
-    return failed(report, Msg::QRKD000E);
+  if (!DeclarationReader(ctx, document).read(declaration)) throw Failure(Msg::QRKD000E);
   const char* name = announcedName(pages.appConverter, status);
   if (!name) {
-    QRK_TRACE(report.ctx, "icu getName error %d", status);
-    return failWith(status);
+    QRK_TRACE(ctx, "icu getName error %d", status);
+    throw conversionFailure(status);
   }
   text = withEncoding(document, declaration, name, isPlainUtf16(pages.appCodePage));
   const int32_t length = fromUnicode(pages.appConverter, text, out, outSize, status);
   if (U_FAILURE(status)) {
-    QRK_TRACE(report.ctx, "icu ucnv_fromUChars of rest of buffer %d", status);
-    return failWith(status);
+    QRK_TRACE(ctx, "icu ucnv_fromUChars of rest of buffer %d", status);
+    throw conversionFailure(status);
   }
   return length;
 }
@@ -182,8 +177,8 @@ int rewriteDeclaration(const Report& report, std::string_view in, char* out, int
 int qrkConvBufferORVToAppEncoding(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
                                   char* msg, char* sqlState) {
   const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
-  return guarded(report, [&] {
-    return rewriteDeclaration(report, {in, static_cast<size_t>(std::max(inLen, 0))}, out, outSize);
+  return statusAtEdge(report, [&] {
+    return rewriteDeclaration(ctx, {in, static_cast<size_t>(std::max(inLen, 0))}, out, outSize);
   });
 }
 
