@@ -32,7 +32,8 @@ int qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t ma
 void qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t maxSize,
                    int32_t loctype, bool fileFallback);
 // Writes exactly `allocsize` bytes of `data` into a freshly acquired buffer.
-int qrkFillBuffer(QrkStruct* ctx, QrkOutbuf* buf, const char* data, int* errCode, char* sqlState);
+// QRKC003E when its file cannot be written.
+void qrkFillBuffer(QrkStruct* ctx, QrkOutbuf* buf, const char* data);
 int qrkBufAppend(QrkStruct* ctx, QrkOutbuf* buf, const char* text);
 int qrkMovetoBuf(QrkStruct* ctx, QrkOutbuf* buf, const char* text);
 // The text, or the path after closing the stream; null on failure. The buffer keeps the ownership.

@@ -148,7 +148,7 @@ int enableFromDescriptor(Call& call, sqlda* da) {
   std::string name = takeText(call, da, 1);
   if (isNull(da->sqlvar[2])) throw Failure(Msg::QRKG004E);
   if (name.size() > kMaxCollectionName) throw Failure(Msg::QRKQ032E);
-  const DescriptorText mapping = takeBytes(call, da, 2);
+  const DescriptorText mapping = takeBytes(&call.ctx, da, 2);
   if (mapping.length < 0) throw Failure(Msg::QRKG004E);
   std::string tableSpace = takeOptionalText(call, da, 3);
   int code = 0;

@@ -45,7 +45,7 @@ DescriptorColumn takeColumn(Call& call, sqlda* da) {
 
 int enableFromDescriptor(Call& call, sqlda* da) {
   const DescriptorColumn taken = takeColumn(call, da);
-  const DescriptorText mapping = takeBytes(call, da, 3);
+  const DescriptorText mapping = takeBytes(&call.ctx, da, 3);
   QRK_TRACE(&call.ctx, "dad length:%d", mapping.length);
   const std::string tableSpace = takeOptionalText(call, da, 4);
   QRK_TRACE(&call.ctx, "tbslen:%d, rc:%d", static_cast<int>(tableSpace.size()), 0);

@@ -6,7 +6,6 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
-#include "src/outcome/reported.h"
 
 namespace orvxml {
 
@@ -20,24 +19,12 @@ void storeInteger(const sqlvar& parameter, int32_t value) {
   }
 }
 
-DescriptorText takeBytes(Call& call, sqlda* da, int index) {
-  DescriptorText taken;
-  Reported said(&call.ctx);
-  said.require(qrkGetStProcParam(&call.ctx, da, static_cast<short>(index), &taken.data,
-                                 &taken.length, &said.code, said.msg));
-  return taken;
-}
-
 void takeInto(Call& call, OutBuffer& buffer, const char* data, int length) {
   if (length < 0) throw Failure(Msg::QRKG004E);
   if (hasTextAfterNul(data, static_cast<size_t>(length))) throw Failure(Msg::QRKD000E);
   qrkBufAcquire(&call.ctx, buffer.get(), static_cast<uint32_t>(length),
                 static_cast<uint32_t>(call.ctx.fileThreshold), QRK_LOC_MEMORY, true);
-  // Nothing but the file can fail here.
-  Reported said(&call.ctx);
-  if (qrkFillBuffer(&call.ctx, buffer.get(), data, &said.code, said.sqlState) != 0) {
-    throw Failure(Msg::QRKC003E);
-  }
+  qrkFillBuffer(&call.ctx, buffer.get(), data);
 }
 
 int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length) {

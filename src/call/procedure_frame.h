@@ -70,12 +70,16 @@ void storeInteger(const sqlvar& parameter, int32_t value);
 inline void setIndicator(short* indicator, short value) {
   if (indicator) *indicator = value;
 }
-// The bytes of parameter `index`, which stay the caller's. QRKA074E for a type that is no text.
+// The bytes of parameter `index`, which stay the caller's. QRKA019E for none, QRKA074E for a type
+// that is no text, QRKG004E for a negative length.
 struct DescriptorText {
   char* data = nullptr;
   int length = 0;
 };
-DescriptorText takeBytes(Call& call, sqlda* da, int index);
+DescriptorText takeBytes(QrkStruct* ctx, sqlda* da, int index);
+// QRKA075E unless the entry is an INTEGER or SMALLINT; QRKA019E for one without a value.
+void requireInteger(QrkStruct* ctx, const sqlvar* var);
+void requireIntegerOutput(QrkStruct* ctx, const sqlvar* var);
 // Takes the bytes of a parameter that is a text into `buffer`: in memory, or in a temporary file
 // above the threshold. Bytes behind a NUL would be lost and are refused with QRKD000E, a negative
 // length or no bytes with QRKG004E.

@@ -24,11 +24,6 @@ bool isLargeObject(int16_t type) {
   return type == orv::kSqlBlob || type == orv::kSqlClob || type == orv::kSqlDbclob;
 }
 
-int failParameter(QrkStruct* ctx, Msg message, int* rc, char* msg) {
-  fail(Report{ctx, msg, rc}, message);
-  return -1;
-}
-
 bool isAbsent(const sqlvar* var) {
   return !var || isNull(*var);
 }
@@ -66,19 +61,16 @@ void traceContent(QrkStruct* ctx, Bytes value) {
   }
 }
 
-int refuseType(QrkStruct* ctx, const sqlvar& var, int* rc, char* msg) {
+Failure wrongType(QrkStruct* ctx, const sqlvar& var) {
   QRK_TRACE(ctx, "wrong parameter type, not string:%d", var.sqltype);
-  return failParameter(ctx, Msg::QRKA074E, rc, msg);
+  return Failure(Msg::QRKA074E);
 }
 
 // No value: its length was negative.
-int takeValue(QrkStruct* ctx, std::optional<Bytes> value, char** data, int* length, int* rc,
-              char* msg) {
-  if (!value) return failParameter(ctx, Msg::QRKG004E, rc, msg);
-  *data = value->data();
-  *length = static_cast<int>(value->size());
+DescriptorText taken(QrkStruct* ctx, std::optional<Bytes> value) {
+  if (!value) throw Failure(Msg::QRKG004E);
   traceContent(ctx, *value);
-  return 0;
+  return {value->data(), static_cast<int>(value->size())};
 }
 
 Bytes fixedText(const sqlvar& var) {
@@ -96,57 +88,64 @@ bool isInteger(const sqlvar& var) {
   return baseType(var) == orv::kSqlInteger || baseType(var) == orv::kSqlSmallint;
 }
 
+// Of one entry alone, whose large object has its length before the bytes.
+DescriptorText entryText(QrkStruct* ctx, sqlvar* var) {
+  if (isAbsent(var)) throw Failure(Msg::QRKA019E);
+  const int16_t type = baseType(*var);
+  if (type == orv::kSqlBlob || type == orv::kSqlClob) {
+    return taken(ctx, prefixed<int32_t>(var->sqldata));
+  }
+  if (isVarying(type)) return taken(ctx, prefixed<int16_t>(var->sqldata));
+  if (type == orv::kSqlChar) return taken(ctx, fixedText(*var));
+  if (type == orv::kSqlCString) return taken(ctx, terminatedText(*var));
+  throw wrongType(ctx, *var);
+}
+
+void store(const DescriptorText& text, char** data, int* length) {
+  *data = text.data;
+  *length = text.length;
+}
+
 }  // namespace
+
+DescriptorText takeBytes(QrkStruct* ctx, sqlda* da, int index) {
+  const bool present = da && index >= 0 && index < da->sqld;
+  sqlvar* var = present ? &da->sqlvar[index] : nullptr;
+  if (isAbsent(var)) throw Failure(Msg::QRKA019E);
+  const int16_t type = baseType(*var);
+  if (isLargeObject(type)) return taken(ctx, largeObject(ctx, da, index));
+  if (isVarying(type)) return taken(ctx, prefixed<int16_t>(var->sqldata));
+  if (type == orv::kSqlChar || type == orv::kSqlCString) return taken(ctx, fixedText(*var));
+  throw wrongType(ctx, *var);
+}
+
+void requireIntegerOutput(QrkStruct* ctx, const sqlvar* var) {
+  if (var && isInteger(*var)) return;
+  QRK_TRACE(ctx, "wrong parameter type, not integer:%d", var ? var->sqltype : 0);
+  throw Failure(Msg::QRKA075E);
+}
+
+void requireInteger(QrkStruct* ctx, const sqlvar* var) {
+  if (!var || (var->sqlind && *var->sqlind < 0)) throw Failure(Msg::QRKA019E);
+  requireIntegerOutput(ctx, var);
+}
 
 int qrkGetStProcParam(QrkStruct* ctx, sqlda* da, short index, char** data, int* length, int* rc,
                       char* msg) {
-  const bool present = da && index >= 0 && index < da->sqld;
-  sqlvar* var = present ? &da->sqlvar[index] : nullptr;
-  if (isAbsent(var)) return failParameter(ctx, Msg::QRKA019E, rc, msg);
-  const int16_t type = baseType(*var);
-  std::optional<Bytes> value;
-  if (isLargeObject(type)) {
-    value = largeObject(ctx, da, index);
-  } else if (isVarying(type)) {
-    value = prefixed<int16_t>(var->sqldata);
-  } else if (type == orv::kSqlChar || type == orv::kSqlCString) {
-    value = fixedText(*var);
-  } else {
-    return refuseType(ctx, *var, rc, msg);
-  }
-  return takeValue(ctx, value, data, length, rc, msg);
+  return statusAtEdge({ctx, msg, rc}, [&] { store(takeBytes(ctx, da, index), data, length); });
 }
 
 int qrkGetStProcParameter(QrkStruct* ctx, sqlvar* var, char** data, int* length, int* rc,
                           char* msg) {
-  if (isAbsent(var)) return failParameter(ctx, Msg::QRKA019E, rc, msg);
-  const int16_t type = baseType(*var);
-  std::optional<Bytes> value;
-  if (type == orv::kSqlBlob || type == orv::kSqlClob) {
-    value = prefixed<int32_t>(var->sqldata);
-  } else if (isVarying(type)) {
-    value = prefixed<int16_t>(var->sqldata);
-  } else if (type == orv::kSqlChar) {
-    value = fixedText(*var);
-  } else if (type == orv::kSqlCString) {
-    value = terminatedText(*var);
-  } else {
-    return refuseType(ctx, *var, rc, msg);
-  }
-  return takeValue(ctx, value, data, length, rc, msg);
+  return statusAtEdge({ctx, msg, rc}, [&] { store(entryText(ctx, var), data, length); });
 }
 
 int qrkCheckIntParameter(QrkStruct* ctx, sqlvar* var, int* rc, char* msg) {
-  if (!var || (var->sqlind && *var->sqlind < 0)) {
-    return failParameter(ctx, Msg::QRKA019E, rc, msg);
-  }
-  return qrkCheckOutputIntParameter(ctx, var, rc, msg);
+  return statusAtEdge({ctx, msg, rc}, [&] { requireInteger(ctx, var); });
 }
 
 int qrkCheckOutputIntParameter(QrkStruct* ctx, sqlvar* var, int* rc, char* msg) {
-  if (var && isInteger(*var)) return 0;
-  QRK_TRACE(ctx, "wrong parameter type, not integer:%d", var ? var->sqltype : 0);
-  return failParameter(ctx, Msg::QRKA075E, rc, msg);
+  return statusAtEdge({ctx, msg, rc}, [&] { requireIntegerOutput(ctx, var); });
 }
 
 char* qrkDupParameter(QrkStruct* ctx, const char* data, int length, int* rc, char* msg) {

@@ -71,17 +71,13 @@ int appendToMemory(QrkStruct* ctx, QrkOutbuf* buf, const char* text) {
   return 0;
 }
 
-int fillFile(QrkOutbuf* buf, const char* data, const Report& report) {
+void fillFile(QrkStruct* ctx, QrkOutbuf* buf, const char* data) {
   const size_t written = buf->fp ? std::fwrite(data, 1, buf->allocsize, buf->fp) : 0;
   const bool closed = !buf->fp || std::fclose(buf->fp) == 0;
   buf->fp = nullptr;
   buf->size = buf->allocsize;
-  if (written < buf->allocsize || !closed) {
-    fail(report, Msg::QRKC003E);
-    return -1;
-  }
-  qrk_changeMode(report.ctx, buf->data);
-  return 0;
+  if (written < buf->allocsize || !closed) throw Failure(Msg::QRKC003E);
+  qrk_changeMode(ctx, buf->data);
 }
 
 bool isFile(const QrkOutbuf* buf) {
@@ -116,19 +112,13 @@ int qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t ma
   });
 }
 
-int qrkFillBuffer(QrkStruct* ctx, QrkOutbuf* buf, const char* data, int* errCode, char* sqlState) {
+void qrkFillBuffer(QrkStruct* ctx, QrkOutbuf* buf, const char* data) {
   QRK_TRACE(ctx, "Entered:buffer loctype=%s", isFile(buf) ? "File" : "Memory");
-  if (isFile(buf)) {
-    return fillFile(buf, data, Report{.ctx = ctx, .errCode = errCode, .sqlState = sqlState});
-  }
-  if (!isMemory(buf) || !buf->data) {
-    fail(Report{.ctx = ctx, .errCode = errCode, .sqlState = sqlState}, Msg::QRKG004E);
-    return -1;
-  }
+  if (isFile(buf)) return fillFile(ctx, buf, data);
+  if (!isMemory(buf) || !buf->data) throw Failure(Msg::QRKG004E);
   std::memcpy(buf->data, data, buf->allocsize);
   buf->size = buf->allocsize;
   buf->data[buf->size] = 0;
-  return 0;
 }
 
 int qrkBufAppend(QrkStruct* ctx, QrkOutbuf* buf, const char* text) {

@@ -30,7 +30,7 @@ class BufferTest : public testing::Test {
   QrkOutbuf buf{};
 
   int acquire(uint32_t size, uint32_t limit, int32_t place, int fallback = 0) {
-    return qrkBufAcquire(&call.ctx, &buf, size, limit, place, &call.code, call.msg, fallback);
+    return call.report([&] { qrkBufAcquire(&call.ctx, &buf, size, limit, place, fallback != 0); });
   }
   ~BufferTest() override { qrkBufRelease(&call.ctx, &buf); }
 };
@@ -85,9 +85,7 @@ TEST_F(BufferTest, TakesItsPlaceAtAcquisition) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    call.code = 0;
-    EXPECT_EQ(acquire(c.size, c.limit, c.place), c.code == 0 ? 0 : -1);
-    EXPECT_EQ(call.code, c.code);
+    EXPECT_EQ(acquire(c.size, c.limit, c.place), c.code);
     EXPECT_EQ(buf.loctype, c.taken);
     EXPECT_EQ(buf.data == nullptr, c.code != 0);
     EXPECT_EQ(qrkBufRelease(&call.ctx, &buf), c.taken == 7 ? -1 : 0);
@@ -98,7 +96,7 @@ TEST_F(BufferTest, AFilledFileIsForEverybodyToRead) {
   const char data[] = {'a', 0, 'b', 'c'};
   for (const int32_t place : {QRK_LOC_MEMORY, QRK_LOC_FILE}) {
     ASSERT_EQ(acquire(sizeof data, 100, place), 0);
-    ASSERT_EQ(qrkFillBuffer(&call.ctx, &buf, data, &call.code, call.state), 0);
+    qrkFillBuffer(&call.ctx, &buf, data);
     EXPECT_EQ(buf.size, sizeof data);
     const char* content = qrkBufGetContent(&call.ctx, &buf);
     if (place == QRK_LOC_FILE) {
@@ -123,9 +121,8 @@ TEST_F(BufferTest, AFullDiskLosesNothing) {
     EXPECT_TRUE(folder.isEmpty());
 
     QrkOutbuf file{};
-    ASSERT_EQ(qrkBufAcquire(&call.ctx, &file, 60000, 0, QRK_LOC_FILE, &call.code, call.msg, 0), 0);
-    EXPECT_EQ(qrkFillBuffer(&call.ctx, &file, text.c_str(), &call.code, call.state), -1);
-    EXPECT_EQ(call.code, -49);
+    qrkBufAcquire(&call.ctx, &file, 60000, 0, QRK_LOC_FILE, false);
+    EXPECT_EQ(call.report([&] { qrkFillBuffer(&call.ctx, &file, text.c_str()); }), -49);
     EXPECT_STREQ(call.state, "38X03");
     qrkBufRelease(&call.ctx, &file);
     EXPECT_EQ(qrk_buf2file(&call.ctx, text.data(), 60000, folder.path("named").c_str(), call.state,
