@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "server/catalog/system_views.h"
 #include "server/values/utf8_text.h"
 
 namespace orv {
@@ -61,14 +62,6 @@ const DistinctType* CatalogData::findType(std::string_view schema, std::string_v
   return findNamed(types, schema, name);
 }
 
-const Procedure* CatalogData::findProcedure(std::string_view schema, std::string_view name,
-                                            size_t parameters) const {
-  for (const Procedure* procedure : proceduresNamed(schema, name)) {
-    if (procedure->parameters.size() == parameters) return procedure;
-  }
-  return nullptr;
-}
-
 const Procedure* CatalogData::findSpecificProcedure(std::string_view schema,
                                                     std::string_view specific) const {
   return findNamed(procedures, schema, specific, &Procedure::specific);
@@ -111,6 +104,18 @@ std::vector<const Trigger*> CatalogData::triggersOn(const Table& table) const {
 
 const Trigger* CatalogData::findTrigger(std::string_view schema, std::string_view name) const {
   return findNamed(triggers, schema, name);
+}
+
+bool CatalogData::schemaExists(std::string_view name) const {
+  return schemas.contains(name) || name == kSystemSchema || name == kSystemViewSchema;
+}
+
+std::optional<Package> CatalogData::findPackage(std::string_view qualifier,
+                                                std::string_view name) const {
+  for (const Package& package : packages) {
+    if (package.qualifier == qualifier && package.name == name) return package;
+  }
+  return std::nullopt;
 }
 
 std::string uniqueStoredName(std::string_view wanted, std::set<std::string, std::less<>>& taken) {

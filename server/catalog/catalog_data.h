@@ -14,7 +14,7 @@
 
 namespace orv {
 
-class CatalogData {
+class CatalogData : public CatalogContent {
  public:
   int codePage = 1208;
   std::string defaultSchema = "APP";
@@ -34,20 +34,25 @@ class CatalogData {
   // in the list is the one that is found.
   void index();
 
-  // Exact schema and name first; then, for objects of other programs, the name in another case.
-  const Table* findTable(std::string_view schema, std::string_view name) const;
-  const Index* findIndex(std::string_view schema, std::string_view name) const;
-  const DistinctType* findType(std::string_view schema, std::string_view name) const;
-  const Procedure* findProcedure(std::string_view schema, std::string_view name,
-                                 size_t parameters) const;
-  const Procedure* findSpecificProcedure(std::string_view schema, std::string_view specific) const;
+  int databaseCodePage() const override { return codePage; }
+  const Table* findTable(std::string_view schema, std::string_view name) const override;
+  const Index* findIndex(std::string_view schema, std::string_view name) const override;
+  const DistinctType* findType(std::string_view schema, std::string_view name) const override;
+  const Procedure* findSpecificProcedure(std::string_view schema,
+                                         std::string_view specific) const override;
   std::vector<const Procedure*> proceduresNamed(std::string_view schema,
-                                                std::string_view name) const;
-  std::vector<const Function*> functionsNamed(std::string_view schema, std::string_view name) const;
-  const Function* findSpecificFunction(std::string_view schema, std::string_view specific) const;
-  std::vector<const Table*> childrenOf(const Table& parent) const;
-  std::vector<const Trigger*> triggersOn(const Table& table) const;
-  const Trigger* findTrigger(std::string_view schema, std::string_view name) const;
+                                                std::string_view name) const override;
+  std::vector<const Function*> functionsNamed(std::string_view schema,
+                                              std::string_view name) const override;
+  const Function* findSpecificFunction(std::string_view schema,
+                                       std::string_view specific) const override;
+  std::vector<const Table*> childrenOf(const Table& parent) const override;
+  std::vector<const Trigger*> triggersOn(const Table& table) const override;
+  const Trigger* findTrigger(std::string_view schema, std::string_view name) const override;
+  bool tableSpaceExists(std::string_view name) const override { return tableSpaces.contains(name); }
+  bool schemaExists(std::string_view name) const override;
+  std::optional<Package> findPackage(std::string_view qualifier,
+                                     std::string_view name) const override;
 
  private:
   std::unordered_map<std::string, const Table*> byName_;

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "server/syntax/ast.h"
@@ -177,31 +178,20 @@ struct Package {
 // The schema of the declared temporary tables, and of nothing else.
 inline constexpr std::string_view kDeclaredSchema = "SESSION";
 
-class Catalog {
+// What a database holds, by exact schema and name: null when there is no such thing. Tables of
+// other programs are found under their folded name and under every other spelling of it.
+class CatalogContent {
  public:
-  virtual ~Catalog() = default;
+  virtual ~CatalogContent() = default;
 
-  // The catalog behind the view that a definition has of it.
-  virtual const Catalog& whole() const { return *this; }
-  virtual uint64_t version() const = 0;
-  virtual int codePage() const = 0;  // of the database
-  virtual const std::string& defaultSchema() const = 0;
-
-  // Null when there is none. An empty schema means the default schema; for types and procedures
-  // the function path is searched. Names are folded. Tables of other programs are found under
-  // their folded name and under every other spelling of it.
+  virtual int databaseCodePage() const = 0;
   virtual const Table* findTable(std::string_view schema, std::string_view name) const = 0;
-  // How many of the table's columns, from the first, there are for the statement: all of them, but
-  // in a definition those that there were when it was made.
-  virtual size_t columnsSeen(const Table& table) const { return table.columns.size(); }
+  virtual const Index* findIndex(std::string_view schema, std::string_view name) const = 0;
   virtual const DistinctType* findType(std::string_view schema, std::string_view name) const = 0;
-  virtual const Procedure* findProcedure(std::string_view schema, std::string_view name,
-                                         size_t parameters) const = 0;
   virtual const Procedure* findSpecificProcedure(std::string_view schema,
                                                  std::string_view specific) const = 0;
   virtual std::vector<const Procedure*> proceduresNamed(std::string_view schema,
                                                         std::string_view name) const = 0;
-  // Of one schema, or of all schemas of the function path in its order when `schema` is empty.
   virtual std::vector<const Function*> functionsNamed(std::string_view schema,
                                                       std::string_view name) const = 0;
   virtual const Function* findSpecificFunction(std::string_view schema,
@@ -213,12 +203,97 @@ class Catalog {
   virtual const Trigger* findTrigger(std::string_view schema, std::string_view name) const = 0;
   virtual bool tableSpaceExists(std::string_view name) const = 0;
   virtual bool schemaExists(std::string_view name) const = 0;
-  virtual bool indexExists(std::string_view schema, std::string_view name) const = 0;
   virtual std::optional<Package> findPackage(std::string_view qualifier,
                                              std::string_view name) const = 0;
+};
 
-  // The function path, for types and routines without a schema (SET CURRENT FUNCTION PATH).
-  virtual const std::vector<std::string>& functionPath() const = 0;
+// The content as the names of a statement mean it. An empty schema is the default schema; for types
+// and routines it is those of the function path, in their order, and the default schema after them.
+class Catalog {
+ public:
+  virtual ~Catalog() = default;
+  Catalog(const Catalog&) = delete;
+  Catalog& operator=(const Catalog&) = delete;
+
+  virtual const CatalogContent& content() const = 0;
+  virtual uint64_t version() const = 0;
+  // The catalog behind the view that a definition has of it.
+  virtual const Catalog& whole() const { return *this; }
+
+  const std::string& defaultSchema() const { return defaultSchema_; }
+  const std::vector<std::string>& functionPath() const { return path_; }
+
+  int codePage() const { return content().databaseCodePage(); }
+  const Table* findTable(std::string_view schema, std::string_view name) const;
+  // How many of the table's columns, from the first, there are for the statement: all of them, but
+  // in a definition those that there were when it was made.
+  size_t columnsSeen(const Table& table) const;
+  const DistinctType* findType(std::string_view schema, std::string_view name) const;
+  const Procedure* findProcedure(std::string_view schema, std::string_view name,
+                                 size_t parameters) const;
+  const Procedure* findSpecificProcedure(std::string_view schema, std::string_view specific) const;
+  // Of the first schema that has any.
+  std::vector<const Procedure*> proceduresNamed(std::string_view schema,
+                                                std::string_view name) const;
+  // Of all schemas.
+  std::vector<const Function*> functionsNamed(std::string_view schema, std::string_view name) const;
+  const Function* findSpecificFunction(std::string_view schema, std::string_view specific) const;
+  std::vector<const Table*> childrenOf(const Table& parent) const {
+    return content().childrenOf(parent);
+  }
+  std::vector<const Trigger*> triggersOn(const Table& table) const {
+    return content().triggersOn(table);
+  }
+  const Trigger* findTrigger(std::string_view schema, std::string_view name) const {
+    return content().findTrigger(schemaOr(schema), name);
+  }
+  bool tableSpaceExists(std::string_view name) const { return content().tableSpaceExists(name); }
+  bool schemaExists(std::string_view name) const { return content().schemaExists(name); }
+  bool indexExists(std::string_view schema, std::string_view name) const {
+    return content().findIndex(schemaOr(schema), name) != nullptr;
+  }
+  std::optional<Package> findPackage(std::string_view qualifier, std::string_view name) const {
+    return content().findPackage(qualifier, name);
+  }
+
+ protected:
+  Catalog() = default;
+  // Of a definition: see DefinitionCatalog.
+  Catalog(std::string defaultSchema, std::vector<std::string> path, int64_t generation)
+      : defaultSchema_(std::move(defaultSchema)),
+        path_(std::move(path)),
+        generation_(generation),
+        seesDeclared_(false) {}
+
+  std::string defaultSchema_;
+  std::vector<std::string> path_;
+
+ private:
+  std::string_view schemaOr(std::string_view schema) const {
+    return schema.empty() ? std::string_view(defaultSchema_) : schema;
+  }
+  std::vector<std::string_view> searched(std::string_view schema) const;
+
+  int64_t generation_ = kLatest;  // what is of it or later is not seen
+  bool seesDeclared_ = true;
+};
+
+// The catalog as the text of a trigger or view sees it, which means for ever what it meant when it
+// was made: names without a schema are those of its time, columns, functions and types that came
+// later are unknown, and so are the declared temporary tables of a session. What is found belongs
+// to the catalog behind it.
+class DefinitionCatalog : public Catalog {
+ public:
+  DefinitionCatalog(const Catalog& base, std::string defaultSchema, std::vector<std::string> path,
+                    int64_t generation = kLatest)
+      : Catalog(std::move(defaultSchema), std::move(path), generation), base_(base.whole()) {}
+
+  const CatalogContent& content() const override { return base_.content(); }
+  uint64_t version() const override { return base_.version(); }
+  const Catalog& whole() const override { return base_; }
+
+ private:
+  const Catalog& base_;
 };
 
 }  // namespace orv

@@ -4,7 +4,7 @@
 #include <set>
 #include <utility>
 
-#include "server/resolve/definition_catalog.h"
+#include "server/resolve/catalog.h"
 #include "server/resolve/resolver_impl.h"
 #include "server/syntax/tree_walk.h"
 #include "server/values/sql_error.h"

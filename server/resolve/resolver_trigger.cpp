@@ -1,7 +1,7 @@
 // Triggers: their rows, conditions and steps, and those that a change of rows must bring along.
 #include <algorithm>
 
-#include "server/resolve/definition_catalog.h"
+#include "server/resolve/catalog.h"
 #include "server/resolve/resolver.h"
 #include "server/resolve/resolver_impl.h"
 #include "server/syntax/sql_parser.h"

@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "server/catalog/data_catalog.h"
+#include "server/catalog/catalog_data.h"
 #include "server/resolve/resolver.h"
 #include "server/syntax/sql_parser.h"
 
 namespace orv {
 
-class FakeCatalog : public DataCatalog {
+class FakeCatalog : public Catalog {
  public:
   FakeCatalog() {
     defaultSchema_ = "USER1";
@@ -23,7 +23,7 @@ class FakeCatalog : public DataCatalog {
                   const std::string& definitions) {
     const auto statement =
         parseStatement("CREATE TABLE \"" + schema + "\".\"" + name + "\"(" + definitions + ")");
-    Table& table = add(data_->tables);
+    Table& table = add(data_.tables);
     table.schema = schema;
     table.name = name;
     table.storedName = schema == defaultSchema_ ? name : schema + "." + name;
@@ -47,7 +47,7 @@ class FakeCatalog : public DataCatalog {
       if (key.kind == KeyDefinition::Kind::Primary) table.primaryKey = added;
       if (key.kind == KeyDefinition::Kind::Unique) table.uniqueKeys.push_back(added);
     }
-    data_->index();
+    data_.index();
     return table;
   }
 
@@ -58,12 +58,12 @@ class FakeCatalog : public DataCatalog {
   }
 
   void addType(const std::string& schema, const std::string& name, const SqlType& source) {
-    add(data_->types) = {schema, name, source, true};
+    add(data_.types) = {schema, name, source, true};
   }
 
   void addProcedure(const std::string& text) {
     const auto statement = parseStatement(text);
-    Procedure& procedure = add(data_->procedures);
+    Procedure& procedure = add(data_.procedures);
     procedure.schema = statement->name.schema;
     procedure.name = statement->name.name;
     procedure.specific = statement->procedure.specific;
@@ -75,7 +75,7 @@ class FakeCatalog : public DataCatalog {
     const auto statement = parseStatement(text);
     resolve(*statement, *this);
     const FunctionDefinition& definition = statement->function;
-    Function& function = add(data_->functions);
+    Function& function = add(data_.functions);
     function.kind = definition.kind;
     function.schema = definition.name.resolvedSchema;
     function.name = definition.name.name;
@@ -97,8 +97,10 @@ class FakeCatalog : public DataCatalog {
     return function;
   }
 
-  std::shared_ptr<const CatalogData> data() const override { return data_; }
-  void addTrigger(Trigger trigger) { add(data_->triggers) = std::move(trigger); }
+  const CatalogContent& content() const override { return data_; }
+  uint64_t version() const override { return 1; }
+  void setFunctionPath(std::vector<std::string> path) { path_ = std::move(path); }
+  void addTrigger(Trigger trigger) { add(data_.triggers) = std::move(trigger); }
 
  private:
   template <typename Object>
@@ -106,7 +108,7 @@ class FakeCatalog : public DataCatalog {
     return *objects.emplace_back(std::make_unique<Object>());
   }
 
-  std::shared_ptr<CatalogData> data_ = std::make_shared<CatalogData>();
+  CatalogData data_;
 };
 
 }  // namespace orv

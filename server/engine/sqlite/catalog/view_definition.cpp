@@ -8,7 +8,7 @@
 #include "server/engine/sqlite/catalog/catalog_store.h"
 #include "server/engine/sqlite/catalog/table_definition.h"
 #include "server/engine/sqlite/render/renderer.h"
-#include "server/resolve/definition_catalog.h"
+#include "server/resolve/catalog.h"
 #include "server/resolve/resolver.h"
 #include "server/syntax/sql_parser.h"
 
