@@ -71,8 +71,7 @@ int Enabling::run(Call& call, const clob& dadBuf, char* tableSpace) {
   if (std::strlen(name_) > kMaxCollectionName) throw Failure(Msg::QRKQ032E);
   requireUsageTable(ctx_);
   parse(call, dadBuf);
-  Reported said(ctx_);
-  said.require(readDadSettings(ctx_, document_, kNoSettingLimits, settings_, said.msg));
+  settings_ = readDadSettings(ctx_, document_, kNoSettingLimits);
   const bool sqlMapping = usesSqlMapping();
   if (!sqlMapping) buildModel();
   if (!settings_.hasValidation) throw Failure(Msg::QRKA056E, "(NULL)");
@@ -104,19 +103,14 @@ bool Enabling::usesSqlMapping() const {
 }
 
 void Enabling::buildModel() {
-  Reported said(ctx_);
-  const int rc = qrkSetRel(ctx_, &rel_, document_.getDocumentElement(), kForDecomposition,
-                           &said.code, said.msg);
-  said.require(mappingOutcome({ctx_, said.msg}, rc, said.code));
+  qrkSetRel(ctx_, &rel_, document_.getDocumentElement(), kForDecomposition);
 }
 
 void Enabling::prepareTables(char* tableSpace) {
   const DOM_Element top = document_.getDocumentElement().firstDescendant(u"element_node");
   if (top.isNull()) throw Failure(Msg::QRKQ000E, "element_node");
+  qrkProcRel(ctx_, &rel_, top, kForDecomposition);
   Reported said(ctx_);
-  const int rc = qrkProcRel(ctx_, &rel_, top, kForDecomposition, nullptr, &said.code, said.msg);
-  said.require(mappingOutcome({ctx_, said.msg}, rc, said.code));
-  said.code = 0;
   said.require(std::min(prepare_tables(ctx_, &rel_, tableSpace, said.msg), 0));
 }
 

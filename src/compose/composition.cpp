@@ -15,6 +15,7 @@
 #include "src/compose/statement_text.h"
 #include "src/dad/dad_settings.h"
 #include "src/dad/mapping_notices.h"
+#include "src/outcome/edge.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/cli_handles.h"
 #include "src/text/sql_scanner.h"
@@ -133,7 +134,8 @@ int Composition::parseDad() {
 }
 
 int Composition::readSettings() {
-  if (int code = readDadSettings(ctx_, dad_, kSettingLimits, settings_, report_.msg)) {
+  if (int code = atEdge({ctx_, report_.msg},
+                        [&] { settings_ = readDadSettings(ctx_, dad_, kSettingLimits); })) {
     return failedWith(code);
   }
   if (settings_.hasSchema) {

@@ -15,6 +15,7 @@
 #include "src/dad/dad_walk.h"
 #include "src/dad/mapping_notices.h"
 #include "src/dad/mapping_traps.h"
+#include "src/outcome/edge.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/text/sql_scanner.h"
 
@@ -96,12 +97,10 @@ int RdbComposition::findRootTable(TableQuery*& table) {
     table = &queries_.first(root_.tops);
     return 0;
   }
-  tab* found = nullptr;
-  const int code = qrkFindTabForIntermediate(report_.ctx, rootHandle_, root_.name.c_str(),
-                                             &queries_.model(), &found, report_.report());
-  if (!found) return report_.internal(__LINE__);
-  if (code != 0) return -1;
-  table = &queries_.of(found);
+  const ComparedTable last = qrkFindTabForIntermediate(report_.ctx, rootHandle_, &queries_.model());
+  if (!last.table) return report_.internal(__LINE__);
+  if (!last.isFound) return report_.failed(Msg::QRKQ037E, root_.name);
+  table = &queries_.of(last.table);
   return 0;
 }
 
@@ -227,17 +226,16 @@ void warnOfUnusedOverrides(const RdbReport& report, const override_list& overrid
 
 int buildModel(const RdbReport& report, Mapping& mapping, const DOM_Element& dad,
                const DOM_Element& root, int overrideType, const char* override) {
-  if (qrkSetRel(report.ctx, &mapping.model, dad, kForComposition, report.errCode, report.msg)) {
+  if (atEdge(report.report(),
+             [&] { qrkSetRel(report.ctx, &mapping.model, dad, kForComposition); })) {
     return -1;
   }
   *report.errCode =
       qrkInitOverride(report.ctx, overrideType, override, &mapping.overrides, report.msg);
   if (*report.errCode < 0) return -1;
-  if (qrkProcRel(report.ctx, &mapping.model, root, kForComposition, &mapping.overrides,
-                 report.errCode, report.msg)) {
-    return -1;
-  }
-  return 0;
+  return statusAtEdge(report.report(), [&] {
+    qrkProcRel(report.ctx, &mapping.model, root, kForComposition, &mapping.overrides);
+  });
 }
 
 }  // namespace

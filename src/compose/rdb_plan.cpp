@@ -4,6 +4,7 @@
 #include "src/compose/document_text.h"
 #include "src/compose/element_tags.h"
 #include "src/dad/dad_walk.h"
+#include "src/outcome/edge.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
@@ -86,47 +87,39 @@ int RdbPlan::open(DadNode& node, int depth) {
 
 int RdbPlan::findGroup(DadNode& node) {
   if (node.group) return 0;
-  tab* found = nullptr;
-  if (qrkFindTabForIntermediate(report_.ctx, handle(node), node.name.c_str(), &queries_.model(),
-                                &found, report_.report())) {
-    return -1;
-  }
-  node.group = &queries_.of(found);
+  const ComparedTable last =
+      qrkFindTabForIntermediate(report_.ctx, handle(node), &queries_.model());
+  if (!last.isFound) return report_.failed(Msg::QRKQ037E, node.name);
+  node.group = &queries_.of(last.table);
   return 0;
 }
 
 int RdbPlan::findSource(DadNode& node) {
   node.item = node.name;
   if (node.kind == DadNodeKind::Text) {
-    char name[kXmlNameSize];
-    if (qrkGetEleNameOfTxt(report_.ctx, handle(node), name, report_.errCode, report_.msg)) {
+    if (atEdge(report_.report(),
+               [&] { node.item = qrkGetEleNameOfTxt(report_.ctx, handle(node)); })) {
       return -1;
     }
-    node.item = name;
   }
   const DOM_Element rdb = columnNode(node);
   if (rdb.isNull()) return report_.failed(Msg::QRKQ007E, node.item);
-  char schema[kSchemaSize];
-  char table[kTableSize];
-  tab* found = nullptr;
-  if (qrkGetTabFromRDB(report_.ctx, node.item.c_str(), rdb, schema, table, report_.errCode,
-                       report_.msg)) {
+  TableName name{};
+  if (atEdge(report_.report(),
+             [&] { name = qrkGetTabFromRDB(report_.ctx, node.item.c_str(), rdb); })) {
     if (*report_.msg == 0) report_.failed(Msg::QRKQ013E);
     return -1;
   }
-  if (qrkFindTabByName(report_.ctx, &queries_.model(), schema, table, &found, report_.errCode,
-                       report_.msg)) {
-    return -1;
-  }
-  node.source = &queries_.of(found);
-  return 0;
+  return statusAtEdge(report_.report(), [&] {
+    node.source =
+        &queries_.of(&qrkFindTabByName(report_.ctx, &queries_.model(), name.schema, name.table));
+  });
 }
 
 // A value is known by the name of its item: the table's first column of that name.
 int RdbPlan::findColumn(DadNode& node) {
-  char column[kColumnSize];
-  if (qrkGetColFromRDB(report_.ctx, node.item.c_str(), columnNode(node), column, report_.errCode,
-                       report_.msg)) {
+  if (atEdge(report_.report(),
+             [&] { qrkGetColFromRDB(report_.ctx, node.item.c_str(), columnNode(node)); })) {
     return -1;
   }
   const tab& table = node.source->table();

@@ -137,12 +137,8 @@ class StatementWriter {
 
   // Finds the parent's value and binds the next parameter to it.
   int qrkGetJoinValue(const join_info_entry& join, const join_partner& partner) {
-    tab* parent = nullptr;
-    if (qrkFindTabByName(report_.ctx, &queries_.model(), partner.schema, partner.tab, &parent,
-                         report_.errCode, report_.msg)) {
-      return -1;
-    }
-    if (!parent->descriptor) return report_.failed(Msg::QRKQ012E);
+    tab* const parent = findTabByName(report_.ctx, &queries_.model(), partner.schema, partner.tab);
+    if (!parent || !parent->descriptor) return report_.failed(Msg::QRKQ012E);
     const int position = positionOf(*parent, partner, table_, join.col);
     if (position < 0) return report_.failed(Msg::QRKQ012E);
     queries_.of(parent).supply(query_, table_.num_param, position);

@@ -6,6 +6,7 @@
 #include "src/compose/sql_document.h"
 #include "src/compose/sql_query_text.h"
 #include "src/dad/dad_walk.h"
+#include "src/outcome/edge.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
@@ -82,13 +83,13 @@ int SqlDocument::isKeyNode(const ElementPlan& element, bool* isKey, std::string*
   *isKey = false;
   if (qrkIsNodeIntermediate(ctx, element.node)) return 0;
   QRK_TRACE(ctx, "-->Element Name == %s", element.name.c_str());
-  char found[kColumnSize];
-  const int rc = qrkGetColFromRDB(ctx, element.name.c_str(), element.node, found,
-                                  call_.report.errCode, call_.report.msg);
+  std::string found;
+  const int rc = statusAtEdge(
+      call_.report, [&] { found = qrkGetColFromRDB(ctx, element.name.c_str(), element.node); });
   QRK_TRACE(ctx, "Errcode from qrkGetColFromRdb  == %ld", static_cast<long>(rc));
   if (rc) return failWithoutColumn(element);
   *column = found;
-  const int level = qrkLmGetLevel(ctx, call_.levelMap, found);
+  const int level = qrkLmGetLevel(ctx, call_.levelMap, found.c_str());
   QRK_TRACE(ctx, "Current LEvel == %d", level);
   if (level < 0) {
     return failed(call_.report, Msg::QRKQ004E, found);
@@ -96,7 +97,8 @@ int SqlDocument::isKeyNode(const ElementPlan& element, bool* isKey, std::string*
   std::vector<std::string> columns;
   if (int status = readLevel(call_.report, call_.levelMap, level, columns)) return status;
   QRK_TRACE(ctx, "Key Column at level %d == %s", level, columns.front().c_str());
-  QRK_TRACE(ctx, "RDB Col name corres to element name %s is == %s", element.name.c_str(), found);
+  QRK_TRACE(ctx, "RDB Col name corres to element name %s is == %s", element.name.c_str(),
+            found.c_str());
   *isKey = columns.front() == found;
   if (*isKey) QRK_TRACE(ctx, "returning true...");
   return 0;
@@ -126,26 +128,27 @@ int SqlDocument::planAttribute(ElementPlan& element, ValuePlan& attribute, const
   if (!element.attributeNames.insert(name).second) {
     return failed(call_.report, Msg::QRKQ045E, element.name, name);
   }
-  char column[kColumnSize];
-  const int rc =
-      qrkGetColFromRDB(call_.report.ctx, name.c_str(), attribute.node, column, nullptr, nullptr);
+  std::string column;
+  const int rc = statusAtEdge(
+      {}, [&] { column = qrkGetColFromRDB(call_.report.ctx, name.c_str(), attribute.node); });
   QRK_TRACE(call_.report.ctx, "call qrkGetColFromRDB() returns %d.", rc);
   if (rc) {
     return failed(call_.report, Msg::QRKQ007E, name);
   }
   attribute.beforeValue = " " + name + "=\"";
-  findColumn(attribute, column, rows);
+  findColumn(attribute, column.c_str(), rows);
   return 0;
 }
 
 int SqlDocument::planText(ValuePlan& text, const LevelQuery& rows) {
-  char column[kColumnSize];
-  const int rc = qrkGetColFromRDB(call_.report.ctx, "", text.node, column, nullptr, nullptr);
+  std::string column;
+  const int rc =
+      statusAtEdge({}, [&] { column = qrkGetColFromRDB(call_.report.ctx, "", text.node); });
   QRK_TRACE(call_.report.ctx, "call qrkGetColFromRDB() returns %d.", rc);
   if (rc) {
     return failed(call_.report, Msg::QRKQ008E);
   }
-  findColumn(text, column, rows);
+  findColumn(text, column.c_str(), rows);
   return 0;
 }
 
@@ -157,9 +160,9 @@ int SqlDocument::planChild(const ElementPlan& element, ContentPlan& child, Level
   const bool isSingle = occurrence.empty() || occurrence == u"NO";
   child.isLevelKnown = true;
   if (isSingle && qrkIsNodeIntermediate(ctx, node)) return 0;
-  char column[kColumnSize];
-  if (qrkGetColFromRDB(ctx, "", node, column, nullptr, nullptr)) return 0;
-  const int level = qrkLmGetLevel(ctx, call_.levelMap, column);
+  std::string column;
+  if (atEdge({}, [&] { column = qrkGetColFromRDB(ctx, "", node); })) return 0;
+  const int level = qrkLmGetLevel(ctx, call_.levelMap, column.c_str());
   if (level < 0) {
     return failed(call_.report, Msg::QRKQ004E, column);
   }

@@ -12,6 +12,8 @@
 #include "src/dad/dad_settings.h"
 #include "src/dad/dad_walk.h"
 #include "src/dad/element_order.h"
+#include "src/outcome/edge.h"
+#include "src/outcome/traced_call.h"
 
 namespace orvxml {
 
@@ -22,7 +24,6 @@ constexpr DadSettingLimits kLimits{.schemaLocation = 1000,
                                    .validation = kNoSettingLimits.validation,
                                    .dtdid = 508,
                                    .othersRefused = false};
-constexpr char kMissing[] = "(NULL)";
 // Of all side tables. A table inside another one has its columns for both: a small mapping could
 // name millions.
 constexpr int kMaxSideColumns = 10'000;
@@ -62,129 +63,109 @@ bool copyName(const char* name, char (&field)[N]) {
   return true;
 }
 
-// Calls `take` with each element called `tag` below `root` in document order, up to a failure.
+// Calls `take` with each element called `tag` below `root` in document order.
 template <class Take>
-int eachElement(xercesc::DOMNode* root, std::u16string_view tag, Take&& take) {
+void eachElement(xercesc::DOMNode* root, std::u16string_view tag, Take&& take) {
   xercesc::DOMNode* node = root;
   while ((node = nextInDocumentOrder(root, node)) != nullptr) {
-    if (dadtree::hasTag(node, tag) && take(dadtree::asElement(node))) return -1;
+    if (dadtree::hasTag(node, tag)) take(dadtree::asElement(node));
   }
-  return 0;
 }
 
 class ModelBuilder {
  public:
-  ModelBuilder(const Report& report, dad& model)
-      : report_(report), ctx_(report.ctx), model_(model) {}
+  ModelBuilder(QrkStruct* ctx, dad& model) : ctx_(ctx), model_(model) {}
 
-  // The steps, in their order: 0 or -1.
-  int takeSettings(const DOM_Document& document);
-  int takeNames(const char* tableName, const char* columnName);
-  int takeSideTables(xercesc::DOMNode* xcolumn);
+  // The steps, in their order.
+  void takeSettings(const DOM_Document& document);
+  void takeNames(const char* tableName, const char* columnName);
+  void takeSideTables(xercesc::DOMNode* xcolumn);
 
  private:
-  int takeSideTable(xercesc::DOMElement* element, side_table& table);
-  int takeColumn(const xercesc::DOMElement* element, side_column& column);
-  int takeOccurrence(const xercesc::DOMElement* element, side_column& column);
+  void takeSideTable(xercesc::DOMElement* element, side_table& table);
+  void takeColumn(const xercesc::DOMElement* element, side_column& column);
 
-  // Takes an attribute into its field. `refuse` reports an attribute that is missing or does not
-  // fit; it gets the text for the message. The element is told as the place.
-  template <size_t N, class Refuse>
-  int takeAttribute(const xercesc::DOMElement* element, const char16_t* name, char (&field)[N],
-                    Refuse&& refuse) {
+  // Takes an attribute into its field. `failure` makes the failure of one that is missing or does
+  // not fit, from the text for the message.
+  template <size_t N, class MakeFailure>
+  void takeAttribute(const xercesc::DOMElement* element, const char16_t* name, char (&field)[N],
+                     MakeFailure&& failure) {
     field[0] = 0;
     const char16_t* text = element->getAttribute(name);
+    if (!text || !*text) throw at(element, failure("(NULL)"));
     std::string converted;
-    const bool isThere = text && *text;
-    const bool converts = isThere && toDatabase(ctx_, text, converted);
-    if (converts && copyName(converted.c_str(), field)) return 0;
-    tellPlace(element);
-    if (!isThere) return refuse(std::string(kMissing));
-    return refuse(converts ? converted : textForMessage(ctx_, text));
+    if (!toDatabase(ctx_, text, converted)) {
+      throw at(element, failure(textForMessage(ctx_, text)));
+    }
+    if (!copyName(converted.c_str(), field)) throw at(element, failure(converted));
   }
 
-  const Report report_;
   QrkStruct* const ctx_;
   dad& model_;
   int columns_ = 0;  // taken so far
 };
 
-int ModelBuilder::takeSettings(const DOM_Document& document) {
-  DadSettings settings;
-  if (readDadSettings(ctx_, document, kLimits, settings, report_.msg, report_.sqlState)) return -1;
+void ModelBuilder::takeSettings(const DOM_Document& document) {
+  const DadSettings settings = readDadSettings(ctx_, document, kLimits);
   model_.validation = settings.validate ? 1 : 0;
   model_.isSchema = settings.hasSchema ? 1 : 0;
   if (settings.hasSchema) {
     const size_t size = (settings.schemaLocation.size() + 1) * sizeof(char16_t);
     model_.dtdid = heapCopy(settings.schemaLocation.c_str(), size);
-    return 0;
+    return;
   }
   std::string dtdid;
   if (!toDatabase(ctx_, settings.dtdid, dtdid) || dtdid.size() >= kDtdidSize) {
-    return failAt(document.getDocumentElement().firstDescendant(u"dtdid").node(), {}, report_,
-                  Msg::QRKA010E, textForMessage(ctx_, settings.dtdid));
+    throw at(document.getDocumentElement().firstDescendant(u"dtdid").node(),
+             Failure(Msg::QRKA010E, textForMessage(ctx_, settings.dtdid)));
   }
   model_.dtdid = heapCopy(dtdid.c_str(), dtdid.size() + 1);
-  return 0;
 }
 
-int ModelBuilder::takeNames(const char* tableName, const char* columnName) {
-  if (!copyName(tableName, model_.tableName)) return failed(report_, Msg::QRKQ031E);
-  if (!copyName(columnName, model_.columnName)) return failed(report_, Msg::QRKQ032E);
-  return 0;
+void ModelBuilder::takeNames(const char* tableName, const char* columnName) {
+  if (!copyName(tableName, model_.tableName)) throw Failure(Msg::QRKQ031E);
+  if (!copyName(columnName, model_.columnName)) throw Failure(Msg::QRKQ032E);
 }
 
 // side_table_popu
-int ModelBuilder::takeSideTables(xercesc::DOMNode* xcolumn) {
+void ModelBuilder::takeSideTables(xercesc::DOMNode* xcolumn) {
   side_table** end = &model_.sideTables;
-  return eachElement(xcolumn, u"table", [&](xercesc::DOMElement* element) {
+  eachElement(xcolumn, u"table", [&](xercesc::DOMElement* element) {
     side_table* const table = *end = new side_table{};
     end = &table->next;
-    return takeSideTable(element, *table);
+    takeSideTable(element, *table);
   });
 }
 
-int ModelBuilder::takeSideTable(xercesc::DOMElement* element, side_table& table) {
+void ModelBuilder::takeSideTable(xercesc::DOMElement* element, side_table& table) {
   table.element = shownNumber(element);
-  const auto refused = [&](const std::string& name) {
-    return failed(report_, Msg::QRKA057E, name);
-  };
-  if (takeAttribute(element, u"name", table.name, refused)) return -1;
+  takeAttribute(element, u"name", table.name,
+                [](const std::string& name) { return Failure(Msg::QRKA057E, name); });
   QRK_TRACE(ctx_, " Populating side table: '%s'", table.name);
   side_column** end = &table.columns;
-  return eachElement(element, u"column", [&](const xercesc::DOMElement* below) {
-    if (++columns_ > kMaxSideColumns) return failAt(below, {}, report_, Msg::QRKQ039E);
+  eachElement(element, u"column", [&](const xercesc::DOMElement* below) {
+    if (++columns_ > kMaxSideColumns) throw at(below, Failure(Msg::QRKQ039E));
     side_column* const column = *end = new side_column{};
     end = &column->next;
-    return takeColumn(below, *column);
+    takeColumn(below, *column);
   });
 }
 
-int ModelBuilder::takeColumn(const xercesc::DOMElement* element, side_column& column) {
+void ModelBuilder::takeColumn(const xercesc::DOMElement* element, side_column& column) {
   column.element = shownNumber(element);
-  const auto refusedName = [&](const std::string& name) {
-    return failed(report_, Msg::QRKA058E, name);
+  const auto of = [&column](Msg message) {
+    return [=, &column](const std::string& value) { return Failure(message, value, column.name); };
   };
-  const auto refusedType = [&](const std::string& type) {
-    return failed(report_, Msg::QRKA059E, type, column.name);
-  };
-  const auto refusedPath = [&](const std::string& path) {
-    return failed(report_, Msg::QRKA060E, path, column.name);
-  };
-  if (takeAttribute(element, u"name", column.name, refusedName)) return -1;
+  takeAttribute(element, u"name", column.name,
+                [](const std::string& name) { return Failure(Msg::QRKA058E, name); });
   QRK_TRACE(ctx_, " Populating column: '%s'", column.name);
-  if (takeAttribute(element, u"type", column.type, refusedType)) return -1;
-  if (takeAttribute(element, u"path", column.path, refusedPath)) return -1;
-  return takeOccurrence(element, column);
-}
-
-int ModelBuilder::takeOccurrence(const xercesc::DOMElement* element, side_column& column) {
-  const auto refused = [&](const std::string& value) {
-    return failed(report_, Msg::QRKA061E, value, column.name);
-  };
-  char(&field)[sizeof column.multi_occurrence] = column.multi_occurrence;
-  if (takeAttribute(element, u"multi_occurrence", field, refused)) return -1;
-  return qrk_toupper(ctx_, field, field, sizeof field) ? refused(field) : 0;
+  takeAttribute(element, u"type", column.type, of(Msg::QRKA059E));
+  takeAttribute(element, u"path", column.path, of(Msg::QRKA060E));
+  char(&occurrence)[sizeof column.multi_occurrence] = column.multi_occurrence;
+  takeAttribute(element, u"multi_occurrence", occurrence, of(Msg::QRKA061E));
+  if (qrk_toupper(ctx_, occurrence, occurrence, sizeof occurrence)) {
+    throw at(element, Failure(Msg::QRKA061E, occurrence, column.name));
+  }
 }
 
 // The last child of the DAD's root that is an `Xcolumn`; null when there is none.
@@ -197,38 +178,32 @@ xercesc::DOMNode* findXcolumn(const DOM_Document& document) {
   return found;
 }
 
-int build(const Report& report, const DOM_Document& document, const char* tableName,
-          const char* columnName, dad& model) {
-  ModelBuilder builder(report, model);
-  if (builder.takeSettings(document)) return -1;
-  if (builder.takeNames(tableName, columnName)) return -1;
+void build(QrkStruct* ctx, const DOM_Document& document, const char* tableName,
+           const char* columnName, dad& model) {
+  ModelBuilder builder(ctx, model);
+  builder.takeSettings(document);
+  builder.takeNames(tableName, columnName);
   xercesc::DOMNode* const xcolumn = findXcolumn(document);
   model.noXcolumn = xcolumn ? 0 : 1;
-  if (!xcolumn) return failAt(document.getDocumentElement().node(), {}, report, Msg::QRKA009E);
-  return builder.takeSideTables(xcolumn);
+  if (!xcolumn) throw at(document.getDocumentElement().node(), Failure(Msg::QRKA009E));
+  builder.takeSideTables(xcolumn);
 }
 
 }  // namespace
 
 dad* dad_popu(QrkStruct* ctx, const char* tableName, const char* columnName, QrkOutbuf* dadBuffer,
-              int useDbEncoding, char* msg, char* sqlstate, int32_t* noXcolumn, int* errCode) try {
+              int useDbEncoding, char* msg, char* sqlstate, int32_t* noXcolumn, int* errCode) {
+  ModelOwner model;
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode, .sqlState = sqlstate};
-  if (noXcolumn) *noXcolumn = 0;
-  DOM_Document document;
-  const int inMemory = dadBuffer->loctype == QRK_LOC_FILE ? 0 : 1;
-  const int rc = qrkDOM(ctx, dadBuffer->data, useDbEncoding, inMemory, document, sqlstate, msg);
-  QRK_TRACE(ctx, "called qrkDOM(). rc:%d", rc);
-  if (rc < 0) {
-    if (errCode) *errCode = parseCode(ctx, rc, sqlstate);
-    return nullptr;
-  }
-  ModelOwner model(new dad{});
-  const int built = build(report, document, tableName, columnName, *model);
-  if (noXcolumn) *noXcolumn = model->noXcolumn;
-  return built ? nullptr : model.release();
-} catch (const std::bad_alloc&) {
-  fail(Report{.ctx = ctx, .msg = msg, .errCode = errCode, .sqlState = sqlstate}, Msg::QRKG002E);
-  return nullptr;
+  const int code = atEdge(report, [&] {
+    const int inMemory = dadBuffer->loctype == QRK_LOC_FILE ? 0 : 1;
+    const auto parse = [&] { return qrkDOM(ctx, dadBuffer->data, useDbEncoding, inMemory); };
+    const DOM_Document document = traced(ctx, "called qrkDOM(). rc:%ld", parse, "dad_popu");
+    model.reset(new dad{});
+    build(ctx, document, tableName, columnName, *model);
+  });
+  if (noXcolumn) *noXcolumn = model ? model->noXcolumn : 0;
+  return code == 0 ? model.release() : nullptr;
 }
 
 void freedad(QrkStruct*, dad* model) {

@@ -38,16 +38,19 @@ struct ColumnSource {
 
 class ColumnCollector {
  public:
-  ColumnCollector(const Report& report, rel& model, int purpose, override_list* overrides)
-      : report_(report), model_(model), purpose_(purpose), overrides_(overrides) {
-    if (overrides_ && overrides_->count > 0) open_.emplace(report.ctx);
+  ColumnCollector(const Building& building, override_list* overrides)
+      : ctx_(building.ctx),
+        model_(building.model),
+        purpose_(building.purpose),
+        overrides_(overrides) {
+    if (overrides_ && overrides_->count > 0) open_.emplace(ctx_);
   }
 
   void enter(xercesc::DOMElement* element) {
     ++model_.level;
     if (!open_) return;
     const char16_t* name = boundedAttribute(element, u"name", kElementNameLimit);
-    open_->push(name ? name : kNoName, QrkAttrs(report_.ctx));
+    open_->push(name ? name : kNoName, QrkAttrs(ctx_));
   }
 
   void leave(xercesc::DOMElement*) {
@@ -56,102 +59,85 @@ class ColumnCollector {
   }
 
   // qrkProcRDB: one column RDB_node.
-  int leaf(xercesc::DOMElement* node, xercesc::DOMElement* rdb) {
-    ColumnSource source;
-    if (int rc = readSource(rdb, source)) return rc;
-    if (int rc = checkSource(node, source)) return rc;
-    tab* table = findTabByName(report_.ctx, &model_, source.schema, source.table);
+  void leaf(xercesc::DOMElement* node, xercesc::DOMElement* rdb) {
+    ColumnSource source = readSource(rdb);
+    checkSource(node, source);
+    tab* table = findTabByName(ctx_, &model_, source.schema, source.table);
     if (!table) {
-      return failAt(rdb, shownItem(node) + ": " + unlisted(source), report_, Msg::QRKQ016E);
+      throw at(rdb, Failure(Msg::QRKQ016E), shownItem(node) + ": " + unlisted(source));
     }
-    if (int rc = growColumns(*table)) {
-      tellPlace(node, shownItem(node));
-      return rc;
-    }
+    growColumns(node, *table);
     col2xml_entry& entry = table->col2xml[table->num_col];
-    if (int rc = fillEntry(node, source, entry)) return rc;
+    fillEntry(node, source, entry);
     ++table->num_col;
     applyOverrides(node, *table, entry.col, source.condition);
-    if (int rc = addCondition(*table, source.condition)) {
-      tellPlace(rdb, shownItem(node));
-      return rc;
+    if (!addCondition(*table, source.condition)) {
+      throw at(rdb, exceeded(std::string(kConditionLimit) + " of table " + table->name),
+               shownItem(node));
     }
     table->level = std::min(table->level, model_.level);
-    return 0;
   }
 
  private:
-  int internalError(const xercesc::DOMNode* node, std::string_view lacks, int line) {
-    tellPlace(node, lacks);
-    failInternal(report_, kModule, line);
-    return -1;
-  }
-
   // A column without name or type: its message, but the code of a missing part of the DAD.
-  int namelessColumn(const xercesc::DOMElement* element, std::string_view lacks) {
-    failAt(element, lacks, report_, Msg::QRKQ013E);
-    if (report_.errCode) *report_.errCode = codeOf(Msg::QRKQ000E);
-    return -1;
+  static Failure namelessColumn(const xercesc::DOMElement* element, std::string_view lacks) {
+    return at(element, Failure(Msg::QRKQ013E).withCode(codeOf(Msg::QRKQ000E)), lacks);
   }
 
-  int readSource(xercesc::DOMElement* rdb, ColumnSource& source) {
+  ColumnSource readSource(xercesc::DOMElement* rdb) const {
     if (!rdb->hasChildNodes()) {
-      return failAt(rdb, shownItem(asElement(rdb->getParentNode())), report_, Msg::QRKQ000E,
-                    "table & column");
+      throw at(rdb, Failure(Msg::QRKQ000E, "table & column"),
+               shownItem(asElement(rdb->getParentNode())));
     }
+    ColumnSource source;
     for (auto* child = rdb->getFirstChild(); child; child = child->getNextSibling()) {
-      int rc = 0;
-      if (hasTag(child, u"table")) rc = readTable(asElement(child), source);
-      if (hasTag(child, u"column")) rc = readColumn(asElement(child), source);
-      if (hasTag(child, u"condition")) rc = readCondition(child, source);
-      if (rc) return rc;
+      if (hasTag(child, u"table")) readTable(asElement(child), source);
+      if (hasTag(child, u"column")) readColumn(asElement(child), source);
+      if (hasTag(child, u"condition")) source.condition = readCondition(child);
     }
-    return 0;
+    return source;
   }
 
-  int readTable(const xercesc::DOMElement* element, ColumnSource& source) {
+  void readTable(const xercesc::DOMElement* element, ColumnSource& source) const {
     const char16_t* name = boundedAttribute(element, u"name", kQualifiedNameLimit);
     if (!name) {
-      return failAt(element, lacksName("table", element, kQualifiedNameLimit), report_,
-                    Msg::QRKQ013E);
+      throw at(element, Failure(Msg::QRKQ013E), lacksName("table", element, kQualifiedNameLimit));
     }
-    if (qrkParseWQualTbl(report_.ctx, name, source.schema, sizeof source.schema, source.table,
+    if (qrkParseWQualTbl(ctx_, name, source.schema, sizeof source.schema, source.table,
                          sizeof source.table)) {
-      return failAt(element, shown(name) + " names no table", report_, Msg::QRKQ013E);
+      throw at(element, Failure(Msg::QRKQ013E), shown(name) + " names no table");
     }
-    return 0;
   }
 
-  int readColumn(const xercesc::DOMElement* element, ColumnSource& source) {
+  void readColumn(const xercesc::DOMElement* element, ColumnSource& source) const {
     source.column = boundedAttribute(element, u"name", kColumnNameLimit);
     if (!source.column) {
-      return namelessColumn(element, lacksName("column", element, kColumnNameLimit));
+      throw namelessColumn(element, lacksName("column", element, kColumnNameLimit));
     }
-    if (purpose_ != kForDecomposition) return 0;
+    if (purpose_ != kForDecomposition) return;
     const char16_t* type = element->getAttribute(u"type");
-    if (!toDatabase(report_.ctx, type, source.type)) {
-      return failAt(element, {}, report_, Msg::QRKA059E, textForMessage(report_.ctx, type),
-                    textForMessage(report_.ctx, source.column));
+    if (!toDatabase(ctx_, type, source.type)) {
+      throw at(element, Failure(Msg::QRKA059E, textForMessage(ctx_, type),
+                                textForMessage(ctx_, source.column)));
     }
-    if (!source.type.empty()) return 0;
-    return namelessColumn(element, "column " + shown(source.column) + " without a type");
+    if (source.type.empty()) {
+      throw namelessColumn(element, "column " + shown(source.column) + " without a type");
+    }
   }
 
-  int readCondition(const xercesc::DOMNode* element, ColumnSource& source) {
+  std::string readCondition(const xercesc::DOMNode* element) const {
     std::u16string text = childText(element);
-    if (text.empty()) return internalError(element, "an empty condition", __LINE__);
+    if (text.empty()) throw at(element, Failure::internal(), "an empty condition");
     if (text.size() > kColumnConditionLimit) {
-      return internalError(element, "a condition of more than 2001 characters", __LINE__);
+      throw at(element, Failure::internal(), "a condition of more than 2001 characters");
     }
-    if (qrkCleanQueryUcs(report_.ctx, text.data(), report_) ||
-        !toDatabase(report_.ctx, text.c_str(), source.condition)) {
-      return internalError(element, "a condition that the code page cannot hold", __LINE__);
+    qrkCleanQueryUcs(ctx_, text.data(), {});
+    std::string condition;
+    if (!toDatabase(ctx_, text.c_str(), condition)) {
+      throw at(element, Failure::internal(), "a condition that the code page cannot hold");
     }
-    if (source.condition.size() > kColumnConditionBytes) {
-      tellPlace(element);
-      return failLimit(report_, kConditionLimit, __LINE__);
-    }
-    return 0;
+    if (condition.size() > kColumnConditionBytes) throw at(element, exceeded(kConditionLimit));
+    return condition;
   }
 
   // What the RDB_node maps: for a text_node, its element.
@@ -159,51 +145,50 @@ class ColumnCollector {
     return hasTag(node, u"text_node") ? asElement(node->getParentNode()) : node;
   }
 
-  int checkSource(const xercesc::DOMElement* node, const ColumnSource& source) {
+  void checkSource(const xercesc::DOMElement* node, const ColumnSource& source) const {
     const xercesc::DOMNode* parent = node->getParentNode();
     const bool needsElement = hasTag(node, u"text_node");
     if (!parent || (needsElement && parent->getNodeType() != xercesc::DOMNode::ELEMENT_NODE)) {
-      return internalError(node, {}, __LINE__);
+      throw at(node, Failure::internal());
     }
-    const std::string item = textForMessage(report_.ctx, mappedItem(node)->getAttribute(u"name"));
-    if (!source.table[0]) return failAt(node, {}, report_, Msg::QRKQ010E, item);
-    if (!source.column) return failAt(node, {}, report_, Msg::QRKQ011E, item);
-    return 0;
+    const std::string item = textForMessage(ctx_, mappedItem(node)->getAttribute(u"name"));
+    if (!source.table[0]) throw at(node, Failure(Msg::QRKQ010E, item));
+    if (!source.column) throw at(node, Failure(Msg::QRKQ011E, item));
   }
 
   std::string unlisted(const ColumnSource& source) const {
     std::string name = *source.schema ? std::string(source.schema) + '.' : "";
-    return shownText(report_.ctx, name + source.table) +
+    return shownText(ctx_, name + source.table) +
            " is not listed in the top RDB_node, the first one of the mapping";
   }
 
-  int growColumns(tab& table) {
-    if (table.num_col < table.max_col) return 0;
-    if (table.num_col >= kMaxColumnsPerTable) return failed(report_, Msg::QRKQ039E);
+  static void growColumns(const xercesc::DOMElement* node, tab& table) {
+    if (table.num_col < table.max_col) return;
+    if (table.num_col >= kMaxColumnsPerTable) {
+      throw at(node, Failure(Msg::QRKQ039E), shownItem(node));
+    }
     const auto size = static_cast<size_t>(table.max_col) + kColumnsStep;
     void* grown = std::realloc(table.col2xml, size * sizeof(col2xml_entry));
-    if (!grown) return failed(report_, Msg::QRKG002E);
+    if (!grown) throw std::bad_alloc();
     table.col2xml = static_cast<col2xml_entry*>(grown);
     table.max_col += kColumnsStep;
-    return 0;
   }
 
-  int fillEntry(const xercesc::DOMElement* node, const ColumnSource& source, col2xml_entry& entry) {
+  void fillEntry(const xercesc::DOMElement* node, const ColumnSource& source,
+                 col2xml_entry& entry) const {
     entry = {};
-    if (int rc = qrkParseWCol(report_.ctx, source.column, entry.col, sizeof entry.col)) {
-      tellPlace(node, shownItem(node));
-      return failName(report_, source.column, rc);
+    if (int code = qrkParseWCol(ctx_, source.column, entry.col, sizeof entry.col)) {
+      throw at(node, invalidName(ctx_, source.column, code), shownItem(node));
     }
     if (source.type.size() >= sizeof entry.dataType) {
-      return failAt(node, shownItem(node), report_, Msg::QRKA059E, source.type, entry.col);
+      throw at(node, Failure(Msg::QRKA059E, source.type, entry.col), shownItem(node));
     }
     std::strcpy(entry.dataType, source.type.c_str());
-    if (takeItemName(report_, purpose_, mappedItem(node), entry.xml)) return -1;
+    takeItemName(ctx_, purpose_, mappedItem(node), entry.xml);
     entry.xmlLevel = model_.level;
     entry.xmlType = hasTag(node, u"attribute_node") ? QRK_ATTRIBUTE
                     : hasTag(node, u"text_node")    ? QRK_TEXT
                                                     : QRK_ELEMENT;
-    return 0;
   }
 
   bool selects(const override_cond& override, const xercesc::DOMElement* node) const {
@@ -239,7 +224,7 @@ class ColumnCollector {
   void spend(override_cond& override) {
     std::unique_ptr<char16_t, FreeMemory> path(QRK_wcsdup_function(kMatchesNothing));
     if (!path) throw std::bad_alloc();
-    auto* query = new QrkQuery(report_.ctx, path.get());
+    auto* query = new QrkQuery(ctx_, path.get());
     delete override.query;
     std::free(override.path_str);
     override.query = query;
@@ -251,55 +236,42 @@ class ColumnCollector {
     return schema + delimitedName(table.name) + '.' + delimitedName(column);
   }
 
-  int addCondition(tab& table, const std::string& condition) {
-    if (condition.empty()) return 0;
+  // False when the table's condition has no room for it.
+  static bool addCondition(tab& table, const std::string& condition) {
+    if (condition.empty()) return true;
     const size_t used = std::strlen(table.condition);
     const size_t joint = used ? kAnd.size() : 0;
-    if (used + joint + condition.size() >= sizeof table.condition) {
-      return failLimit(report_, std::string(kConditionLimit) + " of table " + table.name, __LINE__);
-    }
+    if (used + joint + condition.size() >= sizeof table.condition) return false;
     if (used) std::strcat(table.condition, kAnd.data());
     std::strcat(table.condition, condition.c_str());
-    return 0;
+    return true;
   }
 
-  const Report& report_;
+  QrkStruct* const ctx_;
   rel& model_;
-  const int purpose_;
+  const MappingPurpose purpose_;
   override_list* const overrides_;
   std::optional<QrkCurrentPath> open_;  // only for overrides
 };
 
-int collectColumns(const Report& report, rel& model, const DOM_Element& root, int purpose,
-                   override_list* overrides) {
-  try {
-    ColumnCollector collector(report, model, purpose, overrides);
-    return walkMappedLeaves(report, root.node(), purpose, collector);
-  } catch (const std::bad_alloc&) {
-    return failed(report, Msg::QRKG002E);
-  }
-}
-
 }  // namespace
 
-int qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_type,
-               override_list* overrides, int* errCode, char* msg) {
-  QRK_TRACE(ctx, "Entered, qrk_type=%d", qrk_type);
-  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  if (root.isNull()) return failed(report, Msg::QRKQ000E, "element_node");
-  override_list* const applicable = qrk_type == kForComposition ? overrides : nullptr;
-  if (collectColumns(report, *relinfo, root, qrk_type, applicable)) return -1;
-  if (qrk_type == kForDecomposition) {
+void qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, MappingPurpose purpose,
+                override_list* overrides) {
+  QRK_TRACE(ctx, "Entered, qrk_type=%d", purpose);
+  if (root.isNull()) throw Failure(Msg::QRKQ000E, "element_node");
+  const Building building{ctx, *relinfo, purpose};
+  ColumnCollector collector(building, purpose == kForComposition ? overrides : nullptr);
+  walkMappedLeaves(root.node(), purpose, collector);
+  if (purpose == kForDecomposition) {
     const DOM_Element join = root.firstDescendant(u"RDB_node").firstDescendant(u"condition");
-    if (qrkProcRel2(report, *relinfo, join.node())) return -1;
+    qrkProcRel2(building, join.node());
   }
-  if (qrkFindTopElements(report, *relinfo, root, qrk_type)) return -1;
+  qrkFindTopElements(building, root);
 
   const auto tables = static_cast<size_t>(relinfo->num_of_tables);
-  relinfo->top_elements = static_cast<char**>(std::calloc(tables + 1, sizeof(char*)));
-  if (!relinfo->top_elements) return failed(report, Msg::QRKG002E);
+  relinfo->top_elements = allocate<char*>(tables + 1);
   for (size_t i = 0; i < tables; ++i) relinfo->top_elements[i] = relinfo->tab[i]->top_element;
-  return 0;
 }
 
 }  // namespace orvxml

@@ -14,26 +14,20 @@ namespace {
 
 class SettingsReader {
  public:
-  SettingsReader(const Report& report, const DadSettingLimits& limits, DadSettings& settings)
-      : report_(report), ctx_(report.ctx), limits_(limits), settings_(settings) {}
+  SettingsReader(QrkStruct* ctx, const DadSettingLimits& limits) : ctx_(ctx), limits_(limits) {}
 
-  int readChild(const DOM_Element& element);
+  void readChild(const DOM_Element& element);
+  DadSettings take() { return std::move(settings_); }
 
  private:
-  int readSchemaBindings(const DOM_Element& element);
-  int readDtdid(const DOM_Element& element);
-  int readValidation(const DOM_Element& element);
-  template <class... Args>
-  int refuse(const DOM_Element& element, Msg message, const Args&... args) {
-    tellPlace(element.node());
-    return fail(report_, message, args...);
-  }
+  void readSchemaBindings(const DOM_Element& element);
+  void readDtdid(const DOM_Element& element);
+  void readValidation(const DOM_Element& element);
   std::string text(std::u16string_view value) const;
 
-  const Report report_;
   QrkStruct* const ctx_;
   const DadSettingLimits& limits_;
-  DadSettings& settings_;
+  DadSettings settings_;
 };
 
 // The text of an element without the white space around it.
@@ -66,20 +60,22 @@ std::string SettingsReader::text(std::u16string_view value) const {
   return textForMessage(ctx_, value);
 }
 
-int SettingsReader::readChild(const DOM_Element& element) {
+void SettingsReader::readChild(const DOM_Element& element) {
   const DOMString name = element.getTagName();
   QRK_TRACE(ctx_, "node name = %s, # of children = %d", text(name.view()).c_str(),
             childCount(element));
-  if (name.equals(u"Xcollection")) return 0;
+  if (name.equals(u"Xcollection")) return;
   if (name.equals(u"schemabindings")) return readSchemaBindings(element);
   if (name.equals(u"dtdid")) return readDtdid(element);
   if (name.equals(u"validation")) return readValidation(element);
-  return limits_.othersRefused ? refuse(element, Msg::QRKQ040E, text(name.view())) : 0;
+  if (limits_.othersRefused) {
+    throw at(element.node(), Failure(Msg::QRKQ040E, text(name.view())));
+  }
 }
 
 // The last `nonamespacelocation` counts. QRKQ058E is for one that is not there at all.
-int SettingsReader::readSchemaBindings(const DOM_Element& element) {
-  if (settings_.hasDtdid) return refuse(element, Msg::QRKQ057E);
+void SettingsReader::readSchemaBindings(const DOM_Element& element) {
+  if (settings_.hasDtdid) throw at(element.node(), Failure(Msg::QRKQ057E));
   settings_.hasSchema = true;
   DOM_Element last;
   for (DOM_Node child = element.getFirstChild(); !child.isNull(); child = child.getNextSibling()) {
@@ -87,48 +83,46 @@ int SettingsReader::readSchemaBindings(const DOM_Element& element) {
       last = child.asElement();
     }
   }
-  if (last.isNull()) return refuse(element, Msg::QRKQ058E);
+  if (last.isNull()) throw at(element.node(), Failure(Msg::QRKQ058E));
   settings_.schemaLocation = last.getAttribute(u"location").view();
   if (settings_.schemaLocation.empty() ||
       settings_.schemaLocation.size() > limits_.schemaLocation) {
-    settings_.schemaLocation.clear();
-    return refuse(last, Msg::QRKQ000E, "location of nonamespacelocation");
+    throw at(last.node(), Failure(Msg::QRKQ000E, "location of nonamespacelocation"));
   }
-  return 0;
 }
 
-int SettingsReader::readDtdid(const DOM_Element& element) {
-  if (settings_.hasSchema) return refuse(element, Msg::QRKQ057E);
+void SettingsReader::readDtdid(const DOM_Element& element) {
+  if (settings_.hasSchema) throw at(element.node(), Failure(Msg::QRKQ057E));
   settings_.hasDtdid = true;
   SettingText read = settingText(element);
   settings_.dtdid = std::move(read.stripped);
   QRK_TRACE(ctx_, "dtdid = %s", text(settings_.dtdid).c_str());
-  if (read.length <= limits_.dtdid) return 0;
-  return refuse(element, Msg::QRKA010E, text(settings_.dtdid));
+  if (read.length > limits_.dtdid) {
+    throw at(element.node(), Failure(Msg::QRKA010E, text(settings_.dtdid)));
+  }
 }
 
-int SettingsReader::readValidation(const DOM_Element& element) {
+void SettingsReader::readValidation(const DOM_Element& element) {
   settings_.hasValidation = true;
   const SettingText read = settingText(element);
   QRK_TRACE(ctx_, "validation = %s", text(read.stripped).c_str());
   const bool fits = read.length <= limits_.validation;
   settings_.validate = fits && startsWith(read.stripped, u"YES", 3);
-  if (settings_.validate || (fits && startsWith(read.stripped, u"NO", 2))) return 0;
-  return refuse(element, Msg::QRKA056E, text(read.stripped));
+  if (settings_.validate || (fits && startsWith(read.stripped, u"NO", 2))) return;
+  throw at(element.node(), Failure(Msg::QRKA056E, text(read.stripped)));
 }
 
 }  // namespace
 
-int readDadSettings(QrkStruct* ctx, const DOM_Document& dad, const DadSettingLimits& limits,
-                    DadSettings& settings, char* msg, char* sqlState) {
+DadSettings readDadSettings(QrkStruct* ctx, const DOM_Document& dad,
+                            const DadSettingLimits& limits) {
   const DOM_Element root = dad.getDocumentElement();
   QRK_TRACE(ctx, "number children = %d", childCount(root));
-  SettingsReader reader(Report{.ctx = ctx, .msg = msg, .sqlState = sqlState}, limits, settings);
+  SettingsReader reader(ctx, limits);
   for (DOM_Node child = root.getFirstChild(); !child.isNull(); child = child.getNextSibling()) {
-    if (!child.isElement()) continue;
-    if (int code = reader.readChild(child.asElement())) return code;
+    if (child.isElement()) reader.readChild(child.asElement());
   }
-  return 0;
+  return reader.take();
 }
 
 }  // namespace orvxml

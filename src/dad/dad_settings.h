@@ -28,10 +28,9 @@ struct DadSettingLimits {
 inline constexpr DadSettingLimits kNoSettingLimits{std::u16string::npos, std::u16string::npos};
 
 // Reads the elements below the DAD's root up to the first one that is wrong; comments, processing
-// instructions and text between them mean nothing. 0, or the code of the message: QRKQ057E,
-// QRKQ058E, QRKQ000E (a schema without location), QRKA010E, QRKA056E, QRKQ040E. `sqlState`, when
-// given, receives its SQLSTATE.
-int readDadSettings(QrkStruct* ctx, const DOM_Document& dad, const DadSettingLimits& limits,
-                    DadSettings& settings, char* msg, char* sqlState = nullptr);
+// instructions and text between them mean nothing. Throws QRKQ057E, QRKQ058E, QRKQ000E (a schema
+// without location), QRKA010E, QRKA056E, QRKQ040E.
+DadSettings readDadSettings(QrkStruct* ctx, const DOM_Document& dad,
+                            const DadSettingLimits& limits);
 
 }  // namespace orvxml

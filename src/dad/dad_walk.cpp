@@ -32,14 +32,12 @@ std::u16string childText(const xercesc::DOMNode* node) {
   return text;
 }
 
-int failLimit(const Report& report, const std::string& limit, int line) {
-  return failed(report, Msg::QRKG017E, limit, buildStamp(), kModule, line);
+Failure exceeded(const std::string& limit, std::source_location where) {
+  return Failure(Msg::QRKG017E, limit, buildStamp(), "qrkcllec", where.line());
 }
 
-int failName(const Report& report, const char16_t* name, int scannerCode) {
-  fail(report, Msg::QRKQ033E, textForMessage(report.ctx, name));
-  if (report.errCode) *report.errCode = scannerCode;
-  return scannerCode;
+Failure invalidName(QrkStruct* ctx, const char16_t* name, int scannerCode) {
+  return Failure(Msg::QRKQ033E, textForMessage(ctx, name)).withCode(scannerCode);
 }
 
 std::string lacksName(const char* what, const xercesc::DOMElement* element, int limit) {
@@ -57,20 +55,17 @@ std::string shownItem(const xercesc::DOMElement* leaf) {
   return "text of " + (hasElement ? shown(asElement(parent)->getAttribute(u"name")) : "nothing");
 }
 
-int takeItemName(const Report& report, int purpose, const xercesc::DOMElement* item,
-                 char (&field)[kXmlNameSize]) {
+void takeItemName(QrkStruct* ctx, MappingPurpose purpose, const xercesc::DOMElement* item,
+                  char (&field)[kXmlNameSize]) {
   std::string name;
-  const bool converts = toDatabase(report.ctx, item->getAttribute(u"name"), name);
-  if (converts && name.size() < sizeof field) {
-    std::strcpy(field, name.c_str());
-    return 0;
+  if (!toDatabase(ctx, item->getAttribute(u"name"), name)) {
+    if (purpose == kForComposition) {
+      throw at(item, Failure(Msg::QRKQ040E, textForMessage(ctx, item->getAttribute(u"name"))));
+    }
+    throw at(item, Failure(hasTag(item, u"attribute_node") ? Msg::QRKQ006E : Msg::QRKQ014E));
   }
-  tellPlace(item);
-  if (converts) return failLimit(report, "name " + name, __LINE__);
-  if (purpose == kForComposition) {
-    return failed(report, Msg::QRKQ040E, textForMessage(report.ctx, item->getAttribute(u"name")));
-  }
-  return failed(report, hasTag(item, u"attribute_node") ? Msg::QRKQ006E : Msg::QRKQ014E);
+  if (name.size() >= sizeof field) throw at(item, exceeded("name " + name));
+  std::strcpy(field, name.c_str());
 }
 
 }  // namespace orvxml::dadtree

@@ -1,7 +1,8 @@
 // What the readers of a mapping share: the walk over the element tree with its rule of what a
-// mapped leaf is, the text of an element, and the report of an exceeded limit.
+// mapped leaf is, the text of an element, and the failures of an exceeded limit or a wrong name.
 #pragma once
 
+#include <source_location>
 #include <string>
 #include <string_view>
 
@@ -11,7 +12,6 @@
 
 namespace orvxml::dadtree {
 
-inline constexpr const char* kModule = "qrkcllec";
 inline constexpr int kQualifiedNameLimit = 163;  // characters of a table's name
 inline constexpr int kColumnNameLimit = 128;
 
@@ -46,16 +46,16 @@ inline constexpr char kForeignKeysLimit[] = "QRK_NUM_FK";
 inline constexpr char kJoinConditionLimit[] = "QRK_CONDITION_LENGTH";
 inline constexpr char kConditionLimit[] = "QRK_CONDITION_SIZE";  // of a column, or of a table's all
 
-// QRKG017E: "limit" is its name and what it was exceeded by. Returns -1.
-int failLimit(const Report& report, const std::string& limit, int line);
-// A name that the SQL scanner refused: QRKQ033E with the name, but the scanner's own code. Returns
-// that code.
-int failName(const Report& report, const char16_t* name, int scannerCode);
-// Takes the name of a mapped item into the field of the model that it has. 0, or -1: one that the
-// database code page cannot carry gives QRKQ040E with the name in composition, in decomposition the
-// message of an item that has no name; one that does not fit gives QRKG017E.
-int takeItemName(const Report& report, int purpose, const xercesc::DOMElement* item,
-                 char (&field)[kXmlNameSize]);
+// QRKG017E: `limit` is its name and what it was exceeded by.
+Failure exceeded(const std::string& limit,
+                 std::source_location where = std::source_location::current());
+// A name that the SQL scanner refused: QRKQ033E with the name, but the scanner's own code.
+Failure invalidName(QrkStruct* ctx, const char16_t* name, int scannerCode);
+// Takes the name of a mapped item into the field of the model that it has. One that the database
+// code page cannot carry gives QRKQ040E with the name in composition, in decomposition the message
+// of an item that has no name; one that does not fit gives QRKG017E.
+void takeItemName(QrkStruct* ctx, MappingPurpose purpose, const xercesc::DOMElement* item,
+                  char (&field)[kXmlNameSize]);
 
 // What QRKQ013E does not say of a table or column: that it has no name, or one beyond the limit.
 std::string lacksName(const char* what, const xercesc::DOMElement* element, int limit);
@@ -64,10 +64,10 @@ std::string shownItem(const xercesc::DOMElement* leaf);
 
 // Walks the tree of element_nodes from `node` down. Of the visitor it calls enter(element) and
 // leave(element) around each element_node and leaf(element, rdb) for each mapped leaf: an
-// attribute_node, a text_node, or an element_node without mapped children. 0, or the first non-zero
-// result of leaf. Recursion is bounded by kMaxElementDepth, which the parser enforces.
+// attribute_node, a text_node, or an element_node without mapped children. Recursion is bounded by
+// kMaxElementDepth, which the parser enforces.
 template <class Visitor>
-int walkMappedLeaves(const Report& report, xercesc::DOMNode* node, int purpose, Visitor& visitor) {
+void walkMappedLeaves(xercesc::DOMNode* node, MappingPurpose purpose, Visitor& visitor) {
   bool isLeaf = hasTag(node, u"attribute_node") || hasTag(node, u"text_node");
   const bool isElement = hasTag(node, u"element_node");
   if (isElement) {
@@ -75,7 +75,7 @@ int walkMappedLeaves(const Report& report, xercesc::DOMNode* node, int purpose, 
     bool anyChild = false;
     bool anyMapped = false;
     for (auto* child = node->getFirstChild(); child; child = child->getNextSibling()) {
-      if (int rc = walkMappedLeaves(report, child, purpose, visitor)) return rc;
+      walkMappedLeaves(child, purpose, visitor);
       anyChild = true;
       anyMapped |= hasTag(child, u"attribute_node") || hasTag(child, u"text_node") ||
                    hasTag(child, u"element_node");
@@ -84,11 +84,10 @@ int walkMappedLeaves(const Report& report, xercesc::DOMNode* node, int purpose, 
   }
   if (isLeaf) {
     xercesc::DOMElement* rdb = childElement(node, u"RDB_node");
-    if (!rdb) return failAt(node, shownItem(asElement(node)), report, Msg::QRKQ000E, "RDB_NODE");
-    if (int rc = visitor.leaf(asElement(node), rdb)) return rc;
+    if (!rdb) throw at(node, Failure(Msg::QRKQ000E, "RDB_NODE"), shownItem(asElement(node)));
+    visitor.leaf(asElement(node), rdb);
   }
   if (isElement) visitor.leave(asElement(node));
-  return 0;
 }
 
 }  // namespace orvxml::dadtree

@@ -89,21 +89,17 @@ class LostRows {
   }
 
   bool isTrivial(xercesc::DOMElement* element) const {
-    return qrkIsTrivial(survey_.ctx(), DOM_Element(survey_.root().owner(), element)) != 0;
+    return qrkIsTrivial(survey_.ctx(), DOM_Element(survey_.root().owner(), element));
   }
 
   // An element without values of its own goes by the first table that has its top element below,
   // under a name in capitals.
   int tableOfGroup(xercesc::DOMElement* element) const {
-    char msg[kMessageSize];
-    tab* found = nullptr;
-    const Report unused{.ctx = survey_.ctx(), .msg = msg};
-    if (qrkFindTabForIntermediate(survey_.ctx(), DOM_Element(survey_.root().owner(), element), "",
-                                  const_cast<rel*>(&survey_.model()), &found, unused)) {
-      return kNoTable;
-    }
-    for (int i = 0; i < survey_.model().num_of_tables; ++i) {
-      if (&survey_.table(i) == found) return i;
+    const ComparedTable last =
+        qrkFindTabForIntermediate(survey_.ctx(), DOM_Element(survey_.root().owner(), element),
+                                  const_cast<rel*>(&survey_.model()));
+    for (int i = 0; last.isFound && i < survey_.model().num_of_tables; ++i) {
+      if (&survey_.table(i) == last.table) return i;
     }
     return kNoTable;
   }

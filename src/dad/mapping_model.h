@@ -8,6 +8,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <string_view>
 
 #include "orvxml/context.h"
 #include "src/parser/parser.h"
@@ -110,39 +112,43 @@ struct rel {
   char** top_elements;
 };
 
-int qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, int qrk_type, int* errCode,
-              char* msg);
-int qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, int qrk_type,
-               override_list* overrides, int* errCode, char* msg);
-// What a step of building came to: 0, or the code of the failure. A step that returned no more than
-// a code gets QRKQ012E as its message: `report.msg` was empty before it.
-int mappingOutcome(const Report& report, int result, int code);
-int qrkFreeRel(QrkStruct* ctx, rel* relinfo);
+void qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, MappingPurpose purpose);
+void qrkProcRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& root, MappingPurpose purpose,
+                override_list* overrides = nullptr);
+void qrkFreeRel(QrkStruct* ctx, rel* relinfo);
 
-// 0, or -1 with QRKQ012E.
-int qrkFindTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const char* name,
-                     tab** found, int* errCode, char* msg);
+// The first throws QRKQ012E, the second gives null.
+tab& qrkFindTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const char* name);
 tab* findTabByName(QrkStruct* ctx, rel* relinfo, const char* schema, const char* name);
 join_info_entry* qrkGetJoinInfo(QrkStruct* ctx, tab* table, const char* col);
-// 1 when `xmlName` is the table's top element or the xml name of one of its columns.
-int isInTab(QrkStruct* ctx, const tab* table, const char* xmlName);
+// Whether `xmlName` is the table's top element or the xml name of one of its columns.
+bool isInTab(QrkStruct* ctx, const tab* table, const char* xmlName);
 // The table's first column that is mapped to `xmlName`, or -1.
 int columnNamed(const tab& table, std::string_view xmlName);
 
-// ---- Queries over the DAD's tree (src/dad/dad_queries.cpp).
-int qrkIsNodeMultiOccur(QrkStruct* ctx, const DOM_Element& element);
-int qrkIsNodeIntermediate(QrkStruct* ctx, const DOM_Node& node);
-int qrkIsTrivial(QrkStruct* ctx, const DOM_Element& element);
-int qrkHasChildFromOtherTab(QrkStruct* ctx, const DOM_Element& element, const tab* table,
-                            int depth);
-int qrkFindTabForIntermediate(QrkStruct* ctx, const DOM_Element& element, const char* itemName,
-                              rel* relinfo, tab** found, const Report& report);
-int qrkGetTabFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rdb, char* schema,
-                     char* table, int* errCode, char* msg);
-int qrkGetColFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rdb, char* column,
-                     int* errCode, char* msg);
-// `name` holds kXmlNameSize bytes.
-int qrkGetEleNameOfTxt(QrkStruct* ctx, const DOM_Element& textNode, char* name, int* errCode,
-                       char* msg);
+// ---- Queries over the DAD's tree (src/dad/dad_queries.cpp). `itemName` stands in messages.
+bool qrkIsNodeMultiOccur(QrkStruct* ctx, const DOM_Element& element);
+bool qrkIsNodeIntermediate(QrkStruct* ctx, const DOM_Node& node);
+bool qrkIsTrivial(QrkStruct* ctx, const DOM_Element& element);
+bool qrkHasChildFromOtherTab(QrkStruct* ctx, const DOM_Element& element, const tab* table,
+                             int depth);
+
+// Of the tables compared with the names below an element the last one; null: none was.
+struct ComparedTable {
+  tab* table = nullptr;
+  bool isFound = false;
+};
+ComparedTable qrkFindTabForIntermediate(QrkStruct* ctx, const DOM_Element& element, rel* relinfo);
+
+struct TableName {
+  char schema[31];
+  char table[129];
+};
+// QRKQ010E, QRKQ013E, or a failure without a text whose code is the scanner's.
+TableName qrkGetTabFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rdb);
+// QRKQ011E or QRKQ033E.
+std::string qrkGetColFromRDB(QrkStruct* ctx, const char* itemName, const DOM_Element& rdb);
+// QRKQ012E, QRKQ014E, or QRKG017E for a name that no mapped one can equal.
+std::string qrkGetEleNameOfTxt(QrkStruct* ctx, const DOM_Element& textNode);
 
 }  // namespace orvxml

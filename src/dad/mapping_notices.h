@@ -32,13 +32,4 @@ Failure at(const xercesc::DOMNode* node, Failure failure, std::string_view lacks
 void tellPlace(const xercesc::DOMNode* node, std::string_view lacks = {});
 void tellWarning(const char* rule, const xercesc::DOMNode* node, std::string_view text);
 
-// Tells the place and reports the failure. Returns -1.
-template <class... Args>
-int failAt(const xercesc::DOMNode* node, std::string_view lacks, const Report& report, Msg message,
-           const Args&... args) {
-  tellPlace(node, lacks);
-  fail(report, message, args...);
-  return -1;
-}
-
 }  // namespace orvxml

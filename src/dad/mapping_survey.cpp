@@ -13,9 +13,8 @@ namespace {
 struct LeafCollector {
   void enter(xercesc::DOMElement*) {}
   void leave(xercesc::DOMElement*) {}
-  int leaf(xercesc::DOMElement* node, xercesc::DOMElement* rdb) {
+  void leaf(xercesc::DOMElement* node, xercesc::DOMElement* rdb) {
     leaves.push_back({node, rdb, nearestElementNode(node), -1, -1});
-    return 0;
   }
   std::vector<MappedLeaf>& leaves;
 };
@@ -35,11 +34,14 @@ MappingSurvey::MappingSurvey(QrkStruct* ctx, const rel& model, const DOM_Element
 
 // Each leaf has the column of its table that the model made of it: both keep document order.
 void MappingSurvey::collectLeaves() {
-  char msg[kMessageSize];
-  const Report unused{.ctx = ctx_, .msg = msg};
+  if (root_.isNull()) return;
   std::vector<MappedLeaf> found;
   LeafCollector collector{found};
-  if (root_.isNull() || walkMappedLeaves(unused, root_.node(), purpose_, collector)) return;
+  try {
+    walkMappedLeaves(root_.node(), purpose_, collector);
+  } catch (const Failure&) {
+    return;  // composition may start from another element than the model
+  }
   std::vector<int> columns(rowElements_.size());
   for (MappedLeaf& leaf : found) {
     leaf.table = tableOf(leaf.rdb);

@@ -13,37 +13,38 @@ namespace {
 
 class TopElementFinder {
  public:
-  TopElementFinder(const Report& report, rel& model, int purpose, DocumentOwner owner)
-      : report_(report), model_(model), purpose_(purpose), owner_(std::move(owner)) {}
+  TopElementFinder(const Building& building, DocumentOwner owner)
+      : building_(building), owner_(std::move(owner)) {}
 
   void enter(xercesc::DOMElement*) {}
   void leave(xercesc::DOMElement*) {}
 
-  int leaf(xercesc::DOMElement* leafNode, xercesc::DOMElement* rdb) {
+  void leaf(xercesc::DOMElement* leafNode, xercesc::DOMElement* rdb) {
     xercesc::DOMElement* element = nearestElementNode(leafNode);
-    const std::string ownName =
-        element ? textForMessage(report_.ctx, element->getAttribute(u"name")) : std::string();
-    char schema[kSchemaSize];
-    char name[kTableSize];
-    if (int rc = qrkGetTabFromRDB(report_.ctx, ownName.c_str(), DOM_Element(owner_, rdb), schema,
-                                  name, report_.errCode, report_.msg)) {
-      tellPlace(rdb, shownItem(leafNode));
-      return rc;
-    }
-    tab* table = findTabByName(report_.ctx, &model_, schema, name);
-    if (!table || !element) return failAt(rdb, shownItem(leafNode), report_, Msg::QRKQ016E);
-    return table->top_element[0] ? 0 : setTopElement(*table, element);
+    tab* table = tableOf(leafNode, rdb, element);
+    if (!table || !element) throw at(rdb, Failure(Msg::QRKQ016E), shownItem(leafNode));
+    if (table->top_element[0]) return;
+    takeItemName(building_.ctx, building_.purpose,
+                 rowElement(building_.ctx, *table, owner_, element), table->top_element);
   }
 
  private:
-  int setTopElement(tab& table, xercesc::DOMElement* element) {
-    return takeItemName(report_, purpose_, rowElement(report_.ctx, table, owner_, element),
-                        table.top_element);
+  tab* tableOf(const xercesc::DOMElement* leafNode, xercesc::DOMElement* rdb,
+               const xercesc::DOMElement* element) {
+    const std::string item =
+        element ? textForMessage(building_.ctx, element->getAttribute(u"name")) : std::string();
+    try {
+      const TableName name =
+          qrkGetTabFromRDB(building_.ctx, item.c_str(), DOM_Element(owner_, rdb));
+      return findTabByName(building_.ctx, &building_.model, name.schema, name.table);
+    } catch (const Failure& failure) {
+      const bool hasNoText = failure.is(Msg{}) && building_.purpose == kForDecomposition;
+      throw at(rdb, hasNoText ? Failure(Msg::QRKQ012E).withCode(failure.code()) : failure,
+               shownItem(leafNode));
+    }
   }
 
-  const Report& report_;
-  rel& model_;
-  const int purpose_;
+  const Building& building_;
   const DocumentOwner owner_;
 };
 
@@ -65,9 +66,9 @@ xercesc::DOMElement* rowElement(QrkStruct* ctx, const tab& table, const Document
   }
 }
 
-int qrkFindTopElements(const Report& report, rel& model, const DOM_Element& root, int purpose) {
-  TopElementFinder finder(report, model, purpose, root.owner());
-  return walkMappedLeaves(report, root.node(), purpose, finder);
+void qrkFindTopElements(const Building& building, const DOM_Element& root) {
+  TopElementFinder finder(building, root.owner());
+  walkMappedLeaves(root.node(), building.purpose, finder);
 }
 
 }  // namespace orvxml

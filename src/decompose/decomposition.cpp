@@ -14,6 +14,7 @@
 #include "src/dad/mapping_traps.h"
 #include "src/decompose/row_extraction.h"
 #include "src/decompose/target_table.h"
+#include "src/outcome/edge.h"
 #include "src/parser/parser.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/cli_handles.h"
@@ -84,15 +85,17 @@ class Decomposition {
 void Decomposition::freeModel() {
   if (isModelFree_) return;
   isModelFree_ = true;
-  const int rc = qrkFreeRel(ctx_, &rel_);
-  QRK_TRACE(ctx_, "qrkFreeRel, errCode2=%ld, rc2=%d", static_cast<long>(rc), rc);
+  qrkFreeRel(ctx_, &rel_);
+  QRK_TRACE(ctx_, "qrkFreeRel, errCode2=%ld, rc2=%d", 0L, 0);
 }
 
 int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled) {
   rel_.hdbc = hdbc;
   tellSubject("mapping");
   if (int code = parseDad(dad, dadFlag)) return code;
-  if (readDadSettings(ctx_, dad_, kNoSettingLimits, settings_, msg_)) return kSettingsError;
+  if (atEdge(report(), [&] { settings_ = readDadSettings(ctx_, dad_, kNoSettingLimits); })) {
+    return kSettingsError;
+  }
   if (settings_.validate) {
     tellSubject("document");
     if (int code = validate(doc)) return code;
@@ -162,15 +165,12 @@ int Decomposition::findTopElement() {
 
 int Decomposition::buildMapping() {
   if (int code = findTopElement()) return code;
-  *msg_ = '\0';
-  int code = 0;
-  int result = qrkSetRel(ctx_, &rel_, top_, kForDecomposition, &code, msg_);
-  QRK_TRACE(ctx_, "call qrkSetRel() returns %ld.", static_cast<long>(result));
-  if (int failure = mappingOutcome(report(), result, code)) return failure;
-  code = 0;
-  result = qrkProcRel(ctx_, &rel_, top_, kForDecomposition, nullptr, &code, msg_);
-  QRK_TRACE(ctx_, "call qrkProcRel() returns %ld.", static_cast<long>(result));
-  return mappingOutcome(report(), result, code);
+  int code = atEdge(report(), [&] { qrkSetRel(ctx_, &rel_, top_, kForDecomposition); });
+  QRK_TRACE(ctx_, "call qrkSetRel() returns %ld.", static_cast<long>(code));
+  if (code != 0) return code;
+  code = atEdge(report(), [&] { qrkProcRel(ctx_, &rel_, top_, kForDecomposition); });
+  QRK_TRACE(ctx_, "call qrkProcRel() returns %ld.", static_cast<long>(code));
+  return code;
 }
 
 int Decomposition::parseDocument(QrkOutbuf* doc) {

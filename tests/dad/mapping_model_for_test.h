@@ -46,7 +46,7 @@ class Heard final : public NoticeListener {
 };
 
 struct Mapping {
-  explicit Mapping(const std::string& dad, int purpose = kForDecomposition,
+  explicit Mapping(const std::string& dad, MappingPurpose purpose = kForDecomposition,
                    override_list* overrides = nullptr, const char* encoding = "UTF-8",
                    int codePage = 1208)
       : call(encoding, codePage) {
@@ -54,11 +54,10 @@ struct Mapping {
     std::string text = dad;
     EXPECT_EQ(qrkDOM(&call.ctx, text.data(), 0, 1, document, call.state, call.msg), 0) << call.msg;
     const DOM_Element root = document.getDocumentElement();
-    rc = qrkSetRel(&call.ctx, &model, root, purpose, &code, call.msg);
-    if (rc == 0) {
-      rc = qrkProcRel(&call.ctx, &model, root.firstDescendant(u"element_node"), purpose, overrides,
-                      &code, call.msg);
-    }
+    code = call.report([&] {
+      qrkSetRel(&call.ctx, &model, root, purpose);
+      qrkProcRel(&call.ctx, &model, root.firstDescendant(u"element_node"), purpose, overrides);
+    });
   }
   ~Mapping() { qrkFreeRel(&call.ctx, &model); }
   Mapping(const Mapping&) = delete;
@@ -73,7 +72,6 @@ struct Mapping {
   CallContext call;
   DOM_Document document;
   rel model{};
-  int rc = 0;
   int code = 0;
 };
 

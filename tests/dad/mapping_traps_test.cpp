@@ -30,7 +30,7 @@ struct Case {
 void expectWarnings(const Case& c, MappingPurpose purpose) {
   SCOPED_TRACE(c.label);
   const Mapping mapping(c.dad, purpose);
-  ASSERT_EQ(mapping.rc, 0) << mapping.message();
+  ASSERT_EQ(mapping.code, 0) << mapping.message();
   Heard heard;
   {
     const Listening listening(heard);
