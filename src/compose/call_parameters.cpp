@@ -21,50 +21,41 @@ bool DescriptorParameters::isNull(int position) const {
   return orvxml::isNull(area_->sqlvar[position]);
 }
 
-int DescriptorParameters::bytes(Call& call, int position, ParameterBytes& value) {
-  char* data = nullptr;
-  int code = 0;
-  if (qrkGetStProcParam(&call.ctx, area_, static_cast<short>(position), &data, &value.length, &code,
-                        call.msg) != 0) {
-    return code;
-  }
-  value.data = data;
-  return 0;
+ParameterBytes DescriptorParameters::bytes(QrkStruct* ctx, int position) {
+  const DescriptorText taken = takeBytes(ctx, area_, position);
+  return {taken.data, taken.length};
 }
 
-int DescriptorParameters::integer(Call& call, int position, int32_t& value) {
-  sqlvar& entry = area_->sqlvar[position];
-  int code = 0;
-  if (qrkCheckIntParameter(&call.ctx, &entry, &code, call.msg) != 0) return code;
-  if (!entry.sqldata) return fail(call, Msg::QRKA019E);
+int32_t DescriptorParameters::integer(QrkStruct* ctx, int position) {
+  const sqlvar& entry = area_->sqlvar[position];
+  requireInteger(ctx, &entry);
+  if (!entry.sqldata) throw Failure(Msg::QRKA019E);
   if (baseType(entry) == orv::kSqlSmallint) {
     int16_t small = 0;
     std::memcpy(&small, entry.sqldata, sizeof small);
-    value = small;
-  } else {
-    std::memcpy(&value, entry.sqldata, sizeof value);
+    return small;
   }
-  return 0;
+  int32_t value = 0;
+  std::memcpy(&value, entry.sqldata, sizeof value);
+  return value;
 }
 
-int DescriptorParameters::checkIntegerOutput(Call& call, int position) {
-  sqlvar& entry = area_->sqlvar[position];
-  int code = 0;
-  if (qrkCheckOutputIntParameter(&call.ctx, &entry, &code, call.msg) != 0) return code;
-  return entry.sqldata ? 0 : fail(call, Msg::QRKG004E);
+void DescriptorParameters::checkIntegerOutput(QrkStruct* ctx, int position) {
+  const sqlvar& entry = area_->sqlvar[position];
+  requireIntegerOutput(ctx, &entry);
+  if (!entry.sqldata) throw Failure(Msg::QRKG004E);
 }
 
 // The length goes where the secondary entry says, else into the word in front of the data.
-int DescriptorParameters::documentOutput(Call& call, int position, DocumentArea& area) {
+DocumentArea DescriptorParameters::documentOutput(QrkStruct* ctx, int position) {
   const sqlvar& entry = area_->sqlvar[position];
   if (!holdsDocument(entry)) {
-    QRK_TRACE(&call.ctx, "wrong parameter type, not string:%d", entry.sqltype);
-    return fail(call, Msg::QRKA074E);
+    QRK_TRACE(ctx, "wrong parameter type, not string:%d", entry.sqltype);
+    throw Failure(Msg::QRKA074E);
   }
-  if (!entry.sqldata) return fail(call, Msg::QRKG004E);
+  if (!entry.sqldata) throw Failure(Msg::QRKG004E);
   int64_t declared = kResultDocumentSize;
-  area.data = entry.sqldata + sizeof(int32_t);
-  area.length = entry.sqldata;
+  DocumentArea area{entry.sqldata + sizeof(int32_t), 0, entry.sqldata};
   if (area_->sqld + position < area_->sqln) {
     const sqlvar_secondary* const secondary = orv::secondaryEntry(area_, position);
     declared = secondary->sqllonglen;
@@ -75,7 +66,7 @@ int DescriptorParameters::documentOutput(Call& call, int position, DocumentArea&
   }
   area.capacity =
       static_cast<int32_t>(std::clamp<int64_t>(declared, 0, std::numeric_limits<int32_t>::max()));
-  return 0;
+  return area;
 }
 
 void DescriptorParameters::setInteger(int position, int32_t value) {
@@ -89,28 +80,20 @@ bool ListParameters::isNull(int position) const {
   return !parameter.object && !parameter.text && !parameter.number;
 }
 
-int ListParameters::bytes(Call&, int position, ParameterBytes& value) {
+ParameterBytes ListParameters::bytes(QrkStruct*, int position) {
   const ListParameter& parameter = at(position);
-  if (parameter.object) {
-    value = {parameter.object->data, parameter.object->length};
-  } else {
-    value = {parameter.text, static_cast<int>(std::strlen(parameter.text))};
-  }
-  return 0;
+  if (parameter.object) return {parameter.object->data, parameter.object->length};
+  return {parameter.text, static_cast<int>(std::strlen(parameter.text))};
 }
 
-int ListParameters::integer(Call&, int position, int32_t& value) {
-  value = isNull(position) ? 0 : *at(position).number;
-  return 0;
+int32_t ListParameters::integer(QrkStruct*, int position) {
+  return isNull(position) ? 0 : *at(position).number;
 }
 
-int ListParameters::documentOutput(Call& call, int position, DocumentArea& area) {
+DocumentArea ListParameters::documentOutput(QrkStruct*, int position) {
   clob* const object = at(position).object;
-  if (!object) return fail(call, Msg::QRKG004E);
-  area.data = object->data;
-  area.capacity = kResultDocumentSize;
-  area.length = reinterpret_cast<char*>(&object->length);
-  return 0;
+  if (!object) throw Failure(Msg::QRKG004E);
+  return {object->data, kResultDocumentSize, reinterpret_cast<char*>(&object->length)};
 }
 
 void ListParameters::setInteger(int position, int32_t value) {

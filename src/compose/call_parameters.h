@@ -24,17 +24,16 @@ struct DocumentArea {
   void setLength(int32_t bytes) { std::memcpy(length, &bytes, sizeof bytes); }
 };
 
-// Results are 0, or the code of the message that has been stored in the call.
 class CallParameters {
  public:
   virtual ~CallParameters() = default;
   virtual bool isNull(int position) const = 0;
   // A text, or a large object. The parameter is not null.
-  virtual int bytes(Call& call, int position, ParameterBytes& value) = 0;
-  virtual int integer(Call& call, int position, int32_t& value) = 0;
+  virtual ParameterBytes bytes(QrkStruct* ctx, int position) = 0;
+  virtual int32_t integer(QrkStruct* ctx, int position) = 0;
   // Checks that an output can be set with `setInteger`.
-  virtual int checkIntegerOutput(Call& call, int position) = 0;
-  virtual int documentOutput(Call& call, int position, DocumentArea& area) = 0;
+  virtual void checkIntegerOutput(QrkStruct* ctx, int position) = 0;
+  virtual DocumentArea documentOutput(QrkStruct* ctx, int position) = 0;
   virtual void setInteger(int position, int32_t value) = 0;
   virtual short* indicator(int position) = 0;  // may be null
 };
@@ -43,10 +42,10 @@ class DescriptorParameters : public CallParameters {
  public:
   explicit DescriptorParameters(sqlda* area) : area_(area) {}
   bool isNull(int position) const override;
-  int bytes(Call& call, int position, ParameterBytes& value) override;
-  int integer(Call& call, int position, int32_t& value) override;  // null: QRKA019E
-  int checkIntegerOutput(Call& call, int position) override;
-  int documentOutput(Call& call, int position, DocumentArea& area) override;
+  ParameterBytes bytes(QrkStruct* ctx, int position) override;
+  int32_t integer(QrkStruct* ctx, int position) override;  // null: QRKA019E
+  void checkIntegerOutput(QrkStruct* ctx, int position) override;
+  DocumentArea documentOutput(QrkStruct* ctx, int position) override;
   void setInteger(int position, int32_t value) override;
   short* indicator(int position) override { return area_->sqlvar[position].sqlind; }
 
@@ -72,10 +71,10 @@ class ListParameters : public CallParameters {
  public:
   explicit ListParameters(std::span<const ListParameter> list) : list_(list) {}
   bool isNull(int position) const override;
-  int bytes(Call& call, int position, ParameterBytes& value) override;
-  int integer(Call& call, int position, int32_t& value) override;  // null: 0
-  int checkIntegerOutput(Call&, int) override { return 0; }
-  int documentOutput(Call& call, int position, DocumentArea& area) override;
+  ParameterBytes bytes(QrkStruct* ctx, int position) override;
+  int32_t integer(QrkStruct* ctx, int position) override;  // null: 0
+  void checkIntegerOutput(QrkStruct*, int) override {}
+  DocumentArea documentOutput(QrkStruct* ctx, int position) override;
   void setInteger(int position, int32_t value) override;
   short* indicator(int position) override { return at(position).indicator; }
 

@@ -3,8 +3,10 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 
 #include "orv/sqlcli.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
@@ -16,5 +18,13 @@ bool isFetchedByLocator(SQLSMALLINT type);
 // Bytes that every value of the column fits as text, with its terminator. `size`: as
 // SQLDescribeCol tells it.
 int32_t textBufferSize(SQLSMALLINT type, SQLUINTEGER size);
+
+// Memory that free() releases; QRKG002E without any.
+template <class T>
+T* allocateZeroed(size_t count) {
+  void* const memory = std::calloc(count, sizeof(T));
+  if (!memory) throw Failure(Msg::QRKG002E);
+  return static_cast<T*>(memory);
+}
 
 }  // namespace orvxml

@@ -11,12 +11,12 @@
 #include "src/compose/call_parameters.h"
 #include "src/compose/composition.h"
 #include "src/compose/fetch_dad.h"
+#include "src/outcome/failure.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
 namespace {
 
-constexpr char kModule[] = "qrkgenxml";
 constexpr int kSchemaSize = 31;  // bytes, terminator included
 constexpr int kNameSize = 129;
 constexpr size_t kOverrideSize = 32673;  // bytes of an override with its terminator
@@ -50,9 +50,10 @@ constexpr Form kRetrieveXml{true, true, false};
 constexpr Form kRetrieveXml2{true, true, true};
 constexpr Form kRetrieveXmlClob{true, false, false};
 
-// The code of a failure that brought none.
-int failureCode(int code) {
-  return code < 0 ? code : codeOf(Msg::QRKG006E);
+const char* contentOf(QrkStruct* ctx, OutBuffer& buffer) {
+  const char* const content = qrkBufGetContent(ctx, buffer.get());
+  if (!content) throw Failure::internal();
+  return content;
 }
 
 bool isBlank(const std::string& text) {
@@ -71,28 +72,30 @@ class ComposeCall {
         dad_(&call.ctx) {}
 
   int run() {
-    if (int code = openOutputs()) return code;
-    if (int code = takeNumbers()) return code;
-    if (int code = takeMapping()) return code;
-    if (int code = takeTable()) return code;
-    if (int code = takeOverride()) return code;
-    if (int code = splitTableName()) return code;
-    if (int code = takeColumns()) return code;
-    return compose();
+    openOutputs();
+    takeNumbers();
+    takeMapping();
+    takeTable();
+    takeOverride();
+    splitTableName();
+    takeColumns();
+    const Composed composed = compose();
+    deliver(composed);
+    return report(call_.report(), composed.outcome);
   }
 
  private:
-  int openOutputs();
-  int takeNumbers();
-  int takeText(int position, std::string& text);
-  int takeMapping();
-  int takeTable();
-  int takeOverride();
-  int splitTableName();
-  int takeColumns();
-  int takeColumn(int position, char* name, bool mayBeBlank);
-  int compose();
-  void deliver(int32_t count, int32_t length, int32_t valid);
+  void openOutputs();
+  void takeNumbers();
+  std::string takeText(int position);
+  void takeMapping();
+  void takeTable();
+  void takeOverride();
+  void splitTableName();
+  void takeColumns();
+  std::string takeColumn(int position, bool mayBeBlank);
+  Composed compose();
+  void deliver(const Composed& composed);
 
   const Form& form_;
   CallParameters& parameters_;
@@ -101,136 +104,127 @@ class ComposeCall {
   size_t overrideSize_;
   OutBuffer dad_;
   DocumentArea document_;
-  int32_t overrideType_ = 0;
-  int32_t maxRows_ = 0;
-  std::string table_;
+  CompositionRequest request_;
   std::string override_;
-  char schema_[kSchemaSize] = "";
-  char tableName_[kNameSize] = "";
-  char column_[kNameSize] = "";
-  char validColumn_[kNameSize] = "";
 };
 
 // Until a document is there, nothing has come out.
-int ComposeCall::openOutputs() {
+void ComposeCall::openOutputs() {
   if (!form_.toTable) {
-    if (int code = parameters_.documentOutput(call_, form_.document(), document_)) return code;
-    if (int code = parameters_.checkIntegerOutput(call_, form_.valid())) return code;
+    document_ = parameters_.documentOutput(ctx_, form_.document());
+    parameters_.checkIntegerOutput(ctx_, form_.valid());
     document_.setLength(0);
     parameters_.setInteger(form_.valid(), -1);
   }
-  if (int code = parameters_.checkIntegerOutput(call_, form_.count())) return code;
+  parameters_.checkIntegerOutput(ctx_, form_.count());
   parameters_.setInteger(form_.count(), 0);
   setIndicator(parameters_.indicator(form_.count()), 0);
-  return 0;
 }
 
-int ComposeCall::takeNumbers() {
+void ComposeCall::takeNumbers() {
   const bool tableMissing = form_.toTable && parameters_.isNull(Form::kTable);
-  if (parameters_.isNull(Form::kSource) || tableMissing) return fail(call_, Msg::QRKG004E);
-  if (int code = parameters_.integer(call_, form_.overrideType(), overrideType_)) return code;
-  QRK_TRACE(ctx_, "override type:%d", overrideType_);
+  if (parameters_.isNull(Form::kSource) || tableMissing) throw Failure(Msg::QRKG004E);
+  request_.overrideType = parameters_.integer(ctx_, form_.overrideType());
+  QRK_TRACE(ctx_, "override type:%d", request_.overrideType);
   if (form_.toTable) {
-    if (int code = parameters_.integer(call_, form_.maxRows(), maxRows_)) return code;
-    QRK_TRACE(ctx_, "m:%d", maxRows_);
+    request_.maxRows = parameters_.integer(ctx_, form_.maxRows());
+    QRK_TRACE(ctx_, "m:%d", request_.maxRows);
   }
-  const bool overrideMissing = overrideType_ != 0 && parameters_.isNull(form_.override());
-  return maxRows_ < 0 || overrideMissing ? fail(call_, Msg::QRKG004E) : 0;
+  const bool overrideMissing =
+      request_.overrideType != NO_OVERRIDE && parameters_.isNull(form_.override());
+  if (request_.maxRows < 0 || overrideMissing) throw Failure(Msg::QRKG004E);
 }
 
 // A text that stands before its first NUL; one that goes on behind it would be cut.
-int ComposeCall::takeText(int position, std::string& text) {
-  ParameterBytes value;
-  if (int code = parameters_.bytes(call_, position, value)) return code;
+std::string ComposeCall::takeText(int position) {
+  const ParameterBytes value = parameters_.bytes(ctx_, position);
   const auto length = static_cast<size_t>(value.length);
-  text.assign(value.data, strnlen(value.data, length));
-  return hasTextAfterNul(value.data, length) ? fail(call_, Msg::QRKQ054E, text) : 0;
+  std::string text(value.data, strnlen(value.data, length));
+  if (hasTextAfterNul(value.data, length)) throw Failure(Msg::QRKQ054E, text);
+  return text;
 }
 
-int ComposeCall::takeMapping() {
-  if (!form_.byName) {
-    ParameterBytes dad;
-    if (int code = parameters_.bytes(call_, Form::kSource, dad)) return code;
-    QRK_TRACE(ctx_, "dad length:%d", dad.length);
-    return fillBuffer(call_, dad_, dad.data, dad.length);
-  }
-  std::string name;
-  if (int code = takeText(Form::kSource, name)) return code;
-  QRK_TRACE(ctx_, "collectionName:%s", name.c_str());
-  int code = 0;
-  if (qrkFetchDAD(ctx_, name.c_str(), dad_.get(), call_.msg, &code) == 0) return 0;
-  return failureCode(code);
-}
-
-int ComposeCall::takeTable() {
-  if (!form_.toTable) return 0;
-  const int code = takeText(Form::kTable, table_);
-  QRK_TRACE(ctx_, "result table name:%s, len:%zu, rc:%d", table_.c_str(), table_.size(), code);
-  return code;
-}
-
-int ComposeCall::takeOverride() {
-  if (overrideType_ == 0) return 0;
-  const int code = takeText(form_.override(), override_);
-  QRK_TRACE(ctx_, "override:%s, len:%zu, rc:%d", override_.c_str(), override_.size(), code);
-  if (code != 0) return code;
-  if (override_.size() < overrideSize_) return 0;
-  return fail(call_, Msg::QRKG017E, "override", buildStamp(), kModule, __LINE__);
-}
-
-int ComposeCall::splitTableName() {
-  if (!form_.toTable) return 0;
-  const int rc = qrkParseQualTbl(ctx_, table_.c_str(), schema_, kSchemaSize, tableName_, kNameSize);
-  return rc == 0 ? 0 : fail(call_, Msg::QRKQ009E, table_);
-}
-
-int ComposeCall::takeColumns() {
-  if (!form_.namesColumns) return 0;
-  if (int code = takeColumn(Form::kColumn, column_, false)) return code;
-  return takeColumn(Form::kValidColumn, validColumn_, true);
-}
-
-int ComposeCall::takeColumn(int position, char* name, bool mayBeBlank) {
-  if (parameters_.isNull(position)) return mayBeBlank ? 0 : fail(call_, Msg::QRKQ054E, "NULL");
-  std::string text;
-  if (int code = takeText(position, text)) return code;
-  if (qrkParseCol(ctx_, text.c_str(), name, kNameSize) == 0) return 0;
-  if (!mayBeBlank || !isBlank(text)) return fail(call_, Msg::QRKQ054E, text);
-  *name = '\0';
-  return 0;
-}
-
-int ComposeCall::compose() {
-  const char* const dad = qrkBufGetContent(ctx_, dad_.get());
-  if (!dad) return failInternal(call_.report(), kModule, __LINE__);
-  const bool toTable = form_.toTable;
-  int32_t count = 0;
-  int32_t length = document_.capacity;
-  int32_t valid = -1;
-  int32_t code = 0;
-  QRK_TRACE(ctx_, "before qrkcomposexml");
-  const int rc = qrkComposeXML(ctx_, dad, dad_->loctype, toTable ? table_.c_str() : nullptr,
-                               toTable ? schema_ : nullptr, toTable ? tableName_ : nullptr,
-                               *column_ ? column_ : nullptr, *validColumn_ ? validColumn_ : nullptr,
-                               overrideType_, override_.c_str(), maxRows_, &count, document_.data,
-                               toTable ? nullptr : &length, toTable ? nullptr : &valid, &code,
-                               call_.msg, form_.namesColumns ? 0 : 1);
-  QRK_TRACE(ctx_, "call qrkComposeXML() returns %d.", rc);
+void ComposeCall::takeMapping() {
   if (form_.byName) {
-    QRK_TRACE(ctx_, "call qrkComposeXML() errCode %d, errMsg:%s.", code, call_.msg);
+    const std::string name = takeText(Form::kSource);
+    QRK_TRACE(ctx_, "collectionName:%s", name.c_str());
+    qrkFetchDAD(ctx_, name.c_str(), dad_.get());
+  } else {
+    const ParameterBytes dad = parameters_.bytes(ctx_, Form::kSource);
+    QRK_TRACE(ctx_, "dad length:%d", dad.length);
+    takeInto(call_, dad_, dad.data, dad.length);
   }
-  if (rc != 0) return failureCode(code);
-  if (code >= 0) deliver(count, length, valid);
-  return code;
 }
 
-void ComposeCall::deliver(int32_t count, int32_t length, int32_t valid) {
-  parameters_.setInteger(form_.count(), count);
+void ComposeCall::takeTable() {
+  if (!form_.toTable) return;
+  ResultTable& table = request_.table.emplace();
+  table.written = takeText(Form::kTable);
+  table.addsValidColumn = !form_.namesColumns;
+  QRK_TRACE(ctx_, "result table name:%s, len:%zu, rc:%d", table.written.c_str(),
+            table.written.size(), 0);
+}
+
+void ComposeCall::takeOverride() {
+  request_.override = override_.c_str();
+  if (request_.overrideType == NO_OVERRIDE) return;
+  override_ = takeText(form_.override());
+  QRK_TRACE(ctx_, "override:%s, len:%zu, rc:%d", override_.c_str(), override_.size(), 0);
+  if (override_.size() >= overrideSize_) throw Failure::ofLimit("override");
+  request_.override = override_.c_str();
+}
+
+void ComposeCall::splitTableName() {
+  if (!form_.toTable) return;
+  ResultTable& table = *request_.table;
+  char schema[kSchemaSize] = "";
+  char name[kNameSize] = "";
+  if (qrkParseQualTbl(ctx_, table.written.c_str(), schema, kSchemaSize, name, kNameSize) != 0) {
+    throw Failure(Msg::QRKQ009E, table.written);
+  }
+  table.schema = schema;
+  table.name = name;
+}
+
+void ComposeCall::takeColumns() {
+  if (!form_.namesColumns) return;
+  request_.table->column = takeColumn(Form::kColumn, false);
+  request_.table->validColumn = takeColumn(Form::kValidColumn, true);
+}
+
+std::string ComposeCall::takeColumn(int position, bool mayBeBlank) {
+  if (parameters_.isNull(position)) {
+    if (mayBeBlank) return "";
+    throw Failure(Msg::QRKQ054E, "NULL");
+  }
+  const std::string text = takeText(position);
+  char name[kNameSize] = "";
+  if (qrkParseCol(ctx_, text.c_str(), name, kNameSize) == 0) return name;
+  if (mayBeBlank && isBlank(text)) return "";
+  throw Failure(Msg::QRKQ054E, text);
+}
+
+Composed ComposeCall::compose() {
+  request_.dad = contentOf(ctx_, dad_);
+  request_.dadLoctype = dad_->loctype;
+  request_.clob = document_.data;
+  request_.clobCapacity = document_.capacity;
+  QRK_TRACE(ctx_, "before qrkcomposexml");
+  const Composed composed = qrkComposeXML(ctx_, request_);
+  QRK_TRACE(ctx_, "call qrkComposeXML() returns %d.", 0);
+  if (form_.byName) {
+    QRK_TRACE(ctx_, "call qrkComposeXML() errCode %d.", codeOf(composed.outcome));
+  }
+  return composed;
+}
+
+void ComposeCall::deliver(const Composed& composed) {
+  parameters_.setInteger(form_.count(), composed.documents);
   if (form_.toTable) return;
-  document_.setLength(length);
+  document_.setLength(composed.clobLength);
   setIndicator(parameters_.indicator(form_.document()), 0);
-  parameters_.setInteger(form_.valid(), valid);
-  if (valid != -1) setIndicator(parameters_.indicator(form_.valid()), 0);
+  parameters_.setInteger(form_.valid(), composed.valid);
+  if (composed.valid != -1) setIndicator(parameters_.indicator(form_.valid()), 0);
 }
 
 // ---- The conventions.
@@ -272,27 +266,30 @@ int composeFromList(const Form& form, std::span<const ListParameter> list, const
 
 constexpr ProcedureInfo kToReceiver{Msg::QRKQ020I, 0, 2, true};
 
-int composeToReceiver(Call& call, const ComposeRequest& request, DocumentReceiver& receiver,
+int composeToReceiver(Call& call, const ComposeRequest& wanted, DocumentReceiver& receiver,
                       int32_t& documents) {
   QrkStruct* const ctx = &call.ctx;
-  const bool overrideMissing = request.overrideType != 0 && !request.override;
-  if (overrideMissing || (!request.dad && !request.collection) || request.maxRows < 0) {
-    return fail(call, Msg::QRKG004E);
+  const bool overrideMissing = wanted.overrideType != NO_OVERRIDE && !wanted.override;
+  if (overrideMissing || (!wanted.dad && !wanted.collection) || wanted.maxRows < 0) {
+    throw Failure(Msg::QRKG004E);
   }
   OutBuffer dad(ctx);
-  int code = 0;
-  if (!request.dad) {
-    if (qrkFetchDAD(ctx, request.collection, dad.get(), call.msg, &code)) return failureCode(code);
-  } else if (request.dadSize > INT32_MAX) {
-    return fail(call, Msg::QRKG017E, "dad", buildStamp(), kModule, __LINE__);
-  } else if (int rc = fillBuffer(call, dad, request.dad, static_cast<int>(request.dadSize))) {
-    return rc;
+  if (!wanted.dad) {
+    qrkFetchDAD(ctx, wanted.collection, dad.get());
+  } else if (wanted.dadSize > INT32_MAX) {
+    throw Failure::ofLimit("dad");
+  } else {
+    takeInto(call, dad, wanted.dad, static_cast<int>(wanted.dadSize));
   }
-  const char* const text = qrkBufGetContent(ctx, dad.get());
-  if (!text) return failInternal(call.report(), kModule, __LINE__);
-  const int rc =
-      qrkComposeTo(ctx, text, dad->loctype, request, receiver, &documents, &code, call.msg);
-  return rc != 0 ? failureCode(code) : code;
+  const Composed composed = qrkComposeXML(ctx, {.dad = contentOf(ctx, dad),
+                                                .dadLoctype = dad->loctype,
+                                                .overrideType = wanted.overrideType,
+                                                .override = wanted.override,
+                                                .maxRows = wanted.maxRows,
+                                                .receiver = &receiver,
+                                                .firstOnly = wanted.firstOnly});
+  documents = composed.documents;
+  return report(call.report(), composed.outcome);
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
 // The composition driver: one call from the DAD to the delivered documents.
+#include "src/compose/composition.h"
+
 #include <cstring>
 #include <string>
 
@@ -7,14 +9,12 @@
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
-#include "src/compose/composition.h"
 #include "src/compose/level_map.h"
-#include "src/compose/modules.h"
 #include "src/compose/result_storage.h"
 #include "src/compose/sql_mapping.h"
 #include "src/compose/statement_text.h"
 #include "src/dad/dad_settings.h"
-#include "src/dad/mapping_notices.h"
+#include "src/outcome/all_steps.h"
 #include "src/outcome/edge.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/cli_handles.h"
@@ -28,360 +28,239 @@ constexpr int kColumnExists = -612;  // SQLCODE
 constexpr int kTracedBytes = 299;
 constexpr DadSettingLimits kSettingLimits{.schemaLocation = 2001, .validation = 59};
 
-// What the caller asks for.
-struct Request {
-  const char* dad;
-  int32_t dadLoctype;
-  const char* resultTable;
-  char* resultSchema;
-  char* resultTabname;
-  const char* resultColumn;
-  const char* validColumn;
-  int32_t overrideType;
-  const char* override;
-  int32_t maxRows;
-  char* clobOut;
-  int32_t clobCapacity;
-  bool addValidColumn;
-  DocumentReceiver* receiver = nullptr;  // in place of all results
-  bool firstOnly = false;
-};
-
-// The level map of a call, released with its owner.
-class LevelMapOwner {
- public:
-  explicit LevelMapOwner(QrkStruct* ctx) : ctx_(ctx) {}
-  ~LevelMapOwner() { qrkLmRelease(ctx_, map_); }
-  LevelMapOwner(const LevelMapOwner&) = delete;
-  LevelMapOwner& operator=(const LevelMapOwner&) = delete;
-  level_map** address() { return &map_; }
-  const level_map* get() const { return map_; }
-
- private:
-  QrkStruct* ctx_;
-  level_map* map_ = nullptr;
-};
-
-// ---- One composition. Steps return 0, or anything else with code and message stored.
+// ---- One composition.
 class Composition {
  public:
-  Composition(QrkStruct* ctx, const Request& request, int32_t* errCode, char* msg)
-      : ctx_(ctx), request_(request), report_{ctx, msg, errCode} {}
+  Composition(QrkStruct* ctx, const CompositionRequest& request)
+      : ctx_(ctx), request_(request), table_(request.table) {}
 
-  int run(SQLHDBC hdbc);
-  int32_t documents() const { return documents_; }
-  int32_t clobLength() const { return clobLength_; }
-  int32_t valid() const { return valid_; }
+  Composed run(SQLHDBC hdbc);
 
  private:
-  int parseDad();
-  int readSettings();
-  void setDelivery(SQLHDBC hdbc);
-  int checkResultTable();
-  int chooseResultColumn();
-  int chooseValidColumn();
-  int addValidColumn();
-  int composeStatement(const DOM_Element& sqlStmt);
-  int checkObjectLevel(const level_map* map);
-  int composeObjects(SqlComposition& objects);
-  int composeObject(SqlComposition& objects);
+  void parseDad();
+  void readSettings();
+  void checkResultTable();
+  std::string resultColumn();
+  void chooseValidColumn();
+  void addValidColumn();
+  Composed composeStatement(const DOM_Element& sqlStmt, Delivery& to);
+  void checkObjectLevel(const level_map& map) const;
+  Composed composeObjects(SqlComposition& objects, Delivery& to);
+  bool composeObject(SqlComposition& objects, Delivery& to, int32_t documents);
 
-  template <class... Args>
-  int failed(Msg message, const Args&... args) {
-    return orvxml::failed(report_, message, args...);
-  }
-  // A step of another module that brings its code along; its message stands.
-  int failedWith(int code) {
-    *report_.errCode = code;
-    return -1;
-  }
-  int sameCodePages() const {
-    return ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage ? 1 : 0;
-  }
+  bool sameCodePages() const { return ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage; }
 
   QrkStruct* const ctx_;
-  const Request& request_;
-  const Report report_;
+  const CompositionRequest& request_;
+  SQLHDBC hdbc_ = SQL_NULL_HANDLE;
   DOM_Document dad_;
   DadSettings settings_;
   std::string dtdid_;
   ValidationSource source_{kValidateByDtd, ""};
-  char resultColumn_[kColumnSize] = "";
-  ResultWriter writer_;
-  Delivery delivery_;
-  int32_t documents_ = 0;
-  int32_t clobLength_ = 0;
-  int32_t valid_ = -1;
+  std::optional<ResultTable> table_;
 };
 
-int Composition::run(SQLHDBC hdbc) {
-  if (parseDad() || readSettings()) return -1;
-  setDelivery(hdbc);
-  if (delivery_.toTable() && (checkResultTable() || chooseValidColumn())) return -1;
+Composed Composition::run(SQLHDBC hdbc) {
+  hdbc_ = hdbc;
+  parseDad();
+  readSettings();
+  if (table_) {
+    checkResultTable();
+    chooseValidColumn();
+  }
+  Delivery to(ctx_, request_, table_ ? &*table_ : nullptr, settings_.validate ? &source_ : nullptr);
   const DOM_Element root = dad_.getDocumentElement();
   const DOM_Element sqlStmt = root.firstDescendant(u"SQL_stmt");
-  if (!sqlStmt.isNull()) return composeStatement(sqlStmt);
-  return qrkGenXMLFromRDB(ctx_, hdbc, root, delivery_, request_.overrideType, request_.override,
-                          request_.maxRows, &documents_, report_.errCode, report_.msg);
+  Composed composed = sqlStmt.isNull() ? qrkGenXMLFromRDB(ctx_, hdbc, root, request_, to)
+                                       : composeStatement(sqlStmt, to);
+  composed.clobLength = to.clobLength();
+  composed.valid = to.valid();
+  return composed;
 }
 
-int Composition::parseDad() {
-  char sqlState[kSqlStateSize] = "00000";
-  const int rc = qrkDOM(ctx_, const_cast<char*>(request_.dad), sameCodePages(), request_.dadLoctype,
-                        dad_, sqlState, report_.msg);
-  const int code = parseCode(ctx_, rc, sqlState);
-  return code < 0 ? failedWith(code) : 0;
+void Composition::parseDad() {
+  const bool sameCodePages = ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage;
+  dad_ = about(FailureText::kMapping, [&] {
+    return qrkDOM(ctx_, request_.dad, sameCodePages ? 1 : 0, request_.dadLoctype);
+  });
 }
 
-int Composition::readSettings() {
-  if (int code = atEdge({ctx_, report_.msg},
-                        [&] { settings_ = readDadSettings(ctx_, dad_, kSettingLimits); })) {
-    return failedWith(code);
-  }
+void Composition::readSettings() {
+  settings_ = readDadSettings(ctx_, dad_, kSettingLimits);
   if (settings_.hasSchema) {
     source_ = {kValidateBySchema, settings_.schemaLocation.c_str()};
-    return 0;
-  }
-  if (!toDatabase(ctx_, settings_.dtdid, dtdid_)) return failed(Msg::QRKA010E, "");
-  source_.text = dtdid_.c_str();
-  return 0;
-}
-
-void Composition::setDelivery(SQLHDBC hdbc) {
-  delivery_.hdbc = hdbc;
-  delivery_.validate = settings_.validate;
-  delivery_.validSource = &source_;
-  delivery_.receiver = request_.receiver;
-  delivery_.firstOnly = request_.firstOnly;
-  if (request_.resultTable) {
-    delivery_.resultTable = request_.resultTable;
-    delivery_.resultSchema = request_.resultSchema;
-    delivery_.resultTabname = request_.resultTabname;
-    delivery_.resultColumn = request_.resultColumn;
-    delivery_.validColumn = request_.validColumn;
-    delivery_.writer = &writer_;
     return;
   }
-  delivery_.clobOut = request_.clobOut;
-  delivery_.clobCapacity = request_.clobCapacity;
-  delivery_.clobLen = &clobLength_;
-  delivery_.valid = &valid_;
+  if (!toDatabase(ctx_, settings_.dtdid, dtdid_)) throw Failure(Msg::QRKA010E, "");
+  source_.text = dtdid_.c_str();
 }
 
 // ---- The result table.
-int Composition::checkResultTable() {
-  const size_t size = std::strlen(request_.resultSchema) + 1;
-  std::string schema(size, '\0');
-  if (qrk_toupper(ctx_, request_.resultSchema, schema.data(), static_cast<int>(size)) != 0) {
-    return failed(Msg::QRKA016E, request_.resultTabname);
+void Composition::checkResultTable() {
+  std::string upper(table_->schema.size() + 1, '\0');
+  if (qrk_toupper(ctx_, table_->schema.c_str(), upper.data(), static_cast<int>(upper.size())) !=
+      0) {
+    throw Failure(Msg::QRKA016E, table_->name);
   }
-  std::memcpy(request_.resultSchema, schema.c_str(), std::strlen(schema.c_str()) + 1);
-  if (delivery_.toSessionTable()) return chooseResultColumn();
-  int exists = 0;
-  if (int code = qrkTableExists(ctx_, request_.resultSchema, request_.resultTabname, &exists,
-                                report_.msg)) {
-    return failedWith(code);
+  table_->schema = upper.c_str();
+  if (!table_->isTemporary()) {
+    if (!qrkTableExists(ctx_, table_->schema.c_str(), table_->name.c_str())) {
+      QRK_TRACE(ctx_, "Table '%s' does not exist.", table_->name.c_str());
+      sqlca noRow{};
+      noRow.sqlcode = 100;
+      std::memcpy(noRow.sqlstate, "02000", sizeof noRow.sqlstate);
+      throw Failure::ofServer(noRow, Msg::QRKA016E, table_->name);
+    }
   }
-  if (exists) return chooseResultColumn();
-  QRK_TRACE(ctx_, "Table '%s' does not exist.", request_.resultTabname);
-  sqlca noRow{};
-  noRow.sqlcode = 100;
-  std::memcpy(noRow.sqlstate, "02000", sizeof noRow.sqlstate);
-  failDb(report_, noRow, Msg::QRKA016E, request_.resultTabname);
-  return -1;
+  if (table_->column.empty()) table_->column = resultColumn();
 }
 
 // The catalog lists no columns for a declared temporary table or an alias, and without a schema it
 // is asked for a table of the user, who may work in another schema.
-int Composition::chooseResultColumn() {
-  if (request_.resultColumn) return 0;
-  delivery_.resultColumn = resultColumn_;
-  if (!delivery_.toSessionTable() && !isEmpty(request_.resultSchema)) {
-    const int code = qrkGetColumnName(ctx_, request_.resultSchema, request_.resultTabname,
-                                      resultColumn_, report_.errCode, report_.msg);
-    if (code != codeOf(Msg::QRKA016E)) return code;
-    *report_.errCode = 0;
-    *report_.msg = '\0';
+std::string Composition::resultColumn() {
+  if (!table_->isTemporary() && !table_->schema.empty()) {
+    try {
+      return qrkGetColumnName(ctx_, table_->schema.c_str(), table_->name.c_str());
+    } catch (const Failure& failure) {
+      if (!failure.is(Msg::QRKA016E)) throw;
+    }
   }
-  return firstResultColumn(ctx_, delivery_, resultColumn_, report_.errCode, report_.msg);
+  return firstResultColumn(ctx_, hdbc_, *table_);
 }
 
-int Composition::chooseValidColumn() {
-  if (!settings_.validate || !isEmpty(request_.validColumn)) return 0;
-  return request_.addValidColumn ? addValidColumn() : failed(Msg::QRKQ054E, "NULL");
+void Composition::chooseValidColumn() {
+  if (!settings_.validate || !table_->validColumn.empty()) return;
+  if (!table_->addsValidColumn) throw Failure(Msg::QRKQ054E, "NULL");
+  addValidColumn();
 }
 
-int Composition::addValidColumn() {
-  delivery_.validColumn = kValidColumn;
+void Composition::addValidColumn() {
+  table_->validColumn = kValidColumn;
   const std::string statement =
-      std::string("ALTER TABLE ") + request_.resultTable + " ADD " + kValidColumn + " INTEGER";
+      "ALTER TABLE " + table_->written + " ADD " + kValidColumn + " INTEGER";
   sqlca area{};
   orv::esql::executeImmediate(kQrkcomp, statement, area);
-  if (area.sqlcode == 0 || area.sqlcode == kColumnExists) return 0;
-  QRK_TRACE(ctx_, "Table %s.%s cannot be altered.", request_.resultSchema, request_.resultTabname);
-  failDb(report_, area, Msg::QRKA013E, request_.resultTable);
-  return -1;
+  if (area.sqlcode == 0 || area.sqlcode == kColumnExists) return;
+  QRK_TRACE(ctx_, "Table %s.%s cannot be altered.", table_->schema.c_str(), table_->name.c_str());
+  throw Failure::ofServer(area, Msg::QRKA013E, table_->written);
 }
 
 // ---- SQL mapping.
-int Composition::composeStatement(const DOM_Element& sqlStmt) {
-  StatementText statement;
-  if (readStatement(ctx_, sqlStmt, request_.overrideType, request_.override, statement,
-                    report_.errCode, report_.msg)) {
-    return -1;
-  }
-  LevelMapOwner map(ctx_);
-  if (int rc = qrkLmAcquire(ctx_, map.address(), delivery_.hdbc, statement.baseQuery.c_str(),
-                            statement.orderList.c_str(), report_.errCode, report_.msg)) {
-    return rc;
-  }
-  if (int rc = checkObjectLevel(map.get())) return rc;
+Composed Composition::composeStatement(const DOM_Element& sqlStmt, Delivery& to) {
+  const StatementText statement =
+      readStatement(ctx_, sqlStmt, request_.overrideType, request_.override);
+  const LevelMap map =
+      qrkLmAcquire(ctx_, hdbc_, statement.baseQuery.c_str(), statement.orderList.c_str());
+  checkObjectLevel(*map);
   const bool isOverridden = request_.overrideType != NO_OVERRIDE;
-  const SqlCall call{report_, delivery_.hdbc, map.get(), isOverridden ? nullptr : sqlStmt.node()};
+  const SqlCall call{ctx_, hdbc_, *map, isOverridden ? nullptr : sqlStmt.node()};
   SqlComposition objects(call, dad_.getDocumentElement(), statement.baseQuery.c_str());
-  int rc = objects.open();
-  if (rc == 0) rc = composeObjects(objects);
-  return objects.close() == 0 ? rc : failedWith(codeOf(Msg::QRKG006E));
+  Composed composed;
+  AllSteps()
+      .run([&] {
+        objects.open();
+        composed = composeObjects(objects, to);
+      })
+      .run([&] { objects.close(); })
+      .end();
+  return composed;
 }
 
-int Composition::checkObjectLevel(const level_map* map) {
-  const char* columns = nullptr;
-  if (int code = qrkLmGetColumns(ctx_, map, 0, &columns)) {
-    failInternal(report_, kComposeModule, __LINE__);
-    return code;
-  }
-  if (columns && !isEndOfColumns(columns)) return 0;
+void Composition::checkObjectLevel(const level_map& map) const {
+  const char* const columns = qrkLmGetColumns(map, 0);
+  if (columns && !isEndOfColumns(columns)) return;
   QRK_TRACE(ctx_, "Levelmap does not contain any column at Level 0.");
-  failInternal(report_, kComposeModule, __LINE__);
-  return -1;
+  throw Failure::internal();
 }
 
 // Up to the caller's maximum, which is a warning even when no more objects are left.
-int Composition::composeObjects(SqlComposition& objects) {
+Composed Composition::composeObjects(SqlComposition& objects, Delivery& to) {
   const int32_t maximum = request_.maxRows;
-  while (maximum >= 0) {
-    const int rc = objects.nextObject();
-    if (rc == SQL_NO_DATA) return 0;
-    if (rc != 0) return rc;
-    if (int failure = composeObject(objects)) {
-      if (leaveOutDocument(delivery_, report_.errCode, report_.msg)) return failure;
-      if (objects.abandonDocument()) return -1;
-      continue;
+  Composed composed;
+  while (maximum >= 0 && (maximum == 0 || composed.documents < maximum)) {
+    if (!objects.nextObject()) return composed;
+    try {
+      if (composeObject(objects, to, composed.documents)) ++composed.documents;
+    } catch (const Failure& failure) {
+      if (!to.leavesOut(failure)) throw;
+      objects.abandonDocument();
     }
-    if (maximum != 0 && documents_ >= maximum) break;
   }
-  report(report_, Msg::QRKQ003W);
-  QRK_TRACE(ctx_, "m:%d, i:%d", maximum, documents_);
-  return 0;
+  composed.outcome = Msg::QRKQ003W;
+  QRK_TRACE(ctx_, "m:%d, i:%d", maximum, composed.documents);
+  return composed;
 }
 
 // Where the CLOB takes the first document the others are composed and counted; of those that a
-// receiver does not want the objects are counted.
-int Composition::composeObject(SqlComposition& objects) {
-  const bool isReturned = delivery_.wantsDocument(documents_);
-  if (!isReturned && delivery_.receiver) {
-    if (!objects.isLeftOut()) ++documents_;
-    return 0;
-  }
+// receiver does not want the objects are counted. `documents` are there before it. False: the
+// object has no document.
+bool Composition::composeObject(SqlComposition& objects, Delivery& to, int32_t documents) {
+  const bool isReturned = to.wantsDocument(documents);
+  if (!isReturned && to.countsOnly()) return !objects.isLeftOut();
   OutBuffer document(ctx_);
-  if (qrkBufAcquire(ctx_, document.get(), kDocumentInitialSize, kDocumentMemoryLimit,
-                    QRK_LOC_MEMORY, report_.errCode, report_.msg, 0)) {
-    return -1;
+  acquireDocument(ctx_, document);
+  if (!objects.writeDocument(document.get(), isReturned ? to.sizeLimit() : kNoSizeLimit)) {
+    return false;
   }
-  const int rc =
-      objects.writeDocument(document.get(), isReturned ? delivery_.sizeLimit() : kNoSizeLimit);
-  if (rc == kKeyIsNull) return 0;
-  if (rc != 0) return rc;
-  if (isReturned && deliverDocument(ctx_, delivery_, document.get(), objects.header(),
-                                    report_.errCode, report_.msg)) {
-    if (isRefusedRow(*report_.errCode)) {
-      tellPlace(nullptr, "in the object " + objects.objectName());
-    }
-    return -1;
+  if (isReturned) {
+    to.deliver(document.get(), objects.header(),
+               [&] { return "in the object " + objects.objectName(); });
   }
-  ++documents_;
-  return 0;
+  return true;
 }
 
-// ---- The outcome.
-// Nothing that failed looks like a success, or leaves the caller without a word.
-void settleFailure(const Report& report) {
-  const int code = *report.errCode;
-  if (*report.msg == '\0') failInternal(report, kComposeModule, __LINE__);
-  *report.errCode = code < 0 ? code : codeOf(Msg::QRKG006E);
-}
-
-int compose(QrkStruct* ctx, Composition& composition, const Report& report) {
-  CliConnection connection(ctx, kComposeModule, report.msg);
-  int rc = connection.open();
-  if (rc != 0) {
-    *report.errCode = rc;
-  } else {
-    rc = composition.run(connection.handle());
-  }
-  if (rc != 0) {
-    settleFailure(report);
-  } else if (*report.errCode == 0) {
-    orvxml::report(report, Msg::QRKQ020I);
-  }
-  QRK_TRACE(ctx, "errCode:%d, errMsg:%s", *report.errCode, report.msg);
+// ---- The call.
+void traceOutcome(QrkStruct* ctx, int code, const char* message) {
+  QRK_TRACE(ctx, "errCode:%d, errMsg:%s", code, message);
   QRK_TRACE(ctx, "Before CLI clean up.");
-  if (connection.close(0) != 0) *report.errCode = rc = codeOf(Msg::QRKG006E);
-  return rc;
+}
+
+Composed compose(QrkStruct* ctx, Composition& composition, ServerConnection& connection) {
+  char message[kMessageSize] = "";
+  try {
+    connection.open();
+    const Composed composed = composition.run(connection.handle());
+    if (ctx->traceOn) report({ctx, message}, composed.outcome);
+    traceOutcome(ctx, codeOf(composed.outcome), message);
+    return composed;
+  } catch (const Failure& failure) {
+    if (ctx->traceOn) writeFailure({ctx, message}, failure);
+    traceOutcome(ctx, failure.code(), message);
+    throw;
+  }
+}
+
+void traceEntry(QrkStruct* ctx, const CompositionRequest& request) {
+  QRK_TRACE(ctx, "Entered, dad='%.*s' overrideType=%d", kTracedBytes, request.dad,
+            request.overrideType);
+  if (!request.table) return;
+  QRK_TRACE(ctx, "resultTable='%s' resultSchema='%s' resultTabname='%s'",
+            request.table->written.c_str(), request.table->schema.c_str(),
+            request.table->name.c_str());
 }
 
 }  // namespace
 
-int qrkComposeTo(QrkStruct* ctx, const char* dad, int32_t dadLoctype, const ComposeRequest& wanted,
-                 DocumentReceiver& receiver, int32_t* numDocs, int32_t* errCode, char* msg) {
-  QRK_TRACE(ctx, "Entered, dad='%.*s' overrideType=%d", kTracedBytes, dad, wanted.overrideType);
-  Request request{};
-  request.dad = dad;
-  request.dadLoctype = dadLoctype;
-  request.overrideType = wanted.overrideType;
-  request.override = wanted.override;
-  request.maxRows = wanted.maxRows;
-  request.receiver = &receiver;
-  request.firstOnly = wanted.firstOnly;
-  *errCode = 0;
-  *msg = '\0';
-  Composition composition(ctx, request, errCode, msg);
-  const int rc = compose(ctx, composition, Report{ctx, msg, errCode});
-  if (rc == 0) *numDocs = composition.documents();
-  QRK_TRACE(ctx, "Exits, rc=%d", rc);
-  return rc;
-}
-
-int qrkComposeXML(QrkStruct* ctx, const char* dad, int32_t dadLoctype, const char* resultTable,
-                  char* resultSchema, char* resultTabname, const char* resultColumn,
-                  const char* validColumn, int32_t overrideType, const char* override,
-                  int32_t maxRows, int32_t* numDocs, char* clobOut, int32_t* clobLen,
-                  int32_t* validOut, int32_t* errCode, char* msg, int32_t addValidColumn) {
-  QRK_TRACE(ctx, "Entered, dad='%.*s' overrideType=%d", kTracedBytes, dad, overrideType);
-  if (resultTable) {
-    QRK_TRACE(ctx, "resultTable='%s' resultSchema='%s' resultTabname='%s'", resultTable,
-              resultSchema, resultTabname);
+Composed qrkComposeXML(QrkStruct* ctx, const CompositionRequest& request) {
+  traceEntry(ctx, request);
+  const auto emptyClob = [&] {
+    if (request.clob && request.clobCapacity > 0) *request.clob = '\0';
+  };
+  emptyClob();
+  Composition composition(ctx, request);
+  Composed composed;
+  ServerConnection connection(ctx);
+  try {
+    AllSteps()
+        .run([&] { composed = compose(ctx, composition, connection); })
+        .run([&] { connection.close(); })
+        .end();
+  } catch (...) {
+    emptyClob();
+    throw;
   }
-  *errCode = 0;
-  *msg = '\0';
-  const int32_t capacity = clobOut && clobLen ? *clobLen : 0;
-  if (capacity > 0) *clobOut = '\0';
-  if (clobLen) *clobLen = 0;
-  if (validOut) *validOut = -1;
-  const Request request{dad,          dadLoctype,  resultTable,        resultSchema, resultTabname,
-                        resultColumn, validColumn, overrideType,       override,     maxRows,
-                        clobOut,      capacity,    addValidColumn != 0};
-  Composition composition(ctx, request, errCode, msg);
-  const int rc = compose(ctx, composition, Report{ctx, msg, errCode});
-  if (rc == 0) {
-    *numDocs = composition.documents();
-    if (clobLen) *clobLen = composition.clobLength();
-    if (validOut) *validOut = composition.valid();
-  } else if (capacity > 0) {
-    *clobOut = '\0';
-  }
-  QRK_TRACE(ctx, "Exits, rc=%d", rc);
-  return rc;
+  QRK_TRACE(ctx, "Exits, rc=%d", 0);
+  return composed;
 }
 
 }  // namespace orvxml

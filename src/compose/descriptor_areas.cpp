@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
 #include "src/compose/level_map.h"
+#include "src/outcome/edge.h"
 #include "src/outcome/text_cut.h"
 
 namespace orvxml {
@@ -17,6 +19,11 @@ const orv::esql::Module kQrksqlda = {"QRKSQLDA", "QSD00001", {}};
 namespace {
 
 constexpr int kMaxEntries = INT16_MAX;
+
+struct FreeDescriptor {
+  void operator()(sqlda* da) const { qrk_free_da(nullptr, da); }
+};
+using Descriptor = std::unique_ptr<sqlda, FreeDescriptor>;
 
 bool isNullable(const sqlvar& entry) {
   return (entry.sqltype & 1) != 0;
@@ -91,28 +98,27 @@ bool allocateAreas(const sqlda* da, int index, sqlvar& entry) {
   return false;
 }
 
-int refuseStatement(const Report& report, const sqlca& area) {
-  failDb(report, area, Msg::QRKQ001E);
-  return -1;
-}
-
 bool isDescribed(int32_t sqlcode) {
   return sqlcode == 0 || (sqlcode >= 236 && sqlcode <= 239);
 }
 
 }  // namespace
 
+sqlda* newDescriptor(int entries) {
+  sqlda* da = nullptr;
+  if (entries >= 0 && entries <= kMaxEntries) {
+    da = static_cast<sqlda*>(std::calloc(1, orv::sqldaSize(entries)));
+  }
+  if (!da) throw Failure(Msg::QRKG002E);
+  std::memcpy(da->sqldaid, "SQLDA   ", sizeof da->sqldaid);
+  da->sqldabc = static_cast<int32_t>(orv::sqldaSize(entries));
+  da->sqln = static_cast<int16_t>(entries);
+  return da;
+}
+
 int qrk_init_da(QrkStruct* ctx, sqlda** da, int entries) {
   *da = nullptr;
-  if (entries >= 0 && entries <= kMaxEntries) {
-    *da = static_cast<sqlda*>(std::calloc(1, orv::sqldaSize(entries)));
-  }
-  const int rc = *da ? 0 : -1;
-  if (*da) {
-    std::memcpy((*da)->sqldaid, "SQLDA   ", sizeof(*da)->sqldaid);
-    (*da)->sqldabc = static_cast<int32_t>(orv::sqldaSize(entries));
-    (*da)->sqln = static_cast<int16_t>(entries);
-  }
+  const int rc = statusAtEdge({ctx}, [&] { *da = newDescriptor(entries); });
   QRK_TRACE(ctx, "Exit, return rc=%d", rc);
   return rc;
 }
@@ -155,13 +161,12 @@ int getValueByIndex(QrkStruct* ctx, const sqlda* da, int index, char** value, in
   int length = 0;
   if (getSQLDADataByIndex(ctx, da, index, &data, &length)) return -1;
   if (!data) return 0;
-  *value = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
-  if (!*value) {
-    return failed(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKG002E);
-  }
-  std::memcpy(*value, data, static_cast<size_t>(length));
-  (*value)[length] = 0;
-  return 0;
+  return statusAtEdge({ctx, msg, errCode}, [&] {
+    *value = static_cast<char*>(std::malloc(static_cast<size_t>(length) + 1));
+    if (!*value) throw Failure(Msg::QRKG002E);
+    std::memcpy(*value, data, static_cast<size_t>(length));
+    (*value)[length] = 0;
+  });
 }
 
 int getValueByColName(QrkStruct* ctx, const sqlda* da, const char* columnName, char** value,
@@ -176,34 +181,30 @@ int getValueByColName(QrkStruct* ctx, const sqlda* da, const char* columnName, c
     }
     return getValueByIndex(ctx, da, i, value, errCode, msg);
   }
-  return failed(Report{.ctx = ctx, .msg = msg, .errCode = errCode}, Msg::QRKQ012E);
+  return statusAtEdge({ctx, msg, errCode}, [] { throw Failure(Msg::QRKQ012E); });
 }
 
 int qrkSetupSQLDA(QrkStruct* ctx, const char* stmtText, sqlda** da, int* errCode, char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .errCode = errCode};
-  const auto noMemory = [&] { return failed(report, Msg::QRKG002E); };
   *da = nullptr;
-  sqlda probe{};
-  probe.sqln = 1;
-  probe.sqldabc = static_cast<int32_t>(orv::sqldaSize(1));
-  std::memcpy(probe.sqldaid, "SQLDA   ", sizeof probe.sqldaid);
+  return statusAtEdge({ctx, msg, errCode}, [&] {
+    sqlda probe{};
+    probe.sqln = 1;
+    probe.sqldabc = static_cast<int32_t>(orv::sqldaSize(1));
+    std::memcpy(probe.sqldaid, "SQLDA   ", sizeof probe.sqldaid);
 
-  sqlca area{};
-  orv::esql::Statement statement(kQrksqlda);
-  statement.prepare(stmtText, area);
-  if (area.sqlcode == 0) statement.describe(&probe, area);
-  if (!isDescribed(area.sqlcode)) return refuseStatement(report, area);
-  if (probe.sqld < 1) {
-    return failed(report, Msg::QRKQ001E);
-  }
+    sqlca area{};
+    orv::esql::Statement statement(kQrksqlda);
+    statement.prepare(stmtText, area);
+    if (area.sqlcode == 0) statement.describe(&probe, area);
+    if (!isDescribed(area.sqlcode)) throw Failure::ofServer(area, Msg::QRKQ001E);
+    if (probe.sqld < 1) throw Failure(Msg::QRKQ001E);
 
-  const bool needsSecondary = area.sqlcode >= 237;
-  if (qrk_init_da(ctx, da, needsSecondary ? 2 * probe.sqld : probe.sqld)) return noMemory();
-  statement.describe(*da, area);
-  if (area.sqlcode >= 0) return 0;
-  qrk_free_da(ctx, *da);
-  *da = nullptr;
-  return refuseStatement(report, area);
+    const bool needsSecondary = area.sqlcode >= 237;
+    Descriptor described(newDescriptor(needsSecondary ? 2 * probe.sqld : probe.sqld));
+    statement.describe(described.get(), area);
+    if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKQ001E);
+    *da = described.release();
+  });
 }
 
 int qrkAllocHostVars(QrkStruct* ctx, sqlda* da) {

@@ -10,7 +10,6 @@
 #include <xercesc/util/XMLChar.hpp>
 
 #include "orvxml/code_pages.h"
-#include "src/compose/modules.h"
 #include "src/compose/plain_text.h"
 #include "src/compose/xml_writer.h"
 #include "src/dad/mapping_notices.h"
@@ -45,12 +44,25 @@ UChar32 nextCharacter(std::string_view text, size_t& at) {
   return ch;
 }
 
+// What the column holds makes the document impossible, not the mapping.
+Failure unwritable(std::string_view column, const std::string& what) {
+  return Failure(Msg::QRKQ055E, sourceOf(column) + " holds " + what).ofKind(FailureKind::kDatabase);
+}
+
+Failure refusedCharacter(std::string_view column, UChar32 ch) {
+  char name[16];
+  std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(ch));
+  return unwritable(column, std::string(name) + ", which XML cannot carry");
+}
+
+Failure noText(std::string_view column, const std::string& reason) {
+  return unwritable(column, "no text of the database code page (" + reason + ")");
+}
+
 }  // namespace
 
-DocumentText::DocumentText(QrkStruct* ctx, int* errCode, char* msg)
-    : report_{ctx, msg, errCode},
-      isUtf8_(isUtf8Database(ctx)),
-      hasPlainAscii_(isUtf8_ || keepsAscii(ctx)) {
+DocumentText::DocumentText(QrkStruct* ctx)
+    : ctx_(ctx), isUtf8_(isUtf8Database(ctx)), hasPlainAscii_(isUtf8_ || keepsAscii(ctx)) {
   makeRoom(kMemoryPiece);
 }
 
@@ -60,7 +72,7 @@ void DocumentText::makeRoom(size_t size) {
   end_ = at_ + size;
 }
 
-int DocumentText::begin(QrkOutbuf* out, std::string_view header, uint32_t sizeLimit) {
+void DocumentText::begin(QrkOutbuf* out, std::string_view header, uint32_t sizeLimit) {
   out_ = out;
   sizeLimit_ = sizeLimit;
   at_ = piece_.get();
@@ -69,32 +81,26 @@ int DocumentText::begin(QrkOutbuf* out, std::string_view header, uint32_t sizeLi
   isVersion11_ =
       declaration.starts_with("<?xml") && (declaration.find("\"1.1\"") != std::string_view::npos ||
                                            declaration.find("'1.1'") != std::string_view::npos);
-  return append(header);
+  append(header);
 }
 
-int DocumentText::flush() {
-  if (at_ == piece_.get()) return 0;
+void DocumentText::flush() {
+  if (at_ == piece_.get()) return;
   *at_ = 0;
-  if (qrkBufAppend(report_.ctx, out_, piece_.get()) != 0) {
-    return failed(report_, Msg::QRKQ002E);
-  }
-  if (qrkBufGetSize(report_.ctx, out_) > sizeLimit_) {
-    return failed(report_, Msg::QRKG017E, "resultDoc", buildStamp(), kComposeModule, __LINE__);
-  }
+  if (qrkBufAppend(ctx_, out_, piece_.get()) != 0) throw Failure(Msg::QRKQ002E);
+  if (qrkBufGetSize(ctx_, out_) > sizeLimit_) throw Failure::ofLimit("resultDoc");
   at_ = piece_.get();
-  if (out_->loctype != QRK_LOC_FILE || end_ == at_ + kFilePiece) return 0;
-  makeRoom(kFilePiece);
-  return 0;
+  if (out_->loctype == QRK_LOC_FILE && end_ != at_ + kFilePiece) makeRoom(kFilePiece);
 }
 
-int DocumentText::appendLong(std::string_view markup) {
+void DocumentText::appendLong(std::string_view markup) {
   for (;;) {
     const size_t room = std::min(static_cast<size_t>(end_ - at_), markup.size());
     std::memcpy(at_, markup.data(), room);
     at_ += room;
     markup.remove_prefix(room);
-    if (markup.empty()) return 0;
-    if (int rc = flush()) return rc;
+    if (markup.empty()) return;
+    flush();
   }
 }
 
@@ -102,18 +108,6 @@ bool DocumentText::isAllowed(char32_t ch) const {
   if (ch < 0x20) return ch == '\t' || ch == '\n' || ch == '\r';
   if (isVersion11_ && ch >= 0x7F && ch < 0xA0 && ch != 0x85) return false;
   return !U_IS_SURROGATE(ch) && ch != 0xFFFE && ch != 0xFFFF && ch <= 0x10FFFF;
-}
-
-int DocumentText::refuse(std::string_view column, char32_t ch) {
-  char name[16];
-  std::snprintf(name, sizeof name, "U+%04X", static_cast<unsigned>(ch));
-  return failed(report_, Msg::QRKQ055E,
-                sourceOf(column) + " holds " + name + ", which XML cannot carry");
-}
-
-int DocumentText::refuseText(std::string_view column, const char* reason) {
-  return failed(report_, Msg::QRKQ055E,
-                sourceOf(column) + " holds no text of the database code page (" + reason + ")");
 }
 
 // How many bytes from the start are written as they stand.
@@ -134,87 +128,77 @@ size_t DocumentText::plainLength(std::string_view value) const {
   return at;
 }
 
-int DocumentText::appendValue(std::string_view value, std::string_view column) {
+void DocumentText::appendValue(std::string_view value, std::string_view column) {
   if (hasPlainAscii_ && isPlain(value)) return append(value);
   while (!value.empty()) {
     const size_t plain = hasPlainAscii_ ? plainLength(value) : 0;
     if (plain > 0) {
-      if (int rc = append(value.substr(0, plain))) return rc;
+      append(value.substr(0, plain));
       value.remove_prefix(plain);
       continue;
     }
     if (hasPlainAscii_ && classOf(value.front()) == ByteClass::Entity) {
-      if (int rc = append(entityOf(value.front()))) return rc;
+      append(entityOf(value.front()));
       value.remove_prefix(1);
       continue;
     }
     if (!isUtf8_) return appendConverted(value, column);
     size_t next = 0;
     const UChar32 ch = nextCharacter(value, next);
-    return ch < 0 ? refuseText(column, "malformed UTF-8")
-                  : refuse(column, static_cast<char32_t>(ch));
+    throw ch < 0 ? noText(column, "malformed UTF-8") : refusedCharacter(column, ch);
   }
-  return 0;
 }
 
-int DocumentText::appendConverted(std::string_view value, std::string_view column) {
-  if (!toUtf16(report_.ctx, value, units_)) return refuseText(column, "it does not convert");
-  return appendUnits(units_, column);
+void DocumentText::appendConverted(std::string_view value, std::string_view column) {
+  if (!toUtf16(ctx_, value, units_)) throw noText(column, "it does not convert");
+  appendUnits(units_, column);
 }
 
-int DocumentText::appendUnits(std::u16string_view units, std::string_view column) {
+void DocumentText::appendUnits(std::u16string_view units, std::string_view column) {
   for (size_t at = 0; at < units.size();) {
     UChar32 ch = 0;
     U16_NEXT(units.data(), at, units.size(), ch);
-    if (!isAllowed(static_cast<char32_t>(ch))) return refuse(column, static_cast<char32_t>(ch));
+    if (!isAllowed(static_cast<char32_t>(ch))) throw refusedCharacter(column, ch);
   }
   escaped_.clear();
   appendEscaped(escaped_, units);
-  if (!toDatabase(report_.ctx, escaped_, bytes_)) return refuseText(column, "it does not convert");
-  return append(bytes_);
+  if (!toDatabase(ctx_, escaped_, bytes_)) throw noText(column, "it does not convert");
+  append(bytes_);
 }
 
-int DocumentText::appendLargeObject(int32_t locator, std::string_view column) {
-  QrkStruct* const ctx = report_.ctx;
-  int32_t length = 0;
-  if (int rc = qrkGetLocatorLength(ctx, locator, &length, report_.errCode, report_.msg)) return rc;
+void DocumentText::appendLargeObject(int32_t locator, std::string_view column) {
+  const int32_t length = qrkGetLocatorLength(ctx_, locator);
   std::vector<char> piece(static_cast<size_t>(std::clamp(length, 0, kLocatorChunk)) + 1);
-  PiecewiseDecoder decoder(ctx);
+  PiecewiseDecoder decoder(ctx_);
+  const auto use = [&](std::u16string_view units) { appendUnits(units, column); };
   for (int32_t done = 0; done < length;) {
     const int32_t size = std::min(length - done, kLocatorChunk);
-    if (int rc = qrkGetChunkFromLocator(ctx, locator, done + 1, length, piece.data(),
-                                        report_.errCode, report_.msg)) {
-      return rc;
-    }
+    qrkGetChunkFromLocator(ctx_, locator, done + 1, length, piece.data());
     done += size;
-    const int rc =
-        decoder.decode({piece.data(), static_cast<size_t>(size)}, done == length,
-                       [&](std::u16string_view units) { return appendUnits(units, column); });
-    if (rc == PiecewiseDecoder::kNotText) return refuseText(column, decoder.errorName());
-    if (rc) return rc;
+    if (!decoder.decode({piece.data(), static_cast<size_t>(size)}, done == length, use)) {
+      throw noText(column, decoder.errorName());
+    }
   }
-  return 0;
 }
 
 bool isXmlName(std::u16string_view name) {
   return !name.empty() && xercesc::XMLChar1_0::isValidName(name.data(), name.size());
 }
 
-int checkedDocHeader(QrkStruct* ctx, const DOM_Element& dad, const DOM_Element& root, char* header,
-                     int* errCode, char* msg) {
-  if (int rc = qrkGenDocHeader(ctx, dad, header, errCode, msg)) return rc;
+std::string checkedDocHeader(QrkStruct* ctx, const DOM_Element& dad, const DOM_Element& root) {
+  std::string header = qrkGenDocHeader(ctx, dad);
   const std::u16string_view rootName = root.getAttribute(u"name").view();
   std::string name;
   // A name that is none here is reported where the element is written.
   if (!isXmlName(rootName) || !toDatabase(ctx, rootName, name)) name = "document";
-  std::string sample = std::string(header) + "\n<" + name + "/>";
-  DOM_Document parsed;
-  char sqlState[kSqlStateSize] = "00000";
-  if (qrkDOM(ctx, sample.data(), 1, QRK_LOC_MEMORY, parsed, sqlState, msg) == 0) return 0;
-  *errCode = codeOf(Msg::QRKQ047E);
-  tellPlace(dad.firstDescendant(u"prolog").node(),
-            "the header that prolog, doctype and stylesheet make");
-  return -1;
+  try {
+    qrkDOM(ctx, (header + "\n<" + name + "/>").c_str(), 1, QRK_LOC_MEMORY);
+    return header;
+  } catch (Failure& failure) {
+    throw at(dad.firstDescendant(u"prolog").node(),
+             std::move(failure).withCode(codeOf(Msg::QRKQ047E)),
+             "the header that prolog, doctype and stylesheet make");
+  }
 }
 
 }  // namespace orvxml

@@ -21,43 +21,39 @@ class DocumentText {
   // A file takes longer pieces.
   static constexpr size_t kFilePiece = 131072;
 
-  DocumentText(QrkStruct* ctx, int* errCode, char* msg);
+  explicit DocumentText(QrkStruct* ctx);
 
   // Starts a new document in `out`, which has been acquired, with its header. Once it has more than
-  // `sizeLimit` bytes, handing text on fails with QRKG017E. 0 or -1.
-  int begin(QrkOutbuf* out, std::string_view header, uint32_t sizeLimit = kNoSizeLimit);
+  // `sizeLimit` bytes, handing text on fails with QRKG017E.
+  void begin(QrkOutbuf* out, std::string_view header, uint32_t sizeLimit = kNoSizeLimit);
 
-  // Appends markup that is right as it stands, in the database code page. 0, or -1 with QRKQ002E
-  // when the buffer refuses it.
-  int append(std::string_view markup) {
+  // Appends markup that is right as it stands, in the database code page. QRKQ002E when the buffer
+  // refuses it.
+  void append(std::string_view markup) {
     if (markup.size() > static_cast<size_t>(end_ - at_)) return appendLong(markup);
     std::memcpy(at_, markup.data(), markup.size());
     at_ += markup.size();
-    return 0;
   }
 
   // Appends a value of the database code page with the five characters of markup replaced by their
   // entities. `column` names its source, if it has one, in the message for text that XML cannot
-  // carry or that is no text of the code page: QRKQ055E. 0 or -1.
-  int appendValue(std::string_view value, std::string_view column);
-  // The same for a character large object, read in pieces through its locator. 0, or the result of
-  // the step that failed.
-  int appendLargeObject(int32_t locator, std::string_view column);
+  // carry or that is no text of the code page: QRKQ055E.
+  void appendValue(std::string_view value, std::string_view column);
+  // The same for a character large object, read in pieces through its locator.
+  void appendLargeObject(int32_t locator, std::string_view column);
 
-  // Hands everything on. 0, or -1 with QRKQ002E or QRKG017E.
-  int flush();
+  // Hands everything on: QRKQ002E, QRKG017E.
+  void flush();
 
  private:
-  int appendLong(std::string_view markup);
+  void appendLong(std::string_view markup);
   size_t plainLength(std::string_view value) const;
-  int appendConverted(std::string_view value, std::string_view column);
-  int appendUnits(std::u16string_view units, std::string_view column);
+  void appendConverted(std::string_view value, std::string_view column);
+  void appendUnits(std::u16string_view units, std::string_view column);
   void makeRoom(size_t size);
-  int refuse(std::string_view column, char32_t ch);
-  int refuseText(std::string_view column, const char* reason);
   bool isAllowed(char32_t ch) const;
 
-  Report report_;
+  QrkStruct* const ctx_;
   QrkOutbuf* out_ = nullptr;
   uint32_t sizeLimit_ = kNoSizeLimit;
   std::unique_ptr<char[]> piece_;  // with room for a terminator
@@ -75,8 +71,7 @@ class DocumentText {
 bool isXmlName(std::u16string_view name);
 
 // qrkGenDocHeader, and the certainty that a document with this header and the root element `root`
-// parses: QRKQ047E with the parser's words otherwise. `header` holds kHeaderSize bytes. 0 or -1.
-int checkedDocHeader(QrkStruct* ctx, const DOM_Element& dad, const DOM_Element& root, char* header,
-                     int* errCode, char* msg);
+// parses: QRKQ047E with the parser's words otherwise.
+std::string checkedDocHeader(QrkStruct* ctx, const DOM_Element& dad, const DOM_Element& root);
 
 }  // namespace orvxml

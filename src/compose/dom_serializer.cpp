@@ -1,11 +1,9 @@
 // The serialiser: a parsed subtree back into text. It walks without recursion, so depth is no
 // matter, and hands the text on in large pieces.
-#include <cstdlib>
-#include <utility>
-
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "src/compose/xml_writer.h"
+#include "src/outcome/edge.h"
 
 namespace orvxml {
 
@@ -13,18 +11,23 @@ namespace {
 
 using xercesc::DOMNode;
 
-constexpr const char* kModule = "qrkdom";
 constexpr size_t kFlushUnits = 32768;
-constexpr uint32_t kInitialSize = 1024;  // bytes
 
+// Text that does not reach its buffer.
+Failure lostText() {
+  return Failure::internal("qrkdom").withCode(-1);
+}
+
+// `Take`: void(const std::string&), for each piece.
+template <class Take>
 class Serializer {
  public:
-  Serializer(const Report& report, QrkOutbuf* out) : report_(report), out_(out) {}
+  Serializer(QrkStruct* ctx, Take take) : ctx_(ctx), take_(take) {}
 
-  int write(const DOMNode* root) {
+  void write(const DOMNode* root) {
     const DOMNode* node = root;
     for (;;) {
-      if (int rc = open(node)) return rc;
+      open(node);
       if (const DOMNode* child = node->getFirstChild()) {
         node = child;
         continue;
@@ -43,10 +46,10 @@ class Serializer {
   }
 
  private:
-  int open(const DOMNode* node) {
+  void open(const DOMNode* node) {
     switch (node->getNodeType()) {
       case DOMNode::ELEMENT_NODE:
-        if (int rc = openElement(static_cast<const xercesc::DOMElement*>(node))) return rc;
+        openElement(static_cast<const xercesc::DOMElement*>(node));
         break;
       case DOMNode::TEXT_NODE:
       case DOMNode::CDATA_SECTION_NODE:
@@ -63,10 +66,10 @@ class Serializer {
         // An entity reference stands for its children.
         break;
     }
-    return text_.size() < kFlushUnits ? 0 : flush();
+    if (text_.size() >= kFlushUnits) flush();
   }
 
-  int openElement(const xercesc::DOMElement* element) {
+  void openElement(const xercesc::DOMElement* element) {
     const size_t start = text_.size();
     text_.append(K_UC_L_ABRACE).append(element->getTagName());
     const xercesc::DOMNamedNodeMap* attributes = element->getAttributes();
@@ -78,9 +81,9 @@ class Serializer {
       text_.append(u"\"");
     }
     text_.append(K_UC_R_ABRACE);
-    if (text_.size() - start < kTagSize) return 0;
-    QRK_TRACE(report_.ctx, "start tag of %zu characters", text_.size() - start);
-    return codeOf(Msg::QRKG002E);
+    if (text_.size() - start < kTagSize) return;
+    QRK_TRACE(ctx_, "start tag of %zu characters", text_.size() - start);
+    throw Failure::said(codeOf(Msg::QRKG002E), "");
   }
 
   void openInstruction(const DOMNode* node) {
@@ -95,46 +98,34 @@ class Serializer {
     text_.append(u"</").append(node->getNodeName()).append(K_UC_R_ABRACE);
   }
 
-  int flush() {
+  void flush() {
     std::string bytes;
-    if (!toDatabase(report_.ctx, text_, bytes) || qrkBufAppend(report_.ctx, out_, bytes.c_str())) {
-      failInternal(report_, kModule, __LINE__);
-      return -1;
-    }
+    if (!toDatabase(ctx_, text_, bytes)) throw lostText();
+    take_(bytes);
     text_.clear();
-    return 0;
   }
 
-  const Report& report_;
-  QrkOutbuf* const out_;
+  QrkStruct* const ctx_;
+  Take take_;
   std::u16string text_;
 };
 
 }  // namespace
 
 int qrkDOMtoXML1(QrkStruct* ctx, DOM_Element* element, QrkOutbuf* out, char* msg) {
-  const Report report{.ctx = ctx, .msg = msg};
-  try {
-    return Serializer(report, out).write(element->node());
-  } catch (const std::bad_alloc&) {
-    return fail(report, Msg::QRKG002E);
-  }
+  return atEdge({ctx, msg}, [&] {
+    const auto take = [&](const std::string& bytes) {
+      if (qrkBufAppend(ctx, out, bytes.c_str()) != 0) throw lostText();
+    };
+    Serializer(ctx, take).write(element->node());
+  });
 }
 
-int qrkDOMtoXML(QrkStruct* ctx, const DOM_Element& element, char** xml, char* msg) {
-  *xml = nullptr;
-  if (element.isNull()) return codeOf(Msg::QRKA019E);
-  OutBuffer buffer(ctx);
-  int errCode = 0;
-  if (qrkBufAcquire(ctx, buffer.get(), kInitialSize, kNoSizeLimit, QRK_LOC_MEMORY, &errCode, msg,
-                    0)) {
-    return errCode;
-  }
-  DOM_Element start = element;
-  if (int rc = qrkDOMtoXML1(ctx, &start, buffer.get(), msg)) return rc;
-  if (buffer->loctype != QRK_LOC_MEMORY) return -1;
-  *xml = std::exchange(buffer->data, nullptr);
-  return 0;
+std::string qrkDOMtoXML(QrkStruct* ctx, const DOM_Element& element) {
+  if (element.isNull()) throw Failure::said(codeOf(Msg::QRKA019E), "");
+  std::string xml;
+  Serializer(ctx, [&](const std::string& bytes) { xml += bytes; }).write(element.node());
+  return xml;
 }
 
 }  // namespace orvxml

@@ -16,14 +16,10 @@ constexpr char kQuery[] =
 
 }  // namespace
 
-int qrkFetchDAD(QrkStruct* ctx, const char* collectionName, QrkOutbuf* dadBuf, char* msg,
-                int* errCode) {
-  const Report report{ctx, msg, errCode};
+void qrkFetchDAD(QrkStruct* ctx, const char* collectionName, QrkOutbuf* dadBuf) {
   const std::string_view fullName(collectionName);
   char name[kCollectionNameSize] = "";
-  if (fullName.size() >= sizeof name) {
-    return failed(report, Msg::QRKQ028E, fullName);
-  }
+  if (fullName.size() >= sizeof name) throw Failure(Msg::QRKQ028E, fullName);
   fullName.copy(name, sizeof name - 1);
 
   QRK_TRACE(ctx, "xstmt_sql:%s.", kQuery);
@@ -32,26 +28,17 @@ int qrkFetchDAD(QrkStruct* ctx, const char* collectionName, QrkOutbuf* dadBuf, c
   dad.open(kQuery, name, sizeof name, area);
   if (area.sqlcode < 0) {
     QRK_TRACE(ctx, "sqlcode %d open cursor for SELECT from xml_usage", area.sqlcode);
-    failCollection(report, area, name);
-    dad.close();
-    return area.sqlcode;
+    throw collectionFailure(area, name);
   }
   dad.fetch(area);
   QRK_TRACE(ctx, "fetched sqlcode %d", area.sqlcode);
   dad.close();
   if (dad.indicator() < 0) {
     QRK_TRACE(ctx, "Error in selecting DAD from XML_USAGE, dadfile_ind=%d.", dad.indicator());
-    failDb(report, area, Msg::QRKQ029E, name);
-    return -1;
+    throw Failure::ofServer(area, Msg::QRKQ029E, name);
   }
-  if (area.sqlcode != 0) {
-    failCollection(report, area, name);
-    return -1;
-  }
-  const int code = dad.read(ctx, dadBuf, msg);
-  if (code == 0) return 0;
-  *errCode = code;
-  return -1;
+  if (area.sqlcode != 0) throw collectionFailure(area, name);
+  dad.read(ctx, dadBuf);
 }
 
 }  // namespace orvxml

@@ -6,11 +6,9 @@
 
 namespace orvxml {
 
-// Acquires `dadBuf` and fills it with the DAD that ORVXML.XML_USAGE holds for `collectionName`. 0;
-// otherwise the SQLCODE of a cursor that did not open, or -1. `errCode` then has the code of the
-// message in `msg`: QRKQ028E for an unknown collection, QRKQ029E for one without a DAD, QRKA073E in
-// a database whose packages are not bound, QRKQ052E when the table cannot be read.
-int qrkFetchDAD(QrkStruct* ctx, const char* collectionName, QrkOutbuf* dadBuf, char* msg,
-                int* errCode);
+// Acquires `dadBuf` and fills it with the DAD that ORVXML.XML_USAGE holds for `collectionName`.
+// QRKQ028E for an unknown collection, QRKQ029E for one without a DAD, QRKA073E in a database whose
+// packages are not bound, QRKQ052E when the table cannot be read.
+void qrkFetchDAD(QrkStruct* ctx, const char* collectionName, QrkOutbuf* dadBuf);
 
 }  // namespace orvxml

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "orv/sqlda.h"
 #include "orvxml/context.h"
@@ -28,29 +29,34 @@ struct level_map {
   char* names;            // the name block that objids points into
 };
 
-// Builds the map of `sqlStmt` (without its ORDER BY clause) and the text behind ORDER BY. 0, -1, or
-// a CLI status; QRKQ001E for a statement that the server does not prepare. A key that the select
-// list lacks: QRKQ004E with the key.
-int qrkLmAcquire(QrkStruct* ctx, level_map** levelMap, SQLHDBC hdbc, const char* sqlStmt,
-                 const char* orderList, int* errCode, char* msg);
-int qrkLmRelease(QrkStruct* ctx, level_map* levelMap);  // accepts null; 0
-// The level of a column (exact match), -1 when the map is null or does not have it.
-int qrkLmGetLevel(QrkStruct* ctx, const level_map* levelMap, const char* columnName);
-// `*list`: the level's names, slots of kLevelSlotSize bytes up to kEndOfColumns; null for the level
-// one past the last. 0, or -57 for a level beyond that.
-int qrkLmGetColumns(QrkStruct* ctx, const level_map* levelMap, int level, const char** list);
+struct LevelMapRelease {
+  void operator()(level_map* map) const;
+};
+using LevelMap = std::unique_ptr<level_map, LevelMapRelease>;
+
+// Builds the map of `sqlStmt` (without its ORDER BY clause) and the text behind ORDER BY. QRKQ001E
+// for a statement that the server does not prepare. A key that the select list lacks: QRKQ004E with
+// the key.
+LevelMap qrkLmAcquire(QrkStruct* ctx, SQLHDBC hdbc, const char* sqlStmt, const char* orderList);
+// The level of a column (exact match), -1 when the map does not have it.
+int qrkLmGetLevel(const level_map& levelMap, const char* columnName);
+// The level's names, slots of kLevelSlotSize bytes up to kEndOfColumns; null for the level one past
+// the last. QRKG001E for a level beyond that.
+const char* qrkLmGetColumns(const level_map& levelMap, int level);
 inline bool isEndOfColumns(const char* slot) {
   return slot[0] == '-' && slot[1] == '1' && slot[2] == 0;
 }
 
-// ---- Descriptor areas. Data areas and indicators are allocated with malloc. Composition makes and
-// names them and reads its own; the other functions are for programs that use descriptors
-// themselves.
+// ---- Descriptor areas. Data areas and indicators are allocated with malloc.
+// A descriptor area of so many entries, none of them in use.
+sqlda* newDescriptor(int entries);
+// Gives an entry its name, cut to what it holds on a character boundary.
+void setEntryName(QrkStruct* ctx, sqlvar& entry, const char* name);
+
+// ---- Of the interface, for programs that use descriptors themselves; nothing else calls them.
 int qrk_init_da(QrkStruct* ctx, sqlda** da, int entries);  // 0, or -1 out of memory
 // Frees the data of the entries in use, their indicators when the type is nullable, and the area.
 void qrk_free_da(QrkStruct* ctx, sqlda* da);
-// Gives an entry its name, cut to what it holds on a character boundary.
-void setEntryName(QrkStruct* ctx, sqlvar& entry, const char* name);
 // A copy of the entry's value (malloc), null when its indicator is below 1. 0 or -1.
 int getValueByIndex(QrkStruct* ctx, const sqlda* da, int index, char** value, int* errCode,
                     char* msg);

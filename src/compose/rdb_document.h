@@ -1,5 +1,8 @@
 // Writing one document: the walk over the DAD's element tree that starts, repeats and re-runs the
 // queries of tables as elements ask for them.
+//
+// An element is written from the row of a current table. A child may choose another one for itself,
+// which is then the current table of the children behind it as well.
 #pragma once
 
 #include "src/compose/document_text.h"
@@ -8,34 +11,38 @@
 
 namespace orvxml {
 
-// Writes the documents of one call, one after the other. The functions return 0, or -1 with the
-// failure reported.
+// Writes the documents of one call, one after the other.
 class RdbDocument {
  public:
-  RdbDocument(const RdbReport& report, TableQueries& queries, RdbPlan& plan, DocumentText& text)
-      : report_(report), queries_(queries), plan_(plan), text_(text) {}
+  RdbDocument(QrkStruct* ctx, TableQueries& queries, RdbPlan& plan, DocumentText& text)
+      : ctx_(ctx), queries_(queries), plan_(plan), text_(text) {}
 
   // The root with all that it holds, from the current row of `table` (null: of no table).
-  int write(DadNode& root, TableQuery* table);
+  void write(DadNode& root, TableQuery* table);
 
  private:
-  int qrkProcElementNode(DadNode& node, TableQuery* current, int depth);
-  int writeChild(DadNode& parent, DadNode& child, TableQuery*& current, int depth);
-  int writeMet(DadNode& child, TableQuery*& current, int depth);
-  int placed(const DadNode& node, int rc);
-  int startQuery(DadNode& child, TableQuery*& current, int depth, bool& isStarted);
-  int chooseTable(DadNode& child, TableQuery*& current);
-  int writeRows(DadNode& child, TableQuery& query, int depth);
-  int qrkProcAttTextNode(DadNode& node);
-  int qrkWriteXMLAttribute(std::string_view markup, const ColumnValue& value);
-  int qrkWriteXMLText(const ColumnValue& value);
-  int isEmptyValue(const ColumnValue& value, bool& isEmpty);
+  // Where a child's values come from.
+  struct Source {
+    TableQuery* table;
+    bool isStarted = false;  // its query was run for the child and is at its first row
+  };
 
-  const RdbReport& report_;
+  void qrkProcElementNode(DadNode& node, TableQuery* current, int depth);
+  TableQuery* writeChild(DadNode& parent, DadNode& child, TableQuery* current, int depth);
+  Source sourceOf(DadNode& child, TableQuery* current, int depth);
+  TableQuery& chooseTable(DadNode& child, TableQuery* current);
+  void writeRows(DadNode& child, TableQuery& query, int depth);
+  void qrkProcAttTextNode(DadNode& node);
+  void qrkWriteXMLAttribute(std::string_view markup, const ColumnValue& value);
+  void qrkWriteXMLText(const ColumnValue& value);
+  bool isEmpty(const ColumnValue& value) const;
+  template <class Work>
+  auto placed(const DadNode& node, Work&& work);
+
+  QrkStruct* const ctx_;
   TableQueries& queries_;
   RdbPlan& plan_;
   DocumentText& text_;
-  bool isPlaceTold_ = false;  // of the failure that ends the document
 };
 
 }  // namespace orvxml

@@ -4,7 +4,6 @@
 #include "src/compose/document_text.h"
 #include "src/compose/element_tags.h"
 #include "src/dad/dad_walk.h"
-#include "src/outcome/edge.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
@@ -33,35 +32,31 @@ void addContent(const DadNode& node, std::vector<DadNode>& children) {
 
 }  // namespace
 
-int RdbPlan::meet(DadNode* parent, DadNode& node) {
-  if (node.kind != DadNodeKind::Text && readName(node)) return -1;
-  if (node.kind == DadNodeKind::Attribute && checkAttributeName(*parent, node)) return -1;
+void RdbPlan::meet(DadNode* parent, DadNode& node) {
+  if (node.kind != DadNodeKind::Text) readName(node);
+  if (node.kind == DadNodeKind::Attribute &&
+      !parent->element->attributeNames.insert(node.name).second) {
+    throw Failure(Msg::QRKQ045E, parent->name, node.name);
+  }
   node.tops = queries_.withTopElement(node.name.c_str());
-  node.members = queries_.containing(report_.ctx, node.name.c_str());
-  node.isIntermediate = qrkIsNodeIntermediate(report_.ctx, handle(node)) != 0;
-  node.isTrivial = qrkIsTrivial(report_.ctx, handle(node)) != 0;
+  node.members = queries_.containing(ctx_, node.name.c_str());
+  node.isIntermediate = qrkIsNodeIntermediate(ctx_, handle(node));
+  node.isTrivial = qrkIsTrivial(ctx_, handle(node));
   if (node.kind == DadNodeKind::Attribute) node.markup = " " + node.name + "=\"";
   node.isMet = true;
-  return 0;
 }
 
-int RdbPlan::readName(DadNode& node) {
+void RdbPlan::readName(DadNode& node) {
   const char16_t* name = node.dad->getAttribute(u"name");
   if (!*name) {
-    const bool isElement = node.kind == DadNodeKind::Element;
-    return report_.failed(isElement ? Msg::QRKQ014E : Msg::QRKQ006E);
+    throw Failure(node.kind == DadNodeKind::Element ? Msg::QRKQ014E : Msg::QRKQ006E);
   }
-  const bool isWritable = isXmlName(name) && toDatabase(report_.ctx, name, node.name);
-  if (isWritable) return 0;
-  return report_.failed(Msg::QRKQ040E, textForMessage(report_.ctx, name));
+  if (!isXmlName(name) || !toDatabase(ctx_, name, node.name)) {
+    throw Failure(Msg::QRKQ040E, textForMessage(ctx_, name));
+  }
 }
 
-int RdbPlan::checkAttributeName(DadNode& parent, const DadNode& node) {
-  if (parent.element->attributeNames.insert(node.name).second) return 0;
-  return report_.failed(Msg::QRKQ045E, parent.name, node.name);
-}
-
-int RdbPlan::open(DadNode& node, int depth) {
+void RdbPlan::open(DadNode& node, int depth) {
   auto element = std::make_unique<DadElement>();
   std::vector<DadNode>& children = element->children;
   addChildren(node, DadNodeKind::Attribute, u"attribute_node", children);
@@ -73,60 +68,48 @@ int RdbPlan::open(DadNode& node, int depth) {
   const bool endsWithElement = hasContent && children.back().kind == DadNodeKind::Element;
   const DOMString name(node.dad->getAttribute(u"name"));
   const int indent = 2 * (depth - 1);
-  std::string startTag = startTagOf(report_.ctx, name, indent);
-  std::string endTag = endTagOf(report_.ctx, name, endsWithElement, indent);
-  if (startTag.empty() || endTag.empty()) return report_.failed(Msg::QRKQ002E);
+  std::string startTag = startTagOf(ctx_, name, indent);
+  std::string endTag = endTagOf(ctx_, name, endsWithElement, indent);
+  if (startTag.empty() || endTag.empty()) throw Failure(Msg::QRKQ002E);
   element->closesStartTag = hasAttributes && hasContent;
   if (hasContent && !hasAttributes) startTag += '>';
   if (!hasContent) endTag.insert(0, ">");
   element->startTag = std::move(startTag);
   element->endTag = std::move(endTag);
   node.element = std::move(element);
-  return 0;
 }
 
-int RdbPlan::findGroup(DadNode& node) {
-  if (node.group) return 0;
-  const ComparedTable last =
-      qrkFindTabForIntermediate(report_.ctx, handle(node), &queries_.model());
-  if (!last.isFound) return report_.failed(Msg::QRKQ037E, node.name);
+void RdbPlan::findGroup(DadNode& node) {
+  if (node.group) return;
+  const ComparedTable last = qrkFindTabForIntermediate(ctx_, handle(node), &queries_.model());
+  if (!last.isFound) throw Failure(Msg::QRKQ037E, node.name);
   node.group = &queries_.of(last.table);
-  return 0;
 }
 
-int RdbPlan::findSource(DadNode& node) {
-  node.item = node.name;
-  if (node.kind == DadNodeKind::Text) {
-    if (atEdge(report_.report(),
-               [&] { node.item = qrkGetEleNameOfTxt(report_.ctx, handle(node)); })) {
-      return -1;
-    }
+void RdbPlan::findSource(DadNode& node) {
+  node.item = node.kind == DadNodeKind::Text ? qrkGetEleNameOfTxt(ctx_, handle(node)) : node.name;
+  if (columnNode(node).isNull()) throw Failure(Msg::QRKQ007E, node.item);
+  const TableName name = tableNameOf(node);
+  node.source = &queries_.of(&qrkFindTabByName(ctx_, &queries_.model(), name.schema, name.table));
+}
+
+TableName RdbPlan::tableNameOf(const DadNode& node) const {
+  try {
+    return qrkGetTabFromRDB(ctx_, node.item.c_str(), columnNode(node));
+  } catch (const Failure& failure) {
+    // A name that the scanner refuses has no message of its own.
+    if (failure.is(Msg{})) throw Failure(Msg::QRKQ013E);
+    throw;
   }
-  const DOM_Element rdb = columnNode(node);
-  if (rdb.isNull()) return report_.failed(Msg::QRKQ007E, node.item);
-  TableName name{};
-  if (atEdge(report_.report(),
-             [&] { name = qrkGetTabFromRDB(report_.ctx, node.item.c_str(), rdb); })) {
-    if (*report_.msg == 0) report_.failed(Msg::QRKQ013E);
-    return -1;
-  }
-  return statusAtEdge(report_.report(), [&] {
-    node.source =
-        &queries_.of(&qrkFindTabByName(report_.ctx, &queries_.model(), name.schema, name.table));
-  });
 }
 
 // A value is known by the name of its item: the table's first column of that name.
-int RdbPlan::findColumn(DadNode& node) {
-  if (atEdge(report_.report(),
-             [&] { qrkGetColFromRDB(report_.ctx, node.item.c_str(), columnNode(node)); })) {
-    return -1;
-  }
+void RdbPlan::findColumn(DadNode& node) {
+  qrkGetColFromRDB(ctx_, node.item.c_str(), columnNode(node));
   const tab& table = node.source->table();
   const int mapped = columnNamed(table, node.item);
-  if (mapped < 0) return report_.failed(Msg::QRKQ012E);
+  if (mapped < 0) throw Failure(Msg::QRKQ012E);
   node.value.emplace(table, mapped);
-  return 0;
 }
 
 }  // namespace orvxml

@@ -55,31 +55,31 @@ struct DadElement {
   std::string endTag;           // the same when it has a line of its own
 };
 
-// Reads nodes. The functions return 0, or -1 with the failure reported.
+// Reads nodes.
 class RdbPlan {
  public:
-  RdbPlan(const RdbReport& report, TableQueries& queries, DocumentOwner owner)
-      : report_(report), queries_(queries), owner_(std::move(owner)) {}
+  RdbPlan(QrkStruct* ctx, TableQueries& queries, DocumentOwner owner)
+      : ctx_(ctx), queries_(queries), owner_(std::move(owner)) {}
 
   // The name of a node and what follows from it. `parent`: null for the root.
-  int meet(DadNode* parent, DadNode& node);
+  void meet(DadNode* parent, DadNode& node);
   // The children and tags of an element_node that was met, at this depth (the root has 1).
-  int open(DadNode& node, int depth);
+  void open(DadNode& node, int depth);
   // qrkFindTabForIntermediate.
-  int findGroup(DadNode& node);
+  void findGroup(DadNode& node);
   // The table that a value comes from, then its column.
-  int findSource(DadNode& node);
-  int findColumn(DadNode& node);
+  void findSource(DadNode& node);
+  void findColumn(DadNode& node);
 
  private:
-  int readName(DadNode& node);
-  int checkAttributeName(DadNode& parent, const DadNode& node);
+  void readName(DadNode& node);
+  TableName tableNameOf(const DadNode& node) const;
   DOM_Element handle(const DadNode& node) const { return {owner_, node.dad}; }
   DOM_Element columnNode(const DadNode& node) const {
     return handle(node).firstDescendant(u"RDB_node");
   }
 
-  const RdbReport& report_;
+  QrkStruct* const ctx_;
   TableQueries& queries_;
   const DocumentOwner owner_;
 };

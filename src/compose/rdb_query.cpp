@@ -2,7 +2,6 @@
 #include "src/compose/rdb_query.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -11,6 +10,7 @@
 #include "src/compose/composition.h"
 #include "src/compose/level_map.h"
 #include "src/dad/mapping_notices.h"
+#include "src/server_access/cli_diagnostics.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
@@ -27,109 +27,111 @@ int16_t describedLength(SQLSMALLINT type, SQLUINTEGER size) {
   return static_cast<int16_t>(std::min<uint64_t>(bytes, std::numeric_limits<int16_t>::max()));
 }
 
+Failure serverWords(SQLSMALLINT type, SQLHANDLE handle,
+                    std::source_location where = std::source_location::current()) {
+  return failureInServerWords(firstDiagnostic(type, handle), where);
+}
+
 }  // namespace
 
 // ---- One table
 TableQuery::~TableQuery() {
-  sqlca area{};
-  for (const int column : largeObjects_) freeLocator(column, area);
+  releaseLocators();
 }
 
-int TableQuery::open(int level) {
+void TableQuery::open(int level) {
   const bool isFirstUse = *table_.stmt == 0;
-  if (isFirstUse && prepare(level)) return -1;
-  if (isOpen() && close()) return -1;
+  if (isFirstUse) prepare(level);
+  if (isOpen()) close();
   forgetRow();
-  if (execute()) return -1;
-  if (isFirstUse && describeColumns(level == 0)) return -1;
+  execute();
+  if (isFirstUse) describeColumns(level == 0);
   table_.cursor_open = 1;
-  return 0;
 }
 
-int TableQuery::prepare(int level) {
+void TableQuery::prepare(int level) {
   table_.level = level;
-  const SQLRETURN rc = SQLAllocHandle(SQL_HANDLE_STMT, hdbc_, &table_.hstmt);
-  if (rc < 0) return report_.serverWords(SQL_HANDLE_DBC, hdbc_, __LINE__);
-  if (qrkGenSQL(report_, all_, *this) == 0) return 0;
-  return level == 0 ? -1 : report_.internalBecause(__LINE__);
+  if (SQLAllocHandle(SQL_HANDLE_STMT, hdbc_, &table_.hstmt) < 0) {
+    throw serverWords(SQL_HANDLE_DBC, hdbc_);
+  }
+  try {
+    qrkGenSQL(ctx_, all_, *this);
+  } catch (Failure& reason) {
+    if (level == 0) throw;
+    throw Failure::internal().with(std::move(reason));
+  }
 }
 
-int TableQuery::execute() {
+void TableQuery::execute() {
   for (int i = 0; i < table_.num_param; ++i) {
     table_.param[i].ind = *parameterLengths_[static_cast<size_t>(i)];
   }
   const SQLRETURN rc =
       SQLExecDirect(table_.hstmt, reinterpret_cast<SQLCHAR*>(table_.stmt), SQL_NTS);
-  return rc < 0 ? report_.statement(table_.hstmt) : 0;
+  if (rc < 0) throw refusedStatement(table_.hstmt);
 }
 
-int TableQuery::describeColumns(bool isRoot) {
-  SQLSMALLINT count = 0;
-  const SQLRETURN rc = SQLNumResultCols(table_.hstmt, &count);
+void TableQuery::require(SQLRETURN rc, const char* what, std::source_location where) const {
   if (rc < 0) {
-    return report_.cli(rc, table_.hstmt, "SQLNumResultsCols", __LINE__);
+    throw cliFailure(ctx_, rc, SQL_HANDLE_STMT, table_.hstmt, what, "qrkrcomp", where);
   }
-  if (qrk_init_da(report_.ctx, &table_.descriptor, count)) return report_.failed(Msg::QRKG002E);
-  const auto columns = static_cast<size_t>(count);
-  table_.lengths = static_cast<int32_t*>(std::calloc(columns, sizeof(int32_t)));
-  table_.indicators = static_cast<int16_t*>(std::calloc(columns, sizeof(int16_t)));
-  if (!table_.lengths || !table_.indicators) return report_.failed(Msg::QRKG002E);
-  std::fill_n(table_.lengths, columns, SQL_NULL_DATA);
-  for (int i = 0; i < count; ++i) {
-    if (describeColumn(i, isRoot)) return -1;
-  }
-  return 0;
 }
 
-int TableQuery::describeColumn(int column, bool isRoot) {
+void TableQuery::describeColumns(bool isRoot) {
+  SQLSMALLINT count = 0;
+  require(SQLNumResultCols(table_.hstmt, &count), "SQLNumResultsCols");
+  table_.descriptor = newDescriptor(count);
+  const auto columns = static_cast<size_t>(count);
+  table_.lengths = allocateZeroed<int32_t>(columns);
+  table_.indicators = allocateZeroed<int16_t>(columns);
+  std::fill_n(table_.lengths, columns, SQL_NULL_DATA);
+  for (int i = 0; i < count; ++i) describeColumn(i, isRoot);
+}
+
+void TableQuery::describeColumn(int column, bool isRoot) {
   SQLCHAR name[kColumnSize] = "";
   SQLSMALLINT nameLength = 0, type = 0, digits = 0, nullable = 0;
   SQLUINTEGER size = 0;
   const auto number = static_cast<SQLUSMALLINT>(column + 1);
-  SQLRETURN rc = SQLDescribeCol(table_.hstmt, number, name, sizeof name, &nameLength, &type, &size,
-                                &digits, &nullable);
-  if (rc < 0) return report_.cli(rc, table_.hstmt, "SQLDescribeCol", __LINE__);
+  require(SQLDescribeCol(table_.hstmt, number, name, sizeof name, &nameLength, &type, &size,
+                         &digits, &nullable),
+          "SQLDescribeCol");
 
   const bool byLocator = isFetchedByLocator(type);
   const int32_t capacity =
       byLocator ? static_cast<int32_t>(sizeof(int32_t)) : textBufferSize(type, size);
   sqlvar& entry = table_.descriptor->sqlvar[column];
   table_.descriptor->sqld = static_cast<int16_t>(number);
-  setEntryName(report_.ctx, entry, reinterpret_cast<const char*>(name));
+  setEntryName(ctx_, entry, reinterpret_cast<const char*>(name));
   entry.sqltype = byLocator ? kLocator : kString;
   if (!isRoot) entry.sqllen = describedLength(type, size);
   entry.sqlind = &table_.indicators[column];
-  entry.sqldata = static_cast<char*>(std::calloc(1, static_cast<size_t>(capacity)));
-  if (!entry.sqldata) return report_.failed(Msg::QRKG002E);
+  entry.sqldata = allocateZeroed<char>(static_cast<size_t>(capacity));
   if (byLocator) largeObjects_.push_back(column);
-  rc = SQLBindCol(table_.hstmt, number, byLocator ? SQL_C_CLOB_LOCATOR : SQL_C_CHAR, entry.sqldata,
-                  capacity, &table_.lengths[column]);
-  if (rc < 0) return report_.cli(rc, table_.hstmt, "SQLBindCol", __LINE__);
-  return 0;
+  require(SQLBindCol(table_.hstmt, number, byLocator ? SQL_C_CLOB_LOCATOR : SQL_C_CHAR,
+                     entry.sqldata, capacity, &table_.lengths[column]),
+          "SQLBindCol");
 }
 
-int TableQuery::fetch() {
-  if (freeLocators()) return -1;
+void TableQuery::fetch() {
+  freeLocators();
   const SQLRETURN rc = SQLFetch(table_.hstmt);
   hasRow_ = rc == SQL_SUCCESS;
-  if (rc == SQL_NO_DATA) return 0;
+  if (rc == SQL_NO_DATA) return;
   // A value that was cut comes with a warning: that is no value to write.
-  if (!hasRow_) return report_.serverWords(SQL_HANDLE_STMT, table_.hstmt, __LINE__);
+  if (!hasRow_) throw serverWords(SQL_HANDLE_STMT, table_.hstmt);
   for (int i = 0; i < table_.descriptor->sqld; ++i) {
     table_.indicators[i] = static_cast<int16_t>(
         std::min<int32_t>(table_.lengths[i], std::numeric_limits<int16_t>::max()));
   }
   hasValues_ = true;
   forgetDependentRows();
-  return 0;
 }
 
-int TableQuery::close() {
+void TableQuery::close() {
   table_.cursor_open = 0;
-  if (freeLocators()) return -1;
-  const SQLRETURN rc = SQLCloseCursor(table_.hstmt);
-  if (rc < 0) return report_.serverWords(SQL_HANDLE_STMT, table_.hstmt, __LINE__);
-  return 0;
+  freeLocators();
+  if (SQLCloseCursor(table_.hstmt) < 0) throw serverWords(SQL_HANDLE_STMT, table_.hstmt);
 }
 
 std::string TableQuery::rowName(QrkStruct* ctx) const {
@@ -179,21 +181,23 @@ bool TableQuery::freeLocator(int column, sqlca& area) {
   return area.sqlcode >= 0;
 }
 
-int TableQuery::freeLocators() {
-  int result = 0;
+std::optional<sqlca> TableQuery::releaseLocators() {
+  std::optional<sqlca> refusal;
   for (const int column : largeObjects_) {
     sqlca area{};
-    if (freeLocator(column, area)) continue;
-    failDbInternal(report_.report(), area, kRdbModule, __LINE__);
-    result = -1;
+    if (!freeLocator(column, area)) refusal = area;
   }
-  return result;
+  return refusal;
+}
+
+void TableQuery::freeLocators() {
+  if (const auto refusal = releaseLocators()) throw Failure::ofServerInternal(*refusal);
 }
 
 // ---- All of them
-TableQueries::TableQueries(const RdbReport& report, SQLHDBC hdbc, rel& model) : model_(model) {
+TableQueries::TableQueries(QrkStruct* ctx, SQLHDBC hdbc, rel& model) : model_(model) {
   for (int i = 0; i < model.num_of_tables; ++i) {
-    queries_.emplace_back(*this, report, hdbc, *model.tab[i], tableBit(i));
+    queries_.emplace_back(ctx, *this, hdbc, *model.tab[i], tableBit(i));
   }
 }
 
@@ -237,20 +241,18 @@ std::string TableQueries::rowsAtHand(QrkStruct* ctx) const {
   return rows;
 }
 
-int TableQueries::closeAllBut(const TableQuery& documents) {
+void TableQueries::closeAllBut(const TableQuery& documents) {
   for (TableQuery& query : queries_) {
     if (&query == &documents) continue;
     query.setWalked(false);
-    if (query.isOpen() && query.close()) return -1;
+    if (query.isOpen()) query.close();
   }
-  return 0;
 }
 
-int TableQueries::closeAttributeQueries() {
+void TableQueries::closeAttributeQueries() {
   for (TableQuery& query : queries_) {
-    if (query.isOpen() && !query.isWalked() && query.close()) return -1;
+    if (query.isOpen() && !query.isWalked()) query.close();
   }
-  return 0;
 }
 
 void TableQueries::closeAfterFailure() {

@@ -9,12 +9,14 @@
 
 #include <bit>
 #include <deque>
+#include <optional>
+#include <source_location>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "src/compose/rdb_report.h"
 #include "src/dad/mapping_model.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
@@ -44,8 +46,8 @@ class ColumnValue {
 
 class TableQuery {
  public:
-  TableQuery(TableQueries& all, const RdbReport& report, SQLHDBC hdbc, tab& table, TableBits self)
-      : all_(all), report_(report), hdbc_(hdbc), table_(table), self_(self) {}
+  TableQuery(QrkStruct* ctx, TableQueries& all, SQLHDBC hdbc, tab& table, TableBits self)
+      : ctx_(ctx), all_(all), hdbc_(hdbc), table_(table), self_(self) {}
   ~TableQuery();
   TableQuery(const TableQuery&) = delete;
   TableQuery& operator=(const TableQuery&) = delete;
@@ -55,13 +57,13 @@ class TableQuery {
   TableBits self() const { return self_; }
 
   // Runs the query, which is made and bound to its parents when this is the first time (`level`:
-  // the table's level from then on). No row is fetched yet. 0 or -1.
-  int open(int level);
-  // Goes to the next row. 0 or -1; hasRow() tells whether there was one. The values of the last row
-  // stay for the tables that are joined to them.
-  int fetch();
-  // 0 or -1. Forgets no row.
-  int close();
+  // the table's level from then on). No row is fetched yet.
+  void open(int level);
+  // Goes to the next row; hasRow() tells whether there was one. The values of the last row stay for
+  // the tables that are joined to them.
+  void fetch();
+  // Forgets no row.
+  void close();
 
   // A cursor stands open: over the rows that an element repeats for, or on the single row of an
   // attribute.
@@ -78,17 +80,22 @@ class TableQuery {
   void supply(TableQuery& child, int number, int column);
 
  private:
-  int prepare(int level);
-  int describeColumns(bool isRoot);
-  int describeColumn(int column, bool isRoot);
-  int execute();
-  int freeLocators();
+  void prepare(int level);
+  // Of a call on the statement: `what` names it.
+  void require(SQLRETURN rc, const char* what,
+               std::source_location where = std::source_location::current()) const;
+  void describeColumns(bool isRoot);
+  void describeColumn(int column, bool isRoot);
+  void execute();
+  // The last refusal of the server, if there was one.
+  std::optional<sqlca> releaseLocators();
+  void freeLocators();
   bool freeLocator(int column, sqlca& area);
   void forgetRow();
   void forgetDependentRows();
 
+  QrkStruct* const ctx_;
   TableQueries& all_;
-  const RdbReport& report_;
   const SQLHDBC hdbc_;
   tab& table_;
   const TableBits self_;
@@ -103,7 +110,7 @@ class TableQuery {
 // The tables of one composition, in the order of the model.
 class TableQueries {
  public:
-  TableQueries(const RdbReport& report, SQLHDBC hdbc, rel& model);
+  TableQueries(QrkStruct* ctx, SQLHDBC hdbc, rel& model);
 
   TableQuery& at(int index) { return queries_[static_cast<size_t>(index)]; }
   TableQuery& of(const tab* table);
@@ -117,10 +124,10 @@ class TableQueries {
   // The rows that are being written, by their first columns, in UTF-8: "in the row C = 1 of T";
   // empty when there is none.
   std::string rowsAtHand(QrkStruct* ctx) const;
-  // Gives up a document: closes all but the query of the documents. 0 or -1.
-  int closeAllBut(const TableQuery& documents);
-  // Closes what attributes left open. 0 or -1.
-  int closeAttributeQueries();
+  // Gives up a document: closes all but the query of the documents.
+  void closeAllBut(const TableQuery& documents);
+  // Closes what attributes left open.
+  void closeAttributeQueries();
   // Closes what a failure left open, without a word about it.
   void closeAfterFailure();
 
@@ -134,7 +141,9 @@ class TableQueries {
 void prefix_qualification(std::string& out, const tab& table);
 // The table's level, or -1 when the model does not have it.
 int32_t getLevel(QrkStruct* ctx, rel* relinfo, const char* schema, const char* table);
-// Writes, prepares and binds the statement. 0 or -1.
-int qrkGenSQL(const RdbReport& report, TableQueries& queries, TableQuery& query);
+// Writes, prepares and binds the statement.
+void qrkGenSQL(QrkStruct* ctx, TableQueries& queries, TableQuery& query);
+// The server refused the statement on this handle: QRKQ053E with its words.
+Failure refusedStatement(SQLHSTMT statement);
 
 }  // namespace orvxml

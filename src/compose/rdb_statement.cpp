@@ -8,6 +8,7 @@
 #include "src/compose/column_buffers.h"
 #include "src/compose/composition.h"
 #include "src/compose/rdb_query.h"
+#include "src/server_access/cli_diagnostics.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
@@ -53,18 +54,18 @@ int positionOf(const tab& parent, const join_partner& partner, const tab& child,
 
 class StatementWriter {
  public:
-  StatementWriter(const RdbReport& report, TableQueries& queries, TableQuery& query)
-      : report_(report), queries_(queries), query_(query), table_(query.table()) {}
+  StatementWriter(QrkStruct* ctx, TableQueries& queries, TableQuery& query)
+      : ctx_(ctx), queries_(queries), query_(query), table_(query.table()) {}
 
-  int write() {
+  void write() {
     selectMappedColumns();
     selectJoinColumns();
     sql_ += " FROM ";
     prefix_qualification(sql_, table_);
     sql_.pop_back();
     if (*table_.condition) sql_ += std::string(" WHERE ") + table_.condition;
-    if (joinParents()) return -1;
-    return finish();
+    joinParents();
+    finish();
   }
 
  private:
@@ -96,7 +97,7 @@ class StatementWriter {
     for (int k = 0; k < join.num_join; ++k) {
       join_partner& partner = join.foreign[k];
       partner.value_col = -1;
-      const tab* other = findTabByName(report_.ctx, &queries_.model(), partner.schema, partner.tab);
+      const tab* other = findTabByName(ctx_, &queries_.model(), partner.schema, partner.tab);
       if (isSelected || !other || !runsWithin(table_, *other, other->level)) continue;
       if (!added) {
         sql_ += ", ";
@@ -108,70 +109,62 @@ class StatementWriter {
     return added;
   }
 
-  int joinParents() {
+  void joinParents() {
     for (int i = 0; i < table_.num_join; ++i) {
       const join_info_entry& join = table_.join_info[i];
       for (int k = 0; k < join.num_join; ++k) {
         const join_partner& partner = join.foreign[k];
-        const int32_t level = getLevel(report_.ctx, &queries_.model(), partner.schema, partner.tab);
-        if (level < 0) return report_.failed(Msg::QRKQ016E);
-        if (level < table_.level && joinParent(join, partner)) return -1;
+        const int32_t level = getLevel(ctx_, &queries_.model(), partner.schema, partner.tab);
+        if (level < 0) throw Failure(Msg::QRKQ016E);
+        if (level < table_.level) joinParent(join, partner);
       }
     }
-    return 0;
   }
 
-  int joinParent(const join_info_entry& join, const join_partner& partner) {
+  void joinParent(const join_info_entry& join, const join_partner& partner) {
     if (table_.num_param == kMaxParameters) {
-      return report_.failed(Msg::QRKG017E,
-                            std::string("QRK_NUM_PARAMETERS of table ") + table_.name, buildStamp(),
-                            kRdbModule, __LINE__);
+      throw Failure::ofLimit(std::string("QRK_NUM_PARAMETERS of table ") + table_.name);
     }
-    if (qrkGetJoinValue(join, partner)) return -1;
+    qrkGetJoinValue(join, partner);
     const bool isFirst = table_.num_param++ == 0 && *table_.condition == 0;
     sql_ += isFirst ? " WHERE " : " AND ";
     addColumn(join.col);
     sql_ += " = ? ";
-    return 0;
   }
 
   // Finds the parent's value and binds the next parameter to it.
-  int qrkGetJoinValue(const join_info_entry& join, const join_partner& partner) {
-    tab* const parent = findTabByName(report_.ctx, &queries_.model(), partner.schema, partner.tab);
-    if (!parent || !parent->descriptor) return report_.failed(Msg::QRKQ012E);
-    const int position = positionOf(*parent, partner, table_, join.col);
-    if (position < 0) return report_.failed(Msg::QRKQ012E);
-    queries_.of(parent).supply(query_, table_.num_param, position);
-    return 0;
+  void qrkGetJoinValue(const join_info_entry& join, const join_partner& partner) {
+    tab& parent = qrkFindTabByName(ctx_, &queries_.model(), partner.schema, partner.tab);
+    if (!parent.descriptor) throw Failure(Msg::QRKQ012E);
+    const int position = positionOf(parent, partner, table_, join.col);
+    if (position < 0) throw Failure(Msg::QRKQ012E);
+    queries_.of(&parent).supply(query_, table_.num_param, position);
   }
 
-  int finish() {
-    if (isTooLong()) return -1;
+  void finish() {
+    checkLength();
     if (table_.orderBy) sql_ += std::string(" ORDER BY ") + table_.orderBy;
-    if (isTooLong()) return -1;
+    checkLength();
     std::memcpy(table_.stmt, sql_.c_str(), sql_.size() + 1);
-    return 0;
   }
 
-  bool isTooLong() const {
-    if (sql_.size() < kStatementLimit - 1) return false;
-    report_.failed(Msg::QRKQ038E, kStatementTooLong);
-    return true;
+  void checkLength() const {
+    if (sql_.size() >= kStatementLimit - 1) throw Failure(Msg::QRKQ038E, kStatementTooLong);
   }
 
-  const RdbReport& report_;
+  QrkStruct* const ctx_;
   TableQueries& queries_;
   TableQuery& query_;
   tab& table_;
   std::string sql_ = "SELECT ";
 };
 
-int bindParameter(const RdbReport& report, tab& table, int index) {
+void bindParameter(tab& table, int index) {
   SQLSMALLINT type = 0, digits = 0, nullable = 0;
   SQLUINTEGER size = 0;
   const auto number = static_cast<SQLUSMALLINT>(index + 1);
   if (SQLDescribeParam(table.hstmt, number, &type, &size, &digits, &nullable) < 0) {
-    return report.statement(table.hstmt);
+    throw refusedStatement(table.hstmt);
   }
   join_parameter& parameter = table.param[index];
   const bool byLocator = (parameter.var->sqltype & ~1) == orv::kSqlClobLocator;
@@ -181,7 +174,7 @@ int bindParameter(const RdbReport& report, tab& table, int index) {
   const SQLRETURN rc =
       SQLBindParameter(table.hstmt, number, SQL_PARAM_INPUT, cType, type, size, digits,
                        parameter.value, static_cast<SQLINTEGER>(size), &parameter.ind);
-  return rc < 0 ? report.statement(table.hstmt) : 0;
+  if (rc < 0) throw refusedStatement(table.hstmt);
 }
 
 }  // namespace
@@ -196,17 +189,18 @@ int32_t getLevel(QrkStruct* ctx, rel* relinfo, const char* schema, const char* t
   return found ? found->level : -1;
 }
 
-int qrkGenSQL(const RdbReport& report, TableQueries& queries, TableQuery& query) {
+void qrkGenSQL(QrkStruct* ctx, TableQueries& queries, TableQuery& query) {
   tab& table = query.table();
-  if (StatementWriter(report, queries, query).write()) return -1;
-  QRK_TRACE(report.ctx, "%s", table.stmt);
+  StatementWriter(ctx, queries, query).write();
+  QRK_TRACE(ctx, "%s", table.stmt);
   if (SQLPrepare(table.hstmt, reinterpret_cast<SQLCHAR*>(table.stmt), SQL_NTS) < 0) {
-    return report.statement(table.hstmt);
+    throw refusedStatement(table.hstmt);
   }
-  for (int i = 0; i < table.num_param; ++i) {
-    if (bindParameter(report, table, i)) return -1;
-  }
-  return 0;
+  for (int i = 0; i < table.num_param; ++i) bindParameter(table, i);
+}
+
+Failure refusedStatement(SQLHSTMT statement) {
+  return Failure(Msg::QRKQ053E, firstDiagnostic(SQL_HANDLE_STMT, statement).text);
 }
 
 }  // namespace orvxml

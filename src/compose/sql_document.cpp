@@ -2,141 +2,120 @@
 #include "src/compose/sql_document.h"
 
 #include "orvxml/trace.h"
-#include "src/compose/xml_writer.h"
 #include "src/dad/mapping_notices.h"
 
 namespace orvxml {
 
-SqlDocument::SqlDocument(const SqlCall& call, const DOM_Element& dadRoot, LevelQuery& top)
-    : call_(call),
-      dadRoot_(dadRoot),
-      top_(top),
-      text_(call.report.ctx, call.report.errCode, call.report.msg) {}
+namespace {
 
-int SqlDocument::qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit) {
-  isPlaceTold_ = false;
-  if (!hasHeader_) {
-    if (int rc = prepareHeader()) return rc;
+constexpr int kKeyIsNull = 525;  // in the trace: the element is left out
+
+// Runs `work` on a node; of a failure the innermost node is told.
+template <class Work>
+auto placed(const DOM_Element& node, const LevelQuery& rows, Work&& work) {
+  try {
+    return work();
+  } catch (Failure& failure) {
+    if (failure.place().text != FailureText::kNone) throw;
+    const std::string row = rows.rowName();
+    throw at(node.node(), std::move(failure), row.empty() ? row : "in the row " + row);
   }
-  if (int rc = text_.begin(document, header_, sizeLimit)) return rc;
-  int rc = qrkGenXMLElement(root_, top_);
-  QRK_TRACE(call_.report.ctx, "call qrkGenXMLElement() returns %d.", rc);
-  if (rc == 0) rc = text_.flush();
-  return rc;
 }
 
-int SqlDocument::prepareHeader() {
+}  // namespace
+
+SqlDocument::SqlDocument(const SqlCall& call, const DOM_Element& dadRoot, LevelQuery& top)
+    : call_(call), dadRoot_(dadRoot), top_(top), text_(call.ctx) {}
+
+bool SqlDocument::qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit) {
+  if (!hasHeader_) prepareHeader();
+  text_.begin(document, header_, sizeLimit);
+  const bool isWritten = qrkGenXMLElement(root_, top_);
+  QRK_TRACE(call_.ctx, "call qrkGenXMLElement() returns %d.", isWritten ? 0 : kKeyIsNull);
+  if (isWritten) text_.flush();
+  return isWritten;
+}
+
+void SqlDocument::prepareHeader() {
   const DOM_Element rootNode = dadRoot_.firstDescendant(u"root_node");
   if (!rootNode.isNull()) root_.node = rootNode.firstDescendant(u"element_node");
-  char header[kHeaderSize];
-  if (int rc = checkedDocHeader(call_.report.ctx, dadRoot_, root_.node, header,
-                                call_.report.errCode, call_.report.msg)) {
-    return rc;
-  }
+  header_ = checkedDocHeader(call_.ctx, dadRoot_, root_.node);
   if (root_.node.isNull()) {
-    return failed(call_.report, Msg::QRKQ000E, rootNode.isNull() ? "root_node" : "element_node");
+    throw Failure(Msg::QRKQ000E, rootNode.isNull() ? "root_node" : "element_node");
   }
-  header_ = header;
   hasHeader_ = true;
-  return 0;
 }
 
-int SqlDocument::qrkGenXMLElement(ElementPlan& element, LevelQuery& rows) {
-  const int rc = placed(element.node, rows, writeElement(element, rows));
-  QRK_TRACE(call_.report.ctx, "Exits, rc=%d", rc);
-  return rc;
+// False: the element is left out because its key is null.
+bool SqlDocument::qrkGenXMLElement(ElementPlan& element, LevelQuery& rows) {
+  const bool isWritten = placed(element.node, rows, [&] { return writeElement(element, rows); });
+  QRK_TRACE(call_.ctx, "Exits, rc=%d", isWritten ? 0 : kKeyIsNull);
+  return isWritten;
 }
 
-// Passes the outcome of a node on; of a failure the innermost node is told.
-int SqlDocument::placed(const DOM_Element& node, const LevelQuery& rows, int rc) {
-  if (rc == 0 || rc == kKeyIsNull || isPlaceTold_) return rc;
-  isPlaceTold_ = true;
-  const std::string row = rows.rowName();
-  tellPlace(node.node(), row.empty() ? row : "in the row " + row);
-  return rc;
-}
-
-int SqlDocument::writeElement(ElementPlan& element, LevelQuery& rows) {
-  if (!element.isPlanned) {
-    if (int rc = planElement(element, rows)) return rc;
-  }
+bool SqlDocument::writeElement(ElementPlan& element, LevelQuery& rows) {
+  if (!element.isPlanned) planElement(element, rows);
   // Decided before anything is written, so that no half element can stand in the document.
   if (element.keyColumn >= 0) {
-    if (rows.column(element.keyColumn).isNull()) return kKeyIsNull;
-    QRK_TRACE(call_.report.ctx, "Key node.. emitting start tag now");
+    if (rows.column(element.keyColumn).isNull()) return false;
+    QRK_TRACE(call_.ctx, "Key node.. emitting start tag now");
   }
-  if (int rc = text_.append(element.startTag)) return rc;
+  text_.append(element.startTag);
   for (ValuePlan& attribute : element.attributes) {
-    if (int rc = qrkGenXMLAttribute(element, attribute, rows)) {
-      return placed(attribute.node, rows, rc);
-    }
+    placed(attribute.node, rows, [&] { qrkGenXMLAttribute(element, attribute, rows); });
   }
-  if (!element.attributes.empty()) {
-    if (int rc = text_.append(">")) return rc;
-  }
-  if (int rc = writeContent(element, rows)) return rc;
-  return text_.append(element.endTag);
+  if (!element.attributes.empty()) text_.append(">");
+  writeContent(element, rows);
+  text_.append(element.endTag);
+  return true;
 }
 
-int SqlDocument::qrkGenXMLAttribute(ElementPlan& element, ValuePlan& attribute,
-                                    const LevelQuery& rows) {
-  if (!attribute.isPlanned) {
-    if (int rc = planAttribute(element, attribute, rows)) return rc;
-  }
-  if (attribute.column < 0) return 0;
+void SqlDocument::qrkGenXMLAttribute(ElementPlan& element, ValuePlan& attribute,
+                                     const LevelQuery& rows) {
+  if (!attribute.isPlanned) planAttribute(element, attribute, rows);
+  if (attribute.column < 0) return;
   const ResultColumn& column = rows.column(attribute.column);
-  if (column.isNull()) return 0;
-  if (int rc = text_.append(attribute.beforeValue)) return rc;
-  if (int rc = writeValue(attribute, column)) return rc;
-  return text_.append("\"");
+  if (column.isNull()) return;
+  text_.append(attribute.beforeValue);
+  writeValue(attribute, column);
+  text_.append("\"");
 }
 
-int SqlDocument::qrkGenXMLText(ValuePlan& text, const LevelQuery& rows) {
-  if (!text.isPlanned) {
-    if (int rc = planText(text, rows)) return rc;
-  }
-  if (text.column < 0) return 0;
+void SqlDocument::qrkGenXMLText(ValuePlan& text, const LevelQuery& rows) {
+  if (!text.isPlanned) planText(text, rows);
+  if (text.column < 0) return;
   const ResultColumn& column = rows.column(text.column);
-  return column.isNull() ? 0 : writeValue(text, column);
+  if (!column.isNull()) writeValue(text, column);
 }
 
-int SqlDocument::writeValue(const ValuePlan& value, const ResultColumn& column) {
+void SqlDocument::writeValue(const ValuePlan& value, const ResultColumn& column) {
   if (column.isLargeObject()) return text_.appendLargeObject(column.locator, value.columnName);
-  return text_.appendValue(column.text(), value.columnName);
+  text_.appendValue(column.text(), value.columnName);
 }
 
-int SqlDocument::writeContent(ElementPlan& element, LevelQuery& rows) {
+void SqlDocument::writeContent(ElementPlan& element, LevelQuery& rows) {
   for (ContentPlan& child : element.content) {
     if (child.element) {
-      if (int rc = writeChild(element, child, rows)) return placed(child.element->node, rows, rc);
-    } else if (int rc = qrkGenXMLText(child.text, rows)) {
-      return placed(child.text.node, rows, rc);
+      placed(child.element->node, rows, [&] { writeChild(element, child, rows); });
+    } else {
+      placed(child.text.node, rows, [&] { qrkGenXMLText(child.text, rows); });
     }
   }
-  return 0;
 }
 
-int SqlDocument::writeChild(ElementPlan& element, ContentPlan& child, LevelQuery& rows) {
-  if (!child.isLevelKnown) {
-    if (int rc = planChild(element, child, rows)) return rc;
+void SqlDocument::writeChild(ElementPlan& element, ContentPlan& child, LevelQuery& rows) {
+  if (!child.isLevelKnown) planChild(element, child, rows);
+  if (child.childQuery) {
+    writeChildRows(*child.element, *child.childQuery);
+  } else {
+    qrkGenXMLElement(*child.element, rows);
   }
-  if (child.childQuery) return writeChildRows(*child.element, *child.childQuery);
-  const int rc = qrkGenXMLElement(*child.element, rows);
-  return rc == kKeyIsNull ? 0 : rc;
 }
 
-int SqlDocument::writeChildRows(ElementPlan& child, LevelQuery& childRows) {
-  if (int rc = childRows.run()) return rc;
-  int rc = childRows.qrkFetchNextObj();
-  for (; rc == 0; rc = childRows.qrkFetchNextObj()) {
-    const int written = qrkGenXMLElement(child, childRows);
-    if (written && written != kKeyIsNull) return written;
-  }
-  if (rc != SQL_NO_DATA) {
-    QRK_TRACE(call_.report.ctx, "Abnormal termination from SQLFetch(childhstmt). rc=%d", rc);
-    return rc;
-  }
-  return childRows.endRows();
+void SqlDocument::writeChildRows(ElementPlan& child, LevelQuery& childRows) {
+  childRows.run();
+  while (childRows.qrkFetchNextObj()) qrkGenXMLElement(child, childRows);
+  childRows.endRows();
 }
 
 }  // namespace orvxml

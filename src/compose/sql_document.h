@@ -6,6 +6,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -24,9 +25,6 @@ struct ValuePlan {
   std::string columnName;   // names the source of a value that cannot be written
   std::string beforeValue;  // of an attribute: blank, name, equals sign and quotation mark
 };
-
-// The element is left out because its key is null.
-inline constexpr int kKeyIsNull = 525;
 
 struct ElementPlan;
 
@@ -56,35 +54,32 @@ class SqlDocument {
  public:
   SqlDocument(const SqlCall& call, const DOM_Element& dadRoot, LevelQuery& top);
 
-  // Appends the document of the top query's current object. 0, kKeyIsNull when its root is left
-  // out, or the status of the failure.
-  int qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit);
+  // Appends the document of the top query's current object; false when its root is left out.
+  bool qrkGenXMLDoc(QrkOutbuf* document, uint32_t sizeLimit);
   // Whether the root is left out; known once a document was written.
   bool isLeftOut() const { return root_.keyColumn >= 0 && top_.column(root_.keyColumn).isNull(); }
   std::string_view header() const { return header_; }
 
  private:
-  int prepareHeader();
-  int qrkGenXMLElement(ElementPlan& element, LevelQuery& rows);
-  int writeElement(ElementPlan& element, LevelQuery& rows);
-  int placed(const DOM_Element& node, const LevelQuery& rows, int rc);
-  int qrkGenXMLAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows);
-  int qrkGenXMLText(ValuePlan& text, const LevelQuery& rows);
-  int writeContent(ElementPlan& element, LevelQuery& rows);
-  int writeChild(ElementPlan& element, ContentPlan& child, LevelQuery& rows);
-  int writeChildRows(ElementPlan& child, LevelQuery& childRows);
-  int writeValue(const ValuePlan& value, const ResultColumn& column);
+  void prepareHeader();
+  bool qrkGenXMLElement(ElementPlan& element, LevelQuery& rows);
+  bool writeElement(ElementPlan& element, LevelQuery& rows);
+  void qrkGenXMLAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows);
+  void qrkGenXMLText(ValuePlan& text, const LevelQuery& rows);
+  void writeContent(ElementPlan& element, LevelQuery& rows);
+  void writeChild(ElementPlan& element, ContentPlan& child, LevelQuery& rows);
+  void writeChildRows(ElementPlan& child, LevelQuery& childRows);
+  void writeValue(const ValuePlan& value, const ResultColumn& column);
 
-  int planElement(ElementPlan& element, const LevelQuery& rows);
+  void planElement(ElementPlan& element, const LevelQuery& rows);
   void listChildren(ElementPlan& element);
-  int writeTags(ElementPlan& element);
-  int isKeyNode(const ElementPlan& element, bool* isKey, std::string* column);
-  int failWithoutColumn(const ElementPlan& element);
-  int planAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows);
-  int planText(ValuePlan& text, const LevelQuery& rows);
-  int planChild(const ElementPlan& element, ContentPlan& child, LevelQuery& rows);
-  int readName(const DOM_Element& node, Msg whenMissing, std::string& name);
-  void findColumn(ValuePlan& value, const char* column, const LevelQuery& rows);
+  void writeTags(ElementPlan& element);
+  std::optional<std::string> keyColumnOf(const ElementPlan& element);
+  void planAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows);
+  void planText(ValuePlan& text, const LevelQuery& rows);
+  void planChild(const ElementPlan& element, ContentPlan& child, LevelQuery& rows);
+  std::string readName(const DOM_Element& node, Msg whenMissing);
+  void findColumn(ValuePlan& value, const std::string& column, const LevelQuery& rows);
 
   const SqlCall& call_;
   DOM_Element dadRoot_;
@@ -93,7 +88,6 @@ class SqlDocument {
   std::string header_;
   ElementPlan root_;
   bool hasHeader_ = false;
-  bool isPlaceTold_ = false;  // of the failure that ends the document
 };
 
 }  // namespace orvxml

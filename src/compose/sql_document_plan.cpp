@@ -2,11 +2,10 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "src/compose/element_tags.h"
-#include "src/compose/modules.h"
 #include "src/compose/sql_document.h"
 #include "src/compose/sql_query_text.h"
 #include "src/dad/dad_walk.h"
-#include "src/outcome/edge.h"
+#include "src/outcome/failure.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
@@ -17,35 +16,49 @@ constexpr int kNameLimit = 2047;    // UTF-16 units
 constexpr size_t kNameSize = 1024;  // bytes, terminator included
 constexpr int kIndentStep = 2;
 
-}  // namespace
-
-int SqlDocument::readName(const DOM_Element& node, Msg whenMissing, std::string& name) {
-  const char16_t* const written = boundedAttribute(node.element(), u"name", kNameLimit);
-  if (!written) {
-    return failed(call_.report, whenMissing);
+// The first column below the node; nothing when there is none that can be read, of which the caller
+// knows better what to say.
+std::optional<std::string> columnOf(QrkStruct* ctx, const std::string& name,
+                                    const DOM_Element& node) {
+  std::optional<std::string> column;
+  try {
+    column = qrkGetColFromRDB(ctx, name.c_str(), node);
+  } catch (const Failure&) {
+    column.reset();
   }
-  if (!toDatabase(call_.report.ctx, written, name) || name.size() >= kNameSize ||
-      !isXmlName(written)) {
-    return failed(call_.report, Msg::QRKQ040E, textForMessage(call_.report.ctx, written));
-  }
-  return 0;
+  QRK_TRACE(ctx, "call qrkGetColFromRDB() returns %d.", column ? 0 : -1);
+  return column;
 }
 
-int SqlDocument::planElement(ElementPlan& element, const LevelQuery& rows) {
-  QrkStruct* const ctx = call_.report.ctx;
-  if (int rc = readName(element.node, Msg::QRKQ014E, element.name)) return rc;
-  QRK_TRACE(ctx, "***--- Element name = '%s' ---***", element.name.c_str());
-  bool isKey = false;
-  std::string column;
-  if (int rc = isKeyNode(element, &isKey, &column)) return rc;
-  if (isKey) {
-    QRK_TRACE(ctx, "This element == %s is a keynode start tag emit deffered", element.name.c_str());
-    element.keyColumn = rows.findColumn(column);
+// An element that is not intermediate has one of both below it.
+Failure withoutColumn(const ElementPlan& element) {
+  const bool hasAttribute = !element.node.firstDescendant(u"attribute_node").isNull();
+  return hasAttribute ? Failure(Msg::QRKQ007E, element.name) : Failure(Msg::QRKQ008E);
+}
+
+}  // namespace
+
+std::string SqlDocument::readName(const DOM_Element& node, Msg whenMissing) {
+  const char16_t* const written = boundedAttribute(node.element(), u"name", kNameLimit);
+  if (!written) throw Failure(whenMissing);
+  std::string name;
+  if (!toDatabase(call_.ctx, written, name) || name.size() >= kNameSize || !isXmlName(written)) {
+    throw Failure(Msg::QRKQ040E, textForMessage(call_.ctx, written));
+  }
+  return name;
+}
+
+void SqlDocument::planElement(ElementPlan& element, const LevelQuery& rows) {
+  element.name = readName(element.node, Msg::QRKQ014E);
+  QRK_TRACE(call_.ctx, "***--- Element name = '%s' ---***", element.name.c_str());
+  if (const auto key = keyColumnOf(element)) {
+    QRK_TRACE(call_.ctx, "This element == %s is a keynode start tag emit deffered",
+              element.name.c_str());
+    element.keyColumn = rows.findColumn(*key);
   }
   listChildren(element);
-  if (int rc = writeTags(element)) return rc;
+  writeTags(element);
   element.isPlanned = true;
-  return 0;
 }
 
 void SqlDocument::listChildren(ElementPlan& element) {
@@ -64,114 +77,74 @@ void SqlDocument::listChildren(ElementPlan& element) {
   }
 }
 
-int SqlDocument::writeTags(ElementPlan& element) {
-  QrkStruct* const ctx = call_.report.ctx;
+void SqlDocument::writeTags(ElementPlan& element) {
   const DOMString name = element.node.getAttribute(u"name");
   const bool endsWithElement = !element.content.empty() && element.content.back().element;
-  element.startTag = startTagOf(ctx, name, element.indent);
-  element.endTag = endTagOf(ctx, name, endsWithElement, element.indent);
-  if (element.startTag.empty() || element.endTag.empty()) {
-    failInternal(call_.report, kSqlMappingModule, __LINE__);
-    return -1;
-  }
+  element.startTag = startTagOf(call_.ctx, name, element.indent);
+  element.endTag = endTagOf(call_.ctx, name, endsWithElement, element.indent);
+  if (element.startTag.empty() || element.endTag.empty()) throw Failure::internal();
   if (element.attributes.empty()) element.startTag += '>';
-  return 0;
 }
 
-int SqlDocument::isKeyNode(const ElementPlan& element, bool* isKey, std::string* column) {
-  QrkStruct* const ctx = call_.report.ctx;
-  *isKey = false;
-  if (qrkIsNodeIntermediate(ctx, element.node)) return 0;
+// The column of an element that is a key node.
+std::optional<std::string> SqlDocument::keyColumnOf(const ElementPlan& element) {
+  QrkStruct* const ctx = call_.ctx;
+  if (qrkIsNodeIntermediate(ctx, element.node)) return std::nullopt;
   QRK_TRACE(ctx, "-->Element Name == %s", element.name.c_str());
-  std::string found;
-  const int rc = statusAtEdge(
-      call_.report, [&] { found = qrkGetColFromRDB(ctx, element.name.c_str(), element.node); });
-  QRK_TRACE(ctx, "Errcode from qrkGetColFromRdb  == %ld", static_cast<long>(rc));
-  if (rc) return failWithoutColumn(element);
-  *column = found;
-  const int level = qrkLmGetLevel(ctx, call_.levelMap, found.c_str());
+  const std::optional<std::string> found = columnOf(ctx, element.name, element.node);
+  if (!found) throw withoutColumn(element);
+  const int level = qrkLmGetLevel(call_.levelMap, found->c_str());
   QRK_TRACE(ctx, "Current LEvel == %d", level);
-  if (level < 0) {
-    return failed(call_.report, Msg::QRKQ004E, found);
-  }
-  std::vector<std::string> columns;
-  if (int status = readLevel(call_.report, call_.levelMap, level, columns)) return status;
-  QRK_TRACE(ctx, "Key Column at level %d == %s", level, columns.front().c_str());
+  if (level < 0) throw Failure(Msg::QRKQ004E, *found);
+  const std::string key = readLevel(ctx, call_.levelMap, level).front();
+  QRK_TRACE(ctx, "Key Column at level %d == %s", level, key.c_str());
   QRK_TRACE(ctx, "RDB Col name corres to element name %s is == %s", element.name.c_str(),
-            found.c_str());
-  *isKey = columns.front() == found;
-  if (*isKey) QRK_TRACE(ctx, "returning true...");
-  return 0;
+            found->c_str());
+  if (key != *found) return std::nullopt;
+  QRK_TRACE(ctx, "returning true...");
+  return found;
 }
 
-// An element that is not intermediate has one of both below it.
-int SqlDocument::failWithoutColumn(const ElementPlan& element) {
-  if (!element.node.firstDescendant(u"attribute_node").isNull()) {
-    fail(call_.report, Msg::QRKQ007E, element.name);
-  } else {
-    fail(call_.report, Msg::QRKQ008E);
-  }
-  return -1;
-}
-
-void SqlDocument::findColumn(ValuePlan& value, const char* column, const LevelQuery& rows) {
+void SqlDocument::findColumn(ValuePlan& value, const std::string& column, const LevelQuery& rows) {
   value.column = rows.findColumn(column);
   value.columnName = column;
   value.isPlanned = true;
-  QRK_TRACE(call_.report.ctx, "attrcolumn %s, sqlda_d: %d", column, value.column);
+  QRK_TRACE(call_.ctx, "attrcolumn %s, sqlda_d: %d", column.c_str(), value.column);
 }
 
-int SqlDocument::planAttribute(ElementPlan& element, ValuePlan& attribute, const LevelQuery& rows) {
-  std::string name;
-  if (int rc = readName(attribute.node, Msg::QRKQ006E, name)) return rc;
-  QRK_TRACE(call_.report.ctx, ">>>>Attr name = '%s' <<<<<", name.c_str());
+void SqlDocument::planAttribute(ElementPlan& element, ValuePlan& attribute,
+                                const LevelQuery& rows) {
+  const std::string name = readName(attribute.node, Msg::QRKQ006E);
+  QRK_TRACE(call_.ctx, ">>>>Attr name = '%s' <<<<<", name.c_str());
   if (!element.attributeNames.insert(name).second) {
-    return failed(call_.report, Msg::QRKQ045E, element.name, name);
+    throw Failure(Msg::QRKQ045E, element.name, name);
   }
-  std::string column;
-  const int rc = statusAtEdge(
-      {}, [&] { column = qrkGetColFromRDB(call_.report.ctx, name.c_str(), attribute.node); });
-  QRK_TRACE(call_.report.ctx, "call qrkGetColFromRDB() returns %d.", rc);
-  if (rc) {
-    return failed(call_.report, Msg::QRKQ007E, name);
-  }
+  const std::optional<std::string> column = columnOf(call_.ctx, name, attribute.node);
+  if (!column) throw Failure(Msg::QRKQ007E, name);
   attribute.beforeValue = " " + name + "=\"";
-  findColumn(attribute, column.c_str(), rows);
-  return 0;
+  findColumn(attribute, *column, rows);
 }
 
-int SqlDocument::planText(ValuePlan& text, const LevelQuery& rows) {
-  std::string column;
-  const int rc =
-      statusAtEdge({}, [&] { column = qrkGetColFromRDB(call_.report.ctx, "", text.node); });
-  QRK_TRACE(call_.report.ctx, "call qrkGetColFromRDB() returns %d.", rc);
-  if (rc) {
-    return failed(call_.report, Msg::QRKQ008E);
-  }
-  findColumn(text, column.c_str(), rows);
-  return 0;
+void SqlDocument::planText(ValuePlan& text, const LevelQuery& rows) {
+  const std::optional<std::string> column = columnOf(call_.ctx, "", text.node);
+  if (!column) throw Failure(Msg::QRKQ008E);
+  findColumn(text, *column, rows);
 }
 
 // The level of a child is that of its first column, if it has one.
-int SqlDocument::planChild(const ElementPlan& element, ContentPlan& child, LevelQuery& rows) {
-  QrkStruct* const ctx = call_.report.ctx;
+void SqlDocument::planChild(const ElementPlan& element, ContentPlan& child, LevelQuery& rows) {
+  QrkStruct* const ctx = call_.ctx;
   const DOM_Element& node = child.element->node;
   const std::u16string_view occurrence = node.getAttribute(u"multi_occurrence").view();
   const bool isSingle = occurrence.empty() || occurrence == u"NO";
   child.isLevelKnown = true;
-  if (isSingle && qrkIsNodeIntermediate(ctx, node)) return 0;
-  std::string column;
-  if (atEdge({}, [&] { column = qrkGetColFromRDB(ctx, "", node); })) return 0;
-  const int level = qrkLmGetLevel(ctx, call_.levelMap, column.c_str());
-  if (level < 0) {
-    return failed(call_.report, Msg::QRKQ004E, column);
-  }
-  if (level < rows.level()) {
-    return failed(call_.report, Msg::QRKQ005E, element.name, column);
-  }
-  if (level == rows.level()) return 0;
-  child.childQuery = rows.child(level);
-  return child.childQuery ? 0 : -1;
+  if (isSingle && qrkIsNodeIntermediate(ctx, node)) return;
+  const std::optional<std::string> column = columnOf(ctx, "", node);
+  if (!column) return;
+  const int level = qrkLmGetLevel(call_.levelMap, column->c_str());
+  if (level < 0) throw Failure(Msg::QRKQ004E, *column);
+  if (level < rows.level()) throw Failure(Msg::QRKQ005E, element.name, *column);
+  if (level > rows.level()) child.childQuery = &rows.child(level);
 }
 
 }  // namespace orvxml

@@ -5,9 +5,9 @@
 
 #include "orv/esql.h"
 #include "orvxml/trace.h"
-#include "src/compose/modules.h"
 #include "src/compose/sql_query_text.h"
 #include "src/dad/mapping_notices.h"
+#include "src/outcome/all_steps.h"
 #include "src/server_access/cli_diagnostics.h"
 
 namespace orvxml {
@@ -34,107 +34,89 @@ std::string_view ResultColumn::text() const {
 }
 
 LevelQuery::LevelQuery(const SqlCall& call, LevelQuery* parent, int level, std::string base)
-    : call_(call),
-      parent_(parent),
-      level_(level),
-      base_(std::move(base)),
-      statement_(call.report, kSqlMappingModule) {}
+    : call_(call), parent_(parent), level_(level), base_(std::move(base)), statement_(call.ctx) {}
 
 LevelQuery::~LevelQuery() {
-  freeLocators();
+  releaseLocators();
 }
 
-int LevelQuery::open() {
-  std::vector<std::string> columns;
-  if (int rc = readLevel(call_.report, call_.levelMap, level_, columns)) return rc;
-  if (int rc = topQuery(call_.report, columns, base_, text_)) return rc;
-  if (int rc = statement_.allocate(call_.hdbc)) return rc;
+void LevelQuery::open() {
+  text_ = topQuery(readLevel(call_.ctx, call_.levelMap, level_), base_);
+  statement_.allocate(call_.hdbc);
   if (const SQLRETURN rc = statement_.executeDirect(text_); rc < 0) {
-    statement_.diagnose(__LINE__);
-    QRK_TRACE(call_.report.ctx, "top_query failed. rc=%d, top_query='%s'", rc, text_.c_str());
-    return rc;
+    QRK_TRACE(call_.ctx, "top_query failed. rc=%d, top_query='%s'", rc, text_.c_str());
+    throw statement_.failure();
   }
-  return bindColumns();
+  bindColumns();
 }
 
-LevelQuery* LevelQuery::child(int level) {
+LevelQuery& LevelQuery::child(int level) {
   const auto known = children_.find(level);
-  if (known != children_.end()) return known->second.get();
-  const Report& report = call_.report;
-  std::vector<std::string> columns;
-  if (readLevel(report, call_.levelMap, level, columns)) return nullptr;
+  if (known != children_.end()) return *known->second;
+  const std::vector<std::string> columns = readLevel(call_.ctx, call_.levelMap, level);
   const std::string& parentKey = columns_[static_cast<size_t>(level_)].name;
-  std::string inner;
-  if (innerQuery(report, base_, parentKey, inner)) return nullptr;
+  std::string inner = innerQuery(call_.ctx, base_, parentKey);
   std::vector<std::string> keysAbove;
   for (int above = 0; above < level; ++above) {
-    std::vector<std::string> list;
-    if (readLevel(report, call_.levelMap, above, list)) return nullptr;
-    keysAbove.push_back(std::move(list.front()));
+    keysAbove.push_back(readLevel(call_.ctx, call_.levelMap, above).front());
   }
-  std::string text;
-  if (childQuery(report, keysAbove, columns, inner, text)) return nullptr;
+  std::string text = childQuery(keysAbove, columns, inner);
   auto query = std::make_unique<LevelQuery>(call_, this, level, std::move(inner));
   query->text_ = std::move(text);
   query->restrictions_ = restrictions_;
   query->restrictions_.push_back(parentKey);
-  if (query->prepareChild()) return nullptr;
-  return (children_[level] = std::move(query)).get();
+  query->prepareChild();
+  return *(children_[level] = std::move(query));
 }
 
-int LevelQuery::prepareChild() {
-  QrkStruct* const ctx = call_.report.ctx;
-  if (int rc = statement_.allocate(call_.hdbc)) return rc;
+void LevelQuery::prepareChild() {
+  QrkStruct* const ctx = call_.ctx;
+  statement_.allocate(call_.hdbc);
   if (const SQLRETURN rc = statement_.prepare(text_); rc < 0) {
     QRK_TRACE(ctx, "Prepare sqlcode = %d", rc);
     QRK_TRACE(ctx, "SQLPrepare(%s) failed: %s", text_.c_str(), statement_.diagnostic().c_str());
-    return statement_.failInternally(__LINE__);
+    throw statement_.internalFailure();
   }
   QRK_TRACE(ctx, "CLI prepare succeeded.  childquery='%s'", text_.c_str());
-  return bindParameters();
+  bindParameters();
 }
 
-int LevelQuery::bindParameters() {
-  QrkStruct* const ctx = call_.report.ctx;
+void LevelQuery::bindParameters() {
+  QrkStruct* const ctx = call_.ctx;
   SQLSMALLINT count = 0;
   if (SQLNumParams(statement_.handle(), &count) < 0) {
     QRK_TRACE(ctx, "SQLNumParams(%s) failed: %s", text_.c_str(), statement_.diagnostic().c_str());
-    return statement_.failInternally(__LINE__);
+    throw statement_.internalFailure();
   }
   QRK_TRACE(ctx, "num parameters %d", count);
   parameters_.reserve(static_cast<size_t>(count));
-  for (SQLSMALLINT i = 0; i < count; ++i) {
-    if (int rc = bindParameter(columnNumber(static_cast<size_t>(i)))) return rc;
-  }
-  return 0;
+  for (SQLSMALLINT i = 0; i < count; ++i) bindParameter(columnNumber(static_cast<size_t>(i)));
 }
 
-int LevelQuery::failParameter(const char* call, SQLUSMALLINT number, const std::string& name,
-                              int line) {
-  QRK_TRACE(call_.report.ctx, "%s(%s, %d+1, %s) failed: %s", call, text_.c_str(), number - 1,
-            name.c_str(), statement_.diagnostic().c_str());
-  return statement_.failInternally(line);
+// Of a parameter that failed.
+void LevelQuery::traceParameter(const char* call, SQLUSMALLINT number,
+                                const std::string& name) const {
+  QRK_TRACE(call_.ctx, "%s(%s, %d+1, %s) failed: %s", call, text_.c_str(), number - 1, name.c_str(),
+            statement_.diagnostic().c_str());
 }
 
-int LevelQuery::bindParameter(SQLUSMALLINT number) {
+void LevelQuery::bindParameter(SQLUSMALLINT number) {
   const bool isKnown = number <= restrictions_.size();
   const std::string name = isKnown ? restrictions_[number - 1U] : "";
   SQLSMALLINT type = 0, digits = 0;
   SQLUINTEGER size = 0;
   if (SQLDescribeParam(statement_.handle(), number, &type, &size, &digits, nullptr) < 0) {
-    return failParameter("SQLDescribeParam", number, name, __LINE__);
+    traceParameter("SQLDescribeParam", number, name);
+    throw statement_.internalFailure();
   }
   const int index = isKnown ? parent_->findColumn(name) : -1;
-  if (index < 0) {
-    failInternal(call_.report, kSqlMappingModule, __LINE__);
-    return -1;
-  }
-  return bindDescribed(number, parent_->columns_[static_cast<size_t>(index)], type, size, digits);
+  if (index < 0) throw Failure::internal();
+  bindDescribed(number, parent_->columns_[static_cast<size_t>(index)], type, size, digits);
 }
 
-int LevelQuery::bindDescribed(SQLUSMALLINT number, ResultColumn& column, SQLSMALLINT type,
-                              SQLUINTEGER size, SQLSMALLINT digits) {
-  QrkStruct* const ctx = call_.report.ctx;
+void LevelQuery::bindDescribed(SQLUSMALLINT number, ResultColumn& column, SQLSMALLINT type,
+                               SQLUINTEGER size, SQLSMALLINT digits) {
+  QrkStruct* const ctx = call_.ctx;
   const bool isGraphic = isGraphicType(type);
   SQLSMALLINT cType = SQL_C_CHAR;
   if (!isGraphic) {
@@ -150,15 +132,15 @@ int LevelQuery::bindDescribed(SQLUSMALLINT number, ResultColumn& column, SQLSMAL
   if (SQLBindParameter(statement_.handle(), number, SQL_PARAM_INPUT, cType, column.type, size,
                        digits, column.data.get(), column.capacity,
                        &parameters_.back().indicator) < 0) {
-    return failParameter("SQLBindParameter", number, column.name, __LINE__);
+    traceParameter("SQLBindParameter", number, column.name);
+    throw statement_.internalFailure();
   }
   QRK_TRACE(ctx, "CLI bind parm succeeded.  j=%d name=%s data='%s' type=%hd size=%u", number,
             column.name.c_str(), column.data ? column.data.get() : "", column.type, size);
-  return 0;
 }
 
-int LevelQuery::run() {
-  QrkStruct* const ctx = call_.report.ctx;
+void LevelQuery::run() {
+  QrkStruct* const ctx = call_.ctx;
   for (Parameter& parameter : parameters_) {
     const ResultColumn& column = *parameter.column;
     parameter.indicator =
@@ -172,39 +154,26 @@ int LevelQuery::run() {
   hasLastKey_ = false;
   keyBeforeLast_.reset();
   if (const SQLRETURN rc = statement_.execute(); rc < 0) {
-    SQLHANDLE handle = statement_.handle();
-    const int code = qrkCLIError(ctx, rc, SQL_HANDLE_STMT, &handle, "childquery failed",
-                                 kSqlMappingModule, __LINE__, call_.report.msg);
-    if (call_.report.errCode) *call_.report.errCode = code;
     QRK_TRACE(ctx, "childquery failed. rc=%d, childquery='%s'", rc, text_.c_str());
-    return -1;
+    throw cliFailure(ctx, rc, SQL_HANDLE_STMT, statement_.handle(), "childquery failed");
   }
-  return columns_.empty() ? bindColumns() : 0;
+  if (columns_.empty()) bindColumns();
 }
 
-int LevelQuery::bindColumns() {
+void LevelQuery::bindColumns() {
   SQLSMALLINT count = 0;
-  if (const SQLRETURN rc = SQLNumResultCols(statement_.handle(), &count); rc < 0) {
-    statement_.diagnose(__LINE__);
-    return rc;
-  }
+  if (SQLNumResultCols(statement_.handle(), &count) < 0) throw statement_.failure();
   columns_.resize(static_cast<size_t>(count));
-  for (size_t i = 0; i < columns_.size(); ++i) {
-    if (int rc = bindColumn(columnNumber(i), columns_[i])) return rc;
-  }
-  return 0;
+  for (size_t i = 0; i < columns_.size(); ++i) bindColumn(columnNumber(i), columns_[i]);
 }
 
-int LevelQuery::bindColumn(SQLUSMALLINT number, ResultColumn& column) {
+void LevelQuery::bindColumn(SQLUSMALLINT number, ResultColumn& column) {
   char name[kLevelSlotSize] = "";
   SQLSMALLINT length = 0;
   SQLUINTEGER size = 0;
-  if (const SQLRETURN rc =
-          SQLDescribeCol(statement_.handle(), number, reinterpret_cast<SQLCHAR*>(name), sizeof name,
-                         &length, &column.type, &size, nullptr, nullptr);
-      rc < 0) {
-    statement_.diagnose(__LINE__);
-    return rc;
+  if (SQLDescribeCol(statement_.handle(), number, reinterpret_cast<SQLCHAR*>(name), sizeof name,
+                     &length, &column.type, &size, nullptr, nullptr) < 0) {
+    throw statement_.failure();
   }
   column.name = name;
   SQLRETURN rc = 0;
@@ -214,39 +183,35 @@ int LevelQuery::bindColumn(SQLUSMALLINT number, ResultColumn& column) {
                     sizeof column.locator, &column.indicator);
   } else {
     column.capacity = textBufferSize(column.type, size);
-    column.data.reset(static_cast<char*>(std::calloc(1, static_cast<size_t>(column.capacity))));
-    if (!column.data) {
-      return failed(call_.report, Msg::QRKG002E);
-    }
+    column.data.reset(allocateZeroed<char>(static_cast<size_t>(column.capacity)));
     rc = SQLBindCol(statement_.handle(), number, SQL_C_CHAR, column.data.get(), column.capacity,
                     &column.indicator);
   }
-  QRK_TRACE(call_.report.ctx, "Allocate %d %d bytes for %s type %d.", number, column.capacity, name,
+  QRK_TRACE(call_.ctx, "Allocate %d %d bytes for %s type %d.", number, column.capacity, name,
             column.type);
-  if (rc < 0) statement_.diagnose(__LINE__);
-  return std::min<int>(rc, 0);
+  if (rc < 0) throw statement_.failure();
 }
 
-int LevelQuery::qrkFetchNextObj() {
-  QrkStruct* const ctx = call_.report.ctx;
+bool LevelQuery::qrkFetchNextObj() {
+  QrkStruct* const ctx = call_.ctx;
   QRK_TRACE(ctx, "Entered, lastKey='%s'", lastKey_.c_str());
   const ResultColumn& key = columns_[static_cast<size_t>(level_)];
   SQLRETURN rc = SQL_SUCCESS;
   do {
-    if (int status = freeLocators()) return status;
+    freeLocators();
     rc = examined(SQLFetch(statement_.handle()));
     if (rc == SQL_SUCCESS && key.isNull()) QRK_TRACE(ctx, "key is NULL");
   } while (rc == SQL_SUCCESS && !isNewKey(key));
-  if (rc != SQL_SUCCESS && rc != SQL_NO_DATA) statement_.diagnose(__LINE__);
   QRK_TRACE(ctx, "Exits, thisKey='%s' rc=%d", std::string(key.text()).c_str(), rc);
-  return rc;
+  if (rc != SQL_SUCCESS && rc != SQL_NO_DATA) throw statement_.failure();
+  return rc == SQL_SUCCESS;
 }
 
 // Null values that an aggregate left out are no failure of the row.
 SQLRETURN LevelQuery::examined(SQLRETURN rc) {
   if (rc != SQL_SUCCESS_WITH_INFO) return rc;
   const CliDiagnostic warning = firstDiagnostic(SQL_HANDLE_STMT, statement_.handle());
-  QRK_TRACE(call_.report.ctx, "clistate=%s, msgtext=%s", warning.state, warning.text);
+  QRK_TRACE(call_.ctx, "clistate=%s, msgtext=%s", warning.state, warning.text);
   const bool isHarmless = std::strcmp(warning.state, "01003") == 0;
   return isHarmless ? SQLRETURN{SQL_SUCCESS} : rc;
 }
@@ -273,7 +238,7 @@ void LevelQuery::warnOfBlanks(const ResultColumn& key) {
   const bool comesAgain = keyBeforeLast_ == text;
   keyBeforeLast_ = lastKey_;
   if (!comesAgain && children_.empty()) return;
-  QrkStruct* const ctx = call_.report.ctx;
+  QrkStruct* const ctx = call_.ctx;
   tellWarning("keys-differ-in-blanks", call_.statement,
               "the keys \"" + shownText(ctx, lastKey_) + "\" and \"" + shownText(ctx, text) +
                   "\" of column " + shownText(ctx, key.name) + " differ in trailing blanks alone" +
@@ -282,34 +247,38 @@ void LevelQuery::warnOfBlanks(const ResultColumn& key) {
                               : ": each becomes an element, and each gets what belongs to both"));
 }
 
-int LevelQuery::freeLocators() {
-  int result = 0;
+std::optional<sqlca> LevelQuery::releaseLocators() {
+  std::optional<sqlca> refusal;
   for (ResultColumn* column : largeObjects_) {
     if (column->locator == 0) continue;
-    QRK_TRACE(call_.report.ctx, "Free the Locator");
+    QRK_TRACE(call_.ctx, "Free the Locator");
     sqlca area{};
     orv::esql::freeLocator(column->locator, area);
     column->locator = 0;
     if (area.sqlcode == 0) continue;
-    QRK_TRACE(call_.report.ctx, "Error While Locator Free");
-    failDbInternal(call_.report, area, kSqlMappingModule, __LINE__);
-    result = -1;
+    QRK_TRACE(call_.ctx, "Error While Locator Free");
+    refusal = area;
   }
-  return result;
+  return refusal;
 }
 
-int LevelQuery::endRows() {
-  const int freed = freeLocators();
-  const int closed = statement_.closeCursor();
-  return freed ? freed : closed;
+void LevelQuery::freeLocators() {
+  if (const auto refusal = releaseLocators()) throw Failure::ofServerInternal(*refusal);
 }
 
-int LevelQuery::endChildRows() {
-  int result = 0;
+void LevelQuery::endRows() {
+  AllSteps().run([&] { freeLocators(); }).run([&] { statement_.closeCursor(); }).end();
+}
+
+void LevelQuery::endChildRows() {
+  AllSteps steps;
   for (const auto& [level, query] : children_) {
-    if (query->endChildRows() || query->endRows()) result = -1;
+    steps.run([&query = *query] {
+      query.endChildRows();
+      query.endRows();
+    });
   }
-  return result;
+  steps.end();
 }
 
 std::string LevelQuery::rowName() const {
@@ -317,21 +286,19 @@ std::string LevelQuery::rowName() const {
   for (size_t i = 0; i <= static_cast<size_t>(level_) && i < columns_.size(); ++i) {
     if (columns_[i].isLargeObject() || columns_[i].isNull()) continue;
     if (!name.empty()) name += ", ";
-    name += shownValue(call_.report.ctx, columns_[i].name, columns_[i].text());
+    name += shownValue(call_.ctx, columns_[i].name, columns_[i].text());
   }
   return name;
 }
 
-int LevelQuery::close() {
-  int result = 0;
+void LevelQuery::close() {
+  AllSteps steps;
   for (const auto& [level, query] : children_) {
-    if (query->close()) result = -1;
+    steps.run([&query = *query] { query.close(); });
   }
   children_.clear();
-  if (statement_.close()) result = -1;
-  if (freeLocators()) result = -1;
-  if (parent_) QRK_TRACE(call_.report.ctx, "close childhstmt at exit %d", result);
-  return result;
+  steps.run([&] { statement_.close(); }).run([&] { freeLocators(); }).end();
+  if (parent_) QRK_TRACE(call_.ctx, "close childhstmt at exit %d", 0);
 }
 
 int LevelQuery::findColumn(std::string_view name) const {

@@ -22,11 +22,11 @@
 
 namespace orvxml {
 
-// What the queries of one call share. `report` lives as long as they do.
+// What the queries of one call share.
 struct SqlCall {
-  Report report;
+  QrkStruct* ctx;
   SQLHDBC hdbc;
-  const level_map* levelMap;
+  const level_map& levelMap;
   const xercesc::DOMNode* statement = nullptr;  // in the mapping, for messages
 };
 
@@ -52,23 +52,22 @@ class LevelQuery {
   LevelQuery(const LevelQuery&) = delete;
   LevelQuery& operator=(const LevelQuery&) = delete;
 
-  int open();  // the top query. 0, or a status with the message stored
+  void open();  // the top query
 
-  // The child query of a deeper level, made at its first use; null with the message stored.
-  LevelQuery* child(int level);
-  // Runs a child query for the current row of its parent. 0 or -1.
-  int run();
-  // Goes to the next row whose key differs from the last one: 0, SQL_NO_DATA, or another CLI status
-  // with the diagnostics stored.
-  int qrkFetchNextObj();
-  // Ends the rows of a child query. 0 or -1.
-  int endRows();
-  // Ends the rows of all child queries, whether they are at their end or not. 0 or -1.
-  int endChildRows();
+  // The child query of a deeper level, made at its first use.
+  LevelQuery& child(int level);
+  // Runs a child query for the current row of its parent.
+  void run();
+  // Goes to the next row whose key differs from the last one; false at the end.
+  bool qrkFetchNextObj();
+  // Ends the rows of a child query.
+  void endRows();
+  // Ends the rows of all child queries, whether they are at their end or not.
+  void endChildRows();
   // The current row by its keys, in UTF-8: "C = 1, D = 2".
   std::string rowName() const;
-  // Releases everything, children first. 0, or -1 with the diagnostics.
-  int close();
+  // Releases everything, children first.
+  void close();
 
   int level() const { return level_; }
   // The column of this name (exact match), or -1.
@@ -84,18 +83,20 @@ class LevelQuery {
     SQLINTEGER indicator;
   };
 
-  int prepareChild();
-  int bindParameters();
-  int bindParameter(SQLUSMALLINT number);
-  int bindDescribed(SQLUSMALLINT number, ResultColumn& column, SQLSMALLINT type, SQLUINTEGER size,
-                    SQLSMALLINT digits);
-  int failParameter(const char* call, SQLUSMALLINT number, const std::string& name, int line);
-  int bindColumns();
-  int bindColumn(SQLUSMALLINT number, ResultColumn& column);
+  void prepareChild();
+  void bindParameters();
+  void bindParameter(SQLUSMALLINT number);
+  void bindDescribed(SQLUSMALLINT number, ResultColumn& column, SQLSMALLINT type, SQLUINTEGER size,
+                     SQLSMALLINT digits);
+  void traceParameter(const char* call, SQLUSMALLINT number, const std::string& name) const;
+  void bindColumns();
+  void bindColumn(SQLUSMALLINT number, ResultColumn& column);
   SQLRETURN examined(SQLRETURN rc);
   bool isNewKey(const ResultColumn& key);
   void warnOfBlanks(const ResultColumn& key);
-  int freeLocators();
+  // The last refusal of the server, if there was one.
+  std::optional<sqlca> releaseLocators();
+  void freeLocators();
 
   const SqlCall& call_;
   LevelQuery* parent_;

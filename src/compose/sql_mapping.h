@@ -17,13 +17,13 @@ class SqlComposition {
   SqlComposition(const SqlCall& call, const DOM_Element& dadRoot, const char* baseQuery)
       : call_(call), top_(call_, nullptr, 0, baseQuery), document_(call_, dadRoot, top_) {}
 
-  // Builds, runs and binds the top query. 0, or the status of the failure.
-  int open() { return top_.open(); }
-  // Goes to the next object: 0, SQL_NO_DATA at the end, or the status of the failure.
-  int nextObject();
-  // Appends the document of the current object, which may have `sizeLimit` bytes. 0, kKeyIsNull
-  // when the object has none because its root is left out, or the status of the failure.
-  int writeDocument(QrkOutbuf* document, uint32_t sizeLimit) {
+  // Builds, runs and binds the top query.
+  void open() { top_.open(); }
+  // Goes to the next object; false at the end.
+  bool nextObject();
+  // Appends the document of the current object, which may have `sizeLimit` bytes; false when the
+  // object has none because its root is left out.
+  bool writeDocument(QrkOutbuf* document, uint32_t sizeLimit) {
     return document_.qrkGenXMLDoc(document, sizeLimit);
   }
   // Whether the current object has no document because its root is left out; known once a document
@@ -31,12 +31,12 @@ class SqlComposition {
   bool isLeftOut() const { return document_.isLeftOut(); }
   // What documents begin with, once there is one.
   std::string_view header() const { return document_.header(); }
-  // Gives up the document of the current object. 0, or -1 with the diagnostics.
-  int abandonDocument() { return top_.endChildRows(); }
+  // Gives up the document of the current object.
+  void abandonDocument() { top_.endChildRows(); }
   // The current object in messages, in UTF-8.
   std::string objectName() const { return top_.rowName(); }
-  // Closes the top query and frees everything. 0, or -1 with the diagnostics in `msg`.
-  int close() { return top_.close(); }
+  // Closes the top query and frees everything.
+  void close() { top_.close(); }
 
  private:
   const SqlCall call_;

@@ -2,7 +2,7 @@
 
 #include "orvxml/trace.h"
 #include "src/compose/composition.h"
-#include "src/compose/modules.h"
+#include "src/outcome/failure.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
@@ -20,57 +20,52 @@ void appendNames(std::string& text, const std::vector<std::string>& names) {
 
 // In the restriction a name stands unquoted: it must be one that the server reads as itself, else
 // it would mean a number or another column.
-int checkUndelimitedName(const Report& report, const std::string& name) {
+void checkUndelimitedName(QrkStruct* ctx, const std::string& name) {
   char read[kColumnSize];
-  if (qrkParseCol(report.ctx, name.c_str(), read, sizeof read) == 0 && name == read) return 0;
-  return failed(report, Msg::QRKQ033E, name);
+  if (qrkParseCol(ctx, name.c_str(), read, sizeof read) != 0 || name != read) {
+    throw Failure(Msg::QRKQ033E, name);
+  }
 }
 
-int checkLength(const Report& report, const std::string& text) {
-  if (text.size() < kStatementLimit) return 0;
-  return failed(report, Msg::QRKQ038E, kStatementTooLong);
+std::string ofPermittedLength(std::string text) {
+  if (text.size() >= kStatementLimit) throw Failure(Msg::QRKQ038E, kStatementTooLong);
+  return text;
+}
+
+std::string orderedBy(const std::string& key) {
+  return kDerivedTable + ("ORDER BY " + delimitedName(key));
 }
 
 }  // namespace
 
-int readLevel(const Report& report, const level_map* levelMap, int level,
-              std::vector<std::string>& columns) {
-  const char* list = nullptr;
-  const int rc = qrkLmGetColumns(report.ctx, levelMap, level, &list);
-  columns.clear();
+std::vector<std::string> readLevel(QrkStruct* ctx, const level_map& levelMap, int level) {
+  const char* list = qrkLmGetColumns(levelMap, level);
+  std::vector<std::string> columns;
   for (; list && !isEndOfColumns(list); list += kLevelSlotSize) columns.emplace_back(list);
-  if (!columns.empty()) return 0;
-  QRK_TRACE(report.ctx, "qrkLmGetColumns returned error for Level %d.", level);
-  failInternal(report, kSqlMappingModule, __LINE__);
-  if (rc && report.errCode) *report.errCode = rc;
-  return -1;
+  if (!columns.empty()) return columns;
+  QRK_TRACE(ctx, "qrkLmGetColumns returned error for Level %d.", level);
+  throw Failure::internal();
 }
 
-int topQuery(const Report& report, const std::vector<std::string>& columns, const std::string& base,
-             std::string& text) {
-  text = "SELECT ";
+std::string topQuery(const std::vector<std::string>& columns, const std::string& base) {
+  std::string text = "SELECT ";
   appendNames(text, columns);
-  text += " FROM (" + base + kDerivedTable + "ORDER BY " + delimitedName(columns.front());
-  return checkLength(report, text);
+  return ofPermittedLength(text + " FROM (" + base + orderedBy(columns.front()));
 }
 
-int innerQuery(const Report& report, const std::string& base, const std::string& parentKey,
-               std::string& text) {
-  if (int rc = checkUndelimitedName(report, parentKey)) return rc;
+std::string innerQuery(QrkStruct* ctx, const std::string& base, const std::string& parentKey) {
+  checkUndelimitedName(ctx, parentKey);
   const std::string restriction = parentKey + "=?";
-  QRK_TRACE(report.ctx, "childwhereclause = '%s'", restriction.c_str());
-  text = "SELECT * FROM (" + base + kDerivedTable + "WHERE " + restriction;
-  return checkLength(report, text);
+  QRK_TRACE(ctx, "childwhereclause = '%s'", restriction.c_str());
+  return ofPermittedLength("SELECT * FROM (" + base + kDerivedTable + "WHERE " + restriction);
 }
 
-int childQuery(const Report& report, const std::vector<std::string>& keysAbove,
-               const std::vector<std::string>& columns, const std::string& inner,
-               std::string& text) {
-  text = "SELECT ";
+std::string childQuery(const std::vector<std::string>& keysAbove,
+                       const std::vector<std::string>& columns, const std::string& inner) {
+  std::string text = "SELECT ";
   appendNames(text, keysAbove);
   appendNames(text, columns);
-  text += " FROM (" + inner + kDerivedTable + "ORDER BY " + delimitedName(columns.front());
-  return checkLength(report, text);
+  return ofPermittedLength(text + " FROM (" + inner + orderedBy(columns.front()));
 }
 
 }  // namespace orvxml

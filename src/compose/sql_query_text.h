@@ -6,8 +6,7 @@
 //
 // The inner query is the base query of the levels below it, so that a row is restricted by the keys
 // of every level above. Key: the first column of a level. A restriction needs a key that can be
-// written without quotation marks (QRKQ033E), and no text exceeds kStatementLimit (QRKQ038E): then
-// the result is -1, else 0.
+// written without quotation marks (QRKQ033E), and no text exceeds kStatementLimit (QRKQ038E).
 #pragma once
 
 #include <string>
@@ -17,18 +16,13 @@
 
 namespace orvxml {
 
-// The columns of a level. 0, or -1 with QRKG001E for a level that the map does not have or that has
-// no column.
-int readLevel(const Report& report, const level_map* levelMap, int level,
-              std::vector<std::string>& columns);
+// The columns of a level; QRKG001E for a level that the map does not have or that has no column.
+std::vector<std::string> readLevel(QrkStruct* ctx, const level_map& levelMap, int level);
 
-int topQuery(const Report& report, const std::vector<std::string>& columns, const std::string& base,
-             std::string& text);
-int innerQuery(const Report& report, const std::string& base, const std::string& parentKey,
-               std::string& text);
+std::string topQuery(const std::vector<std::string>& columns, const std::string& base);
+std::string innerQuery(QrkStruct* ctx, const std::string& base, const std::string& parentKey);
 // `keysAbove`: the keys of the levels above, from the top.
-int childQuery(const Report& report, const std::vector<std::string>& keysAbove,
-               const std::vector<std::string>& columns, const std::string& inner,
-               std::string& text);
+std::string childQuery(const std::vector<std::string>& keysAbove,
+                       const std::vector<std::string>& columns, const std::string& inner);
 
 }  // namespace orvxml

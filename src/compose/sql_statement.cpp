@@ -1,6 +1,7 @@
 #include "src/compose/sql_statement.h"
 
 #include "orvxml/trace.h"
+#include "src/outcome/all_steps.h"
 #include "src/server_access/cli_diagnostics.h"
 
 namespace orvxml {
@@ -17,14 +18,13 @@ CliStatement::~CliStatement() {
   if (handle_ != SQL_NULL_HANDLE) SQLFreeHandle(SQL_HANDLE_STMT, handle_);
 }
 
-int CliStatement::allocate(SQLHDBC hdbc) {
+void CliStatement::allocate(SQLHDBC hdbc) {
   const SQLRETURN rc = SQLAllocHandle(SQL_HANDLE_STMT, hdbc, &handle_);
-  if (rc >= 0) return 0;
+  if (rc >= 0) return;
   handle_ = SQL_NULL_HANDLE;
   const CliDiagnostic diagnostic = firstDiagnostic(SQL_HANDLE_DBC, hdbc);
-  QRK_TRACE(report_.ctx, "cannot allocate db handle rc = %d, sqlstate = %s", rc, diagnostic.state);
-  failInServerWords(report_, diagnostic, module_, __LINE__);
-  return rc;
+  QRK_TRACE(ctx_, "cannot allocate db handle rc = %d, sqlstate = %s", rc, diagnostic.state);
+  throw failureInServerWords(diagnostic);
 }
 
 SQLRETURN CliStatement::prepare(const std::string& text) {
@@ -48,41 +48,28 @@ std::string CliStatement::diagnostic() const {
   return firstDiagnostic(SQL_HANDLE_STMT, handle_).text;
 }
 
-void CliStatement::diagnose(int line) const {
-  failInServerWords(report_, firstDiagnostic(SQL_HANDLE_STMT, handle_), module_, line);
+Failure CliStatement::failure(std::source_location where) const {
+  return failureInServerWords(firstDiagnostic(SQL_HANDLE_STMT, handle_), where);
 }
 
-int CliStatement::failWith(Msg message) const {
-  const std::string words = diagnostic();
-  fail(report_, message);
-  if (report_.msg) appendToMessage(report_, words);
-  return -1;
+Failure CliStatement::internalFailure(std::source_location where) const {
+  return Failure::internal(nullptr, where).with(diagnostic());
 }
 
-int CliStatement::failInternally(int line) const {
-  const std::string words = diagnostic();
-  failInternal(report_, module_, line);
-  if (report_.msg) appendToMessage(report_, words);
-  return -1;
-}
-
-int CliStatement::closeCursor() {
-  if (!hasCursor_) return 0;
+void CliStatement::closeCursor() {
+  if (!hasCursor_) return;
   hasCursor_ = false;
-  if (SQLCloseCursor(handle_) >= 0) return 0;
-  diagnose(__LINE__);
-  return -1;
+  if (SQLCloseCursor(handle_) < 0) throw failure();
 }
 
-int CliStatement::close() {
-  if (handle_ == SQL_NULL_HANDLE) return 0;
-  int result = closeCursor();
-  if (SQLFreeHandle(SQL_HANDLE_STMT, handle_) < 0) {
-    diagnose(__LINE__);
-    result = -1;
-  }
+void CliStatement::close() {
+  if (handle_ == SQL_NULL_HANDLE) return;
+  AllSteps steps;
+  steps.run([&] { closeCursor(); }).run([&] {
+    if (SQLFreeHandle(SQL_HANDLE_STMT, handle_) < 0) throw failure();
+  });
   handle_ = SQL_NULL_HANDLE;
-  return result;
+  steps.end();
 }
 
 }  // namespace orvxml

@@ -1,22 +1,22 @@
-// A statement of the call-level interface as SQL mapping uses it: it frees itself, and its failures
+// A statement of the call-level interface as composition uses it: it frees itself, and its failures
 // are told in the server's words.
 #pragma once
 
+#include <source_location>
 #include <string>
 
-#include "orvxml/context.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
 class CliStatement {
  public:
-  CliStatement(const Report& report, const char* module) : report_(report), module_(module) {}
+  explicit CliStatement(QrkStruct* ctx) : ctx_(ctx) {}
   ~CliStatement();
   CliStatement(const CliStatement&) = delete;
   CliStatement& operator=(const CliStatement&) = delete;
 
-  // 0, or the CLI status with the server's diagnostics as the message.
-  int allocate(SQLHDBC hdbc);
+  void allocate(SQLHDBC hdbc);
   SQLHSTMT handle() const { return handle_; }
   SQLRETURN prepare(const std::string& text);
   // Both note that there is a cursor to close.
@@ -25,23 +25,18 @@ class CliStatement {
 
   // The text of the first diagnostic record of the last call; empty when there is none.
   std::string diagnostic() const;
-  // Makes the diagnostics of the last call the message, with the code of a failed CLI call.
-  void diagnose(int line) const;
-  // Report `message`, or an internal error, with the diagnostics of the last call behind it. Return
-  // -1.
-  int failWith(Msg message) const;
-  int failInternally(int line) const;
+  // Of the last call: failureInServerWords, or an internal error with these words behind it.
+  Failure failure(std::source_location where = std::source_location::current()) const;
+  Failure internalFailure(std::source_location where = std::source_location::current()) const;
 
-  // 0, or -1 with the diagnostics.
-  int closeCursor();
-  // Closes the cursor and frees the handle. 0, or -1 with the diagnostics.
-  int close();
+  void closeCursor();
+  // Closes the cursor and frees the handle.
+  void close();
 
  private:
   SQLRETURN opened(SQLRETURN rc);
 
-  const Report& report_;
-  const char* module_;
+  QrkStruct* const ctx_;
   SQLHSTMT handle_ = SQL_NULL_HANDLE;
   bool hasCursor_ = false;
 };

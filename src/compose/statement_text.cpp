@@ -4,6 +4,7 @@
 #include "orvxml/trace.h"
 #include "src/compose/composition.h"
 #include "src/dad/dad_walk.h"
+#include "src/outcome/failure.h"
 #include "src/text/sql_scanner.h"
 
 namespace orvxml {
@@ -12,14 +13,20 @@ namespace {
 constexpr std::string_view kOrderBy = " ORDER BY ";
 constexpr std::string_view kSmallOrderBy = " order by ";
 
+Failure tooLong() {
+  return Failure(Msg::QRKQ038E, kStatementTooLong);
+}
+
 // Normalised, in the database code page; not empty and shorter than the limit.
-int normalised(const Report& report, std::u16string text, std::string& out) {
-  if (text.size() >= kStatementLimit) return failed(report, Msg::QRKQ038E, kStatementTooLong);
-  if (qrkCleanQueryUcs(report.ctx, text.data(), report) != 0) return -1;
-  if (!toDatabase(report.ctx, text.c_str(), out) || out.empty()) {
-    return failed(report, Msg::QRKQ001E);
+std::string normalised(QrkStruct* ctx, std::u16string text) {
+  if (text.size() >= kStatementLimit) throw tooLong();
+  qrkCleanQueryUcs(text.data());
+  std::string statement;
+  if (!toDatabase(ctx, text.c_str(), statement) || statement.empty()) {
+    throw Failure(Msg::QRKQ001E);
   }
-  return out.size() < kStatementLimit ? 0 : failed(report, Msg::QRKQ038E, kStatementTooLong);
+  if (statement.size() >= kStatementLimit) throw tooLong();
+  return statement;
 }
 
 // The last clause counts: those in front of it belong to subselects.
@@ -30,24 +37,21 @@ size_t findOrderBy(std::string_view statement) {
 
 }  // namespace
 
-int readStatement(QrkStruct* ctx, const DOM_Element& sqlStmt, int overrideType,
-                  const char* override, StatementText& out, int* errCode, char* msg) {
-  const Report report{ctx, msg, errCode};
+StatementText readStatement(QrkStruct* ctx, const DOM_Element& sqlStmt, int overrideType,
+                            const char* override) {
   std::u16string text;
   if (overrideType == NO_OVERRIDE) {
     text = dadtree::childText(sqlStmt.node());
   } else {
     QRK_TRACE(ctx, "SQL_OVERRIDE='%s'", override ? override : "");
-    if (!toUtf16(ctx, override ? override : "", text)) return failed(report, Msg::QRKQ001E);
+    if (!toUtf16(ctx, override ? override : "", text)) throw Failure(Msg::QRKQ001E);
   }
-  std::string statement;
-  if (int rc = normalised(report, std::move(text), statement)) return rc;
+  std::string statement = normalised(ctx, std::move(text));
   const size_t clause = findOrderBy(statement);
-  if (clause == statement.npos) return failed(report, Msg::QRKQ018E);
-  out.orderList = statement.substr(clause + kOrderBy.size() - 1);
+  if (clause == statement.npos) throw Failure(Msg::QRKQ018E);
+  std::string orderList = statement.substr(clause + kOrderBy.size() - 1);
   statement.resize(clause);
-  out.baseQuery = std::move(statement);
-  return 0;
+  return {std::move(statement), std::move(orderList)};
 }
 
 }  // namespace orvxml

@@ -13,9 +13,9 @@ struct StatementText {
   std::string orderList;  // behind the words ORDER BY
 };
 
-// The statement of the DAD's SQL_stmt element or, with any override type but 0, the override. 0, or
-// -1: QRKQ001E when there is none, QRKQ018E without ORDER BY, QRKQ038E when it is too long.
-int readStatement(QrkStruct* ctx, const DOM_Element& sqlStmt, int overrideType,
-                  const char* override, StatementText& out, int* errCode, char* msg);
+// The statement of the DAD's SQL_stmt element or, with any override type but 0, the override.
+// QRKQ001E when there is none, QRKQ018E without ORDER BY, QRKQ038E when it is too long.
+StatementText readStatement(QrkStruct* ctx, const DOM_Element& sqlStmt, int overrideType,
+                            const char* override);
 
 }  // namespace orvxml

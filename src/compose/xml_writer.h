@@ -26,12 +26,14 @@ int writeXMLStartTag(QrkStruct* ctx, char* out, int outSize, int indent, const D
                      int lineFeed);
 int writeXMLEndTag(QrkStruct* ctx, char* out, int outSize, int indent, const DOMString& name,
                    int lineFeed, int closeStart);
-// The document's first lines from prolog, doctype and stylesheet of the DAD; `header` holds
-// kHeaderSize bytes. 0, or -1 with QRKQ000E or QRKG017E.
-int qrkGenDocHeader(QrkStruct* ctx, const DOM_Element& dad, char* header, int* errCode, char* msg);
-// The subtree as text. qrkDOMtoXML: a heap string, freed with free(); -14 for a null element.
-// qrkDOMtoXML1 appends to `out`; a start tag of kTagSize characters or more gives -58.
-int qrkDOMtoXML(QrkStruct* ctx, const DOM_Element& element, char** xml, char* msg);
+// The document's first lines from prolog, doctype and stylesheet of the DAD, shorter than
+// kHeaderSize. QRKQ000E, QRKG017E.
+std::string qrkGenDocHeader(QrkStruct* ctx, const DOM_Element& dad);
+// The subtree as text. A null element has the code of QRKA019E and no message, a start tag of
+// kTagSize characters or more that of QRKG002E.
+std::string qrkDOMtoXML(QrkStruct* ctx, const DOM_Element& element);
+
+// ---- Of the interface; nothing here calls them. Appends the subtree to `out`. 0 or the code.
 int qrkDOMtoXML1(QrkStruct* ctx, DOM_Element* element, QrkOutbuf* out, char* msg);
 // Escaping. `*dst` and `*buf` are heap buffers of `capacity` (bytes, characters) that may be moved.
 int qrkEntityReplace(QrkStruct* ctx, char** dst, const char16_t* src, int capacity, int* errCode,

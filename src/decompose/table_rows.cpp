@@ -10,6 +10,7 @@
 #include "src/compose/xml_writer.h"
 #include "src/dad/dad_walk.h"
 #include "src/decompose/element_text.h"
+#include "src/outcome/edge.h"
 
 namespace orvxml {
 
@@ -18,7 +19,6 @@ namespace {
 constexpr char kModule[] = "qrkrdbi";
 constexpr size_t kMaxTagName = 64;  // characters of an element that holds a mapped attribute
 constexpr int kNoTagName = -1;
-constexpr int kNoText = -1;
 
 // The parser lays a document out in document order: between two neighbouring elements of a
 // container mostly stands what is below the first. Asking for it early hides the time that memory
@@ -127,12 +127,13 @@ int TableRows::takeText(const DadPlan& plan, const DadStep& step, const Place& p
 
 int TableRows::takeElement(const DadPlan& plan, const Place& place) {
   if (plan.wholeElementColumn < 0) return unknownItem(plan.name, plan, place);
-  char* xml = nullptr;
-  int code = qrkDOMtoXML(walk_.ctx, DOM_Element(walk_.owner, place.element()), &xml, walk_.msg);
-  const std::unique_ptr<char, FreeMemory> owner(xml);
+  std::string xml;
+  int code = atEdge({walk_.ctx, walk_.msg}, [&] {
+    xml = qrkDOMtoXML(walk_.ctx, DOM_Element(walk_.owner, place.element()));
+  });
   if (code < 0 && walk_.watch)
     walk_.watch->failedWhole(tableIndex_, plan.wholeElementColumn, code, place.element());
-  if (code >= 0) code = xml ? store(plan.wholeElementColumn, rows_.copy(xml), place) : kNoText;
+  if (code >= 0) code = store(plan.wholeElementColumn, rows_.copy(xml), place);
   QRK_TRACE(walk_.ctx, "call get_coldata(QRK_ELEMENT) returns %ld.", static_cast<long>(code));
   return code;
 }

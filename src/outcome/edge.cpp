@@ -73,13 +73,17 @@ void tell(const Failure& failure) {
 
 }  // namespace
 
-int reportFailure(const Report& report, const Failure& failure) {
+void writeFailure(const Report& report, const Failure& failure) {
   if (report.msg) writeMessage(report, failure);
   if (report.errCode) *report.errCode = failure.code();
   if (report.sqlState && !failure.sqlState().empty()) {
     failure.sqlState().copy(report.sqlState, kSqlStateSize - 1);
     report.sqlState[kSqlStateSize - 1] = 0;
   }
+}
+
+int reportFailure(const Report& report, const Failure& failure) {
+  writeFailure(report, failure);
   tell(failure);
   return failure.code();
 }

@@ -44,6 +44,10 @@ Failure Failure::internal(const char* module, std::source_location where) {
   return Failure(Msg::QRKG001E, buildStamp(), module ? module : moduleOf(where), where.line());
 }
 
+Failure Failure::ofLimit(std::string_view limit, std::source_location where) {
+  return Failure(Msg::QRKG017E, limit, buildStamp(), moduleOf(where), where.line());
+}
+
 Failure Failure::said(int code, std::string text) {
   Failure failure;
   failure.code_ = code;

@@ -41,6 +41,9 @@ class Failure {
   // place of the file's name where the interface gives one.
   static Failure internal(const char* module = nullptr,
                           std::source_location where = std::source_location::current());
+  // A limit of the library was met (QRKG017E): its name, or what exceeded it.
+  static Failure ofLimit(std::string_view limit,
+                         std::source_location where = std::source_location::current());
   // A statement of the server failed: its own text stands in front of the message.
   template <class... Args>
   static Failure ofServer(const sqlca& area, Msg message, const Args&... arguments) {

@@ -30,8 +30,8 @@ Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, const CliDiagnostic& said, cons
 }  // namespace
 
 Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle,
-                   const char* what, std::source_location where) {
-  return cliFailure(ctx, rc, firstDiagnostic(type, handle), what, moduleOf(where),
+                   const char* what, const char* module, std::source_location where) {
+  return cliFailure(ctx, rc, firstDiagnostic(type, handle), what, module ? module : moduleOf(where),
                     static_cast<int>(where.line()));
 }
 

@@ -15,9 +15,11 @@ struct CliDiagnostic {
 };
 CliDiagnostic firstDiagnostic(SQLSMALLINT type, SQLHANDLE handle);
 
-// A failed call of the call-level interface (QRKG006E): `what` names the step.
+// A failed call of the call-level interface (QRKG006E): `what` names the step, `module` stands in
+// the place of the file's name where the interface gives one.
 Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle,
-                   const char* what, std::source_location where = std::source_location::current());
+                   const char* what, const char* module = nullptr,
+                   std::source_location where = std::source_location::current());
 
 // The same with the server's words as the whole message; without any it is an internal error.
 Failure failureInServerWords(const CliDiagnostic& diagnostic,

@@ -103,7 +103,7 @@ Failure setUpFailure(QrkStruct* ctx, SQLRETURN rc, SQLSMALLINT type, SQLHANDLE h
                      const char* what, const char* traced,
                      std::source_location where = std::source_location::current()) {
   QRK_TRACE(ctx, "%s rc = %d, sqlstate = %s", traced, rc, firstDiagnostic(type, handle).state);
-  return cliFailure(ctx, rc, type, handle, what, where);
+  return cliFailure(ctx, rc, type, handle, what, nullptr, where);
 }
 
 }  // namespace

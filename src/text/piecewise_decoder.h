@@ -14,21 +14,20 @@ class PiecewiseDecoder {
  public:
   explicit PiecewiseDecoder(const QrkStruct* ctx);
 
-  // Hands the text of `piece` to `use(std::u16string_view)`, which returns 0 to go on; surrogate
-  // pairs stay together. `isLast` tells that no more pieces come, so that a character cut short is
-  // an error. 0, the result of `use`, or kNotText with the reason in errorName().
+  // Hands the text of `piece` to `use(std::u16string_view)`; surrogate pairs stay together.
+  // `isLast` tells that no more pieces come, so that a character cut short is an error. False: it
+  // is no text, with the reason in errorName().
   template <class Use>
-  int decode(std::string_view piece, bool isLast, Use&& use) {
+  bool decode(std::string_view piece, bool isLast, Use&& use) {
     const char* at = piece.data();
     const char* const end = at + piece.size();
     do {
-      if (!next(&at, end, isLast)) return kNotText;
-      if (int rc = use(std::u16string_view(units_))) return rc;
+      if (!next(&at, end, isLast)) return false;
+      use(std::u16string_view(units_));
     } while (status_ == U_BUFFER_OVERFLOW_ERROR);
-    return 0;
+    return true;
   }
 
-  static constexpr int kNotText = -2;
   const char* errorName() const { return u_errorName(status_); }
 
  private:

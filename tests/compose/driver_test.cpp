@@ -2,6 +2,7 @@
 #include <fnmatch.h>
 
 #include "src/compose/composition.h"
+#include "src/outcome/edge.h"
 #include "tests/support/decompose_calls.h"
 
 namespace orvxml::test {
@@ -39,12 +40,12 @@ struct Arguments {
   const char* table = nullptr;  // without one: CLOB mode
   std::string schema = "";
   std::string tabname = "R";
-  const char* column = nullptr;
-  const char* validColumn = nullptr;
+  std::string column = "";
+  std::string validColumn = "";
   int overrideType = 0;
   const char* override = nullptr;
   int maxRows = 0;
-  int addValidColumn = 1;
+  bool addsValidColumn = true;
   int capacity = 1000;
   QrkLocation location = QRK_LOC_MEMORY;
 };
@@ -69,21 +70,30 @@ class DriverTest : public testing::Test {
   }
 
   void compose(const Arguments& a) {
-    count_ = valid_ = 99;
-    code_ = 99;
-    std::string schema = a.schema, tabname = a.tabname;
     std::vector<char> area(static_cast<size_t>(a.capacity), '#');
-    int32_t length = a.capacity;
-    const bool toClob = a.table == nullptr;
-    const int rc =
-        qrkComposeXML(call_, a.dad.c_str(), a.location, a.table, schema.data(), tabname.data(),
-                      a.column, a.validColumn, a.overrideType, a.override, a.maxRows, &count_,
-                      toClob ? area.data() : nullptr, toClob ? &length : nullptr,
-                      toClob ? &valid_ : nullptr, &code_, call_.msg, a.addValidColumn);
-    EXPECT_EQ(rc != 0, code_ < 0) << rc << ' ' << code_;
-    EXPECT_EQ(count_ == 99, code_ < 0);
-    clob_ = toClob ? std::string(area.data(), static_cast<size_t>(length)) : "";
-    schema_ = schema;
+    CompositionRequest request{.dad = a.dad.c_str(),
+                               .dadLoctype = a.location,
+                               .overrideType = a.overrideType,
+                               .override = a.override,
+                               .maxRows = a.maxRows};
+    if (a.table) {
+      request.table = {a.table, a.schema, a.tabname, a.column, a.validColumn, a.addsValidColumn};
+    } else {
+      request.clob = area.data();
+      request.clobCapacity = a.capacity;
+    }
+    Composed composed;
+    *call_.msg = '\0';
+    code_ = atEdge(Report{call_, call_.msg}, [&] {
+      composed = qrkComposeXML(call_, request);
+      return report(Report{call_, call_.msg}, composed.outcome);
+    });
+    count_ = composed.documents;
+    valid_ = composed.valid;
+    clob_ = std::string(area.data(), static_cast<size_t>(composed.clobLength));
+    if (code_ < 0 && !a.table) {
+      EXPECT_EQ(area.front(), '\0');
+    }
   }
 
   void expectOutcome(int code, const std::string& message) {
@@ -100,7 +110,7 @@ class DriverTest : public testing::Test {
   DecomposeDatabase db_;
   CallContext call_;
   int32_t count_ = 0, valid_ = 0, code_ = 0;
-  std::string clob_, schema_;
+  std::string clob_;
 };
 
 TEST_F(DriverTest, SettingsOfTheMapping) {
@@ -171,15 +181,15 @@ TEST_F(DriverTest, ResultTables) {
   };
   const char kFailed[] = "*QRKM001W  A ORV error occurred.\n*";
   const Case cases[] = {
-      {"its first column", "r", "", "R", nullptr, 0, kDone},
-      {"a delimited name", "\"r\"", "", "r", nullptr, 0, kDone},
+      {"its first column", "r", "", "R", "", 0, kDone},
+      {"a delimited name", "\"r\"", "", "r", "", 0, kDone},
       {"a schema in small letters", "their.r", "their", "R", "doc", 0, kDone},
       {"an alias", "other", "", "OTHER", "DOC", 0, kDone},
-      {"the first column behind an alias", "other", "", "OTHER", nullptr, 0, kDone},
+      {"the first column behind an alias", "other", "", "OTHER", "", 0, kDone},
       {"a temporary table", "session.t", "Session", "T", "a d", 0, kDone},
-      {"its first column", "session.t", "session", "T", nullptr, 0, kDone},
-      {"no such table", "their.s", "THEIR", "S", nullptr, -11, "*QRKA016E  The input table S *"},
-      {"nor this one", "session.s", "SESSION", "S", nullptr, -11, "QRKA016E  The input table S *"},
+      {"its first column", "session.t", "session", "T", "", 0, kDone},
+      {"no such table", "their.s", "THEIR", "S", "", -11, "*QRKA016E  The input table S *"},
+      {"nor this one", "session.s", "SESSION", "S", "", -11, "QRKA016E  The input table S *"},
       {"a small column", "small", "", "SMALL", "DOC", -77, "QRKQ017E  * result table small is *"},
       {"no such column", "R", "", "R", "X", -57, kFailed},
   };
@@ -193,7 +203,6 @@ TEST_F(DriverTest, ResultTables) {
       } else {
         expectOutcome(c.code, c.message);
       }
-      EXPECT_TRUE(std::none_of(schema_.begin(), schema_.end(), islower)) << schema_;
       if (c.code != 0) continue;
       EXPECT_EQ(count_, 3);
       const Rows rows = results(c.table);
@@ -204,7 +213,7 @@ TEST_F(DriverTest, ResultTables) {
   }
   // The current schema counts, whatever the user's name is.
   db_.run("SET CURRENT SCHEMA THEIR");
-  compose({byQuery("SELECT id, name FROM APP.o ORDER BY id"), "r", "", "R", nullptr});
+  compose({byQuery("SELECT id, name FROM APP.o ORDER BY id"), "r", "", "R"});
   expectOutcome(0, kDone);
   db_.run("SET CURRENT SCHEMA APP");
 }
@@ -215,17 +224,23 @@ TEST_F(DriverTest, ValidationColumn) {
   db_.run("DECLARE GLOBAL TEMPORARY TABLE T (DOC VARCHAR(200))");
   for (const std::string& dad : {byQuery(kStatement, settings), byTables(settings)}) {
     SCOPED_TRACE(dad);
-    compose({.dad = dad, .table = "r", .validColumn = ""});  // added, or there already
+    compose({
+        .dad = dad,
+        .table = "r",
+    });  // added, or there already
     expectOutcome(0, kDone);
     compose({.dad = dad, .table = "r", .maxRows = 1});
     expectOutcome(3, kMaximum);
     EXPECT_EQ(db_.rows("SELECT QRK_VALID FROM R"), (Rows{{"0"}, {"0"}, {"0"}, {"0"}}));
     clear();
-    compose(
-        {.dad = dad, .table = "own", .tabname = "OWN", .validColumn = "V", .addValidColumn = 0});
+    compose({.dad = dad,
+             .table = "own",
+             .tabname = "OWN",
+             .validColumn = "V",
+             .addsValidColumn = false});
     expectOutcome(0, kDone);
     EXPECT_EQ(db_.rows("SELECT V FROM OWN"), (Rows{{"0"}, {"0"}, {"0"}}));
-    compose({.dad = dad, .table = "own", .tabname = "OWN", .addValidColumn = 0});
+    compose({.dad = dad, .table = "own", .tabname = "OWN", .addsValidColumn = false});
     expectOutcome(-134, "QRKQ054E  Invalid input parameter: NULL");
     compose({.dad = dad, .table = "session.t", .schema = "SESSION", .tabname = "T"});
     expectOutcome(-8, "*QRKA013E  Attempt to alter table session.t failed.");
@@ -429,14 +444,7 @@ TEST(DriverSetUpTest, AConnectionThatFailsIsTracedAndReported) {
   call.get()->traceFile = std::fopen(folder.path("trace").c_str(), "w");
   call.get()->traceOn = 1;
   db.reset();
-  char nothing[] = "";
-  int32_t count = 99, code = 0;
-  EXPECT_EQ(
-      qrkComposeXML(call, "<DAD/>", QRK_LOC_MEMORY, "R", nothing, nothing, nullptr, nullptr,
-                    NO_OVERRIDE, nullptr, 0, &count, nullptr, nullptr, nullptr, &code, call.msg, 1),
-      -57);
-  EXPECT_EQ(code, -57);
-  EXPECT_EQ(count, 99);
+  EXPECT_EQ(atEdge(Report{call, call.msg}, [&] { qrkComposeXML(call, {.dad = "<DAD/>"}); }), -57);
   EXPECT_EQ(fnmatch("QRKG006E  Internal Error SQLSTATE=08003, RC=-1, *CLIMSG=ORV*", call.msg, 0), 0)
       << call.msg;
   const std::string trace = readFile(folder.path("trace"));

@@ -11,17 +11,16 @@ namespace orvxml::test {
 namespace {
 
 // "A,B|C": the columns of each level.
-std::string levelsOf(const level_map* map) {
+std::string levelsOf(const level_map& map) {
   std::string text;
-  const char* list = nullptr;
   for (int level = 0;; ++level) {
-    EXPECT_EQ(qrkLmGetColumns(nullptr, map, level, &list), 0);
+    const char* const list = qrkLmGetColumns(map, level);
     if (!list) return text;
     if (level > 0) text += '|';
     for (const char* slot = list; !isEndOfColumns(slot); slot += kLevelSlotSize) {
       if (slot != list) text += ',';
       text += slot;
-      EXPECT_LE(qrkLmGetLevel(nullptr, map, slot), level) << slot;
+      EXPECT_LE(qrkLmGetLevel(map, slot), level) << slot;
     }
   }
 }
@@ -68,9 +67,9 @@ TEST(LevelMapTest, LevelsBeginAtTheColumnsThatTheOrderNames) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
     CliCall call;
-    const LevelMap map(call, c.statement);
-    EXPECT_EQ(map.rc, map.map ? 0 : -1);
-    EXPECT_EQ(map.map ? levelsOf(map.map) : std::to_string(call.code) + ' ' + call.context.msg,
+    std::string levels;
+    call.report([&] { levels = levelsOf(*levelMapOf(call, MappedStatement(c.statement))); });
+    EXPECT_EQ(call.code == 0 ? levels : std::to_string(call.code) + ' ' + call.context.msg,
               c.levels);
   }
 }
@@ -79,16 +78,13 @@ TEST(LevelMapTest, AnswersWhatItDoesNotHold) {
   Database db;
   db.run("CREATE TABLE T (A INTEGER, B INTEGER)");
   CliCall call;
-  const LevelMap map(call, "SELECT a, b FROM t ORDER BY a, b");
-  EXPECT_EQ(qrkLmGetLevel(nullptr, map.map, "B"), 1);
-  EXPECT_EQ(qrkLmGetLevel(nullptr, map.map, "b"), -1);
-  EXPECT_EQ(qrkLmGetLevel(nullptr, map.map, "-1"), -1);
-  EXPECT_EQ(qrkLmGetLevel(nullptr, nullptr, "A"), -1);
-  const char* list = "untouched";
+  const LevelMap map = levelMapOf(call, MappedStatement("SELECT a, b FROM t ORDER BY a, b"));
+  EXPECT_EQ(qrkLmGetLevel(*map, "B"), 1);
+  EXPECT_EQ(qrkLmGetLevel(*map, "b"), -1);
+  EXPECT_EQ(qrkLmGetLevel(*map, "-1"), -1);
   for (const int level : {3, 99, -1}) {
-    EXPECT_EQ(qrkLmGetColumns(nullptr, map.map, level, &list), -57) << level;
+    EXPECT_EQ(call.report([&] { qrkLmGetColumns(*map, level); }), -57) << level;
   }
-  EXPECT_STREQ(list, "untouched");
 }
 
 TEST(LevelMapTest, RefusesAnOrderListBeyondTheLimit) {
@@ -97,9 +93,8 @@ TEST(LevelMapTest, RefusesAnOrderListBeyondTheLimit) {
   const std::string list = "a" + std::string(kOrderListLimit - 1, ' ');
   for (const bool fits : {true, false}) {
     CliCall call;
-    const LevelMap map(call, "SELECT a FROM t ORDER BY " + list + (fits ? "" : " "));
-    EXPECT_EQ(call.code, fits ? 0 : -124) << call.context.msg;
-    EXPECT_EQ(map.map != nullptr, fits);
+    const MappedStatement statement("SELECT a FROM t ORDER BY " + list + (fits ? "" : " "));
+    EXPECT_EQ(call.report([&] { levelMapOf(call, statement); }), fits ? 0 : -124);
   }
 }
 

@@ -12,11 +12,11 @@ using Condition = std::pair<std::u16string, std::string>;  // path and predicate
 
 class OverridesTest : public testing::Test {
  protected:
-  ~OverridesTest() override { qrkFreeOverride(&call_.ctx, &list_); }
+  ~OverridesTest() override { qrkFreeOverride(list_); }
 
   int read(int type, const char* text) {
-    qrkFreeOverride(&call_.ctx, &list_);
-    return qrkInitOverride(&call_.ctx, type, text, &list_, call_.msg);
+    qrkFreeOverride(list_);
+    return call_.report([&] { qrkInitOverride(&call_.ctx, type, text, list_); });
   }
 
   std::vector<Condition> conditions() const {
@@ -99,15 +99,13 @@ TEST_F(OverridesTest, WhatIsRefused) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    call_.msg[0] = 0;
     EXPECT_EQ(read(c.type, c.text.c_str()), c.code);
     EXPECT_EQ(fnmatch(c.message, call_.msg, 0), 0) << call_.msg;
     EXPECT_EQ(list_.count, c.count);
   }
-  qrkFreeOverride(&call_.ctx, &list_);
+  qrkFreeOverride(list_);
   EXPECT_EQ(list_.count, 0);
   EXPECT_EQ(list_.max, 0);
-  qrkFreeOverride(&call_.ctx, nullptr);
 }
 
 }  // namespace

@@ -2,7 +2,8 @@
 // the result of their validation.
 #include <fnmatch.h>
 
-#include "src/compose/composition.h"
+#include "src/compose/result_storage.h"
+#include "src/outcome/edge.h"
 #include "tests/support/decompose_calls.h"
 
 namespace orvxml::test {
@@ -11,17 +12,15 @@ namespace {
 const char kNone[] = "";
 const char kInternal[] =
     "*QRKM001W  A ORV error occurred.\nQRKG001E  An internal error occured in build *, file "
-    "qrkcomp, and line *.\n";
+    "result_storage, and line *.\n";
 constexpr size_t kLastInMemory = 16386;  // bytes, of a document that grows in small pieces
 
 class ResultStorageTest : public testing::Test {
  protected:
-  ResultStorageTest() { to_.validSource = &source_; }
-
   // Puts `text` into a document as composition does.
   QrkOutbuf* document(const std::string& text) {
     EXPECT_EQ(qrkBufAcquire(call_, &document_, kDocumentInitialSize, kDocumentMemoryLimit,
-                            QRK_LOC_MEMORY, &code_, call_.msg, 0),
+                            QRK_LOC_MEMORY, nullptr, nullptr, 0),
               0);
     for (size_t at = 0; at < text.size(); at += 100) {
       EXPECT_EQ(qrkBufAppend(call_, &document_, text.substr(at, 100).c_str()), 0);
@@ -29,16 +28,25 @@ class ResultStorageTest : public testing::Test {
     return &document_;
   }
 
+  // Delivers what is in the buffer.
+  int deliver() {
+    *call_.msg = '\0';
+    return atEdge(Report{call_, call_.msg}, [&] {
+      Delivery to(call_, request_, request_.table ? &*request_.table : nullptr, source_);
+      to.deliver(&document_, "", [] { return ""; });
+      length_ = to.clobLength();
+      EXPECT_EQ(to.valid(), -1);
+    });
+  }
+
   int deliver(const std::string& text) {
-    code_ = 0;
-    call_.msg[0] = 0;
     document(text);
     wasFile_ = document_.loctype == QRK_LOC_FILE;
-    const int rc = deliverDocument(call_, to_, &document_, "", &code_, call_.msg);
-    EXPECT_EQ(rc != 0, code_ != 0);
+    length_ = 0;
+    const int code = deliver();
     EXPECT_EQ(document_.data, nullptr);
     EXPECT_TRUE(folder_.isEmpty());
-    return code_;
+    return code;
   }
 
   void expectMessage(const char* pattern) {
@@ -50,9 +58,9 @@ class ResultStorageTest : public testing::Test {
   DecomposeDatabase db_;
   CallContext call_;
   QrkOutbuf document_{};
-  ValidationSource source_{kValidateByDtd, ""};
-  Delivery to_;
-  int code_ = 0;
+  CompositionRequest request_;
+  const ValidationSource* source_ = nullptr;
+  int32_t length_ = 0;
   bool wasFile_ = false;
 };
 
@@ -76,7 +84,7 @@ TEST_F(ResultStorageTest, ResultTables) {
       {"the longest text", "docs (DOC VARCHAR(7))", "docs", "DOC", 7, 0, kNone},
       {"a longer one", "docs (DOC VARCHAR(7))", "docs", "DOC", 8, -77, kTooSmall},
       {"a longer file", "docs (DOC CLOB(19999))", "docs", "DOC", kFile, -77, kTooSmall},
-      {"no column at all", kDocs, "docs", nullptr, 7, -57, kInternal},
+      {"no column at all", kDocs, "docs", "", 7, -57, kInternal},
       {"no such column for a file", kDocs, "docs", "doc", kFile, -57, "*QRKM001W  *QRKG001E*"},
       {"a name stays a name", kDocs, "docs", "DOC\") VALUES ('x') --", 7, -57, kInternal},
       {"another column", "docs (DOC CLOB(9), A INTEGER NOT NULL)", "docs", "DOC", 7, -57,
@@ -87,8 +95,7 @@ TEST_F(ResultStorageTest, ResultTables) {
     const std::string table =
         std::string(c.definition).substr(0, std::string(c.definition).find(" ("));
     db_.run("CREATE TABLE " + std::string(c.definition));
-    to_.resultTable = c.table;
-    to_.resultColumn = c.column;
+    request_.table = {.written = c.table, .column = c.column};
     std::string text(c.size, 'x');
     EXPECT_EQ(deliver(text), c.code);
     expectMessage(c.message);
@@ -101,8 +108,7 @@ TEST_F(ResultStorageTest, ResultTables) {
 
 TEST_F(ResultStorageTest, DocumentsAroundTheLimits) {
   db_.run("CREATE TABLE DOCS (DOC CLOB(1M))");
-  to_.resultTable = "DOCS";
-  to_.resultColumn = "DOC";
+  request_.table = {.written = "DOCS", .column = "DOC"};
   for (const size_t size : {size_t{1}, size_t{4095}, size_t{4096}, kLastInMemory, kLastInMemory + 1,
                             size_t{32766}, size_t{32767}, size_t{500000}}) {
     SCOPED_TRACE(size);
@@ -116,25 +122,18 @@ TEST_F(ResultStorageTest, DocumentsAroundTheLimits) {
 
 TEST_F(ResultStorageTest, BuffersThatAreNoParameter) {
   db_.run("CREATE TABLE DOCS (DOC CLOB(1M))");
-  to_.resultTable = "DOCS";
-  to_.resultColumn = "DOC";
-  const auto store = [&] {
-    code_ = 0;
-    const int rc = qrkInsertResult(call_, &document_, to_, &code_, call_.msg);
-    EXPECT_EQ(rc, code_ < 0 ? -1 : 0);
-    return code_;
-  };
+  request_.table = {.written = "DOCS", .column = "DOC"};
   for (const size_t size : {size_t{32766}, size_t{32767}}) {
-    qrkBufAcquire(call_, &document_, 40000, kNoSizeLimit, QRK_LOC_MEMORY, &code_, call_.msg, 0);
+    qrkBufAcquire(call_, &document_, 40000, kNoSizeLimit, QRK_LOC_MEMORY, nullptr, nullptr, 0);
     qrkBufAppend(call_, &document_, std::string(size, 'd').c_str());
-    EXPECT_EQ(store(), size == 32766 ? 0 : -57);
+    EXPECT_EQ(deliver(), size == 32766 ? 0 : -57);
   }
-  expectMessage("QRKG001E  * in build sqllen is negative, file qrkcomp, and line *");
+  expectMessage("QRKG001E  * in build sqllen is negative, file result_storage, and line *");
   EXPECT_EQ(db_.rows("SELECT COUNT(*) FROM DOCS"), Rows{{"1"}});
-  EXPECT_EQ(store(), -63);  // released
+  EXPECT_EQ(deliver(), -63);  // released
   expectMessage("QRKQ002E  *");
   document_.loctype = 2;
-  EXPECT_EQ(store(), -57);
+  EXPECT_EQ(deliver(), -57);
 }
 
 TEST_F(ResultStorageTest, ClobOutputs) {
@@ -143,19 +142,15 @@ TEST_F(ResultStorageTest, ClobOutputs) {
     for (const size_t capacity : {size_t{0}, size - 1, size, size + 1}) {
       SCOPED_TRACE(std::to_string(size) + " bytes into " + std::to_string(capacity));
       std::vector<char> area(capacity);
-      int32_t length = 0, valid = 0;
-      to_.clobOut = area.data();
-      to_.clobCapacity = static_cast<int32_t>(capacity);
-      to_.clobLen = &length;
-      to_.valid = &valid;
+      request_.clob = area.data();
+      request_.clobCapacity = static_cast<int32_t>(capacity);
       const std::string text(size, 'd');
       const bool fits = size <= capacity;
       EXPECT_EQ(deliver(text), fits ? 0 : -124);
       EXPECT_EQ(wasFile_, size > kLastInMemory);
-      EXPECT_EQ(static_cast<size_t>(length), fits ? size : 0);
+      EXPECT_EQ(static_cast<size_t>(length_), fits ? size : 0);
       if (fits) {
         EXPECT_EQ(std::string(area.data(), size), text);
-        EXPECT_EQ(valid, -1);
       } else {
         expectMessage("QRKG017E  The limit for resultDoc has been exceeded in build *");
       }
@@ -206,13 +201,10 @@ TEST_F(ResultStorageTest, Validation) {
       {"no schema there", &noSchema, "<p/>", nullptr},
       {"a faulty schema", &faulty, "<p/>", "0"},
   };
-  to_.validate = true;
-  to_.resultTable = "docs";
-  to_.resultColumn = "DOC";
-  to_.validColumn = "v";
+  request_.table = {.written = "docs", .column = "DOC", .validColumn = "v"};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
-    to_.validSource = c.source;
+    source_ = c.source;
     if (!c.valid) {
       EXPECT_EQ(deliver(c.document), -80);
       expectMessage("QRKC001E  *");

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "src/compose/sql_mapping.h"
+#include "src/outcome/all_steps.h"
+#include "src/outcome/edge.h"
 #include "src/server_access/cli_handles.h"
 #include "tests/support/database.h"
 
@@ -15,12 +17,16 @@ namespace orvxml::test {
 
 // A context with a connection of the call-level interface and a place for the outcome.
 struct CliCall {
-  CliCall() { EXPECT_EQ(connection.open(), 0) << context.msg; }
+  CliCall() { connection.open(); }
   SQLHDBC hdbc() const { return connection.handle(); }
-  Report report() { return {.ctx = context, .msg = context.msg, .errCode = &code}; }
+  // Runs `work` at an edge.
+  template <class Work>
+  int report(Work&& work) {
+    return code = atEdge(Report{context, context.msg}, std::forward<Work>(work));
+  }
 
   CallContext context;
-  CliConnection connection{context, "test", context.msg};
+  ServerConnection connection{context};
   int code = 0;
 };
 
@@ -33,20 +39,9 @@ struct MappedStatement {
   std::string order;
 };
 
-// The level map of a statement, or the outcome that there is none.
-struct LevelMap {
-  LevelMap(CliCall& call, const std::string& text) {
-    const MappedStatement statement(text);
-    rc = qrkLmAcquire(call.context, &map, call.hdbc(), statement.base.c_str(),
-                      statement.order.c_str(), &call.code, call.context.msg);
-  }
-  ~LevelMap() { EXPECT_EQ(qrkLmRelease(nullptr, map), 0); }
-  LevelMap(const LevelMap&) = delete;
-  LevelMap& operator=(const LevelMap&) = delete;
-
-  level_map* map = nullptr;
-  int rc = 0;
-};
+inline LevelMap levelMapOf(CliCall& call, const MappedStatement& statement) {
+  return qrkLmAcquire(call.context, call.hdbc(), statement.base.c_str(), statement.order.c_str());
+}
 
 struct Composed {
   std::vector<std::string> documents;  // without their header
@@ -76,42 +71,29 @@ inline Composed composeSql(const std::string& statement, const std::string& tree
     ctx->traceFile = std::fopen(traceFile.c_str(), "w");
     ctx->traceOn = 1;
   }
-  std::string text = sqlDad(tree);
-  DOM_Document dad;
-  EXPECT_EQ(qrkDOM(ctx, text.data(), 1, 1, dad, call.context.sqlState, call.context.msg), 0)
-      << call.context.msg;
+  const DOM_Document dad = qrkDOM(ctx, sqlDad(tree).c_str(), 1, 1);
   Composed composed;
-  int rc = 0;
-  {
-    const LevelMap map(call, statement);
-    rc = map.rc;
+  composed.code = call.report([&] {
     const MappedStatement parts(statement);
-    const SqlCall sqlCall{call.report(), call.hdbc(), map.map};
-    SqlComposition objects(sqlCall, dad.getDocumentElement(), parts.base.c_str());
-    if (rc == 0) rc = objects.open();
-    while (rc == 0 && (rc = objects.nextObject()) == 0) {
-      OutBuffer buffer(ctx);
-      EXPECT_EQ(qrkBufAcquire(ctx, buffer.get(), kDocumentInitialSize, kNoSizeLimit, QRK_LOC_MEMORY,
-                              &call.code, call.context.msg, 0),
-                0);
-      rc = objects.writeDocument(buffer.get(), kNoSizeLimit);
-      if (rc == kKeyIsNull) {
-        rc = 0;
-        continue;
-      }
-      if (rc) break;
-      const std::string document = buffer->data;
-      EXPECT_TRUE(document.starts_with(kHeader)) << document;
-      composed.documents.push_back(document.substr(kHeader.size()));
-    }
-    EXPECT_EQ(objects.close(), 0) << call.context.msg;
-  }
-  EXPECT_NE(rc, 0);
-  composed.code = call.code;
-  if (rc != SQL_NO_DATA) {
-    EXPECT_NE(call.code, 0) << "a failure without a code: " << call.context.msg;
-    composed.message = call.context.msg;
-  }
+    const LevelMap map = levelMapOf(call, parts);
+    SqlComposition objects({ctx, call.hdbc(), *map}, dad.getDocumentElement(), parts.base.c_str());
+    AllSteps()
+        .run([&] {
+          objects.open();
+          while (objects.nextObject()) {
+            OutBuffer buffer(ctx);
+            qrkBufAcquire(ctx, buffer.get(), kDocumentInitialSize, kNoSizeLimit, QRK_LOC_MEMORY,
+                          false);
+            if (!objects.writeDocument(buffer.get(), kNoSizeLimit)) continue;
+            const std::string document = buffer->data;
+            EXPECT_TRUE(document.starts_with(kHeader)) << document;
+            composed.documents.push_back(document.substr(kHeader.size()));
+          }
+        })
+        .run([&] { objects.close(); })
+        .end();
+  });
+  if (composed.code != 0) composed.message = call.context.msg;
   return composed;
 }
 

@@ -408,13 +408,13 @@ TEST(MappingModelTest, OverridesReplaceTheConditionsOfTheColumnsTheySelect) {
     CallContext call;
     override_list overrides{};
     const int type = c.overrides ? XML_OVERRIDE : NO_OVERRIDE;
-    ASSERT_EQ(qrkInitOverride(&call.ctx, type, c.overrides, &overrides, call.msg), 0) << call.msg;
+    qrkInitOverride(&call.ctx, type, c.overrides, overrides);
     const Mapping mapping(dad, kForComposition, &overrides);
     EXPECT_EQ(mapping.code, 0) << mapping.message();
     EXPECT_EQ(mapping.model.tab[0]->condition, c.condition);
     const std::vector<int> used(overrides.used, overrides.used + overrides.count);
     EXPECT_EQ(used, c.used);
-    qrkFreeOverride(&call.ctx, &overrides);
+    qrkFreeOverride(overrides);
   }
 }
 

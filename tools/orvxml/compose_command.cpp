@@ -110,17 +110,21 @@ bool ComposeRun::leaveOut(const std::string& message) {
 }
 
 // ---- What is said about it.
-// A message of the library behind the place that it is about.
+// A message of the library behind the place that it is about. The line and column of a parser's
+// error count in the file that it names, or in the mapping unless it is about a text that an
+// element makes.
 void ComposeRun::printPlaced(const std::string& message) {
   std::string where = labelOf(composer_.mapping());
   std::string text = message;
   if (const Notice* const failure = log_.failure()) {
     where = placeOf(failure, mapping(), {}, where);
     if (!failure->text.empty()) text = failure->text + ": " + message;
+    const FailurePlace& place = failure->place;
+    const bool countsThere = !failure->file.empty() || failure->mappingElement == 0;
+    if (countsThere && place.line != 0 && place.column != 0) {
+      where = located(where, {std::to_string(place.line), std::to_string(place.column)});
+    }
   }
-  const bool countsThere = !log_.failure() || !log_.failure()->file.empty();
-  const std::optional<Position> position = parserPosition(message);
-  if (countsThere && position) where = located(where, *position);
   printFailure(where, text);
 }
 
