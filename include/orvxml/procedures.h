@@ -1,15 +1,19 @@
 // The exported stored procedures. The SQLDA forms are registered in the database (parameter style
 // ORVDARI) and return 1 to the server; the "_STP" forms take the parameters one by one with 16-bit
 // null indicators and return their code. Nothing is committed or rolled back: the caller's unit of
-// work decides.
+// work decides. C programs may include this header, too.
 #pragma once
 
-#include <cstdint>
+#include <stdint.h>
 
 #include "orv/sqlda.h"
 #include "orvxml/export.h"
 
+#ifdef __cplusplus
 extern "C" {
+#else
+typedef struct clob clob;
+#endif
 
 // A CLOB argument: 32-bit length in bytes and the bytes.
 struct clob {
@@ -95,4 +99,6 @@ ORVXML_API int qrkRetrieveXMLClob_STP(const char* collectionName, const int* ove
                                       short* nameInd, short* overrideTypeInd, short* overrideInd,
                                       short* resultDocInd, short* validInd, short* numDocsInd,
                                       short* returnCodeInd, short* returnMsgInd);
+#ifdef __cplusplus
 }
+#endif

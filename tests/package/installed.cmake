@@ -1,5 +1,6 @@
 # Installs the build, moves it, and builds and runs the program of examples/program against it: with
-# find_package, and with pkg-config. Each header that is installed compiles alone.
+# find_package, and with pkg-config. Each header that is installed compiles alone, as C as well where
+# it is for C programs.
 #   cmake -DSOURCE=... -DBUILD=... -DCOMPILER=... -DLIBDIR=... -P installed.cmake
 set(folder ${BUILD}/package)
 set(prefix ${folder}/moved)
@@ -32,6 +33,11 @@ run(${COMPILER} -std=c++20 ${own} ${SOURCE}/examples/program/shred.cpp -o ${fold
 file(GLOB headers ${prefix}/include/orv/*.h ${prefix}/include/orvxml/*.h)
 foreach(header ${headers})
   run(${COMPILER} -std=c++20 ${own} -fsyntax-only -x c++ ${header} -I${prefix}/include)
+  file(READ ${header} text)
+  if(text MATCHES "__cplusplus")
+    run(${COMPILER} -std=c11 -Wall -Wextra -Werror -fsyntax-only -I${prefix}/include
+        -include ${header} -x c /dev/null)
+  endif()
 endforeach()
 
 set(orvxml ${prefix}/bin/orvxml)

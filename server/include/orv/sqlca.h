@@ -2,7 +2,7 @@
 // (136 bytes) is fixed.
 #pragma once
 
-#include <cstdint>
+#include <stdint.h>
 
 struct sqlca {
   char sqlcaid[8];     // "SQLCA   "
@@ -15,4 +15,9 @@ struct sqlca {
   char sqlwarn[11];
   char sqlstate[5];  // not terminated
 };
+
+#ifdef __cplusplus
 static_assert(sizeof(sqlca) == 136);
+#else
+typedef struct sqlca sqlca;
+#endif

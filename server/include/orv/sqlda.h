@@ -6,9 +6,10 @@
 // Type codes are even for NOT NULL and odd (code + 1) for nullable values.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include <stddef.h>
+#include <stdint.h>
 
+#ifdef __cplusplus
 namespace orv {
 
 enum SqlTypeCode : int16_t {
@@ -49,6 +50,7 @@ struct SqlFileReference {
 enum : uint32_t { kFileRead = 2, kFileCreate = 8, kFileOverwrite = 16, kFileAppend = 32 };
 
 }  // namespace orv
+#endif
 
 struct sqlname {
   int16_t length;
@@ -70,7 +72,6 @@ struct sqlvar_secondary {  // occupies the place of a sqlvar
   char typename_data[30];
   char reserved[8];
 };
-static_assert(sizeof(sqlvar) == sizeof(sqlvar_secondary));
 
 struct sqlda {
   char sqldaid[8];  // "SQLDA   "; byte 6 is '2' when there are secondary entries
@@ -79,6 +80,9 @@ struct sqlda {
   int16_t sqld;     // parameters or columns described
   struct sqlvar sqlvar[1];
 };
+
+#ifdef __cplusplus
+static_assert(sizeof(sqlvar) == sizeof(sqlvar_secondary));
 
 namespace orv {
 
@@ -92,3 +96,7 @@ inline sqlvar_secondary* secondaryEntry(const sqlda* area, int parameter) {
 }
 
 }  // namespace orv
+#else
+typedef struct sqlvar sqlvar;
+typedef struct sqlda sqlda;
+#endif
