@@ -82,9 +82,6 @@ extern "C" ORVXML_API NoticeListener* qrkListen(NoticeListener* listener);
 // The listener of this thread's calls, or null.
 NoticeListener* noticeListener();
 
-// Tells the element of the mapping that a failure is about, where there is a listener.
-void tellMappingPlace(size_t element);
-
 // Tells a reason, where there is a listener.
 void tellReason(const char* rule, const std::string& text);
 
@@ -98,30 +95,6 @@ class Listening {
 
  private:
   NoticeListener* before_;
-};
-
-// Listens until `end` in front of whoever listens already: keeps the last place of a failure to
-// itself, for a failure that may turn out to be none, and passes everything else on.
-class PlaceKeeper final : public NoticeListener {
- public:
-  PlaceKeeper() : before_(qrkListen(this)) {}
-  ~PlaceKeeper() { end(); }
-  PlaceKeeper(const PlaceKeeper&) = delete;
-  PlaceKeeper& operator=(const PlaceKeeper&) = delete;
-  void notice(const Notice& notice) override;
-
-  void end() {
-    if (isListening_) qrkListen(before_);
-    isListening_ = false;
-  }
-  const Notice& place() const { return place_; }
-  // Tells the place after all, if there was one.
-  void passOn() const;
-
- private:
-  NoticeListener* const before_;
-  bool isListening_ = true;
-  Notice place_;
 };
 
 struct ElementPlace {

@@ -103,14 +103,13 @@ void Composition::checkResultTable() {
     throw Failure(Msg::QRKA016E, table_->name);
   }
   table_->schema = upper.c_str();
-  if (!table_->isTemporary()) {
-    if (!qrkTableExists(ctx_, table_->schema.c_str(), table_->name.c_str())) {
-      QRK_TRACE(ctx_, "Table '%s' does not exist.", table_->name.c_str());
-      sqlca noRow{};
-      noRow.sqlcode = 100;
-      std::memcpy(noRow.sqlstate, "02000", sizeof noRow.sqlstate);
-      throw Failure::ofServer(noRow, Msg::QRKA016E, table_->name);
-    }
+  if (!table_->isTemporary() &&
+      !qrkTableExists(ctx_, table_->schema.c_str(), table_->name.c_str())) {
+    QRK_TRACE(ctx_, "Table '%s' does not exist.", table_->name.c_str());
+    sqlca noRow{};
+    noRow.sqlcode = 100;
+    std::memcpy(noRow.sqlstate, "02000", sizeof noRow.sqlstate);
+    throw Failure::ofServer(noRow, Msg::QRKA016E, table_->name);
   }
   if (table_->column.empty()) table_->column = resultColumn();
 }

@@ -9,17 +9,16 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
-#include "orvxml/validation.h"
 #include "src/compose/sql_statement.h"
 #include "src/files/file_handle.h"
 #include "src/outcome/all_steps.h"
 #include "src/outcome/edge.h"
-#include "src/outcome/reported.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/locators.h"
 #include "src/server_access/server_statements.h"
 #include "src/text/piecewise_decoder.h"
 #include "src/text/sql_scanner.h"
+#include "src/xmlcolumn/judgement.h"
 
 namespace orvxml {
 
@@ -47,40 +46,35 @@ bool hasDtd(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid) {
   }
 }
 
-int judgeByDtd(Reported& said, char* document, int32_t loctype, const char* dtdid) {
-  QrkStruct* const ctx = said.ctx;
+Judgement judgeByDtdId(QrkStruct* ctx, const JudgedDocument& document, const char* dtdid) {
   OutBuffer dtd(ctx);
   const bool isKnown = hasDtd(ctx, dtd.get(), dtdid);
-  char* const text = isKnown ? qrkBufGetContent(ctx, dtd.get()) : nullptr;
-  const int verdict = qrkJudge(ctx, document, loctype, 1, text, 1, const_cast<char*>(dtdid),
-                               said.sqlState, said.msg, dtd->loctype);
-  QRK_TRACE(ctx, "return rc:%d", verdict);
-  return verdict;
-}
-
-int judgeBySchema(Reported& said, char* document, int32_t loctype, const void* location) {
-  auto* const schema = static_cast<char16_t*>(const_cast<void*>(location));
-  return qrkJudgeBySchema(said.ctx, document, loctype, 1, schema, said.sqlState, said.msg);
+  const char* const text = isKnown ? qrkBufGetContent(ctx, dtd.get()) : nullptr;
+  Judgement found = judgeByDtd(ctx, document, {text, dtd->loctype == QRK_LOC_MEMORY, true, dtdid});
+  QRK_TRACE(ctx, "return rc:%d", found.verdict);
+  return found;
 }
 
 // What keeps a document from being judged is a failure, with the code of its own message.
-Failure unjudged(std::string_view sqlState) {
+Failure unjudged(const Failure& reason) {
   for (const Msg message : kUnjudged) {
-    if (sqlState == sqlStateOf(message)) return Failure(message);
+    if (reason.sqlState() == sqlStateOf(message)) return Failure(message);
   }
   return Failure::internal();
 }
 
 // A document cannot be valid by what is wrong in itself: the result says no more than that.
-void warnOfFaultyFile(const Reported& said, const std::string& file) {
+void warnOfFaultyFile(QrkStruct* ctx, const Failure& failure) {
   if (!noticeListener()) return;
-  std::string_view words = said.msg;
+  char message[kMessageSize] = "";
+  writeFailure({ctx, message}, failure);
+  std::string_view words = message;
   words = words.substr(0, words.find_last_not_of(" \n") + 1);
   Notice notice;
   notice.rule = "validation-file-faulty";
   notice.text =
-      "no document is valid by a faulty schema or DTD: " + shownText(said.ctx, words, kMessageSize);
-  notice.file = file;
+      "no document is valid by a faulty schema or DTD: " + shownText(ctx, words, kMessageSize);
+  notice.file = failure.place().file;
   noticeListener()->notice(notice);
 }
 
@@ -270,21 +264,18 @@ void Delivery::store(QrkOutbuf* document, std::string_view header) {
 
 // The result is for the caller, the validator's words about an invalid document are not.
 int32_t qrkValidateXML(QrkStruct* ctx, QrkOutbuf* document, const ValidationSource& source) {
-  char* const content = contentOf(ctx, document);
-  Reported said(ctx);
-  PlaceKeeper keeper;
-  const int verdict =
+  const JudgedDocument judged{contentOf(ctx, document), document->loctype != QRK_LOC_FILE, true};
+  const Judgement found =
       source.kind == kValidateBySchema
-          ? judgeBySchema(said, content, document->loctype, source.text)
-          : judgeByDtd(said, content, document->loctype, static_cast<const char*>(source.text));
-  keeper.end();
-  if (verdict != kNotJudged) return verdict;
-  if (std::string_view(said.sqlState) == kParserState) {
-    warnOfFaultyFile(said, keeper.place().file);
-    return 0;
+          ? judgeBySchema(ctx, judged, static_cast<const char16_t*>(source.text))
+          : judgeByDtdId(ctx, judged, static_cast<const char*>(source.text));
+  if (found.verdict != kNotJudged) return found.verdict;
+  if (found.failure->sqlState() == kParserState) {
+    warnOfFaultyFile(ctx, *found.failure);
+    return kInvalid;
   }
-  keeper.passOn();
-  throw unjudged(said.sqlState);
+  const FailurePlace& place = found.failure->place();
+  throw unjudged(*found.failure).inFile(place.file, place.lacks);
 }
 
 std::string firstResultColumn(QrkStruct* ctx, SQLHDBC hdbc, const ResultTable& table) {

@@ -21,16 +21,6 @@ std::u16string unitsOf(QrkStruct* ctx, std::string_view text) {
   return units;
 }
 
-void tell(Notice::Kind kind, const char* rule, const xercesc::DOMNode* node,
-          std::string_view text) {
-  Notice notice;
-  notice.kind = kind;
-  notice.rule = rule;
-  notice.text = text;
-  notice.mappingElement = elementNumber(node);
-  noticeListener()->notice(notice);
-}
-
 }  // namespace
 
 std::string shown(std::u16string_view text, size_t most) {
@@ -66,16 +56,13 @@ Failure at(const xercesc::DOMNode* node, Failure failure, std::string_view lacks
       failure.atElement(FailureText::kMapping, elementNumber(node), std::string(lacks)));
 }
 
-void tellPlace(const xercesc::DOMNode* node, std::string_view lacks) {
-  if (!noticeListener()) return;
-  try {
-    tell(Notice::kPlace, "", node, lacks);
-  } catch (...) {
-  }
-}
-
 void tellWarning(const char* rule, const xercesc::DOMNode* node, std::string_view text) {
-  if (noticeListener()) tell(Notice::kWarning, rule, node, text);
+  if (!noticeListener()) return;
+  Notice notice;
+  notice.rule = rule;
+  notice.text = text;
+  notice.mappingElement = elementNumber(node);
+  noticeListener()->notice(notice);
 }
 
 }  // namespace orvxml

@@ -26,10 +26,6 @@ std::string shownValue(QrkStruct* ctx, std::string_view column, std::string_view
 // `lacks`: what the message does not say.
 Failure at(const xercesc::DOMNode* node, Failure failure, std::string_view lacks = {});
 
-// The place of the failure that stands or is about to be reported: `node` stands for its element,
-// null for none. `lacks`: what the message does not say. What the listener throws is swallowed: the
-// failure itself counts.
-void tellPlace(const xercesc::DOMNode* node, std::string_view lacks = {});
 void tellWarning(const char* rule, const xercesc::DOMNode* node, std::string_view text);
 
 }  // namespace orvxml

@@ -296,12 +296,6 @@ int qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* tabl
   });
 }
 
-int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char* column, int* rc,
-                     char* msg) {
-  return atEdge({ctx, msg, rc},
-                [&] { copyName(qrkGetColumnName(ctx, schema, table), column, kColumnSize); });
-}
-
 int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
                            bool* isUnknown) {
   if (isUnknown) *isUnknown = false;

@@ -64,8 +64,6 @@ int qrkTableExists(QrkStruct* ctx, const char* schema, const char* table, int* e
 int qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* table,
                             const char* column, char* typeSchema, int typeSchemaLen, char* typeName,
                             int typeNameLen, long* length, char* msg);
-int qrkGetColumnName(QrkStruct* ctx, const char* schema, const char* table, char* column, int* rc,
-                     char* msg);
 int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
                            bool* isUnknown);
 

@@ -1,10 +1,7 @@
 #include "src/server_access/cli_diagnostics.h"
 
-#include <cstring>
-
 #include "orvxml/trace.h"
 #include "src/outcome/edge.h"
-#include "src/outcome/text_cut.h"
 
 namespace orvxml {
 
@@ -39,34 +36,6 @@ Failure failureInServerWords(const CliDiagnostic& diagnostic, std::source_locati
   const int code = codeOf(Msg::QRKG006E);
   return *diagnostic.text ? Failure::said(code, diagnostic.text).ofKind(FailureKind::kDatabase)
                           : Failure::internal(nullptr, where).withCode(code);
-}
-
-int failInServerWords(const Report& report, const CliDiagnostic& diagnostic, const char* module,
-                      int line) {
-  failInternal(report, module, line);
-  const int code = codeOf(Msg::QRKG006E);
-  if (report.errCode) *report.errCode = code;
-  if (report.msg && *diagnostic.text) {
-    *report.msg = 0;
-    appendToMessage(report, diagnostic.text);
-  }
-  return code;
-}
-
-void appendToMessage(const Report& report, std::string_view text) {
-  char* const msg = report.msg;
-  const size_t used = std::strlen(msg);
-  const size_t room = kMessageSize - 1 - used;
-  if (text.size() <= room) {
-    text.copy(msg + used, text.size());
-    msg[used + text.size()] = 0;
-    return;
-  }
-  if (room == 0) return;
-  const std::string_view cut = text.substr(0, room - 1);
-  const size_t kept = wholeCharacters(report.ctx, cut);
-  cut.copy(msg + used, kept);
-  std::strcpy(msg + used + kept, "\n");
 }
 
 int qrkCLIError(QrkStruct* ctx, short cliRc, short handleType, SQLHANDLE* handle, const char* what,

@@ -25,12 +25,4 @@ Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, SQLSMALLINT type, SQLHANDLE han
 Failure failureInServerWords(const CliDiagnostic& diagnostic,
                              std::source_location where = std::source_location::current());
 
-// Makes the server's words the whole message, under the code of a failed call (QRKG006E); without
-// any it is an internal error. Returns the code.
-int failInServerWords(const Report& report, const CliDiagnostic& diagnostic, const char* module,
-                      int line);
-
-// Puts `text` behind the message in report.msg, which is not null; what does not fit is cut.
-void appendToMessage(const Report& report, std::string_view text);
-
 }  // namespace orvxml

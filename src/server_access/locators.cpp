@@ -164,39 +164,6 @@ int qrkGetDadFileFromLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* buf, ch
   return statusAtEdge({ctx, msg}, [&] { qrkGetDataFromLocator(ctx, locator, buf); });
 }
 
-int qrkGetLocatorLength(QrkStruct* ctx, int32_t locator, int32_t* length, int* errCode, char* msg) {
-  *length = 0;
-  return statusAtEdge({ctx, msg, errCode}, [&] { *length = qrkGetLocatorLength(ctx, locator); });
-}
-
-int qrkGetChunkFromLocator(QrkStruct* ctx, int32_t locator, int32_t start, int32_t total,
-                           char* buffer, int* errCode, char* msg) {
-  return statusAtEdge({ctx, msg, errCode},
-                      [&] { qrkGetChunkFromLocator(ctx, locator, start, total, buffer); });
-}
-
-int qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fileName, int32_t size,
-                         int32_t validResult, int validate, const char* resultTable, int* errCode,
-                         char* msg) {
-  return atEdge({ctx, msg, errCode}, [&] {
-    qrkInsertDocFromFile(ctx, insertStmt, fileName, size,
-                         validate == 1 ? std::optional(validResult) : std::nullopt, resultTable);
-  });
-}
-
-int qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint32_t lobCapacity,
-                 uint32_t* lobLength, char* sqlState, int* msgIndex) {
-  *lobLength = 0;
-  try {
-    *lobLength = qrk_file2lob(ctx, fileName, lobData, lobCapacity);
-    return 0;
-  } catch (const Failure& failure) {
-    reportFailure({.ctx = ctx, .sqlState = sqlState}, failure);
-    *msgIndex = static_cast<int>(failure.message());
-    return -1;
-  }
-}
-
 void daix_to_dpc(QrkStruct*, char* path) {
   std::replace(path, path + std::strlen(path), '/', '\\');
 }

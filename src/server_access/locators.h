@@ -32,14 +32,6 @@ uint32_t qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint3
 
 // The same for who wants a code.
 int qrkGetDadFileFromLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* buf, char* msg);
-int qrkGetLocatorLength(QrkStruct* ctx, int32_t locator, int32_t* length, int* errCode, char* msg);
-int qrkGetChunkFromLocator(QrkStruct* ctx, int32_t locator, int32_t start, int32_t total,
-                           char* buffer, int* errCode, char* msg);
-int qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fileName, int32_t size,
-                         int32_t validResult, int validate, const char* resultTable, int* errCode,
-                         char* msg);
-int qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint32_t lobCapacity,
-                 uint32_t* lobLength, char* sqlState, int* msgIndex);
 
 // Of the interface; nothing here needs paths of another system, or asks what runs it.
 void daix_to_dpc(QrkStruct* ctx, char* path);

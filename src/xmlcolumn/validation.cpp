@@ -2,9 +2,10 @@
 // names. Nothing that the document names is opened.
 #include "orvxml/validation.h"
 
-#include <optional>
+#include <new>
 #include <utility>
 
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include "orvxml/code_pages.h"
@@ -12,6 +13,7 @@
 #include "src/parser/parser_handlers.h"
 #include "src/xmlcolumn/bounded_validator.h"
 #include "src/xmlcolumn/document_parse.h"
+#include "src/xmlcolumn/judgement.h"
 #include "src/xmlcolumn/schema_set.h"
 
 namespace orvxml {
@@ -20,12 +22,6 @@ namespace {
 using xercesc::XMLUni;
 
 constexpr int kTracedCharacters = 300;
-
-struct Document {
-  const char* text;  // or the name of a file
-  bool isText;
-  bool inDbEncoding;
-};
 
 // Knows whether the document's root has been met: what is wrong before, in another file, is wrong
 // with what the document is judged by.
@@ -42,23 +38,15 @@ class Judging : public Base {
   bool metRoot_ = false;
 };
 
-// What a document was found to be, and why.
-struct Judgement {
-  QrkVerdict verdict = kNotJudged;
-  std::optional<Failure> failure = {};
-  // The file in which the parse ended early, as the parser names it, when it is not the document.
-  std::u16string faulty = {};
-};
-
-// The parse itself, with its handlers installed but for the entity resolver.
+// The parse itself, with its handlers installed but for the entity resolver. `faulty` is the file
+// in which it ended early, as the parser names it.
 template <class Handler>
 Judgement judge(QrkStruct* ctx, qrkSAX2XMLReaderImpl& parser, Handler& handler,
-                DocumentSource& source, bool inDbEncoding) {
+                DocumentSource& source, bool inDbEncoding, std::u16string& faulty) {
   parser.setContentHandler(&handler);
   parser.setErrorHandler(&handler);
   parser.setDocumentSize(source.bytes);
   chooseEncoding(ctx, inDbEncoding, source);
-  std::u16string faulty;
   try {
     parseDocument(ctx, parser, *source.input, &faulty);
     return {kValid};
@@ -67,7 +55,7 @@ Judgement judge(QrkStruct* ctx, qrkSAX2XMLReaderImpl& parser, Handler& handler,
     const bool isElsewhere = !faulty.empty() && (!own || faulty != own);
     const bool isParsed = failure.sqlState() == kParserState;
     const bool isInvalid = isParsed && (handler.metRoot() || !isElsewhere);
-    return {isInvalid ? kInvalid : kNotJudged, std::move(failure), std::move(faulty)};
+    return {isInvalid ? kInvalid : kNotJudged, std::move(failure)};
   }
 }
 
@@ -83,19 +71,7 @@ class InternalSubsetHandler : public Judging<qrkValidateHandler> {
   }
 };
 
-struct Dtd {
-  const char* text;  // or the name of a file, or null
-  bool isText;
-  bool inDbEncoding;
-  const char* id;
-
-  std::string name() const {
-    const char* const file = isText ? id : text;
-    return file ? file : "";
-  }
-};
-
-Judgement judgeByDtd(QrkStruct* ctx, const Document& document, const Dtd& dtd) {
+Judgement foundByDtd(QrkStruct* ctx, const JudgedDocument& document, const JudgingDtd& dtd) {
   DocumentSource source = openDocument(ctx, document.text, document.isText);
   qrkSAX2XMLReaderImpl parser(ctx);
   parser.setFeature(XMLUni::fgSAX2CoreValidation, true);
@@ -109,20 +85,21 @@ Judgement judgeByDtd(QrkStruct* ctx, const Document& document, const Dtd& dtd) {
   const std::u16string encoding = databaseEncoding(ctx);
   const char16_t* const dtdEncoding = dtd.inDbEncoding ? encoding.c_str() : nullptr;
   Judgement found;
+  std::u16string faulty;
   if (dtd.text) {
     Judging<qrkValidateHandler> handler(ctx, dtd.text, id.c_str(), dtdEncoding, dtd.isText);
     parser.setEntityResolver(&handler);
-    found = judge(ctx, parser, handler, source, document.inDbEncoding);
+    found = judge(ctx, parser, handler, source, document.inDbEncoding, faulty);
   } else {
     InternalSubsetHandler handler(ctx, nullptr, id.c_str(), nullptr, 0);
     parser.setEntityResolver(&handler);
-    found = judge(ctx, parser, handler, source, document.inDbEncoding);
+    found = judge(ctx, parser, handler, source, document.inDbEncoding, faulty);
   }
-  if (found.verdict == kNotJudged && !found.faulty.empty()) found.failure->inFile(dtd.name());
+  if (found.verdict == kNotJudged && !faulty.empty()) found.failure->inFile(dtd.name());
   return found;
 }
 
-Judgement judgeBySchema(QrkStruct* ctx, const Document& document, const char16_t* location) {
+Judgement foundBySchema(QrkStruct* ctx, const JudgedDocument& document, const char16_t* location) {
   DocumentSource source = openDocument(ctx, document.text, document.isText);
   qrkNonValidateHandler outside(ctx);
   SchemaSet schema(ctx, outside);
@@ -142,11 +119,25 @@ Judgement judgeBySchema(QrkStruct* ctx, const Document& document, const char16_t
   // The first one learns of the DOCTYPE, the second one answers.
   parser.setEntityResolver(&outside);
   parser.setXMLEntityResolver(&schema);
-  Judgement found = judge(ctx, parser, handler, source, document.inDbEncoding);
-  if (found.verdict == kNotJudged && schema.contains(found.faulty)) {
-    found.failure->inFile(schema.shownName(found.faulty), schema.note());
+  std::u16string faulty;
+  Judgement found = judge(ctx, parser, handler, source, document.inDbEncoding, faulty);
+  if (found.verdict == kNotJudged && schema.contains(faulty)) {
+    found.failure->inFile(schema.shownName(faulty), schema.note());
   }
   return found;
+}
+
+template <class Work>
+Judgement judged(Work&& work) {
+  try {
+    return work();
+  } catch (Failure& failure) {
+    return {kNotJudged, std::move(failure)};
+  } catch (const std::bad_alloc&) {
+    return {kNotJudged, Failure(Msg::QRKG002E)};
+  } catch (const xercesc::OutOfMemoryException&) {
+    return {kNotJudged, Failure(Msg::QRKG002E)};
+  }
 }
 
 // The verdict of a call, with the outcome of one that is not kValid.
@@ -163,6 +154,15 @@ int verdictOf(const Report& report, Work&& work) {
 }
 
 }  // namespace
+
+Judgement judgeByDtd(QrkStruct* ctx, const JudgedDocument& document, const JudgingDtd& dtd) {
+  return judged([&] { return foundByDtd(ctx, document, dtd); });
+}
+
+Judgement judgeBySchema(QrkStruct* ctx, const JudgedDocument& document, const char16_t* location) {
+  return judged([&] { return foundBySchema(ctx, document, location); });
+}
+
 }  // namespace orvxml
 
 int qrkJudge(orvxml::QrkStruct* ctx, char* document, int docLoc, int useDbEncoding, char* dtd,

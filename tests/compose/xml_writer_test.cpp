@@ -145,13 +145,9 @@ TEST(XmlWriterTest, TextHelpersOfTheInterface) {
 int32_t locatorFor(test::Database& database, QrkStruct* ctx, const std::string& content) {
   const test::TemporaryFolder folder;
   database.run("CREATE TABLE docs (doc CLOB(1M))");
-  int code = 0;
-  char msg[kMessageSize] = "";
-  EXPECT_EQ(qrkInsertDocFromFile(ctx, "INSERT INTO docs (doc) VALUES (?)",
-                                 folder.write("doc", content).c_str(),
-                                 static_cast<int32_t>(content.size()), 0, 0, "docs", &code, msg),
-            0)
-      << msg;
+  qrkInsertDocFromFile(ctx, "INSERT INTO docs (doc) VALUES (?)",
+                       folder.write("doc", content).c_str(), static_cast<int32_t>(content.size()),
+                       std::nullopt, "docs");
   sqlca area{};
   int32_t locator = 0;
   orv::esql::Statement statement(kQrksuwo);
