@@ -80,8 +80,12 @@ class ComposeCall {
     splitTableName();
     takeColumns();
     const Composed composed = compose();
+    const int code = report(call_.report(), composed.outcome);
+    if (form_.byName) {
+      QRK_TRACE(ctx_, "call qrkComposeXML() errCode %d, errMsg:%s.", code, call_.msg);
+    }
     deliver(composed);
-    return report(call_.report(), composed.outcome);
+    return code;
   }
 
  private:
@@ -212,9 +216,6 @@ Composed ComposeCall::compose() {
   QRK_TRACE(ctx_, "before qrkcomposexml");
   const Composed composed = qrkComposeXML(ctx_, request_);
   QRK_TRACE(ctx_, "call qrkComposeXML() returns %d.", 0);
-  if (form_.byName) {
-    QRK_TRACE(ctx_, "call qrkComposeXML() errCode %d.", codeOf(composed.outcome));
-  }
   return composed;
 }
 

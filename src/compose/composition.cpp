@@ -256,6 +256,7 @@ Composed qrkComposeXML(QrkStruct* ctx, const CompositionRequest& request) {
         .end();
   } catch (...) {
     emptyClob();
+    QRK_TRACE(ctx, "Exits, rc=%d", -1);
     throw;
   }
   QRK_TRACE(ctx, "Exits, rc=%d", 0);

@@ -127,12 +127,11 @@ Composed RdbComposition::composeRows(TableQuery& table, int32_t maxRows) {
 }
 
 void RdbComposition::fetch(TableQuery& table, int64_t row) {
-  try {
-    table.fetch();
-  } catch (Failure& failure) {
-    throw at(nullptr, std::move(failure),
-             "in row " + std::to_string(row) + " of " + shownText(ctx_, table.table().name));
-  }
+  placed(
+      nullptr, [&] { table.fetch(); },
+      [&] {
+        return "in row " + std::to_string(row) + " of " + shownText(ctx_, table.table().name);
+      });
 }
 
 // False: its document is left out.

@@ -5,22 +5,12 @@
 
 namespace orvxml {
 
-// Runs `work` on a node; of a failure the innermost node is told.
-template <class Work>
-auto RdbDocument::placed(const DadNode& node, Work&& work) {
-  try {
-    return work();
-  } catch (Failure& failure) {
-    if (failure.place().text != FailureText::kNone) throw;
-    throw at(node.dad, std::move(failure), queries_.rowsAtHand(ctx_));
-  }
-}
-
 void RdbDocument::write(DadNode& root, TableQuery* table) {
-  placed(root, [&] {
+  const auto writeRoot = [&] {
     if (!root.isMet) plan_.meet(nullptr, root);
     qrkProcElementNode(root, table, 1);
-  });
+  };
+  placed(root.dad, writeRoot, [&] { return queries_.rowsAtHand(ctx_); });
   queries_.closeAttributeQueries();
 }
 
@@ -32,7 +22,8 @@ void RdbDocument::qrkProcElementNode(DadNode& node, TableQuery* current, int dep
   for (size_t i = 0; i < element.children.size(); ++i) {
     DadNode& child = element.children[i];
     if (i == element.attributes && element.closesStartTag) text_.append(">");
-    current = placed(child, [&] { return writeChild(node, child, current, depth); });
+    const auto writeThis = [&] { return writeChild(node, child, current, depth); };
+    current = placed(child.dad, writeThis, [&] { return queries_.rowsAtHand(ctx_); });
   }
   text_.append(element.endTag);
 }

@@ -36,8 +36,6 @@ class RdbDocument {
   void qrkWriteXMLAttribute(std::string_view markup, const ColumnValue& value);
   void qrkWriteXMLText(const ColumnValue& value);
   bool isEmpty(const ColumnValue& value) const;
-  template <class Work>
-  auto placed(const DadNode& node, Work&& work);
 
   QrkStruct* const ctx_;
   TableQueries& queries_;

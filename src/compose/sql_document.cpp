@@ -12,14 +12,11 @@ constexpr int kKeyIsNull = 525;  // in the trace: the element is left out
 
 // Runs `work` on a node; of a failure the innermost node is told.
 template <class Work>
-auto placed(const DOM_Element& node, const LevelQuery& rows, Work&& work) {
-  try {
-    return work();
-  } catch (Failure& failure) {
-    if (failure.place().text != FailureText::kNone) throw;
+auto placedInRow(const DOM_Element& node, const LevelQuery& rows, Work&& work) {
+  return placed(node.node(), work, [&] {
     const std::string row = rows.rowName();
-    throw at(node.node(), std::move(failure), row.empty() ? row : "in the row " + row);
-  }
+    return row.empty() ? row : "in the row " + row;
+  });
 }
 
 }  // namespace
@@ -48,7 +45,8 @@ void SqlDocument::prepareHeader() {
 
 // False: the element is left out because its key is null.
 bool SqlDocument::qrkGenXMLElement(ElementPlan& element, LevelQuery& rows) {
-  const bool isWritten = placed(element.node, rows, [&] { return writeElement(element, rows); });
+  const bool isWritten =
+      placedInRow(element.node, rows, [&] { return writeElement(element, rows); });
   QRK_TRACE(call_.ctx, "Exits, rc=%d", isWritten ? 0 : kKeyIsNull);
   return isWritten;
 }
@@ -62,7 +60,7 @@ bool SqlDocument::writeElement(ElementPlan& element, LevelQuery& rows) {
   }
   text_.append(element.startTag);
   for (ValuePlan& attribute : element.attributes) {
-    placed(attribute.node, rows, [&] { qrkGenXMLAttribute(element, attribute, rows); });
+    placedInRow(attribute.node, rows, [&] { qrkGenXMLAttribute(element, attribute, rows); });
   }
   if (!element.attributes.empty()) text_.append(">");
   writeContent(element, rows);
@@ -96,9 +94,9 @@ void SqlDocument::writeValue(const ValuePlan& value, const ResultColumn& column)
 void SqlDocument::writeContent(ElementPlan& element, LevelQuery& rows) {
   for (ContentPlan& child : element.content) {
     if (child.element) {
-      placed(child.element->node, rows, [&] { writeChild(element, child, rows); });
+      placedInRow(child.element->node, rows, [&] { writeChild(element, child, rows); });
     } else {
-      placed(child.text.node, rows, [&] { qrkGenXMLText(child.text, rows); });
+      placedInRow(child.text.node, rows, [&] { qrkGenXMLText(child.text, rows); });
     }
   }
 }

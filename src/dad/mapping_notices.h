@@ -25,6 +25,17 @@ std::string shownValue(QrkStruct* ctx, std::string_view column, std::string_view
 // The failure with its place in the mapping: the element that `node` stands for, null for none.
 // `lacks`: what the message does not say.
 Failure at(const xercesc::DOMNode* node, Failure failure, std::string_view lacks = {});
+// Runs `work` on what stands at `node`; a failure that has no place yet lies there, and lacks what
+// `lacks()` says.
+template <class Work, class Lacks>
+auto placed(const xercesc::DOMNode* node, Work&& work, Lacks&& lacks) {
+  try {
+    return work();
+  } catch (Failure& failure) {
+    if (failure.place().text != FailureText::kNone) throw;
+    throw at(node, std::move(failure), lacks());
+  }
+}
 
 void tellWarning(const char* rule, const xercesc::DOMNode* node, std::string_view text);
 
