@@ -91,7 +91,7 @@ std::optional<std::string> SqlDocument::keyColumnOf(const ElementPlan& element) 
   QrkStruct* const ctx = call_.ctx;
   if (qrkIsNodeIntermediate(ctx, element.node)) return std::nullopt;
   QRK_TRACE(ctx, "-->Element Name == %s", element.name.c_str());
-  const std::optional<std::string> found = columnOf(ctx, element.name, element.node);
+  std::optional<std::string> found = columnOf(ctx, element.name, element.node);
   if (!found) throw withoutColumn(element);
   const int level = qrkLmGetLevel(call_.levelMap, found->c_str());
   QRK_TRACE(ctx, "Current LEvel == %d", level);

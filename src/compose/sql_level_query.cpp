@@ -57,6 +57,7 @@ LevelQuery& LevelQuery::child(int level) {
   const std::string& parentKey = columns_[static_cast<size_t>(level_)].name;
   std::string inner = innerQuery(call_.ctx, base_, parentKey);
   std::vector<std::string> keysAbove;
+  keysAbove.reserve(static_cast<size_t>(level));
   for (int above = 0; above < level; ++above) {
     keysAbove.push_back(readLevel(call_.ctx, call_.levelMap, above).front());
   }
