@@ -110,8 +110,7 @@ void Enabling::prepareTables(char* tableSpace) {
   const DOM_Element top = document_.getDocumentElement().firstDescendant(u"element_node");
   if (top.isNull()) throw Failure(Msg::QRKQ000E, "element_node");
   qrkProcRel(ctx_, &rel_, top, kForDecomposition);
-  Reported said(ctx_);
-  said.require(std::min(prepare_tables(ctx_, &rel_, tableSpace, said.msg), 0));
+  prepare_tables(ctx_, &rel_, tableSpace);
 }
 
 void Enabling::record() {

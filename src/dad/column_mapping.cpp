@@ -131,7 +131,7 @@ class ColumnCollector {
     if (text.size() > kColumnConditionLimit) {
       throw at(element, Failure::internal(), "a condition of more than 2001 characters");
     }
-    qrkCleanQueryUcs(ctx_, text.data(), {});
+    qrkCleanQueryUcs(text.data());
     std::string condition;
     if (!toDatabase(ctx_, text.c_str(), condition)) {
       throw at(element, Failure::internal(), "a condition that the code page cannot hold");

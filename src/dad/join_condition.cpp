@@ -10,7 +10,6 @@
 #include "src/dad/dad_walk.h"
 #include "src/dad/mapping_model.h"
 #include "src/dad/model_steps.h"
-#include "src/outcome/reported.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/text/sql_scanner.h"
 
@@ -151,12 +150,9 @@ bool hasPartner(const join_info_entry& entry, const join_partner& wanted) {
 
 void askPartnerType(QrkStruct* ctx, const join_partner& partner, const char* column,
                     join_info_entry& entry) {
-  char typeSchema[kTableSize] = "";
-  long length = 0;
-  Reported said(ctx);
-  said.require(qrkGetCatalogColumnType(ctx, partner.schema, partner.tab, column, typeSchema,
-                                       sizeof typeSchema, entry.type, sizeof entry.type, &length,
-                                       said.msg));
+  const std::string type = qrkGetCatalogColumnType(ctx, partner.schema, partner.tab, column).name;
+  if (type.size() >= sizeof entry.type) throw Failure::internal().withCode(-1);
+  std::strcpy(entry.type, type.c_str());
 }
 
 // The type of the column at the other side: from its own join entry, else from the catalog.

@@ -133,14 +133,14 @@ class TableReader {
 };
 
 // The normalised text of the join condition; empty when there is none.
-std::u16string readTopCondition(QrkStruct* ctx, const DOM_Element& element) {
+std::u16string readTopCondition(const DOM_Element& element) {
   if (element.isNull()) return {};
   std::u16string condition = childText(element.node());
   if (condition.size() > kTopConditionLimit) {
     throw at(element.node(), exceeded(kJoinConditionLimit));
   }
   if (condition.empty()) return {};
-  qrkCleanQueryUcs(ctx, condition.data(), {});
+  qrkCleanQueryUcs(condition.data());
   condition.resize(std::u16string_view(condition.c_str()).size());
   return condition;
 }
@@ -165,7 +165,7 @@ void qrkSetRel(QrkStruct* ctx, rel* relinfo, const DOM_Element& dad, MappingPurp
   if (dad.isNull()) throw Failure(Msg::QRKQ000E, "root_node");
   const DOM_Element topRdb = dad.firstDescendant(u"RDB_node");
   const DOM_Element join = topRdb.firstDescendant(u"condition");
-  const std::u16string condition = readTopCondition(ctx, join);
+  const std::u16string condition = readTopCondition(join);
   if (topRdb.isNull()) throw at(dad.node(), Failure(Msg::QRKQ000E, "RDB_node"));
   if (!topRdb.node()->hasChildNodes()) {
     throw at(topRdb.node(), Failure(Msg::QRKQ000E, "table & column"));

@@ -1,6 +1,6 @@
-// What is told to the listener of this thread with a place in the mapping: where a failure stands,
-// for which the messages have no room, and what is suspicious. Without a listener nothing happens.
-// Texts are in UTF-8, for one line.
+// What is told with a place in the mapping: where a failure lies, for which the messages have no
+// room, and what is suspicious. Without a listener to this thread nothing happens. Texts are in
+// UTF-8, for one line.
 #pragma once
 
 #include <string>

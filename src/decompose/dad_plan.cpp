@@ -8,13 +8,6 @@ namespace orvxml {
 
 namespace {
 
-int columnOf(const tab& table, const std::string& xmlName) {
-  for (int i = 0; i < table.num_col; ++i) {
-    if (xmlName == table.col2xml[i].xml) return i;
-  }
-  return -1;
-}
-
 class Planner {
  public:
   Planner(WalkState& walk, int tableIndex, DadPlan& plan)
@@ -61,7 +54,7 @@ DadStep& Planner::add(StepKind kind, std::string name, std::u16string xmlName) {
 void Planner::addText(const xercesc::DOMElement* child) {
   hasMappedChild_ = true;
   if (walk_.watch) walk_.watch->leafTaken(child, tableIndex_);
-  add(StepKind::Text, plan_.name, {}).column = columnOf(table_, plan_.name);
+  add(StepKind::Text, plan_.name, {}).column = columnNamed(table_, plan_.name);
 }
 
 bool Planner::addAttribute(xercesc::DOMElement* child) {
@@ -72,7 +65,7 @@ bool Planner::addAttribute(xercesc::DOMElement* child) {
     return false;
   }
   if (!isInTab(ctx_, &table_, name.c_str())) return true;
-  const int column = columnOf(table_, name);
+  const int column = columnNamed(table_, name);
   if (walk_.watch && column >= 0) walk_.watch->leafTaken(child, tableIndex_);
   DadStep& step = add(StepKind::Attribute, std::move(name), child->getAttribute(u"name"));
   step.column = column;
@@ -114,10 +107,9 @@ DadPlan planElement(WalkState& walk, int tableIndex, const xercesc::DOMElement* 
        child = child->getNextElementSibling()) {
     if (!planner.addChild(child)) return plan;
   }
-  plan.wholeElement =
-      !planner.hasMappedChild() && isInTab(walk.ctx, &table, plan.name.c_str()) != 0;
+  plan.wholeElement = !planner.hasMappedChild() && isInTab(walk.ctx, &table, plan.name.c_str());
   if (!plan.wholeElement) return plan;
-  plan.wholeElementColumn = columnOf(table, plan.name);
+  plan.wholeElementColumn = columnNamed(table, plan.name);
   if (walk.watch) walk.watch->leafTaken(dadElement, tableIndex);
   return plan;
 }

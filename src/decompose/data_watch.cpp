@@ -152,63 +152,68 @@ void DataWatch::strayKey(int table, const foreign_key& key, const Element* holde
   });
 }
 
-// ---- Where the failure lies
+// ---- Where a failure lies
 
-void DataWatch::failedAt(const std::string& text, const Element* source, const Element* dadNode) {
-  Notice notice;
-  notice.kind = Notice::kPlace;
-  notice.rule = "document";
-  if (source) notice.text = "element '" + shown(source->getTagName()) + "', ";
-  notice.text += text;
-  notice.documentElement = elementNumber(source);
-  notice.mappingElement = elementNumber(dadNode);
-  listener_.notice(notice);
+void DataWatch::locate(Failure& failure, const std::string& text, const Element* source) {
+  const std::string element =
+      source ? "element '" + shown(source->getTagName()) + "', " : std::string();
+  failure.atElement(FailureText::kDocument, elementNumber(source), element + text);
 }
 
-void DataWatch::failedAt(int table, int column, std::string_view value, const Element* source) {
+void DataWatch::inTable(Failure& failure, int table, const Element* source, int column,
+                        std::string_view value) const {
   std::string place = placeText(table, column);
   if (!value.empty()) place += ", value " + quotedValue(ctx_, value);
-  failedAt(place, source);
+  locate(failure, place, source);
 }
 
-void DataWatch::unconvertible(int table, int column, const Element* source) {
-  failedAt(
+void DataWatch::unconvertible(Failure& failure, int table, int column,
+                              const Element* source) const {
+  locate(
+      failure,
       placeText(table, column) + ": the value has a character that the database's code page lacks",
       source);
 }
 
-void DataWatch::failedWhole(int table, int column, int code, const Element* source) {
-  if (code != codeOf(Msg::QRKG002E)) return unconvertible(table, column, source);
-  failedAt(placeText(table, column) +
-               ": the element is stored whole, and a start tag in it has 1024 characters or more, "
-               "or memory is used up",
-           source);
+void DataWatch::failedWhole(Failure& failure, int table, int column, const Element* source) const {
+  if (failure.code() != codeOf(Msg::QRKG002E)) {
+    return unconvertible(failure, table, column, source);
+  }
+  locate(failure,
+         placeText(table, column) +
+             ": the element is stored whole, and a start tag in it has 1024 characters or more, or "
+             "memory is used up",
+         source);
 }
 
 // The table that comes by is another one than the table that the mapping means.
-void DataWatch::unknownItem(int table, const Element* source, const Element* dadElement) {
+void DataWatch::unknownItem(Failure& failure, int table, const Element* source,
+                            const Element* dadElement) const {
   for (const MappedLeaf& leaf : survey_.leaves()) {
     if (leaf.element == dadElement && !dadtree::hasTag(leaf.node, u"attribute_node")) {
       table = leaf.table;
     }
   }
-  failedAt("the mapping puts a value of " + placeText(table) + " outside of '" +
-               text(survey_.table(table).top_element) +
-               "', the element that it takes its rows from",
-           source, dadElement);
+  locate(failure,
+         "the mapping puts a value of " + placeText(table) + " outside of '" +
+             text(survey_.table(table).top_element) + "', the element that it takes its rows from",
+         source);
+  failure.atElement(FailureText::kMapping, elementNumber(dadElement));
 }
 
-void DataWatch::nameTooLong(int table, const Element* source, size_t limit) {
-  failedAt(placeText(table) + ": the name of an element that stands below '" +
-               text(survey_.table(table).top_element) +
-               "' and has a mapped attribute is longer than " + std::to_string(limit) +
-               " characters, or does not convert",
-           source);
+void DataWatch::nameTooLong(Failure& failure, int table, const Element* source,
+                            size_t limit) const {
+  locate(failure,
+         placeText(table) + ": the name of an element that stands below '" +
+             text(survey_.table(table).top_element) +
+             "' and has a mapped attribute is longer than " + std::to_string(limit) +
+             " characters, or does not convert",
+         source);
 }
 
-void DataWatch::withoutAncestor(int table, const Element* source) {
+void DataWatch::withoutAncestor(Failure& failure, int table, const Element* source) const {
   const std::string differs = rootText();
-  failedAt(placeText(table) + (differs.empty() ? "" : ": " + differs), source);
+  locate(failure, placeText(table) + (differs.empty() ? "" : ": " + differs), source);
 }
 
 std::string DataWatch::rowText(int table, RowList& rows, int row) const {
@@ -224,20 +229,22 @@ std::string DataWatch::rowText(int table, RowList& rows, int row) const {
   return text.size() < kMostRowBytes ? text + ')' : text + ", ...)";
 }
 
-void DataWatch::rowRefused(int table, RowList& rows, int row, int parameter) {
+void DataWatch::rowRefused(Failure& failure, int table, RowList& rows, int row,
+                           int parameter) const {
   const tab& mapped = survey_.table(table);
+  const Element* const begun = rows.origin(row).begun;
   if (parameter < 0) {
-    return failedAt(placeText(table) + ", " + rowText(table, rows, row), rows.origin(row).begun);
+    return locate(failure, placeText(table) + ", " + rowText(table, rows, row), begun);
   }
   const std::string_view value = rows.row(row)[parameter].view();
   if (parameter < mapped.num_col) {
     const Element* source = rows.origin(row).values[parameter];
-    return failedAt(table, parameter, value, source ? source : rows.origin(row).begun);
+    return inTable(failure, table, source ? source : begun, parameter, value);
   }
-  failedAt(placeText(table) + ", column " +
-               text(mapped.fk[parameter - mapped.num_col].column->col) + ", value " +
-               quotedValue(ctx_, value),
-           rows.origin(row).begun);
+  locate(failure,
+         placeText(table) + ", column " + text(mapped.fk[parameter - mapped.num_col].column->col) +
+             ", value " + quotedValue(ctx_, value),
+         begun);
 }
 
 std::string DataWatch::rootText() const {

@@ -10,6 +10,7 @@
 
 #include "src/decompose/data_notices.h"
 #include "src/decompose/row_list.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
@@ -38,18 +39,21 @@ class DataWatch {
   void strayKey(int table, const foreign_key& key, const Element* holder, bool hasLeftRow,
                 const Element* source);
 
-  // ---- Where the failure lies that the call is about to give
-  // `column` -1: the row, or the table, as a whole. The value is in the database code page.
-  void failedAt(int table, int column, std::string_view value, const Element* source);
-  void failedAt(const std::string& text, const Element* source, const Element* dadNode = nullptr);
-  void unconvertible(int table, int column, const Element* source);
+  // ---- Where a failure lies: each gives it its place in the document and what its message lacks.
+  // In a value, or, `column` -1, in the row or the table as a whole. The value is in the database
+  // code page.
+  void inTable(Failure& failure, int table, const Element* source, int column = -1,
+               std::string_view value = {}) const;
+  void unconvertible(Failure& failure, int table, int column, const Element* source) const;
   // The insert of a row was refused; `parameter` -1: it is not known which value is at fault.
-  void rowRefused(int table, RowList& rows, int row, int parameter);
-  void failedWhole(int table, int column, int code, const Element* source);
-  void unknownItem(int table, const Element* source, const Element* dadElement);
-  void nameTooLong(int table, const Element* source, size_t limit);
+  void rowRefused(Failure& failure, int table, RowList& rows, int row, int parameter) const;
+  // An element that is stored whole could not be written out.
+  void failedWhole(Failure& failure, int table, int column, const Element* source) const;
+  void unknownItem(Failure& failure, int table, const Element* source,
+                   const Element* dadElement) const;
+  void nameTooLong(Failure& failure, int table, const Element* source, size_t limit) const;
   // An element has no ancestor of its table's top element.
-  void withoutAncestor(int table, const Element* source);
+  void withoutAncestor(Failure& failure, int table, const Element* source) const;
 
   // After a walk that succeeded.
   void end();
@@ -62,6 +66,7 @@ class DataWatch {
     std::vector<bool> columns;  // that have a value in some row
   };
 
+  static void locate(Failure& failure, const std::string& text, const Element* source);
   std::string text(std::string_view databaseText) const { return shownText(ctx_, databaseText); }
   std::string rowText(int table, RowList& rows, int row) const;
   std::string rootText() const;

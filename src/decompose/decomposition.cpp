@@ -1,5 +1,6 @@
 #include "src/decompose/decomposition.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -7,19 +8,21 @@
 #include "orvxml/notices.h"
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
-#include "orvxml/validation.h"
 #include "src/dad/dad_settings.h"
 #include "src/dad/element_order.h"
 #include "src/dad/mapping_model.h"
 #include "src/dad/mapping_traps.h"
 #include "src/decompose/row_extraction.h"
 #include "src/decompose/target_table.h"
+#include "src/outcome/all_steps.h"
 #include "src/outcome/edge.h"
+#include "src/outcome/traced_call.h"
 #include "src/parser/parser.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/cli_handles.h"
 #include "src/server_access/server_statements.h"
 #include "src/server_access/stored_dad.h"
+#include "src/xmlcolumn/judgement.h"
 
 namespace orvxml {
 
@@ -32,237 +35,210 @@ constexpr int kCollectionNameSize = 129;  // bytes, terminator included
 constexpr int kSettingsError = -1;        // whatever is wrong in front of the mapping
 constexpr int kInvalidDocument = -90;
 
-// From here on a failure is about this text, until something more precise is told.
-void tellSubject(const char* subject) {
-  NoticeListener* listener = noticeListener();
-  if (!listener) return;
-  Notice notice;
-  notice.kind = Notice::kPlace;
-  notice.rule = subject;
-  listener->notice(notice);
+char* contentOf(QrkStruct* ctx, QrkOutbuf* buffer) {
+  char* const content = qrkBufGetContent(ctx, buffer);
+  if (!content) throw Failure::internal();
+  return content;
 }
 
 // ---- One decomposition: the steps share the context, the model and the parsed documents.
 class Decomposition {
  public:
-  Decomposition(QrkStruct* ctx, char* msg) : ctx_(ctx), msg_(msg), dtd_(ctx) {}
-  ~Decomposition() { freeModel(); }
+  Decomposition(QrkStruct* ctx, SQLHDBC hdbc) : ctx_(ctx) { rel_.hdbc = hdbc; }
+  ~Decomposition() {
+    qrkFreeRel(ctx_, &rel_);
+    QRK_TRACE(ctx_, "qrkFreeRel, errCode2=%ld, rc2=%d", 0L, 0);
+  }
   Decomposition(const Decomposition&) = delete;
   Decomposition& operator=(const Decomposition&) = delete;
 
-  int run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled);
-  void releaseDtd() { dtd_.release(); }
-  void freeModel();
+  void run(QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled);
 
  private:
-  int parseDad(QrkOutbuf* dad, int dadFlag);
-  int validate(QrkOutbuf* doc);
-  int fetchDtd(const std::string& dtdid);
-  int buildMapping();
-  int findTopElement();
-  int parseDocument(QrkOutbuf* doc);
-  int checkTables();
-  void tellFaultyColumn(int table);
-  int insertRows();
+  void parseDad(QrkOutbuf* dad, int dadFlag);
+  void readSettings();
+  void validate(QrkOutbuf* doc);
+  void fetchDtd(OutBuffer& dtd, const std::string& dtdid);
+  Judgement judge(const JudgedDocument& document);
+  void buildMapping();
+  void findTopElement();
+  void parseDocument(QrkOutbuf* doc);
+  void checkTables();
+  void locateFaultyColumn(Failure& failure, int table) const;
+  void insertRows();
   int sameCodePages() const {
     return ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage ? 1 : 0;
   }
-  Report report() { return {ctx_, msg_}; }
 
   QrkStruct* ctx_;
-  char* msg_;
-  OutBuffer dtd_;
   rel rel_{};
-  bool isModelFree_ = false;
   DOM_Document dad_;
   DOM_Element top_;
   DOM_Document document_;
   DadSettings settings_;
-  char sqlState_[kSqlStateSize] = "00000";
 };
 
-// Once: at the call's end, or wherever an exception leaves it.
-void Decomposition::freeModel() {
-  if (isModelFree_) return;
-  isModelFree_ = true;
-  qrkFreeRel(ctx_, &rel_);
-  QRK_TRACE(ctx_, "qrkFreeRel, errCode2=%ld, rc2=%d", 0L, 0);
-}
-
-int Decomposition::run(SQLHDBC hdbc, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled) {
-  rel_.hdbc = hdbc;
-  tellSubject("mapping");
-  if (int code = parseDad(dad, dadFlag)) return code;
-  if (atEdge(report(), [&] { settings_ = readDadSettings(ctx_, dad_, kNoSettingLimits); })) {
-    return kSettingsError;
-  }
-  if (settings_.validate) {
-    tellSubject("document");
-    if (int code = validate(doc)) return code;
-    tellSubject("mapping");
-  }
-  if (int code = buildMapping()) return code;
+void Decomposition::run(QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled) {
+  about(FailureText::kMapping, [&] {
+    parseDad(dad, dadFlag);
+    readSettings();
+  });
+  if (settings_.validate) about(FailureText::kDocument, [&] { validate(doc); });
+  about(FailureText::kMapping, [&] { buildMapping(); });
   if (noticeListener()) tellTraps(MappingSurvey(ctx_, rel_, top_, kForDecomposition));
-  tellSubject("document");
-  if (int code = parseDocument(doc)) return code;
-  if (notEnabled == 1) {
-    tellSubject("mapping");
-    if (int code = checkTables()) return code;
-    tellSubject("document");
+  about(FailureText::kDocument, [&] { parseDocument(doc); });
+  if (notEnabled == 1) about(FailureText::kMapping, [&] { checkTables(); });
+  about(FailureText::kDocument, [&] { insertRows(); });
+}
+
+void Decomposition::parseDad(QrkOutbuf* dad, int dadFlag) {
+  const char* const content = contentOf(ctx_, dad);
+  try {
+    dad_ = qrkDOM(ctx_, content, dadFlag, dad->loctype);
+    QRK_TRACE(ctx_, "call qrkDOM() returns %ld, sqlcode %s.", 0L, "00000");
+  } catch (const Failure& failure) {
+    QRK_TRACE(ctx_, "call qrkDOM() returns %ld, sqlcode %s.", static_cast<long>(failure.code()),
+              failure.sqlState().c_str());
+    throw;
   }
-  return insertRows();
 }
 
-int Decomposition::parseDad(QrkOutbuf* dad, int dadFlag) {
-  char* content = qrkBufGetContent(ctx_, dad);
-  if (!content) return failInternal(report(), kModule, __LINE__);
-  const int rc = qrkDOM(ctx_, content, dadFlag, dad->loctype, dad_, sqlState_, msg_);
-  QRK_TRACE(ctx_, "call qrkDOM() returns %ld, sqlcode %s.", static_cast<long>(rc), sqlState_);
-  const int code = parseCode(ctx_, rc, sqlState_);
-  return code < 0 ? code : 0;
-}
-
-int Decomposition::fetchDtd(const std::string& dtdid) {
-  bool isUnknown = false;
-  const int code = qrkGetDtdFileFromDtdId(ctx_, dtd_.get(), dtdid.c_str(), msg_, &isUnknown);
-  if (code >= 0) return 0;
-  dtd_.release();
-  if (isUnknown) return 0;
-  // Its message has the server's words; there is no handle that had more to say.
-  return code;
-}
-
-int Decomposition::validate(QrkOutbuf* doc) {
-  char* content = qrkBufGetContent(ctx_, doc);
-  if (!content) return failInternal(report(), kModule, __LINE__);
-  int valid = 0;
-  if (settings_.hasSchema) {
-    valid = qrkValidateSchema(ctx_, content, doc->loctype, sameCodePages(),
-                              settings_.schemaLocation.data(), sqlState_, msg_);
-  } else {
-    std::string dtdid;
-    // An ID that the code page lacks cannot be registered, and counts like one that is not.
-    if (!toDatabase(ctx_, settings_.dtdid, dtdid)) dtdid.clear();
-    if (!dtdid.empty()) {
-      if (int code = fetchDtd(dtdid)) return code;
-    }
-    char* dtd = dtd_->data ? qrkBufGetContent(ctx_, dtd_.get()) : nullptr;
-    valid = qrkValidate(ctx_, content, doc->loctype, sameCodePages(), dtd, sameCodePages(),
-                        dtdid.data(), sqlState_, msg_, dtd_->loctype);
+void Decomposition::readSettings() {
+  try {
+    settings_ = readDadSettings(ctx_, dad_, kNoSettingLimits);
+  } catch (Failure& failure) {
+    throw std::move(failure).withCode(kSettingsError);
   }
-  if (valid != 0) return 0;
-  QRK_TRACE(ctx_, "qrkValidate returned QRK_INVALID.  msgtext='%s'", msg_);
-  return kInvalidDocument;
 }
 
-int Decomposition::findTopElement() {
+// An ID that is not registered is done without.
+void Decomposition::fetchDtd(OutBuffer& dtd, const std::string& dtdid) {
+  if (!qrkGetDtdFileFromDtdId(ctx_, dtd.get(), dtdid.c_str())) dtd.release();
+}
+
+Judgement Decomposition::judge(const JudgedDocument& document) {
+  if (settings_.hasSchema) return judgeBySchema(ctx_, document, settings_.schemaLocation.c_str());
+  std::string dtdid;
+  // An ID that the code page lacks cannot be registered, and counts like one that is not.
+  if (!toDatabase(ctx_, settings_.dtdid, dtdid)) dtdid.clear();
+  OutBuffer dtd(ctx_);
+  if (!dtdid.empty()) fetchDtd(dtd, dtdid);
+  const char* const text = dtd->data ? qrkBufGetContent(ctx_, dtd.get()) : nullptr;
+  const bool isText = dtd->loctype != QRK_LOC_FILE;
+  return judgeByDtd(ctx_, document, {text, isText, document.inDbEncoding, dtdid.c_str()});
+}
+
+void Decomposition::validate(QrkOutbuf* doc) {
+  const Judgement found =
+      judge({contentOf(ctx_, doc), doc->loctype != QRK_LOC_FILE, sameCodePages() == 1});
+  if (found.verdict == kValid) return;
+  if (tracing(ctx_)) {
+    char text[kMessageSize] = "";
+    writeFailure({ctx_, text}, *found.failure);
+    QRK_TRACE(ctx_, "qrkValidate returned QRK_INVALID.  msgtext='%s'", text);
+  }
+  throw Failure(*found.failure).withCode(kInvalidDocument);
+}
+
+void Decomposition::findTopElement() {
   const DOM_Element rootNode = dad_.getDocumentElement().firstDescendant(u"root_node");
-  if (rootNode.isNull()) return fail(report(), Msg::QRKQ000E, "root_node");
+  if (rootNode.isNull()) throw Failure(Msg::QRKQ000E, "root_node");
   top_ = rootNode.firstDescendant(u"element_node");
-  if (top_.isNull()) return fail(report(), Msg::QRKQ000E, "element_node");
-  return 0;
+  if (top_.isNull()) throw Failure(Msg::QRKQ000E, "element_node");
 }
 
-int Decomposition::buildMapping() {
-  if (int code = findTopElement()) return code;
-  int code = atEdge(report(), [&] { qrkSetRel(ctx_, &rel_, top_, kForDecomposition); });
-  QRK_TRACE(ctx_, "call qrkSetRel() returns %ld.", static_cast<long>(code));
-  if (code != 0) return code;
-  code = atEdge(report(), [&] { qrkProcRel(ctx_, &rel_, top_, kForDecomposition); });
-  QRK_TRACE(ctx_, "call qrkProcRel() returns %ld.", static_cast<long>(code));
-  return code;
+void Decomposition::buildMapping() {
+  findTopElement();
+  traced(ctx_, "call qrkSetRel() returns %ld.",
+         [&] { qrkSetRel(ctx_, &rel_, top_, kForDecomposition); });
+  traced(ctx_, "call qrkProcRel() returns %ld.",
+         [&] { qrkProcRel(ctx_, &rel_, top_, kForDecomposition); });
 }
 
-int Decomposition::parseDocument(QrkOutbuf* doc) {
-  char* content = qrkBufGetContent(ctx_, doc);
-  if (!content) return failInternal(report(), kModule, __LINE__);
-  const int rc = qrkDOM(ctx_, content, sameCodePages(), doc->loctype, document_, sqlState_, msg_);
-  QRK_TRACE(ctx_, "call qrkDOM() returns %ld.", static_cast<long>(rc));
-  const int code = parseCode(ctx_, rc, sqlState_);
-  return code < 0 ? code : 0;
+void Decomposition::parseDocument(QrkOutbuf* doc) {
+  const char* const content = contentOf(ctx_, doc);
+  document_ = traced(ctx_, "call qrkDOM() returns %ld.",
+                     [&] { return qrkDOM(ctx_, content, sameCodePages(), doc->loctype); });
 }
 
-int Decomposition::checkTables() {
+void Decomposition::checkTables() {
   for (int i = 0; i < rel_.num_of_tables; ++i) {
-    const int code = check_table(ctx_, rel_.num_cond, rel_.tab[i], msg_);
-    QRK_TRACE(ctx_, "call check_table() returns %ld.", static_cast<long>(code));
-    if (code < 0) {
-      tellFaultyColumn(i);
-      return code;
+    try {
+      traced(ctx_, "call check_table() returns %ld.",
+             [&] { check_table(ctx_, rel_.num_cond, *rel_.tab[i]); });
+    } catch (Failure& failure) {
+      if (noticeListener()) locateFaultyColumn(failure, i);
+      throw;
     }
   }
-  return 0;
 }
 
-void Decomposition::tellFaultyColumn(int table) {
-  NoticeListener* listener = noticeListener();
-  if (!listener) return;
-  const int column = faultyColumn(ctx_, rel_.tab[table]);
+void Decomposition::locateFaultyColumn(Failure& failure, int table) const {
+  const int column = faultyColumn(ctx_, *rel_.tab[table]);
+  if (column < 0) return;
   const MappingSurvey survey(ctx_, rel_, top_, kForDecomposition);
-  const MappedLeaf* leaf = column < 0 ? nullptr : survey.leafOf(&rel_.tab[table]->col2xml[column]);
-  Notice notice;
-  notice.kind = Notice::kPlace;
-  notice.rule = "mapping";
-  if (leaf) notice.mappingElement = elementNumber(leaf->node);
-  listener->notice(notice);
+  const MappedLeaf* leaf = survey.leafOf(&rel_.tab[table]->col2xml[column]);
+  if (leaf) failure.atElement(FailureText::kMapping, elementNumber(leaf->node));
 }
 
-int Decomposition::insertRows() {
-  QRK_NodeList xmlElements(ctx_);
-  int code = xmlElements.add(document_.getDocumentElement(), msg_);
-  QRK_TRACE(ctx_, "call xml_elements.add() returns %ld.", static_cast<long>(code));
-  if (code < 0) return code;
-  code = decompose_element(ctx_, &rel_, document_, nullptr, &xmlElements, &top_, msg_);
-  QRK_TRACE(ctx_, "call decompose_element() returns %ld.", static_cast<long>(code));
-  return code;
+void Decomposition::insertRows() {
+  QRK_TRACE(ctx_, "call xml_elements.add() returns %ld.", 0L);
+  traced(ctx_, "call decompose_element() returns %ld.",
+         [&] { decompose_element(ctx_, &rel_, document_, top_); });
 }
 
-// Fetches the DAD of the collection `name`. 0 or the message's code.
-int fetchDad(const Report& report, StoredDad& dad, char* name) {
+// Fetches the DAD of the collection `name`.
+void fetchDad(StoredDad& dad, char* name) {
   sqlca area{};
   dad.open("select dad from orvxml.xml_usage where col_name = ?", name, kCollectionNameSize, area);
-  if (area.sqlcode < 0) return failCollection(report, area, name);
+  if (area.sqlcode < 0) throw collectionFailure(area, name);
   dad.fetch(area);
-  if (area.sqlcode == kNoRow || area.sqlcode < 0) return failCollection(report, area, name);
-  return dad.indicator() < 0 ? fail(report, Msg::QRKQ029E, name) : 0;
+  if (area.sqlcode == kNoRow || area.sqlcode < 0) throw collectionFailure(area, name);
+  if (dad.indicator() < 0) throw Failure(Msg::QRKQ029E, name);
+}
+
+void readDad(QrkStruct* ctx, StoredDad& stored, OutBuffer& dad) {
+  try {
+    stored.read(ctx, dad.get());
+  } catch (const Failure& failure) {
+    QRK_TRACE(ctx, "qrkGetDadFileFromLocator() failed w/ rc=%d", failure.code());
+    throw Failure::internal(kModule);
+  }
 }
 
 }  // namespace
 
-int qrkDecomposeByName(QrkStruct* ctx, const char* collectionName, QrkOutbuf* doc, char* msg) {
+void qrkDecomposeByName(QrkStruct* ctx, const char* collectionName, QrkOutbuf* doc) {
   QRK_TRACE(ctx, "Entered, collection_name=%s ", collectionName);
-  tellSubject("mapping");
-  const Report report{ctx, msg};
-  const std::string_view fullName(collectionName);
-  char name[kCollectionNameSize] = "";
-  // A longer name than the column holds belongs to no collection.
-  if (fullName.size() >= sizeof name) return fail(report, Msg::QRKQ028E, fullName);
-  fullName.copy(name, sizeof name - 1);
-
   OutBuffer dad(ctx);
   StoredDad stored(kQrkrdbi);
-  if (int code = fetchDad(report, stored, name)) return code;
-  const int rc = stored.read(ctx, dad.get(), msg);
-  if (rc != 0) {
-    QRK_TRACE(ctx, "qrkGetDadFileFromLocator() failed w/ rc=%d", rc);
-    return failInternal(report, kModule, __LINE__);
-  }
+  about(FailureText::kMapping, [&] {
+    const std::string_view fullName(collectionName);
+    char name[kCollectionNameSize] = "";
+    // A longer name than the column holds belongs to no collection.
+    if (fullName.size() >= sizeof name) throw Failure(Msg::QRKQ028E, fullName);
+    fullName.copy(name, sizeof name - 1);
+    fetchDad(stored, name);
+    readDad(ctx, stored, dad);
+  });
   const bool samePages = ctx->codePages->appCodePage == ctx->codePages->dbCodePage;
-  return qrkDecomposeByDAD(ctx, dad.get(), samePages ? 1 : 0, doc, 0, msg);
+  qrkDecomposeByDAD(ctx, dad.get(), samePages ? 1 : 0, doc, 0);
 }
 
-int qrkDecomposeByDAD(QrkStruct* ctx, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled,
-                      char* msg) {
+void qrkDecomposeByDAD(QrkStruct* ctx, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc,
+                       int notEnabled) {
   QRK_TRACE(ctx, "Entered, notEnabled=%d", notEnabled);
-  CliConnection connection(ctx, kModule, msg);
-  Decomposition decomposition(ctx, msg);
-  int code = connection.open();
-  if (code == 0) code = decomposition.run(connection.handle(), dad, dadFlag, doc, notEnabled);
-  decomposition.releaseDtd();
-  code = connection.close(code);
-  decomposition.freeModel();
-  QRK_TRACE(ctx, "Exits, errCode=%ld, rc=%d", static_cast<long>(code), code);
-  return code;
+  traced(ctx, "Exits, errCode=%1$ld, rc=%1$ld", [&] {
+    ServerConnection connection(ctx, kModule);
+    std::optional<Decomposition> decomposition;
+    AllSteps()
+        .run([&] {
+          connection.open();
+          decomposition.emplace(ctx, connection.handle()).run(dad, dadFlag, doc, notEnabled);
+        })
+        .run([&] { connection.close(); })
+        .end();
+  });
 }
 
 }  // namespace orvxml

@@ -7,13 +7,11 @@
 
 namespace orvxml {
 
-// By the DAD of the collection `collectionName` in ORVXML.XML_USAGE. 0 or the message's code.
-int qrkDecomposeByName(QrkStruct* ctx, const char* collectionName, QrkOutbuf* doc, char* msg);
+// By the DAD of the collection `collectionName` in ORVXML.XML_USAGE.
+void qrkDecomposeByName(QrkStruct* ctx, const char* collectionName, QrkOutbuf* doc);
 
 // By the DAD in `dad`. dadFlag 1: the DAD is in the encoding of the database code page. notEnabled
-// 1: the DAD came from the caller and the target tables are checked against it first. 0 or the code
-// of the message.
-int qrkDecomposeByDAD(QrkStruct* ctx, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled,
-                      char* msg);
+// 1: the DAD came from the caller and the target tables are checked against it first.
+void qrkDecomposeByDAD(QrkStruct* ctx, QrkOutbuf* dad, int dadFlag, QrkOutbuf* doc, int notEnabled);
 
 }  // namespace orvxml

@@ -3,12 +3,12 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "src/decompose/element_text.h"
+#include "src/outcome/traced_call.h"
 
 namespace orvxml {
 
 namespace {
 
-constexpr char kModule[] = "qrkrdbi";
 const XMLCh* attributeOf(const Lineage& at, const std::u16string& name) {
   return at.isElement() ? at.element()->getAttribute(name.c_str()) : u"";
 }
@@ -41,41 +41,39 @@ ForeignKeyValues::ForeignKeyValues(WalkState& walk, const tab& table, int tableI
   }
 }
 
-int ForeignKeyValues::get_foreign_key_values(const Lineage& element) {
+void ForeignKeyValues::lookUp(const Lineage& element) {
   for (Key& key : keys_) {
-    const int rc = get_foreign_key_value(key, element);
-    QRK_TRACE(walk_.ctx, "call get_foreign_key_value() returns %ld.", static_cast<long>(rc));
-    if (rc < 0) return rc;
+    traced(walk_.ctx, "call get_foreign_key_value() returns %ld.", [&] { lookUp(key, element); });
     QRK_TRACE(walk_.ctx, "%s='%s'", key.definition->column->col, key.value().c_str());
   }
-  return 0;
 }
 
-int ForeignKeyValues::get_foreign_key_value(Key& key, const Lineage& element) {
+void ForeignKeyValues::lookUp(Key& key, const Lineage& element) {
   if (key.joinAttributes != walk_.joinAttributes) {
     for (Known& known : key.known) known.start = nullptr;
     key.joinAttributes = walk_.joinAttributes;
   }
-  if (recall(key, element.parent->node)) return 0;
+  if (recall(key, element.parent->node)) return;
   Climb at(element.parent);
-  if (int code = climb(key, at)) return code;
-  if (!at.recalled && at.value.empty()) return failed(key, at, element);
-  return remember(key, element.parent->node, at);
+  climb(key, at);
+  if (!at.recalled && at.value.empty()) throw notFound(key, at, element);
+  remember(key, element.parent->node, at);
 }
 
-int ForeignKeyValues::failed(const Key& key, const Climb& at, const Lineage& element) {
-  if (walk_.watch) walk_.watch->failedAt(tableIndex_, -1, {}, element.element());
-  return fail(walk_.report(), Msg::QRKQ043E, key.definition->parent->xml, at.name->text);
+Failure ForeignKeyValues::notFound(const Key& key, const Climb& at, const Lineage& element) const {
+  Failure failure(Msg::QRKQ043E, key.definition->parent->xml, at.name->text);
+  if (walk_.watch) walk_.watch->inTable(failure, tableIndex_, element.element());
+  return failure;
 }
 
 // Towards the root until a value is found, and past elements that belong to the table itself.
-int ForeignKeyValues::climb(Key& key, Climb& at) {
+void ForeignKeyValues::climb(Key& key, Climb& at) {
   bool goOn = true;
   while (goOn) {
     at.name = &walk_.names.of(at.node->node);
-    if (at.name->text.empty()) return failInternal(walk_.report(), kModule, __LINE__);
+    if (at.name->text.empty()) throw Failure::internal();
     QRK_TRACE(walk_.ctx, "parent_name='%s'", at.name->text.c_str());
-    if (!lookAt(key, at)) return failInternal(walk_.report(), kModule, __LINE__);
+    if (!lookAt(key, at)) throw Failure::internal();
     if (walk_.watch && !at.found) {
       at.hasLeftRow |= walk_.watch->isRowOf(*key.definition, at.node->node);
     }
@@ -85,10 +83,9 @@ int ForeignKeyValues::climb(Key& key, Climb& at) {
     at.recalled = goOn && !at.found && recall(key, at.node->node);
     goOn = goOn && !at.recalled;
   }
-  return 0;
 }
 
-int ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Climb& at) {
+void ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Climb& at) {
   const size_t slot = key.next == key.current ? (key.next + 1) % key.known.size() : key.next;
   Known& known = key.known[slot];
   known.start = nullptr;
@@ -99,8 +96,9 @@ int ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Cl
     known.isElsewhere = from.isElsewhere;
     known.hasLeftRow = from.hasLeftRow || at.hasLeftRow;
   } else if (!toDatabase(walk_.ctx, at.value, known.value)) {
-    if (walk_.watch) walk_.watch->unconvertible(tableIndex_, -1, at.holder);
-    return fail(walk_.report(), Msg::QRKG002E);
+    Failure failure = Failure(Msg::QRKG002E).ofKind(FailureKind::kDocument);
+    if (walk_.watch) walk_.watch->unconvertible(failure, tableIndex_, -1, at.holder);
+    throw failure;
   } else if (walk_.watch) {
     known.holder = at.holder;
     known.isElsewhere = !walk_.watch->isMeant(*key.definition, at.holder, at.isJoin);
@@ -109,7 +107,6 @@ int ForeignKeyValues::remember(Key& key, const xercesc::DOMNode* start, const Cl
   known.start = start;
   key.current = slot;
   key.next = (slot + 1) % key.known.size();
-  return 0;
 }
 
 void ForeignKeyValues::tellStrays(const xercesc::DOMElement* source) const {

@@ -13,6 +13,7 @@
 
 #include "src/decompose/selection.h"
 #include "src/decompose/walk_state.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
@@ -21,8 +22,8 @@ class ForeignKeyValues {
   ForeignKeyValues(WalkState& walk, const tab& table, int tableIndex);
 
   int count() const { return static_cast<int>(keys_.size()); }
-  // Looks up the values of all keys for a row at this element. 0 or the message's code.
-  int get_foreign_key_values(const Lineage& element);
+  // Looks up the values of all keys for a row at this element (get_foreign_key_values).
+  void lookUp(const Lineage& element);
   // The value of key `k` of the last look-up; good until the next one.
   std::string_view value(int k) const { return keys_[static_cast<size_t>(k)].value(); }
   // Tells the listener of the values of the last look-up, for a row begun at `source`, that were
@@ -53,10 +54,10 @@ class ForeignKeyValues {
   };
   struct Climb;
 
-  int get_foreign_key_value(Key& key, const Lineage& element);
-  int climb(Key& key, Climb& at);
-  int remember(Key& key, const xercesc::DOMNode* start, const Climb& at);
-  int failed(const Key& key, const Climb& at, const Lineage& element);
+  void lookUp(Key& key, const Lineage& element);
+  void climb(Key& key, Climb& at);
+  void remember(Key& key, const xercesc::DOMNode* start, const Climb& at);
+  Failure notFound(const Key& key, const Climb& at, const Lineage& element) const;
   bool lookAt(const Key& key, Climb& at);
   void lookAtAttribute(const Key& key, Climb& at);
   void lookAtText(const Key& key, Climb& at);

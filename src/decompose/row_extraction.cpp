@@ -2,7 +2,6 @@
 #include "src/decompose/row_extraction.h"
 
 #include <cstring>
-#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,35 +31,20 @@ void qrk_getNodeList(const Container& container, std::vector<Branch>& branches) 
   }
 }
 
-// The elements of the caller's list. Their ancestors go into `ancestors`, which keeps its places.
-Container containerOf(const QRK_NodeList& list, std::deque<Lineage>& ancestors) {
-  Container container;
-  const QRK_NodeList::Node* node = list.head;
-  for (int i = 0; i < list.count && node; ++i, node = node->next) {
-    container.push_back({node->element.node(), nullptr});
-    const Lineage** parent = &container.back().parent;
-    for (auto* up = node->element.node()->getParentNode(); up; up = up->getParentNode()) {
-      Lineage& ancestor = ancestors.emplace_back(Lineage{up, nullptr});
-      *parent = &ancestor;
-      parent = &ancestor.parent;
-    }
-  }
-  return container;
-}
-
 class Walk {
  public:
   explicit Walk(WalkState& state) : state_(state) {}
 
-  int decompose(tab* parentTable, const Container& container,
-                const xercesc::DOMElement* dadElement);
+  void decompose(tab* parentTable, const Container& container,
+                 const xercesc::DOMElement* dadElement);
 
  private:
   int tableOf(const char* name) const;
   bool branchesOf(const xercesc::DOMElement* dadElement, const tab* owner,
                   std::vector<Branch>& branches) const;
-  int insertRows(int tableIndex, const Container& container, std::vector<Branch>& branches,
-                 const xercesc::DOMElement* dadElement, const std::string& name);
+  void makeRows(int tableIndex, const Container& container, std::vector<Branch>& branches,
+                const xercesc::DOMElement* dadElement, const std::string& name);
+  void insertRows(int tableIndex, RowList& rows);
 
   WalkState& state_;
 };
@@ -74,24 +58,24 @@ int Walk::tableOf(const char* name) const {
   return found;
 }
 
-int Walk::decompose(tab* parentTable, const Container& container,
-                    const xercesc::DOMElement* dadElement) {
+void Walk::decompose(tab* parentTable, const Container& container,
+                     const xercesc::DOMElement* dadElement) {
   const std::string name = dadName(state_.ctx, dadElement);
-  if (name.empty()) return fail(state_.report(), Msg::QRKQ014E);
+  if (name.empty()) throw Failure(Msg::QRKQ014E);
   const int tableIndex = tableOf(name.c_str());
   tab* owner = tableIndex >= 0 ? state_.relinfo->tab[tableIndex] : parentTable;
   std::vector<Branch> branches;
   const bool allNamed = branchesOf(dadElement, owner, branches);
   if (tableIndex < 0) {
     qrk_getNodeList(container, branches);
-  } else if (int code = insertRows(tableIndex, container, branches, dadElement, name)) {
-    return code;
+  } else {
+    makeRows(tableIndex, container, branches, dadElement, name);
   }
   for (Branch& branch : branches) {
     const Container selected = std::move(branch.selected);
-    if (int code = decompose(owner, selected, branch.dadElement)) return code;
+    decompose(owner, selected, branch.dadElement);
   }
-  return allNamed ? 0 : fail(state_.report(), Msg::QRKQ014E);
+  if (!allNamed) throw Failure(Msg::QRKQ014E);
 }
 
 // The element_nodes below whose values `owner` does not take itself, up to the first one without
@@ -112,51 +96,52 @@ bool Walk::branchesOf(const xercesc::DOMElement* dadElement, const tab* owner,
   return true;
 }
 
-int Walk::insertRows(int tableIndex, const Container& container, std::vector<Branch>& branches,
-                     const xercesc::DOMElement* dadElement, const std::string& name) {
-  tab* table = state_.relinfo->tab[tableIndex];
-  if (*table->stmt == '\0') {
-    if (int code = generate_SQLi(state_.ctx, table, table->stmt, kStatementSize, state_.msg)) {
-      return code;
-    }
-  }
-  TableRows collected(state_, *table, tableIndex);
-  if (int code = collected.gen_rows(container, branches, dadElement, name)) return code;
+void Walk::makeRows(int tableIndex, const Container& container, std::vector<Branch>& branches,
+                    const xercesc::DOMElement* dadElement, const std::string& name) {
+  tab& table = *state_.relinfo->tab[tableIndex];
+  if (*table.stmt == '\0') generate_SQLi(state_.ctx, table, table.stmt, kStatementSize);
+  TableRows collected(state_, table, tableIndex);
+  collected.collect(container, branches, dadElement, name);
   if (state_.watch) state_.watch->rowsCollected(tableIndex, dadElement, collected.rows());
-  RowInserter inserter(state_.ctx, state_.relinfo, *table, state_.msg);
-  if (int code = inserter.prepare()) return code;
-  RowList& rows = collected.rows();
+  insertRows(tableIndex, collected.rows());
+}
+
+void Walk::insertRows(int tableIndex, RowList& rows) {
+  RowInserter inserter(state_.ctx, state_.relinfo, *state_.relinfo->tab[tableIndex]);
+  inserter.prepare();
   for (int i = 0; i < rows.count(); ++i) {
-    if (int code = inserter.qrkrow_to_stmt(rows.row(i))) {
+    try {
+      inserter.insert(rows.row(i));
+    } catch (Failure& failure) {
       if (state_.watch) {
-        state_.watch->rowRefused(tableIndex, rows, i, inserter.faultyParameter(rows.row(i)));
+        const int faulty = inserter.faultyParameter(rows.row(i));
+        state_.watch->rowRefused(failure, tableIndex, rows, i, faulty);
       }
-      return code;
+      throw;
     }
   }
-  return inserter.close();
+  inserter.close();
 }
 
 }  // namespace
 
-int decompose_element(QrkStruct* ctx, rel* relinfo, DOM_Document& doc, tab* parent_tab,
-                      QRK_NodeList* xml_container, DOM_Element* dad_element, char* msg) {
-  const DOM_Element root = doc.getDocumentElement();
-  WalkState state{ctx,
-                  relinfo,
-                  msg,
-                  root.owner(),
-                  DocumentNames(ctx, relinfo),
+void decompose_element(QrkStruct* ctx, rel* relinfo, const DOM_Document& document,
+                       const DOM_Element& top) {
+  const DOM_Element root = document.getDocumentElement();
+  WalkState state{ctx, relinfo, root.owner(), DocumentNames(ctx, relinfo),
                   FirstDescendants(root.element())};
   std::optional<DataWatch> watch;
   if (NoticeListener* listener = noticeListener()) {
-    state.watch = &watch.emplace(*listener, ctx, *relinfo, *dad_element, root.element());
+    state.watch = &watch.emplace(*listener, ctx, *relinfo, top, root.element());
   }
-  std::deque<Lineage> ancestors;
-  const Container container = containerOf(*xml_container, ancestors);
-  const int code = Walk(state).decompose(parent_tab, container, dad_element->element());
-  if (watch) code < 0 ? watch->endFailed() : watch->end();
-  return code;
+  const Lineage above{root.element()->getParentNode(), nullptr};
+  try {
+    Walk(state).decompose(nullptr, {{root.element(), &above}}, top.element());
+  } catch (const Failure&) {
+    if (watch) watch->endFailed();
+    throw;
+  }
+  if (watch) watch->end();
 }
 
 tab* getTabofTopElement(rel* relinfo, const char* name) {

@@ -7,10 +7,10 @@ namespace orvxml {
 
 inline constexpr int QRK_MAX_ROWS = 10240;  // rows of one table at one DAD element
 
-// Inserts the rows of one DAD element_node for all elements of `xml_container`, then those of the
-// DAD elements below it. 0, or the code of the message.
-int decompose_element(QrkStruct* ctx, rel* relinfo, DOM_Document& doc, tab* parent_tab,
-                      QRK_NodeList* xml_container, DOM_Element* dad_element, char* msg);
+// Inserts the rows that `top`, the DAD's first element_node, takes from the document's root, then
+// those of the DAD elements below it.
+void decompose_element(QrkStruct* ctx, rel* relinfo, const DOM_Document& document,
+                       const DOM_Element& top);
 // The first table in mapping order whose top element is `name`, or null.
 tab* getTabofTopElement(rel* relinfo, const char* name);
 

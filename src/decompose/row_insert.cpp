@@ -3,6 +3,7 @@
 #include <string>
 
 #include "orvxml/trace.h"
+#include "src/server_access/cli_diagnostics.h"
 
 namespace orvxml {
 
@@ -37,51 +38,46 @@ RowInserter::~RowInserter() {
   if (hstmt_ != SQL_NULL_HANDLE) SQLFreeHandle(SQL_HANDLE_STMT, hstmt_);
 }
 
-int RowInserter::failed(SQLRETURN rc, const char* what, int line) {
-  return qrkCLIError(ctx_, rc, SQL_HANDLE_STMT, &hstmt_, what, kModule, line, msg_);
+Failure RowInserter::failure(SQLRETURN rc, const char* what, std::source_location where) const {
+  return cliFailure(ctx_, rc, SQL_HANDLE_STMT, hstmt_, what, kModule, where);
 }
 
-int RowInserter::prepare() {
+void RowInserter::prepare() {
   SQLRETURN rc = SQLAllocHandle(SQL_HANDLE_STMT, rel_->hdbc, &hstmt_);
   if (rc < 0) {
-    SQLHANDLE hdbc = rel_->hdbc;
-    return qrkCLIError(ctx_, rc, SQL_HANDLE_DBC, &hdbc, "SQLAllocHandle for insert stmt", kModule,
-                       __LINE__, msg_);
+    throw cliFailure(ctx_, rc, SQL_HANDLE_DBC, rel_->hdbc, "SQLAllocHandle for insert stmt",
+                     kModule);
   }
   rc = SQLPrepare(hstmt_, reinterpret_cast<SQLCHAR*>(table_.stmt), SQL_NTS);
   if (rc < 0) {
     QRK_TRACE(ctx_, "SQLPrepare failed for %s.", table_.stmt);
-    return failed(rc, "SQLPrepare", __LINE__);
+    throw failure(rc, "SQLPrepare");
   }
   indicators_.resize(static_cast<size_t>(parameterCount()));
   descriptions_.reserve(indicators_.size());
-  return 0;
 }
 
-int RowInserter::close() {
-  if (hstmt_ == SQL_NULL_HANDLE) return 0;
+void RowInserter::close() {
+  if (hstmt_ == SQL_NULL_HANDLE) return;
   const SQLRETURN rc = SQLFreeHandle(SQL_HANDLE_STMT, hstmt_);
-  if (rc < 0) return failed(rc, "SQLFreeHandle for insert", __LINE__);
+  if (rc < 0) throw failure(rc, "SQLFreeHandle for insert");
   hstmt_ = SQL_NULL_HANDLE;
-  return 0;
 }
 
-int RowInserter::qrkrow_to_stmt(const Value* row) {
+void RowInserter::insert(const Value* row) {
   QRK_TRACE(ctx_, "Entered, insert_stmt='%s',\n\t\t\trow->num_col=%d", table_.stmt, table_.num_col);
   for (int i = 0; i < parameterCount(); ++i) {
-    if (static_cast<size_t>(i) >= descriptions_.size()) {
-      if (int code = describe(i)) return code;
-    }
-    if (int code = bindParameter(i, row[i])) return code;
+    if (static_cast<size_t>(i) >= descriptions_.size()) describe(i);
+    bindParameter(i, row[i]);
   }
   const SQLRETURN rc = SQLExecute(hstmt_);
   QRK_TRACE(ctx_, "call SQLExecute() returns %ld.", static_cast<long>(rc));
-  if (rc >= 0) return 0;
+  if (rc >= 0) return;
   QRK_TRACE(ctx_, "SQLExecute failed for %s", table_.stmt);
-  return failed(rc, "SQLExecute (insert)", __LINE__);
+  throw failure(rc, "SQLExecute (insert)");
 }
 
-int RowInserter::describe(int index) {
+void RowInserter::describe(int index) {
   Description described;
   const SQLRETURN rc =
       SQLDescribeParam(hstmt_, static_cast<SQLUSMALLINT>(index + 1), &described.type,
@@ -89,18 +85,9 @@ int RowInserter::describe(int index) {
   if (rc < 0) {
     QRK_TRACE(ctx_, "SQLDescribeParam failed for (%s, i=%d, %s, %s)", table_.stmt, index + 1,
               xmlNameOf(table_, index), columnOf(table_, index));
-    return failed(rc, "SQLDescribeParam", __LINE__);
+    throw failure(rc, "SQLDescribeParam");
   }
   descriptions_.push_back(described);
-  return 0;
-}
-
-int RowInserter::tooLarge(int index) {
-  faulty_ = index;
-  const char* xmlName = xmlNameOf(table_, index);
-  const char* column = columnOf(table_, index);
-  QRK_TRACE(ctx_, "XML element %s too large to fit in column %s", xmlName, column);
-  return fail(Report{ctx_, msg_}, Msg::QRKQ026E, xmlName, column);
 }
 
 // The server refuses a row without saying which value it could not convert: each is tried alone.
@@ -141,7 +128,7 @@ void RowInserter::dropShiftBytes(const char*& text, SQLINTEGER& length) const {
   length -= 2;
 }
 
-int RowInserter::bindParameter(int index, const Value& value) {
+void RowInserter::bindParameter(int index, const Value& value) {
   const Description& described = descriptions_[static_cast<size_t>(index)];
   const char* text = value.length > 0 ? value.text : "";
   SQLINTEGER length = static_cast<SQLINTEGER>(value.length);
@@ -152,7 +139,13 @@ int RowInserter::bindParameter(int index, const Value& value) {
             "CLI_ind[i]=%ld",
             index + 1, columnOf(table_, index), length, text, described.type,
             static_cast<short>(described.size), described.digits, static_cast<long>(indicator));
-  if (isCharacterType(described.type) && value.length > described.size) return tooLarge(index);
+  if (isCharacterType(described.type) && value.length > described.size) {
+    faulty_ = index;
+    const char* xmlName = xmlNameOf(table_, index);
+    const char* column = columnOf(table_, index);
+    QRK_TRACE(ctx_, "XML element %s too large to fit in column %s", xmlName, column);
+    throw Failure(Msg::QRKQ026E, xmlName, column);
+  }
   SQLSMALLINT cType = SQL_C_CHAR;
   if (isGraphicType(described.type)) {
     cType = SQL_C_DBCHAR;
@@ -162,10 +155,10 @@ int RowInserter::bindParameter(int index, const Value& value) {
   const SQLRETURN rc = SQLBindParameter(
       hstmt_, static_cast<SQLUSMALLINT>(index + 1), SQL_PARAM_INPUT, cType, described.type,
       described.size, described.digits, const_cast<char*>(text), length, &indicator);
-  if (rc >= 0) return 0;
+  if (rc >= 0) return;
   QRK_TRACE(ctx_, "SQLBindParameter failed for (%s, i=%d, %s, %s)", table_.stmt, index + 1,
             xmlNameOf(table_, index), columnOf(table_, index));
-  return failed(rc, "SQLBindParameter", __LINE__);
+  throw failure(rc, "SQLBindParameter");
 }
 
 }  // namespace orvxml

@@ -1,24 +1,25 @@
 // Inserts the rows of one table with one prepared statement, parameters bound anew for each row.
 #pragma once
 
+#include <source_location>
 #include <vector>
 
 #include "src/decompose/row_list.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
 class RowInserter {
  public:
-  RowInserter(QrkStruct* ctx, const rel* relinfo, const tab& table, char* msg)
-      : ctx_(ctx), rel_(relinfo), table_(table), msg_(msg) {}
+  RowInserter(QrkStruct* ctx, const rel* relinfo, const tab& table)
+      : ctx_(ctx), rel_(relinfo), table_(table) {}
   ~RowInserter();
   RowInserter(const RowInserter&) = delete;
   RowInserter& operator=(const RowInserter&) = delete;
 
-  // All return 0 or the message's code.
-  int prepare();
-  int qrkrow_to_stmt(const Value* row);
-  int close();  // frees the statement and reports when that fails
+  void prepare();
+  void insert(const Value* row);  // qrkrow_to_stmt
+  void close();                   // frees the statement; throws when that fails
   // After a row that was refused: the parameter whose value is at fault, -1 when that is not known.
   int faultyParameter(const Value* row);
 
@@ -32,17 +33,16 @@ class RowInserter {
   };
 
   int parameterCount() const { return table_.num_col + table_.num_fk; }
-  int describe(int index);
-  int bindParameter(int index, const Value& value);
-  int tooLarge(int index);
+  void describe(int index);
+  void bindParameter(int index, const Value& value);
   bool converts(int index, const Value& value) const;
   void dropShiftBytes(const char*& text, SQLINTEGER& length) const;
-  int failed(SQLRETURN rc, const char* what, int line);
+  Failure failure(SQLRETURN rc, const char* what,
+                  std::source_location where = std::source_location::current()) const;
 
   QrkStruct* ctx_;
   const rel* rel_;
   const tab& table_;
-  char* msg_;
   SQLHSTMT hstmt_ = SQL_NULL_HANDLE;
   int faulty_ = -1;                        // the parameter that the last row failed at
   std::vector<Description> descriptions_;  // of the parameters met so far

@@ -19,9 +19,9 @@ class TableRows {
         rows_(table, walk.watch != nullptr),
         keys_(walk, table, tableIndex) {}
 
-  // The rows of all elements of the container, in their order. On the way each branch takes what
-  // it selects below them. 0 or the message's code.
-  int gen_rows(const Container& container, std::vector<Branch>& branches,
+  // gen_rows: the rows of all elements of the container, in their order. On the way each branch
+  // takes what it selects below them.
+  void collect(const Container& container, std::vector<Branch>& branches,
                const xercesc::DOMElement* dadElement, const std::string& dadElementName);
   RowList& rows() { return rows_; }
 
@@ -41,31 +41,32 @@ class TableRows {
     const XMLCh* name;
   };
 
-  int get_rows(DadPlan& plan, const Lineage& at);
+  void rowsOfElement(DadPlan& plan, const Lineage& at);
   void collectChildren(const Element* element);
-  int rowsOfPlace(DadPlan& plan, const Place& place);
-  int runStep(DadPlan& plan, DadStep& step, const Place& place);
-  int rowsOfChildren(DadStep& step, const Place& place);
+  void rowsOfPlace(DadPlan& plan, const Place& place);
+  void runStep(DadPlan& plan, DadStep& step, const Place& place);
+  void rowsOfChildren(DadStep& step, const Place& place);
 
-  int takeAttribute(const DadPlan& plan, const DadStep& step, const Place& place);
-  int takeText(const DadPlan& plan, const DadStep& step, const Place& place);
-  int takeElement(const DadPlan& plan, const Place& place);
-  int unknownItem(const std::string& xmlName, const DadPlan& plan, const Place& place);
-  int attributeWithoutValue(const Lineage& at);
+  void takeAttribute(const DadPlan& plan, const DadStep& step, const Place& place);
+  void takeText(const DadPlan& plan, const DadStep& step, const Place& place);
+  void takeElement(const DadPlan& plan, const Place& place);
+  std::string elementText(int column, const Place& place) const;
+  void requireColumn(int column, const std::string& xmlName, const DadPlan& plan,
+                     const Place& place) const;
 
-  int get_coldata(int column, const XMLCh* text, const Place& place);
-  int store(int column, Value value, const Place& place);
-  int newRow(const Place& place, Value*& row);
+  void storeText(int column, const XMLCh* text, const Place& place);
+  void store(int column, Value value, const Place& place);
+  Value* newRow(const Place& place);
   bool isPrevRowKeyEqual(Value* previous) const;
   void noteOrigin(int column, const Value& value, const Place& place);
   const Element* occurrenceAround(const Lineage& at);
 
-  int add_attribute_to_DOM(const Lineage& at, const DadStep& step, const XMLCh* value);
-  Element* get_named_ancestor(const Lineage& at);
+  void noteJoinAttribute(const Lineage& at, const DadStep& step, const XMLCh* value);
+  Element* topElementAbove(const Lineage& at);
   bool isTopElement(const Lineage& at) {
     return (walk_.names.of(at.node).topElementOf & tableBit(tableIndex_)) != 0;
   }
-  int withoutAncestor(const Lineage& at);
+  Failure withoutAncestor(const Lineage& at);
 
   WalkState& walk_;
   tab& table_;

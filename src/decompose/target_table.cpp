@@ -16,6 +16,7 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/packages.h"
 #include "orvxml/trace.h"
+#include "src/outcome/traced_call.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/text/sql_scanner.h"
 
@@ -124,23 +125,23 @@ bool isMapped(const tab& table, const char* column) {
 
 // The foreign keys of a table that has some; QRKG001E when nothing supplies one of them, QRKQ035E
 // for one that is not of the referenced table: no clause says what the mapping means then.
-int addForeignKeys(const Report& report, StatementText& sql, const tab& table) {
+void addForeignKeys(QrkStruct* ctx, StatementText& sql, const tab& table) {
   const join_partner* const parent = hasAllParents(table) ? referencedTable(table) : nullptr;
   if (!parent) {
-    QRK_TRACE(report.ctx,
+    QRK_TRACE(ctx,
               "Can not find parent tab and col from '%s%s%s'->join_info for foreign key '%s'.\n"
               "rel is inconsistent.",
               table.schema, *table.schema ? "." : "", table.name,
               table.fk[0].column ? table.fk[0].column->col : "");
-    return failInternal(report, kModule, __LINE__);
+    throw Failure::internal(kModule);
   }
   for (int i = 0; i < table.num_fk; ++i) {
     if (pointsAt(table, i, *parent)) continue;
-    return fail(report, Msg::QRKQ035E, writtenName(table) + '.' + table.fk[i].column->col);
+    throw Failure(Msg::QRKQ035E, writtenName(table) + '.' + table.fk[i].column->col);
   }
   const std::span<const foreign_key> keys(table.fk, static_cast<size_t>(table.num_fk));
   for (const foreign_key& key : keys) {
-    const bool inPrimaryKey = isPriKey(report.ctx, key.column->col, &table.pri_key);
+    const bool inPrimaryKey = isPriKey(ctx, key.column->col, &table.pri_key);
     if (inPrimaryKey && isMapped(table, key.column->col)) continue;
     sql.name(key.column->col).text(" ").text(key.parent->dataType);
     sql.text(inPrimaryKey ? " NOT NULL, " : ", ");
@@ -150,7 +151,6 @@ int addForeignKeys(const Report& report, StatementText& sql, const tab& table) {
   sql.closeList(')').text(" REFERENCES ").table(parent->schema, parent->tab).text("(");
   for (const foreign_key& key : keys) sql.name(key.parent->col).text(",");
   sql.closeList(')').text(",");
-  return 0;
 }
 
 void addColumns(QrkStruct* ctx, StatementText& sql, const tab& table) {
@@ -167,131 +167,109 @@ struct WrittenType {
   long length = 0;
 };
 
-int readType(const Report& report, const char* dataType, WrittenType& type) {
+WrittenType readType(QrkStruct* ctx, const char* dataType) {
+  WrittenType type;
   const std::string_view whole = dataType;
   const size_t parenthesis = whole.find('(');
   char text[kTypeTextSize];
   const std::string word(whole.substr(0, parenthesis));
-  if (qrk_toupper(report.ctx, word.c_str(), text, sizeof text) != 0) {
-    return failInternal(report, kModule, __LINE__);
-  }
+  if (qrk_toupper(ctx, word.c_str(), text, sizeof text) != 0) throw Failure::internal(kModule);
   if (parenthesis != whole.npos) type.length = std::strtol(dataType + parenthesis + 1, nullptr, 10);
   const bool isFloat = std::strcmp(text, "FLOAT") == 0;
-  qrkConvertTypename(report.ctx, text,
-                     static_cast<int>(std::clamp(type.length, 0L, long{INT32_MAX})));
+  qrkConvertTypename(ctx, text, static_cast<int>(std::clamp(type.length, 0L, long{INT32_MAX})));
   // The number behind FLOAT is a precision and has done its work: the name depends on it.
   if (isFloat) type.length = 0;
   type.name = text;
-  return 0;
+  return type;
 }
 
-int checkColumn(const Report& report, const tab& table, const col2xml_entry& column) {
-  char typeSchema[kTypeSchemaSize];
-  char typeName[kTypeNameSize];
-  long length = 0;
-  if (int rc = qrkGetCatalogColumnType(report.ctx, table.schema, table.name, column.col, typeSchema,
-                                       sizeof typeSchema, typeName, sizeof typeName, &length,
-                                       report.msg)) {
-    return rc;
+CatalogType catalogType(QrkStruct* ctx, const tab& table, const char* column) {
+  CatalogType type = qrkGetCatalogColumnType(ctx, table.schema, table.name, column);
+  if (type.schema.size() >= kTypeSchemaSize || type.name.size() >= kTypeNameSize) {
+    throw Failure::internal(kModule).withCode(-1);
   }
-  WrittenType written;
-  if (int rc = readType(report, column.dataType, written)) return rc;
-  const std::string actual = *typeSchema ? std::string(typeSchema) + '.' + typeName : typeName;
+  return type;
+}
+
+void checkColumn(QrkStruct* ctx, const tab& table, const col2xml_entry& column) {
+  const CatalogType type = catalogType(ctx, table, column.col);
+  const WrittenType written = readType(ctx, column.dataType);
+  const std::string actual = type.schema.empty() ? type.name : type.schema + '.' + type.name;
   if (written.name != actual) {
-    return fail(report, Msg::QRKQ022E, column.col, writtenName(table), typeName);
+    throw Failure(Msg::QRKQ022E, column.col, writtenName(table), type.name);
   }
-  if (length >= 1 && written.length > length) {
-    return fail(report, Msg::QRKQ023E, column.col, writtenName(table), length);
+  if (type.length >= 1 && written.length > type.length) {
+    throw Failure(Msg::QRKQ023E, column.col, writtenName(table), type.length);
   }
-  return 0;
 }
 
 }  // namespace
 
-int isPriKey(QrkStruct* ctx, const char* column, const key_columns* keys) {
+bool isPriKey(QrkStruct* ctx, const char* column, const key_columns* keys) {
   bool found = false;
   for (int i = 0; i < keys->num && !found; ++i) found = std::strcmp(column, keys->name[i]) == 0;
   QRK_TRACE(ctx, "%s is%s a part of the primary key.", column, found ? "" : " not");
   return found;
 }
 
-int prepare_tables(QrkStruct* ctx, rel* relinfo, char* tablespace, char* msg) {
+void prepare_tables(QrkStruct* ctx, const rel* relinfo, const char* tablespace) {
   for (int i = 0; i < relinfo->num_of_tables; ++i) {
-    tab* const table = relinfo->tab[i];
-    int exists = 0;
-    int rc = qrkTableExists(ctx, table->schema, table->name, &exists, msg);
-    if (rc < 0) return rc;
-    if (exists) {
-      rc = check_table(ctx, relinfo->num_cond, table, msg);
-      QRK_TRACE(ctx, "call check_table() returns %ld.", static_cast<long>(rc));
+    const tab& table = *relinfo->tab[i];
+    if (qrkTableExists(ctx, table.schema, table.name)) {
+      traced(ctx, "call check_table() returns %ld.",
+             [&] { check_table(ctx, relinfo->num_cond, table); });
     } else {
-      rc = create_table(ctx, table, tablespace, msg);
-      QRK_TRACE(ctx, "call create_table() returns %ld.", static_cast<long>(rc));
+      traced(ctx, "call create_table() returns %ld.",
+             [&] { create_table(ctx, table, tablespace); });
     }
-    if (rc < 0) return rc;
   }
-  return 0;
 }
 
-int create_table(QrkStruct* ctx, tab* table, char* tablespace, char* msg) {
-  const Report report{ctx, msg};
+void create_table(QrkStruct* ctx, const tab& table, const char* tablespace) {
   char statement[kCreateSize];
   char indexText[kCreateSize];
   StatementText sql(ctx, statement, sizeof statement);
   StatementText index(ctx, indexText, sizeof indexText);
-  sql.text("CREATE TABLE ").table(table->schema, table->name).text("(");
-  addColumns(ctx, sql, *table);
-  addPrimaryKey(sql, index, *table);
-  if (table->num_fk > 0) {
-    if (int rc = addForeignKeys(report, sql, *table)) return rc;
-  }
+  sql.text("CREATE TABLE ").table(table.schema, table.name).text("(");
+  addColumns(ctx, sql, table);
+  addPrimaryKey(sql, index, table);
+  if (table.num_fk > 0) addForeignKeys(ctx, sql, table);
   sql.closeList(')');
   if (tablespace && *tablespace) sql.text(" IN ").text(tablespace);
   QRK_TRACE(ctx, "sql_stmt = '%s'", statement);
-  if (!sql.isComplete() || !index.isComplete()) return failInternal(report, kModule, __LINE__);
+  if (!sql.isComplete() || !index.isComplete()) throw Failure::internal(kModule);
   sqlca area{};
   orv::esql::executeImmediate(kQrktab, statement, area);
-  const int rc = area.sqlcode < 0 ? failDb(report, area, Msg::QRKQ024E, table->name) : 0;
-  if (table->pri_key.num > 0) {
+  if (table.pri_key.num > 0) {
     QRK_TRACE(ctx, "Call qrkCreateIndex on %s", indexText);
     qrkCreateIndex(ctx, indexText);
   }
-  return rc;
+  if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKQ024E, table.name);
 }
 
-int check_table(QrkStruct* ctx, int num_cond, tab* table, char* msg) {
-  const Report report{ctx, msg};
-  for (int i = 0; i < table->num_col; ++i) {
-    if (int rc = checkColumn(report, *table, table->col2xml[i])) return rc;
+void check_table(QrkStruct* ctx, int num_cond, const tab& table) {
+  for (int i = 0; i < table.num_col; ++i) checkColumn(ctx, table, table.col2xml[i]);
+  for (int i = 0; table.join_info && i < num_cond && *table.join_info[i].col; ++i) {
+    catalogType(ctx, table, table.join_info[i].col);
   }
-  for (int i = 0; table->join_info && i < num_cond && *table->join_info[i].col; ++i) {
-    char typeSchema[kTypeSchemaSize];
-    char typeName[kTypeNameSize];
-    long length = 0;
-    if (int rc = qrkGetCatalogColumnType(ctx, table->schema, table->name, table->join_info[i].col,
-                                         typeSchema, sizeof typeSchema, typeName, sizeof typeName,
-                                         &length, msg)) {
-      return rc;
-    }
-  }
-  return 0;
 }
 
-int faultyColumn(QrkStruct* ctx, tab* table) {
-  char msg[kMessageSize] = "";
-  for (int i = 0; i < table->num_col; ++i) {
-    if (checkColumn({ctx, msg}, *table, table->col2xml[i]) != 0) return i;
+int faultyColumn(QrkStruct* ctx, const tab& table) {
+  int column = 0;
+  try {
+    for (; column < table.num_col; ++column) checkColumn(ctx, table, table.col2xml[column]);
+  } catch (const Failure&) {
+    return column;
   }
   return -1;
 }
 
-int generate_SQLi(QrkStruct* ctx, tab* table, char* stmt, int size, char* msg) {
-  const Report report{ctx, msg};
-  if (!hasAllParents(*table)) return failInternal(report, kModule, __LINE__);
-  const std::span<const col2xml_entry> columns(table->col2xml, static_cast<size_t>(table->num_col));
-  const std::span<const foreign_key> keys(table->fk, static_cast<size_t>(table->num_fk));
+void generate_SQLi(QrkStruct* ctx, const tab& table, char* stmt, int size) {
+  if (!hasAllParents(table)) throw Failure::internal(kModule);
+  const std::span<const col2xml_entry> columns(table.col2xml, static_cast<size_t>(table.num_col));
+  const std::span<const foreign_key> keys(table.fk, static_cast<size_t>(table.num_fk));
   StatementText sql(ctx, stmt, size);
-  sql.text("INSERT INTO ").table(table->schema, table->name).text("(");
+  sql.text("INSERT INTO ").table(table.schema, table.name).text("(");
   for (const col2xml_entry& column : columns) sql.name(column.col).text(",");
   for (const foreign_key& key : keys) sql.name(key.column->col).text(",");
   sql.closeList(')').text(" SELECT * FROM TABLE(VALUES(");
@@ -302,14 +280,11 @@ int generate_SQLi(QrkStruct* ctx, tab* table, char* stmt, int size, char* msg) {
     sql.text("CAST(? AS ").text(key.parent->dataType).text("),");
   }
   sql.closeList(' ').text(")) AS T");
-  if (*table->condition) sql.text(" WHERE ").text(table->condition);
-  int rc = 0;
-  if (!sql.isComplete()) {
-    *stmt = 0;
-    rc = failInternal(report, kModule, __LINE__);
-  }
-  QRK_TRACE(ctx, "Exits, sql_stmt='%s' errCode=%d.", stmt, rc);
-  return rc;
+  if (*table.condition) sql.text(" WHERE ").text(table.condition);
+  const bool isComplete = sql.isComplete();
+  if (!isComplete) *stmt = 0;
+  QRK_TRACE(ctx, "Exits, sql_stmt='%s' errCode=%d.", stmt, isComplete ? 0 : codeOf(Msg::QRKG001E));
+  if (!isComplete) throw Failure::internal(kModule);
 }
 
 }  // namespace orvxml

@@ -1,17 +1,18 @@
-// The SQL text that decomposition sends about its target tables.
+// The SQL text that decomposition sends about its target tables. A text that does not fit its
+// buffer is an internal error.
 #pragma once
 
 #include "src/dad/mapping_model.h"
 
 namespace orvxml {
 
-int prepare_tables(QrkStruct* ctx, rel* relinfo, char* tablespace, char* msg);
-int create_table(QrkStruct* ctx, tab* table, char* tablespace, char* msg);
-int check_table(QrkStruct* ctx, int num_cond, tab* table, char* msg);
+void prepare_tables(QrkStruct* ctx, const rel* relinfo, const char* tablespace);
+void create_table(QrkStruct* ctx, const tab& table, const char* tablespace);
+void check_table(QrkStruct* ctx, int num_cond, const tab& table);
 // The first column, of col2xml, that check_table refuses; -1 for none.
-int faultyColumn(QrkStruct* ctx, tab* table);
-// Builds the INSERT text into `stmt` (`size` bytes). 0, or -57 with QRKG001E.
-int generate_SQLi(QrkStruct* ctx, tab* table, char* stmt, int size, char* msg);
-int isPriKey(QrkStruct* ctx, const char* column, const key_columns* keys);
+int faultyColumn(QrkStruct* ctx, const tab& table);
+// Builds the INSERT text into `stmt` (`size` bytes).
+void generate_SQLi(QrkStruct* ctx, const tab& table, char* stmt, int size);
+bool isPriKey(QrkStruct* ctx, const char* column, const key_columns* keys);
 
 }  // namespace orvxml

@@ -12,14 +12,11 @@ namespace orvxml {
 struct WalkState {
   QrkStruct* ctx;
   rel* relinfo;
-  char* msg;
   DocumentOwner owner;  // keeps the document
   DocumentNames names;
   FirstDescendants descendants;
   DataWatch* watch = nullptr;   // null: nobody listens
   uint64_t joinAttributes = 0;  // added to the document so far
-
-  Report report() const { return {ctx, msg}; }
 };
 
 }  // namespace orvxml

@@ -108,30 +108,6 @@ xercesc::DOMNode* nextInDocumentOrder(const xercesc::DOMNode* root, xercesc::DOM
 const char16_t* boundedAttribute(const xercesc::DOMElement* element, const char16_t* name,
                                  int limit);
 
-// A list of elements, walked by a cursor.
-class QRK_NodeList {
- public:
-  explicit QRK_NodeList(QrkStruct* context) : ctx(context) {}
-  ~QRK_NodeList() { reset(); }
-  QRK_NodeList(const QRK_NodeList&) = delete;
-  QRK_NodeList& operator=(const QRK_NodeList&) = delete;
-
-  struct Node {
-    DOM_Element element;
-    Node* next = nullptr;
-  };
-
-  int add(const DOM_Element& element, char* msg);  // 0, or -58 with QRKG002E
-  DOM_Element getNextItem();                       // null element at the end
-  void reset();                                    // frees the nodes, rewinds the cursor
-
-  Node* head = nullptr;
-  Node* tail = nullptr;
-  Node* cursor = nullptr;
-  int32_t count = 0;
-  QrkStruct* ctx;
-};
-
 void qrkInitializeParser(QrkStruct* ctx);  // throws when the parser is not there
 int qrkTerminateParser(QrkStruct* ctx);    // 0
 

@@ -63,17 +63,17 @@ TEST(BoundValues, GraphicValuesLoseTheirShiftBytes) {
   table.num_col = 4;
   table.col2xml = columns.data();
   table.stmt = statement.data();
-  CliConnection connection(context, "test", context.msg);
-  ASSERT_EQ(connection.open(), 0);
-  ASSERT_EQ(generate_SQLi(context, &table, table.stmt, kStatementSize, context.msg), 0);
+  ServerConnection connection(context);
+  connection.open();
+  generate_SQLi(context, table, table.stmt, kStatementSize);
   rel model{};
   model.hdbc = connection.handle();
   // Shift-out is 0x0E, shift-in 0x0F.
   const Value row[] = {{"\016AB\017", 4}, {"\016ABCD\017", 6}, {"\016AB", 3}, {}};
   {
-    RowInserter inserter(context, &model, table, context.msg);
-    ASSERT_EQ(inserter.prepare(), 0) << context.msg;
-    inserter.qrkrow_to_stmt(row);
+    RowInserter inserter(context, &model, table);
+    inserter.prepare();
+    inserter.insert(row);
   }
   const std::vector<Bound> expected = {{SQL_C_CHAR, "\016AB\017", SQL_NTS},
                                        {SQL_C_DBCHAR, "ABCD", 4},

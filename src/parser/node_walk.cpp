@@ -1,7 +1,4 @@
-// Walking the parser's nodes: document order, bounded attribute values, the list of elements.
-#include <new>
-
-#include "orvxml/trace.h"
+// Walking the parser's nodes: document order, bounded attribute values.
 #include "src/parser/parser.h"
 
 namespace orvxml {
@@ -34,37 +31,6 @@ const char16_t* boundedAttribute(const xercesc::DOMElement* element, const char1
   if (!value || !*value) return nullptr;
   const size_t length = std::u16string_view(value).size();
   return length > static_cast<size_t>(limit) ? nullptr : value;
-}
-
-int QRK_NodeList::add(const DOM_Element& element, char* msg) {
-  Node* node = new (std::nothrow) Node{element};
-  if (!node) {
-    QRK_TRACE(ctx, "out of memory.");
-    return fail(Report{.ctx = ctx, .msg = msg}, Msg::QRKG002E);
-  }
-  (tail ? tail->next : head) = node;
-  tail = node;
-  ++count;
-  return 0;
-}
-
-DOM_Element QRK_NodeList::getNextItem() {
-  // Past the end the cursor stays on the last node, so that nodes added later are found.
-  Node* next = cursor ? cursor->next : head;
-  if (!next) return {};
-  cursor = next;
-  return cursor->element;
-}
-
-void QRK_NodeList::reset() {
-  while (head) {
-    Node* next = head->next;
-    delete head;
-    head = next;
-  }
-  tail = nullptr;
-  cursor = nullptr;
-  count = 0;
 }
 
 }  // namespace orvxml
