@@ -29,40 +29,33 @@ enum class FailureKind {
 // The text that a failure is about, whatever its kind.
 enum class FailureText { kNone, kMapping, kDocument };
 
-// Where a failure is, as far as it is known.
-struct FailurePlace {
-  FailureText text = FailureText::kNone;
-  size_t mappingElement = 0;   // number of the element in the mapping; 0: not known
-  size_t documentElement = 0;  // the same in the document
-  std::string lacks;           // what the message does not say, a line in UTF-8
-  std::string file;            // the schema or DTD that line and column count in, or that is missing
-  uint64_t line = 0;           // of a parser's error, from 1; 0: not known
-  uint64_t column = 0;
-};
-
 struct Notice {
   enum Kind {
     // The call goes on and its result may not be what is meant; with the rule "memory" it fails.
     kWarning,
-    kPlace,   // of the failure whose message the call gives; at most one a call is of use: the last
-    kOrigin,  // of the decomposed document: the override that composes it again from its rows
+    kFailure,  // of a call: the last one is that whose message it gives
+    kOrigin,   // of the decomposed document: the override that composes it again from its rows
     // What may lie behind a failure of the statement that called: the last one counts. The rule is
-    // "parser" for the message of a parser's error, whole where the call's own is cut or lost, and
-    // "value" for the location path whose values are about to be taken out of a document.
+    // "parser" for a parser's error, whole where the call's message is cut or lost, and "value" for
+    // the location path whose values are about to be taken out of a document.
     kReason,
   };
   Kind kind = kWarning;
-  // A literal: the warning's name, like "join-of-equal-depth"; of a place what the failure is
-  // about, "mapping" or "document", or empty where the element's number tells.
-  const char* rule = "";
-  std::string text;            // one line in UTF-8; of a place: what the message lacks, or empty
+  const char* rule = "";  // a literal: the warning's name, like "join-of-equal-depth"
+  // One line in UTF-8; of a failure: what its message lacks, or empty.
+  std::string text;
   size_t mappingElement = 0;   // number of the element in the mapping; 0: none
   size_t documentElement = 0;  // the same in the document
-  // Of a place: the schema or DTD that the message's line and column count in, or that is missing;
-  // empty: none.
+  // The schema or DTD that line and column count in, or that is missing; empty: none.
   std::string file;
+  uint64_t line = 0;  // of a parser's error, from 1; 0: not known
+  uint64_t column = 0;
   FailureKind failure = FailureKind::kUnknown;
-  FailurePlace place;
+  FailureText about = FailureText::kNone;
+  // Of a failed statement of the server: its SQLCODE and, where they stand at the end of the
+  // message or not at all, the server's words, which are in the database code page.
+  int sqlcode = 0;
+  std::string serverWords;
 };
 
 class NoticeListener {
@@ -81,9 +74,6 @@ extern "C" ORVXML_API NoticeListener* qrkListen(NoticeListener* listener);
 
 // The listener of this thread's calls, or null.
 NoticeListener* noticeListener();
-
-// Tells a reason, where there is a listener.
-void tellReason(const char* rule, const std::string& text);
 
 // Listens as long as it lives.
 class Listening {

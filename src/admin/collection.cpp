@@ -52,6 +52,7 @@ class Enabling {
 
  private:
   void parse(Call& call, const clob& dadBuf);
+  void takeMapping(char* tableSpace);
   bool usesSqlMapping() const;
   void buildModel();
   void prepareTables(char* tableSpace);
@@ -70,17 +71,23 @@ int Enabling::run(Call& call, const clob& dadBuf, char* tableSpace) {
   QRK_TRACE(ctx_, "dadlen:%d, tbspacename:%s.", dadBuf.length, tableSpace);
   if (std::strlen(name_) > kMaxCollectionName) throw Failure(Msg::QRKQ032E);
   requireUsageTable(ctx_);
-  parse(call, dadBuf);
-  settings_ = readDadSettings(ctx_, document_, kNoSettingLimits);
-  const bool sqlMapping = usesSqlMapping();
-  if (!sqlMapping) buildModel();
-  if (!settings_.hasValidation) throw Failure(Msg::QRKA056E, "(NULL)");
-  if (!sqlMapping) prepareTables(tableSpace);
+  about(FailureText::kMapping, [&] {
+    parse(call, dadBuf);
+    takeMapping(tableSpace);
+  });
   record();
   if (settings_.hasSchema && settings_.validate) {
     warnOfUnusableSchema(ctx_, settings_.schemaLocation);
   }
   return report(call.report(), Msg::QRKA067I, name_);
+}
+
+void Enabling::takeMapping(char* tableSpace) {
+  settings_ = readDadSettings(ctx_, document_, kNoSettingLimits);
+  const bool sqlMapping = usesSqlMapping();
+  if (!sqlMapping) buildModel();
+  if (!settings_.hasValidation) throw Failure(Msg::QRKA056E, "(NULL)");
+  if (!sqlMapping) prepareTables(tableSpace);
 }
 
 void Enabling::parse(Call& call, const clob& dadBuf) {

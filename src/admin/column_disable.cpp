@@ -11,7 +11,8 @@
 #include "src/admin/column_steps.h"
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
-#include "src/outcome/reported.h"
+#include "src/dad/column_model.h"
+#include "src/outcome/failure.h"
 #include "src/server_access/locator_owner.h"
 #include "src/server_access/locators.h"
 #include "src/server_access/server_statements.h"
@@ -150,10 +151,11 @@ void DisableColumn::takeModel() {
   }
   dad_.release();
   const bool samePages = ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage;
-  Reported said(ctx_);
-  model_.reset(dad_popu(ctx_, tableName_, names_.column.c_str(), buffer.get(), samePages ? 1 : 0,
-                        said.msg, said.sqlState));
-  if (!model_) throw Failure(Msg::QRKA024E);
+  try {
+    model_ = columnModel(ctx_, tableName_, names_.column.c_str(), buffer.get(), samePages);
+  } catch (const Failure&) {
+    throw Failure(Msg::QRKA024E);
+  }
 }
 
 void DisableColumn::dropTrigger(char letter, Msg failure) const {

@@ -12,7 +12,7 @@
 #include "src/admin/schema_warning.h"
 #include "src/admin/trigger_texts.h"
 #include "src/admin/usage_table.h"
-#include "src/outcome/reported.h"
+#include "src/dad/column_model.h"
 #include "src/parser/parser.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/server_statements.h"
@@ -83,6 +83,7 @@ class EnableColumn {
   void createTriggers(const ColumnObjects& of) const;
   void recordUsage();
 
+  void traceModel() const;
   void takeGivenRootId();
   KeyType fetchKeyType() const;
   void takeGeneratedRootId() const;
@@ -201,21 +202,26 @@ void EnableColumn::checkExistingRootId() const {
   if (!fits) throw Failure(Msg::QRKA015E, request_.tableName);
 }
 
-void EnableColumn::takeModel() {
-  const bool samePages = ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage;
-  int32_t noXcolumn = 0;
-  Reported said(ctx_);
-  model_.reset(dad_popu(ctx_, request_.tableName, names_.column.c_str(), dad_.get(),
-                        samePages ? 1 : 0, said.msg, said.sqlState, &noXcolumn, &said.code));
+void EnableColumn::traceModel() const {
   QRK_TRACE(ctx_, "called dad_popu.  pointer of DAD:%x",
             static_cast<unsigned>(reinterpret_cast<uintptr_t>(model_.get())));
-  if (noXcolumn) {
-    QRK_TRACE(ctx_, "access_mode %d not supported.", noXcolumn);
-    throw Failure(Msg::QRKA009E);
+}
+
+// The code is that of the SQLSTATE.
+void EnableColumn::takeModel() {
+  const bool samePages = ctx_->codePages->appCodePage == ctx_->codePages->dbCodePage;
+  try {
+    model_ = columnModel(ctx_, request_.tableName, names_.column.c_str(), dad_.get(), samePages);
+  } catch (Failure& failure) {
+    traceModel();
+    if (failure.is(Msg::QRKA009E)) {
+      QRK_TRACE(ctx_, "access_mode %d not supported.", 1);
+      throw;
+    }
+    const int code = parseCode(ctx_, failure.code(), failure.sqlState().c_str());
+    throw std::move(failure).withCode(code);
   }
-  if (model_) return;
-  said.code = parseCode(ctx_, said.code, said.sqlState);
-  said.require(-1);
+  traceModel();
 }
 
 // What no side table or trigger could be made of, and what would fail at the first document.
@@ -248,9 +254,10 @@ void EnableColumn::checkDtd() const {
   int32_t count = 0;
   const sqlca area = fetchRow("SELECT count(*) FROM orvxml.dtd_ref WHERE dtdid = ?",
                               {textInput(model_->dtdid)}, {integerVariable(&count)});
-  if (area.sqlcode != 0 || count == 0) {
-    throw Failure::ofServer(area, Msg::QRKA010E, model_->dtdid);
-  }
+  if (area.sqlcode == 0 && count > 0) return;
+  Failure failure = Failure::ofServer(area, Msg::QRKA010E, model_->dtdid);
+  failure.about(FailureText::kMapping);
+  throw failure;
 }
 
 // A suffix that no enabled column has yet.

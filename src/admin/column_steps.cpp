@@ -53,8 +53,8 @@ std::string validationCheck(QrkStruct* ctx, const dad& model) {
   if (model.isSchema) {
     char location[kLocationSize];
     if (QRK_wcstombsFunction(ctx, location, schemaLocation(model), sizeof location) < 0) {
-      throw Failure(Msg::QRKG017E, "schema location", buildStamp(),
-                    moduleOf(std::source_location::current()), __LINE__);
+      throw Failure(Msg::QRKG017E, "schema location", buildStamp(), moduleOf(SourcePlace::here()),
+                    __LINE__);
     }
     return schemaCheckText(model, location);
   }

@@ -12,12 +12,10 @@ namespace orvxml {
 void warnOfUnusableSchema(QrkStruct* ctx, std::u16string_view location) {
   NoticeListener* const listener = noticeListener();
   if (!listener) return;
-  const Judgement found =
-      judgeBySchema(ctx, {"<orvxml-probe/>", true, true}, std::u16string(location).c_str());
-  if (found.verdict != kNotJudged) return;
-  char message[kMessageSize] = "";
-  writeFailure({ctx, message}, *found.failure);
-  const FailurePlace& place = found.failure->place();
+  const std::optional<Failure> fault = faultOfSchema(ctx, std::u16string(location));
+  if (!fault) return;
+  const FailurePlace& place = fault->place();
+  const std::string message = messageOf(ctx, *fault);
   Notice notice;
   notice.rule = "unusable-schema";
   std::u16string words;
@@ -25,6 +23,8 @@ void warnOfUnusableSchema(QrkStruct* ctx, std::u16string_view location) {
   notice.text.erase(notice.text.find_last_not_of(" \n") + 1);
   if (!place.lacks.empty()) notice.text += ' ' + place.lacks;
   notice.file = place.file.empty() ? textForMessage(nullptr, location) : place.file;
+  notice.line = place.line;
+  notice.column = place.column;
   listener->notice(notice);
 }
 

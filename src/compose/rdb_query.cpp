@@ -27,8 +27,7 @@ int16_t describedLength(SQLSMALLINT type, SQLUINTEGER size) {
   return static_cast<int16_t>(std::min<uint64_t>(bytes, std::numeric_limits<int16_t>::max()));
 }
 
-Failure serverWords(SQLSMALLINT type, SQLHANDLE handle,
-                    std::source_location where = std::source_location::current()) {
+Failure serverWords(SQLSMALLINT type, SQLHANDLE handle, SourcePlace where = SourcePlace::here()) {
   return failureInServerWords(firstDiagnostic(type, handle), where);
 }
 
@@ -71,7 +70,7 @@ void TableQuery::execute() {
   if (rc < 0) throw refusedStatement(table_.hstmt);
 }
 
-void TableQuery::require(SQLRETURN rc, const char* what, std::source_location where) const {
+void TableQuery::require(SQLRETURN rc, const char* what, SourcePlace where) const {
   if (rc < 0) {
     throw cliFailure(ctx_, rc, SQL_HANDLE_STMT, table_.hstmt, what, "qrkrcomp", where);
   }

@@ -10,7 +10,6 @@
 #include <bit>
 #include <deque>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -82,8 +81,7 @@ class TableQuery {
  private:
   void prepare(int level);
   // Of a call on the statement: `what` names it.
-  void require(SQLRETURN rc, const char* what,
-               std::source_location where = std::source_location::current()) const;
+  void require(SQLRETURN rc, const char* what, SourcePlace where = SourcePlace::here()) const;
   void describeColumns(bool isRoot);
   void describeColumn(int column, bool isRoot);
   void execute();

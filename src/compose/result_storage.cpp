@@ -66,15 +66,15 @@ Failure unjudged(const Failure& reason) {
 // A document cannot be valid by what is wrong in itself: the result says no more than that.
 void warnOfFaultyFile(QrkStruct* ctx, const Failure& failure) {
   if (!noticeListener()) return;
-  char message[kMessageSize] = "";
-  writeFailure({ctx, message}, failure);
-  std::string_view words = message;
-  words = words.substr(0, words.find_last_not_of(" \n") + 1);
+  std::string words = messageOf(ctx, failure);
+  words.erase(words.find_last_not_of(" \n") + 1);
   Notice notice;
   notice.rule = "validation-file-faulty";
   notice.text =
       "no document is valid by a faulty schema or DTD: " + shownText(ctx, words, kMessageSize);
   notice.file = failure.place().file;
+  notice.line = failure.place().line;
+  notice.column = failure.place().column;
   noticeListener()->notice(notice);
 }
 

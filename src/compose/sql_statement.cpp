@@ -48,11 +48,11 @@ std::string CliStatement::diagnostic() const {
   return firstDiagnostic(SQL_HANDLE_STMT, handle_).text;
 }
 
-Failure CliStatement::failure(std::source_location where) const {
+Failure CliStatement::failure(SourcePlace where) const {
   return failureInServerWords(firstDiagnostic(SQL_HANDLE_STMT, handle_), where);
 }
 
-Failure CliStatement::internalFailure(std::source_location where) const {
+Failure CliStatement::internalFailure(SourcePlace where) const {
   return Failure::internal(nullptr, where).with(diagnostic());
 }
 

@@ -2,7 +2,6 @@
 // are told in the server's words.
 #pragma once
 
-#include <source_location>
 #include <string>
 
 #include "src/outcome/failure.h"
@@ -26,8 +25,8 @@ class CliStatement {
   // The text of the first diagnostic record of the last call; empty when there is none.
   std::string diagnostic() const;
   // Of the last call: failureInServerWords, or an internal error with these words behind it.
-  Failure failure(std::source_location where = std::source_location::current()) const;
-  Failure internalFailure(std::source_location where = std::source_location::current()) const;
+  Failure failure(SourcePlace where = SourcePlace::here()) const;
+  Failure internalFailure(SourcePlace where = SourcePlace::here()) const;
 
   void closeCursor();
   // Closes the cursor and frees the handle.

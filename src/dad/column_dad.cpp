@@ -1,4 +1,4 @@
-#include "orvxml/column_dad.h"
+#include "src/dad/column_model.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -191,19 +191,27 @@ void build(QrkStruct* ctx, const DOM_Document& document, const char* tableName,
 
 }  // namespace
 
+ModelOwner columnModel(QrkStruct* ctx, const char* tableName, const char* columnName,
+                       QrkOutbuf* dadBuffer, bool inDbEncoding) {
+  return about(FailureText::kMapping, [&] {
+    const int inMemory = dadBuffer->loctype == QRK_LOC_FILE ? 0 : 1;
+    const auto parse = [&] { return qrkDOM(ctx, dadBuffer->data, inDbEncoding, inMemory); };
+    const DOM_Document document = traced(ctx, "called qrkDOM(). rc:%ld", parse, "dad_popu");
+    ModelOwner model(new dad{});
+    build(ctx, document, tableName, columnName, *model);
+    return model;
+  });
+}
+
 dad* dad_popu(QrkStruct* ctx, const char* tableName, const char* columnName, QrkOutbuf* dadBuffer,
               int useDbEncoding, char* msg, char* sqlstate, int32_t* noXcolumn, int* errCode) {
   ModelOwner model;
   const Report report{.ctx = ctx, .msg = msg, .errCode = errCode, .sqlState = sqlstate};
   const int code = atEdge(report, [&] {
-    const int inMemory = dadBuffer->loctype == QRK_LOC_FILE ? 0 : 1;
-    const auto parse = [&] { return qrkDOM(ctx, dadBuffer->data, useDbEncoding, inMemory); };
-    const DOM_Document document = traced(ctx, "called qrkDOM(). rc:%ld", parse, "dad_popu");
-    model.reset(new dad{});
-    build(ctx, document, tableName, columnName, *model);
+    model = columnModel(ctx, tableName, columnName, dadBuffer, useDbEncoding == 1);
   });
-  if (noXcolumn) *noXcolumn = model ? model->noXcolumn : 0;
-  return code == 0 ? model.release() : nullptr;
+  if (noXcolumn) *noXcolumn = code == codeOf(Msg::QRKA009E) ? 1 : 0;
+  return model.release();
 }
 
 void freedad(QrkStruct*, dad* model) {

@@ -32,8 +32,8 @@ std::u16string childText(const xercesc::DOMNode* node) {
   return text;
 }
 
-Failure exceeded(const std::string& limit, std::source_location where) {
-  return Failure(Msg::QRKG017E, limit, buildStamp(), "qrkcllec", where.line());
+Failure exceeded(const std::string& limit, SourcePlace where) {
+  return Failure(Msg::QRKG017E, limit, buildStamp(), "qrkcllec", where.line);
 }
 
 Failure invalidName(QrkStruct* ctx, const char16_t* name, int scannerCode) {

@@ -2,7 +2,6 @@
 // mapped leaf is, the text of an element, and the failures of an exceeded limit or a wrong name.
 #pragma once
 
-#include <source_location>
 #include <string>
 #include <string_view>
 
@@ -47,8 +46,7 @@ inline constexpr char kJoinConditionLimit[] = "QRK_CONDITION_LENGTH";
 inline constexpr char kConditionLimit[] = "QRK_CONDITION_SIZE";  // of a column, or of a table's all
 
 // QRKG017E: `limit` is its name and what it was exceeded by.
-Failure exceeded(const std::string& limit,
-                 std::source_location where = std::source_location::current());
+Failure exceeded(const std::string& limit, SourcePlace where = SourcePlace::here());
 // A name that the SQL scanner refused: QRKQ033E with the name, but the scanner's own code.
 Failure invalidName(QrkStruct* ctx, const char16_t* name, int scannerCode);
 // Takes the name of a mapped item into the field of the model that it has. One that the database

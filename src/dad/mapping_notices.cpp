@@ -57,12 +57,13 @@ Failure at(const xercesc::DOMNode* node, Failure failure, std::string_view lacks
 }
 
 void tellWarning(const char* rule, const xercesc::DOMNode* node, std::string_view text) {
-  if (!noticeListener()) return;
+  NoticeListener* const listener = noticeListener();
+  if (!listener) return;
   Notice notice;
   notice.rule = rule;
   notice.text = text;
   notice.mappingElement = elementNumber(node);
-  noticeListener()->notice(notice);
+  listener->notice(notice);
 }
 
 }  // namespace orvxml

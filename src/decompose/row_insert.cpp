@@ -38,7 +38,7 @@ RowInserter::~RowInserter() {
   if (hstmt_ != SQL_NULL_HANDLE) SQLFreeHandle(SQL_HANDLE_STMT, hstmt_);
 }
 
-Failure RowInserter::failure(SQLRETURN rc, const char* what, std::source_location where) const {
+Failure RowInserter::failure(SQLRETURN rc, const char* what, SourcePlace where) const {
   return cliFailure(ctx_, rc, SQL_HANDLE_STMT, hstmt_, what, kModule, where);
 }
 

@@ -1,7 +1,6 @@
 // Inserts the rows of one table with one prepared statement, parameters bound anew for each row.
 #pragma once
 
-#include <source_location>
 #include <vector>
 
 #include "src/decompose/row_list.h"
@@ -37,8 +36,7 @@ class RowInserter {
   void bindParameter(int index, const Value& value);
   bool converts(int index, const Value& value) const;
   void dropShiftBytes(const char*& text, SQLINTEGER& length) const;
-  Failure failure(SQLRETURN rc, const char* what,
-                  std::source_location where = std::source_location::current()) const;
+  Failure failure(SQLRETURN rc, const char* what, SourcePlace where = SourcePlace::here()) const;
 
   QrkStruct* ctx_;
   const rel* rel_;

@@ -55,19 +55,20 @@ void writeMessage(const Report& report, const Failure& failure) {
 
 void tell(const Failure& failure) {
   NoticeListener* const listener = noticeListener();
+  if (!listener) return;
   const FailurePlace& place = failure.place();
-  if (!listener || (place.text == FailureText::kNone && place.file.empty())) return;
   Notice notice;
-  notice.kind = Notice::kPlace;
-  notice.rule = place.text == FailureText::kMapping    ? "mapping"
-                : place.text == FailureText::kDocument ? "document"
-                                                       : "";
+  notice.kind = Notice::kFailure;
   notice.text = place.lacks;
   notice.mappingElement = place.mappingElement;
   notice.documentElement = place.documentElement;
   notice.file = place.file;
+  notice.line = place.line;
+  notice.column = place.column;
   notice.failure = failure.kind();
-  notice.place = place;
+  notice.about = place.text;
+  notice.sqlcode = failure.sqlcode();
+  notice.serverWords = failure.serverWords();
   listener->notice(notice);
 }
 
@@ -80,6 +81,12 @@ void writeFailure(const Report& report, const Failure& failure) {
     failure.sqlState().copy(report.sqlState, kSqlStateSize - 1);
     report.sqlState[kSqlStateSize - 1] = 0;
   }
+}
+
+std::string messageOf(QrkStruct* ctx, const Failure& failure) {
+  char message[kMessageSize] = "";
+  writeMessage({ctx, message}, failure);
+  return message;
 }
 
 int reportFailure(const Report& report, const Failure& failure) {

@@ -11,7 +11,9 @@ namespace orvxml {
 
 // Writes message, code and SQLSTATE of the failure where `report` wants them.
 void writeFailure(const Report& report, const Failure& failure);
-// The same, and tells the listener what it is of and where. Returns the code.
+// The message alone.
+std::string messageOf(QrkStruct* ctx, const Failure& failure);
+// Writes the failure, and tells the listener what it is of and where. Returns the code.
 int reportFailure(const Report& report, const Failure& failure);
 // The same for the exception that is handled: memory that was wanting is QRKG002E, what nobody
 // knows an internal error.

@@ -10,8 +10,8 @@ std::string numberOrNothing(std::optional<uint64_t> number) {
 
 }  // namespace
 
-std::string moduleOf(const std::source_location& where) {
-  std::string_view file = where.file_name();
+std::string moduleOf(const SourcePlace& where) {
+  std::string_view file = where.file;
   file.remove_prefix(file.find_last_of('/') + 1);
   return std::string(file.substr(0, file.find('.')));
 }
@@ -40,12 +40,12 @@ FailureKind Failure::kindOf(Msg message) {
   }
 }
 
-Failure Failure::internal(const char* module, std::source_location where) {
-  return Failure(Msg::QRKG001E, buildStamp(), module ? module : moduleOf(where), where.line());
+Failure Failure::internal(const char* module, SourcePlace where) {
+  return Failure(Msg::QRKG001E, buildStamp(), module ? module : moduleOf(where), where.line);
 }
 
-Failure Failure::ofLimit(std::string_view limit, std::source_location where) {
-  return Failure(Msg::QRKG017E, limit, buildStamp(), moduleOf(where), where.line());
+Failure Failure::ofLimit(std::string_view limit, SourcePlace where) {
+  return Failure(Msg::QRKG017E, limit, buildStamp(), moduleOf(where), where.line);
 }
 
 Failure Failure::said(int code, std::string text) {
@@ -67,6 +67,7 @@ Failure Failure::ofParser(std::optional<uint64_t> line, std::optional<uint64_t> 
 
 Failure Failure::behind(const sqlca& area) && {
   area_ = area;
+  sqlcode_ = area.sqlcode;
   kind_ = FailureKind::kDatabase;
   return std::move(*this);
 }
@@ -109,6 +110,13 @@ Failure& Failure::inFile(std::string file, std::string lacks) {
   place_.file = std::move(file);
   place_.lacks = std::move(lacks);
   return *this;
+}
+
+Failure Failure::ofStatement(int sqlcode, std::string words) && {
+  kind_ = FailureKind::kDatabase;
+  sqlcode_ = sqlcode;
+  serverWords_ = std::move(words);
+  return std::move(*this);
 }
 
 Failure Failure::ofKind(FailureKind kind) && {

@@ -9,7 +9,6 @@
 
 #include <initializer_list>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -23,9 +22,29 @@ namespace orvxml {
 inline constexpr char kParserState[] = "38X13";
 inline constexpr int kParserCode = -85;  // of the SQLSTATE, which stands in no row of the table
 
+// A place in the sources: as a default argument, that of the call.
+struct SourcePlace {
+  const char* file;
+  int line;
+  static SourcePlace here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    return {file, line};
+  }
+};
+
 // The name that an internal error gives to a file of the sources: "decomposition" for
 // src/decompose/decomposition.cpp.
-std::string moduleOf(const std::source_location& where);
+std::string moduleOf(const SourcePlace& where);
+
+// Where a failure is, as far as it is known: see the members of a Notice.
+struct FailurePlace {
+  FailureText text = FailureText::kNone;
+  size_t mappingElement = 0;
+  size_t documentElement = 0;
+  std::string lacks;  // what the message does not say
+  std::string file;
+  uint64_t line = 0;
+  uint64_t column = 0;
+};
 
 class Failure {
  public:
@@ -39,18 +58,16 @@ class Failure {
         arguments_{std::string(detail::argumentText(arguments))...} {}
   // An internal error (QRKG001E) of the file and the line that made it. `module` stands in the
   // place of the file's name where the interface gives one.
-  static Failure internal(const char* module = nullptr,
-                          std::source_location where = std::source_location::current());
+  static Failure internal(const char* module = nullptr, SourcePlace where = SourcePlace::here());
   // A limit of the library was met (QRKG017E): its name, or what exceeded it.
-  static Failure ofLimit(std::string_view limit,
-                         std::source_location where = std::source_location::current());
+  static Failure ofLimit(std::string_view limit, SourcePlace where = SourcePlace::here());
   // A statement of the server failed: its own text stands in front of the message.
   template <class... Args>
   static Failure ofServer(const sqlca& area, Msg message, const Args&... arguments) {
     return Failure(message, arguments...).behind(area);
   }
   static Failure ofServerInternal(const sqlca& area, const char* module = nullptr,
-                                  std::source_location where = std::source_location::current()) {
+                                  SourcePlace where = SourcePlace::here()) {
     return internal(module, where).behind(area);
   }
   // A message that is a text already; empty: the reporter makes an internal error of it.
@@ -73,6 +90,8 @@ class Failure {
   // The schema or DTD that the message counts in, or that is missing.
   Failure& inFile(std::string file, std::string lacks = "");
   Failure ofKind(FailureKind kind) &&;
+  // The server's SQLCODE and words about a failed call.
+  Failure ofStatement(int sqlcode, std::string words) &&;
 
   Msg message() const { return message_; }  // Msg{}: of a text
   int code() const { return code_; }
@@ -83,6 +102,8 @@ class Failure {
   const std::vector<Failure>& also() const { return also_; }
   const FailurePlace& place() const { return place_; }
   FailureKind kind() const { return kind_; }
+  int sqlcode() const { return sqlcode_; }
+  const std::string& serverWords() const { return serverWords_; }
 
  private:
   Failure() = default;
@@ -96,6 +117,8 @@ class Failure {
   FailurePlace place_;
   std::vector<std::string> arguments_;  // of a text: the text
   std::optional<sqlca> area_;
+  int sqlcode_ = 0;
+  std::string serverWords_;
   std::vector<Failure> also_;  // whose texts stand behind
 };
 

@@ -27,14 +27,4 @@ NoticeListener* noticeListener() {
   return kept ? kept->listener : nullptr;
 }
 
-void tellReason(const char* rule, const std::string& text) {
-  NoticeListener* const listener = noticeListener();
-  if (!listener) return;
-  Notice notice;
-  notice.kind = Notice::kReason;
-  notice.rule = rule;
-  notice.text = text;
-  listener->notice(notice);
-}
-
 }  // namespace orvxml

@@ -129,7 +129,8 @@ DOM_Document qrkDOM(QrkStruct* ctx, const char* document, int useDbEncoding, int
   try {
     return parse(ctx, document, useDbEncoding == 1, inMemory != 0);
   } catch (Failure& failure) {
-    throw std::move(failure).withCode(parseCode(ctx, -1, failure.sqlState().c_str()));
+    const int code = parseCode(ctx, -1, failure.sqlState().c_str());
+    throw std::move(failure).withCode(code);
   }
 }
 

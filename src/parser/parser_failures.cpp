@@ -5,22 +5,21 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include "orvxml/code_pages.h"
-#include "orvxml/messages.h"
 
 namespace orvxml {
 namespace {
 
-void tellInFull(QrkStruct* ctx, const Failure& failure) {
-  std::string message = qrkMsgTable[static_cast<size_t>(failure.message())];
-  for (const std::string& argument : failure.arguments()) {
-    std::u16string wide;
-    std::string utf8;
-    if (!toUtf16(ctx, argument, wide) || !toDatabase(nullptr, wide, utf8)) utf8 = argument;
-    const size_t at = message.find("%s");
-    if (at != std::string::npos) message.replace(at, 2, utf8);
-  }
-  message.erase(message.find_last_not_of('\n') + 1);
-  tellReason("parser", message);
+void tellInFull(QrkStruct* ctx, const Failure& failure, const std::string& text) {
+  NoticeListener* const listener = noticeListener();
+  if (!listener) return;
+  Notice notice;
+  notice.kind = Notice::kReason;
+  notice.rule = "parser";
+  std::u16string wide;
+  if (!toUtf16(ctx, text, wide) || !toDatabase(nullptr, wide, notice.text)) notice.text = text;
+  notice.line = failure.place().line;
+  notice.column = failure.place().column;
+  listener->notice(notice);
 }
 
 }  // namespace
@@ -28,7 +27,7 @@ void tellInFull(QrkStruct* ctx, const Failure& failure) {
 Failure parserFailure(QrkStruct* ctx, std::optional<uint64_t> line, std::optional<uint64_t> column,
                       const std::string& text) {
   Failure failure = Failure::ofParser(line, column, text);
-  if (noticeListener()) tellInFull(ctx, failure);
+  tellInFull(ctx, failure, text);
   return failure;
 }
 

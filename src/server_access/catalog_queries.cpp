@@ -43,7 +43,7 @@ struct Name {
 
 // A failed catalog query about a table.
 Failure queryFailure(QrkStruct* ctx, const sqlca& area, const char* schema, const char* table,
-                     std::source_location where = std::source_location::current()) {
+                     SourcePlace where = SourcePlace::here()) {
   QRK_TRACE(ctx, "ORV catalog query failed. in_tableName='%s%s%s'", schema, *schema ? "." : "",
             table);
   return Failure::ofServerInternal(area, kModule, where);
@@ -235,13 +235,13 @@ bool qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid) {
 }
 
 int qrkGetSchemaFromSchemaId(QrkStruct* ctx, QrkOutbuf* schema, const char* schemaid, char* msg) {
+  LocatorOwner locator;
+  const sqlca area = findRegistered(kSchemas, schema, schemaid, locator);
+  if (area.sqlcode != 0) {
+    QRK_TRACE(ctx, "Error in getting Schema from Schema_REF schemaid string:%s, sqlcode=%d",
+              schemaid, area.sqlcode);
+  }
   return atEdge({ctx, msg}, [&] {
-    LocatorOwner locator;
-    const sqlca area = findRegistered(kSchemas, schema, schemaid, locator);
-    if (area.sqlcode != 0) {
-      QRK_TRACE(ctx, "Error in getting Schema from Schema_REF schemaid string:%s, sqlcode=%d",
-                schemaid, area.sqlcode);
-    }
     if (area.sqlcode == kNoRow) throw Failure(Msg::QRKQ060E, schemaid);
     if (area.sqlcode < 0) throw Failure::ofServer(area, Msg::QRKQ060E, schemaid);
     readRegistered(ctx, kSchemas, locator, schema);

@@ -21,21 +21,23 @@ Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, const CliDiagnostic& said, cons
                    const std::string& file, int line) {
   QRK_TRACE(ctx, "CLI failed for %s: cliMsg= %s cliRC=%d cliState=%s sqlcode=%d", what, said.text,
             rc, said.state, said.nativeError);
-  return Failure(Msg::QRKG006E, said.state, rc, buildStamp(), file, line, said.text);
+  return Failure(Msg::QRKG006E, said.state, rc, buildStamp(), file, line, said.text)
+      .ofStatement(said.nativeError, said.text);
 }
 
 }  // namespace
 
 Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle,
-                   const char* what, const char* module, std::source_location where) {
+                   const char* what, const char* module, SourcePlace where) {
   return cliFailure(ctx, rc, firstDiagnostic(type, handle), what, module ? module : moduleOf(where),
-                    static_cast<int>(where.line()));
+                    where.line);
 }
 
-Failure failureInServerWords(const CliDiagnostic& diagnostic, std::source_location where) {
+Failure failureInServerWords(const CliDiagnostic& diagnostic, SourcePlace where) {
   const int code = codeOf(Msg::QRKG006E);
-  return *diagnostic.text ? Failure::said(code, diagnostic.text).ofKind(FailureKind::kDatabase)
-                          : Failure::internal(nullptr, where).withCode(code);
+  return *diagnostic.text
+             ? Failure::said(code, diagnostic.text).ofStatement(diagnostic.nativeError, "")
+             : Failure::internal(nullptr, where).withCode(code);
 }
 
 int qrkCLIError(QrkStruct* ctx, short cliRc, short handleType, SQLHANDLE* handle, const char* what,

@@ -19,10 +19,10 @@ CliDiagnostic firstDiagnostic(SQLSMALLINT type, SQLHANDLE handle);
 // the place of the file's name where the interface gives one.
 Failure cliFailure(QrkStruct* ctx, SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle,
                    const char* what, const char* module = nullptr,
-                   std::source_location where = std::source_location::current());
+                   SourcePlace where = SourcePlace::here());
 
 // The same with the server's words as the whole message; without any it is an internal error.
 Failure failureInServerWords(const CliDiagnostic& diagnostic,
-                             std::source_location where = std::source_location::current());
+                             SourcePlace where = SourcePlace::here());
 
 }  // namespace orvxml

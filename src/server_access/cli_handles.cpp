@@ -14,7 +14,7 @@ ServerConnection::~ServerConnection() {
 
 Failure ServerConnection::setUpFailure(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle,
                                        const char* what, const char* traced,
-                                       std::source_location where) const {
+                                       SourcePlace where) const {
   QRK_TRACE(ctx_, "%s rc = %d, sqlstate = %s", traced, rc, firstDiagnostic(type, handle).state);
   return cliFailure(ctx_, rc, type, handle, what, module_, where);
 }

@@ -2,8 +2,6 @@
 // `close` does the same and throws what fails, a QRKG006E.
 #pragma once
 
-#include <source_location>
-
 #include "orvxml/context.h"
 #include "src/outcome/failure.h"
 
@@ -30,8 +28,7 @@ class ServerConnection {
   void connect();
   // The trace names the failed step of the set-up before the message does.
   Failure setUpFailure(SQLRETURN rc, SQLSMALLINT type, SQLHANDLE handle, const char* what,
-                       const char* traced,
-                       std::source_location where = std::source_location::current()) const;
+                       const char* traced, SourcePlace where = SourcePlace::here()) const;
 
   QrkStruct* ctx_;
   const char* module_;

@@ -92,14 +92,18 @@ void intoBuffer(QrkStruct* ctx, const sqludf_locator* locator, char* buffer, int
   buffer[length] = 0;
 }
 
+void writePiece(QrkStruct* ctx, std::string_view piece, NewFile& file) {
+  const size_t written = file.write(piece.data(), piece.size());
+  if (written == piece.size()) return;
+  QRK_TRACE(ctx, "writeCount = %ld", static_cast<long>(written));
+  throw Failure(Msg::QRKC003E);
+}
+
 void intoFile(QrkStruct* ctx, const sqludf_locator* locator, int32_t length, NewFile& file) {
   char piece[kFunctionPiece];
   forEachPiece(ctx, length, [&](int32_t offset, int32_t count) {
     readPiece(ctx, locator, offset + 1, count, piece);
-    const size_t written = file.write(piece, static_cast<size_t>(count));
-    if (written == static_cast<size_t>(count)) return;
-    QRK_TRACE(ctx, "writeCount = %ld", static_cast<long>(written));
-    throw Failure(Msg::QRKC003E);
+    writePiece(ctx, {piece, static_cast<size_t>(count)}, file);
   });
   if (!file.finish()) throw Failure(Msg::QRKC003E);
 }
@@ -344,11 +348,11 @@ int qrkGetDataFromClob(QrkStruct* ctx, const sqludf_locator* locator, char** dat
                        char* sqlState, char* msg) {
   *data = nullptr;
   *inMemory = 1;
+  int32_t length = 0;
+  const int rc = sqludf_length(locator, &length);
+  QRK_TRACE(ctx, "call sqludf_length() return rc=%d, clob length=%ld", rc,
+            static_cast<long>(length));
   return statusAtEdge({.ctx = ctx, .msg = msg, .sqlState = sqlState}, [&] {
-    int32_t length = 0;
-    const int rc = sqludf_length(locator, &length);
-    QRK_TRACE(ctx, "call sqludf_length() return rc=%d, clob length=%ld", rc,
-              static_cast<long>(length));
     if (rc != 0 || length < 0) throw locatorFailure(rc);
     *inMemory = length <= ctx->fileThreshold ? 1 : 0;
     *data = *inMemory ? clobInMemory(ctx, locator, length) : clobInFile(ctx, locator, length);

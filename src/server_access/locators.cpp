@@ -49,7 +49,7 @@ class ClobDescriptor {
 
 // A step of reading a piece of a locator failed.
 Failure pieceFailure(QrkStruct* ctx, const sqlca& area, const char* step,
-                     std::source_location where = std::source_location::current()) {
+                     SourcePlace where = SourcePlace::here()) {
   QRK_TRACE(ctx, "%s", step);
   return Failure::ofServerInternal(area, nullptr, where);
 }

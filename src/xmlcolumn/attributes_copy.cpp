@@ -1,7 +1,7 @@
 // Copies of one element's attributes.
 #include "orvxml/trace.h"
-#include "src/outcome/failure.h"
 #include "orvxml/utilities.h"
+#include "src/outcome/failure.h"
 #include "src/xmlcolumn/location_path_steps.h"
 
 namespace orvxml {

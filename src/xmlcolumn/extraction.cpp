@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -78,8 +79,12 @@ struct Extraction {
 };
 
 void tellPath(std::u16string_view path) {
-  std::string utf8;
-  if (noticeListener() && toDatabase(nullptr, path, utf8)) tellReason("value", utf8);
+  NoticeListener* const listener = noticeListener();
+  if (!listener) return;
+  Notice notice;
+  notice.kind = Notice::kReason;
+  notice.rule = "value";
+  if (toDatabase(nullptr, path, notice.text)) listener->notice(notice);
 }
 
 void extract(QrkStruct* ctx, const Extraction& wanted, QrkExtractResult& values) {
@@ -101,10 +106,11 @@ void extract(QrkStruct* ctx, const Extraction& wanted, QrkExtractResult& values)
 
 // Null after a failure, and after reading none or several.
 char* extractOnly(QrkStruct* ctx, const Extraction& wanted) {
-  struct Values : QrkExtractResult {
-    Values() : QrkExtractResult{} {}
-    ~Values() { qrkFreeArray(nullptr, this); }
-  } found;
+  struct Release {
+    void operator()(QrkExtractResult* values) const { qrkFreeArray(nullptr, values); }
+  };
+  QrkExtractResult found{};
+  const std::unique_ptr<QrkExtractResult, Release> owner(&found);
   extract(ctx, wanted, found);
   if (!found.values[0]) throw Failure(Msg::QRKD003W);
   if (found.values[1]) throw Failure(Msg::QRKD001E, wanted.path);

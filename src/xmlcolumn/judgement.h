@@ -36,5 +36,7 @@ struct Judgement {
 // They throw nothing that a verdict can be given for.
 Judgement judgeByDtd(QrkStruct* ctx, const JudgedDocument& document, const JudgingDtd& dtd);
 Judgement judgeBySchema(QrkStruct* ctx, const JudgedDocument& document, const char16_t* location);
+// Why no document can be judged by the schema; nothing when some can.
+std::optional<Failure> faultOfSchema(QrkStruct* ctx, const std::u16string& location);
 
 }  // namespace orvxml

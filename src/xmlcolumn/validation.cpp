@@ -163,6 +163,11 @@ Judgement judgeBySchema(QrkStruct* ctx, const JudgedDocument& document, const ch
   return judged([&] { return foundBySchema(ctx, document, location); });
 }
 
+std::optional<Failure> faultOfSchema(QrkStruct* ctx, const std::u16string& location) {
+  Judgement found = judgeBySchema(ctx, {"<any/>", true, true}, location.c_str());
+  return found.verdict == kNotJudged ? std::move(found.failure) : std::nullopt;
+}
+
 }  // namespace orvxml
 
 int qrkJudge(orvxml::QrkStruct* ctx, char* document, int docLoc, int useDbEncoding, char* dtd,

@@ -207,7 +207,7 @@ TEST_F(CommandShred, BadInputsGetTheirMessagesAndChangeNothing) {
        kDad,
        "half.xml:2:22: element 'invoice', table INVOICE, row (INVOICE_NO '1', ISSUED null, "
        "CURRENCY null, REMARK null, CUSTOMER_NO 'H'): ORV0407E  The null value cannot be stored in "
-       "the NOT NULL column \"APP.INVOICE.ISSUED\".  SQLSTATE=23502.\nQRKG006E  "},
+       "the NOT NULL column \"APP.INVOICE.ISSUED\".  SQLSTATE=23502\nQRKG006E  "},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);

@@ -35,7 +35,7 @@ class Heard final : public NoticeListener {
  public:
   void notice(const Notice& notice) override {
     std::string line = std::to_string(notice.mappingElement) + ' ' + notice.text;
-    if (notice.kind == Notice::kPlace) {
+    if (notice.kind == Notice::kFailure) {
       place = line;
     } else {
       warnings.push_back(std::string(notice.rule) + ' ' + line);

@@ -15,9 +15,10 @@ struct Told final : NoticeListener {
   std::string origin;
 
   void notice(const Notice& notice) override {
+    const char* const about = notice.about == FailureText::kDocument ? "document" : notice.rule;
     const std::string text =
-        notice.rule + ('@' + std::to_string(notice.documentElement)) + ": " + notice.text;
-    if (notice.kind == Notice::kPlace) {
+        about + ('@' + std::to_string(notice.documentElement)) + ": " + notice.text;
+    if (notice.kind == Notice::kFailure) {
       place = text;
     } else if (notice.kind == Notice::kOrigin) {
       origin = notice.text;

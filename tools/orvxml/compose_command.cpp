@@ -119,11 +119,9 @@ void ComposeRun::printPlaced(const std::string& message) {
   if (const Notice* const failure = log_.failure()) {
     where = placeOf(failure, mapping(), {}, where);
     if (!failure->text.empty()) text = failure->text + ": " + message;
-    const FailurePlace& place = failure->place;
     const bool countsThere = !failure->file.empty() || failure->mappingElement == 0;
-    if (countsThere && place.line != 0 && place.column != 0) {
-      where = located(where, {std::to_string(place.line), std::to_string(place.column)});
-    }
+    const std::optional<Position> position = parserPosition(*failure);
+    if (countsThere && position) where = located(where, *position);
   }
   printFailure(where, text);
 }

@@ -33,10 +33,12 @@ std::string jsonHead(const std::string& document, bool ok) {
   return "{\"document\": " + jsonString(document) + ", \"ok\": " + (ok ? "true" : "false");
 }
 
-Problem problemIn(const std::string& document, std::string message, const char* sqlState) {
+Problem problemIn(const std::string& document, const LocalContext& context) {
+  std::string message = context.message;
   message.erase(message.find_last_not_of('\n') + 1);
-  if (message.empty()) message = std::string("cannot be read: SQLSTATE ") + sqlState;
-  const std::optional<Position> position = parserPosition(message);
+  if (message.empty()) message = std::string("cannot be read: SQLSTATE ") + context.sqlState;
+  const Notice* const failure = context.failure();
+  const std::optional<Position> position = failure ? parserPosition(*failure) : std::nullopt;
   return {position ? located(document, *position) : document, std::move(message), position};
 }
 

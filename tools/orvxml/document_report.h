@@ -8,6 +8,7 @@
 
 #include "given_mapping.h"
 #include "input_file.h"
+#include "local_context.h"
 #include "settings.h"
 
 namespace orvxml::command {
@@ -18,9 +19,9 @@ struct Problem {
   std::optional<Position> position;  // in the document
 };
 
-// A failure that the library reported, at the place in `document` that its message tells. Without
-// a message the SQLSTATE has to do.
-Problem problemIn(const std::string& document, std::string message, const char* sqlState);
+// The failure of the last call in `context`, at its place in `document`. Without a message the
+// SQLSTATE has to do.
+Problem problemIn(const std::string& document, const LocalContext& context);
 
 // Calls `work` for each document in turn; it returns a Problem, or nothing when all is well. What
 // is wrong, a file that cannot be read included, is told on standard error and, with --json, as an

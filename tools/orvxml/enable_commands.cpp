@@ -25,7 +25,11 @@ namespace {
 // or by the server's text in front of what it could not do.
 constexpr int kNotBound = -104;
 constexpr int kPackageNotFound = -805;
-constexpr char kPackageNotFoundText[] = "ORV0805E";
+
+// The codes of QRKA048E and QRKA024E, and an SQLCODE: an INSERT with too few or too many values.
+constexpr int kNoInsertTrigger = -33;
+constexpr int kUnreadable = -18;
+constexpr int kValuesDoNotMatch = -117;
 
 // The warnings: enabled already, and not enabled. A statement of the lists that ends with another
 // warning has left them unfinished, and counts as a failure.
@@ -88,30 +92,17 @@ class MappingArgument {
   ClobValue value_;
 };
 
-// Whether a message of enabling is about the mapping, and neither about the table nor the database.
-bool isAboutMapping(const std::string& message) {
-  static constexpr std::string_view kOthers[] = {"QRKQ031E", "QRKQ032E", "QRKQ052E"};
-  static constexpr std::string_view kMappings[] = {"QRKA009E", "QRKA010E", "QRKA056E", "QRKA057E",
-                                                   "QRKA058E", "QRKA059E", "QRKA060E", "QRKA061E"};
-  const auto begins = [&](std::string_view name) { return message.starts_with(name); };
-  if (message.starts_with("QRKQ")) return std::ranges::none_of(kOthers, begins);
-  return std::ranges::any_of(kMappings, begins);
-}
-
 // Where a failure stands: in the mapping as far as it is about it, else in the database.
-std::string placeOf(const std::string& message, const Notice* failure, const NamedText& mapping,
-                    const std::string& database) {
-  if (failure && failure->mappingElement && !mapping.label.empty()) {
-    return placeOf(mapping, failure->mappingElement);
-  }
-  if (mapping.label.empty() || !isAboutMapping(message)) return database;
-  const std::optional<Position> position = parserPosition(message);
+std::string placeOf(const Notice* failure, const NamedText& mapping, const std::string& database) {
+  if (!failure || failure->about != FailureText::kMapping || mapping.label.empty()) return database;
+  if (failure->mappingElement) return placeOf(mapping, failure->mappingElement);
+  const std::optional<Position> position = parserPosition(*failure);
   return position ? located(mapping.label, *position) : mapping.label;
 }
 
-bool lacksPackages(const Answer& answer) {
+bool lacksPackages(const Answer& answer, const Notice* failure) {
   return answer.code == kNotBound || answer.code == kPackageNotFound ||
-         std::strncmp(answer.message, kPackageNotFoundText, sizeof kPackageNotFoundText - 1) == 0;
+         (answer.failed() && failure && failure->sqlcode == kPackageNotFound);
 }
 
 void bindAgain(orv::Session& session, const std::string& database) {
@@ -150,19 +141,19 @@ class Administration {
     const Listening listening(notices);
     const NamedText text = mapping ? NamedText{mapping->name(), mapping->text()} : NamedText{};
     Answer answer = callInTurn(procedure);
-    if (lacksPackages(answer)) {
+    if (lacksPackages(answer, notices.failure())) {
       session_->rollback();
       bindAgain(*session_, settings_.database);
       answer = callInTurn(procedure);
     }
     const std::string message = fromCodePage(answer.message, session_->codePage());
     if (answer.failed()) {
-      refuse(placeOf(message, notices.failure(), text, settings_.database), answer.code, message,
-             helpFor(answer.code, message, notices.reason()) + help);
+      refuse(placeOf(notices.failure(), text, settings_.database), answer.code, message,
+             helpFor(answer.code, notices) + help);
     }
     // It would fail every document that comes.
     if (const Notice* const schema = notices.warning(kUnusableSchema)) {
-      const std::optional<Position> position = parserPosition(schema->text);
+      const std::optional<Position> position = parserPosition(*schema);
       refuse(position ? located(schema->file, *position) : schema->file, kRefusedHere, schema->text,
              "\nthe schema of the mapping " + text.label + " cannot be used");
     }
@@ -184,14 +175,15 @@ class Administration {
     return answer;
   }
 
-  static std::string helpFor(int code, const std::string& message, const Notice* reason) {
-    const auto tells = [&](const char* text) { return message.find(text) != std::string::npos; };
+  static std::string helpFor(int code, const NoticeLog& notices) {
+    const Notice* const failure = notices.failure();
+    const Notice* const reason = notices.reason();
     if (code == kNoUsageTable) return "\nthe database is not enabled: run orvxml enable-db";
-    if (tells("QRKA048E") && tells("ORV0117E")) {
+    if (code == kNoInsertTrigger && failure && failure->sqlcode == kValuesDoNotMatch) {
       return "\na side table with a row for each value takes one column";
     }
     // What cannot be read when a column is disabled is the mapping that was kept.
-    if (tells("QRKA024E") && reason) return "\nreason: its mapping: " + reason->text;
+    if (code == kUnreadable && reason) return "\nreason: its mapping: " + placedText(*reason);
     return "";
   }
 

@@ -58,14 +58,15 @@ class ExtractRun {
   int format() const { return options_.markup ? kExtractMarkup : kExtractText; }
 
   Problem problem(const StreamedFile& document) const {
-    return problemIn(document.name(), context_.message, context_.sqlState);
+    return problemIn(document.name(), context_);
   }
 
   std::optional<Problem> readAll(StreamedFile& document) {
     AllValues values(context_);
-    *context_.message = 0;
-    const int status = extractAll(context_.get(), document.location(), 0, 0, format(), path_.data(),
-                                  values.get(), INT_MAX, context_.sqlState, context_.message);
+    const int status = context_.call([&] {
+      return extractAll(context_.get(), document.location(), 0, 0, format(), path_.data(),
+                        values.get(), INT_MAX, context_.sqlState, context_.message);
+    });
     document.requireUnchanged();
     if (status != 0) return problem(document);
     print(document.name(), values.list());
@@ -74,9 +75,10 @@ class ExtractRun {
 
   std::optional<Problem> readOne(StreamedFile& document) {
     char* value = nullptr;
-    *context_.message = 0;
-    const int status = extractOne(context_.get(), document.location(), 0, 0, format(), path_.data(),
-                                  &value, INT_MAX, context_.sqlState, context_.message);
+    const int status = context_.call([&] {
+      return extractOne(context_.get(), document.location(), 0, 0, format(), path_.data(), &value,
+                        INT_MAX, context_.sqlState, context_.message);
+    });
     const std::unique_ptr<char, FreeMemory> owner(value);
     document.requireUnchanged();
     // An empty value has no string.

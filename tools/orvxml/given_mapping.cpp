@@ -37,18 +37,4 @@ std::string located(const std::string& place, const Position& position) {
   return place + ':' + position.line + ':' + position.column;
 }
 
-std::optional<Position> parserPosition(std::string_view message) {
-  const auto numberAfter = [&](std::string_view words) {
-    size_t at = message.find(words);
-    if (at == std::string_view::npos) return std::string();
-    at += words.size();
-    const size_t end = message.find_first_not_of("0123456789", at);
-    return std::string(message.substr(at, end == std::string_view::npos ? end : end - at));
-  };
-  if (message.find("QRKQ047E") == std::string_view::npos) return std::nullopt;
-  Position position{numberAfter("on line "), numberAfter(" column ")};
-  if (position.line.empty() || position.column.empty()) return std::nullopt;
-  return position;
-}
-
 }  // namespace orvxml::command

@@ -33,7 +33,4 @@ struct Position {
 // "place:line:column"
 std::string located(const std::string& place, const Position& position);
 
-// The numbers that a message of the XML parser carries: "... Parser error on line 3 column 7: ...".
-std::optional<Position> parserPosition(std::string_view message);
-
 }  // namespace orvxml::command

@@ -119,16 +119,19 @@ class RowSource {
   [[noreturn]] void refuse(const std::string& name, const std::string& front) {
     std::string message = context_.message;
     message.erase(message.find_last_not_of('\n') + 1);
-    const std::optional<Position> position = parserPosition(message);
+    const Notice* const failure = context_.failure();
+    const std::optional<Position> position = failure ? parserPosition(*failure) : std::nullopt;
     throw Refused{position ? located(name, *position) : name, front + message, -1, position};
   }
 
   // A column takes any text: what is no document would be found by whoever reads it.
   void requireWellFormed(const std::string& name, std::string& document) {
-    char nothing[] = "/orvxml-probe";
+    char nothing[] = "/no-such-element";
     QrkExtractResult result{};
-    const int rc = extractAll(context_.get(), document.data(), 1, 1, kExtractText, nothing, &result,
-                              kLongestValue, context_.sqlState, context_.message);
+    const int rc = context_.call([&] {
+      return extractAll(context_.get(), document.data(), 1, 1, kExtractText, nothing, &result,
+                        kLongestValue, context_.sqlState, context_.message);
+    });
     qrkFreeArray(context_.get(), &result);
     if (rc != 0) refuse(name, "");
   }
@@ -136,8 +139,10 @@ class RowSource {
   std::string take(const std::string& name, std::string& document, const ColumnValue& path) {
     std::string query = path.value;
     char* extracted = nullptr;
-    const int rc = extractOne(context_.get(), document.data(), 1, 1, kExtractText, query.data(),
-                              &extracted, kLongestValue, context_.sqlState, context_.message);
+    const int rc = context_.call([&] {
+      return extractOne(context_.get(), document.data(), 1, 1, kExtractText, query.data(),
+                        &extracted, kLongestValue, context_.sqlState, context_.message);
+    });
     const std::unique_ptr<char, FreeMemory> value(extracted);
     // An empty value is one, whatever the result says.
     if (rc != 0 && !value) refuse(name, path.value + ": ");

@@ -20,4 +20,9 @@ LocalContext::~LocalContext() {
   qrkExit(&context_, sqlState);
 }
 
+void LocalContext::notice(const Notice& notice) {
+  if (notice.kind == Notice::kFailure) failure_ = notice;
+  if (before_) before_->notice(notice);
+}
+
 }  // namespace orvxml::command

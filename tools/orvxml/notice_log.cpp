@@ -26,7 +26,7 @@ std::vector<size_t> elementsOf(const std::vector<Notice>& notices, size_t Notice
 // Where the text that a warning is about stands.
 std::string placeOf(const Notice& warning, const NoticePlaces& places) {
   if (!warning.file.empty()) {
-    const std::optional<Position> position = parserPosition(warning.text);
+    const std::optional<Position> position = parserPosition(warning);
     return position ? located(warning.file, *position) : warning.file;
   }
   if (warning.documentElement) return places.document.placeOf(warning.documentElement);
@@ -34,6 +34,17 @@ std::string placeOf(const Notice& warning, const NoticePlaces& places) {
 }
 
 }  // namespace
+
+std::optional<Position> parserPosition(const Notice& notice) {
+  if (notice.line == 0 || notice.column == 0) return std::nullopt;
+  return Position{std::to_string(notice.line), std::to_string(notice.column)};
+}
+
+std::string placedText(const Notice& notice) {
+  const std::optional<Position> position = parserPosition(notice);
+  if (!position) return notice.text;
+  return "line " + position->line + ", column " + position->column + ": " + notice.text;
+}
 
 Places::Places(const NamedText& in, const std::vector<size_t>& elements) : label_(in.label) {
   for (const size_t element : elements) {
@@ -77,7 +88,7 @@ std::string placeOf(const Notice* failure, const NamedText& mapping, const Named
 }
 
 void NoticeLog::notice(const Notice& notice) {
-  if (notice.kind == Notice::kPlace) {
+  if (notice.kind == Notice::kFailure) {
     failure_ = notice;
     return;
   }

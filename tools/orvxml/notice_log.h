@@ -38,6 +38,11 @@ class Places {
   std::vector<ElementPlace> places_;
 };
 
+// Where a parser's error stands, as far as the notice tells.
+std::optional<Position> parserPosition(const Notice& notice);
+// "line 3, column 7: text", or the text alone.
+std::string placedText(const Notice& notice);
+
 // Those of the elements that notices are about.
 struct NoticePlaces {
   Places mapping, document;

@@ -11,13 +11,15 @@ namespace {
 
 constexpr int kFunctionFailed = -443;
 
-// The column that a message of the server names, "SCHEMA.TABLE.COLUMN"; empty where it names none.
-std::string columnOf(const std::string& message) {
-  constexpr std::string_view kLabel = "Column: ";
-  const size_t at = message.find(kLabel);
-  if (at == std::string::npos) return "";
-  const std::string rest = message.substr(at + kLabel.size());
-  return rest.substr(0, rest.find_first_of(" \n"));
+// The column that an outcome names, "SCHEMA.TABLE.COLUMN"; empty where it names none. Its messages
+// about a value may have it as their last token.
+std::string columnOf(const orv::Outcome& outcome) {
+  static constexpr std::pair<int, size_t> kTokens[] = {{-180, 2}, {-181, 2}, {-191, 1}, {-408, 2},
+                                                       {-413, 1}, {-420, 3}, {-433, 2}};
+  for (const auto& [sqlcode, tokens] : kTokens) {
+    if (outcome.sqlcode == sqlcode && outcome.tokens.size() == tokens) return outcome.tokens.back();
+  }
+  return "";
 }
 
 // Whether `column` is TABLE.COLUMN of a mapping, as far as the mapping says it.
@@ -53,7 +55,7 @@ std::string takersOf(orv::Session& session, const std::string& path, const std::
 // the message names its column; where no column is named it may be another one's.
 Refusal valueRefusal(orv::Session& session, const orv::Outcome& outcome, const std::string& path) {
   const bool isFunction = outcome.sqlcode == kFunctionFailed;
-  const std::string column = columnOf(outcome.message);
+  const std::string column = columnOf(outcome);
   if (!isFunction && !outcome.sqlstate.starts_with("22")) return {};
   std::string takers;
   try {
@@ -66,25 +68,14 @@ Refusal valueRefusal(orv::Session& session, const orv::Outcome& outcome, const s
   return {start + path + (takers.empty() ? "" : ", for " + takers), {}};
 }
 
-// What follows line and column in a message of the parser.
-std::string wordsOf(const std::string& message) {
-  const size_t column = message.find(" column ");
-  const size_t words = column == std::string::npos ? column : message.find(": ", column);
-  std::string text = words == std::string::npos ? message : message.substr(words + 2);
-  text.erase(text.find_last_not_of(" \n") + 1);
-  return text;
-}
-
 // What the parser says of the document, or of the schema or DTD that it is judged by.
 Refusal parserRefusal(const Notice& reason, const Notice* failure) {
-  const std::optional<Position> position = parserPosition(reason.text);
+  const std::optional<Position> position = parserPosition(reason);
   if (failure && !failure->file.empty()) {
     const std::string place = position ? located(failure->file, *position) : failure->file;
-    return {"reason: " + place + ": " + wordsOf(reason.text), {}};
+    return {"reason: " + place + ": " + reason.text, {}};
   }
-  const std::string place =
-      position ? "line " + position->line + ", column " + position->column + ": " : "";
-  return {"reason: " + place + wordsOf(reason.text), position};
+  return {"reason: " + placedText(reason), position};
 }
 
 }  // namespace

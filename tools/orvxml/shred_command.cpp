@@ -31,6 +31,7 @@ struct DocumentResult {
   std::string name;
   std::string where;   // in front of the message
   std::string detail;  // of a failure: what the message lacks
+  std::string server;  // what the server said, which the message hides at its end
   std::string message;
   int code = 0;
   bool ok = false;
@@ -38,13 +39,6 @@ struct DocumentResult {
   std::optional<bool> verified;
   TableCounts rows;
 };
-
-// The server's words in the library's message of a failed statement, which hides them at its end.
-std::string serverWords(const std::string& message) {
-  constexpr std::string_view kBefore = "CLIMSG=";
-  const size_t at = message.starts_with("QRKG006E") ? message.find(kBefore) : message.npos;
-  return at == message.npos ? "" : message.substr(at + kBefore.size());
-}
 
 class DocumentRun {
  public:
@@ -138,12 +132,11 @@ class DocumentRun {
     const Notice* failure = notices_.failure();
     if (!failure) return;
     result.detail = failure->text;
-    if (!failure->file.empty()) return blame(failure->file, result);
-    const std::string_view about = failure->rule;
-    const bool inMapping =
-        about == "mapping" || (!failure->documentElement && failure->mappingElement);
+    result.server = fromCodePage(failure->serverWords, session_.codePage());
+    if (!failure->file.empty()) return blame(*failure, result);
+    const bool inMapping = failure->about == FailureText::kMapping;
     const NamedText& text = inMapping ? mapping_ : document;
-    result.position = parserPosition(result.message);
+    result.position = parserPosition(*failure);
     if (!result.position) {
       const size_t element = inMapping ? failure->mappingElement : failure->documentElement;
       result.position = positionOf(text, element);
@@ -153,9 +146,9 @@ class DocumentRun {
   }
 
   // The message is about a schema or DTD, and so are its line and column.
-  static void blame(const std::string& file, DocumentResult& result) {
-    const std::optional<Position> position = parserPosition(result.message);
-    result.where = position ? located(file, *position) : file;
+  static void blame(const Notice& failure, DocumentResult& result) {
+    const std::optional<Position> position = parserPosition(failure);
+    result.where = position ? located(failure.file, *position) : failure.file;
     if (!result.detail.empty()) result.message += '\n' + std::exchange(result.detail, "");
   }
 
@@ -185,8 +178,7 @@ class DocumentRun {
 
   static std::string failureText(const DocumentResult& result) {
     const std::string detail = result.detail.empty() ? "" : result.detail + ": ";
-    const std::string server = serverWords(result.message);
-    return detail + (server.empty() ? "" : server + '\n') + result.message;
+    return detail + (result.server.empty() ? "" : result.server + '\n') + result.message;
   }
 
   void printRows(const DocumentResult& result) const {

@@ -59,13 +59,13 @@ class UpdateRun {
     std::optional<OutputFile> file;
     if (!options_.output.empty()) file.emplace(options_.output);
     char* result = nullptr;
-    *context_.message = 0;
-    const int status =
-        qrkUpdate(context_.get(), document.location(), 0, 0, path_.data(), value_.data(), &result,
-                  INT_MAX, context_.sqlState, context_.message);
+    const int status = context_.call([&] {
+      return qrkUpdate(context_.get(), document.location(), 0, 0, path_.data(), value_.data(),
+                       &result, INT_MAX, context_.sqlState, context_.message);
+    });
     const std::unique_ptr<char, FreeMemory> owner(result);
     document.requireUnchanged();
-    if (status != 0) return problemIn(document.name(), context_.message, context_.sqlState);
+    if (status != 0) return problemIn(document.name(), context_);
     std::string text = result;
     if (!text.ends_with('\n')) text += '\n';
     if (file) {

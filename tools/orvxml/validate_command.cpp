@@ -19,21 +19,18 @@ class Validator {
       : grammar_(grammar), isSchema_(isSchema), schema_(utf16Of(grammar.location())) {}
 
   std::optional<Problem> check(StreamedFile& document) {
-    NoticeLog notices;
-    const Listening listening(notices);
-    const int verdict = judge(document);
+    const int verdict = context_.call([&] { return judge(document); });
     document.requireUnchanged();
     grammar_.requireUnchanged();
     if (verdict == kValid) return std::nullopt;
-    Problem problem = problemIn(document.name(), context_.message, context_.sqlState);
-    const Notice* const failure = notices.failure();
+    Problem problem = problemIn(document.name(), context_);
+    const Notice* const failure = context_.failure();
     if (failure && !failure->file.empty()) blame(nameOf(failure->file), failure->text, problem);
     return problem;
   }
 
  private:
   int judge(StreamedFile& document) {
-    *context_.message = 0;
     if (isSchema_) {
       return qrkJudgeBySchema(context_.get(), document.location(), 0, 0, schema_.data(),
                               context_.sqlState, context_.message);
