@@ -26,9 +26,9 @@ struct QrkOutbuf {
   uint32_t size;       // bytes of content, without terminator
 };
 
-int qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t maxSize,
-                  int32_t loctype, int* errCode, char* msg, int fileFallback);
-// The same, which throws.
+// Acquires an empty buffer: in memory, or a temporary file where `loctype` says so, `initSize` is
+// above `maxSize`, or, with `fileFallback`, memory is wanting. Throws QRKC012E or QRKC000E for the
+// file, QRKG002E for memory, QRKG004E for a size of 0 or another place.
 void qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t maxSize,
                    int32_t loctype, bool fileFallback);
 // Writes exactly `allocsize` bytes of `data` into a freshly acquired buffer.

@@ -22,9 +22,6 @@ int initICU(QrkStruct* ctx, CALL_FROM callFrom, sqludf_dbinfo* dbinfo, const cha
 // The code pages of the connection. 0, or -1 without a connection.
 int getDBCodePage(QrkStruct* ctx, int32_t* codePage);
 int getAppCodePage(QrkStruct* ctx, int32_t* codePage);
-// Tells why the code pages of a procedure could not be set up: the server's text where there is no
-// connection, and QRKG008E. Returns its code.
-int failCodePages(const Report& report);
 UConverter* getConverter(int32_t codePage, UErrorCode* status);
 
 // Whether the text of the database code page is UTF-8; so it is where there is no context.

@@ -119,12 +119,6 @@ inline int failInternal(const Report& report, const char* module, int line) {
   return detail::qrkFailInternal(report.ctx, report.msg, report.errCode, report.sqlState, module,
                                  line);
 }
-// A statement of the server failed: the server's own text, QRKM001W, then `message`. Returns the
-// message's code.
-int failDb(const Report& report, const sqlca& area, Msg message, const char* argument = "");
-// The same with QRKG001E as the message.
-int failDbInternal(const Report& report, const sqlca& area, const char* module, int line);
-
 // "Nov 24 2026 20:16:07": the stamp that internal errors name.
 const char* buildStamp();
 

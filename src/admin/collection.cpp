@@ -16,7 +16,6 @@
 #include "src/dad/dad_settings.h"
 #include "src/dad/mapping_model.h"
 #include "src/decompose/target_table.h"
-#include "src/outcome/reported.h"
 #include "src/parser/parser.h"
 #include "src/server_access/catalog_queries.h"
 #include "src/server_access/server_statements.h"

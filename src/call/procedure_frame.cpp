@@ -6,6 +6,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "src/text/converters.h"
 
 namespace orvxml {
 
@@ -27,10 +28,6 @@ void takeInto(Call& call, OutBuffer& buffer, const char* data, int length) {
   qrkFillBuffer(&call.ctx, buffer.get(), data);
 }
 
-int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length) {
-  return atEdge(call.report(), [&] { takeInto(call, buffer, data, length); });
-}
-
 namespace detail {
 
 int plainOutcome(Call& call, Msg message) {
@@ -46,7 +43,7 @@ void tellFailedStart(Call& call, int code) {
   const Report report{&call.ctx, call.msg};
   if (code == kNoInstance) fail(report, Msg::QRKA076E);
   if (code == kUnreadableControlFile) fail(report, Msg::QRKC000E);
-  if (code == codeOf(Msg::QRKG008E)) failCodePages(report);
+  if (code == codeOf(Msg::QRKG008E)) reportFailure(report, codePagesFailure(&call.ctx));
 }
 
 }  // namespace

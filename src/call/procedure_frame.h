@@ -84,7 +84,6 @@ void requireIntegerOutput(QrkStruct* ctx, const sqlvar* var);
 // above the threshold. Bytes behind a NUL would be lost and are refused with QRKD000E, a negative
 // length or no bytes with QRKG004E.
 void takeInto(Call& call, OutBuffer& buffer, const char* data, int length);
-int fillBuffer(Call& call, OutBuffer& buffer, const char* data, int length);
 
 // Inputs do not travel back to the caller.
 inline void inputsNotReturned(std::initializer_list<short*> indicators) {

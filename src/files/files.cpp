@@ -12,6 +12,7 @@
 #include "orvxml/trace.h"
 #include "src/files/file_handle.h"
 #include "src/files/new_file.h"
+#include "src/outcome/edge.h"
 
 namespace orvxml {
 namespace {
@@ -83,19 +84,23 @@ int isfile(QrkStruct*, const char* name) {
   return name && ::stat(name, &status) == 0 && S_ISREG(status.st_mode) ? 1 : 0;
 }
 
+void writeNewFile(QrkStruct* ctx, const char* name, std::string_view text) {
+  NewFile file(ctx);
+  if (!file.create(name)) {
+    QRK_TRACE(ctx, "xml_fopen with wb+. fp is NULL");
+    throw Failure(Msg::QRKC000E);
+  }
+  if (file.write(text.data(), text.size()) != text.size() || !file.finish()) {
+    throw Failure(Msg::QRKC003E);
+  }
+}
+
 int qrk_buf2file(QrkStruct* ctx, const char* data, int length, const char* fileName, char* sqlState,
                  char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
-  NewFile file(ctx);
-  if (!file.create(fileName)) {
-    QRK_TRACE(ctx, "xml_fopen with wb+. fp is NULL");
-    return failed(report, Msg::QRKC000E);
-  }
-  const size_t size = length > 0 ? static_cast<size_t>(length) : 0;
-  if (length < 0 || file.write(data, size) != size || !file.finish()) {
-    return failed(report, Msg::QRKC003E);
-  }
-  return 0;
+  return statusAtEdge({.ctx = ctx, .msg = msg, .sqlState = sqlState}, [&] {
+    writeNewFile(ctx, fileName, {data, static_cast<size_t>(std::max(length, 0))});
+    if (length < 0) throw Failure(Msg::QRKC003E);
+  });
 }
 
 int qrk_file2varchar(QrkStruct* ctx, const char* fileName, char* buf, int bufLen, char* sqlState,

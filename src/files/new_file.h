@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <string_view>
 
 #include "orvxml/context.h"
 
@@ -32,5 +33,9 @@ class NewFile {
   FILE* stream_ = nullptr;
   bool isRegular_ = false;  // nothing else is removed, or changes its mode
 };
+
+// Makes the file of this name with this text. QRKC000E when it cannot be made, QRKC003E when it
+// cannot be written.
+void writeNewFile(QrkStruct* ctx, const char* name, std::string_view text);
 
 }  // namespace orvxml

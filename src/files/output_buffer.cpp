@@ -9,7 +9,7 @@
 #include "orvxml/buffer.h"
 #include "orvxml/trace.h"
 #include "src/files/temporary_files.h"
-#include "src/outcome/edge.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 namespace {
@@ -103,13 +103,6 @@ void qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t m
   }
   if (!fileFallback) throw Failure(Msg::QRKG002E);
   acquireFile(ctx, buf, initSize);
-}
-
-int qrkBufAcquire(QrkStruct* ctx, QrkOutbuf* buf, uint32_t initSize, uint32_t maxSize,
-                  int32_t loctype, int* errCode, char* msg, int fileFallback) {
-  return statusAtEdge({ctx, msg, errCode}, [&] {
-    qrkBufAcquire(ctx, buf, initSize, maxSize, loctype, fileFallback != 0);
-  });
 }
 
 void qrkFillBuffer(QrkStruct* ctx, QrkOutbuf* buf, const char* data) {

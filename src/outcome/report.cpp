@@ -15,10 +15,6 @@ constexpr size_t kMaxArguments = 6;
 constexpr char kTokenSeparator = '\xFF';
 constexpr int32_t kUnknownState = std::numeric_limits<int32_t>::min();
 
-int indexOf(Msg message) {
-  return static_cast<int>(message);
-}
-
 int reportCode(const Report& report, Msg message) {
   const int code = codeOf(message);
   if (report.errCode) *report.errCode = code;
@@ -45,23 +41,6 @@ int detail::qrkFailWith(QrkStruct* ctx, char* msg, int* errCode, char* sqlState,
 int detail::qrkFailInternal(QrkStruct* ctx, char* msg, int* errCode, char* sqlState,
                             const char* module, int line) {
   return fail({ctx, msg, errCode, sqlState}, Msg::QRKG001E, buildStamp(), module, line);
-}
-
-int failDb(const Report& report, const sqlca& area, Msg message, const char* argument) {
-  if (report.msg) {
-    sqlca copy = area;
-    qrkDbSprint(report.ctx, report.msg, &copy, indexOf(message), argument, "", "", "", "", "");
-  }
-  return reportCode(report, message);
-}
-
-int failDbInternal(const Report& report, const sqlca& area, const char* module, int line) {
-  if (report.msg) {
-    sqlca copy = area;
-    qrkDbSprint(report.ctx, report.msg, &copy, indexOf(Msg::QRKG001E), buildStamp(), module,
-                std::to_string(line).c_str());
-  }
-  return reportCode(report, Msg::QRKG001E);
 }
 
 void qrkStateToCode(QrkStruct* ctx, int* code, const char* sqlstate) {

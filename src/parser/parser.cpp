@@ -134,13 +134,6 @@ DOM_Document qrkDOM(QrkStruct* ctx, const char* document, int useDbEncoding, int
   }
 }
 
-int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
-           char* sqlstate, char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlstate};
-  if (sqlstate) std::strcpy(sqlstate, "00000");
-  return statusAtEdge(report, [&] { result = qrkDOM(ctx, document, useDbEncoding, inMemory); });
-}
-
 int parseCode(QrkStruct* ctx, int rc, const char* sqlstate) {
   int code = 0;
   qrkStateToCode(ctx, &code, sqlstate);

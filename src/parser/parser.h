@@ -115,8 +115,6 @@ int qrkTerminateParser(QrkStruct* ctx);    // 0
 // encoding of the database code page. Nothing that the document names is opened; depth, entity
 // expansion and node counts beyond the limits give QRKQ047E.
 DOM_Document qrkDOM(QrkStruct* ctx, const char* document, int useDbEncoding, int inMemory);
-int qrkDOM(QrkStruct* ctx, char* document, int useDbEncoding, int inMemory, DOM_Document& result,
-           char* sqlstate, char* msg);
 // The code of a parse that returned `rc` and left its outcome in `sqlstate`. A failed parse is
 // never a success.
 int parseCode(QrkStruct* ctx, int rc, const char* sqlstate);

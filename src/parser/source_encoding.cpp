@@ -11,13 +11,11 @@
 #include <xercesc/util/XMLException.hpp>
 
 #include "orvxml/code_pages.h"
-#include "src/outcome/reported.h"
 #include "src/parser/converting_source.h"
 
 namespace orvxml {
 namespace {
 
-constexpr int kEncodingSize = 1025;  // UTF-16 units
 constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr size_t kLongestDeclaration = 16384;  // that the parser takes
 
@@ -141,11 +139,7 @@ InputPtr memorySource(std::string_view bytes, const char16_t* systemId) {
 
 std::u16string databaseEncoding(QrkStruct* ctx) {
   if (!ctx || !ctx->codePages) return {};
-  Reported said(ctx);
-  char16_t name[kEncodingSize] = u"";
-  said.require(QRK_getEncoding(ctx, ctx->codePages->dbCodePage, name, kEncodingSize, said.sqlState,
-                               said.msg));
-  return name;
+  return encodingName(ctx, ctx->codePages->dbCodePage);
 }
 
 InputPtr inDeclaredEncoding(InputPtr input) {

@@ -267,45 +267,6 @@ std::string appendTableSpaceClause(QrkStruct* ctx, const char* stmt, int which,
   return name ? std::string(stmt) + " IN " + name : std::string(stmt);
 }
 
-// ---- For who wants a code.
-namespace {
-
-bool copyName(const std::string& name, char* out, int capacity) {
-  if (static_cast<int>(name.size()) >= capacity) return false;
-  std::memcpy(out, name.c_str(), name.size() + 1);
-  return true;
-}
-
-}  // namespace
-
-int qrkTableExists(QrkStruct* ctx, const char* schema, const char* table, int* exists, char* msg) {
-  *exists = 0;
-  return atEdge({ctx, msg}, [&] { *exists = qrkTableExists(ctx, schema, table) ? 1 : 0; });
-}
-
-int qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* table,
-                            const char* column, char* typeSchema, int typeSchemaLen, char* typeName,
-                            int typeNameLen, long* length, char* msg) {
-  return atEdge({ctx, msg}, [&] {
-    const CatalogType type = qrkGetCatalogColumnType(ctx, schema, table, column);
-    if (!copyName(type.schema, typeSchema, typeSchemaLen) ||
-        !copyName(type.name, typeName, typeNameLen)) {
-      throw Failure::internal(kModule).withCode(-1);
-    }
-    *length = type.length;
-  });
-}
-
-int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
-                           bool* isUnknown) {
-  if (isUnknown) *isUnknown = false;
-  return atEdge({ctx, msg}, [&] {
-    if (qrkGetDtdFileFromDtdId(ctx, dtd, dtdid)) return;
-    if (isUnknown) *isUnknown = true;
-    throw Failure(Msg::QRKA010E, dtdid);
-  });
-}
-
 int isQuotedSQLType(const char* type) {
   static constexpr std::string_view kTypes[] = {"CHAR",      "VARCHAR", "DATE",      "TIME",
                                                 "TIMESTAMP", "GRAPHIC", "VARGRAPHIC"};

@@ -59,14 +59,6 @@ sqlca qrkDropSchema(QrkStruct* ctx);
 int isQuotedSQLType(const char* type);
 int isGraphicQuotedSQLType(const char* type);
 
-// The same for who wants a code.
-int qrkTableExists(QrkStruct* ctx, const char* schema, const char* table, int* exists, char* msg);
-int qrkGetCatalogColumnType(QrkStruct* ctx, const char* schema, const char* table,
-                            const char* column, char* typeSchema, int typeSchemaLen, char* typeName,
-                            int typeNameLen, long* length, char* msg);
-int qrkGetDtdFileFromDtdId(QrkStruct* ctx, QrkOutbuf* dtd, const char* dtdid, char* msg,
-                           bool* isUnknown);
-
 // Entry points of the interface that have nothing to do on this platform; only decomposition calls
 // the first.
 void qrkCreateIndex(QrkStruct* ctx, const char* indexText);

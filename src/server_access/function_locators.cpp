@@ -18,8 +18,8 @@
 #include "src/files/new_file.h"
 #include "src/files/temporary_files.h"
 #include "src/outcome/edge.h"
-#include "src/outcome/reported.h"
 #include "src/server_access/locators.h"
+#include "src/text/converters.h"
 #include "src/text/document_recoder.h"
 #include "src/text/piece_reader.h"
 
@@ -232,20 +232,13 @@ char* clobInFile(QrkStruct* ctx, const sqludf_locator* locator, int32_t length) 
 }
 
 void toFile(QrkStruct* ctx, std::string_view text, const char* fileName) {
-  Reported said(ctx);
-  const int rc = qrk_buf2file(ctx, text.data(), static_cast<int>(text.size()), fileName,
-                              said.sqlState, said.msg);
-  QRK_TRACE(ctx, "call qrk_buf2file() return rc=%d", rc);
-  said.require(rc);
-}
-
-// The length of what `convert` has made.
-template <class Convert>
-size_t converted(QrkStruct* ctx, Convert&& convert) {
-  Reported said(ctx);
-  const int length = convert(said);
-  if (length < 0) said.require(length);
-  return static_cast<size_t>(length);
+  try {
+    writeNewFile(ctx, fileName, text);
+  } catch (const Failure&) {
+    QRK_TRACE(ctx, "call qrk_buf2file() return rc=%d", -1);
+    throw;
+  }
+  QRK_TRACE(ctx, "call qrk_buf2file() return rc=%d", 0);
 }
 
 void convertedToFile(QrkStruct* ctx, const sqludf_locator* locator, const char* fileName) {
@@ -253,14 +246,12 @@ void convertedToFile(QrkStruct* ctx, const sqludf_locator* locator, const char* 
     return isConverted(ctx) ? applicationRoom(*ctx->codePages, length, 0, 2) : 0;
   };
   const WholeText whole = readWhole(ctx, locator, room);
-  auto length = static_cast<size_t>(whole.length);
+  int32_t length = whole.length;
   if (isConverted(ctx)) {
-    length = converted(ctx, [&](Reported& said) {
-      return convertBufferORVToApp(ctx, whole.text.get(), whole.length, whole.text.get(),
-                                   room(whole.length), said.msg, said.sqlState);
-    });
+    const std::string_view text(whole.text.get(), static_cast<size_t>(length));
+    length = toApplication(ctx, text, whole.text.get(), room(length));
   }
-  toFile(ctx, {whole.text.get(), length}, fileName);
+  toFile(ctx, {whole.text.get(), static_cast<size_t>(length)}, fileName);
 }
 
 void declaredToFile(QrkStruct* ctx, const sqludf_locator* locator, const char* fileName) {
@@ -268,11 +259,9 @@ void declaredToFile(QrkStruct* ctx, const sqludf_locator* locator, const char* f
   QRK_TRACE(ctx, "len =%d, orig buf %s", whole.length, whole.text.get());
   const int32_t room = applicationRoom(*ctx->codePages, whole.length, kDeclarationGrowth, 3);
   const Block result = allocate(static_cast<size_t>(room));
-  const size_t length = converted(ctx, [&](Reported& said) {
-    return qrkConvBufferORVToAppEncoding(ctx, whole.text.get(), whole.length, result.get(), room,
-                                         said.msg, said.sqlState);
-  });
-  toFile(ctx, {result.get(), length}, fileName);
+  const std::string_view text(whole.text.get(), static_cast<size_t>(whole.length));
+  const int length = toApplicationEncoding(ctx, text, result.get(), room);
+  toFile(ctx, {result.get(), static_cast<size_t>(length)}, fileName);
 }
 
 // Where the signature gives the message's index in place of its text.

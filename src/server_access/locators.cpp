@@ -8,7 +8,7 @@
 
 #include "orvxml/trace.h"
 #include "src/files/file_handle.h"
-#include "src/outcome/edge.h"
+#include "src/outcome/failure.h"
 #include "src/server_access/server_statements.h"
 
 namespace orvxml {
@@ -158,10 +158,6 @@ uint32_t qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint3
   if (isLonger) throw Failure(Msg::QRKC013E);
   QRK_TRACE(ctx, "actuall length read from file: %d", static_cast<int>(read));
   return read;
-}
-
-int qrkGetDadFileFromLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* buf, char* msg) {
-  return statusAtEdge({ctx, msg}, [&] { qrkGetDataFromLocator(ctx, locator, buf); });
 }
 
 void daix_to_dpc(QrkStruct*, char* path) {

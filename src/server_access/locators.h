@@ -30,9 +30,6 @@ void qrkInsertDocFromFile(QrkStruct* ctx, const char* insertStmt, const char* fi
 // QRKC013E.
 uint32_t qrk_file2lob(QrkStruct* ctx, const char* fileName, char* lobData, uint32_t lobCapacity);
 
-// The same for who wants a code.
-int qrkGetDadFileFromLocator(QrkStruct* ctx, int32_t locator, QrkOutbuf* buf, char* msg);
-
 // Of the interface; nothing here needs paths of another system, or asks what runs it.
 void daix_to_dpc(QrkStruct* ctx, char* path);
 int qrkIsWorkstation();

@@ -1,6 +1,5 @@
 #include "src/server_access/stored_dad.h"
 
-#include "src/outcome/edge.h"
 #include "src/server_access/locators.h"
 #include "src/server_access/server_statements.h"
 
@@ -28,18 +27,10 @@ void StoredDad::read(QrkStruct* ctx, QrkOutbuf* buf) {
   locator_.release();
 }
 
-int StoredDad::read(QrkStruct* ctx, QrkOutbuf* buf, char* msg) {
-  return atEdge({ctx, msg}, [&] { read(ctx, buf); });
-}
-
 Failure collectionFailure(const sqlca& area, const char* name) {
   if (area.sqlcode == kNoRow || isValueTooLong(area)) return Failure(Msg::QRKQ028E, name);
   return Failure::ofServer(area, area.sqlcode == kPackageNotBound ? Msg::QRKA073E : Msg::QRKQ052E,
                            "");
-}
-
-int failCollection(const Report& report, const sqlca& area, const char* name) {
-  return reportFailure(report, collectionFailure(area, name));
 }
 
 }  // namespace orvxml

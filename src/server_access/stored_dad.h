@@ -22,7 +22,6 @@ class StoredDad {
   short indicator() const { return indicator_; }  // negative: the row has no DAD
   // Acquires `buf` for the fetched DAD and frees the locator.
   void read(QrkStruct* ctx, QrkOutbuf* buf);
-  int read(QrkStruct* ctx, QrkOutbuf* buf, char* msg);
 
  private:
   orv::esql::Statement statement_;
@@ -34,6 +33,5 @@ class StoredDad {
 // Why a collection was not found: QRKQ028E with its name when there is no such row, QRKA073E in a
 // database whose packages are not bound, QRKQ052E for anything else.
 Failure collectionFailure(const sqlca& area, const char* name);
-int failCollection(const Report& report, const sqlca& area, const char* name);
 
 }  // namespace orvxml

@@ -120,14 +120,14 @@ UConverter* getConverter(int32_t codePage, UErrorCode* status) {
   return strict(ucnv_openCCSID(codePage, kCodePageNumbers, status), status);
 }
 
-int failCodePages(const Report& report) {
+Failure codePagesFailure(QrkStruct* ctx) {
   sqlca area{};
   orv::esql::connectionProperties(kQrkcnuwo, area);
   int32_t codePage = 0;
-  if (area.sqlcode >= 0 && readToken(report.ctx, &area, kDbCodePageToken, &codePage) == 0) {
-    return fail(report, Msg::QRKG008E, codePage);
+  if (area.sqlcode >= 0 && readToken(ctx, &area, kDbCodePageToken, &codePage) == 0) {
+    return Failure(Msg::QRKG008E, codePage);
   }
-  return failDb(report, area, Msg::QRKG008E, "(none)");
+  return Failure::ofServer(area, Msg::QRKG008E, "(none)");
 }
 
 int getDBCodePage(QrkStruct* ctx, int32_t* codePage) {

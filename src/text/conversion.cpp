@@ -239,14 +239,16 @@ int convertBufferAppToORV(QrkStruct* ctx, const char* in, int inLen, char* out, 
   });
 }
 
+int toApplication(QrkStruct* ctx, std::string_view text, char* out, int outSize) {
+  const BufferConversion conversion{ctx, text, out, outSize};
+  if (sameCodePages(ctx)) return conversion.copy();
+  return conversion.convert(ctx->codePages->dbConverter, ctx->codePages->appConverter);
+}
+
 int convertBufferORVToApp(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
                           char* msg, char* sqlState) {
-  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
-  return statusAtEdge(report, [&] {
-    const BufferConversion conversion{ctx, textOf(in, inLen), out, outSize};
-    if (sameCodePages(ctx)) return conversion.copy();
-    return conversion.convert(ctx->codePages->dbConverter, ctx->codePages->appConverter);
-  });
+  return statusAtEdge({.ctx = ctx, .msg = msg, .sqlState = sqlState},
+                      [&] { return toApplication(ctx, textOf(in, inLen), out, outSize); });
 }
 
 }  // namespace orvxml

@@ -47,6 +47,17 @@ UErrorCode toUnicode(UConverter* converter, std::string_view in, std::u16string&
 int32_t fromUnicode(UConverter* converter, std::u16string_view in, char* out, int outSize,
                     UErrorCode& status);
 
+// A text of the database code page for the application, into `outSize` bytes that may be the text's
+// own: the bytes written. QRKQ055E, with the code of QRKG017E where there is no room.
+int toApplication(QrkStruct* ctx, std::string_view text, char* out, int outSize);
+// The same for a document, whose XML declaration then names the application's encoding. QRKD000E
+// for one without a declaration.
+int toApplicationEncoding(QrkStruct* ctx, std::string_view document, char* out, int outSize);
+// The encoding name that XML declarations use for a code page. QRKG008E for one that has none.
+std::u16string encodingName(QrkStruct* ctx, int32_t codePage);
+// Why the code pages of a procedure could not be set up: QRKG008E, behind the server's text where
+// there is no connection.
+Failure codePagesFailure(QrkStruct* ctx);
 // QRKQ055E with the error's number.
 Failure conversionFailure(UErrorCode status);
 

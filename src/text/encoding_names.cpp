@@ -6,6 +6,7 @@
 
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
+#include "src/outcome/edge.h"
 #include "src/text/converters.h"
 
 namespace orvxml {
@@ -91,30 +92,29 @@ const char* standardName(const char* name, int32_t codePage) {
   return numericAlias(name, codePage);
 }
 
-bool copyName(std::u16string_view text, char16_t* name, int nameSize) {
-  if (nameSize <= 0 || text.size() >= static_cast<size_t>(nameSize)) return false;
-  name[text.copy(name, text.size())] = 0;
-  return true;
-}
-
 }  // namespace
 
-int QRK_getEncoding(QrkStruct* ctx, int32_t codePage, char16_t* name, int nameSize, char* sqlState,
-                    char* msg) {
-  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
+std::u16string encodingName(QrkStruct* ctx, int32_t codePage) {
   const EncodingName* row = findRow(codePage);
-  if (row && row->name) {
-    return copyName(row->name, name, nameSize) ? 0 : fail(report, Msg::QRKG008E, codePage);
-  }
+  if (row && row->name) return row->name;
   const char* own = converterName(ctx ? ctx->codePages : nullptr, codePage);
   if (!own) {
     QRK_TRACE(ctx, "no icu name for %d", codePage);
-    return fail(report, Msg::QRKG008E, codePage);
+    throw Failure(Msg::QRKG008E, codePage);
   }
   const std::string_view found = row ? own : standardName(own, codePage);
   QRK_TRACE(ctx, "icu name %.*s", static_cast<int>(found.size()), found.data());
-  const std::u16string text(found.begin(), found.end());
-  return copyName(text, name, nameSize) ? 0 : fail(report, Msg::QRKG008E, codePage);
+  return std::u16string(found.begin(), found.end());
+}
+
+int QRK_getEncoding(QrkStruct* ctx, int32_t codePage, char16_t* name, int nameSize, char* sqlState,
+                    char* msg) {
+  return atEdge({.ctx = ctx, .msg = msg, .sqlState = sqlState}, [&] {
+    const std::u16string text = encodingName(ctx, codePage);
+    const bool fits = nameSize > 0 && text.size() < static_cast<size_t>(nameSize);
+    if (!fits) throw Failure(Msg::QRKG008E, codePage);
+    name[text.copy(name, text.size())] = 0;
+  });
 }
 
 }  // namespace orvxml

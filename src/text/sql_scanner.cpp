@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "orvxml/code_pages.h"
-#include "src/outcome/edge.h"
+#include "src/outcome/failure.h"
 
 namespace orvxml {
 
@@ -202,10 +202,6 @@ void qrkCleanQueryUcs(char16_t* query) {
     *to++ = *from;
   }
   *to = 0;
-}
-
-int qrkCleanQueryUcs(QrkStruct*, char16_t* query, const Report& report) {
-  return atEdge(report, [&] { qrkCleanQueryUcs(query); });
 }
 
 }  // namespace orvxml

@@ -69,7 +69,6 @@ int wcmpQualTblName(const char16_t* schemaA, const char16_t* schemaB, const char
                     const char16_t* tableB);
 // Normalises white space outside quotes in place. QRKG001E for a null query.
 void qrkCleanQueryUcs(char16_t* query);
-int qrkCleanQueryUcs(QrkStruct* ctx, char16_t* query, const Report& report);
 
 // Marks of a statement under construction, tested once at its end.
 inline char* const kWriteError = std::bit_cast<char*>(~uintptr_t{0});

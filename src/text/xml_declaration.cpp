@@ -150,7 +150,9 @@ std::u16string withEncoding(std::u16string_view text, const Declaration& declara
   return result.append(text.substr(declaration.rest));
 }
 
-int rewriteDeclaration(QrkStruct* ctx, std::string_view in, char* out, int outSize) {
+}  // namespace
+
+int toApplicationEncoding(QrkStruct* ctx, std::string_view in, char* out, int outSize) {
   const QrkCodePages& pages = *ctx->codePages;
   std::u16string text;
   UErrorCode status = toUnicode(pages.dbConverter, in, text);
@@ -172,13 +174,10 @@ int rewriteDeclaration(QrkStruct* ctx, std::string_view in, char* out, int outSi
   return length;
 }
 
-}  // namespace
-
 int qrkConvBufferORVToAppEncoding(QrkStruct* ctx, const char* in, int inLen, char* out, int outSize,
                                   char* msg, char* sqlState) {
-  const Report report{.ctx = ctx, .msg = msg, .sqlState = sqlState};
-  return statusAtEdge(report, [&] {
-    return rewriteDeclaration(ctx, {in, static_cast<size_t>(std::max(inLen, 0))}, out, outSize);
+  return statusAtEdge({.ctx = ctx, .msg = msg, .sqlState = sqlState}, [&] {
+    return toApplicationEncoding(ctx, {in, static_cast<size_t>(std::max(inLen, 0))}, out, outSize);
   });
 }
 

@@ -12,7 +12,8 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/trace.h"
 #include "orvxml/utilities.h"
-#include "src/outcome/reported.h"
+#include "src/files/new_file.h"
+#include "src/outcome/edge.h"
 #include "src/xmlcolumn/document_handler.h"
 #include "src/xmlcolumn/document_parse.h"
 
@@ -184,9 +185,7 @@ class SpilledDocument {
   void write(std::string_view document) {
     name_.reset(qrk_tempFilename(ctx_));
     if (!name_) throw Failure(Msg::QRKC012E);
-    Reported said(ctx_);
-    said.require(qrk_buf2file(ctx_, document.data(), static_cast<int>(document.size()), name_.get(),
-                              said.sqlState, said.msg));
+    writeNewFile(ctx_, name_.get(), document);
   }
 
  private:

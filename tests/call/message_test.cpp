@@ -123,7 +123,8 @@ TEST(MessageTest, TheServersTextStandsInFront) {
   area.sqlerrml = 3;
   std::memcpy(area.sqlstate, "42704", 5);
   CallContext call;
-  EXPECT_EQ(failDb({&call.ctx, call.msg, &call.code}, area, Msg::QRKA016E, "S.T"), -11);
+  const auto fail = [&] { throw Failure::ofServer(area, Msg::QRKA016E, "S.T"); };
+  EXPECT_EQ(call.report(fail), -11);
   const std::string text = call.msg;
   const std::string tail =
       "QRKM001W  A ORV error occurred.\nQRKA016E  The input table S.T does not exist.\n";
@@ -131,12 +132,12 @@ TEST(MessageTest, TheServersTextStandsInFront) {
   EXPECT_GT(text.size(), tail.size());
 
   area.sqlcode = 0;
-  failDb({&call.ctx, call.msg}, area, Msg::QRKA016E, "S.T");
+  call.report(fail);
   EXPECT_STREQ(call.msg, "QRKA016E  The input table S.T does not exist.\n");
 
   area.sqlcode = -204;
   call.ctx.callFrom = CALL_FROM_UDF;
-  failDb({&call.ctx, call.msg}, area, Msg::QRKA016E, "S.T");
+  call.report(fail);
   EXPECT_STREQ(call.msg, "QRKA016E  The input table S.T does not exist.\n");
 }
 

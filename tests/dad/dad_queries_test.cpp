@@ -7,8 +7,8 @@ namespace {
 using namespace unittest;
 
 struct Dad {
-  explicit Dad(std::string text) {
-    EXPECT_EQ(qrkDOM(&call.ctx, text.data(), 0, 1, document, call.state, call.msg), 0) << call.msg;
+  explicit Dad(const std::string& text) {
+    document = qrkDOM(&call.ctx, text.c_str(), 0, 1);
     root = document.getDocumentElement();
   }
   CallContext call;
