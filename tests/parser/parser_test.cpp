@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/util/XMLUni.hpp>
 

@@ -2,6 +2,8 @@
 // refused wherever they stand, and everything else arrives as it was written.
 #include "src/parser/source_encoding.h"
 
+#include <cstring>
+
 #include "orvxml/code_pages.h"
 #include "orvxml/validation.h"
 #include "src/parser/parser.h"
