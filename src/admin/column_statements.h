@@ -10,7 +10,6 @@
 
 namespace orvxml {
 
-inline constexpr char kColumnModule[] = "qrkcol";
 inline constexpr size_t kMaxStatementBytes = 65536;
 
 using VariableList = std::initializer_list<orv::esql::HostVariable>;

@@ -72,7 +72,7 @@ void giveMessage(Call& call, int code) {
     fail(report, static_cast<Msg>(i));
     return;
   }
-  failInternal(report, kFrameModule, __LINE__);
+  reportFailure(report, Failure::internal());
 }
 
 }  // namespace

@@ -91,8 +91,6 @@ inline void inputsNotReturned(std::initializer_list<short*> indicators) {
 }
 
 namespace detail {
-inline constexpr char kFrameModule[] = "qrkframe";  // named by the frame's own internal errors
-
 // Sets the context up and traces the start. 0, or the code of the failure.
 int beginCall(Call& call);
 // Completes the message: the success text, or a text for a failure that brought none. Returns the
@@ -123,7 +121,7 @@ int guarded(Call& call, Step&& step) {
     } catch (const xercesc::OutOfMemoryException&) {
       return plainOutcome(call, Msg::QRKG002E);
     } catch (...) {
-      return failInternal(call.report(), kFrameModule, __LINE__);
+      return reportFailure(call.report(), Failure::internal());
     }
   } catch (...) {
     return plainOutcome(call, Msg::QRKG002E);

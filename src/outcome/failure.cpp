@@ -41,7 +41,11 @@ FailureKind Failure::kindOf(Msg message) {
 }
 
 Failure Failure::internal(const char* module, SourcePlace where) {
-  return Failure(Msg::QRKG001E, buildStamp(), module ? module : moduleOf(where), where.line);
+  const std::string file = moduleOf(where);
+  Failure failure(Msg::QRKG001E, buildStamp(), module ? module : file, where.line);
+  if (module)
+    failure.place_.lacks = "thrown in " + file + ".cpp, line " + std::to_string(where.line);
+  return failure;
 }
 
 Failure Failure::ofLimit(std::string_view limit, SourcePlace where) {

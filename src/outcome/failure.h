@@ -57,7 +57,7 @@ class Failure {
         kind_(kindOf(message)),
         arguments_{std::string(detail::argumentText(arguments))...} {}
   // An internal error (QRKG001E) of the file and the line that made it. `module` stands in the
-  // place of the file's name where the interface gives one.
+  // place of the file's name where the interface gives one; the file is then told beside it.
   static Failure internal(const char* module = nullptr, SourcePlace where = SourcePlace::here());
   // A limit of the library was met (QRKG017E): its name, or what exceeded it.
   static Failure ofLimit(std::string_view limit, SourcePlace where = SourcePlace::here());
