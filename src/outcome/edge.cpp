@@ -59,7 +59,7 @@ void tell(const Failure& failure) {
   const FailurePlace& place = failure.place();
   Notice notice;
   notice.kind = Notice::kFailure;
-  notice.text = place.lacks;
+  notice.text = place.lacks.empty() ? failure.origin() : place.lacks;
   notice.mappingElement = place.mappingElement;
   notice.documentElement = place.documentElement;
   notice.file = place.file;

@@ -43,8 +43,9 @@ FailureKind Failure::kindOf(Msg message) {
 Failure Failure::internal(const char* module, SourcePlace where) {
   const std::string file = moduleOf(where);
   Failure failure(Msg::QRKG001E, buildStamp(), module ? module : file, where.line);
-  if (module)
-    failure.place_.lacks = "thrown in " + file + ".cpp, line " + std::to_string(where.line);
+  if (module) {
+    failure.origin_ = "thrown in " + file + ".cpp, line " + std::to_string(where.line);
+  }
   return failure;
 }
 

@@ -101,6 +101,8 @@ class Failure {
   const std::optional<sqlca>& serverArea() const { return area_; }
   const std::vector<Failure>& also() const { return also_; }
   const FailurePlace& place() const { return place_; }
+  // Of an internal error that names a module: where it was thrown.
+  const std::string& origin() const { return origin_; }
   FailureKind kind() const { return kind_; }
   int sqlcode() const { return sqlcode_; }
   const std::string& serverWords() const { return serverWords_; }
@@ -115,6 +117,7 @@ class Failure {
   std::string sqlState_;
   FailureKind kind_ = FailureKind::kUnknown;
   FailurePlace place_;
+  std::string origin_;
   std::vector<std::string> arguments_;  // of a text: the text
   std::optional<sqlca> area_;
   int sqlcode_ = 0;
