@@ -18,14 +18,15 @@ struct Conversion {
 Conversion inPieces(FunctionCall& call, std::string_view document, size_t piece) {
   DocumentRecoder recoder(&call.ctx);
   Conversion result{true, ""};
-  const auto take = [&](std::string_view part) -> Problem {
-    result.bytes += part;
-    return {};
-  };
-  while (!document.empty() && result.done) {
-    const std::string_view next = document.substr(0, piece);
-    document.remove_prefix(next.size());
-    result.done = !recoder.recode(next, document.empty(), take);
+  const auto take = [&](std::string_view part) { result.bytes += part; };
+  try {
+    while (!document.empty()) {
+      const std::string_view next = document.substr(0, piece);
+      document.remove_prefix(next.size());
+      recoder.recode(next, document.empty(), take);
+    }
+  } catch (const Failure&) {
+    result.done = false;
   }
   return result;
 }
