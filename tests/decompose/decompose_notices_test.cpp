@@ -154,6 +154,7 @@ TEST(DecomposeNotices, TrapsThatTheDataMeets) {
 TEST(DecomposeNotices, PlacesOfFailures) {
   const std::string both = dad(element("p", kParent + kChild));
   const std::string tooLong(70, '1');
+  const std::string wide = "<p k='1'><c v='1'><w a='" + std::string(1100, 'x') + "'/></c></p>";
   const std::string longDocument = "<p k='1'><c>0</c><c v='1'/><c v='" + tooLong + "'/></p>";
   const Case cases[] = {
       {"a value longer than its column, behind what is warned of",
@@ -197,6 +198,13 @@ TEST(DecomposeNotices, PlacesOfFailures) {
        "document@3: element 'w', the mapping puts a value of table C outside of 'v', the element "
        "that it takes its rows from"},
       {"a key that is nowhere", both, "<p><c v='x'/></p>", {}, "document@2: element 'c', table C"},
+      {"an element that is stored whole",
+       dad(element("p", kParent + element("c", attributeOf("v", "c", "v") +
+                                                   element("w", column("c", "w"))))),
+       wide.c_str(),
+       {},
+       "document@3: element 'w', table C, column W: the element is stored whole, and a start tag in "
+       "it has 1024 characters or more, or memory is used up"},
   };
   for (const Case& c : cases) expectTold(c, -1);
 }
