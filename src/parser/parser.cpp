@@ -11,7 +11,6 @@
 #include "orvxml/code_pages.h"
 #include "orvxml/notices.h"
 #include "orvxml/trace.h"
-#include "src/outcome/edge.h"
 #include "src/parser/document_source.h"
 #include "src/parser/parser.h"
 #include "src/parser/parser_failures.h"
